@@ -1,0 +1,34 @@
+# SPDX-License-Identifier: Apache-2.0
+#
+# The CMake package and the pkg-config file `velmorand-register`. The libraries and their headers are installed where
+# they are made (Library.cmake). What is installed may be moved: nothing in it holds the prefix.
+include(CMakePackageConfigHelpers)
+
+if(NOT TARGET velmorand-exception OR NOT TARGET velmorand-filesystem)
+  message(FATAL_ERROR "VELMORAND_INSTALL needs the exception and filesystem libraries of this project")
+endif()
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/velmorand-register)
+configure_package_config_file(
+  ${CMAKE_CURRENT_LIST_DIR}/velmorand-register-config.cmake.in
+  ${PROJECT_BINARY_DIR}/velmorand-register-config.cmake
+  INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(
+  ${PROJECT_BINARY_DIR}/velmorand-register-config-version.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES
+  ${PROJECT_BINARY_DIR}/velmorand-register-config.cmake
+  ${PROJECT_BINARY_DIR}/velmorand-register-config-version.cmake
+  DESTINATION ${package_dir})
+install(EXPORT velmorand-register-targets NAMESPACE velmorand:: DESTINATION ${package_dir})
+
+set(pc_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+cmake_path(ABSOLUTE_PATH pc_dir BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX} OUTPUT_VARIABLE pc_full_dir)
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${pc_full_dir} OUTPUT_VARIABLE pc_to_prefix)
+cmake_path(APPEND pc_libdir "\${prefix}" ${CMAKE_INSTALL_LIBDIR})
+cmake_path(APPEND pc_includedir "\${prefix}" ${CMAKE_INSTALL_INCLUDEDIR})
+configure_file(
+  ${CMAKE_CURRENT_LIST_DIR}/velmorand-register.pc.in
+  ${PROJECT_BINARY_DIR}/velmorand-register.pc
+  @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/velmorand-register.pc DESTINATION ${pc_dir})

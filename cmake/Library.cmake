@@ -1,0 +1,28 @@
+# SPDX-License-Identifier: Apache-2.0
+#
+# velmorand_library(TARGET NAME INCLUDES): what the three libraries have in common. NAME is the target's name after
+# installation, velmorand::NAME; the public headers lie in INCLUDES; only the symbols that exports.map, beside the
+# caller's list file, names leave the library.
+function(velmorand_library target name includes)
+  add_library(velmorand::${name} ALIAS ${target})
+  target_compile_features(${target} PUBLIC cxx_std_17)
+  target_include_directories(${target} PUBLIC
+    $<BUILD_INTERFACE:${includes}>
+    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+  target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:velmorand-warnings>)
+  target_link_options(${target} PRIVATE -Wl,--version-script=${CMAKE_CURRENT_SOURCE_DIR}/exports.map -Wl,--no-undefined)
+  set_target_properties(${target} PROPERTIES
+    EXPORT_NAME ${name}
+    LINK_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/exports.map
+    CXX_EXTENSIONS OFF
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON
+    # The libraries lie side by side and find each other wherever they are put.
+    INSTALL_RPATH $ORIGIN
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR})
+  if(VELMORAND_INSTALL)
+    install(TARGETS ${target} EXPORT velmorand-register-targets)
+    install(DIRECTORY ${includes}/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+  endif()
+endfunction()

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "filesystem/Export.h"
+
+namespace filesystem {
+
+class RAMFileSystem;
+
+/**
+ * Direct access to what a file system in memory holds: whole files at once, by UTF-8 paths, with no handle,
+ * no conversion of names and no virtual call. For a class derived from `RAMFileSystem` whose own operations
+ * must be fast and that knows that nothing overrides the file system's.
+ *
+ * A place is given as a first-level directory and a path below it, so that one path can be looked for in
+ * several directories. Locks: none; the rules are the file system's.
+ */
+namespace direct {
+
+/** A path below a first-level directory, checked and hashed once for any number of look-ups. */
+class VELMORAND_FILESYSTEM_EXPORT Path {
+public:
+    /** `path` must outlive this object. */
+    explicit Path(std::string_view path);
+    Path(Path const&) = delete;
+    Path& operator=(Path const&) = delete;
+
+    [[nodiscard]] std::string_view text() const noexcept { return _text; }
+    [[nodiscard]] std::uint64_t hash() const noexcept { return _hash; }
+
+private:
+    std::string _storage;
+    std::string_view _text;
+    std::uint64_t _hash;
+};
+
+enum class Kind { none, directory, file };
+
+struct Entry {
+    Kind kind;
+    std::string_view content; ///< of a file; valid until the file system is next changed
+};
+
+/** What stands at a place. */
+[[nodiscard]] VELMORAND_FILESYSTEM_EXPORT Entry find(RAMFileSystem const& fileSystem,
+                                                     std::string_view directory, Path const& path);
+
+/**
+ * Gives the file at a place, which is made when it is missing, a content of `size` bytes.
+ * Result: the first of them, for the caller to fill before the file system is used again; null, with nothing
+ * changed, when the directory around the place is missing, the place is a directory, or its name is none.
+ * Errors: `std::bad_alloc`, `std::length_error` for 4 GiB and more; nothing has changed.
+ */
+[[nodiscard]] VELMORAND_FILESYSTEM_EXPORT char* rewrite(RAMFileSystem& fileSystem, std::string_view directory,
+                                                        Path const& path, std::size_t size);
+
+/**
+ * Makes the directory at a place and those above it that are missing.
+ * Result: whether it is there; false when a file is in the way or a name is none, with those above it made.
+ */
+VELMORAND_FILESYSTEM_EXPORT bool makeDirectories(RAMFileSystem& fileSystem, std::string_view directory,
+                                                 Path const& path);
+
+} // namespace direct
+
+} // namespace filesystem

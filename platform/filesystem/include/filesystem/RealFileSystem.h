@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <memory>
+
+#include "filesystem/FileSystem.h"
+
+namespace filesystem {
+
+class RealHandles;
+
+/**
+ * The files below one real directory.
+ *
+ * Paths are relative to that root (a leading "/" means nothing), and none leads out of it through "..": a
+ * path with a "." or ".." level names nothing. With an empty root nothing exists and nothing opens. Names are
+ * the UTF-8 bytes of their paths, in every locale and at every moment of the process, exit included.
+ *
+ * What stands at a path but cannot be examined (a directory without permission, an I/O error) counts as
+ * existing, so that it is never taken for missing.
+ *
+ * Writing replaces a file in one step. The new content is written aside, in the same directory; `close` makes
+ * it durable and moves it over the old name. Until `close` has returned true the old content is what everyone
+ * sees, whatever happens to the process or the machine; a handle that is never closed, or one on which a
+ * write failed, changes nothing. The permissions, and where possible the owner, of a replaced file stay, and
+ * so does a symbolic link that stands in its place: its target is replaced. What a killed process left aside
+ * is cleared when the file is next opened for writing.
+ */
+class VELMORAND_FILESYSTEM_EXPORT RealFileSystem : public FileSystem {
+public:
+    /** The files below `root`. The directory is not touched, and need not exist. */
+    explicit RealFileSystem(QString const& root);
+    ~RealFileSystem() noexcept(false) override;
+
+    [[nodiscard]] std::set<DirEntry> getFileList(QString const& path) const override;
+    [[nodiscard]] bool exists(QString const& path) const override;
+
+    /** As described for every file system; symbolic links are removed, not followed; the root stays. */
+    bool remove(QString const& path) override;
+
+    bool mkdir(QString const& path) override;
+    bool open(QString const& path, FileHandle** handle, FileSystemMode mode) override;
+    bool close(FileHandle* handle) override;
+    long read(FileHandle* handle, void* buffer, long count) override;
+    long write(FileHandle* handle, void const* buffer, long count) override;
+    bool seek(FileHandle* handle, long offset, FileSystemOrigin origin) override;
+    [[nodiscard]] long tell(FileHandle* handle) override;
+    [[nodiscard]] void* loadModule(QString const& path) override;
+    bool unloadModule(void* module) override;
+    [[nodiscard]] void* getSymbolAddress(void* module, QString const& symbol) override;
+    [[nodiscard]] bool isDirectory(QString const& path) const override;
+    [[nodiscard]] bool isFile(QString const& path) const override;
+
+private:
+    std::string _root;
+    std::unique_ptr<RealHandles> _handles;
+};
+
+} // namespace filesystem

@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "filesystem/FileSystem.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+
+namespace filesystem {
+
+namespace {
+
+template <std::size_t Size>
+using Unsigned =
+    std::conditional_t<Size == 1, std::uint8_t, std::conditional_t<Size == 2, std::uint16_t, std::uint32_t>>;
+
+template <class Value>
+Value readLittleEndian(FileSystem& fileSystem, FileHandle* handle) {
+    unsigned char bytes[sizeof(Value)] = {};
+    if (fileSystem.read(handle, bytes, sizeof bytes) != static_cast<long>(sizeof bytes))
+        return Value{};
+    std::uint32_t bits = 0;
+    for (std::size_t i = 0; i < sizeof bytes; ++i)
+        bits |= std::uint32_t{bytes[i]} << (8 * i);
+    auto const narrow = static_cast<Unsigned<sizeof(Value)>>(bits);
+    Value value;
+    std::memcpy(&value, &narrow, sizeof value);
+    return value;
+}
+
+template <class Value>
+void writeLittleEndian(FileSystem& fileSystem, FileHandle* handle, Value value) {
+    Unsigned<sizeof(Value)> bits;
+    std::memcpy(&bits, &value, sizeof bits);
+    unsigned char bytes[sizeof(Value)];
+    for (std::size_t i = 0; i < sizeof bytes; ++i)
+        bytes[i] = static_cast<unsigned char>((bits >> (8 * i)) & 0xFFU);
+    fileSystem.write(handle, bytes, sizeof bytes);
+}
+
+} // namespace
+
+FileSystem::FileSystem() = default;
+
+FileSystem::~FileSystem() noexcept(false) = default;
+
+long FileSystem::size(FileHandle* handle) {
+    long const position = tell(handle);
+    if (position < 0 || !seek(handle, 0, ORIGIN_END))
+        return -1;
+    long const end = tell(handle);
+    return seek(handle, position, ORIGIN_BEGIN) ? end : -1;
+}
+
+long FileSystem::size(QString const& path) {
+    FileHandle* handle = nullptr;
+    if (!open(path, &handle, MODE_READ))
+        return -1;
+    long const bytes = size(handle);
+    close(handle);
+    return bytes;
+}
+
+char FileSystem::readByte(FileHandle* handle) {
+    return readLittleEndian<char>(*this, handle);
+}
+
+short FileSystem::readShort(FileHandle* handle) {
+    return readLittleEndian<short>(*this, handle);
+}
+
+int FileSystem::readInt(FileHandle* handle) {
+    return readLittleEndian<int>(*this, handle);
+}
+
+float FileSystem::readFloat(FileHandle* handle) {
+    return readLittleEndian<float>(*this, handle);
+}
+
+std::string FileSystem::readBytes(FileHandle* handle, int count) {
+    long const left = size(handle) - tell(handle);
+    std::string bytes(static_cast<std::size_t>(std::max(0L, std::min(left, long{count}))), '\0');
+    bytes.resize(static_cast<std::size_t>(read(handle, bytes.data(), static_cast<long>(bytes.size()))));
+    return bytes;
+}
+
+void FileSystem::skip(FileHandle* handle, int count) {
+    long const position = tell(handle);
+    if (position >= 0)
+        seek(handle, std::clamp(position + count, 0L, std::max(position, size(handle))), ORIGIN_BEGIN);
+}
+
+void FileSystem::writeByte(FileHandle* handle, char value) {
+    writeLittleEndian(*this, handle, value);
+}
+
+void FileSystem::writeShort(FileHandle* handle, short value) {
+    writeLittleEndian(*this, handle, value);
+}
+
+void FileSystem::writeInt(FileHandle* handle, int value) {
+    writeLittleEndian(*this, handle, value);
+}
+
+void FileSystem::writeFloat(FileHandle* handle, float value) {
+    writeLittleEndian(*this, handle, value);
+}
+
+QString FileSystem::getUniqueFileName(QString const& directory, QString const& prefix,
+                                      QString const& suffix) {
+    for (qulonglong number = 0;; ++number) {
+        QString const path = directory + QLatin1Char('/') + prefix + QString::number(number) + suffix;
+        if (!exists(path))
+            return path;
+    }
+}
+
+} // namespace filesystem

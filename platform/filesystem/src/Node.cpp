@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Node.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <stdexcept>
+
+namespace filesystem {
+
+namespace {
+
+std::uint32_t checkedLength(std::size_t length) {
+    if (length > std::numeric_limits<std::uint32_t>::max())
+        throw std::length_error("a file in memory holds less than 4 GiB");
+    return static_cast<std::uint32_t>(length);
+}
+
+/** Moves the first `keep` bytes of a file's text into a block of its own. */
+void moveToHeap(Node& node, std::uint32_t capacity, std::size_t keep) {
+    char* const block = new char[capacity];
+    std::memcpy(block, node.text(), keep);
+    node.freeText();
+    node.heapText = block;
+    node.capacity = capacity;
+}
+
+} // namespace
+
+void Node::growContent(std::size_t contentCapacity) {
+    std::uint32_t const needed = checkedLength(nameLength + contentCapacity);
+    if (needed <= capacity)
+        return;
+    std::uint32_t const doubled =
+        capacity > std::numeric_limits<std::uint32_t>::max() / 2 ? needed : std::max(needed, 2 * capacity);
+    moveToHeap(*this, doubled, nameLength + size);
+}
+
+char* Node::replaceContent(std::size_t newSize) {
+    std::uint32_t const needed = checkedLength(nameLength + newSize);
+    if (needed <= inlineCapacity)
+        dropContent();
+    else if (needed > capacity || needed < capacity / 2)
+        moveToHeap(*this, needed, nameLength);
+    size = needed - nameLength;
+    return text() + nameLength;
+}
+
+void Node::dropContent() noexcept {
+    size = 0;
+    if (capacity <= inlineCapacity || nameLength > inlineCapacity)
+        return;
+    char* const block = heapText;
+    std::memcpy(inlineText, block, nameLength);
+    delete[] block;
+    capacity = inlineCapacity;
+}
+
+void Node::setName(std::string_view name) {
+    if (name.size() > longestName)
+        throw std::length_error("a name in memory has less than 1 GiB");
+    auto const length = static_cast<std::uint32_t>(name.size());
+    char* const target = length > inlineCapacity ? heapText = new char[length] : inlineText;
+    std::memcpy(target, name.data(), length);
+    nameLength = length & longestName;
+    if (directory == 0)
+        capacity = std::max(length, inlineCapacity);
+}
+
+void Node::freeText() noexcept {
+    if (onHeap())
+        delete[] heapText;
+}
+
+} // namespace filesystem

@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace filesystem {
+
+/** A node's number in its pool. */
+using NodeId = std::uint32_t;
+
+constexpr NodeId noNode = 0;
+
+/**
+ * A directory or a file: one cache line.
+ *
+ * Its text, the name with a file's content right behind it, stands in the node itself while it is short, else
+ * in one block on the heap that the node owns. A directory's children are a list; they stand in ascending
+ * order of their names while `ordered` says so.
+ */
+struct alignas(64) Node {
+    static constexpr std::uint32_t inlineCapacity = 32;
+    static constexpr std::uint32_t longestName = (1U << 30) - 1;
+
+    NodeId parent;
+    NodeId next;
+    NodeId previous;
+    std::uint32_t generation; ///< of this place in the pool: another one when the node here has been released
+    std::uint32_t hash;       ///< of the whole path
+    std::uint32_t nameLength : 30;
+    std::uint32_t directory : 1;
+    std::uint32_t ordered : 1;
+    union {
+        std::uint32_t size; ///< of a file's content
+        NodeId firstChild;
+    };
+    union {
+        std::uint32_t capacity; ///< of a file's text, `inlineCapacity` while it stands in the node
+        NodeId lastChild;
+    };
+    union {
+        char inlineText[inlineCapacity];
+        char* heapText;
+    };
+
+    [[nodiscard]] bool onHeap() const noexcept {
+        return (directory != 0 ? nameLength : capacity) > inlineCapacity;
+    }
+    [[nodiscard]] char* text() noexcept { return onHeap() ? heapText : inlineText; }
+    [[nodiscard]] char const* text() const noexcept { return onHeap() ? heapText : inlineText; }
+    [[nodiscard]] std::string_view name() const noexcept { return {text(), nameLength}; }
+    [[nodiscard]] std::string_view content() const noexcept { return {text() + nameLength, size}; }
+
+    /**
+     * Makes room for a content of `contentCapacity` bytes, at least, keeping what is there; not less than
+     * twice the room there was, if it has to move. Errors: `std::bad_alloc`, `std::length_error`; nothing has
+     * changed.
+     */
+    void growContent(std::size_t contentCapacity);
+
+    /**
+     * Gives a file `newSize` bytes of content, to be filled by the caller, in no more room than they need.
+     * Result: the first of them. Errors: `std::bad_alloc`, `std::length_error`; nothing has changed.
+     */
+    char* replaceContent(std::size_t newSize);
+
+    /** Empties a file and gives its room back as far as possible. */
+    void dropContent() noexcept;
+
+    /** Sets the name of a new node, whose `directory` is set. Errors: `std::bad_alloc`, `std::length_error`.
+     */
+    void setName(std::string_view name);
+
+    /** Gives the block on the heap back. */
+    void freeText() noexcept;
+};
+
+static_assert(sizeof(Node) == 64, "a node is one cache line");
+
+} // namespace filesystem

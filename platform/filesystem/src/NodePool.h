@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <array>
+#include <memory>
+#include <vector>
+
+#include "Node.h"
+
+namespace filesystem {
+
+/** The nodes of a tree: made in blocks, found by number, used again when they are released. */
+class NodePool {
+public:
+    NodePool() = default;
+    NodePool(NodePool const&) = delete;
+    NodePool& operator=(NodePool const&) = delete;
+    ~NodePool();
+
+    [[nodiscard]] Node& operator[](NodeId id) noexcept { return (*_blocks[id / blockSize])[id % blockSize]; }
+    [[nodiscard]] Node const& operator[](NodeId id) const noexcept {
+        return (*_blocks[id / blockSize])[id % blockSize];
+    }
+
+    /** A node with no relatives, no text and no content. Errors: `std::bad_alloc`; nothing has changed. */
+    [[nodiscard]] NodeId make(bool directory);
+
+    /** Releases a node with its text. What still knows its number finds another generation there. */
+    void release(NodeId id) noexcept;
+
+private:
+    static constexpr NodeId blockSize = 512;
+    using Block = std::array<Node, blockSize>;
+
+    std::vector<std::unique_ptr<Block>> _blocks;
+    NodeId _made = noNode + 1; ///< the first number never used
+    NodeId _released = noNode; ///< a list of released nodes, through `next`
+};
+
+} // namespace filesystem

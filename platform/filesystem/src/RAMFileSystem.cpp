@@ -1,0 +1,252 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "filesystem/RAMFileSystem.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <utility>
+
+#include "Module.h"
+#include "RAMHandles.h"
+#include "Tree.h"
+#include "TreeFormat.h"
+#include "utils/Exception.h"
+
+namespace filesystem {
+
+namespace {
+
+constexpr std::uint64_t largestFile = std::numeric_limits<std::uint32_t>::max();
+
+NodeId find(Tree const& tree, QString const& path) {
+    CanonicalPath const canonical(path);
+    return canonical.isValid() ? tree.find(canonical.path()) : noNode;
+}
+
+bool isDirectoryAt(Tree const& tree, NodeId id) {
+    return id != noNode && tree[id].directory != 0;
+}
+
+bool isFileAt(Tree const& tree, NodeId id) {
+    return id != noNode && tree[id].directory == 0;
+}
+
+/** The file of a handle; null when it has been removed or replaced. */
+Node* fileOf(Tree& tree, RAMHandle const& handle) {
+    Node& node = tree[handle.node];
+    return node.generation == handle.generation ? &node : nullptr;
+}
+
+/** An open handle of this very file system; null for anything else. */
+RAMHandle* ownHandle(FileSystem const& fileSystem, FileHandle* handle) {
+    if (handle == nullptr || &handle->fileSystem() != &fileSystem)
+        return nullptr;
+    auto* const own = static_cast<RAMHandle*>(handle);
+    return own->open ? own : nullptr;
+}
+
+RAMHandle* ownHandle(FileSystem const& fileSystem, FileHandle* handle, FileSystem::FileSystemMode mode) {
+    RAMHandle* const own = ownHandle(fileSystem, handle);
+    return own != nullptr && own->mode == mode ? own : nullptr;
+}
+
+/** Everything behind the handle's position. */
+std::string readRest(FileHandle& handle) {
+    FileSystem& source = handle.fileSystem();
+    long const left = source.size(&handle) - source.tell(&handle);
+    std::string data(static_cast<std::size_t>(std::max(left, 0L)), '\0');
+    data.resize(static_cast<std::size_t>(source.read(&handle, data.data(), static_cast<long>(data.size()))));
+    return data;
+}
+
+} // namespace
+
+RAMFileSystem::RAMFileSystem() : _tree(std::make_unique<Tree>()), _handles(std::make_unique<RAMHandles>()) {}
+
+RAMFileSystem::~RAMFileSystem() noexcept(false) = default;
+
+std::set<DirEntry> RAMFileSystem::getFileList(QString const& path) const {
+    std::set<DirEntry> entries;
+    NodeId const directory = find(*_tree, path);
+    if (!isDirectoryAt(*_tree, directory))
+        return entries;
+    std::vector<NodeId> children;
+    _tree->appendChildren(directory, children);
+    for (NodeId const child : children) {
+        std::string_view const name = (*_tree)[child].name();
+        entries.insert(entries.end(), {QString::fromUtf8(name.data(), static_cast<int>(name.size()))});
+    }
+    return entries;
+}
+
+bool RAMFileSystem::exists(QString const& path) const {
+    return find(*_tree, path) != noNode;
+}
+
+bool RAMFileSystem::remove(QString const& path) {
+    NodeId const id = find(*_tree, path);
+    if (id == noNode || id == Tree::root)
+        return false;
+    _tree->remove(id);
+    return true;
+}
+
+bool RAMFileSystem::mkdir(QString const& path) {
+    CanonicalPath const canonical(path);
+    return canonical.isValid() && _tree->find(canonical.path()) == noNode &&
+           _tree->make(canonical.path(), true) != noNode;
+}
+
+bool RAMFileSystem::open(QString const& path, FileHandle** handle, FileSystemMode mode) {
+    if (handle == nullptr)
+        return false;
+    *handle = nullptr;
+    CanonicalPath const canonical(path);
+    if (!canonical.isValid() || (mode != MODE_READ && mode != MODE_WRITE))
+        return false;
+
+    NodeId id = _tree->find(canonical.path());
+    if (isDirectoryAt(*_tree, id) || (id == noNode && mode == MODE_READ))
+        return false;
+    RAMHandle& opened = _handles->take(*this);
+    if (id == noNode) {
+        try {
+            id = _tree->make(canonical.path(), false);
+        } catch (...) {
+            _handles->giveBack(opened);
+            throw;
+        }
+        if (id == noNode) {
+            _handles->giveBack(opened);
+            return false;
+        }
+    } else if (mode == MODE_WRITE) {
+        (*_tree)[id].dropContent();
+    }
+    opened.node = id;
+    opened.generation = (*_tree)[id].generation;
+    opened.mode = mode;
+    opened.position = 0;
+    *handle = &opened;
+    return true;
+}
+
+bool RAMFileSystem::close(FileHandle* handle) {
+    RAMHandle* const own = ownHandle(*this, handle);
+    if (own == nullptr)
+        return false;
+    _handles->giveBack(*own);
+    return true;
+}
+
+long RAMFileSystem::read(FileHandle* handle, void* buffer, long count) {
+    RAMHandle* const own = ownHandle(*this, handle, MODE_READ);
+    Node const* const file = own != nullptr ? fileOf(*_tree, *own) : nullptr;
+    if (file == nullptr || count <= 0 || own->position >= file->size)
+        return 0;
+    std::uint64_t const moved = std::min(static_cast<std::uint64_t>(count), file->size - own->position);
+    std::memcpy(buffer, file->content().data() + own->position, moved);
+    own->position += moved;
+    return static_cast<long>(moved);
+}
+
+long RAMFileSystem::write(FileHandle* handle, void const* buffer, long count) {
+    RAMHandle* const own = ownHandle(*this, handle, MODE_WRITE);
+    Node* const file = own != nullptr ? fileOf(*_tree, *own) : nullptr;
+    if (file == nullptr || count <= 0)
+        return 0;
+    std::uint64_t const room =
+        largestFile - file->nameLength - std::min(own->position, largestFile - file->nameLength);
+    std::uint64_t const moved = std::min(static_cast<std::uint64_t>(count), room);
+    std::uint64_t const end = own->position + moved;
+    if (end > file->size) {
+        file->growContent(end);
+        // Another handle may have emptied the file behind this one's back: the gap reads as zeros.
+        if (own->position > file->size)
+            std::memset(file->text() + file->nameLength + file->size, 0, own->position - file->size);
+        file->size = static_cast<std::uint32_t>(end);
+    }
+    std::memcpy(file->text() + file->nameLength + own->position, buffer, moved);
+    own->position = end;
+    return static_cast<long>(moved);
+}
+
+bool RAMFileSystem::seek(FileHandle* handle, long offset, FileSystemOrigin origin) {
+    RAMHandle* const own = ownHandle(*this, handle);
+    if (own == nullptr)
+        return false;
+    Node const* const file = fileOf(*_tree, *own);
+    long const size = file != nullptr ? long{file->size} : 0;
+    long const position = static_cast<long>(own->position);
+    if (origin != ORIGIN_BEGIN && origin != ORIGIN_CURRENT && origin != ORIGIN_END)
+        return false;
+    long const from = origin == ORIGIN_BEGIN ? 0 : origin == ORIGIN_CURRENT ? position : size;
+    if (offset < -from || offset > size - from)
+        return false;
+    own->position = static_cast<std::uint64_t>(from + offset);
+    return true;
+}
+
+long RAMFileSystem::tell(FileHandle* handle) {
+    RAMHandle const* const own = ownHandle(*this, handle);
+    return own != nullptr ? static_cast<long>(own->position) : -1;
+}
+
+void* RAMFileSystem::loadModule(QString const& path) {
+    NodeId const id = find(*_tree, path);
+    return isFileAt(*_tree, id) ? loadModuleBytes((*_tree)[id].content()) : nullptr;
+}
+
+bool RAMFileSystem::unloadModule(void* module) {
+    return filesystem::unloadModule(module);
+}
+
+void* RAMFileSystem::getSymbolAddress(void* module, QString const& symbol) {
+    return symbolAddress(module, symbol);
+}
+
+bool RAMFileSystem::isDirectory(QString const& path) const {
+    return isDirectoryAt(*_tree, find(*_tree, path));
+}
+
+bool RAMFileSystem::isFile(QString const& path) const {
+    return isFileAt(*_tree, find(*_tree, path));
+}
+
+bool RAMFileSystem::serialize(FileHandle& handle) const {
+    return serialize(QStringLiteral("/"), handle);
+}
+
+void RAMFileSystem::unserialize(FileHandle& handle) {
+    unserialize(QStringLiteral("/"), handle);
+}
+
+bool RAMFileSystem::serialize(QString const& path, FileHandle& handle) const {
+    NodeId const id = find(*_tree, path);
+    if (isFileAt(*_tree, id))
+        return false;
+    std::string const bytes = encodeTree(*_tree, id);
+    auto const size = static_cast<long>(bytes.size());
+    return handle.fileSystem().write(&handle, bytes.data(), size) == size;
+}
+
+void RAMFileSystem::unserialize(QString const& path, FileHandle& handle) {
+    CanonicalPath const canonical(path);
+    FileSystem& source = handle.fileSystem();
+    long const start = source.tell(&handle);
+    std::string const data = readRest(handle);
+    try {
+        if (!canonical.isValid())
+            throw utils::Exception("the path is none");
+        Tree::Apart result(*_tree);
+        std::size_t const size = decodeTree(*_tree, result, canonical.path(), data);
+        if (!_tree->graft(std::move(result), canonical.path()))
+            throw utils::Exception("no directory can stand there");
+        source.seek(&handle, start + static_cast<long>(size), ORIGIN_BEGIN);
+    } catch (utils::Exception const& failure) {
+        throw utils::Exception("Can't read a register file into " + path.toStdString() + ": " +
+                               failure.what());
+    }
+}
+
+} // namespace filesystem

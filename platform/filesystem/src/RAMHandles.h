@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <vector>
+
+#include "Node.h"
+#include "filesystem/FileSystem.h"
+
+namespace filesystem {
+
+/** An open file in memory. It finds its file by number, and tells by the generation that it is still the
+ * same. */
+class RAMHandle final : public FileHandle {
+public:
+    explicit RAMHandle(FileSystem& fileSystem) noexcept : FileHandle(fileSystem) {}
+
+    NodeId node = noNode;
+    std::uint32_t generation = 0;
+    FileSystem::FileSystemMode mode = FileSystem::MODE_READ;
+    bool open = false;
+    std::uint64_t position = 0;
+};
+
+/** All handles of a file system, open and closed; closed ones are used again. */
+class RAMHandles {
+public:
+    /** A handle to be set up by the caller. Errors: `std::bad_alloc`; nothing has changed. */
+    RAMHandle& take(FileSystem& fileSystem) {
+        if (_closed.empty()) {
+            _closed.reserve(_all.size() + 1); // so that giving back cannot fail
+            _closed.push_back(&_all.emplace_back(fileSystem));
+        }
+        RAMHandle& handle = *_closed.back();
+        _closed.pop_back();
+        handle.open = true;
+        return handle;
+    }
+
+    void giveBack(RAMHandle& handle) noexcept {
+        handle.open = false;
+        _closed.push_back(&handle);
+    }
+
+private:
+    std::deque<RAMHandle> _all;
+    std::vector<RAMHandle*> _closed;
+};
+
+} // namespace filesystem

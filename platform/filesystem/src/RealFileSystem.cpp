@@ -1,0 +1,312 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "filesystem/RealFileSystem.h"
+
+#include <algorithm>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include "Descriptor.h"
+#include "Directory.h"
+#include "Module.h"
+#include "Replacement.h"
+
+namespace filesystem {
+
+namespace {
+
+constexpr std::size_t readAhead = 16 * 1024;
+
+/** The UTF-8 bytes of a path; none when it is not well-formed, or has a NUL, which would cut it short. */
+std::optional<std::string> systemName(QString const& path) {
+    if (!path.isValidUtf16() || path.contains(QChar::Null))
+        return std::nullopt;
+    return path.toUtf8().toStdString();
+}
+
+/** The text of a name on disk; none when it is not UTF-8, so that no path reaches it. */
+std::optional<QString> textOf(std::string const& name) {
+    // The "/" keeps a byte-order mark at the start from being dropped.
+    std::string const rooted = '/' + name;
+    QString const text = QString::fromUtf8(rooted.data(), static_cast<int>(rooted.size()));
+    if (text.toUtf8().toStdString() != rooted)
+        return std::nullopt;
+    return text.mid(1);
+}
+
+/** Where a path below `root` leads; none when it names nothing. The root itself keeps a "/" at its end. */
+std::optional<std::string> locate(std::string const& root, QString const& path) {
+    auto const name = systemName(path);
+    if (root.empty() || !name)
+        return std::nullopt;
+    std::string located = root + '/';
+    for (std::size_t begin = 0; begin < name->size();) {
+        std::size_t const end = std::min(name->find('/', begin), name->size());
+        std::string const level = name->substr(begin, end - begin);
+        if (level == "." || level == "..")
+            return std::nullopt;
+        if (!level.empty() && located.size() > root.size() + 1)
+            located += '/';
+        located += level;
+        begin = end + 1;
+    }
+    return located;
+}
+
+bool isRoot(std::string const& located) {
+    return located.back() == '/';
+}
+
+/** The type bits of what stands at a path, symbolic links followed; 0 when it is missing or cannot be
+ * examined. */
+::mode_t typeAt(std::optional<std::string> const& located) {
+    struct stat status = {};
+    return located && ::stat(located->c_str(), &status) == 0 ? status.st_mode & S_IFMT : 0;
+}
+
+} // namespace
+
+/** An open file of one of the two kinds. */
+class RealHandle : public FileHandle {
+public:
+    explicit RealHandle(FileSystem& fileSystem) noexcept : FileHandle(fileSystem) {}
+    RealHandle(RealHandle const&) = delete;
+    RealHandle& operator=(RealHandle const&) = delete;
+    virtual ~RealHandle() = default;
+
+    virtual long read(char* /*buffer*/, long /*count*/) { return 0; }
+    virtual long write(void const* /*buffer*/, long /*count*/) { return 0; }
+    virtual void seek(long position) = 0;
+    [[nodiscard]] virtual long tell() const = 0;
+    [[nodiscard]] virtual long size() const = 0; // -1 on failure
+    virtual bool close() = 0;
+};
+
+namespace {
+
+class ReadHandle final : public RealHandle {
+public:
+    ReadHandle(FileSystem& fileSystem, Descriptor file) noexcept
+        : RealHandle(fileSystem), _file(std::move(file)) {}
+
+    long read(char* buffer, long count) override {
+        long moved = 0;
+        while (moved < count) {
+            std::string_view const ready = ahead(count - moved);
+            long const step = ready.empty() ? readDirectly(buffer + moved, count - moved)
+                                            : static_cast<long>(ready.copy(buffer + moved, ready.size()));
+            if (step <= 0)
+                break;
+            moved += step;
+            _position += step;
+        }
+        return moved;
+    }
+
+    void seek(long position) override { _position = position; }
+    [[nodiscard]] long tell() const override { return _position; }
+
+    [[nodiscard]] long size() const override {
+        struct stat status = {};
+        return ::fstat(_file.number(), &status) == 0 ? long{status.st_size} : -1;
+    }
+
+    bool close() override { return _file.close(); }
+
+private:
+    /** Up to `count` bytes at the position that have been read ahead; few bytes are read ahead now, many are
+     * not. */
+    std::string_view ahead(long count) {
+        long const available = static_cast<long>(_ahead.size());
+        if (_position >= _aheadStart && _position - _aheadStart < available)
+            return std::string_view(_ahead).substr(static_cast<std::size_t>(_position - _aheadStart),
+                                                   static_cast<std::size_t>(count));
+        if (count >= static_cast<long>(readAhead))
+            return {};
+        _ahead.resize(readAhead);
+        long const got = readDirectly(_ahead.data(), static_cast<long>(readAhead));
+        _ahead.resize(static_cast<std::size_t>(std::max(got, 0L)));
+        _aheadStart = _position;
+        return std::string_view(_ahead).substr(0, static_cast<std::size_t>(count));
+    }
+
+    long readDirectly(char* buffer, long count) const {
+        return retried(
+            [&] { return ::pread(_file.number(), buffer, static_cast<std::size_t>(count), _position); });
+    }
+
+    Descriptor _file;
+    std::string _ahead; // bytes of the file, from `_aheadStart` on
+    long _aheadStart = 0;
+    long _position = 0;
+};
+
+class WriteHandle final : public RealHandle {
+public:
+    WriteHandle(FileSystem& fileSystem, std::unique_ptr<Replacement> replacement) noexcept
+        : RealHandle(fileSystem), _replacement(std::move(replacement)) {}
+
+    long write(void const* buffer, long count) override { return _replacement->write(buffer, count); }
+    void seek(long position) override { _replacement->seek(position); }
+    [[nodiscard]] long tell() const override { return _replacement->tell(); }
+    [[nodiscard]] long size() const override { return _replacement->size(); }
+    bool close() override { return _replacement->commit(); }
+
+private:
+    std::unique_ptr<Replacement> _replacement;
+};
+
+std::unique_ptr<RealHandle> openForReading(FileSystem& fileSystem, std::string const& path) {
+    // Looked at first, since opening some devices does something; and again, since it may have changed
+    // meanwhile.
+    if (typeAt(path) != S_IFREG)
+        return nullptr;
+    int const flags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+    Descriptor file(retried([&] { return ::open(path.c_str(), flags); }));
+    struct stat status = {};
+    if (!file.isOpen() || ::fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode))
+        return nullptr;
+    return std::make_unique<ReadHandle>(fileSystem, std::move(file));
+}
+
+std::unique_ptr<RealHandle> openForWriting(FileSystem& fileSystem, std::string const& path) {
+    auto replacement = Replacement::begin(path);
+    return replacement ? std::make_unique<WriteHandle>(fileSystem, std::move(replacement)) : nullptr;
+}
+
+} // namespace
+
+/** The open handles of a file system. Looking a handle up says whether it is one, without touching it. */
+class RealHandles {
+public:
+    FileHandle* add(std::unique_ptr<RealHandle> handle) {
+        FileHandle* const added = handle.get();
+        _open.emplace(added, std::move(handle));
+        return added;
+    }
+
+    [[nodiscard]] RealHandle* find(FileHandle* handle) const {
+        auto const found = _open.find(handle);
+        return found == _open.end() ? nullptr : found->second.get();
+    }
+
+    void release(FileHandle* handle) { _open.erase(handle); }
+
+private:
+    std::map<FileHandle*, std::unique_ptr<RealHandle>> _open;
+};
+
+RealFileSystem::RealFileSystem(QString const& root)
+    : _root(systemName(root).value_or("")), _handles(std::make_unique<RealHandles>()) {}
+
+RealFileSystem::~RealFileSystem() noexcept(false) = default;
+
+std::set<DirEntry> RealFileSystem::getFileList(QString const& path) const {
+    auto const located = locate(_root, path);
+    if (!located)
+        return {};
+    Descriptor const directory = openDirectory(AT_FDCWD, *located);
+    auto const names = directory.isOpen() ? entryNames(directory.number()) : std::nullopt;
+    if (!names)
+        return {};
+    std::set<DirEntry> entries;
+    for (std::string const& name : *names)
+        if (auto const text = textOf(name))
+            entries.insert({*text});
+    return entries;
+}
+
+bool RealFileSystem::exists(QString const& path) const {
+    auto const located = locate(_root, path);
+    struct stat status = {};
+    return located && (::stat(located->c_str(), &status) == 0 ||
+                       (errno != ENOENT && errno != ENOTDIR && errno != ENAMETOOLONG));
+}
+
+bool RealFileSystem::remove(QString const& path) {
+    auto const located = locate(_root, path);
+    return located && !isRoot(*located) && removeTree(*located);
+}
+
+bool RealFileSystem::mkdir(QString const& path) {
+    auto const located = locate(_root, path);
+    return located && !isRoot(*located) && ::mkdir(located->c_str(), 0777) == 0;
+}
+
+bool RealFileSystem::open(QString const& path, FileHandle** handle, FileSystemMode mode) {
+    if (handle == nullptr)
+        return false;
+    *handle = nullptr;
+    auto const located = locate(_root, path);
+    if (!located || isRoot(*located) || (mode != MODE_READ && mode != MODE_WRITE))
+        return false;
+    auto opened = mode == MODE_READ ? openForReading(*this, *located) : openForWriting(*this, *located);
+    if (!opened)
+        return false;
+    *handle = _handles->add(std::move(opened));
+    return true;
+}
+
+bool RealFileSystem::close(FileHandle* handle) {
+    RealHandle* const own = _handles->find(handle);
+    if (own == nullptr)
+        return false;
+    bool const closed = own->close();
+    _handles->release(handle);
+    return closed;
+}
+
+long RealFileSystem::read(FileHandle* handle, void* buffer, long count) {
+    RealHandle* const own = _handles->find(handle);
+    return own != nullptr ? own->read(static_cast<char*>(buffer), count) : 0;
+}
+
+long RealFileSystem::write(FileHandle* handle, void const* buffer, long count) {
+    RealHandle* const own = _handles->find(handle);
+    return own != nullptr ? own->write(buffer, count) : 0;
+}
+
+bool RealFileSystem::seek(FileHandle* handle, long offset, FileSystemOrigin origin) {
+    RealHandle* const own = _handles->find(handle);
+    long const end = own != nullptr ? own->size() : -1;
+    if (end < 0 || (origin != ORIGIN_BEGIN && origin != ORIGIN_CURRENT && origin != ORIGIN_END))
+        return false;
+    long const from = origin == ORIGIN_BEGIN ? 0 : origin == ORIGIN_CURRENT ? own->tell() : end;
+    if (offset < -from || offset > end - from)
+        return false;
+    own->seek(from + offset);
+    return true;
+}
+
+long RealFileSystem::tell(FileHandle* handle) {
+    RealHandle* const own = _handles->find(handle);
+    return own != nullptr ? own->tell() : -1;
+}
+
+void* RealFileSystem::loadModule(QString const& path) {
+    auto const located = locate(_root, path);
+    return typeAt(located) == S_IFREG ? loadModuleFile(*located) : nullptr;
+}
+
+bool RealFileSystem::unloadModule(void* module) {
+    return filesystem::unloadModule(module);
+}
+
+void* RealFileSystem::getSymbolAddress(void* module, QString const& symbol) {
+    return symbolAddress(module, symbol);
+}
+
+bool RealFileSystem::isDirectory(QString const& path) const {
+    return typeAt(locate(_root, path)) == S_IFDIR;
+}
+
+bool RealFileSystem::isFile(QString const& path) const {
+    return typeAt(locate(_root, path)) == S_IFREG;
+}
+
+} // namespace filesystem

@@ -1,0 +1,276 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Replacement.h"
+
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <cstdio>
+#include <string_view>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/random.h>
+
+#include "Directory.h"
+
+namespace filesystem {
+
+namespace {
+
+constexpr int hopLimit = 40; // as many symbolic links as Linux itself follows
+constexpr int nameAttempts = 100;
+constexpr long bufferBytes = 64L * 1024;
+constexpr std::size_t suffixLength = 6;
+constexpr std::string_view suffixCharacters =
+    "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+
+/** Six random characters; empty when the system has no random bytes. */
+std::string randomSuffix() {
+    std::array<unsigned char, suffixLength> bytes = {};
+    auto const got = retried([&] { return ::getrandom(bytes.data(), bytes.size(), 0); });
+    if (got != static_cast<::ssize_t>(bytes.size()))
+        return {};
+    std::string suffix;
+    for (unsigned char const byte : bytes)
+        suffix += suffixCharacters[byte % suffixCharacters.size()];
+    return suffix;
+}
+
+/** What the names of a file's temporary files begin with: cut between characters where they would grow too
+ * long. */
+std::string stemOf(std::string const& name) {
+    std::size_t length = std::min(name.size(), std::size_t{NAME_MAX} - suffixLength - 2);
+    while (length < name.size() && (static_cast<unsigned char>(name[length]) & 0xC0U) == 0x80U)
+        --length;
+    return '.' + name.substr(0, length) + '.';
+}
+
+bool isTemporary(std::string const& name, std::string const& stem) {
+    return name.size() == stem.size() + suffixLength && name.compare(0, stem.size(), stem) == 0 &&
+           name.find_first_not_of(suffixCharacters, stem.size()) == std::string::npos;
+}
+
+bool isLocked(int file) {
+    return retried([=] { return ::flock(file, LOCK_EX | LOCK_NB); }) == 0;
+}
+
+bool isSynchronised(int file) {
+    return retried([=] { return ::fsync(file); }) == 0;
+}
+
+/** Whether the owner was set, or is not for this process to set: by its rights, or since it has no number
+ * here. */
+bool isOwned(int file, ::uid_t user, ::gid_t group) {
+    return retried([=] { return ::fchown(file, user, group); }) == 0 || errno == EPERM || errno == EINVAL;
+}
+
+} // namespace
+
+std::unique_ptr<Replacement> Replacement::begin(std::string const& path) {
+    // Asked by path, since the system may forbid to follow a link that the steps of `resolve` would follow.
+    if (::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0 && errno != ENOENT)
+        return nullptr;
+    auto target = resolve(path);
+    if (!target)
+        return nullptr;
+    std::unique_ptr<Replacement> replacement(new Replacement(std::move(*target)));
+    if (!replacement->examine())
+        return nullptr;
+    replacement->clearStale();
+    return replacement->makeTemporary() ? std::move(replacement) : nullptr;
+}
+
+Replacement::Replacement(Target target) : _target(std::move(target)), _stem(stemOf(_target.name)) {
+    _buffer.reserve(bufferBytes);
+}
+
+Replacement::~Replacement() {
+    discard();
+}
+
+void Replacement::discard() noexcept {
+    if (!_temporary.empty())
+        ::unlinkat(_target.directory.number(), _temporary.c_str(), 0);
+    _temporary.clear();
+}
+
+std::optional<Replacement::Target> Replacement::resolve(std::string const& path) {
+    Target target = {Descriptor(), {}};
+    std::string next = path;
+    std::array<char, PATH_MAX> link = {};
+    for (int hop = 0; hop <= hopLimit; ++hop) {
+        if (!step(target, next))
+            return std::nullopt;
+        auto const length =
+            ::readlinkat(target.directory.number(), target.name.c_str(), link.data(), link.size());
+        if (length < 0 && (errno == EINVAL || errno == ENOENT))
+            return target;
+        if (length < 0 || length == static_cast<::ssize_t>(link.size()))
+            return std::nullopt;
+        next.assign(link.data(), static_cast<std::size_t>(length));
+    }
+    return std::nullopt;
+}
+
+/** Goes on from `target`'s directory to the directory and the name that `path` says. */
+bool Replacement::step(Target& target, std::string const& path) {
+    auto const slash = path.rfind('/');
+    std::string const name = slash == std::string::npos ? path : path.substr(slash + 1);
+    if (name.empty() || name == "." || name == "..")
+        return false;
+    std::string const directory =
+        slash == std::string::npos ? "." : path.substr(0, std::max(slash, std::size_t{1}));
+    target.directory =
+        openDirectory(target.directory.isOpen() ? target.directory.number() : AT_FDCWD, directory);
+    target.name = name;
+    return target.directory.isOpen();
+}
+
+/** Looks at what is to be replaced. False when it cannot be. */
+bool Replacement::examine() {
+    struct stat status = {};
+    if (::fstatat(_target.directory.number(), _target.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+        return errno == ENOENT;
+    _replaced = status;
+    return S_ISREG(status.st_mode);
+}
+
+/** What cannot be cleared stays, and does no harm. */
+void Replacement::clearStale() const {
+    auto const names = entryNames(_target.directory.number());
+    if (!names)
+        return;
+    for (std::string const& name : *names)
+        if (isTemporary(name, _stem))
+            removeIfStale(name);
+}
+
+void Replacement::removeIfStale(std::string const& name) const {
+    int const flags = O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+    Descriptor const file(retried([&] { return ::openat(_target.directory.number(), name.c_str(), flags); }));
+    // Its process may have moved it into place before it let go of the lock.
+    if (file.isOpen() && isLocked(file.number()) && isAt(file.number(), name))
+        ::unlinkat(_target.directory.number(), name.c_str(), 0);
+}
+
+bool Replacement::makeTemporary() {
+    // Nobody may read the new content who could not read the old one, not even for a moment.
+    ::mode_t const mode = _replaced ? 0600 : 0666;
+    int const flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
+    for (int attempt = 0; attempt < nameAttempts; ++attempt) {
+        std::string const suffix = randomSuffix();
+        if (suffix.empty())
+            return false;
+        std::string name = _stem + suffix;
+        _file = Descriptor(
+            retried([&] { return ::openat(_target.directory.number(), name.c_str(), flags, mode); }));
+        if (_file.isOpen()) {
+            _temporary = std::move(name);
+            if (lockTemporary())
+                return true;
+            discard();
+        } else if (errno != EEXIST) {
+            return false;
+        }
+    }
+    return false;
+}
+
+/**
+ * Takes the lock on the new temporary file. False when someone was quicker, took it for a stale one and
+ * removes it. Where the file system has no locks nobody can, and the work goes on without.
+ */
+bool Replacement::lockTemporary() const {
+    return (isLocked(_file.number()) || errno != EWOULDBLOCK) && isAt(_file.number(), _temporary);
+}
+
+/** Whether a regular file that is open is still what stands under a name. */
+bool Replacement::isAt(int file, std::string const& name) const {
+    struct stat open = {};
+    struct stat there = {};
+    return ::fstat(file, &open) == 0 && S_ISREG(open.st_mode) &&
+           ::fstatat(_target.directory.number(), name.c_str(), &there, AT_SYMLINK_NOFOLLOW) == 0 &&
+           open.st_dev == there.st_dev && open.st_ino == there.st_ino;
+}
+
+long Replacement::write(void const* bytes, long count) {
+    auto const* const source = static_cast<char const*>(bytes);
+    auto const buffered = [this] { return static_cast<long>(_buffer.size()); };
+    if (count <= 0 || _failed)
+        return 0;
+    bool const adjoins = _position == _bufferStart + buffered();
+    if ((!adjoins || count > bufferBytes - buffered()) && !flush())
+        return 0;
+    long moved = count;
+    if (count > bufferBytes) {
+        moved = writeThrough(source, count, _position);
+    } else {
+        if (_buffer.empty())
+            _bufferStart = _position;
+        _buffer.append(source, static_cast<std::size_t>(count));
+    }
+    _position += moved;
+    _size = std::max(_size, _position);
+    return moved;
+}
+
+/** Result: the bytes moved; after fewer than `count` the replacement has failed. */
+long Replacement::writeThrough(char const* bytes, long count, long position) {
+    long moved = 0;
+    while (moved < count) {
+        auto const step = retried([&] {
+            return ::pwrite(_file.number(), bytes + moved, static_cast<std::size_t>(count - moved),
+                            position + moved);
+        });
+        if (step <= 0) {
+            _failed = true;
+            return moved;
+        }
+        moved += step;
+    }
+    return moved;
+}
+
+bool Replacement::flush() {
+    if (!_failed)
+        writeThrough(_buffer.data(), static_cast<long>(_buffer.size()), _bufferStart);
+    _buffer.clear();
+    return !_failed;
+}
+
+/** Gives the new file what the old one had: the mode, and where possible the owner, or else the group. */
+bool Replacement::keepOwnerAndMode() const {
+    if (!_replaced)
+        return true;
+    struct stat now = {};
+    if (::fstat(_file.number(), &now) != 0)
+        return false;
+    bool const sameOwner = now.st_uid == _replaced->st_uid && now.st_gid == _replaced->st_gid;
+    auto const unchanged = static_cast<::uid_t>(-1);
+    if (!sameOwner && !(isOwned(_file.number(), unchanged, _replaced->st_gid) &&
+                        isOwned(_file.number(), _replaced->st_uid, _replaced->st_gid)))
+        return false;
+    // After the owner, whose change takes mode bits away.
+    return retried([&] { return ::fchmod(_file.number(), _replaced->st_mode & 07777U); }) == 0;
+}
+
+/** Brings the temporary file to its final form, on the disk. The lock stays until the file is in its place.
+ */
+bool Replacement::settle() {
+    if (!flush() || !keepOwnerAndMode() || !isSynchronised(_file.number()))
+        return false;
+    _lock = Descriptor(::fcntl(_file.number(), F_DUPFD_CLOEXEC, 0));
+    return _lock.isOpen() && _file.close();
+}
+
+bool Replacement::commit() {
+    int const directory = _target.directory.number();
+    if (!settle() || ::renameat(directory, _temporary.c_str(), directory, _target.name.c_str()) != 0)
+        return false;
+    _temporary.clear();
+    // Where directories cannot be synchronised (EINVAL), their changes need not be.
+    return isSynchronised(directory) || errno == EINVAL;
+}
+
+} // namespace filesystem

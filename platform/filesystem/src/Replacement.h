@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <sys/stat.h>
+
+#include "Descriptor.h"
+
+namespace filesystem {
+
+/**
+ * A file on disk that is being replaced, or made. Everything that writes file content to the disk is here.
+ *
+ * The new content goes to a temporary file beside the old one, named after it: ".", its name, "." and six
+ * random characters. The process holds a lock on the temporary file as long as it is at work on it, so a
+ * temporary file whose lock can be taken was left by a process that was killed; `begin` clears those of its
+ * own file.
+ *
+ * A symbolic link at the path is resolved once, by `begin`; the link stays and its target is replaced.
+ */
+class Replacement {
+public:
+    /**
+     * Begins to replace the file at `path`, or to make it in its directory, which must exist.
+     * Result: null when that is not possible: what stands there is no regular file or may not be written.
+     */
+    [[nodiscard]] static std::unique_ptr<Replacement> begin(std::string const& path);
+
+    Replacement(Replacement const&) = delete;
+    Replacement& operator=(Replacement const&) = delete;
+
+    /** Without a successful `commit`: removes the temporary file; the old one is as it was. */
+    ~Replacement();
+
+    /**
+     * Writes at the position and moves it on. Result: the bytes moved. Once some were not, no more are
+     * written and `commit` fails.
+     */
+    long write(void const* bytes, long count);
+
+    /** Moves the position, to 0 at least and `size()` at most. */
+    void seek(long position) noexcept { _position = position; }
+
+    [[nodiscard]] long tell() const noexcept { return _position; }
+    [[nodiscard]] long size() const noexcept { return _size; }
+
+    /**
+     * Makes the new content durable and moves it over the old one; the last call before destruction. Result:
+     * false when a step failed. The old content is then in place, except when the last step failed, making
+     * the move itself durable: the new content is in place then, but may be lost with the power.
+     */
+    bool commit();
+
+private:
+    struct Target {
+        Descriptor directory;
+        std::string name;
+    };
+
+    explicit Replacement(Target target);
+
+    static std::optional<Target> resolve(std::string const& path);
+    static bool step(Target& target, std::string const& path);
+
+    void discard() noexcept;
+    bool examine();
+    void clearStale() const;
+    void removeIfStale(std::string const& name) const;
+    bool makeTemporary();
+    bool lockTemporary() const;
+    [[nodiscard]] bool isAt(int file, std::string const& name) const;
+    long writeThrough(char const* bytes, long count, long position);
+    bool flush();
+    bool keepOwnerAndMode() const;
+    bool settle();
+
+    Target _target;
+    std::optional<struct stat> _replaced; // none for a new file
+    std::string _stem;                    // of the names of temporary files
+    std::string _temporary;               // empty when there is none
+    Descriptor _file;
+    Descriptor _lock;    // holds the lock once `_file` is closed
+    std::string _buffer; // the last bytes written, for `_bufferStart` and on
+    long _bufferStart = 0;
+    long _position = 0;
+    long _size = 0;
+    bool _failed = false;
+};
+
+} // namespace filesystem

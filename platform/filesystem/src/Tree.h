@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+#include <vector>
+
+#include "Node.h"
+#include "NodePool.h"
+#include "PathIndex.h"
+#include "PathPlace.h"
+#include "TreePath.h"
+
+namespace filesystem {
+
+/**
+ * A tree of directories and files in memory.
+ *
+ * Nodes know their parent, their siblings and the hash of their path; one flat index finds any of them by its
+ * whole path at the same cost, whatever the number of nodes. Nothing here recurses.
+ */
+class Tree {
+public:
+    static constexpr NodeId root = noNode + 1;
+
+    Tree();
+
+    [[nodiscard]] Node& operator[](NodeId id) noexcept { return _nodes[id]; }
+    [[nodiscard]] Node const& operator[](NodeId id) const noexcept { return _nodes[id]; }
+
+    /** The node at `path`, `noNode` when nothing stands there. */
+    [[nodiscard]] NodeId find(TreePath const& path) const;
+
+    /** The children of a directory in ascending byte order of their names, added to the end of `list`. */
+    void appendChildren(NodeId directory, std::vector<NodeId>& list) const;
+
+    /**
+     * Makes an empty directory or file at `path`.
+     * Result: `noNode`, with nothing changed, when its parent is not a directory or its name is none.
+     * Errors: `std::bad_alloc`; nothing has changed. Nothing may stand at `path` yet.
+     */
+    NodeId make(TreePath const& path, bool directory);
+
+    /** Removes a node, not the root, with all that is below it. */
+    void remove(NodeId id) noexcept;
+
+    /** Removes all that is below a directory. */
+    void clear(NodeId directory) noexcept;
+
+    /**
+     * Makes the directory at `path` and those above it that are missing.
+     * Result: false when a file is in the way or a name is none; what could be made up to there stays.
+     * Errors: `std::bad_alloc`; likewise.
+     */
+    bool makeDirectories(TreePath const& path);
+
+    /** A directory built where no path reaches it, to be put in place as a whole; released with this object.
+     */
+    class Apart {
+    public:
+        explicit Apart(Tree& tree) : _tree(tree), _directory(tree._nodes.make(true)) {}
+        Apart(Apart const&) = delete;
+        Apart& operator=(Apart const&) = delete;
+        ~Apart();
+
+        [[nodiscard]] NodeId directory() const { return _directory; }
+
+        /**
+         * Adds a node to this directory or to one below it. The caller sees to it that no two children of a
+         * directory share a name. `hash` is that of the whole path at which the node will stand.
+         * Errors: `std::bad_alloc`; nothing has changed.
+         */
+        NodeId childDirectory(NodeId parent, std::string_view name, PathPlace& place);
+        NodeId add(NodeId parent, std::string_view name, std::uint32_t hash, bool directory);
+
+    private:
+        friend class Tree;
+
+        Tree& _tree;
+        NodeId _directory;
+        std::size_t _count = 0;
+    };
+
+    /**
+     * Puts a directory built apart in place of what stands at `path`.
+     * Result: false, with nothing changed, when the parent of `path` is not a directory or its name is none.
+     * Errors: `std::bad_alloc`; nothing has changed.
+     */
+    bool graft(Apart&& apart, TreePath const& path);
+
+private:
+    [[nodiscard]] bool standsAt(NodeId id, TreePath const& path) const;
+    [[nodiscard]] NodeId directoryAbove(TreePath const& path) const;
+    [[nodiscard]] NodeId nextInTree(NodeId id, NodeId top) const noexcept;
+    NodeId childDirectory(NodeId parent, std::string_view name, PathPlace& place);
+    NodeId add(NodeId parent, std::string_view name, std::uint32_t hash, bool directory);
+    void link(NodeId parent, NodeId child) noexcept;
+    void unlink(NodeId child) noexcept;
+    void moveChildren(NodeId from, NodeId to) noexcept;
+    template <class Visit>
+    void releaseBelow(NodeId top, Visit&& beforeRelease) noexcept;
+
+    NodePool _nodes;
+    PathIndex _index;
+};
+
+} // namespace filesystem

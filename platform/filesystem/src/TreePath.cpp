@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "TreePath.h"
+
+#include <QString>
+
+#include "PathHash.h"
+#include "Words.h"
+
+namespace filesystem {
+
+namespace {
+
+constexpr std::uint64_t everyByte = 0x0101010101010101U;
+constexpr std::uint64_t highBits = 0x80 * everyByte;
+
+/** The high bit of every byte that is a "/", no other bit. */
+inline std::uint64_t slashes(std::uint64_t word) {
+    std::uint64_t const zeroAtSlash = word ^ ('/' * everyByte);
+    return ~(((zeroAtSlash & ~highBits) + ~highBits) | zeroAtSlash | ~highBits);
+}
+
+struct Traits {
+    bool ascii;
+    bool emptyLevels;
+};
+
+/** What stands in a path's way to being canonical, eight bytes at a time. */
+Traits examine(std::string_view path) {
+    std::uint64_t all = 0;
+    std::uint64_t doubled = 0;
+    std::uint64_t before = highBits; // a leading "/" counts as doubled
+    for (std::string_view left = path; !left.empty();) {
+        std::size_t const count = left.size() < 8 ? left.size() : 8;
+        std::uint64_t const word = loadPartialWord(left.data(), count);
+        std::uint64_t const here = slashes(word);
+        all |= word;
+        doubled |= here & (here << 8 | before >> 56);
+        before = here;
+        left.remove_prefix(count);
+    }
+    return {(all & highBits) == 0, doubled != 0 || (!path.empty() && path.back() == '/')};
+}
+
+/** `path` with its empty levels left out. */
+std::string withoutEmptyLevels(std::string_view path) {
+    std::string result;
+    result.reserve(path.size());
+    for (std::size_t begin = 0; begin < path.size();) {
+        std::size_t const end = std::min(path.find('/', begin), path.size());
+        if (end > begin) {
+            if (!result.empty())
+                result += '/';
+            result.append(path, begin, end - begin);
+        }
+        begin = end + 1;
+    }
+    return result;
+}
+
+} // namespace
+
+std::string_view canonicalPath(std::string_view path, std::string& storage) {
+    Traits const traits = examine(path);
+    if (traits.ascii && !traits.emptyLevels)
+        return path;
+    if (traits.ascii)
+        return storage = withoutEmptyLevels(path);
+    // The "/" keeps a byte-order mark at the start from being dropped.
+    std::string const rooted = '/' + std::string(path);
+    QByteArray const utf8 = QString::fromUtf8(rooted.data(), static_cast<int>(rooted.size())).toUtf8();
+    return storage = withoutEmptyLevels({utf8.constData(), static_cast<std::size_t>(utf8.size())});
+}
+
+bool isName(std::string_view name) {
+    if (name.empty() || name == "." || name == ".." || name.find('/') != std::string_view::npos)
+        return false;
+    std::string storage;
+    return canonicalPath(name, storage) == name;
+}
+
+TreePath TreePath::of(std::string_view canonical) {
+    std::size_t const slash = canonical.find('/');
+    std::string_view const rest =
+        slash == std::string_view::npos ? std::string_view() : canonical.substr(slash + 1);
+    return {canonical.substr(0, slash), rest, PathHash::of(rest)};
+}
+
+std::uint32_t TreePath::hash() const {
+    return PathHash::join(PathHash::of(first), restHash);
+}
+
+std::string_view TreePath::name() const {
+    // npos + 1 is 0: a path of two levels has no "/" in its rest.
+    return rest.empty() ? first : rest.substr(rest.rfind('/') + 1);
+}
+
+TreePath TreePath::parent() const {
+    if (rest.empty())
+        return of({});
+    std::size_t const slash = rest.rfind('/');
+    std::string_view const above =
+        slash == std::string_view::npos ? std::string_view() : rest.substr(0, slash);
+    return {first, above, PathHash::of(above)};
+}
+
+CanonicalPath::CanonicalPath(QString const& path) : _valid(true), _path{} {
+    QByteArray const utf8 = path.toUtf8();
+    std::string_view const view(utf8.constData(), static_cast<std::size_t>(utf8.size()));
+    Traits const traits = examine(view);
+    _valid = traits.ascii || path.isValidUtf16();
+    _text = traits.emptyLevels ? withoutEmptyLevels(view) : std::string(view);
+    _path = TreePath::of(_text);
+}
+
+} // namespace filesystem

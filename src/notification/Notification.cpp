@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <iterator>
+
+#include "register/Lock.h"
+#include "utils/properties/Register.h"
+
+namespace utils::properties {
+
+namespace {
+
+using Listeners = std::multimap<std::string, _Register::Callback*>;
+
+/**
+ * A round of telling the entries of one key. Listeners may add and remove entries while it goes on: it tells
+ * those that were there when it began, in the order of their adding, and that still are when their turn
+ * comes.
+ */
+class Round {
+public:
+    Round(Listeners& listeners, std::string const& key) : _outer(_innermost) {
+        auto const [first, last] = listeners.equal_range(key);
+        _next = first;
+        _left = std::distance(first, last); // entries added from now on stand behind these
+        _innermost = this;
+    }
+    Round(Round const&) = delete;
+    Round& operator=(Round const&) = delete;
+    ~Round() { _innermost = _outer; }
+
+    void tell(void* sender, std::string const& name) {
+        while (_left > 0) {
+            _Register::Callback* const listener = _next->second;
+            ++_next;
+            --_left;
+            // The entry, and with it the listener, may be gone when either call returns.
+            if (listener->owner() != sender)
+                listener->propertyChanged(name);
+        }
+    }
+
+    /** Takes an entry that is about to be removed out of every round that would still come to it. */
+    static void forget(Listeners::iterator entry) {
+        for (Round* round = _innermost; round != nullptr; round = round->_outer)
+            round->skip(entry);
+    }
+
+private:
+    void skip(Listeners::iterator entry) {
+        auto ahead = _next;
+        for (auto i = _left; i > 0; --i, ++ahead) {
+            if (&*ahead != &*entry) // of whichever register the entry is
+                continue;
+            if (ahead == _next)
+                ++_next;
+            --_left;
+            return;
+        }
+    }
+
+    static Round* _innermost; ///< guarded by the register's lock
+
+    Round* _outer;
+    Listeners::iterator _next;
+    std::iterator_traits<Listeners::iterator>::difference_type _left;
+};
+
+Round* Round::_innermost = nullptr;
+
+/**
+ * The names taken out of the pending ones to be announced. What is not told to the end goes back to them. A
+ * listener that makes a change of its own therefore announces that change only, and cannot disturb the walk
+ * it is called from.
+ */
+class Announcement {
+public:
+    explicit Announcement(std::set<std::string>& pending) : _pending(pending) { _names.swap(pending); }
+    Announcement(Announcement const&) = delete;
+    Announcement& operator=(Announcement const&) = delete;
+    ~Announcement() { _pending.merge(_names); }
+
+    [[nodiscard]] std::set<std::string> const& names() const { return _names; }
+    void done() { _names.clear(); }
+
+private:
+    std::set<std::string>& _pending;
+    std::set<std::string> _names;
+};
+
+/** Shortens a key to that of the group around it; false when there is none. */
+bool shorten(std::string& key) {
+    std::size_t const slash = key.rfind('/');
+    if (key.size() == 1 || slash == std::string::npos)
+        return false;
+    key.resize(slash == 0 ? 1 : slash);
+    return true;
+}
+
+void announce(Listeners& listeners, void* sender, std::string const& name) {
+    if (name.empty())
+        return;
+    std::string key = name;
+    do
+        Round(listeners, key).tell(sender, name);
+    while (shorten(key));
+}
+
+void removeEntries(Listeners& listeners, Listeners::iterator first, Listeners::iterator last,
+                   _Register::Callback* callback) {
+    while (first != last) {
+        auto const entry = first++;
+        if (entry->second != callback)
+            continue;
+        Round::forget(entry);
+        listeners.erase(entry);
+    }
+}
+
+} // namespace
+
+void _Register::notify(void* sender) {
+    Lock const lock(*_mutex);
+    Announcement announcement(_changedProperties);
+    for (std::string const& name : announcement.names())
+        announce(_callbacks, sender, name);
+    announcement.done();
+}
+
+void _Register::markAsChanged(void* sender, std::string const& name) {
+    if (_changedProperties.empty() && _callbacks.empty())
+        return;                      // nobody to tell, nothing pending: it would be forgotten at once
+    _changedProperties.insert(name); // without the lock: this is meant
+    notify(sender);
+}
+
+void _Register::addCallback(std::string const& key, Callback* callback) {
+    if (callback == nullptr)
+        throw Exception("Null callback.");
+    Lock const lock(*_mutex);
+    _callbacks.emplace(key, callback);
+}
+
+void _Register::removeCallback(std::string const& key, Callback* callback) {
+    Lock const lock(*_mutex);
+    auto const [first, last] = _callbacks.equal_range(key);
+    removeEntries(_callbacks, first, last, callback);
+}
+
+void _Register::removeCallback(Callback* callback) {
+    Lock const lock(*_mutex);
+    removeEntries(_callbacks, _callbacks.begin(), _callbacks.end(), callback);
+}
+
+} // namespace utils::properties

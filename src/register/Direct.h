@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+#include <typeinfo>
+
+#if __has_include(<filesystem/Direct.h>)
+#include <filesystem/Direct.h>
+#endif
+
+#include "register/Scopes.h"
+#include "utils/properties/Register.h"
+
+/**
+ * The short way to a property's bytes, past the file system's virtual operations.
+ *
+ * It is taken only by an object that is exactly a `_Register`: there nothing can see single calls. A derived
+ * class sees every one of them. It serves only what goes well; whatever is out of the ordinary goes the long
+ * way, through the file system, so that each failure is dealt with in one place.
+ *
+ * A file-system library that offers no direct access leaves the long way for everything.
+ */
+namespace utils::properties::direct {
+
+#if __has_include(<filesystem/Direct.h>)
+
+using filesystem::direct::Entry;
+using filesystem::direct::find;
+using filesystem::direct::Kind;
+using filesystem::direct::makeDirectories;
+using filesystem::direct::Path;
+using filesystem::direct::rewrite;
+
+inline bool isOpen(_Register const& object) {
+    return typeid(object) == typeid(_Register);
+}
+
+#else
+
+enum class Kind { none, directory, file };
+
+struct Entry {
+    Kind kind;
+    std::string_view content;
+};
+
+struct Path {
+    explicit Path(std::string_view) {}
+};
+
+inline Entry find(_Register const&, std::string_view, Path const&) {
+    return {Kind::none, {}};
+}
+inline char* rewrite(_Register&, std::string_view, Path const&, std::size_t) {
+    return nullptr;
+}
+inline bool makeDirectories(_Register&, std::string_view, Path const&) {
+    return false;
+}
+
+constexpr bool isOpen(_Register const&) {
+    return false;
+}
+
+#endif
+
+/** What readers find under a name, in the first scope that holds it. The lock is held. */
+inline Entry locate(_Register const& object, std::string const& name) {
+    Path const path(name);
+    for (RegisterScope const scope : lookupOrder)
+        if (Entry const entry = find(object, scopeDirectory(scope), path); entry.kind != Kind::none)
+            return entry;
+    return {Kind::none, {}};
+}
+
+} // namespace utils::properties::direct

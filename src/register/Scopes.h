@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <array>
+#include <string_view>
+
+#include "utils/properties/Register.h"
+
+namespace utils::properties {
+
+/** Where readers look for a property: what the user chose hides what the administrator set. */
+constexpr std::array lookupOrder{SCOPE_USER, SCOPE_GLOBAL, SCOPE_TEMPORARY};
+
+/** Where the tests for existence look; the answer does not depend on it, the file system's calls do. */
+constexpr std::array existenceOrder{SCOPE_GLOBAL, SCOPE_USER, SCOPE_TEMPORARY};
+
+constexpr bool isScope(RegisterScope scope) {
+    return scope == SCOPE_GLOBAL || scope == SCOPE_USER || scope == SCOPE_TEMPORARY;
+}
+
+/** The first-level directory of a valid scope. */
+constexpr std::string_view scopeDirectory(RegisterScope scope) {
+    return scope == SCOPE_USER ? "user" : scope == SCOPE_TEMPORARY ? "temp" : "global";
+}
+
+} // namespace utils::properties

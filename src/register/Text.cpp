@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// QString::fromAscii is hidden unless all that was ever deprecated is let in; in QtCore 6 it is called
+// fromLatin1. This is the only place that sees the difference.
+#define QT_DISABLE_DEPRECATED_BEFORE 0
+#include "register/Text.h"
+
+namespace utils::properties {
+
+std::string toUtf8(QString const& text) {
+    QByteArray const utf8 = text.toUtf8();
+    return {utf8.constData(), static_cast<std::size_t>(utf8.size())};
+}
+
+QString fromLiteral(char const* path) {
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations" // deprecated by name only: it does what it did
+    return QString::fromAscii(path);
+#pragma GCC diagnostic pop
+#else
+    return QString::fromLatin1(path);
+#endif
+}
+
+} // namespace utils::properties

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+
+#include <QString>
+
+namespace utils::properties {
+
+/** A name or path as the file system takes it. */
+[[nodiscard]] inline QString toQString(std::string const& utf8) {
+    return QString::fromUtf8(utf8.data(), static_cast<int>(utf8.size()));
+}
+
+[[nodiscard]] std::string toUtf8(QString const& text);
+
+/** A fixed path of the register's own: ASCII only. */
+[[nodiscard]] QString fromLiteral(char const* path);
+
+} // namespace utils::properties

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+
+#include <filesystem/FileSystem.h>
+
+namespace utils::properties {
+
+/** A record in an open file, reached through the file system's virtual operations, one call a field. */
+class FileRecord {
+public:
+    FileRecord(filesystem::FileSystem& fileSystem, filesystem::FileHandle* handle)
+        : _fileSystem(fileSystem), _handle(handle) {}
+
+    void writeByte(char value) { _fileSystem.writeByte(_handle, value); }
+    void writeInt(int value) { _fileSystem.writeInt(_handle, value); }
+    void writeBytes(std::string const& bytes) {
+        _fileSystem.write(_handle, bytes.data(), static_cast<long>(bytes.size()));
+    }
+
+    char readByte() { return _fileSystem.readByte(_handle); }
+    int readInt() { return _fileSystem.readInt(_handle); }
+    std::string readBytes(int count) { return _fileSystem.readBytes(_handle, count); }
+
+private:
+    filesystem::FileSystem& _fileSystem;
+    filesystem::FileHandle* _handle;
+};
+
+} // namespace utils::properties

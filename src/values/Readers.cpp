@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <type_traits>
+
+#include "register/Direct.h"
+#include "register/Lock.h"
+#include "register/Text.h"
+#include "utils/properties/Register.h"
+#include "values/FileRecord.h"
+#include "values/MemoryRecord.h"
+#include "values/Record.h"
+
+namespace utils::properties {
+
+namespace {
+
+/** A located property that cannot be opened is a bad type; only for a string it is a property not found. */
+template <class Value>
+using CannotOpen = std::conditional_t<std::is_same_v<Value, std::string>, PropertyNotFound, PropertyBadType>;
+
+/** Reads a value that is there and of the right kind, straight from memory. False for any other. */
+template <class Value>
+bool readDirectly(_Register& object, std::string const& name, Value& value) {
+    if (!direct::isOpen(object))
+        return false;
+    direct::Entry const entry = direct::locate(object, name);
+    RecordReader record(entry.content);
+    if (entry.kind != direct::Kind::file || !Record<Value>::readTags(record))
+        return false;
+    Record<Value>::readPayload(record, value);
+    return true;
+}
+
+template <class Value>
+void readValue(_Register& object, std::string const& name, Value& value) {
+    Lock const lock(*_Register::_mutex);
+    if (readDirectly(object, name, value))
+        return;
+    std::string const path = object._locateProperty(name);
+    filesystem::FileHandle* handle = nullptr;
+    if (!object.open(toQString(path), &handle, filesystem::FileSystem::MODE_READ))
+        throw CannotOpen<Value>();
+    FileRecord record(object, handle);
+    if (!Record<Value>::readTags(record))
+        throw PropertyBadType(); // the handle stays open: this is meant
+    Record<Value>::readPayload(record, value);
+    object.close(handle);
+}
+
+} // namespace
+
+void _Register::_readString(std::string const& name, std::string& value) {
+    readValue(*this, name, value);
+}
+
+void _Register::_readNumber(std::string const& name, double& value) {
+    double number = 0;
+    readValue(*this, name, number);
+    value = number; // only now, when the handle is closed, unlike the other kinds: this is meant
+}
+
+void _Register::_readInteger(std::string const& name, int& value) {
+    readValue(*this, name, value);
+}
+
+void _Register::_readBoolean(std::string const& name, bool& value) {
+    readValue(*this, name, value);
+}
+
+void _Register::_readStrings(std::string const& name, std::vector<std::string>& values) {
+    readValue(*this, name, values);
+}
+
+void _Register::_readNumbers(std::string const& name, std::vector<double>& values) {
+    readValue(*this, name, values);
+}
+
+void _Register::_readIntegers(std::string const& name, std::vector<int>& values) {
+    readValue(*this, name, values);
+}
+
+void _Register::_readBooleans(std::string const& name, std::vector<bool>& values) {
+    readValue(*this, name, values);
+}
+
+} // namespace utils::properties

@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "utils/properties/Register.h"
+
+/**
+ * The format of a value record, written down once.
+ *
+ * A record is a tag byte and a payload; a list has a second tag, that of its elements, and a count. Integers,
+ * counts and lengths are the file system's 32-bit ints.
+ *
+ *     string   'S' length bytes
+ *     number   'N' the 8 bytes of the binary64 pattern, least significant first
+ *     integer  'I' int
+ *     boolean  'B' 1 or 0
+ *     list     'L' element tag, count, then each element without its tag
+ *
+ * Records are written to anything with `writeByte`, `writeInt` and `writeBytes`, and read from anything with
+ * `readByte`, `readInt` and `readBytes`, one call a field. Nothing is checked but the tags: what is missing
+ * at the end of a record reads as the source gives it, and what follows a record is never read.
+ */
+namespace utils::properties {
+
+/** How a value stands in a record, without its tag. */
+template <class Value>
+struct Field;
+
+template <>
+struct Field<std::string> {
+    static constexpr Type tag = TYPE_STRING;
+
+    template <class Sink>
+    static void write(Sink& sink, std::string const& value) {
+        sink.writeInt(static_cast<int>(value.size()));
+        sink.writeBytes(value);
+    }
+    template <class Source>
+    static auto read(Source& source) {
+        return source.readBytes(source.readInt());
+    }
+};
+
+template <>
+struct Field<double> {
+    static constexpr Type tag = TYPE_NUMBER;
+    static_assert(std::numeric_limits<double>::is_iec559 && sizeof(double) == sizeof(std::uint64_t));
+
+    template <class Sink>
+    static void write(Sink& sink, double value) {
+        std::uint64_t bits = 0;
+        std::memcpy(&bits, &value, sizeof bits);
+        for (unsigned shift = 0; shift < 64; shift += 8)
+            sink.writeByte(static_cast<char>((bits >> shift) & 0xFFU));
+    }
+    template <class Source>
+    static double read(Source& source) {
+        std::uint64_t bits = 0;
+        for (unsigned shift = 0; shift < 64; shift += 8)
+            bits |= std::uint64_t{static_cast<unsigned char>(source.readByte())} << shift;
+        double value = 0;
+        std::memcpy(&value, &bits, sizeof value);
+        return value;
+    }
+};
+
+template <>
+struct Field<int> {
+    static constexpr Type tag = TYPE_INTEGER;
+
+    template <class Sink>
+    static void write(Sink& sink, int value) {
+        sink.writeInt(value);
+    }
+    template <class Source>
+    static int read(Source& source) {
+        return source.readInt();
+    }
+};
+
+template <>
+struct Field<bool> {
+    static constexpr Type tag = TYPE_BOOLEAN;
+
+    template <class Sink>
+    static void write(Sink& sink, bool value) {
+        sink.writeByte(value ? 1 : 0);
+    }
+    template <class Source>
+    static bool read(Source& source) {
+        return source.readByte() != 0;
+    }
+};
+
+/** A tag byte is signed on every machine: one above 127 is negative. */
+template <class Source>
+Type readTag(Source& source) {
+    return static_cast<Type>(static_cast<signed char>(source.readByte()));
+}
+
+/** A whole record. */
+template <class Value>
+struct Record {
+    template <class Sink>
+    static void write(Sink& sink, Value const& value) {
+        sink.writeByte(static_cast<char>(Field<Value>::tag));
+        Field<Value>::write(sink, value);
+    }
+    /** Whether the record is of this kind; reads no further than the first tag that differs. */
+    template <class Source>
+    static bool readTags(Source& source) {
+        return readTag(source) == Field<Value>::tag;
+    }
+    template <class Source>
+    static void readPayload(Source& source, Value& value) {
+        value = Field<Value>::read(source);
+    }
+};
+
+template <class Element>
+struct Record<std::vector<Element>> {
+    template <class Sink>
+    static void write(Sink& sink, std::vector<Element> const& values) {
+        sink.writeByte(static_cast<char>(TYPE_LIST));
+        sink.writeByte(static_cast<char>(Field<Element>::tag));
+        sink.writeInt(static_cast<int>(values.size()));
+        for (auto const& value : values)
+            Field<Element>::write(sink, value);
+    }
+    template <class Source>
+    static bool readTags(Source& source) {
+        return readTag(source) == TYPE_LIST && readTag(source) == Field<Element>::tag;
+    }
+    /** The list grows by one element at a time, without room reserved for a count that nobody has checked. */
+    template <class Source>
+    static void readPayload(Source& source, std::vector<Element>& values) {
+        int const count = source.readInt();
+        values.clear();
+        for (int i = 0; i < count; ++i)
+            values.emplace_back(Field<Element>::read(source));
+    }
+};
+
+} // namespace utils::properties

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+
+#include <stdlib.h>
+
+namespace support {
+
+/** A fresh, empty directory of this test's own, removed with all that is in it at the end. */
+class TemporaryDirectory {
+public:
+    TemporaryDirectory() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "velmorand-test-XXXXXX").string();
+        if (::mkdtemp(pattern.data()) == nullptr)
+            throw std::runtime_error("cannot make a temporary directory at " + pattern);
+        _path = pattern;
+    }
+    TemporaryDirectory(TemporaryDirectory const&) = delete;
+    TemporaryDirectory& operator=(TemporaryDirectory const&) = delete;
+    ~TemporaryDirectory() {
+        std::error_code ignored;
+        std::filesystem::remove_all(_path, ignored);
+    }
+
+    [[nodiscard]] std::filesystem::path const& path() const { return _path; }
+    [[nodiscard]] std::string string() const { return _path.string(); }
+    [[nodiscard]] std::filesystem::path operator/(std::string const& name) const { return _path / name; }
+
+private:
+    std::filesystem::path _path;
+};
+
+} // namespace support
