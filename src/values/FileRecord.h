@@ -23,6 +23,11 @@ public:
     int readInt() { return _fileSystem.readInt(_handle); }
     std::string readBytes(int count) { return _fileSystem.readBytes(_handle, count); }
 
+    template <class Field, class List>
+    int readAhead(int /*count*/, List& /*list*/) {
+        return 0; // every field is a call of its own
+    }
+
 private:
     filesystem::FileSystem& _fileSystem;
     filesystem::FileHandle* _handle;

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace utils::properties {
 
@@ -41,28 +42,33 @@ private:
     char* _next;
 };
 
-/** Reads a record from memory. */
+/** Reads fields that are known to be there. */
+class FieldReader {
+public:
+    explicit FieldReader(char const* next) : _next(next) {}
+
+    char readByte() { return *_next++; }
+    int readInt() {
+        unsigned bits = 0;
+        for (unsigned shift = 0; shift < 32; shift += 8)
+            bits |= unsigned{static_cast<unsigned char>(readByte())} << shift;
+        return static_cast<int>(bits);
+    }
+
+private:
+    char const* _next;
+};
+
+/** Reads a record from memory, to its end and not beyond. */
 class RecordReader {
 public:
     explicit RecordReader(std::string_view record) : _left(record) {}
 
     char readByte() {
-        if (_left.empty())
-            return 0;
-        char const byte = _left.front();
-        _left.remove_prefix(1);
-        return byte;
+        return take(1, [](FieldReader field) { return field.readByte(); });
     }
     int readInt() {
-        if (_left.size() < 4) {
-            _left = {};
-            return 0;
-        }
-        unsigned bits = 0;
-        for (unsigned i = 0; i < 4; ++i)
-            bits |= unsigned{static_cast<unsigned char>(_left[i])} << (8 * i);
-        _left.remove_prefix(4);
-        return static_cast<int>(bits);
+        return take(4, [](FieldReader field) { return field.readInt(); });
     }
     std::string_view readBytes(int count) {
         std::string_view const bytes = _left.substr(0, static_cast<std::size_t>(std::max(count, 0)));
@@ -70,7 +76,49 @@ public:
         return bytes;
     }
 
+    /** Reads the elements of a fixed size that are there whole. Result: their number. */
+    template <class Field, class Element>
+    int readAhead(int count, std::vector<Element>& list) {
+        if constexpr (Field::size == 0) {
+            return 0;
+        } else {
+            std::size_t const whole =
+                std::min(static_cast<std::size_t>(std::max(count, 0)), _left.size() / Field::size);
+            FieldReader field(_left.data());
+            appendOneByOne(list, whole, [&field] { return Field::read(field); });
+            _left.remove_prefix(whole * Field::size);
+            return static_cast<int>(whole);
+        }
+    }
+
 private:
+    template <class Read>
+    auto take(std::size_t size, Read read) -> decltype(read(FieldReader(nullptr))) {
+        if (_left.size() < size) {
+            _left = {};
+            return 0;
+        }
+        char const* const field = _left.data();
+        _left.remove_prefix(size);
+        return read(FieldReader(field));
+    }
+
+    /** A list grows as if each element were appended by itself, yet those it has room for come in one go. */
+    template <class Element, class Next>
+    static void appendOneByOne(std::vector<Element>& list, std::size_t count, Next next) {
+        while (count > 0) {
+            std::size_t const size = list.size();
+            std::size_t const fitting = std::min(count, list.capacity() - size);
+            list.resize(size + fitting);
+            std::generate(list.begin() + static_cast<std::ptrdiff_t>(size), list.end(), next);
+            count -= fitting;
+            if (count > 0) {
+                list.push_back(next());
+                --count;
+            }
+        }
+    }
+
     std::string_view _left;
 };
 

@@ -34,6 +34,7 @@ struct Field;
 template <>
 struct Field<std::string> {
     static constexpr Type tag = TYPE_STRING;
+    static constexpr std::size_t size = 0; ///< in bytes, 0 where it differs
 
     template <class Sink>
     static void write(Sink& sink, std::string const& value) {
@@ -49,6 +50,7 @@ struct Field<std::string> {
 template <>
 struct Field<double> {
     static constexpr Type tag = TYPE_NUMBER;
+    static constexpr std::size_t size = 8;
     static_assert(std::numeric_limits<double>::is_iec559 && sizeof(double) == sizeof(std::uint64_t));
 
     template <class Sink>
@@ -72,6 +74,7 @@ struct Field<double> {
 template <>
 struct Field<int> {
     static constexpr Type tag = TYPE_INTEGER;
+    static constexpr std::size_t size = 4;
 
     template <class Sink>
     static void write(Sink& sink, int value) {
@@ -86,6 +89,7 @@ struct Field<int> {
 template <>
 struct Field<bool> {
     static constexpr Type tag = TYPE_BOOLEAN;
+    static constexpr std::size_t size = 1;
 
     template <class Sink>
     static void write(Sink& sink, bool value) {
@@ -141,7 +145,7 @@ struct Record<std::vector<Element>> {
     static void readPayload(Source& source, std::vector<Element>& values) {
         int const count = source.readInt();
         values.clear();
-        for (int i = 0; i < count; ++i)
+        for (int i = source.template readAhead<Field<Element>>(count, values); i < count; ++i)
             values.emplace_back(Field<Element>::read(source));
     }
 };
