@@ -101,11 +101,8 @@ std::set<filesystem::DirEntry> _Register::propertyList(std::string const& group,
     if (!isDirectory(path))
         throw Exception(group + " does not exist or is not a group.");
     std::set<filesystem::DirEntry> entries = getFileList(path);
-    for (auto entry = entries.begin(); entry != entries.end();) {
-        auto const current = entry++;
-        if (current->name == QLatin1String(".") || current->name == QLatin1String(".."))
-            entries.erase(current);
-    }
+    for (char const* const unlisted : {".", ".."})
+        entries.erase({QString::fromLatin1(unlisted)});
     return entries;
 }
 

@@ -6,6 +6,7 @@
 #include <limits>
 #include <utility>
 
+#include "LastListing.h"
 #include "Module.h"
 #include "RAMHandles.h"
 #include "Tree.h"
@@ -50,6 +51,17 @@ RAMHandle* ownHandle(FileSystem const& fileSystem, FileHandle* handle, FileSyste
     return own != nullptr && own->mode == mode ? own : nullptr;
 }
 
+std::set<DirEntry> entriesOf(Tree const& tree, NodeId directory) {
+    std::vector<NodeId> children;
+    tree.appendChildren(directory, children);
+    std::set<DirEntry> entries;
+    for (NodeId const child : children) {
+        std::string_view const name = tree[child].name();
+        entries.insert(entries.end(), {QString::fromUtf8(name.data(), static_cast<int>(name.size()))});
+    }
+    return entries;
+}
+
 /** Everything behind the handle's position. */
 std::string readRest(FileHandle& handle) {
     FileSystem& source = handle.fileSystem();
@@ -61,22 +73,17 @@ std::string readRest(FileHandle& handle) {
 
 } // namespace
 
-RAMFileSystem::RAMFileSystem() : _tree(std::make_unique<Tree>()), _handles(std::make_unique<RAMHandles>()) {}
+RAMFileSystem::RAMFileSystem()
+    : _tree(std::make_unique<Tree>()), _handles(std::make_unique<RAMHandles>()),
+      _lastListing(std::make_unique<LastListing>()) {}
 
 RAMFileSystem::~RAMFileSystem() noexcept(false) = default;
 
 std::set<DirEntry> RAMFileSystem::getFileList(QString const& path) const {
-    std::set<DirEntry> entries;
     NodeId const directory = find(*_tree, path);
     if (!isDirectoryAt(*_tree, directory))
-        return entries;
-    std::vector<NodeId> children;
-    _tree->appendChildren(directory, children);
-    for (NodeId const child : children) {
-        std::string_view const name = (*_tree)[child].name();
-        entries.insert(entries.end(), {QString::fromUtf8(name.data(), static_cast<int>(name.size()))});
-    }
-    return entries;
+        return {};
+    return _lastListing->get(directory, _tree->version(), [&] { return entriesOf(*_tree, directory); });
 }
 
 bool RAMFileSystem::exists(QString const& path) const {

@@ -178,6 +178,7 @@ bool Tree::graft(Apart&& apart, TreePath const& path) {
 
 /** Makes the children of one directory those of another, which has none. */
 void Tree::moveChildren(NodeId from, NodeId to) noexcept {
+    ++_version;
     _nodes[to].firstChild = _nodes[from].firstChild;
     _nodes[to].lastChild = _nodes[from].lastChild;
     _nodes[to].ordered = _nodes[from].ordered;
@@ -195,6 +196,7 @@ NodeId Tree::nextInTree(NodeId id, NodeId top) const noexcept {
 }
 
 void Tree::link(NodeId parent, NodeId child) noexcept {
+    ++_version;
     Node& directory = _nodes[parent];
     NodeId const last = directory.lastChild;
     _nodes[child].parent = parent;
@@ -210,6 +212,7 @@ void Tree::link(NodeId parent, NodeId child) noexcept {
 }
 
 void Tree::unlink(NodeId child) noexcept {
+    ++_version;
     Node const& node = _nodes[child];
     Node& directory = _nodes[node.parent];
     (node.previous == noNode ? directory.firstChild : _nodes[node.previous].next) = node.next;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 #include <vector>
 
@@ -27,6 +28,9 @@ public:
 
     [[nodiscard]] Node& operator[](NodeId id) noexcept { return _nodes[id]; }
     [[nodiscard]] Node const& operator[](NodeId id) const noexcept { return _nodes[id]; }
+
+    /** Another number whenever an entry has come or gone. */
+    [[nodiscard]] std::uint64_t version() const noexcept { return _version; }
 
     /** The node at `path`, `noNode` when nothing stands there. */
     [[nodiscard]] NodeId find(TreePath const& path) const;
@@ -102,6 +106,7 @@ private:
 
     NodePool _nodes;
     PathIndex _index;
+    std::uint64_t _version = 0;
 };
 
 } // namespace filesystem

@@ -7,6 +7,7 @@
 
 namespace filesystem {
 
+class LastListing;
 class RAMHandles;
 class Tree;
 
@@ -73,6 +74,7 @@ private:
 
     std::unique_ptr<Tree> _tree;
     std::unique_ptr<RAMHandles> _handles;
+    std::unique_ptr<LastListing> _lastListing;
 };
 
 } // namespace filesystem
