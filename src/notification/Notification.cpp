@@ -67,9 +67,29 @@ private:
 Round* Round::_innermost = nullptr;
 
 /**
- * The names taken out of the pending ones to be announced. What is not told to the end goes back to them. A
- * listener that makes a change of its own therefore announces that change only, and cannot disturb the walk
- * it is called from.
+ * What the last announcement leaves to the next, so that a change needs no memory of its own: guarded by the register's
+ * lock, but for the moment of `markAsChanged`'s insertion, for which its callers see to it that they are alone.
+ */
+struct Spares {
+    std::set<std::string>::node_type node;
+    std::string key;
+};
+
+Spares spares;
+
+void insert(std::set<std::string>& pending, std::string const& name) {
+    if (spares.node.empty()) {
+        pending.insert(name);
+        return;
+    }
+    spares.node.value() = name;
+    spares.node = pending.insert(std::move(spares.node)).node; // comes back when the name is there already
+}
+
+/**
+ * The names taken out of the pending ones to be announced. What is not told to the end goes back to them. A listener
+ * that makes a change of its own therefore announces that change only, and cannot disturb the walk it is called
+ * from.
  */
 class Announcement {
 public:
@@ -79,7 +99,11 @@ public:
     ~Announcement() { _pending.merge(_names); }
 
     [[nodiscard]] std::set<std::string> const& names() const { return _names; }
-    void done() { _names.clear(); }
+    void done() {
+        if (!_names.empty())
+            spares.node = _names.extract(_names.begin());
+        _names.clear();
+    }
 
 private:
     std::set<std::string>& _pending;
@@ -98,10 +122,12 @@ bool shorten(std::string& key) {
 void announce(Listeners& listeners, void* sender, std::string const& name) {
     if (name.empty())
         return;
-    std::string key = name;
+    std::string key = std::move(spares.key);
+    key = name;
     do
         Round(listeners, key).tell(sender, name);
     while (shorten(key));
+    spares.key = std::move(key);
 }
 
 void removeEntries(Listeners& listeners, Listeners::iterator first, Listeners::iterator last,
@@ -128,7 +154,7 @@ void _Register::notify(void* sender) {
 void _Register::markAsChanged(void* sender, std::string const& name) {
     if (_changedProperties.empty() && _callbacks.empty())
         return;                      // nobody to tell, nothing pending: it would be forgotten at once
-    _changedProperties.insert(name); // without the lock: this is meant
+    insert(_changedProperties, name); // without the lock: this is meant
     notify(sender);
 }
 

@@ -55,10 +55,8 @@ std::set<DirEntry> entriesOf(Tree const& tree, NodeId directory) {
     std::vector<NodeId> children;
     tree.appendChildren(directory, children);
     std::set<DirEntry> entries;
-    for (NodeId const child : children) {
-        std::string_view const name = tree[child].name();
-        entries.insert(entries.end(), {QString::fromUtf8(name.data(), static_cast<int>(name.size()))});
-    }
+    for (NodeId const child : children)
+        entries.insert(entries.end(), {textOfName(tree[child].name())});
     return entries;
 }
 

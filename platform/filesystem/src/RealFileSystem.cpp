@@ -15,12 +15,13 @@
 #include "Directory.h"
 #include "Module.h"
 #include "Replacement.h"
+#include "TreePath.h"
 
 namespace filesystem {
 
 namespace {
 
-constexpr std::size_t readAhead = 16 * 1024;
+constexpr std::size_t readAhead = 16'384;
 
 /** The UTF-8 bytes of a path; none when it is not well-formed, or has a NUL, which would cut it short. */
 std::optional<std::string> systemName(QString const& path) {
@@ -31,12 +32,10 @@ std::optional<std::string> systemName(QString const& path) {
 
 /** The text of a name on disk; none when it is not UTF-8, so that no path reaches it. */
 std::optional<QString> textOf(std::string const& name) {
-    // The "/" keeps a byte-order mark at the start from being dropped.
-    std::string const rooted = '/' + name;
-    QString const text = QString::fromUtf8(rooted.data(), static_cast<int>(rooted.size()));
-    if (text.toUtf8().toStdString() != rooted)
+    QString const text = textOfName(name);
+    if (text.toUtf8().toStdString() != name)
         return std::nullopt;
-    return text.mid(1);
+    return text;
 }
 
 /** Where a path below `root` leads; none when it names nothing. The root itself keeps a "/" at its end. */

@@ -20,7 +20,7 @@ namespace {
 
 constexpr int hopLimit = 40; // as many symbolic links as Linux itself follows
 constexpr int nameAttempts = 100;
-constexpr long bufferBytes = 64L * 1024;
+constexpr long bufferBytes = 65'536;
 constexpr std::size_t suffixLength = 6;
 constexpr std::string_view suffixCharacters =
     "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";

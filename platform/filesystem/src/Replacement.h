@@ -70,11 +70,11 @@ private:
     void clearStale() const;
     void removeIfStale(std::string const& name) const;
     bool makeTemporary();
-    bool lockTemporary() const;
+    [[nodiscard]] bool lockTemporary() const;
     [[nodiscard]] bool isAt(int file, std::string const& name) const;
     long writeThrough(char const* bytes, long count, long position);
     bool flush();
-    bool keepOwnerAndMode() const;
+    [[nodiscard]] bool keepOwnerAndMode() const;
     bool settle();
 
     Target _target;

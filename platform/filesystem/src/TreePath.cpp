@@ -65,10 +65,19 @@ std::string_view canonicalPath(std::string_view path, std::string& storage) {
         return path;
     if (traits.ascii)
         return storage = withoutEmptyLevels(path);
-    // The "/" keeps a byte-order mark at the start from being dropped.
-    std::string const rooted = '/' + std::string(path);
-    QByteArray const utf8 = QString::fromUtf8(rooted.data(), static_cast<int>(rooted.size())).toUtf8();
+    QByteArray const utf8 = textOfName(path).toUtf8();
     return storage = withoutEmptyLevels({utf8.constData(), static_cast<std::size_t>(utf8.size())});
+}
+
+QString textOfName(std::string_view name) {
+    auto const text = [](std::string_view utf8) {
+        return QString::fromUtf8(utf8.data(), static_cast<int>(utf8.size()));
+    };
+    constexpr std::string_view byteOrderMark =
+        "\xEF\xBB\xBF"; // dropped at the start of a text, kept within one
+    if (name.substr(0, byteOrderMark.size()) != byteOrderMark)
+        return text(name);
+    return text('/' + std::string(name)).mid(1);
 }
 
 bool isName(std::string_view name) {

@@ -16,6 +16,9 @@ namespace filesystem {
  */
 [[nodiscard]] std::string_view canonicalPath(std::string_view path, std::string& storage);
 
+/** The text of a name, with everything that is in it. */
+[[nodiscard]] QString textOfName(std::string_view name);
+
 /** Whether a file or directory may have this name: not empty, ".", "..", no "/", and well-formed UTF-8. */
 [[nodiscard]] bool isName(std::string_view name);
 
