@@ -10,7 +10,11 @@ function(velmorand_library target name includes)
     $<BUILD_INTERFACE:${includes}>
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:velmorand-warnings>)
-  target_link_options(${target} PRIVATE -Wl,--version-script=${CMAKE_CURRENT_SOURCE_DIR}/exports.map -Wl,--no-undefined)
+  target_link_options(${target} PRIVATE -Wl,--version-script=${CMAKE_CURRENT_SOURCE_DIR}/exports.map)
+  # A sanitizer's runtime is in the program, not in the library.
+  if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize=")
+    target_link_options(${target} PRIVATE -Wl,--no-undefined)
+  endif()
   set_target_properties(${target} PROPERTIES
     EXPORT_NAME ${name}
     LINK_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/exports.map

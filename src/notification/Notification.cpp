@@ -29,11 +29,12 @@ public:
 
     void tell(void* sender, std::string const& name) {
         while (_left > 0) {
-            _Register::Callback* const listener = _next->second;
+            _current = &*_next;
             ++_next;
             --_left;
             // The entry, and with it the listener, may be gone when either call returns.
-            if (listener->owner() != sender)
+            _Register::Callback* const listener = _current->second;
+            if (listener->owner() != sender && _current != nullptr)
                 listener->propertyChanged(name);
         }
     }
@@ -46,9 +47,12 @@ public:
 
 private:
     void skip(Listeners::iterator entry) {
+        // Entries are told apart by their place in memory, of whichever register they are.
+        if (_current == &*entry)
+            _current = nullptr;
         auto ahead = _next;
         for (auto i = _left; i > 0; --i, ++ahead) {
-            if (&*ahead != &*entry) // of whichever register the entry is
+            if (&*ahead != &*entry)
                 continue;
             if (ahead == _next)
                 ++_next;
@@ -60,6 +64,7 @@ private:
     static Round* _innermost; ///< guarded by the register's lock
 
     Round* _outer;
+    Listeners::value_type const* _current = nullptr; ///< the entry being told; null when it has been removed
     Listeners::iterator _next;
     std::iterator_traits<Listeners::iterator>::difference_type _left;
 };
@@ -67,8 +72,9 @@ private:
 Round* Round::_innermost = nullptr;
 
 /**
- * What the last announcement leaves to the next, so that a change needs no memory of its own: guarded by the register's
- * lock, but for the moment of `markAsChanged`'s insertion, for which its callers see to it that they are alone.
+ * What the last announcement leaves to the next, so that a change needs no memory of its own: guarded by the
+ * register's lock, but for the moment of `markAsChanged`'s insertion, for which its callers see to it that
+ * they are alone.
  */
 struct Spares {
     std::set<std::string>::node_type node;
@@ -87,9 +93,9 @@ void insert(std::set<std::string>& pending, std::string const& name) {
 }
 
 /**
- * The names taken out of the pending ones to be announced. What is not told to the end goes back to them. A listener
- * that makes a change of its own therefore announces that change only, and cannot disturb the walk it is called
- * from.
+ * The names taken out of the pending ones to be announced. What is not told to the end goes back to them. A
+ * listener that makes a change of its own therefore announces that change only, and cannot disturb the walk
+ * it is called from.
  */
 class Announcement {
 public:
@@ -153,7 +159,7 @@ void _Register::notify(void* sender) {
 
 void _Register::markAsChanged(void* sender, std::string const& name) {
     if (_changedProperties.empty() && _callbacks.empty())
-        return;                      // nobody to tell, nothing pending: it would be forgotten at once
+        return;                       // nobody to tell, nothing pending: it would be forgotten at once
     insert(_changedProperties, name); // without the lock: this is meant
     notify(sender);
 }

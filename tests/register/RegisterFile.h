@@ -3,8 +3,8 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <memory>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 
@@ -17,7 +17,9 @@ inline std::string fileBytes(std::filesystem::path const& file) {
     std::ifstream stream(file, std::ios::binary);
     if (!stream)
         throw std::runtime_error("cannot read " + file.string());
-    return {std::istreambuf_iterator<char>(stream), {}};
+    std::ostringstream content;
+    content << stream.rdbuf();
+    return content.str();
 }
 
 inline void writeFile(std::filesystem::path const& file, std::string const& bytes) {

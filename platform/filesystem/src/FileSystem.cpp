@@ -30,8 +30,9 @@ Value readLittleEndian(FileSystem& fileSystem, FileHandle* handle) {
 
 template <class Value>
 void writeLittleEndian(FileSystem& fileSystem, FileHandle* handle, Value value) {
-    Unsigned<sizeof(Value)> bits;
-    std::memcpy(&bits, &value, sizeof bits);
+    Unsigned<sizeof(Value)> narrow;
+    std::memcpy(&narrow, &value, sizeof narrow);
+    std::uint32_t const bits = narrow;
     unsigned char bytes[sizeof(Value)];
     for (std::size_t i = 0; i < sizeof bytes; ++i)
         bytes[i] = static_cast<unsigned char>((bits >> (8 * i)) & 0xFFU);

@@ -15,7 +15,7 @@ namespace filesystem {
 
 namespace {
 
-constexpr std::uint64_t selfDescribedTag = 55799;
+constexpr std::string_view selfDescribedTag = "\xD9\xD9\xF7"; // 55799
 constexpr std::uint64_t embeddedItemTag = 24;
 constexpr std::uint64_t formatVersion = 1;
 
@@ -236,7 +236,7 @@ std::string encodeTree(Tree const& tree, NodeId directory) {
 
     std::string item;
     item.reserve(payload.size() + 32);
-    appendHead(item, cbor_encode_tag, selfDescribedTag);
+    item += selfDescribedTag;
     appendHead(item, cbor_encode_array_start, std::size_t{3});
     appendHead(item, cbor_encode_uint, formatVersion);
     appendHead(item, cbor_encode_uint, std::uint64_t{checksum(payload)});
@@ -246,9 +246,11 @@ std::string encodeTree(Tree const& tree, NodeId directory) {
 }
 
 std::size_t decodeTree(Tree& tree, Tree::Apart& result, TreePath const& path, std::string_view data) {
+    if (data.substr(0, selfDescribedTag.size()) != selfDescribedTag.substr(0, data.size()))
+        throw utils::Exception("it is not a register file");
     Scanner scanner(data);
-    if (scanner.next(Kind::tag, "it is not a register file").number != selfDescribedTag ||
-        scanner.next(Kind::array, "it is not a register file").number != 3)
+    scanner.next();
+    if (scanner.next(Kind::array, "it is not a register file").number != 3)
         throw utils::Exception("it is not a register file");
     std::uint64_t const version = scanner.next(Kind::number, "it has no format version").number;
     if (version != formatVersion)

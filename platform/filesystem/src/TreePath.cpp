@@ -116,7 +116,7 @@ CanonicalPath::CanonicalPath(QString const& path) : _valid(true), _path{} {
     QByteArray const utf8 = path.toUtf8();
     std::string_view const view(utf8.constData(), static_cast<std::size_t>(utf8.size()));
     Traits const traits = examine(view);
-    _valid = traits.ascii || path.isValidUtf16();
+    _valid = path.isValidUtf16(); // what is not would come out as a plain "?"
     _text = traits.emptyLevels ? withoutEmptyLevels(view) : std::string(view);
     _path = TreePath::of(_text);
 }

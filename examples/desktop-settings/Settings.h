@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <exception>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+#include <utils/properties/Register.h>
+
+#include "Value.h"
+
+namespace desktop {
+
+/** Writes a value of any kind. */
+void write(void* sender, std::string const& name, Value const& value, utils::properties::RegisterScope scope);
+
+/** Reads a value of any kind. Errors: those of the register's readers. */
+Value read(std::string const& name);
+
+/** The scope that readers take a property from, in words; "nowhere" when there is none. */
+std::string scopeOf(std::string const& name);
+
+/** How many properties lie in a group and below it; the empty name stands for the whole scope. */
+int countProperties(std::string const& group, utils::properties::RegisterScope scope);
+
+/** Errors: `std::runtime_error` with `message` unless `holds`. */
+inline void require(bool holds, std::string const& message) {
+    if (!holds)
+        throw std::runtime_error(message);
+}
+
+/** Runs a program's body. Result: its exit status, 1 with a message on the error output when the body threw.
+ */
+template <class Body>
+int runProgram(char const* name, Body&& body) {
+    try {
+        std::forward<Body>(body)();
+        return 0;
+    } catch (utils::properties::PropertyNotFound const&) {
+        std::cerr << name << ": a property is missing\n";
+    } catch (utils::properties::PropertyBadType const&) {
+        std::cerr << name << ": a property is of another kind\n";
+    } catch (std::exception const& failure) {
+        std::cerr << name << ": " << failure.what() << '\n';
+    }
+    return 1;
+}
+
+} // namespace desktop

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace desktop {
+
+/** Lines of cells, printed as aligned columns under a heading. Cells are UTF-8; long ones are cut short. */
+class Table {
+public:
+    explicit Table(std::vector<std::string> heading);
+
+    /** Adds a line, with as many cells as the heading has. */
+    void add(std::vector<std::string> const& cells);
+
+    void print(std::ostream& out) const;
+
+private:
+    std::vector<std::vector<std::string>> _lines;
+};
+
+/** A table for settings: name, value, kind, scope. */
+Table settingsTable();
+
+/** Adds a setting as the register's readers see it now. */
+void addSetting(Table& table, std::string const& name);
+
+} // namespace desktop

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include <grp.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "FileSystemSupport.h"
+#include "support/ChildProcess.h"
+
+namespace support {
+
+/** A file system rooted at a directory of the test's own, and that directory as the system sees it. */
+class OnDisk : public ::testing::Test {
+protected:
+    // A file system's destructor may throw, which a test may not.
+    ~OnDisk() noexcept override = default;
+
+    [[nodiscard]] std::string at(std::string const& name) const { return (directory / name).string(); }
+
+    TemporaryDirectory directory;
+    RealFileSystem files{text(directory.string())};
+};
+
+inline void putFile(std::string const& path, std::string const& bytes) {
+    std::ofstream(path, std::ios::binary) << bytes;
+}
+
+inline std::string fileBytes(std::string const& path) {
+    std::ostringstream bytes;
+    bytes << std::ifstream(path, std::ios::binary).rdbuf();
+    return bytes.str();
+}
+
+/** The permission bits of the file at `path`, links followed. */
+inline unsigned permissions(std::string const& path) {
+    struct stat status = {};
+    return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 07777U : ~0U;
+}
+
+/** In a child, as a user without privileges, whom `directory` lets in; 0 when all expectations held. */
+template <class Body>
+int asOrdinaryUser(TemporaryDirectory const& directory, Body&& body) {
+    std::filesystem::permissions(directory.path(), std::filesystem::perms::all);
+    return inChild([&] {
+        ::uid_t const nobody = 65534;
+        if (::geteuid() == 0 &&
+            (::setgroups(0, nullptr) != 0 || ::setgid(nobody) != 0 || ::setuid(nobody) != 0))
+            std::abort();
+        body();
+    });
+}
+
+} // namespace support

@@ -1,0 +1,151 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "FileSystemSupport.h"
+
+namespace {
+
+using namespace support;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class RAM : public ::testing::Test {
+protected:
+    // A file system's destructor may throw, which a test may not.
+    ~RAM() noexcept override = default;
+
+    /** A handle for reading, two bytes into the file "/a/f" with the content "abcdef". */
+    FileHandle* readingInside() {
+        EXPECT_TRUE(files.mkdir(text("/a")));
+        EXPECT_TRUE(writeFile(files, "/a/f", "abcdef"));
+        FileHandle* const handle = openedForReading(files, "/a/f");
+        EXPECT_EQ("ab", read(files, handle, 2));
+        return handle;
+    }
+
+    RAMFileSystem files;
+};
+
+using RAMRoot = RAM;
+
+TEST_F(RAMRoot, IsAllThereIsAtFirst) {
+    EXPECT_TRUE(files.isDirectory(text("/")));
+    EXPECT_THAT(listing(files, "/"), IsEmpty());
+}
+
+TEST_F(RAMRoot, IsOfEveryFileSystemItsOwn) {
+    RAMFileSystem other;
+    ASSERT_TRUE(files.mkdir(text("/a")));
+    EXPECT_FALSE(other.exists(text("/a")));
+}
+
+using RAMPaths = RAM;
+
+TEST_F(RAMPaths, AreTheSameWithAndWithoutASlashAtTheEnd) {
+    ASSERT_TRUE(files.mkdir(text("/global")));
+    EXPECT_FALSE(files.mkdir(text("/global/")));
+    EXPECT_TRUE(files.isDirectory(text("/global/")));
+    ASSERT_TRUE(writeFile(files, "/global//f", "x"));
+    EXPECT_THAT(listing(files, "/global"), ElementsAre("f"));
+    EXPECT_THAT(listing(files, "/global/"), ElementsAre("f"));
+    EXPECT_THAT(listing(files, "/"), ElementsAre("global"));
+}
+
+TEST_F(RAMPaths, MayHaveNamesOfAnyLength) {
+    std::string const name = std::string(100'000, 'n') + "ö";
+    ASSERT_TRUE(files.mkdir(text(name)));
+    EXPECT_TRUE(writeFile(files, name + "/" + name, "x"));
+    EXPECT_EQ("x", readFile(files, name + "/" + name));
+    EXPECT_THAT(listing(files, name), ElementsAre(name));
+    EXPECT_FALSE(files.exists(text(name + "n")));
+}
+
+TEST_F(RAMPaths, StayApartHoweverManyThereAre) {
+    for (int i = 0; i < 20'000; ++i)
+        ASSERT_TRUE(writeFile(files, std::to_string(i), std::to_string(i)));
+    for (int i = 0; i < 20'000; i += 2)
+        ASSERT_TRUE(files.remove(text(std::to_string(i))));
+    for (int i = 0; i < 20'000; ++i)
+        ASSERT_EQ(i % 2 != 0 ? std::make_optional(std::to_string(i)) : std::nullopt,
+                  readFile(files, std::to_string(i)));
+}
+
+using RAMHandle = RAM;
+
+TEST_F(RAMHandle, ReadsNothingOnceItsFileIsRemoved) {
+    FileHandle* const handle = readingInside();
+    ASSERT_TRUE(files.remove(text("/a/f")));
+    EXPECT_EQ("", read(files, handle, 4));
+    EXPECT_EQ("", files.readBytes(handle, 4));
+    EXPECT_TRUE(files.close(handle));
+}
+
+TEST_F(RAMHandle, ReadsNothingOnceADirectoryAboveIsRemoved) {
+    FileHandle* const handle = readingInside();
+    ASSERT_TRUE(files.remove(text("/a")));
+    EXPECT_EQ("", read(files, handle, 4));
+    EXPECT_TRUE(files.close(handle));
+}
+
+TEST_F(RAMHandle, HasNothingToDoWithANewFileOfTheSamePath) {
+    FileHandle* const reading = readingInside();
+    FileHandle* const writing = openedForWriting(files, "/a/g");
+    ASSERT_TRUE(files.remove(text("/a")));
+    ASSERT_TRUE(files.mkdir(text("/a")));
+    ASSERT_TRUE(writeFile(files, "/a/f", "another"));
+    ASSERT_TRUE(writeFile(files, "/a/g", "another"));
+    EXPECT_EQ("", read(files, reading, 4));
+    EXPECT_FALSE(write(files, writing, "xxxx"));
+    EXPECT_EQ("another", readFile(files, "/a/f"));
+    EXPECT_EQ("another", readFile(files, "/a/g"));
+}
+
+TEST_F(RAMHandle, ForWritingMovesNothingOnceItsFileIsRemoved) {
+    FileHandle* const handle = openedForWriting(files, "/f");
+    ASSERT_TRUE(write(files, handle, "ab"));
+    ASSERT_TRUE(files.remove(text("/f")));
+    EXPECT_FALSE(write(files, handle, "cd"));
+    EXPECT_TRUE(files.close(handle));
+    EXPECT_FALSE(files.exists(text("/f")));
+}
+
+TEST_F(RAMHandle, ReadsNoFurtherThanAFileThatBecameShorter) {
+    FileHandle* const handle = readingInside();
+    ASSERT_TRUE(writeFile(files, "/a/f", "x"));
+    EXPECT_EQ("", read(files, handle, 4));
+    ASSERT_TRUE(files.seek(handle, 0, FileSystem::ORIGIN_BEGIN));
+    EXPECT_EQ("x", read(files, handle, 4));
+}
+
+TEST_F(RAMHandle, ReadsWhatAFileThatWasOpenedAgainHoldsNow) {
+    FileHandle* const handle = readingInside();
+    ASSERT_TRUE(writeFile(files, "/a/f", "ABCDEFGH"));
+    EXPECT_EQ("CDEFGH", read(files, handle, 10));
+}
+
+TEST_F(RAMHandle, WritesWhereItStandsInAFileThatWasEmptiedMeanwhile) {
+    FileHandle* const first = openedForWriting(files, "/f");
+    ASSERT_TRUE(write(files, first, "abcd"));
+    ASSERT_TRUE(files.close(openedForWriting(files, "/f")));
+    EXPECT_TRUE(write(files, first, "ef"));
+    EXPECT_EQ(std::string("\0\0\0\0ef", 6), readFile(files, "/f"));
+}
+
+TEST_F(RAMHandle, ThatIsClosedIsNoneAnyMore) {
+    FileHandle* const handle = readingInside();
+    ASSERT_TRUE(files.close(handle));
+    EXPECT_EQ("", read(files, handle, 4));
+    EXPECT_EQ(-1, files.tell(handle));
+    EXPECT_FALSE(files.close(handle));
+}
+
+TEST_F(RAMHandle, IsSafeWhenItsFileIsReplacedByUnserialising) {
+    FileHandle* const handle = readingInside();
+    FileHandle* const saved = openedForWriting(files, "/saved");
+    ASSERT_TRUE(files.serialize(text("/a"), *saved));
+    ASSERT_TRUE(files.close(saved));
+    FileHandle* const loaded = openedForReading(files, "/saved");
+    files.unserialize(text("/a"), *loaded);
+    EXPECT_EQ("", read(files, handle, 4));
+    EXPECT_EQ("abcdef", readFile(files, "/a/f"));
+}
+
+} // namespace

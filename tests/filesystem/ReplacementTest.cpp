@@ -1,0 +1,362 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <climits>
+#include <csignal>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/resource.h>
+
+#include "DiskSupport.h"
+
+namespace {
+
+using namespace support;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+/** Ends the process the hard way. */
+void killSelf() {
+    static_cast<void>(::raise(SIGKILL));
+}
+
+/** From here on no file of this process grows beyond `bytes`. */
+void limitFileSize(rlim_t bytes) {
+    static_cast<void>(::signal(SIGXFSZ, SIG_IGN));
+    rlimit const limit = {bytes, bytes};
+    ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &limit));
+}
+
+using Replace = OnDisk;
+
+TEST_F(Replace, ShowsTheOldContentUntilCloseHasReturnedTrue) {
+    putFile(at("f"), "old");
+    FileHandle* const handle = openedForWriting(files, "f");
+    EXPECT_EQ("old", fileBytes(at("f")));
+    ASSERT_TRUE(write(files, handle, someBytes(200'000)));
+    EXPECT_EQ("old", fileBytes(at("f")));
+    EXPECT_TRUE(files.close(handle));
+    EXPECT_EQ(someBytes(200'000), fileBytes(at("f")));
+}
+
+TEST_F(Replace, ShowsNoNewFileUntilCloseHasReturnedTrue) {
+    FileHandle* const handle = openedForWriting(files, "f");
+    ASSERT_TRUE(write(files, handle, "new"));
+    EXPECT_FALSE(files.exists(text("f")));
+    EXPECT_TRUE(files.close(handle));
+    EXPECT_EQ("new", fileBytes(at("f")));
+}
+
+TEST_F(Replace, LeavesNothingBesideTheFile) {
+    putFile(at("f"), "old");
+    ASSERT_TRUE(writeFile(files, "f", "new"));
+    EXPECT_THAT(listing(files, "/"), ElementsAre("f"));
+}
+
+TEST_F(Replace, WritesBesideTheFileUnderANameMadeFromIt) {
+    FileHandle* const handle = openedForWriting(files, "settings.dat");
+    ASSERT_NE(nullptr, handle);
+    EXPECT_THAT(listing(files, "/"),
+                ElementsAre(::testing::MatchesRegex("\\.settings\\.dat\\.\\w\\w\\w\\w\\w\\w")));
+}
+
+TEST_F(Replace, ChangesNothingWhenTheHandleIsNeverClosed) {
+    putFile(at("f"), "old");
+    {
+        RealFileSystem other(text(directory.string()));
+        EXPECT_TRUE(write(other, openedForWriting(other, "f"), "new"));
+        EXPECT_TRUE(write(other, openedForWriting(other, "g"), "new"));
+        EXPECT_THAT(listing(files, "/"), SizeIs(3));
+    }
+    EXPECT_EQ("old", fileBytes(at("f")));
+    EXPECT_THAT(listing(files, "/"), ElementsAre("f"));
+}
+
+TEST_F(Replace, LeavesTheLastOfSeveralHandlesToWin) {
+    FileHandle* const first = openedForWriting(files, "f");
+    FileHandle* const second = openedForWriting(files, "f");
+    ASSERT_TRUE(write(files, first, "first"));
+    ASSERT_TRUE(write(files, second, "second"));
+    EXPECT_TRUE(files.close(second));
+    EXPECT_EQ("second", fileBytes(at("f")));
+    EXPECT_TRUE(files.close(first));
+    EXPECT_EQ("first", fileBytes(at("f")));
+    EXPECT_THAT(listing(files, "/"), ElementsAre("f"));
+}
+
+using ReplaceFailing = OnDisk;
+
+TEST_F(ReplaceFailing, ChangesNothingAfterAShortWrite) {
+    putFile(at("f"), "old");
+    ASSERT_EQ(0, inChild([this] {
+                  limitFileSize(100'000);
+                  FileHandle* const handle = openedForWriting(files, "f");
+                  EXPECT_FALSE(write(files, handle, someBytes(200'000)));
+                  EXPECT_FALSE(files.close(handle));
+                  EXPECT_THAT(listing(files, "/"), ElementsAre("f"));
+              }));
+    EXPECT_EQ("old", fileBytes(at("f")));
+}
+
+TEST_F(ReplaceFailing, ChangesNothingWhenTheLastBytesCannotBeWritten) {
+    putFile(at("f"), "old");
+    ASSERT_EQ(0, inChild([this] {
+                  limitFileSize(10);
+                  FileHandle* const handle = openedForWriting(files, "f");
+                  write(files, handle, someBytes(100));
+                  EXPECT_FALSE(files.close(handle));
+                  EXPECT_THAT(listing(files, "/"), ElementsAre("f"));
+              }));
+    EXPECT_EQ("old", fileBytes(at("f")));
+}
+
+TEST_F(ReplaceFailing, IsNotMadeGoodByALaterWrite) {
+    putFile(at("f"), "old");
+    ASSERT_EQ(0, inChild([this] {
+                  limitFileSize(100'000);
+                  FileHandle* const handle = openedForWriting(files, "f");
+                  EXPECT_FALSE(write(files, handle, someBytes(200'000)));
+                  EXPECT_TRUE(files.seek(handle, 0, FileSystem::ORIGIN_BEGIN));
+                  EXPECT_FALSE(write(files, handle, "x"));
+                  EXPECT_FALSE(files.close(handle));
+              }));
+    EXPECT_EQ("old", fileBytes(at("f")));
+}
+
+TEST_F(ReplaceFailing, LeavesTheDirectoryThatCameInTheWay) {
+    FileHandle* const handle = openedForWriting(files, "f");
+    ASSERT_TRUE(write(files, handle, "new"));
+    ASSERT_TRUE(files.mkdir(text("f")));
+    EXPECT_FALSE(files.close(handle));
+    EXPECT_TRUE(files.isDirectory(text("f")));
+    EXPECT_THAT(listing(files, "/"), ElementsAre("f"));
+}
+
+TEST_F(ReplaceFailing, SaysWhenTheDirectoryIsGone) {
+    ASSERT_TRUE(files.mkdir(text("a")));
+    FileHandle* const handle = openedForWriting(files, "a/f");
+    ASSERT_TRUE(write(files, handle, "new"));
+    ASSERT_TRUE(files.remove(text("a")));
+    EXPECT_FALSE(files.close(handle));
+    EXPECT_THAT(listing(files, "/"), IsEmpty());
+}
+
+TEST_F(ReplaceFailing, OpensNothingInADirectoryThatMayNotBeChanged) {
+    ASSERT_EQ(0, asOrdinaryUser(directory, [this] {
+                  EXPECT_TRUE(files.mkdir(text("locked")));
+                  EXPECT_TRUE(writeFile(files, "locked/f", "old"));
+                  EXPECT_EQ(0, ::chmod(at("locked").c_str(), 0500));
+                  EXPECT_EQ(nullptr, openedForWriting(files, "locked/f"));
+                  EXPECT_EQ(nullptr, openedForWriting(files, "locked/g"));
+                  EXPECT_EQ("old", readFile(files, "locked/f"));
+              }));
+}
+
+using ReplacePermissions = OnDisk;
+
+TEST_F(ReplacePermissions, OfANewFileAreLeftToTheMask) {
+    ASSERT_EQ(0, inChild([this] {
+                  ::umask(027);
+                  EXPECT_TRUE(writeFile(files, "f", "x"));
+              }));
+    EXPECT_EQ(0640U, permissions(at("f")));
+}
+
+TEST_F(ReplacePermissions, OfAReplacedFileStay) {
+    for (unsigned const mode : {0600U, 0644U, 0666U, 0755U, 06755U, 0200U}) {
+        putFile(at("f"), "old");
+        ASSERT_EQ(0, ::chmod(at("f").c_str(), mode));
+        ASSERT_TRUE(writeFile(files, "f", "new"));
+        EXPECT_EQ(mode, permissions(at("f")));
+        ASSERT_TRUE(files.remove(text("f")));
+    }
+}
+
+TEST_F(ReplacePermissions, HideTheNewContentFromTheStart) {
+    putFile(at("f"), "old");
+    ASSERT_EQ(0, ::chmod(at("f").c_str(), 0600));
+    ASSERT_TRUE(write(files, openedForWriting(files, "f"), "secret"));
+    for (std::string const& name : listing(files, "/"))
+        EXPECT_EQ(0600U, permissions(at(name))) << name;
+}
+
+TEST_F(ReplacePermissions, ProtectAFileThatMayNotBeWritten) {
+    ASSERT_EQ(0, asOrdinaryUser(directory, [this] {
+                  putFile(at("f"), "old");
+                  EXPECT_EQ(0, ::chmod(at("f").c_str(), 0444));
+                  EXPECT_EQ(nullptr, openedForWriting(files, "f"));
+                  EXPECT_EQ("old", fileBytes(at("f")));
+                  EXPECT_THAT(listing(files, "/"), ElementsAre("f"));
+              }));
+}
+
+TEST_F(ReplacePermissions, KeepTheOwner) {
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only root may give files away";
+    putFile(at("f"), "old");
+    ASSERT_EQ(0, ::chown(at("f").c_str(), 4321, 1234));
+    ASSERT_EQ(0, ::chmod(at("f").c_str(), 06755));
+    ASSERT_TRUE(writeFile(files, "f", "new"));
+    struct stat status = {};
+    ASSERT_EQ(0, ::stat(at("f").c_str(), &status));
+    EXPECT_EQ(4321U, status.st_uid);
+    EXPECT_EQ(1234U, status.st_gid);
+    EXPECT_EQ(06755U, permissions(at("f")));
+}
+
+TEST_F(ReplacePermissions, LetAnotherOwnersFileBeReplaced) {
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only root can make a file of another owner";
+    putFile(at("f"), "old");
+    ASSERT_EQ(0, ::chmod(at("f").c_str(), 0666));
+    ASSERT_EQ(0, asOrdinaryUser(directory, [this] { EXPECT_TRUE(writeFile(files, "f", "new")); }));
+    EXPECT_EQ("new", fileBytes(at("f")));
+    EXPECT_EQ(0666U, permissions(at("f")));
+}
+
+using ReplaceThroughLink = OnDisk;
+
+TEST_F(ReplaceThroughLink, ReplacesTheTargetAndKeepsTheLink) {
+    ASSERT_TRUE(files.mkdir(text("a")));
+    ASSERT_TRUE(files.mkdir(text("b")));
+    putFile(at("b/target"), "old");
+    std::filesystem::create_symlink("../b/target", at("a/relative"));
+    std::filesystem::create_symlink(at("b/target"), at("a/absolute"));
+    for (char const* const link : {"a/relative", "a/absolute"}) {
+        ASSERT_TRUE(writeFile(files, link, link));
+        EXPECT_TRUE(std::filesystem::is_symlink(at(link)));
+        EXPECT_EQ(link, fileBytes(at("b/target")));
+    }
+    EXPECT_THAT(listing(files, "a"), ElementsAre("absolute", "relative"));
+    EXPECT_THAT(listing(files, "b"), ElementsAre("target"));
+}
+
+TEST_F(ReplaceThroughLink, WritesBesideTheTarget) {
+    ASSERT_TRUE(files.mkdir(text("a")));
+    std::filesystem::create_symlink("a/target", at("link"));
+    ASSERT_NE(nullptr, openedForWriting(files, "link"));
+    EXPECT_THAT(listing(files, "/"), ElementsAre("a", "link"));
+    EXPECT_THAT(listing(files, "a"), SizeIs(1));
+}
+
+TEST_F(ReplaceThroughLink, FollowsAChain) {
+    putFile(at("0"), "old");
+    for (int i = 1; i <= 40; ++i)
+        std::filesystem::create_symlink(std::to_string(i - 1), at(std::to_string(i)));
+    EXPECT_TRUE(writeFile(files, "40", "new"));
+    EXPECT_EQ("new", fileBytes(at("0")));
+    EXPECT_TRUE(std::filesystem::is_symlink(at("1")));
+    std::filesystem::create_symlink("40", at("41"));
+    EXPECT_EQ(nullptr, openedForWriting(files, "41"));
+}
+
+TEST_F(ReplaceThroughLink, MakesTheTargetOfADanglingLink) {
+    std::filesystem::create_symlink("target", at("link"));
+    EXPECT_TRUE(writeFile(files, "link", "new"));
+    EXPECT_TRUE(std::filesystem::is_symlink(at("link")));
+    EXPECT_EQ("new", fileBytes(at("target")));
+}
+
+TEST_F(ReplaceThroughLink, NeedsTheTargetsDirectory) {
+    std::filesystem::create_symlink("missing/target", at("link"));
+    EXPECT_EQ(nullptr, openedForWriting(files, "link"));
+    EXPECT_THAT(listing(files, "/"), ElementsAre("link"));
+}
+
+TEST_F(ReplaceThroughLink, RefusesADirectory) {
+    ASSERT_TRUE(files.mkdir(text("a")));
+    for (char const* const target : {"a", "a/", "a/.", "..", "."}) {
+        std::filesystem::create_symlink(target, at("link"));
+        EXPECT_EQ(nullptr, openedForWriting(files, "link")) << target;
+        ASSERT_TRUE(files.remove(text("link")));
+    }
+    EXPECT_THAT(listing(files, "a"), IsEmpty());
+}
+
+using StaleTemporary = OnDisk;
+
+TEST_F(StaleTemporary, IsClearedWhenItsFileIsOpenedForWriting) {
+    putFile(at(".f.abc123"), "left");
+    putFile(at(".f.ZZZZZZ"), "left");
+    FileHandle* const handle = openedForWriting(files, "f");
+    EXPECT_FALSE(files.exists(text(".f.abc123")));
+    EXPECT_FALSE(files.exists(text(".f.ZZZZZZ")));
+    EXPECT_TRUE(files.close(handle));
+    EXPECT_THAT(listing(files, "/"), ElementsAre("f"));
+}
+
+TEST_F(StaleTemporary, OfAKilledProcessIsCleared) {
+    putFile(at("f"), "old");
+    ASSERT_EQ(crashed, inChild([this] {
+                  write(files, openedForWriting(files, "f"), someBytes(100'000));
+                  killSelf();
+              }));
+    EXPECT_THAT(listing(files, "/"), SizeIs(2));
+    EXPECT_EQ("old", fileBytes(at("f")));
+    EXPECT_TRUE(writeFile(files, "f", "new"));
+    EXPECT_THAT(listing(files, "/"), ElementsAre("f"));
+}
+
+TEST_F(StaleTemporary, IsNotWhatALiveHandleWrites) {
+    FileHandle* const first = openedForWriting(files, "f");
+    auto const before = listing(files, "/");
+    ASSERT_THAT(before, SizeIs(1));
+    FileHandle* const second = openedForWriting(files, "f");
+    EXPECT_TRUE(files.exists(text(before.front())));
+    EXPECT_THAT(listing(files, "/"), SizeIs(2));
+    EXPECT_TRUE(files.close(first));
+    EXPECT_TRUE(files.close(second));
+}
+
+TEST_F(StaleTemporary, IsNotWhatAnotherProcessHasLocked) {
+    putFile(at(".f.abc123"), "live");
+    int const file = ::open(at(".f.abc123").c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(0, ::flock(file, LOCK_EX));
+    EXPECT_TRUE(writeFile(files, "f", "new"));
+    EXPECT_EQ("live", fileBytes(at(".f.abc123")));
+    ::close(file);
+    EXPECT_TRUE(writeFile(files, "f", "new"));
+    EXPECT_FALSE(files.exists(text(".f.abc123")));
+}
+
+TEST_F(StaleTemporary, IsNotWhatOnlyLooksLikeOne) {
+    std::vector<std::string> const names = {".f.abc12", ".f.abc12!", ".f.abc1234",
+                                            ".fabc123", ".g.abc123", "f.abc123"};
+    for (std::string const& name : names)
+        putFile(at(name), "kept");
+    ASSERT_TRUE(files.mkdir(text(".f.direct")));
+    std::filesystem::create_symlink(".g.abc123", at(".f.link00"));
+    ASSERT_EQ(0, ::mkfifo(at(".f.pipe00").c_str(), 0666));
+    EXPECT_TRUE(writeFile(files, "f", "new"));
+    for (std::string const& name : names)
+        EXPECT_EQ("kept", fileBytes(at(name))) << name;
+    EXPECT_TRUE(files.isDirectory(text(".f.direct")));
+    EXPECT_TRUE(std::filesystem::is_symlink(at(".f.link00")));
+    EXPECT_TRUE(files.exists(text(".f.pipe00")));
+}
+
+using LongName = OnDisk;
+
+TEST_F(LongName, OfTheSystemsLimitIsReplaced) {
+    std::string const name(NAME_MAX, 'n');
+    ASSERT_TRUE(writeFile(files, name, "old"));
+    ASSERT_TRUE(writeFile(files, name, "new"));
+    EXPECT_EQ("new", fileBytes(at(name)));
+    EXPECT_THAT(listing(files, "/"), ElementsAre(name));
+}
+
+TEST_F(LongName, IsCutBetweenCharacters) {
+    for (std::size_t const lead : {0U, 1U, 2U, 3U}) {
+        std::string name(lead, 'n');
+        while (name.size() + 4 <= NAME_MAX)
+            name += "😀";
+        FileHandle* const handle = openedForWriting(files, name);
+        ASSERT_NE(nullptr, handle);
+        // What is not UTF-8 would not be listed.
+        EXPECT_THAT(listing(files, "/"), SizeIs(1)) << lead;
+        EXPECT_TRUE(files.close(handle));
+        EXPECT_TRUE(files.remove(text(name)));
+    }
+}
+
+} // namespace

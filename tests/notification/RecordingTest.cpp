@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cstdlib>
+#include <new>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "notification/Listener.h"
+#include "values/Forms.h"
+
+// Recording a change takes no lock. What tells is the memory that recording needs: the program's own
+// allocation looks at the lock when it is asked for some.
+
+namespace {
+
+bool watching = false;
+bool lockWasFree = false;
+
+void* allocate(std::size_t size) {
+    if (watching) {
+        watching = false;
+        lockWasFree = support::lockIsFree();
+    }
+    void* const memory = std::malloc(size);
+    if (memory == nullptr)
+        throw std::bad_alloc();
+    return memory;
+}
+
+template <class Form>
+class Recording : public forms::Test<Form> {
+protected:
+    Recording() { this->settings.addCallback("elsewhere", &_listener); }
+    ~Recording() override { this->settings.removeCallback(&_listener); }
+
+private:
+    notification::Listener _listener; // a change that nobody could hear of need not be recorded
+};
+TYPED_TEST_SUITE(Recording, forms::Both, forms::Names);
+
+TYPED_TEST(Recording, TakesNoLock) {
+    std::string const name(100, 'x');
+    watching = true;
+    this->settings.markAsChanged(nullptr, name);
+    ASSERT_FALSE(watching) << "recording needed no memory";
+    EXPECT_TRUE(lockWasFree);
+}
+
+TYPED_TEST(Recording, IsSeenUnderALockThatItsCallerHolds) {
+    boost::unique_lock<boost::recursive_mutex> const lock(*utils::properties::_Register::_mutex);
+    std::string const name(100, 'x');
+    lockWasFree = true;
+    watching = true;
+    this->settings.markAsChanged(nullptr, name);
+    EXPECT_FALSE(lockWasFree);
+}
+
+} // namespace
+
+void* operator new(std::size_t size) {
+    return allocate(size);
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t /*size*/) noexcept {
+    std::free(memory);
+}

@@ -1,0 +1,340 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "notification/Listener.h"
+#include "values/Forms.h"
+
+// Listeners that change the register or its listeners while they are being told.
+
+namespace {
+
+using forms::outcome;
+using forms::pending;
+using notification::Journal;
+using notification::Listener;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using utils::properties::_Register;
+using utils::properties::SCOPE_USER;
+
+/** Three listeners under the property "a/x", told in this order, and one under its group "a". */
+template <class Form>
+class Reentrancy : public forms::Test<Form> {
+protected:
+    Reentrancy() {
+        for (Listener* listener : {&first, &second, &third})
+            this->settings.addCallback("a/x", listener);
+        this->settings.addCallback("a", &group);
+    }
+    ~Reentrancy() override {
+        for (Listener* listener : {&first, &second, &third, &group})
+            this->settings.removeCallback(listener);
+    }
+
+    /** Announces "a/x"; what was heard is in the journal then. */
+    Journal const& change() {
+        journal.clear();
+        this->settings.markAsChanged(nullptr, "a/x");
+        return journal;
+    }
+
+    /** Has a listener do something the first time it is told. */
+    template <class Action>
+    static void once(Listener& listener, Action action) {
+        listener.whenTold = [action, left = 1](std::string const& /*name*/) mutable {
+            if (left-- > 0)
+                action();
+        };
+    }
+
+    Journal journal;
+    Listener first{journal, "first"};
+    Listener second{journal, "second"};
+    Listener third{journal, "third"};
+    Listener group{journal, "group"};
+};
+TYPED_TEST_SUITE(Reentrancy, forms::Both, forms::Names);
+
+TYPED_TEST(Reentrancy, AListenerMayRemoveItself) {
+    this->once(this->second, [this] { this->settings.removeCallback(&this->second); });
+    EXPECT_THAT(this->change(), ElementsAre("first: a/x", "second: a/x", "third: a/x", "group: a/x"));
+    EXPECT_THAT(this->change(), ElementsAre("first: a/x", "third: a/x", "group: a/x"));
+}
+
+TYPED_TEST(Reentrancy, AListenerMayRemoveItselfFromItsKey) {
+    this->once(this->first, [this] { this->settings.removeCallback("a/x", &this->first); });
+    EXPECT_THAT(this->change(), ElementsAre("first: a/x", "second: a/x", "third: a/x", "group: a/x"));
+    EXPECT_THAT(this->change(), ElementsAre("second: a/x", "third: a/x", "group: a/x"));
+}
+
+TYPED_TEST(Reentrancy, TheLastListenerMayRemoveItself) {
+    this->once(this->third, [this] { this->settings.removeCallback(&this->third); });
+    EXPECT_THAT(this->change(), ElementsAre("first: a/x", "second: a/x", "third: a/x", "group: a/x"));
+    EXPECT_THAT(this->change(), ElementsAre("first: a/x", "second: a/x", "group: a/x"));
+}
+
+TYPED_TEST(Reentrancy, AListenerThatIsRemovedBeforeItsTurnIsNotTold) {
+    this->once(this->first, [this] { this->settings.removeCallback("a/x", &this->second); });
+    EXPECT_THAT(this->change(), ElementsAre("first: a/x", "third: a/x", "group: a/x"));
+}
+
+TYPED_TEST(Reentrancy, AListenerOfAGroupThatIsRemovedBeforeItsTurnIsNotTold) {
+    this->once(this->second, [this] { this->settings.removeCallback(&this->group); });
+    EXPECT_THAT(this->change(), ElementsAre("first: a/x", "second: a/x", "third: a/x"));
+}
+
+TYPED_TEST(Reentrancy, RemovingOneThatWasToldChangesNothingForTheRest) {
+    this->once(this->second, [this] { this->settings.removeCallback(&this->first); });
+    EXPECT_THAT(this->change(), ElementsAre("first: a/x", "second: a/x", "third: a/x", "group: a/x"));
+}
+
+TYPED_TEST(Reentrancy, AListenerMayRemoveAll) {
+    this->once(this->first, [this] {
+        for (Listener* listener : {&this->first, &this->second, &this->third, &this->group})
+            this->settings.removeCallback(listener);
+    });
+    EXPECT_THAT(this->change(), ElementsAre("first: a/x"));
+    EXPECT_THAT(this->change(), IsEmpty());
+}
+
+TYPED_TEST(Reentrancy, AllEntriesOfARemovedListenerAreSkipped) {
+    this->settings.addCallback("a/x", &this->second);
+    this->settings.addCallback("a", &this->second);
+    this->once(this->first, [this] { this->settings.removeCallback(&this->second); });
+    EXPECT_THAT(this->change(), ElementsAre("first: a/x", "third: a/x", "group: a/x"));
+}
+
+TYPED_TEST(Reentrancy, AListenerThatIsRemovedWhileItIsAskedIsNotTold) {
+    this->second.whenAsked = [this] { this->settings.removeCallback(&this->second); };
+    EXPECT_THAT(this->change(), ElementsAre("first: a/x", "third: a/x", "group: a/x"));
+}
+
+TYPED_TEST(Reentrancy, AnEntryAddedUnderTheSameKeyIsToldFromTheNextChangeOn) {
+    Listener late(this->journal, "late");
+    this->once(this->first, [this, &late] { this->settings.addCallback("a/x", &late); });
+    EXPECT_THAT(this->change(), ElementsAre("first: a/x", "second: a/x", "third: a/x", "group: a/x"));
+    EXPECT_THAT(this->change(),
+                ElementsAre("first: a/x", "second: a/x", "third: a/x", "late: a/x", "group: a/x"));
+    this->settings.removeCallback(&late);
+}
+
+TYPED_TEST(Reentrancy, AnEntryAddedByTheLastListenerIsToldFromTheNextChangeOn) {
+    this->once(this->group, [this] { this->settings.addCallback("a", &this->group); });
+    EXPECT_THAT(this->change(), ElementsAre("first: a/x", "second: a/x", "third: a/x", "group: a/x"));
+    EXPECT_THAT(this->change(),
+                ElementsAre("first: a/x", "second: a/x", "third: a/x", "group: a/x", "group: a/x"));
+}
+
+TYPED_TEST(Reentrancy, AListenerThatLeavesAndEntersAgainIsToldFromTheNextChangeOn) {
+    this->once(this->first, [this] {
+        this->settings.removeCallback("a/x", &this->second);
+        this->settings.addCallback("a/x", &this->second);
+    });
+    EXPECT_THAT(this->change(), ElementsAre("first: a/x", "third: a/x", "group: a/x"));
+    EXPECT_THAT(this->change(), ElementsAre("first: a/x", "third: a/x", "second: a/x", "group: a/x"));
+}
+
+TYPED_TEST(Reentrancy, AnEntryAddedUnderAnEnclosingGroupIsToldWhenItsTurnComes) {
+    Listener late(this->journal, "late");
+    this->once(this->third, [this, &late] { this->settings.addCallback("a", &late); });
+    EXPECT_THAT(this->change(),
+                ElementsAre("first: a/x", "second: a/x", "third: a/x", "group: a/x", "late: a/x"));
+    this->settings.removeCallback(&late);
+}
+
+TYPED_TEST(Reentrancy, AListenerMayDeleteOneThatItRemoved) {
+    auto victim = std::make_unique<Listener>(this->journal, "victim");
+    this->settings.addCallback("a/x", victim.get());
+    this->settings.addCallback("a", victim.get());
+    this->once(this->first, [this, &victim] {
+        this->settings.removeCallback(victim.get());
+        victim.reset();
+    });
+    EXPECT_THAT(this->change(), ElementsAre("first: a/x", "second: a/x", "third: a/x", "group: a/x"));
+}
+
+TYPED_TEST(Reentrancy, AListenerMayDeleteOneThatWasToldBefore) {
+    auto victim = std::make_unique<Listener>(this->journal, "victim");
+    this->settings.addCallback("a/x", victim.get());
+    this->once(this->group, [this, &victim] {
+        this->settings.removeCallback(victim.get());
+        victim.reset();
+    });
+    EXPECT_THAT(this->change(),
+                ElementsAre("first: a/x", "second: a/x", "third: a/x", "victim: a/x", "group: a/x"));
+}
+
+/** A listener that is there for one change. */
+class OneShot : public _Register::Callback {
+public:
+    OneShot(_Register& settings, int& tellings) : _settings(settings), _tellings(tellings) {}
+
+    void propertyChanged(std::string const& /*name*/) override {
+        ++_tellings;
+        _settings.removeCallback(this);
+        delete this;
+    }
+    void* owner() override { return this; }
+
+private:
+    _Register& _settings;
+    int& _tellings;
+};
+
+TYPED_TEST(Reentrancy, AListenerMayDeleteItselfOnceItIsRemoved) {
+    int tellings = 0;
+    auto oneShot = std::make_unique<OneShot>(this->settings, tellings);
+    this->settings.addCallback("a/x", oneShot.get());
+    this->settings.addCallback("a", oneShot.release());
+    EXPECT_THAT(this->change(), ElementsAre("first: a/x", "second: a/x", "third: a/x", "group: a/x"));
+    EXPECT_EQ(1, tellings);
+}
+
+TYPED_TEST(Reentrancy, AChangeOfAnotherPropertyIsAnnouncedBeforeItsWriterGoesOn) {
+    Listener other(this->journal, "other");
+    this->settings.addCallback("b", &other);
+    this->once(this->second, [this] {
+        this->settings._writeInteger(nullptr, "b", 7, SCOPE_USER);
+        this->journal.push_back("written");
+    });
+    EXPECT_THAT(this->change(),
+                ElementsAre("first: a/x", "second: a/x", "other: b", "written", "third: a/x", "group: a/x"));
+    EXPECT_THAT(pending(this->settings), IsEmpty());
+    this->settings.removeCallback(&other);
+}
+
+TYPED_TEST(Reentrancy, AListenerThatAlwaysWritesAnotherPropertyEnds) {
+    Listener other(this->journal, "other");
+    this->settings.addCallback("b", &other);
+    this->second.whenTold = [this](std::string const& /*name*/) {
+        this->settings._writeInteger(nullptr, "b", 7, SCOPE_USER);
+    };
+    EXPECT_THAT(this->change(),
+                ElementsAre("first: a/x", "second: a/x", "other: b", "third: a/x", "group: a/x"));
+    this->settings.removeCallback(&other);
+}
+
+TYPED_TEST(Reentrancy, AChangeInTheSameGroupIsAnnouncedToTheGroup) {
+    this->once(this->first, [this] { this->settings._writeInteger(nullptr, "a/y", 7, SCOPE_USER); });
+    EXPECT_THAT(this->change(),
+                ElementsAre("first: a/x", "group: a/y", "second: a/x", "third: a/x", "group: a/x"));
+}
+
+TYPED_TEST(Reentrancy, AChangeOfThePropertyItselfIsAnnouncedOnceMore) {
+    this->once(this->first, [this] { this->settings._writeInteger(nullptr, "a/x", 7, SCOPE_USER); });
+    (void)this->change();
+    EXPECT_THAT(this->first.told, ElementsAre("a/x", "a/x"));
+    EXPECT_THAT(this->journal, Contains("group: a/x"));
+    EXPECT_THAT(pending(this->settings), IsEmpty());
+}
+
+TYPED_TEST(Reentrancy, AChangeOfThePropertyItselfBySenderIsNotAnnouncedToIt) {
+    this->first.whenTold = [this](std::string const& /*name*/) {
+        this->settings._writeInteger(this->first.identity, "a/x", 7, SCOPE_USER);
+    };
+    (void)this->change();
+    EXPECT_THAT(this->first.told, ElementsAre("a/x"));
+    EXPECT_THAT(pending(this->settings), IsEmpty());
+}
+
+TYPED_TEST(Reentrancy, MarkingAnotherNameAnnouncesIt) {
+    Listener other(this->journal, "other");
+    this->settings.addCallback("b", &other);
+    this->second.whenTold = [this](std::string const& /*name*/) {
+        this->settings.markAsChanged(nullptr, "b");
+    };
+    EXPECT_THAT(this->change(),
+                ElementsAre("first: a/x", "second: a/x", "other: b", "third: a/x", "group: a/x"));
+    this->settings.removeCallback(&other);
+}
+
+TYPED_TEST(Reentrancy, MarkingTheSameNameAnnouncesItOnceMore) {
+    this->once(this->third, [this] { this->settings.markAsChanged(nullptr, "a/x"); });
+    (void)this->change();
+    EXPECT_THAT(this->third.told, ElementsAre("a/x", "a/x"));
+    EXPECT_THAT(pending(this->settings), IsEmpty());
+}
+
+TYPED_TEST(Reentrancy, AnnouncingFromAListenerDoesNotRepeatWhatIsBeingAnnounced) {
+    for (Listener* listener : {&this->first, &this->second, &this->group})
+        listener->whenTold = [this](std::string const& /*name*/) { this->settings.notify(nullptr); };
+    EXPECT_THAT(this->change(), ElementsAre("first: a/x", "second: a/x", "third: a/x", "group: a/x"));
+    EXPECT_THAT(pending(this->settings), IsEmpty());
+}
+
+TYPED_TEST(Reentrancy, AnnouncingFromAListenerLosesNoPendingName) {
+    Listener other(this->journal, "other");
+    this->settings.addCallback("b", &other);
+    pending(this->settings) = {"b"};
+    this->once(this->first, [this] { this->settings.notify(nullptr); });
+    EXPECT_THAT(this->change(), Contains("other: b"));
+    EXPECT_THAT(pending(this->settings), IsEmpty());
+    this->settings.removeCallback(&other);
+}
+
+TYPED_TEST(Reentrancy, AThrowOutOfANestedChangeLeavesAllNamesPending) {
+    Listener other(this->journal, "other");
+    this->settings.addCallback("b", &other);
+    other.whenTold = [](std::string const& /*name*/) { throw std::runtime_error("not now"); };
+    this->once(this->second, [this] { this->settings._writeInteger(nullptr, "b", 7, SCOPE_USER); });
+    EXPECT_EQ("not now", outcome([this] { (void)this->change(); }));
+    EXPECT_THAT(this->journal, ElementsAre("first: a/x", "second: a/x", "other: b"));
+    EXPECT_THAT(pending(this->settings), ElementsAre("a/x", "b"));
+    EXPECT_TRUE(support::lockIsFree());
+    other.whenTold = nullptr;
+    this->journal.clear();
+    this->settings.notify(nullptr);
+    EXPECT_THAT(this->journal,
+                ElementsAre("first: a/x", "second: a/x", "third: a/x", "group: a/x", "other: b"));
+    EXPECT_THAT(pending(this->settings), IsEmpty());
+    this->settings.removeCallback(&other);
+}
+
+TYPED_TEST(Reentrancy, AThrowThatTheListenerCatchesDoesNotEndTheOuterAnnouncement) {
+    Listener other(this->journal, "other");
+    this->settings.addCallback("b", &other);
+    other.whenTold = [](std::string const& /*name*/) { throw std::runtime_error("not now"); };
+    std::string inner;
+    this->once(this->second, [this, &inner] {
+        inner = outcome([this] { this->settings._writeInteger(nullptr, "b", 7, SCOPE_USER); });
+    });
+    (void)this->change();
+    EXPECT_EQ("not now", inner);
+    EXPECT_THAT(this->third.told, ElementsAre("a/x"));
+    EXPECT_THAT(this->group.told, ElementsAre("a/x"));
+    this->settings.removeCallback(&other);
+}
+
+TYPED_TEST(Reentrancy, AListenerMayReadAndMakeAndRemoveProperties) {
+    this->settings._writeInteger(nullptr, "a/y", 7, SCOPE_USER);
+    int seen = 0;
+    this->once(this->first, [this, &seen] {
+        this->settings._readInteger("a/y", seen);
+        this->settings.addProperty("a/z", SCOPE_USER);
+        this->settings.delProperty("a/y", SCOPE_USER);
+    });
+    EXPECT_THAT(this->change(), ElementsAre("first: a/x", "second: a/x", "third: a/x", "group: a/x"));
+    EXPECT_EQ(7, seen);
+    EXPECT_TRUE(this->settings.propertyExists("a/z", SCOPE_USER));
+    EXPECT_FALSE(this->settings.propertyExists("a/y", SCOPE_USER));
+}
+
+TYPED_TEST(Reentrancy, ListenersThatWriteEachOthersPropertiesOnceEnd) {
+    Listener other(this->journal, "other");
+    this->settings.addCallback("b", &other);
+    this->once(this->first, [this] { this->settings._writeInteger(nullptr, "b", 7, SCOPE_USER); });
+    this->once(other, [this] { this->settings._writeInteger(nullptr, "a/x", 7, SCOPE_USER); });
+    (void)this->change();
+    EXPECT_THAT(other.told, ElementsAre("b"));
+    EXPECT_THAT(this->first.told, ElementsAre("a/x", "a/x"));
+    EXPECT_THAT(pending(this->settings), IsEmpty());
+    this->settings.removeCallback(&other);
+}
+
+} // namespace

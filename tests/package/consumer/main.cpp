@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// usage: consumer DIRECTORY
+//
+// An application outside the project: uses each of the three libraries once, and leaves a register file in
+// DIRECTORY when it exits.
+
+#include <cstdlib>
+#include <iostream>
+#include <string>
+
+#include <QtGlobal>
+
+#include <filesystem/RAMFileSystem.h>
+#include <utils/Exception.h>
+#include <utils/properties/Register.h>
+
+static_assert(QT_VERSION_MAJOR == QT_MAJOR, "built with another QtCore than the library");
+
+using utils::properties::_Register;
+
+namespace {
+
+void require(bool holds, char const* what) {
+    if (holds)
+        return;
+    std::cerr << "consumer: " << what << '\n';
+    std::exit(EXIT_FAILURE);
+}
+
+bool missingPropertyIsCaughtByName(_Register& settings) {
+    try {
+        int value = 0;
+        settings._readInteger("not/there", value);
+    } catch (utils::properties::PropertyNotFound const&) {
+        return true;
+    }
+    return false;
+}
+
+bool badScopeIsAnException(_Register& settings) {
+    try {
+        settings.addGroup("group", static_cast<utils::properties::RegisterScope>(3));
+    } catch (utils::Exception const& failure) {
+        return std::string(failure.what()) == "Bad scope value.";
+    }
+    return false;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    require(argc == 2, "usage: consumer DIRECTORY");
+    std::string const directory = argv[1];
+
+    _Register::initialize(directory, directory);
+    _Register& settings = *_Register::getInstance();
+    settings._writeInteger(nullptr, "editor/tab width", 4, utils::properties::SCOPE_USER);
+    int width = 0;
+    settings._readInteger("editor/tab width", width);
+    require(width == 4, "the integer written is not the one read");
+
+    require(missingPropertyIsCaughtByName(settings), "PropertyNotFound did not arrive");
+    require(badScopeIsAnException(settings), "utils::Exception did not arrive");
+
+    filesystem::RAMFileSystem memory;
+    require(memory.mkdir(QStringLiteral("/a")) && memory.isDirectory(QStringLiteral("/a")),
+            "mkdir made nothing");
+    return EXIT_SUCCESS;
+}

@@ -1,0 +1,14 @@
+#!/bin/sh
+# SPDX-License-Identifier: Apache-2.0
+#
+# A project of its own finds the installed package with find_package, builds with it and runs.
+set -eu
+here=$(dirname "$0")
+. "$here/installed.sh"
+
+"$CMAKE" -S "$here/consumer" -B "$work/build" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_FLAGS="$CXXFLAGS -DQT_MAJOR=$QT_MAJOR"
+"$CMAKE" --build "$work/build"
+
+mkdir "$work/settings"
+"$work/build/consumer" "$work/settings"
+test -s "$work/settings/Velmorand.dat"
