@@ -192,7 +192,7 @@ TEST(Exit, LeavesListenersAlone) {
     TemporaryDirectory const user;
     EXPECT_EQ(0, inChild([&] {
                   _Register::initialize("", user.string());
-                  auto* const listener = new Logger(user / "log"); // the exit must not delete it
+                  static auto* const listener = new Logger(user / "log"); // the exit must not delete it
                   _Register::getInstance()->addCallback("x", listener);
                   write("x", 1);
               }));
@@ -218,7 +218,7 @@ TEST(Exit, AnnouncesNoPendingChange) {
     TemporaryDirectory const user;
     EXPECT_EQ(0, inChild([&] {
                   _Register::initialize("", user.string());
-                  auto* const listener = new ThrowingLogger(user / "log"); // outlives the register
+                  static auto* const listener = new ThrowingLogger(user / "log"); // outlives the register
                   _Register::getInstance()->addCallback("x", listener);
                   EXPECT_EQ("std: no", failure([] { write("x", 42); }));
               }));
