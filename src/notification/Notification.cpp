@@ -48,8 +48,10 @@ public:
 private:
     void skip(Listeners::iterator entry) {
         // Entries are told apart by their place in memory, of whichever register they are.
-        if (_current == &*entry)
+        if (_current == &*entry) {
             _current = nullptr;
+            return;
+        }
         auto ahead = _next;
         for (auto i = _left; i > 0; --i, ++ahead) {
             if (&*ahead != &*entry)
@@ -157,9 +159,12 @@ void _Register::notify(void* sender) {
     announcement.done();
 }
 
+void _Register::announceChange(void* sender, std::string const& name) {
+    if (!_changedProperties.empty() || !_callbacks.empty())
+        markAsChanged(sender, name);
+}
+
 void _Register::markAsChanged(void* sender, std::string const& name) {
-    if (_changedProperties.empty() && _callbacks.empty())
-        return;                       // nobody to tell, nothing pending: it would be forgotten at once
     insert(_changedProperties, name); // without the lock: this is meant
     notify(sender);
 }

@@ -39,8 +39,9 @@ void _Register::save() const {
     filesystem::FileHandle* handle = nullptr;
     if (!disk.open(toQString(_VL_REGISTER_NAME), &handle, filesystem::FileSystem::MODE_WRITE))
         return; // silent, as this whole operation is: this is meant
-    serialize(fromLiteral(userScope), *handle);
-    disk.close(handle);
+    // A handle that is not closed leaves the file as it was.
+    if (serialize(fromLiteral(userScope), *handle))
+        disk.close(handle);
 }
 
 } // namespace utils::properties

@@ -5,7 +5,17 @@
 #define QT_DISABLE_DEPRECATED_BEFORE 0
 #include "register/Text.h"
 
+#include <limits>
+
+#include <utils/Exception.h>
+
 namespace utils::properties {
+
+QString toQString(std::string const& utf8) {
+    if (utf8.size() > static_cast<std::size_t>(std::numeric_limits<int>::max()))
+        throw Exception("Name too long.");
+    return QString::fromUtf8(utf8.data(), static_cast<int>(utf8.size()));
+}
 
 std::string toUtf8(QString const& text) {
     QByteArray const utf8 = text.toUtf8();

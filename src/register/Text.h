@@ -7,10 +7,8 @@
 
 namespace utils::properties {
 
-/** A name or path as the file system takes it. */
-[[nodiscard]] inline QString toQString(std::string const& utf8) {
-    return QString::fromUtf8(utf8.data(), static_cast<int>(utf8.size()));
-}
+/** A name or path as the file system takes it. Errors: `Exception` for 2 GiB and more. */
+[[nodiscard]] QString toQString(std::string const& utf8);
 
 [[nodiscard]] std::string toUtf8(QString const& text);
 

@@ -24,7 +24,8 @@ public:
     std::string readBytes(int count) { return _fileSystem.readBytes(_handle, count); }
 
     template <class Field, class List>
-    int readAhead(int /*count*/, List& /*list*/) {
+    int readAhead(int /*count*/, List& list) {
+        list.clear();
         return 0; // every field is a call of its own
     }
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -76,16 +77,16 @@ public:
         return bytes;
     }
 
-    /** Reads the elements of a fixed size that are there whole. Result: their number. */
+    /** Replaces a list by the elements of a fixed size that are there whole. Result: their number. */
     template <class Field, class Element>
     int readAhead(int count, std::vector<Element>& list) {
         if constexpr (Field::size == 0) {
+            list.clear();
             return 0;
         } else {
             std::size_t const whole =
                 std::min(static_cast<std::size_t>(std::max(count, 0)), _left.size() / Field::size);
-            FieldReader field(_left.data());
-            appendOneByOne(list, whole, [&field] { return Field::read(field); });
+            replaceOneByOne<Field>(list, whole, _left.data());
             _left.remove_prefix(whole * Field::size);
             return static_cast<int>(whole);
         }
@@ -103,19 +104,34 @@ private:
         return read(FieldReader(field));
     }
 
-    /** A list grows as if each element were appended by itself, yet those it has room for come in one go. */
-    template <class Element, class Next>
-    static void appendOneByOne(std::vector<Element>& list, std::size_t count, Next next) {
-        while (count > 0) {
-            std::size_t const size = list.size();
-            std::size_t const fitting = std::min(count, list.capacity() - size);
-            list.resize(size + fitting);
-            std::generate(list.begin() + static_cast<std::ptrdiff_t>(size), list.end(), next);
-            count -= fitting;
-            if (count > 0) {
-                list.push_back(next());
-                --count;
-            }
+    /** The list ends up as if emptied and appended to one by one, its capacity too, yet what has room goes at
+     * once. */
+    template <class Field, class Element>
+    static void replaceOneByOne(std::vector<Element>& list, std::size_t count, char const* from) {
+        std::size_t done = 0;
+        while (true) {
+            std::size_t const fitting = std::min(count, list.capacity());
+            list.resize(fitting);
+            copy<Field>(list, done, from + done * Field::size);
+            if (fitting == count)
+                return;
+            FieldReader next(from + fitting * Field::size);
+            list.push_back(Field::read(next));
+            done = fitting + 1;
+        }
+    }
+
+    /** Reads the elements of a list from `begin` on. */
+    template <class Field, class Element>
+    static void copy(std::vector<Element>& list, std::size_t begin, char const* from) {
+        if (begin == list.size())
+            return;
+        if constexpr (Field::isMemoryImage) {
+            std::memcpy(list.data() + begin, from, (list.size() - begin) * Field::size);
+        } else {
+            FieldReader next(from);
+            for (std::size_t i = begin; i < list.size(); ++i)
+                list[i] = Field::read(next);
         }
     }
 

@@ -23,18 +23,25 @@
  *
  * Records are written to anything with `writeByte`, `writeInt` and `writeBytes`, and read from anything with
  * `readByte`, `readInt` and `readBytes`, one call a field. Nothing is checked but the tags: what is missing
- * at the end of a record reads as the source gives it, and what follows a record is never read.
+ * at the end of a record reads as the source gives it, and what follows a record is never read. A source
+ * empties a list before its elements are read, with `readAhead`; there it may read the first of them its own
+ * way, and says how many.
  */
 namespace utils::properties {
 
-/** How a value stands in a record, without its tag. */
+constexpr bool littleEndian = __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__;
+
+/**
+ * How a value stands in a record, without its tag: `size` in bytes, 0 where it differs, and whether those
+ * bytes are also how this machine holds the value, so that many can be copied at once.
+ */
 template <class Value>
 struct Field;
 
 template <>
 struct Field<std::string> {
     static constexpr Type tag = TYPE_STRING;
-    static constexpr std::size_t size = 0; ///< in bytes, 0 where it differs
+    static constexpr std::size_t size = 0;
 
     template <class Sink>
     static void write(Sink& sink, std::string const& value) {
@@ -51,6 +58,7 @@ template <>
 struct Field<double> {
     static constexpr Type tag = TYPE_NUMBER;
     static constexpr std::size_t size = 8;
+    static constexpr bool isMemoryImage = littleEndian;
     static_assert(std::numeric_limits<double>::is_iec559 && sizeof(double) == sizeof(std::uint64_t));
 
     template <class Sink>
@@ -75,6 +83,7 @@ template <>
 struct Field<int> {
     static constexpr Type tag = TYPE_INTEGER;
     static constexpr std::size_t size = 4;
+    static constexpr bool isMemoryImage = littleEndian;
 
     template <class Sink>
     static void write(Sink& sink, int value) {
@@ -90,6 +99,7 @@ template <>
 struct Field<bool> {
     static constexpr Type tag = TYPE_BOOLEAN;
     static constexpr std::size_t size = 1;
+    static constexpr bool isMemoryImage = false; // a list holds its booleans as bits
 
     template <class Sink>
     static void write(Sink& sink, bool value) {
@@ -144,7 +154,6 @@ struct Record<std::vector<Element>> {
     template <class Source>
     static void readPayload(Source& source, std::vector<Element>& values) {
         int const count = source.readInt();
-        values.clear();
         for (int i = source.template readAhead<Field<Element>>(count, values); i < count; ++i)
             values.emplace_back(Field<Element>::read(source));
     }

@@ -11,6 +11,18 @@
 
 namespace utils::properties {
 
+/** The writers, apart from the kind of value. */
+struct ValueWriter {
+    template <class Value>
+    static void write(_Register& object, void* sender, std::string const& name, Value const& value,
+                      RegisterScope scope);
+
+private:
+    template <class Value>
+    static bool writeDirectly(_Register& object, void* sender, std::string const& name, Value const& value,
+                              RegisterScope scope);
+};
+
 namespace {
 
 /** Two texts, one with the path and one with the name and a period: this is meant. */
@@ -19,10 +31,12 @@ std::string cannotOpen(std::string const& name, std::string const& path) {
     return std::is_same_v<Value, std::string> ? path + " no such property" : name + " no such property.";
 }
 
+} // namespace
+
 /** Writes a value straight to memory and announces it. False when the property has no group to lie in yet. */
 template <class Value>
-bool writeDirectly(_Register& object, void* sender, std::string const& name, Value const& value,
-                   RegisterScope scope) {
+bool ValueWriter::writeDirectly(_Register& object, void* sender, std::string const& name, Value const& value,
+                                RegisterScope scope) {
     if (!direct::isOpen(object) || !isScope(scope))
         return false;
     RecordSize size;
@@ -33,13 +47,13 @@ bool writeDirectly(_Register& object, void* sender, std::string const& name, Val
         return false;
     RecordWriter record(target);
     Record<Value>::write(record, value);
-    object.markAsChanged(sender, name);
+    object.announceChange(sender, name);
     return true;
 }
 
 template <class Value>
-void writeValue(_Register& object, void* sender, std::string const& name, Value const& value,
-                RegisterScope scope) {
+void ValueWriter::write(_Register& object, void* sender, std::string const& name, Value const& value,
+                        RegisterScope scope) {
     if (writeDirectly(object, sender, name, value, scope))
         return;
     std::string const path = object._nameToPath(name, scope);
@@ -54,47 +68,45 @@ void writeValue(_Register& object, void* sender, std::string const& name, Value 
     FileRecord record(object, handle);
     Record<Value>::write(record, value); // the handle stays open when this throws: this is meant
     object.close(handle);
-    object.markAsChanged(sender, name);
+    object.announceChange(sender, name);
 }
-
-} // namespace
 
 void _Register::_writeString(void* sender, std::string const& name, std::string const& value,
                              RegisterScope scope) {
-    writeValue(*this, sender, name, value, scope);
+    ValueWriter::write(*this, sender, name, value, scope);
 }
 
 void _Register::_writeNumber(void* sender, std::string const& name, double const& value,
                              RegisterScope scope) {
-    writeValue(*this, sender, name, value, scope);
+    ValueWriter::write(*this, sender, name, value, scope);
 }
 
 void _Register::_writeInteger(void* sender, std::string const& name, int const& value, RegisterScope scope) {
-    writeValue(*this, sender, name, value, scope);
+    ValueWriter::write(*this, sender, name, value, scope);
 }
 
 void _Register::_writeBoolean(void* sender, std::string const& name, bool const& value, RegisterScope scope) {
-    writeValue(*this, sender, name, value, scope);
+    ValueWriter::write(*this, sender, name, value, scope);
 }
 
 void _Register::_writeStrings(void* sender, std::string const& name, std::vector<std::string> const& value,
                               RegisterScope scope) {
-    writeValue(*this, sender, name, value, scope);
+    ValueWriter::write(*this, sender, name, value, scope);
 }
 
 void _Register::_writeIntegers(void* sender, std::string const& name, std::vector<int> const& value,
                                RegisterScope scope) {
-    writeValue(*this, sender, name, value, scope);
+    ValueWriter::write(*this, sender, name, value, scope);
 }
 
 void _Register::_writeNumbers(void* sender, std::string const& name, std::vector<double> const& value,
                               RegisterScope scope) {
-    writeValue(*this, sender, name, value, scope);
+    ValueWriter::write(*this, sender, name, value, scope);
 }
 
 void _Register::_writeBooleans(void* sender, std::string const& name, std::vector<bool> const& value,
                                RegisterScope scope) {
-    writeValue(*this, sender, name, value, scope);
+    ValueWriter::write(*this, sender, name, value, scope);
 }
 
 } // namespace utils::properties

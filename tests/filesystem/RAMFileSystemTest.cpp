@@ -129,6 +129,13 @@ TEST_F(RAMHandle, WritesWhereItStandsInAFileThatWasEmptiedMeanwhile) {
     EXPECT_EQ(std::string("\0\0\0\0ef", 6), readFile(files, "/f"));
 }
 
+TEST_F(RAMHandle, KnowsTheSizeOfAFileThatBecameShorter) {
+    FileHandle* const handle = readingInside();
+    ASSERT_TRUE(writeFile(files, "/a/f", "x"));
+    EXPECT_EQ(1, files.size(handle));
+    EXPECT_EQ(1, files.tell(handle));
+}
+
 TEST_F(RAMHandle, ThatIsClosedIsNoneAnyMore) {
     FileHandle* const handle = readingInside();
     ASSERT_TRUE(files.close(handle));

@@ -6,5 +6,6 @@ set -eu
 . "$(dirname "$0")/temporary-directory.sh"
 
 cd "$work"
-mkdir global user
+
 "$1" | diff -u "$2" -
+[ -s user/Velmorand.dat ]

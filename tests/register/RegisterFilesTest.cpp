@@ -227,6 +227,20 @@ TEST(Save, WritesAnEmptyTreeForADeletedScope) {
     EXPECT_EQ(Names{}, names(loadedFrom(user.string())->propertyList("", SCOPE_USER)));
 }
 
+TEST(Save, KeepsTheFileWhenAFileStandsInTheScopesPlace) {
+    TemporaryDirectory const user;
+    RegisterProbe::_UserRegisterPath = user.string();
+    RegisterProbe settings;
+    settings._writeInteger(nullptr, "x", 1, SCOPE_USER);
+    settings.save();
+    std::string const before = fileBytes(user / registerFileName);
+    settings.delProperty("", SCOPE_USER);
+    filesystem::FileHandle* handle = nullptr;
+    ASSERT_TRUE(settings.open("/user", &handle, filesystem::FileSystem::MODE_WRITE));
+    settings.save();
+    EXPECT_EQ(before, fileBytes(user / registerFileName));
+}
+
 TEST(Save, IsSilentWithoutADirectory) {
     TemporaryDirectory const directory;
     RegisterProbe settings;

@@ -124,10 +124,14 @@ public:
 
     /**
      * Sets the two register directories (UTF-8), builds the register from them, and records them as the
-     * string properties "UserDataPath" and "GlobalDataPath" in the temporary scope, saving after each. To be
-     * called once, before any other use; on a register that is already built it changes where `save` writes,
-     * and loads nothing. Errors: `utils::Exception` "User register not found" when no register file can lie
-     * in the user directory; what `load` throws. A global directory without a register file is no error.
+     * string properties "UserDataPath" and "GlobalDataPath" in the temporary scope, each followed by a
+     * `save()`. To be called once, before any other use; on a register that is already built it changes where
+     * `save` writes, and loads nothing. The user directory should exist: one that is missing or cannot be
+     * written is not noticed here, and saves are lost in silence. A relative directory is looked up anew at
+     * each save.
+     * Errors: `utils::Exception` "User register not found" when the register file's name has a directory part
+     * that cannot be made in the user directory; what `load` throws. A global directory without a register
+     * file is no error.
      * Locks: none for the directories; call it before other threads use the register.
      */
     static void initialize(std::string const& globalPath, std::string const& userPath);
@@ -309,7 +313,13 @@ protected:
     std::multimap<std::string, Callback*> _callbacks; ///< listeners by name; the pointers are not owned
 
 private:
+    friend struct ValueWriter;
+
     static bool _test_register_file(std::string const& root);
+
+    /** `markAsChanged` for the writers, which hold the lock: with nobody to tell there is nothing to record.
+     */
+    void announceChange(void* sender, std::string const& name);
 };
 
 } // namespace utils::properties

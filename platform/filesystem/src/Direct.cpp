@@ -39,6 +39,8 @@ Entry find(RAMFileSystem const& fileSystem, std::string_view directory, Path con
 char* rewrite(RAMFileSystem& fileSystem, std::string_view directory, Path const& path, std::size_t size) {
     Tree& tree = DirectAccess::tree(fileSystem);
     TreePath const place = join(directory, path);
+    if (!Node::fits(place.name().size(), size))
+        return nullptr;
     if (NodeId const found = tree.find(place); found != noNode)
         return tree[found].directory != 0 ? nullptr : tree[found].replaceContent(size);
     NodeId const made = tree.make(place, false);

@@ -10,6 +10,8 @@ namespace filesystem {
 
 namespace {
 
+constexpr int uniqueNames = 1'000'000;
+
 template <std::size_t Size>
 using Unsigned =
     std::conditional_t<Size == 1, std::uint8_t, std::conditional_t<Size == 2, std::uint16_t, std::uint32_t>>;
@@ -50,7 +52,7 @@ long FileSystem::size(FileHandle* handle) {
     if (position < 0 || !seek(handle, 0, ORIGIN_END))
         return -1;
     long const end = tell(handle);
-    return seek(handle, position, ORIGIN_BEGIN) ? end : -1;
+    return seek(handle, std::min(position, end), ORIGIN_BEGIN) ? end : -1;
 }
 
 long FileSystem::size(QString const& path) {
@@ -109,11 +111,12 @@ void FileSystem::writeFloat(FileHandle* handle, float value) {
 
 QString FileSystem::getUniqueFileName(QString const& directory, QString const& prefix,
                                       QString const& suffix) {
-    for (qulonglong number = 0;; ++number) {
+    for (int number = 0; number < uniqueNames; ++number) {
         QString const path = directory + QLatin1Char('/') + prefix + QString::number(number) + suffix;
         if (!exists(path))
             return path;
     }
+    return {};
 }
 
 } // namespace filesystem

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <string_view>
 
 namespace filesystem {
@@ -44,6 +45,11 @@ struct alignas(64) Node {
         char* heapText;
     };
 
+    /** Whether a file can hold a name and a content of these sizes. */
+    [[nodiscard]] static constexpr bool fits(std::size_t nameSize, std::size_t contentSize) {
+        return nameSize <= longestName && contentSize <= std::numeric_limits<std::uint32_t>::max() - nameSize;
+    }
+
     [[nodiscard]] bool onHeap() const noexcept {
         return (directory != 0 ? nameLength : capacity) > inlineCapacity;
     }
@@ -65,7 +71,7 @@ struct alignas(64) Node {
      */
     char* replaceContent(std::size_t newSize);
 
-    /** Empties a file and gives its room back as far as possible. */
+    /** Empties a file and gives its room back, unless its name needs a block on the heap anyway. */
     void dropContent() noexcept;
 
     /** Sets the name of a new node, whose `directory` is set. Errors: `std::bad_alloc`, `std::length_error`.

@@ -6,6 +6,15 @@
 
 namespace filesystem {
 
+namespace {
+
+/** Whether a level of a canonical path may be made. */
+bool mayBeNamed(std::string_view name) {
+    return name != "." && name != ".." && name.size() <= Node::longestName;
+}
+
+} // namespace
+
 Tree::Tree() {
     static_cast<void>(_nodes.make(true));
 }
@@ -57,7 +66,7 @@ NodeId Tree::make(TreePath const& path, bool directory) {
 /** The directory in which a node at `path` would lie, if it may. */
 NodeId Tree::directoryAbove(TreePath const& path) const {
     std::string_view const name = path.name();
-    if (path.isRoot() || name == "." || name == "..")
+    if (path.isRoot() || !mayBeNamed(name))
         return noNode;
     NodeId const parent = find(path.parent());
     return parent != noNode && _nodes[parent].directory != 0 ? parent : noNode;
@@ -131,7 +140,7 @@ NodeId Tree::childDirectory(NodeId parent, std::string_view name, PathPlace& pla
         hash, [&](NodeId id) { return _nodes[id].parent == parent && _nodes[id].name() == name; });
     if (found != noNode)
         return _nodes[found].directory != 0 ? found : noNode;
-    if (name == "." || name == "..")
+    if (!mayBeNamed(name))
         return noNode;
     _index.reserve(1);
     NodeId const made = add(parent, name, hash, true);

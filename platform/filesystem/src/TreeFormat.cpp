@@ -194,6 +194,8 @@ private:
         if (value.kind != Kind::map && value.kind != Kind::bytes)
             throw utils::Exception("it holds what is neither a directory nor a file: \"" + std::string(name) +
                                    '"');
+        if (!Node::fits(name.size(), value.content.size()))
+            throw utils::Exception("it holds more under a name than memory takes");
         PathPlace const place = directory.place.below(name);
         NodeId const id = _result.add(directory.id, name, place.hash(), value.kind == Kind::map);
         if (value.kind == Kind::map)

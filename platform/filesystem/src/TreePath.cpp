@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "TreePath.h"
 
+#include <limits>
+
 #include <QString>
 
 #include "PathHash.h"
 #include "Words.h"
+#include "utils/Exception.h"
 
 namespace filesystem {
 
@@ -71,6 +74,8 @@ std::string_view canonicalPath(std::string_view path, std::string& storage) {
 
 QString textOfName(std::string_view name) {
     auto const text = [](std::string_view utf8) {
+        if (utf8.size() > static_cast<std::size_t>(std::numeric_limits<int>::max()))
+            throw utils::Exception("Path too long.");
         return QString::fromUtf8(utf8.data(), static_cast<int>(utf8.size()));
     };
     constexpr std::string_view byteOrderMark =

@@ -53,8 +53,8 @@ struct Entry {
 /**
  * Gives the file at a place, which is made when it is missing, a content of `size` bytes.
  * Result: the first of them, for the caller to fill before the file system is used again; null, with nothing
- * changed, when the directory around the place is missing, the place is a directory, or its name is none.
- * Errors: `std::bad_alloc`, `std::length_error` for 4 GiB and more; nothing has changed.
+ * changed, when the directory around the place is missing, the place is a directory, its name is none, or the
+ * size is 4 GiB or more. Errors: `std::bad_alloc`; nothing has changed.
  */
 [[nodiscard]] VELMORAND_FILESYSTEM_EXPORT char* rewrite(RAMFileSystem& fileSystem, std::string_view directory,
                                                         Path const& path, std::size_t size);

@@ -94,7 +94,10 @@ public:
     /** The handle's position in bytes, -1 on failure. */
     [[nodiscard]] virtual long tell(FileHandle* handle) = 0;
 
-    /** The size in bytes of the open file, -1 on failure. The position stays. */
+    /**
+     * The size in bytes of the open file, -1 on failure. The position stays, unless the file has become
+     * shorter: then it moves to the end.
+     */
     [[nodiscard]] virtual long size(FileHandle* handle);
 
     /** The size in bytes of the file at `path`, -1 when it cannot be opened for reading. */
