@@ -1,0 +1,171 @@
+# SPDX-License-Identifier: Apache-2.0
+"""usage: report.py RESULT.json DOCS-DIRECTORY
+
+Prints the table of ratios, and writes performance.md and its plots from what measure.py measured.
+"""
+import json
+import pathlib
+import sys
+
+import plots
+import rows
+
+OURS = "register"
+LIMIT = "limit"
+
+METHOD = """\
+# Performance
+
+How fast the register is beside the stores that one would take instead, and beside the least that any thread-safe store
+does. This page and its plots are written by `scripts/bench`, which installs, builds and measures; times differ from
+machine to machine, the ratios much less.
+
+## Method
+
+- *Limit* is a `std::recursive_mutex` around a `std::unordered_map` of `std::variant`, with nothing else to do: the
+  names of a group stand ready in it, and it tells no listener but the one on the property's own group.
+- Every store does the same work on the same names: 10,000 properties in 100 groups, `group_i/sub_j/prop_k` of 24
+  characters, read in the same random order; 100,000 in the rows that load and save. A list is one property, read again
+  and again into the same vector.
+- Each row is the median of {repetitions} repetitions. A process measures one row for all stores, its repetitions in
+  random order. Rows in memory count the processor's time, rows that wait for the disk or for other threads the clock's.
+- Safe saving is what the store itself offers for that, where it offers it; otherwise, and for the limit, the file is
+  written aside, synchronised and moved over the old one. What is saved has changed since the last save; a load ends with
+  a read in each group. LMDB and SQLite only map or open their file.
+- LMDB's writes are transactions that do not wait for the disk; SQLite is in memory; GSettings is on its memory backend,
+  and on its key-file backend in the rows that load and save.
+- To create a property is to write an integer under a name that is not there. To read with a fallback is to ask the
+  register whether the name exists.
+- Memory is what the heap gives out for 100,000 properties, a quarter each of integers, numbers, booleans and strings of
+  8 bytes, its own overhead included, and for LMDB the pages of its map.
+
+## Machine
+"""
+
+
+def machine_lines(machine):
+    yield f"- {machine['processor']}, {machine['processors']} processors, {machine['memory']}"
+    yield f"- {machine['system']}, Linux {machine['kernel']}, temporary files on {machine['file system']}"
+    yield f"- load average at the end: {machine['load']:.1f}"
+    yield "- " + ", ".join(f"{name} {version}" for name, version in machine["packages"].items())
+
+
+def table(head, lines):
+    yield "| " + " | ".join(head) + " |"
+    yield "|---|" + "---:|" * (len(head) - 1)
+    for line in lines:
+        yield "| " + " | ".join(line) + " |"
+
+
+def time_text(nanoseconds):
+    if nanoseconds >= 1e6:
+        return f"{nanoseconds / 1e6:.1f} ms"
+    return f"{nanoseconds:,.0f} ns"
+
+
+def value_text(row, value):
+    if value is None:
+        return "-"
+    return f"{value:.0f} B" if row == "memory" else time_text(value)
+
+
+def ratio_text(ratio):
+    return f"{ratio:.2f}" if ratio < 10 else f"{ratio:.0f}"
+
+
+def goal_table(comparison):
+    lines = []
+    for row, title, goal in rows.COMPARISON:
+        ratio = comparison[row][OURS] / comparison[row][LIMIT]
+        lines.append([title, ratio_text(ratio), f"{goal}", "yes" if ratio <= goal else "**no**"])
+    return table(["operation", "register / limit", "goal", "met"], lines)
+
+
+def peers_of(comparison):
+    return [store for store in rows.STORES if store in comparison["memory"] and store not in (OURS, LIMIT)]
+
+
+def value_table(comparison):
+    stores = [OURS, LIMIT] + peers_of(comparison)
+    lines = [
+        [title] + [value_text(row, comparison[row].get(store)) for store in stores] for row, title, _ in rows.COMPARISON
+    ]
+    return table(["operation"] + stores, lines)
+
+
+def ratio_table(comparison):
+    """How many times what the register takes each store takes: below 1 it is ahead."""
+    stores = [LIMIT] + peers_of(comparison)
+    lines = []
+    for row, title, _ in rows.COMPARISON:
+        ours = comparison[row][OURS]
+        cells = [comparison[row].get(store) for store in stores]
+        texts = ["-" if cell is None else ratio_text(cell / ours) for cell in cells]
+        lines.append([title] + [f"**{text}**" if cell is not None and cell < ours and store != LIMIT else text
+                                for store, cell, text in zip(stores, cells, texts)])
+    return table(["operation"] + stores, lines)
+
+
+def growth_table(comparison):
+    stores = [OURS, LIMIT] + peers_of(comparison)
+    lines = [
+        [f"{count:,}"] + [time_text(comparison[f"growth/{count}"][store]) for store in stores] for count in rows.GROWTH
+    ]
+    return table(["properties"] + stores, lines)
+
+
+def details_table(measured):
+    parameters = {name.rpartition("/")[0] for name in measured}
+    parameters = sorted(parameters, key=lambda text: int(text) if text.isdigit() else text)
+    lines = []
+    for parameter in parameters:
+        ours, limit = measured.get(f"{parameter}/{OURS}"), measured.get(f"{parameter}/{LIMIT}")
+        ratio = ratio_text(ours / limit) if limit else "-"
+        label = f"{int(parameter):,}" if parameter.isdigit() else parameter
+        lines.append([label, time_text(ours), time_text(limit) if limit else "-", ratio])
+    return table(["", OURS, LIMIT, "ratio"], lines)
+
+
+def process_table(measured):
+    return table(["whole process", "time"], [[title, time_text(measured[row])] for row, title in rows.PROCESS])
+
+
+def page(result):
+    comparison = result["comparison"]
+    yield METHOD.format(repetitions=result["repetitions"])
+    yield from machine_lines(result["machine"])
+    yield "\n## Against the limit\n"
+    yield from goal_table(comparison)
+    yield "\n## Against the others\n"
+    yield "How many times what the register takes each store takes; in bold where it takes less.\n"
+    yield from ratio_table(comparison)
+    yield "\n![The stores, operation by operation](performance/comparison.svg)\n"
+    yield "What was measured:\n"
+    yield from value_table(comparison)
+    yield "\n## Growth\n"
+    yield "Reading one integer, by the number of properties.\n"
+    yield "![Reading an integer, by the number of properties](performance/growth.svg)\n"
+    yield from growth_table(comparison)
+    yield "\n## Start and exit\n"
+    yield from process_table(result["process"])
+    yield "\n## More of the register"
+    for row, title in rows.DETAILS:
+        yield f"\n{title[0].upper()}{title[1:]}:\n"
+        yield from details_table(result["details"][row])
+
+
+def main():
+    if len(sys.argv) != 3:
+        sys.exit(__doc__)
+    result = json.loads(pathlib.Path(sys.argv[1]).read_text())
+    docs = pathlib.Path(sys.argv[2])
+    (docs / "performance").mkdir(parents=True, exist_ok=True)
+    comparison = result["comparison"]
+    (docs / "performance.md").write_text("\n".join(page(result)) + "\n")
+    (docs / "performance" / "growth.svg").write_text(plots.growth(comparison, rows.GROWTH))
+    (docs / "performance" / "comparison.svg").write_text(plots.comparison(comparison, rows.COMPARISON))
+    print("\n".join(goal_table(comparison)), "\n")
+    print("\n".join(ratio_table(comparison)))
+
+
+main()
