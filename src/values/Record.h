@@ -148,7 +148,9 @@ struct Record<std::vector<Element>> {
     }
     template <class Source>
     static bool readTags(Source& source) {
-        return readTag(source) == TYPE_LIST && readTag(source) == Field<Element>::tag;
+        if (readTag(source) != TYPE_LIST)
+            return false;
+        return readTag(source) == Field<Element>::tag;
     }
     /** The list grows by one element at a time, without room reserved for a count that nobody has checked. */
     template <class Source>

@@ -112,7 +112,7 @@ void FileSystem::writeFloat(FileHandle* handle, float value) {
 QString FileSystem::getUniqueFileName(QString const& directory, QString const& prefix,
                                       QString const& suffix) {
     for (int number = 0; number < uniqueNames; ++number) {
-        QString const path = directory + QLatin1Char('/') + prefix + QString::number(number) + suffix;
+        QString path = directory + QLatin1Char('/') + prefix + QString::number(number) + suffix;
         if (!exists(path))
             return path;
     }

@@ -23,7 +23,7 @@ NodeId NodePool::make(bool directory) {
         if (_made == std::numeric_limits<NodeId>::max())
             throw std::bad_alloc();
         if (_made / blockSize == _blocks.size())
-            _blocks.push_back(std::unique_ptr<Block>(new Block));
+            _blocks.push_back(std::make_unique<Block>());
         id = _made++;
     }
     Node& node = (*this)[id];

@@ -21,6 +21,7 @@ struct Secret {
 /** From the sixteen random bytes that the kernel gives to every process. */
 Secret makeSecret() noexcept {
     std::uint64_t state = 0x9E3779B97F4A7C15U;
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the kernel hands the address out as a number
     if (auto const* random = reinterpret_cast<char const*>(::getauxval(AT_RANDOM)); random != nullptr)
         state ^= loadWord(random) ^ loadWord(random + sizeof state) << 1;
     auto const next = [&state] {

@@ -117,11 +117,11 @@ TreePath TreePath::parent() const {
     return {first, above, PathHash::of(above)};
 }
 
-CanonicalPath::CanonicalPath(QString const& path) : _valid(true), _path{} {
+// What is not well-formed would come out of the conversion as a plain "?".
+CanonicalPath::CanonicalPath(QString const& path) : _valid(path.isValidUtf16()), _path{} {
     QByteArray const utf8 = path.toUtf8();
     std::string_view const view(utf8.constData(), static_cast<std::size_t>(utf8.size()));
     Traits const traits = examine(view);
-    _valid = path.isValidUtf16(); // what is not would come out as a plain "?"
     _text = traits.emptyLevels ? withoutEmptyLevels(view) : std::string(view);
     _path = TreePath::of(_text);
 }
