@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
@@ -10,29 +9,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "support/TemporaryDirectory.h"
+
 namespace bench {
 
-/** A fresh, empty directory, removed with all that is in it at the end. */
-class TemporaryDirectory {
-public:
-    TemporaryDirectory() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "velmorand-bench-XXXXXX").string();
-        if (::mkdtemp(pattern.data()) == nullptr)
-            throw std::runtime_error("cannot make a temporary directory at " + pattern);
-        _path = pattern;
-    }
-    TemporaryDirectory(TemporaryDirectory const&) = delete;
-    TemporaryDirectory& operator=(TemporaryDirectory const&) = delete;
-    ~TemporaryDirectory() {
-        std::error_code ignored;
-        std::filesystem::remove_all(_path, ignored);
-    }
-
-    [[nodiscard]] std::filesystem::path const& path() const { return _path; }
-
-private:
-    std::filesystem::path _path;
-};
+using support::TemporaryDirectory;
 
 inline std::string readFile(std::filesystem::path const& path) {
     std::string bytes(std::filesystem::file_size(path), '\0');

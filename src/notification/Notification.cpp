@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <iterator>
+#include <utility>
 
 #include "register/Lock.h"
 #include "utils/properties/Register.h"

@@ -104,8 +104,7 @@ private:
         return read(FieldReader(field));
     }
 
-    /** The list ends up as if emptied and appended to one by one, its capacity too, yet what has room goes at
-     * once. */
+    /** The list, its capacity too, is as if appended to one by one, yet what has room goes at once. */
     template <class Field, class Element>
     static void replaceOneByOne(std::vector<Element>& list, std::size_t count, char const* from) {
         std::size_t done = 0;

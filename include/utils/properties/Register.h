@@ -317,8 +317,7 @@ private:
 
     static bool _test_register_file(std::string const& root);
 
-    /** `markAsChanged` for the writers, which hold the lock: with nobody to tell there is nothing to record.
-     */
+    /** `markAsChanged` for the writers, with the lock held: with nobody to tell nothing is recorded. */
     void announceChange(void* sender, std::string const& name);
 };
 

@@ -5,6 +5,7 @@
 #include <memory>
 #include <mutex>
 #include <set>
+#include <utility>
 
 #include "Node.h"
 #include "filesystem/DirEntry.h"
@@ -20,8 +21,7 @@ namespace filesystem {
  */
 class LastListing {
 public:
-    /** The entries of `directory`, which `list()` makes when they are not kept for this `version` of the
-     * tree. */
+    /** The entries of `directory` in this `version` of the tree; `list()` makes them unless they are kept. */
     template <class List>
     std::set<DirEntry> get(NodeId directory, std::uint64_t version, List list) {
         Kept const kept = exchange({directory, version, nullptr});

@@ -251,7 +251,7 @@ std::size_t decodeTree(Tree& tree, Tree::Apart& result, TreePath const& path, st
     if (data.substr(0, selfDescribedTag.size()) != selfDescribedTag.substr(0, data.size()))
         throw utils::Exception("it is not a register file");
     Scanner scanner(data);
-    scanner.next();
+    scanner.next(); // that tag, whole
     if (scanner.next(Kind::array, "it is not a register file").number != 3)
         throw utils::Exception("it is not a register file");
     std::uint64_t const version = scanner.next(Kind::number, "it has no format version").number;
