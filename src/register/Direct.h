@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstddef>
+#include <initializer_list>
+#include <string>
 #include <string_view>
 #include <typeinfo>
 
@@ -29,7 +31,6 @@ using filesystem::direct::Entry;
 using filesystem::direct::find;
 using filesystem::direct::Kind;
 using filesystem::direct::makeDirectories;
-using filesystem::direct::Path;
 using filesystem::direct::rewrite;
 
 inline bool isOpen(_Register const& object) {
@@ -45,17 +46,13 @@ struct Entry {
     std::string_view content;
 };
 
-struct Path {
-    explicit Path(std::string_view) {}
-};
-
-inline Entry find(_Register const&, std::string_view, Path const&) {
+inline Entry find(_Register const&, std::initializer_list<std::string_view>, std::string_view) {
     return {Kind::none, {}};
 }
-inline char* rewrite(_Register&, std::string_view, Path const&, std::size_t) {
+inline char* rewrite(_Register&, std::string_view, std::string_view, std::size_t) {
     return nullptr;
 }
-inline bool makeDirectories(_Register&, std::string_view, Path const&) {
+inline bool makeDirectories(_Register&, std::string_view, std::string_view) {
     return false;
 }
 
@@ -67,11 +64,10 @@ constexpr bool isOpen(_Register const&) {
 
 /** What readers find under a name, in the first scope that holds it. The lock is held. */
 inline Entry locate(_Register const& object, std::string const& name) {
-    Path const path(name);
-    for (RegisterScope const scope : lookupOrder)
-        if (Entry const entry = find(object, scopeDirectory(scope), path); entry.kind != Kind::none)
-            return entry;
-    return {Kind::none, {}};
+    return find(
+        object,
+        {scopeDirectory(lookupOrder[0]), scopeDirectory(lookupOrder[1]), scopeDirectory(lookupOrder[2])},
+        name);
 }
 
 } // namespace utils::properties::direct

@@ -28,7 +28,7 @@ QString pathOf(_Register const& object, std::string const& name, RegisterScope s
 
 void _Register::addGroup(std::string const& name, RegisterScope scope) {
     if (direct::isOpen(*this) && isScope(scope)) {
-        direct::makeDirectories(*this, scopeDirectory(scope), direct::Path(name));
+        direct::makeDirectories(*this, scopeDirectory(scope), name);
         return;
     }
 
@@ -71,7 +71,7 @@ void _Register::delProperty(std::string const& name, RegisterScope scope) {
 bool _Register::groupExists(std::string const& name, RegisterScope scope) const {
     Lock const lock(*_mutex);
     if (direct::isOpen(*this) && isScope(scope))
-        return direct::find(*this, scopeDirectory(scope), direct::Path(name)).kind == direct::Kind::directory;
+        return direct::find(*this, {scopeDirectory(scope)}, name).kind == direct::Kind::directory;
     return isDirectory(pathOf(*this, name, scope));
 }
 
@@ -84,7 +84,7 @@ bool _Register::groupExists(std::string const& name) const {
 bool _Register::propertyExists(std::string const& name, RegisterScope scope) const {
     Lock const lock(*_mutex);
     if (direct::isOpen(*this) && isScope(scope))
-        return direct::find(*this, scopeDirectory(scope), direct::Path(name)).kind != direct::Kind::none;
+        return direct::find(*this, {scopeDirectory(scope)}, name).kind != direct::Kind::none;
     return exists(pathOf(*this, name, scope));
 }
 

@@ -42,7 +42,7 @@ bool ValueWriter::writeDirectly(_Register& object, void* sender, std::string con
     RecordSize size;
     Record<Value>::write(size, value);
     Lock const lock(*_Register::_mutex);
-    char* const target = direct::rewrite(object, scopeDirectory(scope), direct::Path(name), size.bytes());
+    char* const target = direct::rewrite(object, scopeDirectory(scope), name, size.bytes());
     if (target == nullptr)
         return false;
     RecordWriter record(target);

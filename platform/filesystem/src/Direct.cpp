@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "filesystem/Direct.h"
 
-#include "PathHash.h"
+#include <string>
+
 #include "Tree.h"
 #include "filesystem/RAMFileSystem.h"
 
@@ -17,32 +18,56 @@ namespace direct {
 
 namespace {
 
-TreePath join(std::string_view directory, Path const& path) {
-    return {directory, path.text(), path.hash()};
+Entry entryAt(Tree const& tree, NodeId id) {
+    if (id == noNode)
+        return {Kind::none, {}};
+    Node const& node = tree[id];
+    return node.directory != 0 ? Entry{Kind::directory, {}} : Entry{Kind::file, node.content()};
+}
+
+char* rewriteAt(Tree& tree, NodeId id, std::size_t size) {
+    Node& node = tree[id];
+    return node.directory == 0 && Node::fits(node.nameLength, size) ? node.replaceContent(size) : nullptr;
+}
+
+NodeId findIn(Tree const& tree, std::initializer_list<std::string_view> directories, std::string_view path) {
+    TreePath place = TreePath::below({}, path);
+    for (std::string_view const directory : directories) {
+        place.first = directory;
+        if (NodeId const id = tree.find(place); id != noNode)
+            return id;
+    }
+    return noNode;
 }
 
 } // namespace
 
-Path::Path(std::string_view path) : _text(canonicalPath(path, _storage)), _hash(PathHash::of(_text)) {}
+// Most paths are canonical, and one that leads to something as it stands is: only the others are looked at.
 
-Entry find(RAMFileSystem const& fileSystem, std::string_view directory, Path const& path) {
+Entry find(RAMFileSystem const& fileSystem, std::initializer_list<std::string_view> directories,
+           std::string_view path) {
     Tree const& tree = DirectAccess::tree(fileSystem);
-    NodeId const id = tree.find(join(directory, path));
-    if (id == noNode)
-        return {Kind::none, {}};
-    Node const& node = tree[id];
-    if (node.directory != 0)
-        return {Kind::directory, {}};
-    return {Kind::file, node.content()};
+    if (NodeId const id = findIn(tree, directories, path); id != noNode)
+        return entryAt(tree, id);
+    std::string storage;
+    std::string_view const canonical = canonicalPath(path, storage);
+    return entryAt(tree, canonical == path ? noNode : findIn(tree, directories, canonical));
 }
 
-char* rewrite(RAMFileSystem& fileSystem, std::string_view directory, Path const& path, std::size_t size) {
+char* rewrite(RAMFileSystem& fileSystem, std::string_view directory, std::string_view path,
+              std::size_t size) {
     Tree& tree = DirectAccess::tree(fileSystem);
-    TreePath const place = join(directory, path);
+    TreePath place = TreePath::below(directory, path);
+    if (NodeId const found = tree.find(place); found != noNode)
+        return rewriteAt(tree, found, size);
+    std::string storage;
+    if (std::string_view const canonical = canonicalPath(path, storage); canonical != path) {
+        place = TreePath::below(directory, canonical);
+        if (NodeId const found = tree.find(place); found != noNode)
+            return rewriteAt(tree, found, size);
+    }
     if (!Node::fits(place.name().size(), size))
         return nullptr;
-    if (NodeId const found = tree.find(place); found != noNode)
-        return tree[found].directory != 0 ? nullptr : tree[found].replaceContent(size);
     NodeId const made = tree.make(place, false);
     if (made == noNode)
         return nullptr;
@@ -54,8 +79,10 @@ char* rewrite(RAMFileSystem& fileSystem, std::string_view directory, Path const&
     }
 }
 
-bool makeDirectories(RAMFileSystem& fileSystem, std::string_view directory, Path const& path) {
-    return DirectAccess::tree(fileSystem).makeDirectories(join(directory, path));
+bool makeDirectories(RAMFileSystem& fileSystem, std::string_view directory, std::string_view path) {
+    std::string storage;
+    return DirectAccess::tree(fileSystem)
+        .makeDirectories(TreePath::below(directory, canonicalPath(path, storage)));
 }
 
 } // namespace direct

@@ -6,6 +6,8 @@
 #include <limits>
 #include <stdexcept>
 
+#include "Words.h"
+
 namespace filesystem {
 
 namespace {
@@ -22,6 +24,7 @@ void moveToHeap(Node& node, std::uint32_t capacity, std::size_t keep) {
     std::memcpy(block, node.text(), keep);
     node.freeText();
     node.heapText = block;
+    node.onHeap = 1;
     node.capacity = capacity;
 }
 
@@ -38,37 +41,47 @@ void Node::growContent(std::size_t contentCapacity) {
 
 char* Node::replaceContent(std::size_t newSize) {
     std::uint32_t const needed = checkedLength(nameLength + newSize);
-    if (needed <= inlineCapacity)
-        dropContent();
-    else if (needed > capacity || needed < capacity / 2)
+    if (needed <= inlineCapacity) {
+        if (onHeap != 0)
+            dropContent();
+    } else if (needed > capacity || needed < capacity / 2) {
         moveToHeap(*this, needed, nameLength);
+    }
     size = needed - nameLength;
     return text() + nameLength;
 }
 
 void Node::dropContent() noexcept {
     size = 0;
-    if (capacity <= inlineCapacity || nameLength > inlineCapacity)
+    if (onHeap == 0 || nameLength > inlineCapacity)
         return;
     char* const block = heapText;
     std::memcpy(inlineText, block, nameLength);
     delete[] block;
+    onHeap = 0;
     capacity = inlineCapacity;
 }
 
-void Node::setName(std::string_view name) {
+void Node::setText(std::string_view name, std::string_view content) {
     if (name.size() > longestName)
         throw std::length_error("a name in memory has less than 1 GiB");
-    auto const length = static_cast<std::uint32_t>(name.size());
-    char* const target = length > inlineCapacity ? heapText = new char[length] : inlineText;
-    std::memcpy(target, name.data(), length);
-    nameLength = length & longestName;
-    if (directory == 0)
-        capacity = std::max(length, inlineCapacity);
+    std::uint32_t const length = checkedLength(name.size() + content.size());
+    if (length > inlineCapacity) {
+        heapText = new char[length];
+        onHeap = 1;
+    }
+    nameLength = static_cast<std::uint32_t>(name.size()) & longestName;
+    char* const target = text();
+    copyBytes(target, name.data(), name.size());
+    if (directory != 0)
+        return;
+    copyBytes(target + name.size(), content.data(), content.size());
+    size = length - nameLength;
+    capacity = std::max(length, inlineCapacity);
 }
 
 void Node::freeText() noexcept {
-    if (onHeap())
+    if (onHeap != 0)
         delete[] heapText;
 }
 

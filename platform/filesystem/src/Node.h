@@ -12,13 +12,13 @@ namespace filesystem {
 using NodeId = std::uint32_t;
 
 constexpr NodeId noNode = 0;
+constexpr NodeId largestNodeId = (1U << 31) - 1;
 
 /**
  * A directory or a file: one cache line.
  *
  * Its text, the name with a file's content right behind it, stands in the node itself while it is short, else
- * in one block on the heap that the node owns. A directory's children are a list; they stand in ascending
- * order of their names while `ordered` says so.
+ * in one block on the heap that the node owns. A directory's children are a list.
  */
 struct alignas(64) Node {
     static constexpr std::uint32_t inlineCapacity = 32;
@@ -31,14 +31,18 @@ struct alignas(64) Node {
     std::uint32_t hash;       ///< of the whole path
     std::uint32_t nameLength : 30;
     std::uint32_t directory : 1;
-    std::uint32_t ordered : 1;
+    std::uint32_t onHeap : 1;
     union {
         std::uint32_t size; ///< of a file's content
         NodeId firstChild;
     };
+    struct LastChild {
+        NodeId id : 31;
+        std::uint32_t ordered : 1; ///< the children stand in ascending order of their names
+    };
     union {
         std::uint32_t capacity; ///< of a file's text, `inlineCapacity` while it stands in the node
-        NodeId lastChild;
+        LastChild lastChild;
     };
     union {
         char inlineText[inlineCapacity];
@@ -50,11 +54,8 @@ struct alignas(64) Node {
         return nameSize <= longestName && contentSize <= std::numeric_limits<std::uint32_t>::max() - nameSize;
     }
 
-    [[nodiscard]] bool onHeap() const noexcept {
-        return (directory != 0 ? nameLength : capacity) > inlineCapacity;
-    }
-    [[nodiscard]] char* text() noexcept { return onHeap() ? heapText : inlineText; }
-    [[nodiscard]] char const* text() const noexcept { return onHeap() ? heapText : inlineText; }
+    [[nodiscard]] char* text() noexcept { return onHeap != 0 ? heapText : inlineText; }
+    [[nodiscard]] char const* text() const noexcept { return onHeap != 0 ? heapText : inlineText; }
     [[nodiscard]] std::string_view name() const noexcept { return {text(), nameLength}; }
     [[nodiscard]] std::string_view content() const noexcept { return {text() + nameLength, size}; }
 
@@ -74,9 +75,11 @@ struct alignas(64) Node {
     /** Empties a file and gives its room back, unless its name needs a block on the heap anyway. */
     void dropContent() noexcept;
 
-    /** Sets the name of a new node, whose `directory` is set. Errors: `std::bad_alloc`, `std::length_error`.
+    /**
+     * Sets the name of a new node, whose `directory` is set, and the content of a new file. Errors:
+     * `std::bad_alloc`, `std::length_error`; nothing has changed.
      */
-    void setName(std::string_view name);
+    void setText(std::string_view name, std::string_view content);
 
     /** Gives the block on the heap back. */
     void freeText() noexcept;

@@ -1,39 +1,31 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "NodePool.h"
 
-#include <algorithm>
-#include <limits>
 #include <new>
 
 namespace filesystem {
 
+// The first number is that of no node: what it stands for there has no name and no relatives.
+NodePool::NodePool() {
+    static_cast<void>(make(true));
+}
+
 NodePool::~NodePool() {
     // A released node holds no text, so every number ever used can be treated alike.
-    for (NodeId id = noNode + 1; id < _made; ++id)
+    for (NodeId id = noNode; id < _made; ++id)
         (*this)[id].freeText();
 }
 
-NodeId NodePool::make(bool directory) {
-    NodeId id = _released;
-    std::uint32_t generation = 0;
-    if (id != noNode) {
-        _released = (*this)[id].next;
-        generation = (*this)[id].generation;
-    } else {
-        if (_made == std::numeric_limits<NodeId>::max())
-            throw std::bad_alloc();
-        if (_made / blockSize == _blocks.size())
-            _blocks.push_back(std::make_unique<Block>());
-        id = _made++;
-    }
-    Node& node = (*this)[id];
-    node = Node{};
-    node.generation = generation;
-    node.directory = directory ? 1 : 0;
-    node.ordered = 1;
-    if (!directory)
-        node.capacity = Node::inlineCapacity;
-    return id;
+/** The first number never used. Its node is one that was released, with no other behind it. */
+NodeId NodePool::makeNew() {
+    if (_made == largestNodeId)
+        throw std::bad_alloc();
+    if (_made / blockSize == _blocks.size())
+        _blocks.push_back(std::unique_ptr<Block>(new Block)); // as it is, since each node is set up by itself
+    Node& node = (*this)[_made];
+    node.generation = 0;
+    node.next = noNode;
+    return _made++;
 }
 
 void NodePool::release(NodeId id) noexcept {

@@ -12,7 +12,7 @@ namespace filesystem {
 /** The nodes of a tree: made in blocks, found by number, used again when they are released. */
 class NodePool {
 public:
-    NodePool() = default;
+    NodePool();
     NodePool(NodePool const&) = delete;
     NodePool& operator=(NodePool const&) = delete;
     ~NodePool();
@@ -23,7 +23,21 @@ public:
     }
 
     /** A node with no relatives, no text and no content. Errors: `std::bad_alloc`; nothing has changed. */
-    [[nodiscard]] NodeId make(bool directory);
+    [[nodiscard]] NodeId make(bool directory) {
+        NodeId const id = _released != noNode ? _released : makeNew();
+        Node& node = (*this)[id];
+        _released = node.next;
+        std::uint32_t const generation = node.generation;
+        node = Node{};
+        node.generation = generation;
+        if (directory) {
+            node.directory = 1;
+            node.lastChild.ordered = 1;
+        } else {
+            node.capacity = Node::inlineCapacity;
+        }
+        return id;
+    }
 
     /** Releases a node with its text. What still knows its number finds another generation there. */
     void release(NodeId id) noexcept;
@@ -32,8 +46,10 @@ private:
     static constexpr NodeId blockSize = 512;
     using Block = std::array<Node, blockSize>;
 
+    NodeId makeNew();
+
     std::vector<std::unique_ptr<Block>> _blocks;
-    NodeId _made = noNode + 1; ///< the first number never used
+    NodeId _made = noNode;     ///< the first number never used
     NodeId _released = noNode; ///< a list of released nodes, through `next`
 };
 

@@ -42,46 +42,71 @@ inline std::uint64_t mix(std::uint64_t left, std::uint64_t right) noexcept {
     return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
 }
 
-inline std::uint64_t mixBlock(std::uint64_t state, char const* block) noexcept {
-    return mix(loadWord(block) ^ secret.block, loadWord(block + 8) ^ state);
-}
-
-inline std::uint64_t finish(std::uint64_t state, char const* tail, std::size_t count,
-                            std::uint64_t length) noexcept {
-    std::uint64_t const low = loadPartialWord(tail, std::min<std::size_t>(count, 8));
-    std::uint64_t const high = count > 8 ? loadPartialWord(tail + 8, count - 8) : 0;
-    return mix(mix(low ^ secret.tail, high ^ state) ^ length, secret.end);
-}
-
 } // namespace
+
+inline PathHash::Block PathHash::load(std::string_view bytes) noexcept {
+    if (bytes.size() <= 8)
+        return {loadPartialWord(bytes.data(), bytes.size()), 0};
+    std::size_t const rest = bytes.size() < blockSize ? bytes.size() - 8 : 8;
+    return {loadWord(bytes.data()), loadPartialWord(bytes.data() + 8, rest)};
+}
+
+inline std::uint64_t PathHash::mixed(std::uint64_t state, Block const& block) noexcept {
+    return mix(block.low ^ secret.block, block.high ^ state);
+}
+
+inline std::uint64_t PathHash::finished(std::uint64_t state, Block const& tail,
+                                        std::uint64_t length) noexcept {
+    return mix(mix(tail.low ^ secret.tail, tail.high ^ state) ^ length, secret.end);
+}
+
+/** Goes on with `bytes`, which begin a block, to the end of `length` bytes in all. */
+inline std::uint64_t PathHash::finished(std::uint64_t state, std::string_view bytes,
+                                        std::uint64_t length) noexcept {
+    for (; bytes.size() >= blockSize; bytes.remove_prefix(blockSize))
+        state = mixed(state, load(bytes));
+    return finished(state, load(bytes), length);
+}
 
 PathHash::PathHash() noexcept : _state(secret.seed) {}
 
-void PathHash::append(std::string_view bytes) noexcept {
-    std::size_t const pending = _length % blockSize;
-    _length += bytes.size();
-    if (pending + bytes.size() < blockSize) {
-        std::copy(bytes.begin(), bytes.end(), _tail + pending);
-        return;
-    }
-    std::copy_n(bytes.begin(), blockSize - pending, _tail + pending);
-    _state = mixBlock(_state, _tail);
-    bytes.remove_prefix(blockSize - pending);
-    for (; bytes.size() >= blockSize; bytes.remove_prefix(blockSize))
-        _state = mixBlock(_state, bytes.data());
-    std::copy(bytes.begin(), bytes.end(), _tail);
+inline PathHash::Block PathHash::fill(std::string_view& bytes) const noexcept {
+    std::size_t const held = _length % blockSize;
+    std::size_t const taken = std::min(bytes.size(), blockSize - held);
+    Block const added = load(bytes.substr(0, taken));
+    bytes.remove_prefix(taken);
+    if (held == 0)
+        return added;
+    std::size_t const shift = 8 * held;
+    if (shift >= 64)
+        return {_tail.low, _tail.high | added.low << (shift - 64)};
+    return {_tail.low | added.low << shift, added.high << shift | added.low >> (64 - shift)};
 }
 
-std::uint64_t PathHash::value() const noexcept {
-    return finish(_state, _tail, _length % blockSize, _length);
+void PathHash::append(std::string_view bytes) noexcept {
+    std::uint64_t const length = _length + bytes.size();
+    Block const block = fill(bytes);
+    if (length / blockSize == _length / blockSize) {
+        _tail = block;
+    } else {
+        _state = mixed(_state, block);
+        for (; bytes.size() >= blockSize; bytes.remove_prefix(blockSize))
+            _state = mixed(_state, load(bytes));
+        _tail = load(bytes);
+    }
+    _length = length;
+}
+
+std::uint64_t PathHash::with(std::string_view bytes) const noexcept {
+    std::uint64_t const length = _length + bytes.size();
+    Block const block = fill(bytes);
+    if (length / blockSize == _length / blockSize)
+        return finished(_state, block, length);
+    return finished(mixed(_state, block), bytes, length);
 }
 
 std::uint64_t PathHash::of(std::string_view bytes) noexcept {
-    std::uint64_t const length = bytes.size();
-    std::uint64_t state = secret.seed;
-    for (; bytes.size() >= blockSize; bytes.remove_prefix(blockSize))
-        state = mixBlock(state, bytes.data());
-    return finish(state, bytes.data(), bytes.size(), length);
+    return finished(secret.seed, bytes, bytes.size());
 }
 
 std::uint32_t PathHash::join(std::uint64_t first, std::uint64_t rest) noexcept {

@@ -28,15 +28,7 @@ void PathIndex::reserve(std::size_t more) {
     _used = 0;
     for (Slot const slot : old)
         if (slot.node != noNode)
-            insert(slot.hash, slot.node);
-}
-
-void PathIndex::insert(std::uint32_t hash, NodeId node) noexcept {
-    std::size_t i = hash & _mask;
-    while (_slots[i].node != noNode)
-        i = (i + 1) & _mask;
-    _slots[i] = {hash, node};
-    ++_used;
+            insert(slot);
 }
 
 void PathIndex::erase(std::uint32_t hash, NodeId node) noexcept {

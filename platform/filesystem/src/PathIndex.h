@@ -15,6 +15,11 @@ namespace filesystem {
  */
 class PathIndex {
 public:
+    struct Slot {
+        std::uint32_t hash;
+        NodeId node;
+    };
+
     PathIndex();
 
     /** The node with this hash that `matches(node)`, `noNode` when there is none. */
@@ -31,18 +36,19 @@ public:
      * changed. */
     void reserve(std::size_t more);
 
-    /** Adds a node; room for it has been made. */
-    void insert(std::uint32_t hash, NodeId node) noexcept;
+    /** Adds a node by the hash of its path; room for it has been made. */
+    void insert(Slot slot) noexcept {
+        std::size_t i = slot.hash & _mask;
+        while (_slots[i].node != noNode)
+            i = (i + 1) & _mask;
+        _slots[i] = slot;
+        ++_used;
+    }
 
     /** Removes a node that was inserted with this hash. */
     void erase(std::uint32_t hash, NodeId node) noexcept;
 
 private:
-    struct Slot {
-        std::uint32_t hash;
-        NodeId node;
-    };
-
     std::vector<Slot> _slots;
     std::size_t _mask;
     std::size_t _used = 0;

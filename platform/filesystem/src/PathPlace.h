@@ -9,42 +9,42 @@
 
 namespace filesystem {
 
-/** Where a path has got to on the way down from the root, and its hash there; each step costs only the name.
- */
+/** A directory's path as far as hashing what lies in it needs it: each step down costs only the name. */
 class PathPlace {
 public:
     /** The root. */
     PathPlace() = default;
 
-    explicit PathPlace(TreePath const& path)
-        : _first(PathHash::of(path.first)), _level(path.isRoot()       ? Level::root
-                                                   : path.rest.empty() ? Level::first
-                                                                       : Level::below) {
+    explicit PathPlace(TreePath const& path) : _isRoot(path.isRoot()), _first(PathHash::of(path.first)) {
+        if (path.rest.empty())
+            return;
         _rest.append(path.rest);
+        _rest.append("/");
     }
 
+    /** The hash of the path of `name` in this directory. */
+    [[nodiscard]] std::uint32_t hashOf(std::string_view name) const {
+        return _isRoot ? PathHash::join(PathHash::of(name), PathHash::of({}))
+                       : PathHash::join(_first, _rest.with(name));
+    }
+
+    /** The directory `name` in this one. */
     [[nodiscard]] PathPlace below(std::string_view name) const {
         PathPlace place(*this);
-        if (_level == Level::root) {
+        if (_isRoot) {
+            place._isRoot = false;
             place._first = PathHash::of(name);
-            place._level = Level::first;
-            return place;
-        }
-        if (_level == Level::below)
+        } else {
+            place._rest.append(name);
             place._rest.append("/");
-        place._rest.append(name);
-        place._level = Level::below;
+        }
         return place;
     }
 
-    [[nodiscard]] std::uint32_t hash() const { return PathHash::join(_first, _rest.value()); }
-
 private:
-    enum class Level { root, first, below };
-
+    bool _isRoot = true;
     std::uint64_t _first = 0;
-    PathHash _rest; ///< of what follows the first level
-    Level _level = Level::root;
+    PathHash _rest; ///< of what follows the first level, with a "/" behind it
 };
 
 } // namespace filesystem

@@ -51,7 +51,7 @@ RAMHandle* ownHandle(FileSystem const& fileSystem, FileHandle* handle, FileSyste
     return own != nullptr && own->mode == mode ? own : nullptr;
 }
 
-std::set<DirEntry> entriesOf(Tree const& tree, NodeId directory) {
+std::set<DirEntry> entriesOf(Tree& tree, NodeId directory) {
     std::vector<NodeId> children;
     tree.appendChildren(directory, children);
     std::set<DirEntry> entries;
@@ -61,12 +61,13 @@ std::set<DirEntry> entriesOf(Tree const& tree, NodeId directory) {
 }
 
 /** Everything behind the handle's position. */
-std::string readRest(FileHandle& handle) {
+Bytes readRest(FileHandle& handle) {
     FileSystem& source = handle.fileSystem();
-    long const left = source.size(&handle) - source.tell(&handle);
-    std::string data(static_cast<std::size_t>(std::max(left, 0L)), '\0');
-    data.resize(static_cast<std::size_t>(source.read(&handle, data.data(), static_cast<long>(data.size()))));
-    return data;
+    long const left = std::max(source.size(&handle) - source.tell(&handle), 0L);
+    std::unique_ptr<char[]> block(new char[static_cast<std::size_t>(left)]);
+    long const moved = source.read(&handle, block.get(), left);
+    std::string_view const content(block.get(), static_cast<std::size_t>(moved));
+    return {std::move(block), content};
 }
 
 } // namespace
@@ -230,21 +231,21 @@ bool RAMFileSystem::serialize(QString const& path, FileHandle& handle) const {
     NodeId const id = find(*_tree, path);
     if (isFileAt(*_tree, id))
         return false;
-    std::string const bytes = encodeTree(*_tree, id);
-    auto const size = static_cast<long>(bytes.size());
-    return handle.fileSystem().write(&handle, bytes.data(), size) == size;
+    Bytes const bytes = encodeTree(*_tree, id);
+    auto const size = static_cast<long>(bytes.content.size());
+    return handle.fileSystem().write(&handle, bytes.content.data(), size) == size;
 }
 
 void RAMFileSystem::unserialize(QString const& path, FileHandle& handle) {
     CanonicalPath const canonical(path);
     FileSystem& source = handle.fileSystem();
     long const start = source.tell(&handle);
-    std::string const data = readRest(handle);
+    Bytes const data = readRest(handle);
     try {
         if (!canonical.isValid())
             throw utils::Exception("the path is none");
         Tree::Apart result(*_tree);
-        std::size_t const size = decodeTree(*_tree, result, canonical.path(), data);
+        std::size_t const size = decodeTree(*_tree, result, canonical.path(), data.content);
         if (!_tree->graft(std::move(result), canonical.path()))
             throw utils::Exception("no directory can stand there");
         source.seek(&handle, start + static_cast<long>(size), ORIGIN_BEGIN);

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "Words.h"
+
 namespace filesystem {
 
 namespace {
@@ -25,31 +27,51 @@ NodeId Tree::find(TreePath const& path) const {
     return _index.find(path.hash(), [&](NodeId id) { return standsAt(id, path); });
 }
 
-/** Whether a node's names, from the inside out, are those of `path`. */
+/**
+ * Whether a node's names, from the inside out, are those of `path`. As names have no "/" and are never empty,
+ * that holds for no text but the canonical one.
+ */
 bool Tree::standsAt(NodeId id, TreePath const& path) const {
-    for (std::string_view left = path.rest; !left.empty(); id = _nodes[id].parent) {
-        if (id == root)
+    char const* const rest = path.rest.data();
+    for (std::size_t left = path.rest.size(); left != 0;) {
+        Node const& node = _nodes[id];
+        std::size_t const length = node.nameLength;
+        if (length > left || !sameBytes(node.text(), rest + left - length, length))
             return false;
-        std::string_view const name = _nodes[id].name();
-        if (left.size() < name.size() || left.compare(left.size() - name.size(), name.size(), name) != 0)
+        left -= length;
+        if (left != 0 && (rest[--left] != '/' || left == 0))
             return false;
-        left.remove_suffix(name.size());
-        if (left.empty())
-            continue;
-        if (left.back() != '/')
-            return false;
-        left.remove_suffix(1);
+        id = node.parent;
     }
-    return _nodes[id].parent == root && _nodes[id].name() == path.first;
+    Node const& node = _nodes[id];
+    return node.parent == root && node.nameLength == path.first.size() &&
+           sameBytes(node.text(), path.first.data(), path.first.size());
 }
 
-void Tree::appendChildren(NodeId directory, std::vector<NodeId>& list) const {
+void Tree::appendChildren(NodeId directory, std::vector<NodeId>& list) {
+    std::lock_guard<std::mutex> const lock(_orderMutex);
     auto const begin = static_cast<std::ptrdiff_t>(list.size());
-    for (NodeId child = _nodes[directory].firstChild; child != noNode; child = _nodes[child].next)
+    Node& parent = _nodes[directory];
+    for (NodeId child = parent.firstChild; child != noNode; child = _nodes[child].next)
         list.push_back(child);
-    if (_nodes[directory].ordered == 0)
-        std::sort(list.begin() + begin, list.end(),
-                  [this](NodeId left, NodeId right) { return _nodes[left].name() < _nodes[right].name(); });
+    if (parent.lastChild.ordered != 0)
+        return;
+    std::sort(list.begin() + begin, list.end(), [this](NodeId left, NodeId right) {
+        return precedes(_nodes[left].name(), _nodes[right].name());
+    });
+    relink(parent, list.begin() + begin, list.end());
+}
+
+/** Makes the children of a directory stand in the order given. */
+void Tree::relink(Node& directory, std::vector<NodeId>::const_iterator first,
+                  std::vector<NodeId>::const_iterator last) noexcept {
+    NodeId previous = noNode;
+    for (auto child = first; child != last; previous = *child++) {
+        (previous == noNode ? directory.firstChild : _nodes[previous].next) = *child;
+        _nodes[*child].previous = previous;
+    }
+    _nodes[previous].next = noNode;
+    directory.lastChild = {previous & largestNodeId, 1};
 }
 
 NodeId Tree::make(TreePath const& path, bool directory) {
@@ -59,7 +81,7 @@ NodeId Tree::make(TreePath const& path, bool directory) {
     std::uint32_t const hash = path.hash();
     _index.reserve(1);
     NodeId const id = add(parent, path.name(), hash, directory);
-    _index.insert(hash, id);
+    _index.insert({hash, id});
     return id;
 }
 
@@ -103,10 +125,11 @@ void Tree::releaseBelow(NodeId top, Visit&& beforeRelease) noexcept {
 }
 
 /** Makes a node in a directory, without entering it into the index. */
-NodeId Tree::add(NodeId parent, std::string_view name, std::uint32_t hash, bool directory) {
+NodeId Tree::add(NodeId parent, std::string_view name, std::uint32_t hash, bool directory,
+                 std::string_view content) {
     NodeId const id = _nodes.make(directory);
     try {
-        _nodes[id].setName(name);
+        _nodes[id].setText(name, content);
     } catch (...) {
         _nodes.release(id);
         throw;
@@ -117,25 +140,27 @@ NodeId Tree::add(NodeId parent, std::string_view name, std::uint32_t hash, bool 
 }
 
 bool Tree::makeDirectories(TreePath const& path) {
+    if (path.isRoot())
+        return true;
     // From the top down with the parent at hand: a look-up of the whole path at every level would make the
     // cost of a deep path grow with its square.
     PathPlace place;
-    NodeId parent = path.isRoot() ? root : childDirectory(root, path.first, place);
-    for (std::string_view left = path.rest; parent != noNode && !left.empty();) {
-        std::string_view const name = left.substr(0, left.find('/'));
-        parent = childDirectory(parent, name, place);
+    NodeId parent = root;
+    std::string_view name = path.first;
+    std::string_view left = path.rest;
+    while (true) {
+        parent = childDirectory(parent, name, place.hashOf(name));
+        if (parent == noNode || left.empty())
+            return parent != noNode;
+        place = place.below(name);
+        name = left.substr(0, left.find('/'));
         left.remove_prefix(std::min(left.size(), name.size() + 1));
     }
-    return parent != noNode;
 }
 
-/**
- * The directory `name` in `parent`, made when it is missing; `noNode` for a file, and for a name that cannot
- * be. `place` moves from the parent to it.
- */
-NodeId Tree::childDirectory(NodeId parent, std::string_view name, PathPlace& place) {
-    place = place.below(name);
-    std::uint32_t const hash = place.hash();
+/** The directory `name` in `parent`, made when it is missing; `noNode` for a file, and for a name that cannot
+ * be. */
+NodeId Tree::childDirectory(NodeId parent, std::string_view name, std::uint32_t hash) {
     NodeId const found = _index.find(
         hash, [&](NodeId id) { return _nodes[id].parent == parent && _nodes[id].name() == name; });
     if (found != noNode)
@@ -144,7 +169,7 @@ NodeId Tree::childDirectory(NodeId parent, std::string_view name, PathPlace& pla
         return noNode;
     _index.reserve(1);
     NodeId const made = add(parent, name, hash, true);
-    _index.insert(hash, made);
+    _index.insert({hash, made});
     return made;
 }
 
@@ -155,33 +180,38 @@ Tree::Apart::~Apart() {
     _tree._nodes.release(_directory);
 }
 
-NodeId Tree::Apart::add(NodeId parent, std::string_view name, std::uint32_t hash, bool directory) {
-    NodeId const id = _tree.add(parent, name, hash, directory);
-    ++_count;
+NodeId Tree::Apart::addDirectory(NodeId parent, std::string_view name, std::uint32_t hash) {
+    NodeId const id = _tree.add(parent, name, hash, true);
+    _entries.push_back({hash, id});
     return id;
+}
+
+void Tree::Apart::addFile(NodeId parent, std::string_view name, std::uint32_t hash,
+                          std::string_view content) {
+    _entries.push_back({hash, _tree.add(parent, name, hash, false, content)});
 }
 
 bool Tree::graft(Apart&& apart, TreePath const& path) {
     NodeId target = find(path);
     if (target != noNode && _nodes[target].directory != 0) {
-        _index.reserve(apart._count);
+        _index.reserve(apart._entries.size());
         clear(target);
     } else {
         NodeId const parent = directoryAbove(path);
         if (parent == noNode)
             return false;
-        _index.reserve(apart._count + 1);
+        _index.reserve(apart._entries.size() + 1);
         NodeId const file = target;
         target = add(parent, path.name(), path.hash(), true);
         if (file != noNode)
             remove(file);
-        _index.insert(_nodes[target].hash, target);
+        _index.insert({_nodes[target].hash, target});
     }
     // From here on nothing can fail.
     moveChildren(apart._directory, target);
     _nodes.release(std::exchange(apart._directory, noNode));
-    for (NodeId id = nextInTree(target, target); id != target; id = nextInTree(id, target))
-        _index.insert(_nodes[id].hash, id);
+    for (PathIndex::Slot const entry : apart._entries)
+        _index.insert(entry);
     return true;
 }
 
@@ -190,34 +220,25 @@ void Tree::moveChildren(NodeId from, NodeId to) noexcept {
     ++_version;
     _nodes[to].firstChild = _nodes[from].firstChild;
     _nodes[to].lastChild = _nodes[from].lastChild;
-    _nodes[to].ordered = _nodes[from].ordered;
     for (NodeId child = _nodes[to].firstChild; child != noNode; child = _nodes[child].next)
         _nodes[child].parent = to;
-}
-
-/** The node after `id` when everything below `top` is walked, parents first; `top` itself at the end. */
-NodeId Tree::nextInTree(NodeId id, NodeId top) const noexcept {
-    if (_nodes[id].directory != 0 && _nodes[id].firstChild != noNode)
-        return _nodes[id].firstChild;
-    while (id != top && _nodes[id].next == noNode)
-        id = _nodes[id].parent;
-    return id == top ? top : _nodes[id].next;
 }
 
 void Tree::link(NodeId parent, NodeId child) noexcept {
     ++_version;
     Node& directory = _nodes[parent];
-    NodeId const last = directory.lastChild;
-    _nodes[child].parent = parent;
-    _nodes[child].previous = last;
+    Node& node = _nodes[child];
+    NodeId const last = directory.lastChild.id;
+    node.parent = parent;
+    node.previous = last;
     if (last == noNode) {
         directory.firstChild = child;
     } else {
         _nodes[last].next = child;
-        if (directory.ordered != 0 && !(_nodes[last].name() < _nodes[child].name()))
-            directory.ordered = 0;
+        if (directory.lastChild.ordered != 0 && !precedes(_nodes[last].name(), node.name()))
+            directory.lastChild.ordered = 0;
     }
-    directory.lastChild = child;
+    directory.lastChild.id = child & largestNodeId;
 }
 
 void Tree::unlink(NodeId child) noexcept {
@@ -225,9 +246,12 @@ void Tree::unlink(NodeId child) noexcept {
     Node const& node = _nodes[child];
     Node& directory = _nodes[node.parent];
     (node.previous == noNode ? directory.firstChild : _nodes[node.previous].next) = node.next;
-    (node.next == noNode ? directory.lastChild : _nodes[node.next].previous) = node.previous;
+    if (node.next == noNode)
+        directory.lastChild.id = node.previous & largestNodeId;
+    else
+        _nodes[node.next].previous = node.previous;
     if (directory.firstChild == noNode)
-        directory.ordered = 1;
+        directory.lastChild.ordered = 1;
 }
 
 } // namespace filesystem

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <mutex>
 #include <string_view>
 #include <vector>
 
@@ -35,8 +36,12 @@ public:
     /** The node at `path`, `noNode` when nothing stands there. */
     [[nodiscard]] NodeId find(TreePath const& path) const;
 
-    /** The children of a directory in ascending byte order of their names, added to the end of `list`. */
-    void appendChildren(NodeId directory, std::vector<NodeId>& list) const;
+    /**
+     * The children of a directory in ascending byte order of their names, added to the end of `list`. They
+     * keep that order from then on. Threads may do this at once, for which there is a lock that nothing else
+     * is locked under.
+     */
+    void appendChildren(NodeId directory, std::vector<NodeId>& list);
 
     /**
      * Makes an empty directory or file at `path`.
@@ -70,19 +75,19 @@ public:
         [[nodiscard]] NodeId directory() const { return _directory; }
 
         /**
-         * Adds a node to this directory or to one below it. The caller sees to it that no two children of a
-         * directory share a name. `hash` is that of the whole path at which the node will stand.
-         * Errors: `std::bad_alloc`; nothing has changed.
+         * Adds a directory, or a file with its content, to this directory or to one below it. The caller sees
+         * to it that no two children of a directory share a name. `hash` is that of the whole path at which
+         * the node will stand. Errors: `std::bad_alloc`; nothing is in the tree yet.
          */
-        NodeId childDirectory(NodeId parent, std::string_view name, PathPlace& place);
-        NodeId add(NodeId parent, std::string_view name, std::uint32_t hash, bool directory);
+        NodeId addDirectory(NodeId parent, std::string_view name, std::uint32_t hash);
+        void addFile(NodeId parent, std::string_view name, std::uint32_t hash, std::string_view content);
 
     private:
         friend class Tree;
 
         Tree& _tree;
         NodeId _directory;
-        std::size_t _count = 0;
+        std::vector<PathIndex::Slot> _entries; ///< all that is below
     };
 
     /**
@@ -95,9 +100,11 @@ public:
 private:
     [[nodiscard]] bool standsAt(NodeId id, TreePath const& path) const;
     [[nodiscard]] NodeId directoryAbove(TreePath const& path) const;
-    [[nodiscard]] NodeId nextInTree(NodeId id, NodeId top) const noexcept;
-    NodeId childDirectory(NodeId parent, std::string_view name, PathPlace& place);
-    NodeId add(NodeId parent, std::string_view name, std::uint32_t hash, bool directory);
+    NodeId childDirectory(NodeId parent, std::string_view name, std::uint32_t hash);
+    NodeId add(NodeId parent, std::string_view name, std::uint32_t hash, bool directory,
+               std::string_view content = {});
+    void relink(Node& directory, std::vector<NodeId>::const_iterator first,
+                std::vector<NodeId>::const_iterator last) noexcept;
     void link(NodeId parent, NodeId child) noexcept;
     void unlink(NodeId child) noexcept;
     void moveChildren(NodeId from, NodeId to) noexcept;
@@ -107,6 +114,7 @@ private:
     NodePool _nodes;
     PathIndex _index;
     std::uint64_t _version = 0;
+    std::mutex _orderMutex; ///< for putting children in order while others look at them
 };
 
 } // namespace filesystem

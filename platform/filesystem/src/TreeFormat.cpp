@@ -3,12 +3,14 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include <cbor.h>
 #include <zlib.h>
 
 #include "PathPlace.h"
+#include "Words.h"
 #include "utils/Exception.h"
 
 namespace filesystem {
@@ -24,16 +26,80 @@ std::uint32_t checksum(std::string_view bytes) {
         ::crc32_z(0, reinterpret_cast<Bytef const*>(bytes.data()), bytes.size()));
 }
 
-template <class Number>
-void appendHead(std::string& out, std::size_t (*encode)(Number, unsigned char*, std::size_t), Number number) {
-    unsigned char head[9];
-    out.append(reinterpret_cast<char const*>(head), encode(number, head, sizeof head));
+/** CBOR's major types, as far as they occur here; each stands in the first three bits of a head. */
+enum class Major : unsigned char { number = 0, bytes = 2, text = 3, array = 4, map = 5, tag = 6 };
+
+constexpr std::uint64_t shortNumbers = 24; // those below stand in a head's first byte
+
+constexpr std::size_t longestHead = 9;
+
+/** Writes a head where there is room for the longest. Result: where it ends. */
+char* writeHead(char* target, Major major, std::uint64_t number) {
+    auto* const bytes = reinterpret_cast<unsigned char*>(target);
+    if (number < shortNumbers) {
+        *bytes = static_cast<unsigned char>(static_cast<unsigned>(major) << 5 | number);
+        return target + 1;
+    }
+    std::size_t const length = cbor_encode_uint(number, bytes, longestHead);
+    *bytes = static_cast<unsigned char>(*bytes | static_cast<unsigned>(major) << 5);
+    return target + length;
 }
+
+char* writeText(char* target, std::string_view text) {
+    copyBytes(target, text.data(), text.size());
+    return target + text.size();
+}
+
+/** Bytes that grow at their end, with room in front of them. */
+class Output {
+public:
+    explicit Output(std::size_t room)
+        : _begin(room), _size(room), _capacity(smallest), _block(make(smallest)) {}
+
+    /** The end, with room for `count` bytes behind it. */
+    char* end(std::size_t count) {
+        if (_capacity - _size < count)
+            grow(count);
+        return _block.get() + _size;
+    }
+    void setEnd(char const* end) { _size = static_cast<std::size_t>(end - _block.get()); }
+
+    [[nodiscard]] std::string_view content() const { return {_block.get() + _begin, _size - _begin}; }
+
+    /** Puts bytes in front, where there is room for them. */
+    void prepend(std::string_view bytes) {
+        _begin -= bytes.size();
+        writeText(_block.get() + _begin, bytes);
+    }
+
+    Bytes release() {
+        std::string_view const all = content();
+        return {std::move(_block), all};
+    }
+
+private:
+    static constexpr std::size_t smallest = 4'096;
+
+    static std::unique_ptr<char[]> make(std::size_t size) { return std::unique_ptr<char[]>(new char[size]); }
+
+    void grow(std::size_t count) {
+        std::size_t const capacity = std::max(2 * _capacity, _size + count);
+        auto larger = make(capacity);
+        std::memcpy(larger.get(), _block.get(), _size);
+        _block = std::move(larger);
+        _capacity = capacity;
+    }
+
+    std::size_t _begin;
+    std::size_t _size;
+    std::size_t _capacity;
+    std::unique_ptr<char[]> _block;
+};
 
 /** Writes directories without recursion: a stack of the lists of children that are being gone through. */
 class Encoder {
 public:
-    Encoder(Tree const& tree, std::string& out) : _tree(tree), _out(out) {}
+    Encoder(Tree& tree, Output& out) : _tree(tree), _out(out) {}
 
     void write(NodeId directory) {
         enter(directory);
@@ -59,23 +125,25 @@ private:
         std::size_t const begin = _children.size();
         _tree.appendChildren(directory, _children);
         _open.push_back({begin, begin, _children.size()});
-        appendHead(_out, cbor_encode_map_start, _children.size() - begin);
+        _out.setEnd(writeHead(_out.end(longestHead), Major::map, _children.size() - begin));
     }
 
     void writeEntry(NodeId id) {
         Node const& node = _tree[id];
-        appendHead(_out, cbor_encode_string_start, node.name().size());
-        _out += node.name();
-        if (node.directory != 0) {
+        bool const isFile = node.directory == 0;
+        std::string_view const name = node.name();
+        std::string_view const content = isFile ? node.content() : std::string_view();
+        char* end = _out.end(2 * longestHead + name.size() + content.size());
+        end = writeText(writeHead(end, Major::text, name.size()), name);
+        if (isFile)
+            end = writeText(writeHead(end, Major::bytes, content.size()), content);
+        _out.setEnd(end);
+        if (!isFile)
             enter(id);
-            return;
-        }
-        appendHead(_out, cbor_encode_bytestring_start, node.content().size());
-        _out += node.content();
     }
 
-    Tree const& _tree;
-    std::string& _out;
+    Tree& _tree;
+    Output& _out;
     std::vector<NodeId> _children;
     std::vector<Range> _open;
 };
@@ -98,6 +166,8 @@ public:
 
     Item next() {
         Item item{Kind::other, 0, {}};
+        if (takeShortItem(item))
+            return item;
         cbor_decoder_result const result =
             cbor_stream_decode(reinterpret_cast<cbor_data>(_left.data()), _left.size(), &callbacks(), &item);
         if (result.status == CBOR_DECODER_NEDATA)
@@ -116,6 +186,27 @@ public:
     }
 
 private:
+    /** Takes what nearly all items are: a string or a map whose head is one byte. */
+    bool takeShortItem(Item& item) {
+        if (_left.empty())
+            return false;
+        auto const head = static_cast<unsigned char>(_left.front());
+        std::size_t const number = head & 0x1FU;
+        auto const major = static_cast<Major>(head >> 5);
+        if (number >= shortNumbers)
+            return false;
+        if (major == Major::map) {
+            item = {Kind::map, number, {}};
+            _left.remove_prefix(1);
+            return true;
+        }
+        if ((major != Major::text && major != Major::bytes) || number >= _left.size())
+            return false;
+        item = {major == Major::text ? Kind::text : Kind::bytes, number, _left.substr(1, number)};
+        _left.remove_prefix(1 + number);
+        return true;
+    }
+
     template <Kind Is, class Number>
     static void takeNumber(void* item, Number number) {
         *static_cast<Item*>(item) = {Is, number, {}};
@@ -196,18 +287,16 @@ private:
                                    '"');
         if (!Node::fits(name.size(), value.content.size()))
             throw utils::Exception("it holds more under a name than memory takes");
-        PathPlace const place = directory.place.below(name);
-        NodeId const id = _result.add(directory.id, name, place.hash(), value.kind == Kind::map);
+        std::uint32_t const hash = directory.place.hashOf(name);
         if (value.kind == Kind::map)
-            enter(id, place, value);
-        else if (!value.content.empty())
-            std::memcpy(_tree[id].replaceContent(value.content.size()), value.content.data(),
-                        value.content.size());
+            enter(_result.addDirectory(directory.id, name, hash), directory.place.below(name), value);
+        else
+            _result.addFile(directory.id, name, hash, value.content);
     }
 
     /** No name twice; names that came in ascending order cannot be. */
     void checkNames(NodeId directory) {
-        if (_tree[directory].ordered != 0)
+        if (_tree[directory].lastChild.ordered != 0)
             return;
         _sorted.clear();
         _tree.appendChildren(directory, _sorted);
@@ -229,22 +318,23 @@ private:
 
 } // namespace
 
-std::string encodeTree(Tree const& tree, NodeId directory) {
-    std::string payload;
+Bytes encodeTree(Tree& tree, NodeId directory) {
+    char front[selfDescribedTag.size() + 5 * longestHead];
+    Output out(sizeof front);
     if (directory == noNode)
-        appendHead(payload, cbor_encode_map_start, std::size_t{0});
+        out.setEnd(writeHead(out.end(longestHead), Major::map, 0));
     else
-        Encoder(tree, payload).write(directory);
+        Encoder(tree, out).write(directory);
 
-    std::string item;
-    item.reserve(payload.size() + 32);
-    item += selfDescribedTag;
-    appendHead(item, cbor_encode_array_start, std::size_t{3});
-    appendHead(item, cbor_encode_uint, formatVersion);
-    appendHead(item, cbor_encode_uint, std::uint64_t{checksum(payload)});
-    appendHead(item, cbor_encode_tag, embeddedItemTag);
-    appendHead(item, cbor_encode_bytestring_start, payload.size());
-    return item += payload;
+    std::string_view const payload = out.content();
+    char* end = writeText(front, selfDescribedTag);
+    end = writeHead(end, Major::array, 3);
+    end = writeHead(end, Major::number, formatVersion);
+    end = writeHead(end, Major::number, checksum(payload));
+    end = writeHead(end, Major::tag, embeddedItemTag);
+    end = writeHead(end, Major::bytes, payload.size());
+    out.prepend({front, static_cast<std::size_t>(end - front)});
+    return out.release();
 }
 
 std::size_t decodeTree(Tree& tree, Tree::Apart& result, TreePath const& path, std::string_view data) {

@@ -2,12 +2,17 @@
 #pragma once
 
 #include <cstddef>
-#include <string>
+#include <memory>
 #include <string_view>
 
 #include "Tree.h"
 
 namespace filesystem {
+
+struct Bytes {
+    std::unique_ptr<char[]> block;
+    std::string_view content; ///< in the block
+};
 
 /**
  * The bytes of a directory and all that is below it, or of an empty directory for `noNode`, as one CBOR item
@@ -20,7 +25,7 @@ namespace filesystem {
  * file is a byte string. Lengths are definite and heads are the shortest there are, so equal trees give equal
  * bytes.
  */
-[[nodiscard]] std::string encodeTree(Tree const& tree, NodeId directory);
+[[nodiscard]] Bytes encodeTree(Tree& tree, NodeId directory);
 
 /**
  * Reads the item that `data` starts with into `result`, a directory apart from `tree`, to stand at `path`.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "TreePath.h"
 
+#include <cstring>
 #include <limits>
 
 #include <QString>
@@ -24,12 +25,14 @@ inline std::uint64_t slashes(std::uint64_t word) {
 
 struct Traits {
     bool ascii;
+    bool slash;
     bool emptyLevels;
 };
 
-/** What stands in a path's way to being canonical, eight bytes at a time. */
+/** What stands in a path's way to being canonical, or a name, eight bytes at a time. */
 Traits examine(std::string_view path) {
     std::uint64_t all = 0;
+    std::uint64_t slash = 0;
     std::uint64_t doubled = 0;
     std::uint64_t before = highBits; // a leading "/" counts as doubled
     for (std::string_view left = path; !left.empty();) {
@@ -37,11 +40,18 @@ Traits examine(std::string_view path) {
         std::uint64_t const word = loadPartialWord(left.data(), count);
         std::uint64_t const here = slashes(word);
         all |= word;
+        slash |= here;
         doubled |= here & (here << 8 | before >> 56);
         before = here;
         left.remove_prefix(count);
     }
-    return {(all & highBits) == 0, doubled != 0 || (!path.empty() && path.back() == '/')};
+    return {(all & highBits) == 0, slash != 0, doubled != 0 || (!path.empty() && path.back() == '/')};
+}
+
+/** Where the last level of a path begins. */
+std::size_t beginOfName(std::string_view path) {
+    auto const* const slash = static_cast<char const*>(::memrchr(path.data(), '/', path.size()));
+    return slash == nullptr ? 0 : static_cast<std::size_t>(slash - path.data()) + 1;
 }
 
 /** `path` with its empty levels left out. */
@@ -86,10 +96,11 @@ QString textOfName(std::string_view name) {
 }
 
 bool isName(std::string_view name) {
-    if (name.empty() || name == "." || name == ".." || name.find('/') != std::string_view::npos)
+    Traits const traits = examine(name);
+    if (name.empty() || traits.slash || name == "." || name == "..")
         return false;
     std::string storage;
-    return canonicalPath(name, storage) == name;
+    return traits.ascii || canonicalPath(name, storage) == name;
 }
 
 TreePath TreePath::of(std::string_view canonical) {
@@ -104,17 +115,14 @@ std::uint32_t TreePath::hash() const {
 }
 
 std::string_view TreePath::name() const {
-    // npos + 1 is 0: a path of two levels has no "/" in its rest.
-    return rest.empty() ? first : rest.substr(rest.rfind('/') + 1);
+    return rest.empty() ? first : rest.substr(beginOfName(rest));
 }
 
 TreePath TreePath::parent() const {
     if (rest.empty())
         return of({});
-    std::size_t const slash = rest.rfind('/');
-    std::string_view const above =
-        slash == std::string_view::npos ? std::string_view() : rest.substr(0, slash);
-    return {first, above, PathHash::of(above)};
+    std::size_t const begin = beginOfName(rest);
+    return below(first, rest.substr(0, begin == 0 ? 0 : begin - 1));
 }
 
 // What is not well-formed would come out of the conversion as a plain "?".

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "PathHash.h"
+
 class QString;
 
 namespace filesystem {
@@ -32,6 +34,11 @@ struct TreePath {
     std::uint64_t restHash;
 
     [[nodiscard]] static TreePath of(std::string_view canonical);
+
+    /** A path below a first level. */
+    [[nodiscard]] static TreePath below(std::string_view first, std::string_view rest) {
+        return {first, rest, PathHash::of(rest)};
+    }
 
     [[nodiscard]] bool isRoot() const { return first.empty(); }
     [[nodiscard]] std::uint32_t hash() const;

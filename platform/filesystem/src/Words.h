@@ -4,11 +4,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 
 namespace filesystem {
 
-// Text taken eight bytes at a time, the first byte lowest on every machine.
+// Short texts, taken eight bytes at a time where a call of the C library would cost more than its work.
 
+/** Eight bytes, the first lowest on every machine. */
 inline std::uint64_t loadWord(char const* bytes) noexcept {
     std::uint64_t word = 0;
     std::memcpy(&word, bytes, sizeof word);
@@ -24,15 +26,57 @@ inline std::uint64_t loadPartialWord(char const* bytes, std::size_t count) noexc
         return loadWord(bytes);
     auto const at = [bytes](std::size_t i) { return std::uint64_t{static_cast<unsigned char>(bytes[i])}; };
     if (count >= 4) {
-        std::uint64_t const low = at(0) | at(1) << 8 | at(2) << 16 | at(3) << 24;
-        std::size_t const last = count - 4;
-        std::uint64_t const high = at(last) | at(last + 1) << 8 | at(last + 2) << 16 | at(last + 3) << 24;
-        return low | high << (8 * last);
+        auto const four = [at](std::size_t i) {
+            return at(i) | at(i + 1) << 8 | at(i + 2) << 16 | at(i + 3) << 24;
+        };
+        return four(0) | four(count - 4) << (8 * (count - 4));
     }
-    std::uint64_t word = 0;
-    for (std::size_t i = 0; i < count; ++i)
-        word |= at(i) << (8 * i);
-    return word;
+    if (count == 0)
+        return 0;
+    std::size_t const middle = count / 2;
+    std::size_t const last = count - 1;
+    return at(0) | at(middle) << (8 * middle) | at(last) << (8 * last);
+}
+
+/** Whether two texts of `count` bytes are the same. */
+inline bool sameBytes(char const* left, char const* right, std::size_t count) noexcept {
+    for (; count > sizeof(std::uint64_t); count -= 8, left += 8, right += 8)
+        if (loadWord(left) != loadWord(right))
+            return false;
+    return loadPartialWord(left, count) == loadPartialWord(right, count);
+}
+
+/** Whether `left` stands before `right` in the order of their bytes. */
+inline bool precedes(std::string_view left, std::string_view right) noexcept {
+    auto const leading = [](std::string_view text) {
+        return __builtin_bswap64(
+            loadPartialWord(text.data(), text.size() < sizeof(std::uint64_t) ? text.size() : 8));
+    };
+    std::uint64_t const leftWord = leading(left);
+    std::uint64_t const rightWord = leading(right);
+    return leftWord != rightWord ? leftWord < rightWord : left < right;
+}
+
+/** Copies `count` bytes from one place to another apart from it. */
+inline void copyBytes(char* to, char const* from, std::size_t count) noexcept {
+    // Two copies of a fixed size that may overlap take any size between theirs and twice that.
+    auto const twice = [&](auto part) {
+        std::size_t const second = count - sizeof part;
+        auto tail = part;
+        std::memcpy(&part, from, sizeof part);
+        std::memcpy(&tail, from + second, sizeof tail);
+        std::memcpy(to, &part, sizeof part);
+        std::memcpy(to + second, &tail, sizeof tail);
+    };
+    if (count > 2 * sizeof(std::uint64_t))
+        std::memcpy(to, from, count);
+    else if (count >= sizeof(std::uint64_t))
+        twice(std::uint64_t{});
+    else if (count >= sizeof(std::uint32_t))
+        twice(std::uint32_t{});
+    else
+        for (std::size_t i = 0; i < count; ++i)
+            to[i] = from[i];
 }
 
 } // namespace filesystem

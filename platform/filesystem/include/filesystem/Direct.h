@@ -2,8 +2,7 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
-#include <string>
+#include <initializer_list>
 #include <string_view>
 
 #include "filesystem/Export.h"
@@ -17,27 +16,10 @@ class RAMFileSystem;
  * no conversion of names and no virtual call. For a class derived from `RAMFileSystem` whose own operations
  * must be fast and that knows that nothing overrides the file system's.
  *
- * A place is given as a first-level directory and a path below it, so that one path can be looked for in
- * several directories. Locks: none; the rules are the file system's.
+ * A place is given as a first-level directory and a path below it, as elsewhere: empty levels mean nothing.
+ * Errors: `utils::Exception` for a path of 2 GiB or more. Locks: none; the rules are the file system's.
  */
 namespace direct {
-
-/** A path below a first-level directory, checked and hashed once for any number of look-ups. */
-class VELMORAND_FILESYSTEM_EXPORT Path {
-public:
-    /** `path` must outlive this object. */
-    explicit Path(std::string_view path);
-    Path(Path const&) = delete;
-    Path& operator=(Path const&) = delete;
-
-    [[nodiscard]] std::string_view text() const noexcept { return _text; }
-    [[nodiscard]] std::uint64_t hash() const noexcept { return _hash; }
-
-private:
-    std::string _storage;
-    std::string_view _text;
-    std::uint64_t _hash;
-};
 
 enum class Kind { none, directory, file };
 
@@ -46,9 +28,10 @@ struct Entry {
     std::string_view content; ///< of a file; valid until the file system is next changed
 };
 
-/** What stands at a place. */
+/** What stands at `path` in the first of these directories that have something there. */
 [[nodiscard]] VELMORAND_FILESYSTEM_EXPORT Entry find(RAMFileSystem const& fileSystem,
-                                                     std::string_view directory, Path const& path);
+                                                     std::initializer_list<std::string_view> directories,
+                                                     std::string_view path);
 
 /**
  * Gives the file at a place, which is made when it is missing, a content of `size` bytes.
@@ -57,14 +40,14 @@ struct Entry {
  * size is 4 GiB or more. Errors: `std::bad_alloc`; nothing has changed.
  */
 [[nodiscard]] VELMORAND_FILESYSTEM_EXPORT char* rewrite(RAMFileSystem& fileSystem, std::string_view directory,
-                                                        Path const& path, std::size_t size);
+                                                        std::string_view path, std::size_t size);
 
 /**
  * Makes the directory at a place and those above it that are missing.
  * Result: whether it is there; false when a file is in the way or a name is none, with those above it made.
  */
 VELMORAND_FILESYSTEM_EXPORT bool makeDirectories(RAMFileSystem& fileSystem, std::string_view directory,
-                                                 Path const& path);
+                                                 std::string_view path);
 
 } // namespace direct
 
