@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <iterator>
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
 #include <utility>
 
 #include "register/Lock.h"
@@ -18,10 +20,11 @@ using Listeners = std::multimap<std::string, _Register::Callback*>;
  */
 class Round {
 public:
-    Round(Listeners& listeners, std::string const& key) : _outer(_innermost) {
-        auto const [first, last] = listeners.equal_range(key);
-        _next = first;
-        _left = std::distance(first, last); // entries added from now on stand behind these
+    /** `first` is the first of the key's entries. */
+    Round(Listeners& listeners, Listeners::iterator first) : _outer(_innermost), _next(first) {
+        // Entries added from now on stand behind these.
+        for (auto entry = first; entry != listeners.end() && entry->first == first->first; ++entry)
+            ++_left;
         _innermost = this;
     }
     Round(Round const&) = delete;
@@ -69,7 +72,7 @@ private:
     Round* _outer;
     Listeners::value_type const* _current = nullptr; ///< the entry being told; null when it has been removed
     Listeners::iterator _next;
-    std::iterator_traits<Listeners::iterator>::difference_type _left;
+    std::size_t _left = 0;
 };
 
 Round* Round::_innermost = nullptr;
@@ -79,20 +82,22 @@ Round* Round::_innermost = nullptr;
  * register's lock, but for the moment of `markAsChanged`'s insertion, for which its callers see to it that
  * they are alone.
  */
+using PendingName = std::set<std::string>::node_type;
+
 struct Spares {
-    std::set<std::string>::node_type node;
+    PendingName node;
     std::string key;
 };
 
 Spares spares;
 
-void insert(std::set<std::string>& pending, std::string const& name) {
+PendingName makeNode(std::string const& name) {
     if (spares.node.empty()) {
-        pending.insert(name);
-        return;
+        std::set<std::string> one{name};
+        return one.extract(one.begin());
     }
     spares.node.value() = name;
-    spares.node = pending.insert(std::move(spares.node)).node; // comes back when the name is there already
+    return std::move(spares.node);
 }
 
 /**
@@ -119,12 +124,32 @@ private:
     std::set<std::string> _names;
 };
 
+/** The same for a change that is announced at once: it is pending only when it is not told to the end. */
+class SingleAnnouncement {
+public:
+    SingleAnnouncement(std::set<std::string>& pending, std::string const& name)
+        : _pending(pending), _name(makeNode(name)) {}
+    SingleAnnouncement(SingleAnnouncement const&) = delete;
+    SingleAnnouncement& operator=(SingleAnnouncement const&) = delete;
+    ~SingleAnnouncement() {
+        if (!_name.empty())
+            _pending.insert(std::move(_name));
+    }
+
+    [[nodiscard]] std::string const& name() const { return _name.value(); }
+    void done() { spares.node = std::move(_name); }
+
+private:
+    std::set<std::string>& _pending;
+    PendingName _name;
+};
+
 /** Shortens a key to that of the group around it; false when there is none. */
 bool shorten(std::string& key) {
-    std::size_t const slash = key.rfind('/');
-    if (key.size() == 1 || slash == std::string::npos)
+    auto const* const slash = static_cast<char const*>(::memrchr(key.data(), '/', key.size()));
+    if (key.size() == 1 || slash == nullptr)
         return false;
-    key.resize(slash == 0 ? 1 : slash);
+    key.resize(std::max<std::size_t>(1, static_cast<std::size_t>(slash - key.data())));
     return true;
 }
 
@@ -133,9 +158,11 @@ void announce(Listeners& listeners, void* sender, std::string const& name) {
         return;
     std::string key = std::move(spares.key);
     key = name;
-    do
-        Round(listeners, key).tell(sender, name);
-    while (shorten(key));
+    do {
+        auto const first = listeners.lower_bound(key);
+        if (first != listeners.end() && first->first == key)
+            Round(listeners, first).tell(sender, name);
+    } while (shorten(key));
     spares.key = std::move(key);
 }
 
@@ -161,12 +188,19 @@ void _Register::notify(void* sender) {
 }
 
 void _Register::announceChange(void* sender, std::string const& name) {
-    if (!_changedProperties.empty() || !_callbacks.empty())
+    if (!_changedProperties.empty()) {
         markAsChanged(sender, name);
+    } else if (!_callbacks.empty()) {
+        SingleAnnouncement announcement(_changedProperties, name);
+        announce(_callbacks, sender, announcement.name());
+        announcement.done();
+    }
 }
 
 void _Register::markAsChanged(void* sender, std::string const& name) {
-    insert(_changedProperties, name); // without the lock: this is meant
+    auto inserted = _changedProperties.insert(makeNode(name)); // without the lock: this is meant
+    if (!inserted.inserted)
+        spares.node = std::move(inserted.node); // the name is pending already
     notify(sender);
 }
 

@@ -20,6 +20,12 @@ public:
     void writeInt(int) { _bytes += 4; }
     void writeBytes(std::string const& bytes) { _bytes += bytes.size(); }
 
+    template <class Field, class Element>
+    std::ptrdiff_t writeAhead(std::vector<Element> const& values) {
+        _bytes += values.size() * Field::size;
+        return Field::size == 0 ? 0 : static_cast<std::ptrdiff_t>(values.size());
+    }
+
     [[nodiscard]] std::size_t bytes() const { return _bytes; }
 
 private:
@@ -38,6 +44,18 @@ public:
             writeByte(static_cast<char>((bits >> shift) & 0xFFU));
     }
     void writeBytes(std::string const& bytes) { _next = std::copy(bytes.begin(), bytes.end(), _next); }
+
+    template <class Field, class Element>
+    std::ptrdiff_t writeAhead(std::vector<Element> const& values) {
+        if constexpr (Field::isMemoryImage) {
+            if (!values.empty())
+                std::memcpy(_next, values.data(), values.size() * Field::size);
+            _next += values.size() * Field::size;
+            return static_cast<std::ptrdiff_t>(values.size());
+        } else {
+            return 0;
+        }
+    }
 
 private:
     char* _next;

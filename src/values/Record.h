@@ -25,7 +25,7 @@
  * `readByte`, `readInt` and `readBytes`, one call a field. Nothing is checked but the tags: what is missing
  * at the end of a record reads as the source gives it, and what follows a record is never read. A source
  * empties a list before its elements are read, with `readAhead`; there it may read the first of them its own
- * way, and says how many.
+ * way, and says how many. A sink may do the same when a list is written, with `writeAhead`.
  */
 namespace utils::properties {
 
@@ -42,6 +42,7 @@ template <>
 struct Field<std::string> {
     static constexpr Type tag = TYPE_STRING;
     static constexpr std::size_t size = 0;
+    static constexpr bool isMemoryImage = false;
 
     template <class Sink>
     static void write(Sink& sink, std::string const& value) {
@@ -143,8 +144,9 @@ struct Record<std::vector<Element>> {
         sink.writeByte(static_cast<char>(TYPE_LIST));
         sink.writeByte(static_cast<char>(Field<Element>::tag));
         sink.writeInt(static_cast<int>(values.size()));
-        for (auto const& value : values)
-            Field<Element>::write(sink, value);
+        auto const written = sink.template writeAhead<Field<Element>>(values);
+        for (auto value = values.begin() + written; value != values.end(); ++value)
+            Field<Element>::write(sink, *value);
     }
     template <class Source>
     static bool readTags(Source& source) {
