@@ -22,21 +22,23 @@ std::uint32_t checkedLength(std::size_t length) {
 void moveToHeap(Node& node, std::uint32_t capacity, std::size_t keep) {
     char* const block = new char[capacity];
     std::memcpy(block, node.text(), keep);
-    node.freeText();
+    if (node.onHeap != 0)
+        delete[] node.heapText;
     node.heapText = block;
     node.onHeap = 1;
-    node.capacity = capacity;
+    node.file.capacity = capacity;
 }
 
 } // namespace
 
 void Node::growContent(std::size_t contentCapacity) {
     std::uint32_t const needed = checkedLength(nameLength + contentCapacity);
-    if (needed <= capacity)
+    if (needed <= file.capacity)
         return;
-    std::uint32_t const doubled =
-        capacity > std::numeric_limits<std::uint32_t>::max() / 2 ? needed : std::max(needed, 2 * capacity);
-    moveToHeap(*this, doubled, nameLength + size);
+    std::uint32_t const doubled = file.capacity > std::numeric_limits<std::uint32_t>::max() / 2
+                                      ? needed
+                                      : std::max(needed, 2 * file.capacity);
+    moveToHeap(*this, doubled, nameLength + file.size);
 }
 
 char* Node::replaceContent(std::size_t newSize) {
@@ -44,22 +46,22 @@ char* Node::replaceContent(std::size_t newSize) {
     if (needed <= inlineCapacity) {
         if (onHeap != 0)
             dropContent();
-    } else if (needed > capacity || needed < capacity / 2) {
+    } else if (needed > file.capacity || needed < file.capacity / 2) {
         moveToHeap(*this, needed, nameLength);
     }
-    size = needed - nameLength;
+    file.size = needed - nameLength;
     return text() + nameLength;
 }
 
 void Node::dropContent() noexcept {
-    size = 0;
+    file.size = 0;
     if (onHeap == 0 || nameLength > inlineCapacity)
         return;
     char* const block = heapText;
     std::memcpy(inlineText, block, nameLength);
     delete[] block;
     onHeap = 0;
-    capacity = inlineCapacity;
+    file.capacity = inlineCapacity;
 }
 
 void Node::setText(std::string_view name, std::string_view content) {
@@ -76,13 +78,15 @@ void Node::setText(std::string_view name, std::string_view content) {
     if (directory != 0)
         return;
     copyBytes(target + name.size(), content.data(), content.size());
-    size = length - nameLength;
-    capacity = std::max(length, inlineCapacity);
+    file.size = length - nameLength;
+    file.capacity = std::max(length, inlineCapacity);
 }
 
-void Node::freeText() noexcept {
+void Node::freeAll() noexcept {
     if (onHeap != 0)
         delete[] heapText;
+    if (directory != 0)
+        delete children;
 }
 
 } // namespace filesystem

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <limits>
 #include <string_view>
+#include <vector>
 
 namespace filesystem {
 
@@ -12,37 +13,40 @@ namespace filesystem {
 using NodeId = std::uint32_t;
 
 constexpr NodeId noNode = 0;
-constexpr NodeId largestNodeId = (1U << 31) - 1;
+
+/** The nodes in a directory. */
+struct Children {
+    std::vector<NodeId> ids; ///< `noNode` where one has been taken out, but never at the end
+    std::size_t holes = 0;   ///< how many such places there are
+    bool ordered = true;     ///< by the names' bytes, ascending
+};
 
 /**
  * A directory or a file: one cache line.
  *
  * Its text, the name with a file's content right behind it, stands in the node itself while it is short, else
- * in one block on the heap that the node owns. A directory's children are a list.
+ * in one block on the heap that the node owns. A directory that is not empty owns a list of its children.
  */
 struct alignas(64) Node {
     static constexpr std::uint32_t inlineCapacity = 32;
     static constexpr std::uint32_t longestName = (1U << 30) - 1;
 
     NodeId parent;
-    NodeId next;
-    NodeId previous;
-    std::uint32_t generation; ///< of this place in the pool: another one when the node here has been released
+    union {
+        std::uint32_t place; ///< among the parent's children
+        NodeId nextReleased; ///< of a released node
+    };
+    std::uint64_t generation; ///< of this place in the pool: another one when the node here has been released
     std::uint32_t hash;       ///< of the whole path
     std::uint32_t nameLength : 30;
     std::uint32_t directory : 1;
     std::uint32_t onHeap : 1;
     union {
-        std::uint32_t size; ///< of a file's content
-        NodeId firstChild;
-    };
-    struct LastChild {
-        NodeId id : 31;
-        std::uint32_t ordered : 1; ///< the children stand in ascending order of their names
-    };
-    union {
-        std::uint32_t capacity; ///< of a file's text, `inlineCapacity` while it stands in the node
-        LastChild lastChild;
+        struct {
+            std::uint32_t size;     ///< of the content
+            std::uint32_t capacity; ///< of the text, `inlineCapacity` while it stands in the node
+        } file;
+        Children* children; ///< of a directory, null when there are none
     };
     union {
         char inlineText[inlineCapacity];
@@ -57,7 +61,7 @@ struct alignas(64) Node {
     [[nodiscard]] char* text() noexcept { return onHeap != 0 ? heapText : inlineText; }
     [[nodiscard]] char const* text() const noexcept { return onHeap != 0 ? heapText : inlineText; }
     [[nodiscard]] std::string_view name() const noexcept { return {text(), nameLength}; }
-    [[nodiscard]] std::string_view content() const noexcept { return {text() + nameLength, size}; }
+    [[nodiscard]] std::string_view content() const noexcept { return {text() + nameLength, file.size}; }
 
     /**
      * Makes room for a content of `contentCapacity` bytes, at least, keeping what is there; not less than
@@ -81,8 +85,8 @@ struct alignas(64) Node {
      */
     void setText(std::string_view name, std::string_view content);
 
-    /** Gives the block on the heap back. */
-    void freeText() noexcept;
+    /** Gives back what the node owns. */
+    void freeAll() noexcept;
 };
 
 static_assert(sizeof(Node) == 64, "a node is one cache line");

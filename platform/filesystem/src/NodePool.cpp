@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "NodePool.h"
 
+#include <limits>
 #include <new>
 
 namespace filesystem {
@@ -11,30 +12,30 @@ NodePool::NodePool() {
 }
 
 NodePool::~NodePool() {
-    // A released node holds no text, so every number ever used can be treated alike.
+    // A released node owns nothing, so every number ever used can be treated alike.
     for (NodeId id = noNode; id < _made; ++id)
-        (*this)[id].freeText();
+        (*this)[id].freeAll();
 }
 
 /** The first number never used. Its node is one that was released, with no other behind it. */
 NodeId NodePool::makeNew() {
-    if (_made == largestNodeId)
+    if (_made == std::numeric_limits<NodeId>::max())
         throw std::bad_alloc();
     if (_made / blockSize == _blocks.size())
         _blocks.push_back(std::unique_ptr<Block>(new Block)); // as it is, since each node is set up by itself
     Node& node = (*this)[_made];
     node.generation = 0;
-    node.next = noNode;
+    node.nextReleased = noNode;
     return _made++;
 }
 
 void NodePool::release(NodeId id) noexcept {
     Node& node = (*this)[id];
-    node.freeText();
-    std::uint32_t const generation = node.generation + 1;
+    node.freeAll();
+    std::uint64_t const generation = node.generation + 1;
     node = Node{};
     node.generation = generation;
-    node.next = _released;
+    node.nextReleased = _released;
     _released = id;
 }
 

@@ -26,16 +26,15 @@ public:
     [[nodiscard]] NodeId make(bool directory) {
         NodeId const id = _released != noNode ? _released : makeNew();
         Node& node = (*this)[id];
-        _released = node.next;
-        std::uint32_t const generation = node.generation;
+        _released = node.nextReleased;
+        __builtin_prefetch(&(*this)[_released]); // the next one: its place may have cooled down
+        std::uint64_t const generation = node.generation;
         node = Node{};
         node.generation = generation;
-        if (directory) {
+        if (directory)
             node.directory = 1;
-            node.lastChild.ordered = 1;
-        } else {
-            node.capacity = Node::inlineCapacity;
-        }
+        else
+            node.file.capacity = Node::inlineCapacity;
         return id;
     }
 
@@ -50,7 +49,7 @@ private:
 
     std::vector<std::unique_ptr<Block>> _blocks;
     NodeId _made = noNode;     ///< the first number never used
-    NodeId _released = noNode; ///< a list of released nodes, through `next`
+    NodeId _released = noNode; ///< a list of released nodes, through `nextReleased`
 };
 
 } // namespace filesystem

@@ -52,10 +52,8 @@ RAMHandle* ownHandle(FileSystem const& fileSystem, FileHandle* handle, FileSyste
 }
 
 std::set<DirEntry> entriesOf(Tree& tree, NodeId directory) {
-    std::vector<NodeId> children;
-    tree.appendChildren(directory, children);
     std::set<DirEntry> entries;
-    for (NodeId const child : children)
+    for (NodeId const child : tree.children(directory))
         entries.insert(entries.end(), {textOfName(tree[child].name())});
     return entries;
 }
@@ -148,9 +146,9 @@ bool RAMFileSystem::close(FileHandle* handle) {
 long RAMFileSystem::read(FileHandle* handle, void* buffer, long count) {
     RAMHandle* const own = ownHandle(*this, handle, MODE_READ);
     Node const* const file = own != nullptr ? fileOf(*_tree, *own) : nullptr;
-    if (file == nullptr || count <= 0 || own->position >= file->size)
+    if (file == nullptr || count <= 0 || own->position >= file->file.size)
         return 0;
-    std::uint64_t const moved = std::min(static_cast<std::uint64_t>(count), file->size - own->position);
+    std::uint64_t const moved = std::min(static_cast<std::uint64_t>(count), file->file.size - own->position);
     std::memcpy(buffer, file->content().data() + own->position, moved);
     own->position += moved;
     return static_cast<long>(moved);
@@ -165,12 +163,13 @@ long RAMFileSystem::write(FileHandle* handle, void const* buffer, long count) {
         largestFile - file->nameLength - std::min(own->position, largestFile - file->nameLength);
     std::uint64_t const moved = std::min(static_cast<std::uint64_t>(count), room);
     std::uint64_t const end = own->position + moved;
-    if (end > file->size) {
+    if (end > file->file.size) {
         file->growContent(end);
         // Another handle may have emptied the file behind this one's back: the gap reads as zeros.
-        if (own->position > file->size)
-            std::memset(file->text() + file->nameLength + file->size, 0, own->position - file->size);
-        file->size = static_cast<std::uint32_t>(end);
+        if (own->position > file->file.size)
+            std::memset(file->text() + file->nameLength + file->file.size, 0,
+                        own->position - file->file.size);
+        file->file.size = static_cast<std::uint32_t>(end);
     }
     std::memcpy(file->text() + file->nameLength + own->position, buffer, moved);
     own->position = end;
@@ -182,7 +181,7 @@ bool RAMFileSystem::seek(FileHandle* handle, long offset, FileSystemOrigin origi
     if (own == nullptr)
         return false;
     Node const* const file = fileOf(*_tree, *own);
-    long const size = file != nullptr ? long{file->size} : 0;
+    long const size = file != nullptr ? long{file->file.size} : 0;
     long const position = static_cast<long>(own->position);
     if (origin != ORIGIN_BEGIN && origin != ORIGIN_CURRENT && origin != ORIGIN_END)
         return false;

@@ -17,7 +17,7 @@ public:
     explicit RAMHandle(FileSystem& fileSystem) noexcept : FileHandle(fileSystem) {}
 
     NodeId node = noNode;
-    std::uint32_t generation = 0;
+    std::uint64_t generation = 0;
     FileSystem::FileSystemMode mode = FileSystem::MODE_READ;
     bool open = false;
     std::uint64_t position = 0;

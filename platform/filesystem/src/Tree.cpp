@@ -48,30 +48,34 @@ bool Tree::standsAt(NodeId id, TreePath const& path) const {
            sameBytes(node.text(), path.first.data(), path.first.size());
 }
 
-void Tree::appendChildren(NodeId directory, std::vector<NodeId>& list) {
+std::vector<NodeId> const& Tree::children(NodeId directory) {
+    static std::vector<NodeId> const none;
+    Children* const children = _nodes[directory].children;
+    if (children == nullptr)
+        return none;
     std::lock_guard<std::mutex> const lock(_orderMutex);
-    auto const begin = static_cast<std::ptrdiff_t>(list.size());
-    Node& parent = _nodes[directory];
-    for (NodeId child = parent.firstChild; child != noNode; child = _nodes[child].next)
-        list.push_back(child);
-    if (parent.lastChild.ordered != 0)
-        return;
-    std::sort(list.begin() + begin, list.end(), [this](NodeId left, NodeId right) {
-        return precedes(_nodes[left].name(), _nodes[right].name());
-    });
-    relink(parent, list.begin() + begin, list.end());
+    if (!children->ordered || children->holes != 0)
+        arrange(*children);
+    return children->ids;
 }
 
-/** Makes the children of a directory stand in the order given. */
-void Tree::relink(Node& directory, std::vector<NodeId>::const_iterator first,
-                  std::vector<NodeId>::const_iterator last) noexcept {
-    NodeId previous = noNode;
-    for (auto child = first; child != last; previous = *child++) {
-        (previous == noNode ? directory.firstChild : _nodes[previous].next) = *child;
-        _nodes[*child].previous = previous;
-    }
-    _nodes[previous].next = noNode;
-    directory.lastChild = {previous & largestNodeId, 1};
+bool Tree::areOrdered(NodeId directory) const {
+    Children const* const children = _nodes[directory].children;
+    return children == nullptr || children->ordered;
+}
+
+/** Puts children in order, with no holes between them. */
+void Tree::arrange(Children& children) noexcept {
+    auto& ids = children.ids;
+    ids.erase(std::remove(ids.begin(), ids.end(), noNode), ids.end());
+    children.holes = 0;
+    if (!children.ordered)
+        std::sort(ids.begin(), ids.end(), [this](NodeId left, NodeId right) {
+            return precedes(_nodes[left].name(), _nodes[right].name());
+        });
+    children.ordered = true;
+    for (std::size_t place = 0; place < ids.size(); ++place)
+        _nodes[ids[place]].place = static_cast<std::uint32_t>(place);
 }
 
 NodeId Tree::make(TreePath const& path, bool directory) {
@@ -112,8 +116,8 @@ void Tree::releaseBelow(NodeId top, Visit&& beforeRelease) noexcept {
         return;
     NodeId id = top;
     while (true) {
-        while (_nodes[id].directory != 0 && _nodes[id].firstChild != noNode)
-            id = _nodes[id].firstChild;
+        while (_nodes[id].directory != 0 && _nodes[id].children != nullptr)
+            id = _nodes[id].children->ids.back();
         if (id == top)
             return;
         NodeId const parent = _nodes[id].parent;
@@ -130,12 +134,12 @@ NodeId Tree::add(NodeId parent, std::string_view name, std::uint32_t hash, bool 
     NodeId const id = _nodes.make(directory);
     try {
         _nodes[id].setText(name, content);
+        _nodes[id].hash = hash;
+        link(parent, id);
     } catch (...) {
         _nodes.release(id);
         throw;
     }
-    _nodes[id].hash = hash;
-    link(parent, id);
     return id;
 }
 
@@ -218,40 +222,49 @@ bool Tree::graft(Apart&& apart, TreePath const& path) {
 /** Makes the children of one directory those of another, which has none. */
 void Tree::moveChildren(NodeId from, NodeId to) noexcept {
     ++_version;
-    _nodes[to].firstChild = _nodes[from].firstChild;
-    _nodes[to].lastChild = _nodes[from].lastChild;
-    for (NodeId child = _nodes[to].firstChild; child != noNode; child = _nodes[child].next)
+    Children* const children = std::exchange(_nodes[from].children, nullptr);
+    _nodes[to].children = children;
+    if (children == nullptr)
+        return;
+    for (NodeId const child : children->ids)
         _nodes[child].parent = to;
 }
 
-void Tree::link(NodeId parent, NodeId child) noexcept {
-    ++_version;
+/** Errors: `std::bad_alloc`; nothing has changed. */
+void Tree::link(NodeId parent, NodeId child) {
     Node& directory = _nodes[parent];
+    if (directory.children == nullptr)
+        directory.children = new Children{{child}};
+    else
+        append(*directory.children, child);
     Node& node = _nodes[child];
-    NodeId const last = directory.lastChild.id;
     node.parent = parent;
-    node.previous = last;
-    if (last == noNode) {
-        directory.firstChild = child;
-    } else {
-        _nodes[last].next = child;
-        if (directory.lastChild.ordered != 0 && !precedes(_nodes[last].name(), node.name()))
-            directory.lastChild.ordered = 0;
-    }
-    directory.lastChild.id = child & largestNodeId;
+    node.place = static_cast<std::uint32_t>(directory.children->ids.size() - 1);
+    ++_version;
+}
+
+void Tree::append(Children& children, NodeId child) {
+    NodeId const last = children.ids.back();
+    children.ids.push_back(child);
+    if (children.ordered)
+        children.ordered = precedes(_nodes[last].name(), _nodes[child].name());
 }
 
 void Tree::unlink(NodeId child) noexcept {
     ++_version;
     Node const& node = _nodes[child];
     Node& directory = _nodes[node.parent];
-    (node.previous == noNode ? directory.firstChild : _nodes[node.previous].next) = node.next;
-    if (node.next == noNode)
-        directory.lastChild.id = node.previous & largestNodeId;
-    else
-        _nodes[node.next].previous = node.previous;
-    if (directory.firstChild == noNode)
-        directory.lastChild.ordered = 1;
+    auto& ids = directory.children->ids;
+    ids[node.place] = noNode;
+    ++directory.children->holes;
+    while (!ids.empty() && ids.back() == noNode) {
+        ids.pop_back();
+        --directory.children->holes;
+    }
+    if (ids.empty())
+        delete std::exchange(directory.children, nullptr);
+    else if (directory.children->holes > ids.size() / 2)
+        arrange(*directory.children);
 }
 
 } // namespace filesystem

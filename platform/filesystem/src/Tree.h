@@ -37,11 +37,13 @@ public:
     [[nodiscard]] NodeId find(TreePath const& path) const;
 
     /**
-     * The children of a directory in ascending byte order of their names, added to the end of `list`. They
-     * keep that order from then on. Threads may do this at once, for which there is a lock that nothing else
-     * is locked under.
+     * The children of a directory in ascending byte order of their names, valid until the tree is next
+     * changed. Threads may ask for them at once, for which there is a lock that nothing else is locked under.
      */
-    void appendChildren(NodeId directory, std::vector<NodeId>& list);
+    [[nodiscard]] std::vector<NodeId> const& children(NodeId directory);
+
+    /** Whether the children of a directory came in ascending order, and so without a name twice. */
+    [[nodiscard]] bool areOrdered(NodeId directory) const;
 
     /**
      * Makes an empty directory or file at `path`.
@@ -103,10 +105,10 @@ private:
     NodeId childDirectory(NodeId parent, std::string_view name, std::uint32_t hash);
     NodeId add(NodeId parent, std::string_view name, std::uint32_t hash, bool directory,
                std::string_view content = {});
-    void relink(Node& directory, std::vector<NodeId>::const_iterator first,
-                std::vector<NodeId>::const_iterator last) noexcept;
-    void link(NodeId parent, NodeId child) noexcept;
+    void link(NodeId parent, NodeId child);
+    void append(Children& children, NodeId child);
     void unlink(NodeId child) noexcept;
+    void arrange(Children& children) noexcept;
     void moveChildren(NodeId from, NodeId to) noexcept;
     template <class Visit>
     void releaseBelow(NodeId top, Visit&& beforeRelease) noexcept;

@@ -106,26 +106,28 @@ public:
         while (!_open.empty()) {
             Range& range = _open.back();
             if (range.next == range.end) {
-                _children.resize(range.begin);
                 _open.pop_back();
                 continue;
             }
-            writeEntry(_children[range.next++]);
+            if (range.end - range.next > lookAhead)
+                __builtin_prefetch(&_tree[range.next[lookAhead]]);
+            writeEntry(*range.next++);
         }
     }
 
 private:
+    static constexpr std::ptrdiff_t lookAhead =
+        8; ///< entries, so that their nodes are at hand when they are written
+
     struct Range {
-        std::size_t begin;
-        std::size_t next;
-        std::size_t end;
+        NodeId const* next;
+        NodeId const* end;
     };
 
     void enter(NodeId directory) {
-        std::size_t const begin = _children.size();
-        _tree.appendChildren(directory, _children);
-        _open.push_back({begin, begin, _children.size()});
-        _out.setEnd(writeHead(_out.end(longestHead), Major::map, _children.size() - begin));
+        auto const& children = _tree.children(directory);
+        _open.push_back({children.data(), children.data() + children.size()});
+        _out.setEnd(writeHead(_out.end(longestHead), Major::map, children.size()));
     }
 
     void writeEntry(NodeId id) {
@@ -144,7 +146,6 @@ private:
 
     Tree& _tree;
     Output& _out;
-    std::vector<NodeId> _children;
     std::vector<Range> _open;
 };
 
@@ -296,15 +297,14 @@ private:
 
     /** No name twice; names that came in ascending order cannot be. */
     void checkNames(NodeId directory) {
-        if (_tree[directory].lastChild.ordered != 0)
+        if (_tree.areOrdered(directory))
             return;
-        _sorted.clear();
-        _tree.appendChildren(directory, _sorted);
+        auto const& sorted = _tree.children(directory);
         auto const twice =
-            std::adjacent_find(_sorted.begin(), _sorted.end(), [this](NodeId left, NodeId right) {
+            std::adjacent_find(sorted.begin(), sorted.end(), [this](NodeId left, NodeId right) {
                 return _tree[left].name() == _tree[right].name();
             });
-        if (twice != _sorted.end())
+        if (twice != sorted.end())
             throw utils::Exception("it holds a name twice: \"" + std::string(_tree[*twice].name()) + '"');
     }
 
@@ -313,7 +313,6 @@ private:
     PathPlace _topPlace;
     Scanner _scanner;
     std::vector<Directory> _open;
-    std::vector<NodeId> _sorted;
 };
 
 } // namespace
