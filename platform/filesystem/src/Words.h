@@ -40,10 +40,24 @@ inline std::uint64_t loadPartialWord(char const* bytes, std::size_t count) noexc
 
 /** Whether two texts of `count` bytes are the same. */
 inline bool sameBytes(char const* left, char const* right, std::size_t count) noexcept {
-    for (; count > sizeof(std::uint64_t); count -= 8, left += 8, right += 8)
-        if (loadWord(left) != loadWord(right))
-            return false;
-    return loadPartialWord(left, count) == loadPartialWord(right, count);
+    auto const same = [&](std::size_t at, auto part) {
+        auto other = part;
+        std::memcpy(&part, left + at, sizeof part);
+        std::memcpy(&other, right + at, sizeof other);
+        return part == other;
+    };
+    // The last comparison of a fixed size may overlap the one before.
+    std::size_t at = 0;
+    if (count >= 8) {
+        for (; at + 8 < count; at += 8)
+            if (!same(at, std::uint64_t{}))
+                return false;
+        return same(count - 8, std::uint64_t{});
+    }
+    if (count >= 4)
+        return same(0, std::uint32_t{}) && same(count - 4, std::uint32_t{});
+    return count == 0 || (left[0] == right[0] && left[count / 2] == right[count / 2] &&
+                          left[count - 1] == right[count - 1]);
 }
 
 /** Whether `left` stands before `right` in the order of their bytes. */
