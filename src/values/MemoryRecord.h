@@ -95,12 +95,14 @@ public:
         return bytes;
     }
 
-    /** Replaces a list by the elements of a fixed size that are there whole. Result: their number. */
+    /**
+     * Replaces a list by the first of its elements: those of a fixed size that are there whole, else as many
+     * as the list held, whose room is used again. Result: their number.
+     */
     template <class Field, class Element>
     int readAhead(int count, std::vector<Element>& list) {
         if constexpr (Field::size == 0) {
-            list.clear();
-            return 0;
+            return replaceFirst<Field>(list, count);
         } else {
             std::size_t const whole =
                 std::min(static_cast<std::size_t>(std::max(count, 0)), _left.size() / Field::size);
@@ -120,6 +122,21 @@ private:
         char const* const field = _left.data();
         _left.remove_prefix(size);
         return read(FieldReader(field));
+    }
+
+    template <class Field, class Element>
+    int replaceFirst(std::vector<Element>& list, int count) {
+        int done = 0;
+        auto const drop = [&] { list.erase(list.begin() + done, list.end()); };
+        try {
+            for (int const held = static_cast<int>(list.size()); done < std::min(count, held); ++done)
+                list[static_cast<std::size_t>(done)] = Field::read(*this);
+        } catch (...) {
+            drop();
+            throw;
+        }
+        drop();
+        return done;
     }
 
     /** The list, its capacity too, is as if appended to one by one, yet what has room goes at once. */

@@ -32,10 +32,7 @@ struct alignas(64) Node {
     static constexpr std::uint32_t longestName = (1U << 30) - 1;
 
     NodeId parent;
-    union {
-        std::uint32_t place; ///< among the parent's children
-        NodeId nextReleased; ///< of a released node
-    };
+    std::uint32_t place;      ///< among the parent's children
     std::uint64_t generation; ///< of this place in the pool: another one when the node here has been released
     std::uint32_t hash;       ///< of the whole path
     std::uint32_t nameLength : 30;
@@ -51,6 +48,8 @@ struct alignas(64) Node {
     union {
         char inlineText[inlineCapacity];
         char* heapText;
+        NodeId
+            nextReleased[4]; ///< of a released node: those that will be used again after it, in their order
     };
 
     /** Whether a file can hold a name and a content of these sizes. */

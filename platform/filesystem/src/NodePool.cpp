@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "NodePool.h"
 
+#include <algorithm>
+#include <iterator>
 #include <limits>
 #include <new>
 
@@ -25,7 +27,7 @@ NodeId NodePool::makeNew() {
         _blocks.push_back(std::unique_ptr<Block>(new Block)); // as it is, since each node is set up by itself
     Node& node = (*this)[_made];
     node.generation = 0;
-    node.nextReleased = noNode;
+    std::fill(std::begin(node.nextReleased), std::end(node.nextReleased), noNode);
     return _made++;
 }
 
@@ -35,7 +37,9 @@ void NodePool::release(NodeId id) noexcept {
     std::uint64_t const generation = node.generation + 1;
     node = Node{};
     node.generation = generation;
-    node.nextReleased = _released;
+    auto const& next = (*this)[_released].nextReleased;
+    std::copy_backward(std::begin(next), std::end(next) - 1, std::end(node.nextReleased));
+    node.nextReleased[0] = _released;
     _released = id;
 }
 

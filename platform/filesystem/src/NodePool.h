@@ -26,8 +26,9 @@ public:
     [[nodiscard]] NodeId make(bool directory) {
         NodeId const id = _released != noNode ? _released : makeNew();
         Node& node = (*this)[id];
-        _released = node.nextReleased;
-        __builtin_prefetch(&(*this)[_released]); // the next one: its place may have cooled down
+        _released = node.nextReleased[0];
+        __builtin_prefetch(
+            &(*this)[node.nextReleased[3]]); // it may have left the cache since it was released
         std::uint64_t const generation = node.generation;
         node = Node{};
         node.generation = generation;
