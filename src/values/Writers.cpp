@@ -33,7 +33,7 @@ std::string cannotOpen(std::string const& name, std::string const& path) {
 
 } // namespace
 
-/** Writes a value straight to memory and announces it. False when the property has no group to lie in yet. */
+/** Writes a value straight to memory and announces it. False when the property can't be there. */
 template <class Value>
 bool ValueWriter::writeDirectly(_Register& object, void* sender, std::string const& name, Value const& value,
                                 RegisterScope scope) {
@@ -42,7 +42,12 @@ bool ValueWriter::writeDirectly(_Register& object, void* sender, std::string con
     RecordSize size;
     Record<Value>::write(size, value);
     Lock const lock(*_Register::_mutex);
-    char* const target = direct::rewrite(object, scopeDirectory(scope), name, size.bytes());
+    auto const rewrite = [&] { return direct::rewrite(object, scopeDirectory(scope), name, size.bytes()); };
+    char* target = rewrite();
+    if (target == nullptr) {
+        direct::makeGroupOf(object, name, scope);
+        target = rewrite();
+    }
     if (target == nullptr)
         return false;
     RecordWriter record(target);
