@@ -13,7 +13,8 @@ namespace bench {
 /** The names of a set of properties. */
 class Names {
 public:
-    /** "group_12/sub_34/prop_567": 24 characters in the usual set of 10,000, spread evenly over their groups.
+    /**
+     * "group_12/sub_34/prop_567": 24 characters in the usual set of 10,000, spread evenly over their groups.
      */
     Names(std::size_t count, std::size_t groups) {
         for (std::size_t group = 0; group < groups; ++group)

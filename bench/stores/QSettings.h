@@ -81,7 +81,8 @@ public:
         _saved = _settings->fileName().toStdString();
     }
 
-    /** QtCore keeps the content of files that it has read: the file comes back under a name it has not seen.
+    /**
+     * QtCore keeps the content of files that it has read: the file comes back under a name it has not seen.
      */
     void load() {
         ++_generation;

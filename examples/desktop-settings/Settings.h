@@ -31,7 +31,8 @@ inline void require(bool holds, std::string const& message) {
         throw std::runtime_error(message);
 }
 
-/** Runs a program's body. Result: its exit status, 1 with a message on the error output when the body threw.
+/**
+ * Runs a program's body. Result: its exit status, 1 with a message on the error output when the body threw.
  */
 template <class Body>
 int runProgram(char const* name, Body&& body) {

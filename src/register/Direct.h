@@ -70,8 +70,10 @@ inline Entry locate(_Register const& object, std::string const& name) {
         name);
 }
 
-/** Makes the group that a property lies in, with those around it, as far as that is possible. The lock is
- * held. */
+/**
+ * Makes the group that a property lies in, with those around it, as far as that is possible. The lock is
+ * held.
+ */
 inline void makeGroupOf(_Register& object, std::string_view name, RegisterScope scope) {
     std::size_t const slash = name.rfind('/');
     makeDirectories(object, scopeDirectory(scope),

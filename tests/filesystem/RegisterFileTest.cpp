@@ -23,8 +23,9 @@ std::string bigEndian(std::uint64_t number, int width) {
     return bytes;
 }
 
-/** The start of an item: its kind, as the byte of the number 0 has it, and a number in as few bytes as can
- * be. */
+/**
+ * The start of an item: its kind, as the byte of the number 0 has it, and a number in as few bytes as can be.
+ */
 std::string head(unsigned kind, std::uint64_t number) {
     if (number < 24)
         return bigEndian(kind + number, 1);

@@ -12,7 +12,8 @@ namespace notification {
 
 using Journal = std::vector<std::string>;
 
-/** Remembers what it is told, writes it into a journal shared with others, and then does what the test asks.
+/**
+ * Remembers what it is told, writes it into a journal shared with others, and then does what the test asks.
  */
 class Listener : public utils::properties::_Register::Callback {
 public:

@@ -225,7 +225,8 @@ private:
         RegisterProbe const& _probe;
     };
 
-    /** One call: listed, and failed when it is to fail, if it is the register's; what it calls itself is not.
+    /**
+     * One call: listed, and failed when it is to fail, if it is the register's; what it calls itself is not.
      */
     class Call {
     public:

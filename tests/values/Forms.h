@@ -68,7 +68,8 @@ inline std::string content(_Register& settings, std::string const& path) {
     return bytes;
 }
 
-/** How a call ended: "done", or what it threw: the name of a property exception, or the message of another.
+/**
+ * How a call ended: "done", or what it threw: the name of a property exception, or the message of another.
  */
 template <class Call>
 std::string outcome(Call&& call) {

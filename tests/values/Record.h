@@ -6,7 +6,8 @@
 #include <string>
 #include <vector>
 
-/** The value record, told once more and apart from the register: what each value is written as and read from.
+/**
+ * The value record, told once more and apart from the register: what each value is written as and read from.
  */
 namespace record {
 

@@ -19,7 +19,9 @@
  * directory part must exist under `root` or is made now (one level). A bare file name has no directory part
  * and passes under any root; `root` itself is not examined.
  *
- * Both are UTF-8. Locks: none. Errors: none of its own.
+ * Both are UTF-8.
+ * Locks: none.
+ * Errors: none of its own.
  */
 [[nodiscard]] VELMORAND_REGISTER_EXPORT bool _test_register_path(std::string const& root,
                                                                  std::string const& file);
@@ -50,8 +52,10 @@ enum Type : std::int32_t {
  */
 class VELMORAND_REGISTER_EXPORT PropertyBadType : utils::Exception {};
 
-/** No scope holds the property. As `PropertyBadType`, it is caught by its own name only and carries no
- * message. */
+/**
+ * No scope holds the property. As `PropertyBadType`, it is caught by its own name only and carries no
+ * message.
+ */
 class VELMORAND_REGISTER_EXPORT PropertyNotFound : utils::Exception {};
 
 /**
@@ -100,7 +104,8 @@ public:
         /** The property `name` has changed; the name is as its writer gave it, without the scope. */
         virtual void propertyChanged(std::string const& name) = 0;
 
-        /** Whose listener this is: changes with this `sender` are not announced to it. Compared, never used.
+        /**
+         * Whose listener this is: changes with this `sender` are not announced to it. Compared, never used.
          */
         virtual void* owner() = 0;
     };
@@ -111,14 +116,16 @@ public:
     /**
      * Saves the user scope as `save()` does, then drops everything. The one instance is destroyed at process
      * exit. What the file system throws while saving comes out after all is destroyed. Listeners are not
-     * touched. Locks: none.
+     * touched.
+     * Locks: none.
      */
     ~_Register() noexcept(false) override;
 
     /**
      * The one register of the process, never null; the first call builds and loads it. It belongs to the
-     * library. Errors: what `load` throws; nothing has been built then, and the next call tries again. Locks:
-     * takes the lock.
+     * library.
+     * Errors: what `load` throws; nothing has been built then, and the next call tries again.
+     * Locks: takes the lock.
      */
     static _Register* getInstance();
 
@@ -138,15 +145,17 @@ public:
 
     /**
      * Reads the register files into the global and the user scope; the constructor calls it. A missing file
-     * leaves its scope empty. Errors: `utils::Exception` "Can't open " + the file when it is there but cannot
-     * be opened, or what is wrong with its content. Locks: none.
+     * leaves its scope empty.
+     * Errors: `utils::Exception` "Can't open " + the file when it is there but cannot be opened, or what is
+     * wrong with its content.
+     * Locks: none.
      */
     void load();
 
     /**
      * Writes the whole user scope to the user register file, replacing it in one step. Silent by design: when
-     * the file cannot be written, it stays as it was and nothing is reported. Locks: none; hold `*_mutex`
-     * around it for a consistent snapshot while other threads write.
+     * the file cannot be written, it stays as it was and nothing is reported.
+     * Locks: none; hold `*_mutex` around it for a consistent snapshot while other threads write.
      */
     void save() const;
 
@@ -156,31 +165,37 @@ public:
     /**
      * The name that a path inside a scope directory stands for; any number of leading "/" is accepted. Of a
      * path in the temporary scope the two characters after the prefix are dropped as well, as they always
-     * were. Errors: `utils::Exception` "Bad scope value." for a path in none of the scopes;
-     * `std::out_of_range` for one in the temporary scope that is too short. Locks: none.
+     * were.
+     * Errors: `utils::Exception` "Bad scope value." for a path in none of the scopes; `std::out_of_range` for
+     * one in the temporary scope that is too short.
+     * Locks: none.
      */
     [[nodiscard]] std::string _pathToName(std::string const& path) const;
 
     /**
      * The path of `name` in the first scope that holds it: user, global, temporary. A group counts as well.
-     * Errors: `PropertyNotFound`. Locks: none.
+     * Errors: `PropertyNotFound`.
+     * Locks: none.
      */
     [[nodiscard]] std::string _locateProperty(std::string const& name) const;
 
-    /** Makes a group and the groups around it that are missing; does nothing for a name that exists. Locks:
-     * none. */
+    /**
+     * Makes a group and the groups around it that are missing; does nothing for a name that exists.
+     * Locks: none.
+     */
     void addGroup(std::string const& name, RegisterScope scope);
 
     /**
      * Makes an empty property, and its groups; does nothing for a name that exists. A name that cannot be
-     * made is not reported. No listener is told. Locks: takes the lock.
+     * made is not reported. No listener is told.
+     * Locks: takes the lock.
      */
     void addProperty(std::string const& name, RegisterScope scope);
 
     /**
      * Removes a property, or a group with all that is in it; does nothing for a name that is not there. The
-     * empty name removes the whole scope, which the next write makes again. No listener is told. Locks: takes
-     * the lock.
+     * empty name removes the whole scope, which the next write makes again. No listener is told.
+     * Locks: takes the lock.
      */
     void delProperty(std::string const& name, RegisterScope scope);
 
@@ -198,7 +213,8 @@ public:
 
     /**
      * The bare names of what lies directly in a group, properties and subgroups alike, in order.
-     * Errors: `utils::Exception`, `group` + " does not exist or is not a group.". Locks: none.
+     * Errors: `utils::Exception`, `group` + " does not exist or is not a group.".
+     * Locks: none.
      */
     [[nodiscard]] std::set<filesystem::DirEntry> propertyList(std::string const& group,
                                                               RegisterScope scope) const;
@@ -206,8 +222,8 @@ public:
     /**
      * Opens a property's record; `mode` as for `open`. The caller gives the handle back with `closeProperty`.
      * Errors: `utils::Exception`, "Group " + group + " does not exist !" when no scope has the group of
-     * `name`, "Cannot open property named " + `name` + " !" when the file cannot be opened. Locks: takes the
-     * lock.
+     * `name`, "Cannot open property named " + `name` + " !" when the file cannot be opened.
+     * Locks: takes the lock.
      */
     [[nodiscard]] filesystem::FileHandle*
     openProperty(std::string const& name, filesystem::FileSystem::FileSystemMode mode, RegisterScope scope);
@@ -218,7 +234,9 @@ public:
     /**
      * The tag of the value that readers find under `name`; for a list, the tag of its elements is stored in
      * `*elementType` unless that is null. Unknown tags are returned as they are; an empty property and a
-     * group give 0. Errors: `PropertyNotFound`. Locks: takes the lock.
+     * group give 0.
+     * Errors: `PropertyNotFound`.
+     * Locks: takes the lock.
      */
     Type readPropertyType(std::string const& name, Type* elementType) const;
 
@@ -226,10 +244,11 @@ public:
      * The writers store a value under `name` in `scope`, in place of whatever was there, making the property
      * and its groups when they are missing, and announce the change to the listeners before they return,
      * leaving out those whose owner is `sender`. An equal value is written and announced all the same.
-     * Nothing is saved. Errors: `utils::Exception` when the property cannot be opened for writing, the
-     * message ending in " no such property"; nothing is announced then. What a listener throws comes out with
-     * the value written; the name stays pending, and is announced again with the next change. Locks: take the
-     * lock, listeners included.
+     * Nothing is saved.
+     * Errors: `utils::Exception` when the property cannot be opened for writing, the message ending in " no
+     * such property"; nothing is announced then. What a listener throws comes out with the value written; the
+     * name stays pending, and is announced again with the next change.
+     * Locks: take the lock, listeners included.
      */
     void _writeString(void* sender, std::string const& name, std::string const& value, RegisterScope scope);
     void _writeNumber(void* sender, std::string const& name, double const& value, RegisterScope scope);
@@ -246,9 +265,9 @@ public:
 
     /**
      * The readers store the value of `name`, from the first scope that holds it, in the caller's variable; a
-     * list replaces what the variable held. Values are not converted from one kind to another. Errors:
-     * `PropertyNotFound` when no scope holds the name; `PropertyBadType` when it is another kind of value or
-     * a group (for `_readString` a group is `PropertyNotFound`). The variable is untouched then.
+     * list replaces what the variable held. Values are not converted from one kind to another.
+     * Errors: `PropertyNotFound` when no scope holds the name; `PropertyBadType` when it is another kind of
+     * value or a group (for `_readString` a group is `PropertyNotFound`). The variable is untouched then.
      * Locks: take the lock.
      */
     void _readString(std::string const& name, std::string& value);
@@ -263,8 +282,8 @@ public:
     /**
      * Announces every pending change: each name, in byte order, to the listeners registered under it, then
      * under each group around it, from the inside out. Listeners whose owner is `sender` are left out.
-     * Errors: what a listener throws; the rest is not told, and every name stays pending. Locks: takes the
-     * lock.
+     * Errors: what a listener throws; the rest is not told, and every name stays pending.
+     * Locks: takes the lock.
      */
     void notify(void* sender);
 
@@ -279,19 +298,24 @@ public:
      * Registers a listener under a property's or a group's name: it is told of the property, or of everything
      * in the group. The same listener may be registered more than once, and is then told once for each entry;
      * entries of one key are told in the order of their adding. An entry added while a change of its key is
-     * being announced is told from the next change on. Errors: `utils::Exception` "Null callback.". Locks:
-     * takes the lock. Owner: the listener stays the caller's.
+     * being announced is told from the next change on.
+     * Errors: `utils::Exception` "Null callback.".
+     * Locks: takes the lock.
+     * Owner: the listener stays the caller's.
      */
     void addCallback(std::string const& key, Callback* callback);
 
     /**
      * Removes every entry of a listener under one key; does nothing when there is none. When it returns the
      * listener is not being told through these entries by another thread, and is not called through them any
-     * more. Locks: takes the lock.
+     * more.
+     * Locks: takes the lock.
      */
     void removeCallback(std::string const& key, Callback* callback);
 
-    /** Removes every entry of a listener, under any key; otherwise as the other form. Locks: takes the lock.
+    /**
+     * Removes every entry of a listener, under any key; otherwise as the other form.
+     * Locks: takes the lock.
      */
     void removeCallback(Callback* callback);
 
@@ -299,8 +323,10 @@ public:
     static boost::recursive_mutex* _mutex;
 
 protected:
-    /** Builds the three scopes and loads the register files. Only `getInstance()` makes the process's
-     * register. */
+    /**
+     * Builds the three scopes and loads the register files. Only `getInstance()` makes the process's
+     * register.
+     */
     _Register();
 
     static std::string _VL_REGISTER_NAME;   ///< the register file's name in both directories

@@ -9,12 +9,15 @@
 
 namespace filesystem {
 
-/** Opens the directory at `path`, seen from the directory `base` or from AT_FDCWD; `flags` add to the usual
- * ones. */
+/**
+ * Opens the directory at `path`, seen from the directory `base` or from AT_FDCWD; `flags` add to the usual
+ * ones.
+ */
 [[nodiscard]] Descriptor openDirectory(int base, std::string const& path, int flags = 0);
 
-/** The names in an open directory, in the system's order, without "." and ".."; none when they cannot be
- * read. */
+/**
+ * The names in an open directory, in the system's order, without "." and ".."; none when they cannot be read.
+ */
 [[nodiscard]] std::optional<std::vector<std::string>> entryNames(int directory);
 
 /**

@@ -64,14 +64,15 @@ struct alignas(64) Node {
 
     /**
      * Makes room for a content of `contentCapacity` bytes, at least, keeping what is there; not less than
-     * twice the room there was, if it has to move. Errors: `std::bad_alloc`, `std::length_error`; nothing has
-     * changed.
+     * twice the room there was, if it has to move.
+     * Errors: `std::bad_alloc`, `std::length_error`; nothing has changed.
      */
     void growContent(std::size_t contentCapacity);
 
     /**
      * Gives a file `newSize` bytes of content, to be filled by the caller, in no more room than they need.
-     * Result: the first of them. Errors: `std::bad_alloc`, `std::length_error`; nothing has changed.
+     * Result: the first of them.
+     * Errors: `std::bad_alloc`, `std::length_error`; nothing has changed.
      */
     char* replaceContent(std::size_t newSize);
 
@@ -79,8 +80,8 @@ struct alignas(64) Node {
     void dropContent() noexcept;
 
     /**
-     * Sets the name of a new node, whose `directory` is set, and the content of a new file. Errors:
-     * `std::bad_alloc`, `std::length_error`; nothing has changed.
+     * Sets the name of a new node, whose `directory` is set, and the content of a new file.
+     * Errors: `std::bad_alloc`, `std::length_error`; nothing has changed.
      */
     void setText(std::string_view name, std::string_view content);
 

@@ -32,8 +32,10 @@ public:
         }
     }
 
-    /** Makes room for `more` insertions, which then cannot fail. Errors: `std::bad_alloc`; nothing has
-     * changed. */
+    /**
+     * Makes room for `more` insertions, which then cannot fail.
+     * Errors: `std::bad_alloc`; nothing has changed.
+     */
     void reserve(std::size_t more);
 
     /** Adds a node by the hash of its path; room for it has been made. */

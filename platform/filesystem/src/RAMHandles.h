@@ -10,8 +10,9 @@
 
 namespace filesystem {
 
-/** An open file in memory. It finds its file by number, and tells by the generation that it is still the
- * same. */
+/**
+ * An open file in memory. It finds its file by number, and tells by the generation that it is still the same.
+ */
 class RAMHandle final : public FileHandle {
 public:
     explicit RAMHandle(FileSystem& fileSystem) noexcept : FileHandle(fileSystem) {}

@@ -61,8 +61,10 @@ bool isRoot(std::string const& located) {
     return located.back() == '/';
 }
 
-/** The type bits of what stands at a path, symbolic links followed; 0 when it is missing or cannot be
- * examined. */
+/**
+ * The type bits of what stands at a path, symbolic links followed; 0 when it is missing or cannot be
+ * examined.
+ */
 ::mode_t typeAt(std::optional<std::string> const& located) {
     struct stat status = {};
     return located && ::stat(located->c_str(), &status) == 0 ? status.st_mode & S_IFMT : 0;
@@ -118,8 +120,10 @@ public:
     bool close() override { return _file.close(); }
 
 private:
-    /** Up to `count` bytes at the position that have been read ahead; few bytes are read ahead now, many are
-     * not. */
+    /**
+     * Up to `count` bytes at the position that have been read ahead; few bytes are read ahead now, many are
+     * not.
+     */
     std::string_view ahead(long count) {
         long const available = static_cast<long>(_ahead.size());
         if (_position >= _aheadStart && _position - _aheadStart < available)

@@ -37,8 +37,10 @@ std::string randomSuffix() {
     return suffix;
 }
 
-/** What the names of a file's temporary files begin with: cut between characters where they would grow too
- * long. */
+/**
+ * What the names of a file's temporary files begin with: cut between characters where they would grow too
+ * long.
+ */
 std::string stemOf(std::string const& name) {
     std::size_t length = std::min(name.size(), std::size_t{NAME_MAX} - suffixLength - 2);
     while (length < name.size() && (static_cast<unsigned char>(name[length]) & 0xC0U) == 0x80U)
@@ -59,8 +61,10 @@ bool isSynchronised(int file) {
     return retried([=] { return ::fsync(file); }) == 0;
 }
 
-/** Whether the owner was set, or is not for this process to set: by its rights, or since it has no number
- * here. */
+/**
+ * Whether the owner was set, or is not for this process to set: by its rights, or since it has no number
+ * here.
+ */
 bool isOwned(int file, ::uid_t user, ::gid_t group) {
     return retried([=] { return ::fchown(file, user, group); }) == 0 || errno == EPERM || errno == EINVAL;
 }
@@ -255,7 +259,8 @@ bool Replacement::keepOwnerAndMode() const {
     return retried([&] { return ::fchmod(_file.number(), _replaced->st_mode & 07777U); }) == 0;
 }
 
-/** Brings the temporary file to its final form, on the disk. The lock stays until the file is in its place.
+/**
+ * Brings the temporary file to its final form, on the disk. The lock stays until the file is in its place.
  */
 bool Replacement::settle() {
     if (!flush() || !keepOwnerAndMode() || !isSynchronised(_file.number()))

@@ -36,8 +36,8 @@ public:
     ~Replacement();
 
     /**
-     * Writes at the position and moves it on. Result: the bytes moved. Once some were not, no more are
-     * written and `commit` fails.
+     * Writes at the position and moves it on.
+     * Result: the bytes moved. Once some were not, no more are written and `commit` fails.
      */
     long write(void const* bytes, long count);
 
@@ -48,9 +48,9 @@ public:
     [[nodiscard]] long size() const noexcept { return _size; }
 
     /**
-     * Makes the new content durable and moves it over the old one; the last call before destruction. Result:
-     * false when a step failed. The old content is then in place, except when the last step failed, making
-     * the move itself durable: the new content is in place then, but may be lost with the power.
+     * Makes the new content durable and moves it over the old one; the last call before destruction.
+     * Result: false when a step failed. The old content is then in place, except when the last step failed,
+     * making the move itself durable: the new content is in place then, but may be lost with the power.
      */
     bool commit();
 

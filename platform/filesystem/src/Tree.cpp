@@ -162,8 +162,10 @@ bool Tree::makeDirectories(TreePath const& path) {
     }
 }
 
-/** The directory `name` in `parent`, made when it is missing; `noNode` for a file, and for a name that cannot
- * be. */
+/**
+ * The directory `name` in `parent`, made when it is missing; `noNode` for a file, and for a name that cannot
+ * be.
+ */
 NodeId Tree::childDirectory(NodeId parent, std::string_view name, std::uint32_t hash) {
     NodeId const found = _index.find(
         hash, [&](NodeId id) { return _nodes[id].parent == parent && _nodes[id].name() == name; });

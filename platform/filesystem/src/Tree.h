@@ -65,7 +65,8 @@ public:
      */
     bool makeDirectories(TreePath const& path);
 
-    /** A directory built where no path reaches it, to be put in place as a whole; released with this object.
+    /**
+     * A directory built where no path reaches it, to be put in place as a whole; released with this object.
      */
     class Apart {
     public:
@@ -79,7 +80,8 @@ public:
         /**
          * Adds a directory, or a file with its content, to this directory or to one below it. The caller sees
          * to it that no two children of a directory share a name. `hash` is that of the whole path at which
-         * the node will stand. Errors: `std::bad_alloc`; nothing is in the tree yet.
+         * the node will stand.
+         * Errors: `std::bad_alloc`; nothing is in the tree yet.
          */
         NodeId addDirectory(NodeId parent, std::string_view name, std::uint32_t hash);
         void addFile(NodeId parent, std::string_view name, std::uint32_t hash, std::string_view content);

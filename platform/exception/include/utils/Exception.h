@@ -36,7 +36,8 @@ public:
     Exception& operator=(Exception const& other) noexcept;
     ~Exception() override;
 
-    /** The message, UTF-8, zero-terminated. It belongs to the exception and lives as long as any copy of it.
+    /**
+     * The message, UTF-8, zero-terminated. It belongs to the exception and lives as long as any copy of it.
      */
     [[nodiscard]] char const* what() const noexcept override;
 

@@ -17,7 +17,8 @@ class RAMFileSystem;
  * must be fast and that knows that nothing overrides the file system's.
  *
  * A place is given as a first-level directory and a path below it, as elsewhere: empty levels mean nothing.
- * Errors: `utils::Exception` for a path of 2 GiB or more. Locks: none; the rules are the file system's.
+ * Errors: `utils::Exception` for a path of 2 GiB or more.
+ * Locks: none; the rules are the file system's.
  */
 namespace direct {
 
@@ -37,7 +38,8 @@ struct Entry {
  * Gives the file at a place, which is made when it is missing, a content of `size` bytes.
  * Result: the first of them, for the caller to fill before the file system is used again; null, with nothing
  * changed, when the directory around the place is missing, the place is a directory, its name is none, or the
- * size is 4 GiB or more. Errors: `std::bad_alloc`; nothing has changed.
+ * size is 4 GiB or more.
+ * Errors: `std::bad_alloc`; nothing has changed.
  */
 [[nodiscard]] VELMORAND_FILESYSTEM_EXPORT char* rewrite(RAMFileSystem& fileSystem, std::string_view directory,
                                                         std::string_view path, std::size_t size);

@@ -19,7 +19,8 @@ public:
     FileHandle(FileHandle const&) = delete;
     FileHandle& operator=(FileHandle const&) = delete;
 
-    /** The file system that opened the file, and the only one that its operations on this handle work with.
+    /**
+     * The file system that opened the file, and the only one that its operations on this handle work with.
      */
     [[nodiscard]] FileSystem& fileSystem() const noexcept { return _fileSystem; }
 

@@ -81,8 +81,10 @@ public:
     /** Reads up to `count` bytes into `buffer`. Result: the bytes moved, fewer at the end of the file. */
     virtual long read(FileHandle* handle, void* buffer, long count) = 0;
 
-    /** Writes `count` bytes from `buffer` at the handle's position. Result: the bytes moved, fewer on
-     * failure. */
+    /**
+     * Writes `count` bytes from `buffer` at the handle's position.
+     * Result: the bytes moved, fewer on failure.
+     */
     virtual long write(FileHandle* handle, void const* buffer, long count) = 0;
 
     /**

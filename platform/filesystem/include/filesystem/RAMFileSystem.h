@@ -57,15 +57,16 @@ public:
 
     /**
      * Writes the directory at `path`, with all that is in it, to a handle of this or another file system.
-     * Equal trees give equal bytes. A path at which nothing stands is written as an empty directory. Result:
-     * whether everything was written; false, with nothing written, when `path` is a file.
+     * Equal trees give equal bytes. A path at which nothing stands is written as an empty directory.
+     * Result: whether everything was written; false, with nothing written, when `path` is a file.
      */
     virtual bool serialize(QString const& path, FileHandle& handle) const;
 
     /**
      * Reads what `serialize` wrote, and puts it in place of what stands at `path`, whose parent must exist.
-     * Reading stops exactly behind the tree. Errors: `utils::Exception`, saying why, for anything that is not
-     * a whole, undamaged tree; this file system is then as it was.
+     * Reading stops exactly behind the tree.
+     * Errors: `utils::Exception`, saying why, for anything that is not a whole, undamaged tree; this file
+     * system is then as it was.
      */
     virtual void unserialize(QString const& path, FileHandle& handle);
 
