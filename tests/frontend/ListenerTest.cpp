@@ -1,0 +1,184 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <atomic>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <utils/properties/Listener.h>
+#include <utils/properties/Property.h>
+
+#include "support/ChildProcess.h"
+#include "support/Failure.h"
+#include "support/RegisterProbe.h"
+
+using namespace utils::properties;
+
+namespace {
+
+using support::failure;
+using support::inChild;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class ListenerHandle : public testing::Test {
+protected:
+    auto note() {
+        return [this](std::string const& name) { names.push_back(name); };
+    }
+
+    std::vector<std::string> names;
+};
+
+} // namespace
+
+TEST_F(ListenerHandle, IsToldOfAChangeInItsGroup) {
+    Listener const listener{"a", note()};
+    write("a/b", 1);
+    write("c/d", 1);
+    EXPECT_THAT(names, ElementsAre("a/b"));
+}
+
+TEST_F(ListenerHandle, LeavesAtTheEndOfItsScope) {
+    { Listener const listener{"a", note()}; }
+    write("a/b", 1);
+    EXPECT_THAT(names, IsEmpty());
+}
+
+TEST_F(ListenerHandle, LeavesOutItsSender) {
+    int sender = 0;
+    Listener const listener{"a", note(), &sender};
+    write("a/b", 1, SCOPE_USER, &sender);
+    write("a/c", 1, SCOPE_USER, this);
+    EXPECT_THAT(names, ElementsAre("a/c"));
+}
+
+TEST_F(ListenerHandle, WithoutASenderHearsThoseThatHaveNone) {
+    Listener const listener{"a", note()};
+    write("a/b", 1, SCOPE_USER, nullptr);
+    EXPECT_THAT(names, ElementsAre("a/b"));
+}
+
+TEST_F(ListenerHandle, TakesACallableThatOnlyMoves) {
+    auto target = std::make_unique<std::string>();
+    std::string const& heard = *target;
+    Listener const listener{"a", [target = std::move(target)](std::string const& name) { *target = name; }};
+    write("a/b", 1);
+    EXPECT_EQ("a/b", heard);
+}
+
+TEST_F(ListenerHandle, MovesWithItsEntry) {
+    std::optional<Listener> moved;
+    {
+        Listener listener{"a", note()};
+        moved.emplace(std::move(listener));
+    }
+    write("a/b", 1);
+    moved.reset();
+    write("a/c", 1);
+    EXPECT_THAT(names, ElementsAre("a/b"));
+}
+
+TEST_F(ListenerHandle, LeavesWhenAnotherIsAssigned) {
+    std::vector<std::string> others;
+    Listener listener{"a", note()};
+    listener = Listener{"a", [&](std::string const& name) { others.push_back(name); }};
+    write("a/b", 1);
+    EXPECT_THAT(names, IsEmpty());
+    EXPECT_THAT(others, ElementsAre("a/b"));
+}
+
+TEST_F(ListenerHandle, MayBeDestroyedInsideItsOwnCall) {
+    auto const held = std::make_shared<int>();
+    std::optional<Listener> listener;
+    long uses = 0;
+    listener.emplace("a", [&listener, &uses, &held, own = held](std::string const&) {
+        long& result = uses;
+        auto const& shared = held;
+        listener.reset();
+        result = shared.use_count(); // what the callable holds lives until it returns
+    });
+    write("a/b", 1);
+    write("a/b", 2);
+    EXPECT_EQ(2, uses);
+    EXPECT_EQ(1, held.use_count());
+}
+
+TEST_F(ListenerHandle, MayBeDestroyedByAnotherListenerOfTheRound) {
+    std::optional<Listener> second;
+    Listener const first{"a", [&](std::string const&) { second.reset(); }};
+    second.emplace("a", note());
+    write("a/b", 1);
+    EXPECT_THAT(names, IsEmpty());
+}
+
+TEST_F(ListenerHandle, DestroyedOnAnotherThreadWaitsForACallUnderWay) {
+    std::atomic<bool> destroyed{false};
+    bool destroyedInside = true;
+    std::thread destroyer;
+    std::optional<Listener> listener;
+    listener.emplace("a", [&](std::string const&) {
+        destroyer = std::thread([&] {
+            listener.reset();
+            destroyed = true;
+        });
+        for (int i = 0; i < 1'000; ++i)
+            std::this_thread::yield();
+        destroyedInside = destroyed;
+    });
+    write("a/b", 1);
+    destroyer.join();
+    EXPECT_FALSE(destroyedInside);
+    EXPECT_TRUE(destroyed);
+}
+
+TEST_F(ListenerHandle, GivesTheWriterWhatItThrows) {
+    Listener const listener{"a", [](std::string const&) { throw utils::Exception("no"); }};
+    EXPECT_EQ("no", failure([] { write("a/b", 1); }));
+    EXPECT_EQ(1, read<int>("a/b"));
+}
+
+TEST_F(ListenerHandle, IsCalledWithTheLockHeld) {
+    bool isFree = true;
+    Listener const listener{"a", [&](std::string const&) { isFree = support::lockIsFree(); }};
+    write("a/b", 1);
+    EXPECT_FALSE(isFree);
+}
+
+TEST_F(ListenerHandle, MadeFirstMayOutliveTheRegister) {
+    EXPECT_EQ(0, inChild([] {
+                  static std::optional<Listener> listener; // destroyed after the register
+                  _Register::getInstance();
+                  listener.emplace("a", [](std::string const&) {});
+                  write("a/b", 1, SCOPE_TEMPORARY);
+              }));
+}
+
+TEST_F(ListenerHandle, IsNotToldOfChangesAtExitAfterItIsGone) {
+    EXPECT_EQ(0, inChild([] {
+                  struct Writer {
+                      ~Writer() { write("a/b", 1, SCOPE_TEMPORARY); }
+                  };
+                  struct Holder {
+                      ~Holder() {
+                          listener.reset();
+                          isGone = true;
+                      }
+                      std::optional<Listener> listener;
+                      bool isGone = false;
+                  };
+                  _Register::getInstance();
+                  static Writer const writer; // destroyed after the holder, before the register
+                  static Holder holder;
+                  holder.listener.emplace("a", [](std::string const&) {
+                      if (holder.isGone)
+                          std::_Exit(9);
+                  });
+              }));
+}

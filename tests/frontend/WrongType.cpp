@@ -1,0 +1,8 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <string>
+#include <vector>
+
+#include <utils/properties/Property.h>
+
+// Not to compile: TYPE is not the type of a property.
+utils::properties::Property<TYPE> property{"a/b"};
