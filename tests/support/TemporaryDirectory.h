@@ -11,8 +11,9 @@ namespace support {
 /** A fresh, empty directory of this test's own, removed with all that is in it at the end. */
 class TemporaryDirectory {
 public:
-    TemporaryDirectory() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "velmorand-test-XXXXXX").string();
+    explicit TemporaryDirectory(
+        std::filesystem::path const& parent = std::filesystem::temp_directory_path()) {
+        std::string pattern = (parent / "velmorand-test-XXXXXX").string();
         if (::mkdtemp(pattern.data()) == nullptr)
             throw std::runtime_error("cannot make a temporary directory at " + pattern);
         _path = pattern;

@@ -1,0 +1,188 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The application that the crash tests kill. It marks the start and the end of each save in the log, where
+// the preloaded shim writes down its file-system calls, and keeps nothing else.
+//
+// usage: crash-application MANNER LOG MODE DIRECTORY SIZE STATE ...
+//
+// MANNER is "register", or a careless way to save; DIRECTORY holds the register file, in STATE at the start.
+//
+//   run COUNT            starts, saves COUNT further states, and exits, which saves one more
+//   save [OBSERVED]      starts, saves one further state, and ends at once; with OBSERVED it first copies the
+//                        file there as that save left it, and saves one further state
+//   make                 saves STATE
+//   check OBSERVED       a fresh process after the crash: says which state it found, copies the file as the
+//                        start left it to OBSERVED, saves a further state and reads it again
+//   loop                 saves one further state after the other, until it is killed
+//
+// Exit status: 0; 3 when the register refused to start; 4 when it held no whole state.
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <filesystem/RealFileSystem.h>
+
+#include "Careless.h"
+#include "Settings.h"
+
+namespace {
+
+using crash::Settings;
+using utils::properties::_Register;
+
+constexpr int refused = 3;
+constexpr int mixed = 4;
+
+/** A second register of the process, on the same file. */
+class Reader : public _Register {
+public:
+    Reader() = default;
+    Reader(Reader const&) = delete;
+    Reader& operator=(Reader const&) = delete;
+    ~Reader() override { _UserRegisterPath.clear(); } // the base saves
+};
+
+class Application {
+public:
+    Application(std::string manner, std::string const& log, std::string directory, std::size_t size,
+                int state)
+        : _manner(std::move(manner)),
+          _log(::open(log.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600)),
+          _scratch(std::filesystem::path(log).parent_path().string()), _directory(std::move(directory)),
+          _size(size), _state(state) {}
+
+    void mark(std::string const& what, int state) const {
+        std::string const line = "mark " + what + ' ' + std::to_string(state) + '\n';
+        if (::write(_log, line.data(), line.size()) != static_cast<::ssize_t>(line.size()))
+            std::_Exit(1);
+    }
+
+    /** The start saves what it has loaded. */
+    void start() const {
+        mark("begin", _state);
+        begin();
+        if (Settings::stateIn(*_Register::getInstance()) != _state)
+            throw std::logic_error("another state than expected");
+        mark("end", _state);
+    }
+
+    void begin() const {
+        try {
+            _Register::initialize("", _directory);
+        } catch (utils::Exception const&) {
+            std::_Exit(refused);
+        }
+    }
+
+    void further() {
+        ++_state;
+        mark("begin", _state);
+        Settings(_state, _size).writeTo(*_Register::getInstance());
+        save();
+        mark("end", _state);
+    }
+
+    /** The last save is that of the exit. */
+    [[noreturn]] void exit() {
+        ++_state;
+        mark("begin", _state);
+        Settings(_state, _size).writeTo(*_Register::getInstance());
+        std::exit(0);
+    }
+
+    void check(std::string const& observed) {
+        begin();
+        try {
+            _state = Settings::stateIn(*_Register::getInstance());
+        } catch (...) {
+            std::_Exit(mixed);
+        }
+        mark("found", _state);
+        observe(observed);
+        further();
+        Reader reader;
+        if (Settings::stateIn(reader) != _state)
+            std::_Exit(mixed);
+    }
+
+    void observe(std::string const& to) const {
+        std::string const file = _directory + "/Velmorand.dat";
+        if (std::ifstream(file))
+            std::ofstream(to, std::ios::binary) << std::ifstream(file, std::ios::binary).rdbuf();
+    }
+
+    [[nodiscard]] int state() const { return _state; }
+
+private:
+    void save() const {
+        if (_manner == "register")
+            _Register::getInstance()->save();
+        else
+            crash::saveCarelessly(_manner, _directory, bytes());
+    }
+
+    /** What the register saves. */
+    [[nodiscard]] std::string bytes() const {
+        filesystem::RealFileSystem files(QString::fromStdString(_scratch));
+        filesystem::FileHandle* handle = nullptr;
+        if (!files.open("bytes", &handle, filesystem::FileSystem::MODE_WRITE) ||
+            !_Register::getInstance()->serialize("/user/", *handle) || !files.close(handle))
+            throw std::runtime_error("cannot serialize");
+        std::ostringstream content;
+        content << std::ifstream(_scratch + "/bytes", std::ios::binary).rdbuf();
+        return content.str();
+    }
+
+    std::string _manner;
+    int _log;
+    std::string _scratch;
+    std::string _directory;
+    std::size_t _size;
+    int _state;
+};
+
+/** For the handler that marks the end of the last save, after the register's. */
+Application* atExit;
+
+} // namespace
+
+int main(int count, char** arguments) {
+    std::vector<std::string> const all(arguments + 1, arguments + count);
+    std::string const mode = all.at(2);
+    auto& application =
+        *new Application(all[0], all[1], all.at(3), std::stoul(all.at(4)), std::stoi(all.at(5)));
+    if (mode == "run") {
+        atExit = &application;
+        static_cast<void>(std::atexit([] { atExit->mark("end", atExit->state()); }));
+        application.start();
+        for (int left = std::stoi(all.at(6)); left > 0; --left)
+            application.further();
+        application.exit();
+    } else if (mode == "save") {
+        application.start();
+        application.further();
+        if (all.size() > 6) {
+            application.observe(all[6]);
+            application.further();
+        }
+    } else if (mode == "make") {
+        application.begin();
+        Settings(application.state(), std::stoul(all[4])).writeTo(*_Register::getInstance());
+        _Register::getInstance()->save();
+    } else if (mode == "check") {
+        application.check(all.at(6));
+    } else if (mode == "loop") {
+        application.start();
+        for (;;)
+            application.further();
+    } else {
+        return 2;
+    }
+    std::_Exit(0);
+}

@@ -1,0 +1,229 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cerrno>
+#include <set>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Harness.h"
+#include "Trial.h"
+
+namespace {
+
+using namespace crash;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+using Problems = std::vector<std::string>;
+
+constexpr int refused = 3;
+
+/** An application that saves, with a fault somewhere, and saves again; from state 1 to 2 to 3. */
+class Faults {
+public:
+    explicit Faults(std::size_t size, std::string const& manner = "register") : trial(size, manner) {
+        for (int const state : {1, 2, 3})
+            trial.bytesOf(state);
+        whole = attempt("count").recording;
+        for (Event const& event : whole.events()) {
+            if (event.isMark() && event.name == "end" && event.state == 2)
+                break;
+            if (!event.isMark())
+                calls.push_back(event);
+        }
+    }
+
+    Outcome attempt(std::string const& plan) {
+        trial.reset(1);
+        return trial.run(plan, "save", 1, trial.observed().string());
+    }
+
+    [[nodiscard]] bool isIn(int state, Event const& call) const {
+        for (Event const& other : whole.callsOf(state))
+            if (other.call == call.call)
+                return true;
+        return false;
+    }
+
+    /** Whether the save has moved its file into place before this call of it. */
+    [[nodiscard]] bool isMovedBefore(Event const& call) const {
+        for (Event const& other : whole.callsOf(2))
+            if (other.is("rename"))
+                return other.call < call.call;
+        return false;
+    }
+
+    /** Makes a call fail. Result: what is wrong, or empty. */
+    std::string failing(Event const& call, int error) {
+        Outcome const run = attempt("fail " + std::to_string(call.call) + ' ' + std::to_string(error));
+        if (run.exitedWith(refused) && !isIn(2, call)) // it could not load
+            return trial.registerFile() == trial.bytesOf(1) ? "" : "what it could not read is gone";
+        auto const saved = savedIn(run);
+        bool const isVital = call.is("write") || call.is("sync") || call.is("rename") || call.is("truncate");
+        if (!isIn(2, call))
+            return saved != 2 ? "a later save is not made" : afterwards();
+        if (isMovedBefore(call) && saved != 2)
+            return "the new file is not there";
+        if (!isMovedBefore(call) && isVital && saved != 1)
+            return "the old file is not there";
+        return saved != 1 && saved != 2 ? "neither the old nor the new file" : afterwards();
+    }
+
+    /** Makes a call end in a way that is no failure. Result: what is wrong, or empty. */
+    std::string surviving(Event const& call, std::string const& plan) {
+        Outcome const run = attempt(plan + ' ' + std::to_string(call.call) + " 4"); // EINTR
+        if (!run.exitedWith(0))
+            return "does not start";
+        return savedIn(run) != 2 ? "does not save" : afterwards();
+    }
+
+    /** The state that the save in question has left. */
+    [[nodiscard]] std::optional<int> savedIn(Outcome const& run) const {
+        return run.exitedWith(0) ? trial.stateOf(contentOf(trial.observed())) : -1;
+    }
+
+    /** The next save works, and so does the next process. */
+    std::string afterwards() {
+        if (trial.registerFile() != trial.bytesOf(3))
+            return "the next save fails";
+        return trial.problem(Allowed(3));
+    }
+
+    Trial trial;
+    Recording whole;
+    std::vector<Event> calls; // of the start and the first save
+};
+
+/** The calls that a signal may interrupt. */
+bool isInterruptible(Event const& call) {
+    static std::set<std::string> const names = {"open",     "close", "read",  "write", "sync",
+                                                "truncate", "chmod", "chown", "flock"};
+    return names.count(call.name) != 0;
+}
+
+bool isTransfer(Event const& call) {
+    return call.name == "read" || call.name == "write";
+}
+
+Problems failEachCall(Faults& faults, int error) {
+    Problems problems;
+    for (Event const& call : faults.calls) {
+        std::string const problem = faults.failing(call, error);
+        if (!problem.empty())
+            problems.push_back(std::to_string(call.call) + ' ' + call.name + ": " + problem);
+    }
+    if (!faults.trial.isCareless())
+        figure("faults injected", static_cast<long>(faults.calls.size()));
+    return problems;
+}
+
+Problems disturbEachCall(Faults& faults, std::string const& plan, bool (*isMeant)(Event const&)) {
+    Problems problems;
+    long tried = 0;
+    for (Event const& call : faults.calls) {
+        if (!isMeant(call))
+            continue;
+        std::string const problem = faults.surviving(call, plan);
+        if (!problem.empty())
+            problems.push_back(std::to_string(call.call) + ' ' + call.name + ": " + problem);
+        ++tried;
+    }
+    EXPECT_GT(tried, 0);
+    if (!faults.trial.isCareless())
+        figure("faults injected", tried);
+    return problems;
+}
+
+using Error = std::pair<std::string, int>;
+
+class Failing : public ::testing::TestWithParam<Error> {};
+
+TEST_P(Failing, AtAnyCallLeavesTheOldFileOrTheNew) {
+    Faults faults(fewSectors);
+    EXPECT_THAT(failEachCall(faults, GetParam().second), IsEmpty());
+}
+
+TEST_P(Failing, AtAnyCallOfARunLosesThatSaveAlone) {
+    Trial trial(fewSectors);
+    trial.reset(1);
+    Recording const whole = trial.run("count", "run", 1, "2").recording; // the exit saves state 4
+    Problems problems;
+    long tried = 0;
+    for (long call = 1; call <= whole.calls(); call += isThorough() ? 1 : 7) {
+        trial.reset(1);
+        Outcome const run = trial.run(
+            "fail " + std::to_string(call) + ' ' + std::to_string(GetParam().second), "run", 1, "2");
+        trial.bytesOf(3);
+        trial.bytesOf(4);
+        bool const isOfTheLast = call >= whole.callsOf(4).front().call;
+        auto const state = trial.stateOf(trial.registerFile());
+        bool const isRight = run.exitedWith(refused) ? state == 1 : state == 4 || (isOfTheLast && state == 3);
+        std::string const problem = isRight ? trial.problem(Allowed(state)) : "not the last file";
+        if (!problem.empty())
+            problems.push_back(std::to_string(call) + ": " + problem);
+        ++tried;
+    }
+    EXPECT_THAT(problems, IsEmpty());
+    figure("faults injected", tried);
+}
+
+INSTANTIATE_TEST_SUITE_P(With, Failing,
+                         ::testing::Values(Error("ENOSPC", ENOSPC), Error("EIO", EIO),
+                                           Error("EDQUOT", EDQUOT), Error("EROFS", EROFS),
+                                           Error("EACCES", EACCES)),
+                         [](auto const& test) { return test.param.first; });
+
+// All that a process can do on a disk that is gone is to leave the file alone.
+TEST(FailingForGood, FromAnyCallOnLeavesTheOldFileOrTheNew) {
+    Faults faults(fewSectors);
+    Problems problems;
+    for (Event const& call : faults.calls) {
+        Outcome const run =
+            faults.attempt("fail-from " + std::to_string(call.call) + ' ' + std::to_string(EIO));
+        auto const left = faults.trial.stateOf(faults.trial.registerFile());
+        std::string problem;
+        if (!run.exitedWith(0) && !run.exitedWith(refused))
+            problem = "ends badly";
+        else if (left != 1 && left != 2)
+            problem = "neither the old nor the new file";
+        else
+            problem = faults.trial.problem(Allowed(left));
+        if (!problem.empty())
+            problems.push_back(std::to_string(call.call) + ' ' + call.name + ": " + problem);
+    }
+    EXPECT_THAT(problems, IsEmpty());
+    figure("faults injected", static_cast<long>(faults.calls.size()));
+}
+
+TEST(Interrupted, AtAnyCallLoadsAndSaves) {
+    Faults faults(fewSectors);
+    EXPECT_THAT(disturbEachCall(faults, "fail", isInterruptible), IsEmpty());
+}
+
+TEST(CutShort, AtAnyCallLoadsAndSaves) {
+    Faults faults(manySectors);
+    EXPECT_THAT(disturbEachCall(faults, "short", isTransfer), IsEmpty());
+}
+
+TEST(FaultsOfSavingCarelessly, NoticeAnUncheckedWrite) {
+    Faults faults(fewSectors, "unchecked-write");
+    EXPECT_THAT(failEachCall(faults, ENOSPC), Not(IsEmpty()));
+    EXPECT_THAT(disturbEachCall(faults, "short", isTransfer), Not(IsEmpty()));
+}
+
+TEST(FaultsOfSavingCarelessly, NoticeAnUncheckedSync) {
+    Faults faults(fewSectors, "unchecked-sync");
+    EXPECT_THAT(failEachCall(faults, EIO), Not(IsEmpty()));
+}
+
+TEST(FaultsOfSavingCarelessly, NoticeADirectWrite) {
+    Faults faults(fewSectors, "direct");
+    EXPECT_THAT(failEachCall(faults, ENOSPC), Not(IsEmpty()));
+}
+
+TEST(FaultsOfSavingCarelessly, NoticeASaveThatIsGivenUpWhenInterrupted) {
+    Faults faults(fewSectors, "impatient");
+    EXPECT_THAT(disturbEachCall(faults, "fail", isInterruptible), Not(IsEmpty()));
+}
+
+} // namespace

@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Harness.h"
+#include "Trial.h"
+#include "support/ChildProcess.h"
+
+namespace {
+
+using namespace crash;
+
+constexpr long page = 4096;
+constexpr int cannotMount = 77;
+
+/**
+ * Runs `body` in a child that sees a small disk, of memory, at `place`; nobody else does, and it is gone with
+ * the child. Result: the child's status; `cannotMount` when the system does not let it.
+ */
+template <class Body>
+int withSmallDisk(std::filesystem::path const& place, std::string const& options, Body&& body) {
+    return support::inChild([&] {
+        bool const isRoot = ::geteuid() == 0;
+        if (::unshare(isRoot ? CLONE_NEWNS : CLONE_NEWNS | CLONE_NEWUSER) != 0 ||
+            ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            ::mount("none", place.c_str(), "tmpfs", 0, options.c_str()) != 0) {
+            std::cout << "no tmpfs: " << std::strerror(errno) << '\n';
+            std::_Exit(cannotMount);
+        }
+        body();
+    });
+}
+
+/** Fills the disk but for some bytes. */
+void fillUp(std::filesystem::path const& directory, long leave) {
+    long const room = static_cast<long>(std::filesystem::space(directory).available);
+    std::ofstream(directory / "ballast", std::ios::binary)
+        << std::string(static_cast<std::size_t>(room - leave), 'x');
+}
+
+/** Saves state 2 over state 1, and then, with room again, state 3. Result: what the first save left. */
+std::optional<int> saveInto(Trial& trial, std::function<void()> const& fill) {
+    trial.reset(1);
+    for (int const state : {1, 2, 3})
+        trial.bytesOf(state);
+    fill();
+    EXPECT_TRUE(trial.run("", "save", 1).exitedWith(0));
+    auto const state = trial.stateOf(trial.registerFile());
+    for (auto const& [name, bytes] : trial.files()) {
+        EXPECT_TRUE(name == Trial::name || name.find("ballast") == 0) << name;
+        if (name != Trial::name)
+            std::filesystem::remove(trial.directory() / name);
+    }
+    EXPECT_EQ("", trial.problem(Allowed(state)));
+    return state;
+}
+
+TEST(FullDisk, KeepsTheOldFileUntilThereIsRoomForTheNew) {
+    support::TemporaryDirectory const directory;
+    int const status = withSmallDisk(directory.path(), "size=256k", [&] {
+        Trial trial(std::filesystem::canonical(directory.path()), 40'000);
+        long failed = 0;
+        long pages = 0;
+        for (bool isSaved = false; !isSaved; ++pages) {
+            ASSERT_LT(pages, 30);
+            auto const state = saveInto(trial, [&] { fillUp(trial.directory(), pages * page); });
+            isSaved = state == 2;
+            EXPECT_TRUE(isSaved || state == 1) << pages;
+            failed += isSaved ? 0 : 1;
+        }
+        EXPECT_GE(failed, 40'000 / page);
+        figure("saves to a full disk", pages);
+    });
+    if (status == cannotMount)
+        GTEST_SKIP() << "this process may not mount a small tmpfs";
+    EXPECT_EQ(0, status);
+}
+
+TEST(FullDisk, KeepsTheOldFileWhenThereAreNoInodesLeft) {
+    support::TemporaryDirectory const directory;
+    int const status = withSmallDisk(directory.path(), "size=256k,nr_inodes=12", [&] {
+        Trial trial(std::filesystem::canonical(directory.path()), oneSector);
+        auto const state = saveInto(trial, [&] {
+            for (int i = 0; std::ofstream(trial.directory() / ("ballast" + std::to_string(i))); ++i)
+                ASSERT_LT(i, 12);
+        });
+        EXPECT_EQ(1, state);
+    });
+    if (status == cannotMount)
+        GTEST_SKIP() << "this process may not mount a small tmpfs";
+    EXPECT_EQ(0, status);
+}
+
+} // namespace

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Harness.h"
+#include "Trial.h"
+
+namespace {
+
+using namespace crash;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+using Problems = std::vector<std::string>;
+
+/**
+ * Kills the application before and after each of its calls, and has a fresh process look at what is left.
+ * Result: what was wrong. `beginning` is what lies in the directory, in state `initial`.
+ */
+Problems killAtEachCall(Trial& trial, Files const& beginning, std::optional<int> initial,
+                        std::string const& mode, std::string const& more = {}) {
+    Problems problems;
+    trial.reset(beginning);
+    Outcome const whole = trial.run("count", mode, initial.value_or(0), more);
+    if (!whole.exitedWith(0) || whole.recording.calls() == 0)
+        return {"the application does not work"};
+    long points = 0;
+    for (long call = 1; call <= whole.recording.calls(); ++call) {
+        for (std::string const when : {"before", "after"}) {
+            trial.reset(beginning);
+            std::string const plan = "kill-" + when + ' ' + std::to_string(call);
+            Outcome const run = trial.run(plan, mode, initial.value_or(0), more);
+            std::string const problem =
+                run.wasKilled() ? trial.problem(Allowed(initial, run.recording)) : "was not killed";
+            if (!problem.empty())
+                problems.push_back(plan + ": " + problem);
+            ++points;
+        }
+    }
+    if (!trial.isCareless())
+        figure("kill points tried", points);
+    return problems;
+}
+
+Problems killAtEachCall(Trial& trial, std::optional<int> initial, std::string const& mode,
+                        std::string const& more = {}) {
+    return killAtEachCall(trial, initial ? Files{{Trial::name, trial.bytesOf(*initial)}} : Files{}, initial,
+                          mode, more);
+}
+
+TEST(Kill, AtAnyCallOfASaveLeavesTheOldFileOrTheNew) {
+    Trial trial(fewSectors);
+    EXPECT_THAT(killAtEachCall(trial, 1, "save"), IsEmpty());
+}
+
+TEST(Kill, AtAnyCallOfTheFirstSaveLeavesNoFileOrAWholeOne) {
+    Trial trial(fewSectors);
+    EXPECT_THAT(killAtEachCall(trial, std::nullopt, "save"), IsEmpty());
+}
+
+TEST(Kill, AtAnyCallOfALargeSaveLeavesTheOldFileOrTheNew) {
+    Trial trial(manySectors);
+    EXPECT_THAT(killAtEachCall(trial, 1, "save"), IsEmpty());
+}
+
+TEST(Kill, AtAnyCallOfARunLeavesTheLastSaveOrTheOneUnderWay) {
+    Trial trial(oneSector);
+    EXPECT_THAT(killAtEachCall(trial, 1, "run", isThorough() ? "10" : "2"), IsEmpty());
+}
+
+TEST(Kill, WhileWhatAnEarlierOneLeftIsClearedLosesNothing) {
+    Trial trial(fewSectors);
+    std::string const half = trial.bytesOf(2).substr(0, 1000);
+    EXPECT_THAT(
+        killAtEachCall(
+            trial,
+            {{Trial::name, trial.bytesOf(1)}, {".Velmorand.dat.a1B2c3", half}, {".Velmorand.dat.Zzzzzz", ""}},
+            1, "save"),
+        IsEmpty());
+}
+
+class KillOf : public ::testing::TestWithParam<std::string> {};
+
+TEST_P(KillOf, IsNoticed) {
+    Trial trial(fewSectors, GetParam());
+    EXPECT_THAT(killAtEachCall(trial, 1, "save"), Not(IsEmpty()));
+}
+
+INSTANTIATE_TEST_SUITE_P(SavingCarelessly, KillOf, ::testing::Values("direct", "removing-first", "littering"),
+                         NameOfManner());
+
+} // namespace

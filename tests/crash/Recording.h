@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace crash {
+
+/**
+ * A line of the log of a run: a mark of the application ("mark begin 2"), or a numbered call and what it did
+ * to the disk. Paths are relative to the directory; files go by their inode, bytes are hexadecimal:
+ *
+ *     call 7 open create .Velmorand.dat.a1B2c3 4711
+ *     call 8 write write 4711 0 d9d9f7
+ *     call 9 sync sync 4711
+ *     call 10 rename rename .Velmorand.dat.a1B2c3 Velmorand.dat
+ *     call 11 sync syncdir .
+ *     call 12 stat failed
+ *
+ * and "truncate INODE SIZE", "link FROM TO", "unlink PATH"; a call that changed nothing has no more words.
+ */
+struct Event {
+    [[nodiscard]] bool isMark() const { return call == 0; }
+    [[nodiscard]] bool is(std::string const& what) const { return !effect.empty() && effect[0] == what; }
+
+    long call = 0;                   // its number; 0 for a mark
+    std::string name;                // of the call, or of the mark: "begin", "end" or "found"
+    int state = 0;                   // of a mark
+    std::vector<std::string> effect; // "write" and its words
+};
+
+/** All that happened in a run, in order. */
+class Recording {
+public:
+    Recording() = default;
+
+    /** Reads a log. A line that is not whole, as the kill left it, is the last one and is left out. */
+    explicit Recording(std::string const& log);
+
+    [[nodiscard]] std::vector<Event> const& events() const { return _events; }
+    [[nodiscard]] long calls() const;
+
+    /** The calls between the start of the save of `state` and its end. */
+    [[nodiscard]] std::vector<Event> callsOf(int state) const;
+
+    /** The state that a fresh process found. */
+    [[nodiscard]] std::optional<int> found() const;
+
+private:
+    std::vector<Event> _events;
+};
+
+/** The states that may be on the disk: the last whose save has finished, and the one being saved. */
+class Allowed {
+public:
+    explicit Allowed(std::optional<int> initial) : _finished(initial) {}
+    Allowed(std::optional<int> initial, Recording const& recording) : Allowed(initial) {
+        for (Event const& event : recording.events())
+            apply(event);
+    }
+
+    void apply(Event const& event) {
+        if (event.isMark() && event.name == "begin")
+            _underWay = event.state;
+        if (event.isMark() && event.name == "end") {
+            _finished = event.state;
+            _underWay.reset();
+        }
+    }
+
+    /** Whether a state may be there, or, for none, no file at all. */
+    [[nodiscard]] bool has(std::optional<int> state) const {
+        return state == _finished || (state && state == _underWay);
+    }
+
+    [[nodiscard]] std::optional<int> finished() const { return _finished; }
+    [[nodiscard]] std::optional<int> underWay() const { return _underWay; }
+
+private:
+    std::optional<int> _finished;
+    std::optional<int> _underWay;
+};
+
+} // namespace crash
