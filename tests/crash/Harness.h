@@ -37,6 +37,7 @@ struct NameOfManner {
 
 constexpr std::size_t oneSector = 400;
 constexpr std::size_t fewSectors = 2'400;
-constexpr std::size_t manySectors = 100'000; // more than is written in one piece
+constexpr std::size_t moreSectors = 6'000; // as many as can be lost in every combination
+constexpr std::size_t manySectors = 100'000;
 
 } // namespace crash

@@ -66,6 +66,10 @@ TEST(Kill, AtAnyCallOfALargeSaveLeavesTheOldFileOrTheNew) {
 TEST(Kill, AtAnyCallOfARunLeavesTheLastSaveOrTheOneUnderWay) {
     Trial trial(oneSector);
     EXPECT_THAT(killAtEachCall(trial, 1, "run", isThorough() ? "10" : "2"), IsEmpty());
+    if (!isThorough())
+        return;
+    Trial large(manySectors);
+    EXPECT_THAT(killAtEachCall(large, 1, "run", "10"), IsEmpty());
 }
 
 TEST(Kill, WhileWhatAnEarlierOneLeftIsClearedLosesNothing) {

@@ -15,7 +15,7 @@ public:
     Recorded(std::size_t size, std::optional<int> from, std::string const& mode,
              std::string const& manner = "register")
         : trial(size, manner), initial(from), beginning((trial.reset(from), trial.directory())),
-          run(trial.run("record", mode, from.value_or(0), mode == "run" ? "2" : "")) {
+          run(trial.run("record", mode, from.value_or(0), mode == "run" ? isThorough() ? "10" : "2" : "")) {
         end = trial.files();
     }
 
@@ -68,12 +68,12 @@ void expectNothingLost(Recorded& recorded, long limit) {
 }
 
 TEST(PowerCut, DuringARunLeavesTheLastSaveOrTheOneUnderWay) {
-    Recorded recorded(fewSectors, 1, "run");
+    Recorded recorded(isThorough() ? moreSectors : fewSectors, 1, "run");
     expectNothingLost(recorded, everyState);
 }
 
 TEST(PowerCut, DuringTheFirstRunLeavesTheLastSaveOrTheOneUnderWay) {
-    Recorded recorded(fewSectors, std::nullopt, "run");
+    Recorded recorded(isThorough() ? moreSectors : fewSectors, std::nullopt, "run");
     expectNothingLost(recorded, everyState);
 }
 
@@ -94,7 +94,7 @@ TEST(PowerCutReplay, EndsWithTheFilesThatAreThere) {
 TEST(PowerCutReplay, NoticesEachMissingSyncOfTheFile) {
     Recorded recorded(fewSectors, 1, "run");
     auto const syncs = recorded.syncs("sync");
-    EXPECT_EQ(3U, syncs.size());
+    EXPECT_EQ(isThorough() ? 11U : 3U, syncs.size());
     for (long const sync : syncs)
         EXPECT_GT(recorded.replayed(everyState, sync).forbidden, 0) << sync;
 }
@@ -103,7 +103,7 @@ TEST(PowerCutReplay, NoticesEachMissingSyncOfTheFile) {
 TEST(PowerCutReplay, NoticesEachMissingSyncOfTheDirectory) {
     Recorded recorded(fewSectors, 1, "run");
     auto const syncs = recorded.syncs("syncdir");
-    EXPECT_EQ(3U, syncs.size());
+    EXPECT_EQ(isThorough() ? 11U : 3U, syncs.size());
     for (long const sync : syncs)
         EXPECT_GT(recorded.replayed(everyState, sync).forbidden, 0) << sync;
 }
