@@ -15,13 +15,16 @@
 //                        start left it to OBSERVED, saves a further state and reads it again
 //   loop                 saves one further state after the other, until it is killed
 //
-// Exit status: 0; 3 when the register refused to start; 4 when it held no whole state.
+// Exit status: 0; 1 when it failed otherwise; 3 when the register refused to start; 4 when it held no whole
+// state.
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -96,6 +99,12 @@ public:
         std::exit(0);
     }
 
+    void make() const {
+        begin();
+        Settings(_state, _size).writeTo(*_Register::getInstance());
+        _Register::getInstance()->save();
+    }
+
     void check(std::string const& observed) {
         begin();
         try {
@@ -150,11 +159,8 @@ private:
 /** For the handler that marks the end of the last save, after the register's. */
 Application* atExit;
 
-} // namespace
-
-int main(int count, char** arguments) {
-    std::vector<std::string> const all(arguments + 1, arguments + count);
-    std::string const mode = all.at(2);
+[[noreturn]] void perform(std::vector<std::string> const& all) {
+    std::string const& mode = all.at(2);
     auto& application =
         *new Application(all[0], all[1], all.at(3), std::stoul(all.at(4)), std::stoi(all.at(5)));
     if (mode == "run") {
@@ -172,9 +178,7 @@ int main(int count, char** arguments) {
             application.further();
         }
     } else if (mode == "make") {
-        application.begin();
-        Settings(application.state(), std::stoul(all[4])).writeTo(*_Register::getInstance());
-        _Register::getInstance()->save();
+        application.make();
     } else if (mode == "check") {
         application.check(all.at(6));
     } else if (mode == "loop") {
@@ -182,7 +186,17 @@ int main(int count, char** arguments) {
         for (;;)
             application.further();
     } else {
-        return 2;
+        throw std::invalid_argument(mode);
     }
     std::_Exit(0);
+}
+
+} // namespace
+
+int main(int count, char** arguments) {
+    try {
+        perform(std::vector<std::string>(arguments + 1, arguments + count));
+    } catch (...) {
+        std::_Exit(1); // without the save of the exit
+    }
 }

@@ -18,6 +18,10 @@ using Problems = std::vector<std::string>;
 
 constexpr int refused = 3;
 
+bool isOldOrNew(std::optional<int> state) {
+    return state && (*state == 1 || *state == 2);
+}
+
 /** An application that saves, with a fault somewhere, and saves again; from state 1 to 2 to 3. */
 class Faults {
 public:
@@ -66,7 +70,7 @@ public:
             return "the new file is not there";
         if (!isMovedBefore(call) && isVital && saved != 1)
             return "the old file is not there";
-        return saved != 1 && saved != 2 ? "neither the old nor the new file" : afterwards();
+        return isOldOrNew(saved) ? afterwards() : "neither the old nor the new file";
     }
 
     /** Makes a call end in a way that is no failure. Result: what is wrong, or empty. */
@@ -184,7 +188,7 @@ TEST(FailingForGood, FromAnyCallOnLeavesTheOldFileOrTheNew) {
         std::string problem;
         if (!run.exitedWith(0) && !run.exitedWith(refused))
             problem = "ends badly";
-        else if (left != 1 && left != 2)
+        else if (!isOldOrNew(left))
             problem = "neither the old nor the new file";
         else
             problem = faults.trial.problem(Allowed(left));

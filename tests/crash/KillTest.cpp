@@ -30,14 +30,14 @@ Problems killAtEachCall(Trial& trial, Files const& beginning, std::optional<int>
     long const last = trial.isCareless() ? careless.back().call : whole.recording.calls();
     long points = 0;
     for (long call = first; call <= last; call += trial.isCareless() ? 1 : callStep) {
-        for (std::string const when : {"before", "after"}) {
+        for (std::string const when : {"kill-before ", "kill-after "}) {
             trial.reset(beginning);
-            std::string const plan = "kill-" + when + ' ' + std::to_string(call);
+            std::string const plan = when + std::to_string(call);
             Outcome const run = trial.run(plan, mode, initial.value_or(0), more);
             std::string const problem =
                 run.wasKilled() ? trial.problem(Allowed(initial, run.recording)) : "was not killed";
             if (!problem.empty())
-                problems.push_back(plan + ": " + problem);
+                problems.push_back(std::string(plan).append(": ").append(problem));
             ++points;
         }
     }

@@ -78,7 +78,9 @@ private:
     [[nodiscard]] bool boolean() const { return _state % 2 == 0; }
     [[nodiscard]] std::vector<int> integers() const { return {_state, -_state, _state * 7}; }
     [[nodiscard]] std::vector<std::string> strings() const {
-        return std::vector<std::string>(static_cast<std::size_t>(_state % 5), std::to_string(_state));
+        std::vector<std::string> result;
+        result.resize(static_cast<std::size_t>(_state % 5), std::to_string(_state));
+        return result;
     }
 
     /** As long as makes the file about as large as wanted, a little different with each state. */

@@ -7,6 +7,7 @@
 #include <iterator>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 #include <spawn.h>
 #include <sys/wait.h>
@@ -30,6 +31,7 @@ std::vector<std::string> environmentWith(std::vector<std::string> variables) {
 
 std::vector<char*> pointers(std::vector<std::string>& strings) {
     std::vector<char*> result;
+    result.reserve(strings.size() + 1);
     for (std::string& string : strings)
         result.push_back(string.data());
     result.push_back(nullptr);
@@ -59,8 +61,8 @@ Trial::Trial(std::size_t size, std::string manner)
     std::filesystem::create_directory(_directory);
 }
 
-Trial::Trial(std::filesystem::path const& inside, std::size_t size)
-    : _directory(inside), _size(size), _manner("register") {}
+Trial::Trial(std::filesystem::path inside, std::size_t size)
+    : _directory(std::move(inside)), _size(size), _manner("register") {}
 
 std::filesystem::path Trial::parent() {
     bool const isChosen = std::getenv("TMPDIR") != nullptr || ::access("/dev/shm", W_OK | X_OK) != 0;

@@ -37,7 +37,7 @@ public:
     explicit Trial(std::size_t size, std::string manner = "register");
 
     /** Uses the directory `inside`, which the caller has made, instead of one of its own. */
-    Trial(std::filesystem::path const& inside, std::size_t size);
+    Trial(std::filesystem::path inside, std::size_t size);
 
     [[nodiscard]] std::filesystem::path const& directory() const { return _directory; }
     [[nodiscard]] std::filesystem::path observed() const { return _place / "observed"; }
