@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace fuzz {
+
+/** Takes decisions off the front of an input; a used-up one gives zeros. */
+class ByteSource {
+public:
+    explicit ByteSource(std::string_view input) : _left(input) {}
+
+    [[nodiscard]] bool isEmpty() const { return _left.empty(); }
+
+    unsigned byte() {
+        if (_left.empty())
+            return 0;
+        auto const value = static_cast<unsigned char>(_left.front());
+        _left.remove_prefix(1);
+        return value;
+    }
+
+    /** Up to 255 bytes, their number first. */
+    std::string string() {
+        std::size_t const size = std::min(std::size_t{byte()}, _left.size());
+        std::string const taken(_left.substr(0, size));
+        _left.remove_prefix(size);
+        return taken;
+    }
+
+private:
+    std::string_view _left;
+};
+
+} // namespace fuzz
