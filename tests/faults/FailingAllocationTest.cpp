@@ -1,0 +1,555 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <new>
+#include <ostream>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "faults/Allocation.h"
+#include "notification/Listener.h"
+#include "register/RegisterFile.h"
+#include "support/ChildProcess.h"
+#include "support/RegisterProbe.h"
+#include "support/TemporaryDirectory.h"
+#include "values/Kinds.h"
+
+// Every allocation of every operation fails once, in a process of its own. The exception comes out, unless
+// the operation can do without the memory; everything is as before or as after; the lock is free; the next
+// call works.
+
+namespace {
+
+using faults::Afterwards;
+using faults::FailingAllocation;
+using support::RegisterProbe;
+using utils::properties::_Register;
+using utils::properties::SCOPE_GLOBAL;
+using utils::properties::SCOPE_TEMPORARY;
+using utils::properties::SCOPE_USER;
+
+/** What a child ends with when the operation asked for less memory than that. */
+constexpr int nothingFailed = 42;
+
+// Too long for what stands without memory of its own, whoever looks at them.
+std::string const outer = "a group whose name is longer than what stands in a node";
+std::string const inner = outer + "/another group whose name is longer than what stands in a node";
+std::string const inGroups = inner + "/a property whose name is longer than what stands in a node";
+std::string const onTop = "a property on top whose name is longer than what stands in a node";
+std::string const there = outer + "/a property that is there, whose name is longer than that, too";
+
+/** Where an operation stands that other operations have prepared. */
+struct World {
+    _Register& settings;
+    std::string directory; ///< on disk, of the register file; empty
+    notification::Listener listener;
+
+    World(_Register& register_, std::string where) : settings(register_), directory(std::move(where)) {}
+};
+
+enum class Form { Plain, Derived };
+
+/**
+ * Where an operation takes steps that stay when a later one fails: writing field by field, and making group
+ * by group. What it has begun may stand there then; everything else is as before.
+ */
+enum class InSteps { nowhere, whenDerived, everywhere };
+
+/** An operation, with what precedes it and what must be true once it has been called with success. */
+struct Operation {
+    std::string name;
+    std::function<void(World&)> prepare;
+    std::function<void(World&)> call;
+    std::function<void(World&)> check;
+    bool needsMemory; ///< in every form and build
+    InSteps inSteps = InSteps::nowhere;
+    std::string own = {}; ///< the outermost name in the user scope that the steps are about
+};
+
+/** A value that, if it can, takes more memory than it may have of its own. */
+template <class Kind>
+typename Kind::Value makeLarge() {
+    if constexpr (std::is_same_v<Kind, kinds::String>)
+        return std::string(200, 'v');
+    else if constexpr (std::is_same_v<Kind, kinds::Number> || std::is_same_v<Kind, kinds::Integer> ||
+                       std::is_same_v<Kind, kinds::Boolean>)
+        return Kind::one();
+    else
+        return kinds::longList<Kind>(300);
+}
+
+template <class Kind>
+typename Kind::Value const& large() {
+    static typename Kind::Value const value = makeLarge<Kind>();
+    return value;
+}
+
+template <class Kind>
+Operation writing(std::string const& what, std::string const& name, bool needsMemory, InSteps inSteps,
+                  std::string const& own) {
+    static_cast<void>(large<Kind>()); // not while memory fails
+    return {"Write" + std::string(Kind::name) + what,
+            [](World& world) { world.settings._writeInteger(nullptr, there, 1, SCOPE_USER); },
+            [name](World& world) { Kind::write(world.settings, nullptr, name, large<Kind>(), SCOPE_USER); },
+            [name](World& world) {
+                EXPECT_EQ(kinds::recordOf<Kind>(large<Kind>()),
+                          kinds::recordOf<Kind>(Kind::read(world.settings, name)));
+            },
+            needsMemory,
+            inSteps,
+            own};
+}
+
+template <class Kind>
+Operation reading() {
+    constexpr bool isLarge = std::is_same_v<Kind, kinds::String> || std::string_view(Kind::tags).size() == 2;
+    return {"Read" + std::string(Kind::name),
+            [](World& world) { Kind::write(world.settings, nullptr, there, large<Kind>(), SCOPE_GLOBAL); },
+            [](World& world) {
+                typename Kind::Value value{};
+                Kind::read(world.settings, there, value);
+            },
+            [](World& world) {
+                EXPECT_EQ(kinds::recordOf<Kind>(large<Kind>()),
+                          kinds::recordOf<Kind>(Kind::read(world.settings, there)));
+            },
+            isLarge};
+}
+
+void addThere(World& world) {
+    world.settings._writeString(nullptr, there, std::string(200, 'v'), SCOPE_USER);
+}
+
+void nothing(World& /*world*/) {}
+
+/** Takes the failure that an operation is meant to end with. */
+template <class Call>
+void refused(Call&& call) {
+    try {
+        call();
+    } catch (utils::Exception const&) {
+        return;
+    } catch (utils::properties::PropertyNotFound const&) {
+        return;
+    } catch (utils::properties::PropertyBadType const&) {
+        return;
+    }
+    ADD_FAILURE() << "not refused";
+}
+
+/** Saves and loads with the world's directory in place. */
+class OnDisk {
+public:
+    explicit OnDisk(World& world) { RegisterProbe::_UserRegisterPath = world.directory; }
+    OnDisk(OnDisk const&) = delete;
+    OnDisk& operator=(OnDisk const&) = delete;
+    ~OnDisk() { RegisterProbe::_UserRegisterPath.clear(); }
+};
+
+std::vector<Operation> operations() {
+    std::vector<Operation> list;
+    kinds::forEach([&](auto kind) {
+        using Kind = decltype(kind);
+        list.push_back(writing<Kind>("InNewGroups", inGroups, true, InSteps::everywhere, inner));
+        list.push_back(writing<Kind>("OnTop", onTop, true, InSteps::whenDerived, onTop));
+        list.push_back(writing<Kind>("Again", there, false, InSteps::whenDerived, there));
+        list.push_back(reading<Kind>());
+    });
+    list.push_back({"ReadAnotherKind", addThere,
+                    [](World& world) {
+                        int value = 0;
+                        refused([&] { world.settings._readInteger(there, value); });
+                    },
+                    nothing, true});
+    list.push_back({"ReadWhatIsMissing", nothing,
+                    [](World& world) {
+                        int value = 0;
+                        refused([&] { world.settings._readInteger(there, value); });
+                    },
+                    nothing, true});
+    list.push_back(
+        {"ReadPropertyType", addThere, [](World& world) { world.settings.readPropertyType(there, nullptr); },
+         [](World& world) {
+             EXPECT_EQ(utils::properties::TYPE_STRING, world.settings.readPropertyType(there, nullptr));
+         },
+         false});
+    list.push_back(
+        {"AddGroup", addThere, [](World& world) { world.settings.addGroup(outer + "/" + onTop, SCOPE_USER); },
+         [](World& world) { EXPECT_TRUE(world.settings.groupExists(outer + "/" + onTop, SCOPE_USER)); },
+         true});
+    list.push_back({"AddGroups", addThere,
+                    [](World& world) { world.settings.addGroup(inGroups, SCOPE_USER); },
+                    [](World& world) { EXPECT_TRUE(world.settings.groupExists(inGroups, SCOPE_USER)); }, true,
+                    InSteps::everywhere, inner});
+    list.push_back(
+        {"AddProperty", addThere, [](World& world) { world.settings.addProperty(onTop, SCOPE_USER); },
+         [](World& world) { EXPECT_TRUE(world.settings.propertyExists(onTop, SCOPE_USER)); }, true});
+    list.push_back({"AddPropertyInNewGroups", nothing,
+                    [](World& world) { world.settings.addProperty(inGroups, SCOPE_USER); },
+                    [](World& world) { EXPECT_TRUE(world.settings.propertyExists(inGroups, SCOPE_USER)); },
+                    true, InSteps::everywhere, outer});
+    list.push_back(
+        {"DelProperty", addThere, [](World& world) { world.settings.delProperty(there, SCOPE_USER); },
+         [](World& world) { EXPECT_FALSE(world.settings.propertyExists(there, SCOPE_USER)); }, true});
+    list.push_back({"DelGroup", addThere, [](World& world) { world.settings.delProperty(outer, SCOPE_USER); },
+                    [](World& world) { EXPECT_FALSE(world.settings.propertyExists(outer, SCOPE_USER)); },
+                    true});
+    list.push_back({"GroupExists", addThere,
+                    [](World& world) { EXPECT_TRUE(world.settings.groupExists(outer, SCOPE_USER)); }, nothing,
+                    false});
+    list.push_back({"GroupExistsInAnyScope", addThere,
+                    [](World& world) { EXPECT_TRUE(world.settings.groupExists(outer)); }, nothing, false});
+    list.push_back({"PropertyExists", addThere,
+                    [](World& world) { EXPECT_TRUE(world.settings.propertyExists(there, SCOPE_USER)); },
+                    nothing, false});
+    list.push_back({"PropertyExistsInAnyScope", addThere,
+                    [](World& world) { EXPECT_TRUE(world.settings.propertyExists(there)); }, nothing, false});
+    list.push_back(
+        {"PropertyList",
+         [](World& world) {
+             addThere(world);
+             world.settings.addGroup(inner, SCOPE_USER);
+         },
+         [](World& world) { EXPECT_EQ(2U, world.settings.propertyList(outer, SCOPE_USER).size()); }, nothing,
+         true});
+    list.push_back(
+        {"PropertyListOverAndOver",
+         [](World& world) {
+             addThere(world);
+             static_cast<void>(world.settings.propertyList(outer, SCOPE_USER));
+         },
+         [](World& world) { EXPECT_EQ(1U, world.settings.propertyList(outer, SCOPE_USER).size()); }, nothing,
+         true});
+    list.push_back({"PropertyListOfNoGroup", nothing,
+                    [](World& world) {
+                        refused([&] { static_cast<void>(world.settings.propertyList(outer, SCOPE_USER)); });
+                    },
+                    nothing, true});
+    list.push_back({"OpenProperty", addThere,
+                    [](World& world) {
+                        world.settings.closeProperty(
+                            *world.settings.openProperty(there, _Register::MODE_READ, SCOPE_USER));
+                    },
+                    nothing, true});
+    list.push_back({"OpenPropertyForWriting", addThere,
+                    [](World& world) {
+                        world.settings.closeProperty(
+                            *world.settings.openProperty(onTop, _Register::MODE_WRITE, SCOPE_USER));
+                    },
+                    [](World& world) { EXPECT_TRUE(world.settings.propertyExists(onTop, SCOPE_USER)); },
+                    true});
+    list.push_back({"OpenPropertyThatIsMissing", addThere,
+                    [](World& world) {
+                        refused([&] {
+                            static_cast<void>(
+                                world.settings.openProperty(onTop, _Register::MODE_READ, SCOPE_USER));
+                        });
+                    },
+                    nothing, true});
+    list.push_back({"AddCallback", nothing,
+                    [](World& world) { world.settings.addCallback(there, &world.listener); },
+                    [](World& world) {
+                        addThere(world);
+                        EXPECT_FALSE(world.listener.told.empty());
+                    },
+                    true});
+    list.push_back({"RemoveCallback",
+                    [](World& world) {
+                        world.settings.addCallback(there, &world.listener);
+                        world.settings.addCallback(outer, &world.listener);
+                    },
+                    [](World& world) {
+                        world.settings.removeCallback(there, &world.listener);
+                        world.settings.removeCallback(&world.listener);
+                    },
+                    [](World& world) {
+                        addThere(world);
+                        EXPECT_TRUE(world.listener.told.empty());
+                    },
+                    false});
+    list.push_back({"WriteWithListener",
+                    [](World& world) {
+                        world.settings._writeInteger(nullptr, there, 1, SCOPE_USER);
+                        world.settings.addCallback(outer, &world.listener);
+                    },
+                    addThere, [](World& world) { EXPECT_EQ(there, world.listener.told.back()); }, true,
+                    InSteps::whenDerived, there});
+    list.push_back({"MarkAsChanged", [](World& world) { world.settings.addCallback(outer, &world.listener); },
+                    [](World& world) { world.settings.markAsChanged(nullptr, there); },
+                    [](World& world) { EXPECT_EQ(there, world.listener.told.back()); }, true});
+    list.push_back({"Notify",
+                    [](World& world) {
+                        world.settings.addCallback(outer, &world.listener);
+                        forms::pending(world.settings) = {there, onTop};
+                    },
+                    [](World& world) { world.settings.notify(nullptr); },
+                    [](World& world) {
+                        EXPECT_EQ(there, world.listener.told.back());
+                        EXPECT_TRUE(forms::pending(world.settings).empty());
+                    },
+                    true});
+    list.push_back(
+        {"Save",
+         [](World& world) {
+             OnDisk const onDisk(world);
+             world.settings.save();
+             addThere(world);
+         },
+         [](World& world) {
+             OnDisk const onDisk(world);
+             world.settings.save();
+         },
+         [](World& world) { EXPECT_TRUE(loadedFrom(world.directory)->propertyExists(there, SCOPE_USER)); },
+         true});
+    list.push_back({"Load",
+                    [](World& world) {
+                        OnDisk const onDisk(world);
+                        addThere(world);
+                        world.settings._writeInteger(nullptr, inGroups, 1, SCOPE_USER);
+                        world.settings.save();
+                        world.settings.delProperty(outer, SCOPE_USER);
+                        world.settings._writeInteger(nullptr, onTop, 1, SCOPE_USER);
+                    },
+                    [](World& world) {
+                        OnDisk const onDisk(world);
+                        world.settings.load();
+                    },
+                    [](World& world) {
+                        EXPECT_EQ(1, integer(world.settings, inGroups));
+                        EXPECT_FALSE(world.settings.propertyExists(onTop));
+                    },
+                    true});
+    return list;
+}
+
+std::vector<Operation> const& allOperations() {
+    static std::vector<Operation> const list = operations();
+    return list;
+}
+
+/** The whole tree, as bytes. */
+std::string image(filesystem::RAMFileSystem const& files) {
+    filesystem::RAMFileSystem disk;
+    filesystem::FileHandle* handle = nullptr;
+    disk.open(QStringLiteral("/image"), &handle, _Register::MODE_WRITE);
+    EXPECT_TRUE(files.filesystem::RAMFileSystem::serialize(QStringLiteral("/"), *handle));
+    disk.close(handle);
+    disk.open(QStringLiteral("/image"), &handle, _Register::MODE_READ);
+    return disk.readBytes(handle, static_cast<int>(disk.size(handle)));
+}
+
+/** The same tree without one name in the user scope. */
+std::string without(std::string const& name, std::string const& bytes) {
+    filesystem::RAMFileSystem disk;
+    filesystem::FileHandle* handle = nullptr;
+    disk.open(QStringLiteral("/image"), &handle, _Register::MODE_WRITE);
+    disk.write(handle, bytes.data(), static_cast<long>(bytes.size()));
+    disk.close(handle);
+    disk.open(QStringLiteral("/image"), &handle, _Register::MODE_READ);
+    filesystem::RAMFileSystem files;
+    files.unserialize(*handle);
+    files.remove(QStringLiteral("/user/") + QString::fromStdString(name));
+    return image(files);
+}
+
+/** The register file in a directory in which nothing else may be; empty when it is missing. */
+std::string fileIn(std::string const& directory) {
+    for (auto const& entry : std::filesystem::directory_iterator(directory))
+        EXPECT_EQ(registerFileName, entry.path().filename());
+    std::filesystem::path const file = std::filesystem::path(directory) / registerFileName;
+    return std::filesystem::exists(file) ? fileBytes(file) : std::string();
+}
+
+/** How a call ends that is short of memory: "done", "bad_alloc", or what it has no business to throw. */
+template <class Call>
+std::string outcome(Call&& call) {
+    try {
+        call();
+    } catch (std::bad_alloc const&) {
+        return "bad_alloc";
+    } catch (std::exception const& failure) {
+        return failure.what();
+    } catch (...) {
+        return "something else";
+    }
+    return "done";
+}
+
+using Parameters = std::tuple<std::size_t, Form>;
+
+std::string nameOf(testing::TestParamInfo<Parameters> const& info) {
+    return allOperations()[std::get<0>(info.param)].name +
+           (std::get<1>(info.param) == Form::Plain ? "Plain" : "Derived");
+}
+
+/** Lets one allocation of an attempt after another fail, each in a process of its own. Result: how many. */
+template <class Attempt>
+long failOneAfterAnother(Afterwards afterwards, Attempt const& attempt) {
+    for (long nth = 1;; ++nth) {
+        support::TemporaryDirectory const directory; // here, since the child may end at any place
+        int const status = support::inChild([&] { attempt(directory.string(), nth, afterwards); });
+        if (status == nothingFailed)
+            return nth - 1;
+        EXPECT_EQ(0, status) << "allocation " << nth;
+        if (status != 0)
+            return nth;
+    }
+}
+
+/** A call whose `nth` allocation fails; ends the process when it has fewer. Result: how the call ended. */
+template <class Call>
+std::string shortOfMemory(long nth, Afterwards afterwards, Call const& call) {
+    std::string ended;
+    bool failed = false;
+    {
+        FailingAllocation const fault(nth, afterwards);
+        ended = outcome(call);
+        failed = FailingAllocation::hasFailed();
+    }
+    EXPECT_TRUE(ended == "done" || (failed && ended == "bad_alloc")) << ended;
+    EXPECT_TRUE(support::lockIsFree());
+    if (!failed)
+        std::exit(testing::Test::HasFailure() ? 1 : nothingFailed);
+    return ended;
+}
+
+constexpr Afterwards both[] = {Afterwards::memoryIsThere, Afterwards::nothingIsLeft};
+
+class FailingAllocations : public testing::TestWithParam<Parameters> {
+protected:
+    [[nodiscard]] static Operation const& operation() { return allOperations()[std::get<0>(GetParam())]; }
+    [[nodiscard]] static bool isDerived() { return std::get<1>(GetParam()) == Form::Derived; }
+    [[nodiscard]] static bool goesInSteps() {
+        return operation().inSteps == InSteps::everywhere ||
+               (operation().inSteps == InSteps::whenDerived && isDerived());
+    }
+
+    static void attempt(std::string const& directory, long nth, Afterwards afterwards) {
+        std::unique_ptr<RegisterProbe> const derived(isDerived() ? new RegisterProbe : nullptr);
+        World world(derived ? *derived : *_Register::getInstance(), directory);
+        operation().prepare(world);
+        std::string const before = image(world.settings);
+        std::string const fileBefore = fileIn(world.directory);
+
+        std::string const ended = shortOfMemory(nth, afterwards, [&] { operation().call(world); });
+        std::string const now = image(world.settings);
+        std::string const fileNow = fileIn(world.directory);
+
+        EXPECT_EQ("done", outcome([&] { operation().call(world); }));
+        std::string const after = image(world.settings);
+        if (goesInSteps())
+            EXPECT_TRUE(without(operation().own, now) == without(operation().own, before));
+        else
+            EXPECT_TRUE(now == before || now == after);
+        EXPECT_TRUE(now == after || ended != "done");
+        EXPECT_TRUE(fileNow == fileBefore || fileNow == fileIn(world.directory));
+        operation().check(world);
+        world.settings.removeCallback(&world.listener);
+    }
+};
+
+TEST_P(FailingAllocations, LeaveEverythingAsBeforeOrAsAfter) {
+    for (Afterwards const afterwards : both) {
+        long const failed = failOneAfterAnother(afterwards, attempt);
+        EXPECT_TRUE(failed > 0 || !operation().needsMemory) << "nothing was tried";
+        RecordProperty(afterwards == Afterwards::nothingIsLeft ? "fromOneOn" : "one",
+                       static_cast<int>(failed));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, FailingAllocations,
+                         testing::Combine(testing::Range(std::size_t{0}, allOperations().size()),
+                                          testing::Values(Form::Plain, Form::Derived)),
+                         nameOf);
+
+/** Register files in a global and a user directory, and what a process does with them first and last. */
+class FailingStart : public testing::Test {
+protected:
+    FailingStart() {
+        saveInteger(_global.string(), there, 1);
+        saveInteger(_user.string(), inGroups, 2);
+        _globalFile = fileIn(_global.string());
+        _userFile = fileIn(_user.string());
+    }
+
+    void initialize() const { _Register::initialize(_global.string(), _user.string()); }
+
+    void setPaths() const {
+        RegisterProbe::_haveGlobalRegister = true;
+        RegisterProbe::_GlobalRegisterPath = _global.string();
+        RegisterProbe::_UserRegisterPath = _user.string();
+    }
+
+    /** Fails a start, looks around, and starts again. */
+    void attempt(long nth, Afterwards afterwards, std::function<void()> const& start) const {
+        shortOfMemory(nth, afterwards, start);
+        expectFilesUntouched();
+        EXPECT_EQ("done", outcome(start));
+        _Register& settings = *_Register::getInstance();
+        EXPECT_EQ(1, integer(settings, there));
+        EXPECT_EQ(2, integer(settings, inGroups));
+        EXPECT_EQ(1U, settings.propertyList("", SCOPE_GLOBAL).size());
+        EXPECT_EQ(1U, settings.propertyList("", SCOPE_USER).size());
+    }
+
+    void expectFilesUntouched() const {
+        EXPECT_EQ(_globalFile, fileIn(_global.string()));
+        EXPECT_EQ(_userFile, fileIn(_user.string()));
+    }
+
+    void expectStartsAgain(std::function<void()> const& start) const {
+        for (Afterwards const afterwards : both) {
+            long const failed =
+                failOneAfterAnother(afterwards, [&](std::string const& /*directory*/, long nth,
+                                                    Afterwards then) { attempt(nth, then, start); });
+            EXPECT_LT(10, failed);
+            RecordProperty(afterwards == Afterwards::nothingIsLeft ? "fromOneOn" : "one",
+                           static_cast<int>(failed));
+            expectFilesUntouched(); // after the last save, too
+        }
+    }
+
+private:
+    support::TemporaryDirectory _global;
+    support::TemporaryDirectory _user;
+    std::string _globalFile;
+    std::string _userFile;
+};
+
+TEST_F(FailingStart, InitializeStartsFromNothingTheNextTime) {
+    expectStartsAgain([this] { initialize(); });
+}
+
+TEST_F(FailingStart, GetInstanceStartsFromNothingTheNextTime) {
+    setPaths();
+    expectStartsAgain([] { static_cast<void>(_Register::getInstance()); });
+}
+
+/** Destroys a register that has something to save. */
+void attemptDestruction(std::string const& directory, long nth, Afterwards afterwards) {
+    saveInteger(directory, there, 1);
+    std::string const before = fileIn(directory);
+    RegisterProbe::_UserRegisterPath = directory;
+    auto* const settings = new RegisterProbe;
+    settings->_writeInteger(nullptr, onTop, 2, SCOPE_USER);
+    settings->save();
+    std::string const after = fileIn(directory);
+    writeFile(std::filesystem::path(directory) / registerFileName, before);
+
+    shortOfMemory(nth, afterwards, [&] { delete settings; });
+    RegisterProbe::_UserRegisterPath.clear();
+    std::string const now = fileIn(directory);
+    EXPECT_TRUE(now == before || now == after);
+    EXPECT_EQ(1, savedInteger(directory, there));
+}
+
+TEST(FailingEnd, LeavesTheOldFileOrTheNewOne) {
+    for (Afterwards const afterwards : both)
+        EXPECT_LT(10, failOneAfterAnother(afterwards, attemptDestruction));
+}
+
+} // namespace
