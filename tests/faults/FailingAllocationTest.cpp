@@ -42,6 +42,12 @@ std::string const inGroups = inner + "/a property whose name is longer than what
 std::string const onTop = "a property on top whose name is longer than what stands in a node";
 std::string const there = outer + "/a property that is there, whose name is longer than that, too";
 
+/** A derived register, that goes the long way through the file system and needs no memory of its own. */
+class Derived : public _Register {
+public:
+    Derived() = default;
+};
+
 /** Where an operation stands that other operations have prepared. */
 struct World {
     _Register& settings;
@@ -429,7 +435,7 @@ protected:
     }
 
     static void attempt(std::string const& directory, long nth, Afterwards afterwards) {
-        std::unique_ptr<RegisterProbe> const derived(isDerived() ? new RegisterProbe : nullptr);
+        std::unique_ptr<Derived> const derived(isDerived() ? new Derived : nullptr);
         World world(derived ? *derived : *_Register::getInstance(), directory);
         operation().prepare(world);
         std::string const before = image(world.settings);
@@ -534,7 +540,7 @@ void attemptDestruction(std::string const& directory, long nth, Afterwards after
     saveInteger(directory, there, 1);
     std::string const before = fileIn(directory);
     RegisterProbe::_UserRegisterPath = directory;
-    auto* const settings = new RegisterProbe;
+    auto* const settings = new Derived;
     settings->_writeInteger(nullptr, onTop, 2, SCOPE_USER);
     settings->save();
     std::string const after = fileIn(directory);
