@@ -3,15 +3,16 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <string>
+#include <string_view>
 
 namespace fuzz {
 
 /** Ends the process, loudly, when a promise does not hold for the input at hand. */
-inline void check(bool holds, std::string const& promise) {
+inline void check(bool holds, char const* promise, std::string_view detail = {}) {
     if (holds)
         return;
-    static_cast<void>(std::fprintf(stderr, "broken promise: %s\n", promise.c_str()));
+    static_cast<void>(std::fprintf(stderr, "broken promise: %s: %.*s\n", promise,
+                                   static_cast<int>(detail.size()), detail.data()));
     std::abort();
 }
 

@@ -314,7 +314,7 @@ private:
     void expect(std::string const& failure, Call const& call) {
         for (Subject* const subject : {&_plain, &_other})
             check(support::failure([&] { call(*subject); }) == failure.c_str(),
-                  "a call ends as the model says: " + failure);
+                  "a call ends as the model says", failure);
     }
 
     RegisterScope pickScope() {
@@ -592,7 +592,7 @@ private:
             std::ofstream(subject->file(), std::ios::binary) << damaged;
             std::string const failed = subject->onDisk([](_Register& settings) { settings.load(); });
             check(failed.rfind("Can't read a register file into /user/: ", 0) == 0,
-                  "a damaged file is refused: " + failed);
+                  "a damaged file is refused", failed);
             check(fileBytes(subject->file()) == damaged, "a damaged file stays as it is");
             std::ofstream(subject->file(), std::ios::binary) << *_saved;
         }

@@ -210,10 +210,12 @@ operations = {
     "in-the-way": integer(A, 1) + integer(AX, 2) + bytes([ADD_GROUP, AB, USER, ADD_PROPERTY, AX, USER]) + integer(AB, 1, BAD),
     "handles": integer(AX, 5) + bytes([HOLD, AX, USER, READ_HELD, 2]) + integer(AX, 6) + bytes([READ_HELD, 9, DELETE, A, USER, READ_HELD, 9])
     + integer(AX, 7) + bytes([READ_HELD, 9, HOLD, AX, USER, SAVE, LOAD, READ_HELD, 9]),
+    "stale-handle": integer(AX, 5) + bytes([HOLD, AX, USER, DELETE, A, USER]) + integer(AX, 7) + bytes([READ_HELD, 9]),
     "raw": integer(AX, 1) + bytes([RAW, AX, USER, 9]) + b"LI\2\0\0\0\1\0\0" + read(AX, INTEGERS) + bytes([TYPE, AX, RAW, AY, GLOBAL, 1]) + b"S",
     "listeners": bytes([ADD, A, 0, ADD, AX, 1, ADD, AX, 0, ADD, NONE, 0]) + integer(AX, 1) + integer(AX, 1, USER, 1) + bytes([REMOVE, AX, 0, 1])
     + integer(AX, 2) + bytes([REMOVE, A, 0, 0, MARK, AX, 0, ADD, SLASH, 0, MARK, SLASH, 2, NOTIFY, 0]),
     "one-shot": bytes([ADD, A, 3, ADD, AX, 3, ADD, AX, 0, ADD, A, 0]) + integer(AX, 1) + integer(AX, 2),
+    "one-shot-twice": bytes([ADD, AX, 3, ADD, AX, 3, ADD, AX, 0]) + integer(AX, 1) + integer(AX, 2),
     "throwing": bytes([ADD, A, 2, ADD, A, 0, ADD, AX, 0]) + integer(AX, 1) + integer(B, 2) + bytes([REMOVE, A, 2, 0, NOTIFY, 0, NOTIFY, 0]),
     "no-listener": bytes([ADD, A, 4]),
 }
