@@ -59,6 +59,10 @@ struct World {
 
 enum class Form { Plain, Derived };
 
+std::ostream& operator<<(std::ostream& stream, Form form) {
+    return stream << (form == Form::Plain ? "Plain" : "Derived");
+}
+
 /**
  * Where an operation takes steps that stay when a later one fails: writing field by field, and making group
  * by group. What it has begun may stand there then; everything else is as before.
@@ -390,8 +394,7 @@ std::string outcome(Call&& call) {
 using Parameters = std::tuple<std::size_t, Form>;
 
 std::string nameOf(testing::TestParamInfo<Parameters> const& info) {
-    return allOperations()[std::get<0>(info.param)].name +
-           (std::get<1>(info.param) == Form::Plain ? "Plain" : "Derived");
+    return allOperations()[std::get<0>(info.param)].name + testing::PrintToString(std::get<1>(info.param));
 }
 
 /** Lets one allocation of an attempt after another fail, each in a process of its own. Result: how many. */
