@@ -30,6 +30,7 @@ namespace utils::properties::direct {
 using filesystem::direct::Entry;
 using filesystem::direct::find;
 using filesystem::direct::Kind;
+using filesystem::direct::make;
 using filesystem::direct::makeDirectories;
 using filesystem::direct::rewrite;
 
@@ -52,6 +53,9 @@ inline Entry find(_Register const&, std::initializer_list<std::string_view>, std
 inline char* rewrite(_Register&, std::string_view, std::string_view, std::size_t) {
     return nullptr;
 }
+inline char* make(_Register&, std::string_view, std::string_view, std::string_view, std::size_t) {
+    return nullptr;
+}
 inline bool makeDirectories(_Register&, std::string_view, std::string_view) {
     return false;
 }
@@ -71,13 +75,13 @@ inline Entry locate(_Register const& object, std::string const& name) {
 }
 
 /**
- * Makes the group that a property lies in, with those around it, as far as that is possible. The lock is
- * held.
+ * Gives a property that is not there a record of `size` bytes, and makes the groups around it that are missing.
+ * Result: as of `rewrite`, with the groups made. The lock is held.
  */
-inline void makeGroupOf(_Register& object, std::string_view name, RegisterScope scope) {
+inline char* makeProperty(_Register& object, std::string_view name, RegisterScope scope, std::size_t size) {
     std::size_t const slash = name.rfind('/');
-    makeDirectories(object, scopeDirectory(scope),
-                    name.substr(0, slash == std::string_view::npos ? 0 : slash));
+    std::string_view const group = name.substr(0, slash == std::string_view::npos ? 0 : slash);
+    return make(object, scopeDirectory(scope), group, name, size);
 }
 
 } // namespace utils::properties::direct

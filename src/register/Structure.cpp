@@ -55,6 +55,8 @@ void _Register::addProperty(std::string const& name, RegisterScope scope) {
     Lock const lock(*_mutex);
     if (exists(path))
         return;
+    if (direct::isOpen(*this) && direct::makeProperty(*this, name, scope, 0) != nullptr)
+        return;
     addGroup(groupOf(name), scope);
     filesystem::FileHandle* handle = nullptr;
     open(path, &handle, MODE_WRITE);

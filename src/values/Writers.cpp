@@ -42,12 +42,9 @@ bool ValueWriter::writeDirectly(_Register& object, void* sender, std::string con
     RecordSize size;
     Record<Value>::write(size, value);
     Lock const lock(*_Register::_mutex);
-    auto const rewrite = [&] { return direct::rewrite(object, scopeDirectory(scope), name, size.bytes()); };
-    char* target = rewrite();
-    if (target == nullptr) {
-        direct::makeGroupOf(object, name, scope);
-        target = rewrite();
-    }
+    char* target = direct::rewrite(object, scopeDirectory(scope), name, size.bytes());
+    if (target == nullptr)
+        target = direct::makeProperty(object, name, scope, size.bytes());
     if (target == nullptr)
         return false;
     RecordWriter record(target);

@@ -67,7 +67,7 @@ std::ostream& operator<<(std::ostream& stream, Form form) {
  * Where an operation takes steps that stay when a later one fails: writing field by field, and making group
  * by group. What it has begun may stand there then; everything else is as before.
  */
-enum class InSteps { nowhere, whenDerived, everywhere };
+enum class InSteps { nowhere, whenDerived };
 
 /** An operation, with what precedes it and what must be true once it has been called with success. */
 struct Operation {
@@ -164,7 +164,7 @@ std::vector<Operation> operations() {
     std::vector<Operation> list;
     kinds::forEach([&](auto kind) {
         using Kind = decltype(kind);
-        list.push_back(writing<Kind>("InNewGroups", inGroups, true, InSteps::everywhere, inner));
+        list.push_back(writing<Kind>("InNewGroups", inGroups, true, InSteps::whenDerived, inner));
         list.push_back(writing<Kind>("OnTop", onTop, true, InSteps::whenDerived, onTop));
         list.push_back(writing<Kind>("Again", there, false, InSteps::whenDerived, there));
         list.push_back(reading<Kind>());
@@ -194,14 +194,14 @@ std::vector<Operation> operations() {
     list.push_back({"AddGroups", addThere,
                     [](World& world) { world.settings.addGroup(inGroups, SCOPE_USER); },
                     [](World& world) { EXPECT_TRUE(world.settings.groupExists(inGroups, SCOPE_USER)); }, true,
-                    InSteps::everywhere, inner});
+                    InSteps::whenDerived, inner});
     list.push_back(
         {"AddProperty", addThere, [](World& world) { world.settings.addProperty(onTop, SCOPE_USER); },
          [](World& world) { EXPECT_TRUE(world.settings.propertyExists(onTop, SCOPE_USER)); }, true});
     list.push_back({"AddPropertyInNewGroups", nothing,
                     [](World& world) { world.settings.addProperty(inGroups, SCOPE_USER); },
                     [](World& world) { EXPECT_TRUE(world.settings.propertyExists(inGroups, SCOPE_USER)); },
-                    true, InSteps::everywhere, outer});
+                    true, InSteps::whenDerived, outer});
     list.push_back(
         {"DelProperty", addThere, [](World& world) { world.settings.delProperty(there, SCOPE_USER); },
          [](World& world) { EXPECT_FALSE(world.settings.propertyExists(there, SCOPE_USER)); }, true});
@@ -435,8 +435,7 @@ protected:
     [[nodiscard]] static Operation const& operation() { return allOperations()[std::get<0>(GetParam())]; }
     [[nodiscard]] static bool isDerived() { return std::get<1>(GetParam()) == Form::Derived; }
     [[nodiscard]] static bool goesInSteps() {
-        return operation().inSteps == InSteps::everywhere ||
-               (operation().inSteps == InSteps::whenDerived && isDerived());
+        return operation().inSteps == InSteps::whenDerived && isDerived();
     }
 
     static void attempt(std::string const& directory, long nth, Afterwards afterwards) {

@@ -30,6 +30,12 @@ char* rewriteAt(Tree& tree, NodeId id, std::size_t size) {
     return node.directory == 0 && Node::fits(node.nameLength, size) ? node.replaceContent(size) : nullptr;
 }
 
+/** `outermostMade`: as in `Tree`. */
+bool makeDirectoriesAt(Tree& tree, std::string_view directory, std::string_view path, NodeId& outermostMade) {
+    std::string storage;
+    return tree.makeDirectories(TreePath::below(directory, canonicalPath(path, storage)), outermostMade);
+}
+
 NodeId findIn(Tree const& tree, std::initializer_list<std::string_view> directories, std::string_view path) {
     TreePath place = TreePath::below({}, path);
     for (std::string_view const directory : directories) {
@@ -79,10 +85,24 @@ char* rewrite(RAMFileSystem& fileSystem, std::string_view directory, std::string
     }
 }
 
+char* make(RAMFileSystem& fileSystem, std::string_view directory, std::string_view around,
+           std::string_view path, std::size_t size) {
+    Tree& tree = DirectAccess::tree(fileSystem);
+    NodeId outermostMade = noNode;
+    if (!makeDirectoriesAt(tree, directory, around, outermostMade))
+        return nullptr;
+    try {
+        return rewrite(fileSystem, directory, path, size);
+    } catch (...) {
+        if (outermostMade != noNode)
+            tree.remove(outermostMade);
+        throw;
+    }
+}
+
 bool makeDirectories(RAMFileSystem& fileSystem, std::string_view directory, std::string_view path) {
-    std::string storage;
-    return DirectAccess::tree(fileSystem)
-        .makeDirectories(TreePath::below(directory, canonicalPath(path, storage)));
+    NodeId outermostMade = noNode;
+    return makeDirectoriesAt(DirectAccess::tree(fileSystem), directory, path, outermostMade);
 }
 
 } // namespace direct

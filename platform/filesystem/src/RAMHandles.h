@@ -30,7 +30,8 @@ public:
     /** A handle to be set up by the caller. Errors: `std::bad_alloc`; nothing has changed. */
     RAMHandle& take(FileSystem& fileSystem) {
         if (_closed.empty()) {
-            _closed.reserve(_all.size() + 1); // so that giving back cannot fail
+            if (_closed.capacity() == _all.size())
+                _closed.reserve(2 * _all.size() + 1); // so that giving back cannot fail
             _closed.push_back(&_all.emplace_back(fileSystem));
         }
         RAMHandle& handle = *_closed.back();

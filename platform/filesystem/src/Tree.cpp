@@ -143,9 +143,18 @@ NodeId Tree::add(NodeId parent, std::string_view name, std::uint32_t hash, bool 
     return id;
 }
 
-bool Tree::makeDirectories(TreePath const& path) {
-    if (path.isRoot())
-        return true;
+bool Tree::makeDirectories(TreePath const& path, NodeId& outermostMade) {
+    outermostMade = noNode;
+    try {
+        return path.isRoot() || makeMissing(path, outermostMade);
+    } catch (...) {
+        if (outermostMade != noNode)
+            remove(std::exchange(outermostMade, noNode));
+        throw;
+    }
+}
+
+bool Tree::makeMissing(TreePath const& path, NodeId& outermostMade) {
     // From the top down with the parent at hand: a look-up of the whole path at every level would make the
     // cost of a deep path grow with its square.
     PathPlace place;
@@ -153,7 +162,7 @@ bool Tree::makeDirectories(TreePath const& path) {
     std::string_view name = path.first;
     std::string_view left = path.rest;
     while (true) {
-        parent = childDirectory(parent, name, place.hashOf(name));
+        parent = childDirectory(parent, name, place.hashOf(name), outermostMade);
         if (parent == noNode || left.empty())
             return parent != noNode;
         place = place.below(name);
@@ -166,7 +175,7 @@ bool Tree::makeDirectories(TreePath const& path) {
  * The directory `name` in `parent`, made when it is missing; `noNode` for a file, and for a name that cannot
  * be.
  */
-NodeId Tree::childDirectory(NodeId parent, std::string_view name, std::uint32_t hash) {
+NodeId Tree::childDirectory(NodeId parent, std::string_view name, std::uint32_t hash, NodeId& outermostMade) {
     NodeId const found = _index.find(
         hash, [&](NodeId id) { return _nodes[id].parent == parent && _nodes[id].name() == name; });
     if (found != noNode)
@@ -176,6 +185,8 @@ NodeId Tree::childDirectory(NodeId parent, std::string_view name, std::uint32_t 
     _index.reserve(1);
     NodeId const made = add(parent, name, hash, true);
     _index.insert({hash, made});
+    if (outermostMade == noNode)
+        outermostMade = made;
     return made;
 }
 

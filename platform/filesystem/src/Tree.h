@@ -59,11 +59,12 @@ public:
     void clear(NodeId directory) noexcept;
 
     /**
-     * Makes the directory at `path` and those above it that are missing.
+     * Makes the directory at `path` and those above it that are missing. `outermostMade` is then the outermost
+     * of those that were, `noNode` when none was.
      * Result: false when a file is in the way or a name is none; what could be made up to there stays.
-     * Errors: `std::bad_alloc`; likewise.
+     * Errors: `std::bad_alloc`; nothing has changed.
      */
-    bool makeDirectories(TreePath const& path);
+    bool makeDirectories(TreePath const& path, NodeId& outermostMade);
 
     /**
      * A directory built where no path reaches it, to be put in place as a whole; released with this object.
@@ -104,7 +105,8 @@ public:
 private:
     [[nodiscard]] bool standsAt(NodeId id, TreePath const& path) const;
     [[nodiscard]] NodeId directoryAbove(TreePath const& path) const;
-    NodeId childDirectory(NodeId parent, std::string_view name, std::uint32_t hash);
+    bool makeMissing(TreePath const& path, NodeId& outermostMade);
+    NodeId childDirectory(NodeId parent, std::string_view name, std::uint32_t hash, NodeId& outermostMade);
     NodeId add(NodeId parent, std::string_view name, std::uint32_t hash, bool directory,
                std::string_view content = {});
     void link(NodeId parent, NodeId child);

@@ -45,8 +45,18 @@ struct Entry {
                                                         std::string_view path, std::size_t size);
 
 /**
+ * Makes the directory `around`, as `makeDirectories` does, and then gives the file at `path` a content, as
+ * `rewrite` does.
+ * Errors: `std::bad_alloc`; nothing has changed.
+ */
+[[nodiscard]] VELMORAND_FILESYSTEM_EXPORT char* make(RAMFileSystem& fileSystem, std::string_view directory,
+                                                     std::string_view around, std::string_view path,
+                                                     std::size_t size);
+
+/**
  * Makes the directory at a place and those above it that are missing.
  * Result: whether it is there; false when a file is in the way or a name is none, with those above it made.
+ * Errors: `std::bad_alloc`; nothing has changed.
  */
 VELMORAND_FILESYSTEM_EXPORT bool makeDirectories(RAMFileSystem& fileSystem, std::string_view directory,
                                                  std::string_view path);
