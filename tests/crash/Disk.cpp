@@ -286,7 +286,7 @@ Findings replay(Recording const& recording, Disk::Beginning const& beginning, Tr
                                                   : isThat(allowed.finished()) || isThat(allowed.underWay());
         if (!isAllowed && findings.forbidden++ == 0)
             findings.first = content == nullptr ? "no file" : std::to_string(content->size()) + " bytes";
-        if (!distinct)
+        if (!distinct || !isAllowed)
             return;
         std::set<std::string> names;
         for (auto const& [name, bytes] : state)

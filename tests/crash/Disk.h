@@ -84,8 +84,8 @@ struct Findings {
 /**
  * Cuts the power after each event of a recording, and looks at every state that may be left: the file must be
  * one of the two that are allowed, byte for byte; `initial` is the state before. `skipped` is the number of a
- * call that is taken for not made. `distinct` is shown each pair of a register file and the names beside it
- * once.
+ * call that is taken for not made. `distinct` is shown each pair of an allowed register file and the names
+ * beside it once.
  */
 Findings replay(Recording const& recording, Disk::Beginning const& beginning, Trial& trial,
                 std::optional<int> initial, long limit, long skipped = 0,
