@@ -77,13 +77,13 @@ private:
 
 Round* Round::_innermost = nullptr;
 
+using PendingName = std::set<std::string>::node_type;
+
 /**
  * What the last announcement leaves to the next, so that a change needs no memory of its own: guarded by the
  * register's lock, but for the moment of `markAsChanged`'s insertion, for which its callers see to it that
  * they are alone.
  */
-using PendingName = std::set<std::string>::node_type;
-
 struct Spares {
     PendingName node;
     std::string key;
@@ -93,8 +93,8 @@ Spares spares;
 
 PendingName makeNode(std::string const& name) {
     if (spares.node.empty()) {
-        std::set<std::string> one{name};
-        return one.extract(one.begin());
+        std::set<std::string> one;
+        return one.extract(one.insert(name).first);
     }
     spares.node.value() = name;
     return std::move(spares.node);

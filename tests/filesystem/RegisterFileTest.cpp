@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 #include <cstdint>
+#include <thread>
 
 #include <zlib.h>
 
@@ -57,11 +58,13 @@ protected:
     ~RegisterFile() noexcept override = default;
 
     /** The bytes of what stands at `path`. */
-    std::string saved(std::string const& path) {
-        FileHandle* const handle = openedForWriting(disk, "/saved");
+    std::string saved(std::string const& path) { return savedTo(disk, path); }
+
+    std::string savedTo(FileSystem& target, std::string const& path) const {
+        FileHandle* const handle = openedForWriting(target, "/saved");
         EXPECT_TRUE(files.serialize(text(path), *handle));
-        EXPECT_TRUE(disk.close(handle));
-        return readFile(disk, "/saved").value_or("unreadable");
+        EXPECT_TRUE(target.close(handle));
+        return readFile(target, "/saved").value_or("unreadable");
     }
 
     void load(std::string const& path, std::string const& bytes) {
@@ -152,6 +155,49 @@ TEST_F(Serialize, OrdersNamesByTheirBytes) {
                            name("b") + '\x40' + name("é") + '\x40' + name("\xEF\xBD\x81") + '\x40' +
                            name("😀") + '\x40'),
               saved("/user"));
+}
+
+TEST_F(Serialize, OrdersNamesThatBeginAlike) {
+    ASSERT_TRUE(files.mkdir(text("/user")));
+    for (char const* const file : {"settings_b", "settings", "settings_a1", "settings_a"})
+        ASSERT_TRUE(writeFile(files, "/user/"s + file, ""));
+    EXPECT_EQ(registerFile("\xA4" + name("settings") + '\x40' + name("settings_a") + '\x40' +
+                           name("settings_a1") + '\x40' + name("settings_b") + '\x40'),
+              saved("/user"));
+}
+
+TEST_F(Serialize, KeepsTheOrderWhenMostNamesHaveBeenRemoved) {
+    auto const fill = [this](std::string const& directory, int first, int step) {
+        ASSERT_TRUE(files.mkdir(text(directory)));
+        for (int i = first; i < 1'000; i += step)
+            ASSERT_TRUE(writeFile(files, directory + '/' + std::to_string(i), std::to_string(i)));
+    };
+    fill("/user", 0, 1);
+    for (int i = 0; i < 1'000; ++i) {
+        if (i % 50 != 7) {
+            ASSERT_TRUE(files.remove(text("/user/" + std::to_string(i))));
+        }
+    }
+    fill("/other", 7, 50);
+    EXPECT_EQ(saved("/other"), saved("/user"));
+}
+
+TEST_F(Serialize, MayGoOnInSeveralThreadsAtOnce) {
+    ASSERT_TRUE(files.mkdir(text("/user")));
+    for (int i = 0; i < 200; ++i)
+        ASSERT_TRUE(writeFile(files, "/user/" + std::to_string(i * 7 % 200), ""));
+    std::vector<std::string> results(4);
+    std::vector<std::thread> threads;
+    for (std::string& result : results)
+        threads.emplace_back([&] {
+            RAMFileSystem target;
+            static_cast<void>(files.getFileList(text("/user")));
+            result = savedTo(target, "/user");
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    for (std::string const& result : results)
+        EXPECT_EQ(saved("/user"), result);
 }
 
 TEST_F(Serialize, WritesAnEmptyDirectoryForWhatIsNotThere) {

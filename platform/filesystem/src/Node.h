@@ -38,18 +38,18 @@ struct alignas(64) Node {
     std::uint32_t nameLength : 30;
     std::uint32_t directory : 1;
     std::uint32_t onHeap : 1;
+    struct File {
+        std::uint32_t size;     ///< of the content
+        std::uint32_t capacity; ///< of the text, `inlineCapacity` while it stands in the node
+    };
     union {
-        struct {
-            std::uint32_t size;     ///< of the content
-            std::uint32_t capacity; ///< of the text, `inlineCapacity` while it stands in the node
-        } file;
+        File file;
         Children* children; ///< of a directory, null when there are none
     };
     union {
         char inlineText[inlineCapacity];
         char* heapText;
-        NodeId
-            nextReleased[4]; ///< of a released node: those that will be used again after it, in their order
+        NodeId nextReleased[4]; ///< of a released node: those to be used again after it, in their order
     };
 
     /** Whether a file can hold a name and a content of these sizes. */

@@ -27,8 +27,8 @@ public:
         NodeId const id = _released != noNode ? _released : makeNew();
         Node& node = (*this)[id];
         _released = node.nextReleased[0];
-        __builtin_prefetch(
-            &(*this)[node.nextReleased[3]]); // it may have left the cache since it was released
+        // What was released long ago has left the cache.
+        __builtin_prefetch(&(*this)[node.nextReleased[3]]);
         std::uint64_t const generation = node.generation;
         node = Node{};
         node.generation = generation;

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "PathPlace.h"
 #include "Words.h"
 
 namespace filesystem {
@@ -49,10 +50,9 @@ bool Tree::standsAt(NodeId id, TreePath const& path) const {
 }
 
 std::vector<NodeId> const& Tree::children(NodeId directory) {
-    static std::vector<NodeId> const none;
     Children* const children = _nodes[directory].children;
     if (children == nullptr)
-        return none;
+        return _none;
     std::lock_guard<std::mutex> const lock(_orderMutex);
     if (!children->ordered || children->holes != 0)
         arrange(*children);
@@ -232,7 +232,7 @@ bool Tree::graft(Apart&& apart, TreePath const& path) {
     return true;
 }
 
-/** Makes the children of one directory those of another, which has none. */
+/** Makes the children of one directory, from which none has been taken, those of another, which has none. */
 void Tree::moveChildren(NodeId from, NodeId to) noexcept {
     ++_version;
     Children* const children = std::exchange(_nodes[from].children, nullptr);
@@ -274,10 +274,14 @@ void Tree::unlink(NodeId child) noexcept {
         ids.pop_back();
         --directory.children->holes;
     }
-    if (ids.empty())
+    if (ids.empty()) {
         delete std::exchange(directory.children, nullptr);
-    else if (directory.children->holes > ids.size() / 2)
+        return;
+    }
+    if (directory.children->holes > ids.size() / 2)
         arrange(*directory.children);
+    if (ids.capacity() / 4 > ids.size())
+        ids.shrink_to_fit(); // never throws: it leaves the room as it is when there is none for a copy
 }
 
 } // namespace filesystem

@@ -10,7 +10,6 @@
 #include "Node.h"
 #include "NodePool.h"
 #include "PathIndex.h"
-#include "PathPlace.h"
 #include "TreePath.h"
 
 namespace filesystem {
@@ -18,7 +17,7 @@ namespace filesystem {
 /**
  * A tree of directories and files in memory.
  *
- * Nodes know their parent, their siblings and the hash of their path; one flat index finds any of them by its
+ * Nodes know their parent, their place there and the hash of their path; one flat index finds any of them by its
  * whole path at the same cost, whatever the number of nodes. Nothing here recurses.
  */
 class Tree {
@@ -120,6 +119,7 @@ private:
     NodePool _nodes;
     PathIndex _index;
     std::uint64_t _version = 0;
+    std::vector<NodeId> const _none;
     std::mutex _orderMutex; ///< for putting children in order while others look at them
 };
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -116,8 +117,8 @@ public:
     }
 
 private:
-    static constexpr std::ptrdiff_t lookAhead =
-        8; ///< entries, so that their nodes are at hand when they are written
+    /** Entries, so that their nodes are at hand when they are written. */
+    static constexpr std::ptrdiff_t lookAhead = 8;
 
     struct Range {
         NodeId const* next;

@@ -17,7 +17,7 @@ class RAMFileSystem;
  * must be fast and that knows that nothing overrides the file system's.
  *
  * A place is given as a first-level directory and a path below it, as elsewhere: empty levels mean nothing.
- * Errors: `utils::Exception` for a path of 2 GiB or more.
+ * Errors: `utils::Exception` for a path of 2 GiB or more that is not ASCII.
  * Locks: none; the rules are the file system's.
  */
 namespace direct {
