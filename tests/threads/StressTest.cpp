@@ -1,0 +1,400 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <array>
+#include <atomic>
+#include <string>
+#include <tuple>
+#include <type_traits>
+#include <vector>
+
+#include <boost/thread/lock_types.hpp>
+#include <gtest/gtest.h>
+
+#include <filesystem/RAMFileSystem.h>
+#include <filesystem/RealFileSystem.h>
+
+#include "notification/Listener.h"
+#include "support/Failure.h"
+#include "support/TemporaryDirectory.h"
+#include "threads/Crew.h"
+#include "threads/Stamps.h"
+
+namespace {
+
+using notification::Listener;
+using support::RegisterProbe;
+using threads::Crew;
+using threads::isMade;
+using threads::rounds;
+using threads::Stamp;
+using threads::Stamped;
+using utils::properties::_Register;
+using utils::properties::RegisterScope;
+using utils::properties::SCOPE_GLOBAL;
+using utils::properties::SCOPE_TEMPORARY;
+using utils::properties::SCOPE_USER;
+using Lock = boost::unique_lock<boost::recursive_mutex>;
+
+/** Properties of one kind that several threads share, what was written to them, and what is wrong. */
+template <class Kind>
+class Shared {
+public:
+    explicit Shared(_Register& settings) : _settings(settings) {
+        for (std::uint32_t property = 0; property < Stamp::properties; ++property)
+            write({property, 0, 0}, nullptr);
+    }
+
+    [[nodiscard]] static std::string name(std::uint32_t property) {
+        return std::string("shared/") + Kind::name + '/' + std::to_string(property);
+    }
+
+    void write(Stamp stamp, void* sender) {
+        if (stamp.turn >= Stamp::turns)
+            std::abort(); // no stamps are left for so long a run
+        _begun.at(stamp.property).at(stamp.writer).store(stamp.turn, std::memory_order_relaxed);
+        Kind::write(_settings, sender, name(stamp.property), Stamped<Kind>::make(stamp),
+                    scope(stamp.property));
+    }
+
+    /** What one reader has seen of each writer. */
+    using Seen = std::array<std::array<std::uint32_t, Stamp::writers>, Stamp::properties>;
+
+    /** Reads a property: its value must have been written there, and none older than one seen before. */
+    void read(std::uint32_t property, Seen& seen) {
+        typename Kind::Value value{};
+        Kind::read(_settings, name(property), value);
+        Stamp stamp{};
+        if (!isMade<Kind>(value, property, stamp))
+            ++wrong;
+        else if (stamp.turn > _begun.at(property).at(stamp.writer).load(std::memory_order_relaxed))
+            ++wrong;
+        else if (stamp.turn < seen.at(property).at(stamp.writer) && !std::is_same_v<Kind, kinds::Boolean>)
+            ++wrong;
+        else
+            seen.at(property).at(stamp.writer) = stamp.turn;
+    }
+
+    void readType(std::uint32_t property) {
+        auto element = static_cast<utils::properties::Type>(0);
+        std::string tags(1, static_cast<char>(_settings.readPropertyType(name(property), &element)));
+        if (element != 0)
+            tags += static_cast<char>(element);
+        if (tags != Kind::tags)
+            ++wrong;
+    }
+
+    /** The last value of every property is the last that one of its writers wrote: no write is lost. */
+    void expectTheLastWrites() {
+        for (std::uint32_t property = 0; property < Stamp::properties; ++property) {
+            Stamp stamp{};
+            EXPECT_TRUE(isMade<Kind>(Kind::read(_settings, name(property)), property, stamp)) << Kind::name;
+            if (std::is_same_v<Kind, kinds::Boolean>)
+                continue;
+            EXPECT_EQ(_begun.at(property).at(stamp.writer), stamp.turn) << Kind::name;
+        }
+        EXPECT_EQ(0, wrong) << Kind::name;
+    }
+
+    std::atomic<int> wrong{0};
+
+private:
+    static RegisterScope scope(std::uint32_t property) {
+        return property == 0 ? SCOPE_GLOBAL : property == 1 ? SCOPE_TEMPORARY : SCOPE_USER;
+    }
+
+    _Register& _settings;
+    std::array<std::array<std::atomic<std::uint32_t>, Stamp::writers>, Stamp::properties> _begun{};
+};
+
+template <class Kind>
+class Stress : public testing::Test {};
+TYPED_TEST_SUITE(Stress, kinds::All, kinds::KindNames);
+
+} // namespace
+
+TYPED_TEST(Stress, ReadersSeeOnlyWhatWasWritten) {
+    _Register& settings = *_Register::getInstance();
+    Shared<TypeParam> shared(settings);
+    Crew crew;
+    crew.add(3, rounds(3000), Stamp::properties, [&](int writer, int round) {
+        for (std::uint32_t property = 0; property < Stamp::properties; ++property)
+            shared.write(
+                {property, static_cast<std::uint32_t>(writer), static_cast<std::uint32_t>(round) + 1},
+                nullptr);
+    });
+    crew.add(3, rounds(3000), 2 * Stamp::properties,
+             [&, seen = typename Shared<TypeParam>::Seen{}](int /*reader*/, int /*round*/) mutable {
+                 for (std::uint32_t property = 0; property < Stamp::properties; ++property) {
+                     shared.read(property, seen);
+                     shared.readType(property);
+                 }
+             });
+    crew.run();
+    shared.expectTheLastWrites();
+}
+
+// A property that changes its kind under its readers: they get a whole value or are refused.
+TEST(StressOfKinds, ReadersSeeOnlyWholeValuesOfTheirKind) {
+    _Register& settings = *_Register::getInstance();
+    settings._writeInteger(nullptr, "x", Stamped<kinds::Integer>::make({0, 0, 0}), SCOPE_USER);
+    std::atomic<int> wrong{0};
+    Crew crew;
+    crew.add(3, rounds(1000), 8, [&](int writer, int round) {
+        kinds::forEach([&](auto kind) {
+            using Kind = decltype(kind);
+            Kind::write(settings, nullptr, "x",
+                        Stamped<Kind>::make(
+                            {0, static_cast<std::uint32_t>(writer), static_cast<std::uint32_t>(round)}),
+                        SCOPE_USER);
+        });
+    });
+    crew.add(3, rounds(1000), 8, [&](int /*reader*/, int /*round*/) {
+        kinds::forEach([&](auto kind) {
+            using Kind = decltype(kind);
+            typename Kind::Value value{};
+            std::string const failure = support::failure([&] { Kind::read(settings, "x", value); });
+            Stamp stamp{};
+            if (failure == "nothing" ? !isMade<Kind>(value, 0, stamp) : failure != "PropertyBadType")
+                ++wrong;
+        });
+    });
+    crew.run();
+    EXPECT_EQ(0, wrong);
+}
+
+namespace {
+
+/** What a listener throws, and a writer then gets. */
+struct Thrown {};
+
+template <class Change>
+void letListenersThrow(Change change) {
+    try {
+        change();
+    } catch (Thrown const&) {
+        // The change is made, and is announced with the next one.
+    }
+}
+
+/** Reads a property whenever it is told of it, as listeners do. */
+template <class Kind>
+class Watcher : public _Register::Callback {
+public:
+    Watcher(_Register& settings, std::string name) : _settings(settings), _name(std::move(name)) {
+        _settings.addCallback(_name, this);
+    }
+    Watcher(Watcher const&) = delete;
+    Watcher& operator=(Watcher const&) = delete;
+    ~Watcher() override { _settings.removeCallback(_name, this); }
+
+    void propertyChanged(std::string const& name) override { Kind::read(_settings, name, last); }
+    void* owner() override { return this; }
+
+    typename Kind::Value last{};
+
+private:
+    _Register& _settings;
+    std::string _name;
+};
+
+/** Removes and deletes itself when it is told. */
+class OneShot : public _Register::Callback {
+public:
+    OneShot(_Register& settings, int& told) : _settings(settings), _told(told) {}
+
+    void propertyChanged(std::string const& /*name*/) override {
+        ++_told;
+        _settings.removeCallback(this);
+        delete this;
+    }
+    void* owner() override { return this; }
+
+private:
+    _Register& _settings;
+    int& _told; // guarded by the register's lock
+};
+
+/** Throws whenever it is told. */
+class Thrower : public _Register::Callback {
+public:
+    void propertyChanged(std::string const& /*name*/) override { throw Thrown(); }
+    void* owner() override { return this; }
+};
+
+/** The shared properties of a kind, one of them with a watcher. */
+template <class Kind>
+struct Watched {
+    explicit Watched(_Register& settings)
+        : shared(settings), watcher(settings, Shared<Kind>::name(watched)) {}
+
+    static constexpr std::uint32_t watched = Stamp::properties - 1;
+    Shared<Kind> shared;
+    Watcher<Kind> watcher;
+};
+
+using EveryKind = std::tuple<Watched<kinds::String>, Watched<kinds::Number>, Watched<kinds::Integer>,
+                             Watched<kinds::Boolean>, Watched<kinds::Strings>, Watched<kinds::Numbers>,
+                             Watched<kinds::Integers>, Watched<kinds::Booleans>>;
+
+template <class Visit>
+void forEach(EveryKind& kinds, Visit visit) {
+    std::apply([&](auto&... kind) { (visit(kind), ...); }, kinds);
+}
+
+/** A change of the structure, and a look at it, with the lock held where the register takes none itself. */
+void changeStructure(_Register& settings, int thread, int round) {
+    std::string const group = "structure/" + std::to_string(thread);
+    std::string const name = group + '/' + std::to_string(round % 5);
+    settings.addProperty(name, SCOPE_USER);
+    EXPECT_TRUE(settings.propertyExists(name, SCOPE_USER));
+    EXPECT_TRUE(settings.propertyExists(name));
+    EXPECT_TRUE(settings.groupExists(group, SCOPE_USER));
+    EXPECT_TRUE(settings.groupExists(group));
+    {
+        Lock const lock(*_Register::_mutex);
+        settings.addGroup(group + "/inner", SCOPE_USER);
+        EXPECT_EQ("/user/" + name, settings._locateProperty(name));
+        EXPECT_LE(2U, settings.propertyList(group, SCOPE_USER).size());
+        letListenersThrow([&] { settings.markAsChanged(nullptr, name); });
+        filesystem::FileHandle* const handle = settings.openProperty(name, _Register::MODE_WRITE, SCOPE_USER);
+        settings.writeInt(handle, round);
+        settings.closeProperty(*handle);
+    }
+    settings.delProperty(round % 2 == 0 ? name : group, SCOPE_USER);
+    EXPECT_FALSE(settings.propertyExists(name, SCOPE_USER));
+}
+
+/** A listener for a while, that is not called once it has been removed. */
+void passBy(_Register& settings, int round) {
+    bool gone = false; // guarded by the register's lock
+    std::string const key = round % 2 == 0 ? "shared" : Shared<kinds::Integer>::name(0);
+    Listener passer;
+    passer.whenTold = [&](std::string const& name) {
+        EXPECT_FALSE(gone);
+        EXPECT_TRUE(settings.propertyExists(name));
+    };
+    settings.addCallback(key, &passer);
+    settings.addCallback("shared/Number", &passer);
+    settings.removeCallback(key, &passer);
+    settings.removeCallback(&passer);
+    Lock const lock(*_Register::_mutex);
+    gone = true;
+}
+
+} // namespace
+
+TEST(StressOfEverything, LosesNothingAndTellsEveryone) {
+    support::TemporaryDirectory const directory;
+    RegisterProbe::_UserRegisterPath = directory.string();
+    _Register& settings = *_Register::getInstance();
+    EveryKind kinds(settings, settings, settings, settings, settings, settings, settings, settings);
+    int const shots = rounds(1000);
+    int told = 0;
+
+    Crew crew;
+    crew.add(3, rounds(300), 8 * Stamp::properties, [&](int writer, int round) {
+        forEach(kinds, [&](auto& kind) {
+            for (std::uint32_t property = 0; property < Stamp::properties; ++property)
+                letListenersThrow([&] {
+                    kind.shared.write(
+                        {property, static_cast<std::uint32_t>(writer), static_cast<std::uint32_t>(round) + 1},
+                        nullptr);
+                });
+        });
+    });
+    crew.add(2, rounds(300), 8 * Stamp::properties, [&](int /*reader*/, int /*round*/) {
+        EXPECT_EQ(&settings, _Register::getInstance());
+        forEach(kinds, [](auto& kind) {
+            typename std::decay_t<decltype(kind.shared)>::Seen seen{};
+            for (std::uint32_t property = 0; property < Stamp::properties; ++property)
+                kind.shared.read(property, seen);
+        });
+    });
+    crew.add(2, rounds(1000), 5, [&](int /*passer*/, int round) { passBy(settings, round); });
+    crew.add(1, shots, 2, [&](int /*shooter*/, int /*round*/) {
+        settings.addCallback("shots", new OneShot(settings, told));
+        letListenersThrow([&] { settings._writeBoolean(nullptr, "shots/fired", true, SCOPE_TEMPORARY); });
+    });
+    crew.add(1, rounds(500), 3, [&](int /*thrower*/, int /*round*/) {
+        Thrower thrower;
+        settings.addCallback("shared/String", &thrower);
+        letListenersThrow([&] { settings.notify(nullptr); });
+        settings.removeCallback(&thrower);
+    });
+    crew.add(1, rounds(20), 1, [&](int /*saver*/, int /*round*/) {
+        Lock const lock(*_Register::_mutex);
+        settings.save();
+    });
+    crew.add(2, rounds(1000), 13, [&](int thread, int round) { changeStructure(settings, thread, round); });
+    crew.run();
+
+    // What a listener that threw has kept back is announced now.
+    settings.notify(nullptr);
+    EXPECT_EQ(shots, told);
+    EXPECT_TRUE(forms::pending(settings).empty());
+    EXPECT_TRUE(support::lockIsFree());
+    forEach(kinds, [&](auto& kind) {
+        kind.shared.expectTheLastWrites();
+        auto const lastTold = kind.watcher.last;
+        kind.watcher.propertyChanged(kind.shared.name(kind.watched));
+        EXPECT_EQ(kind.watcher.last, lastTold);
+    });
+}
+
+namespace {
+
+/** Whether a register file holds the two values of one stamp. */
+bool holdsAPair(std::string const& directory) {
+    filesystem::RealFileSystem disk(QString::fromStdString(directory));
+    filesystem::RAMFileSystem tree;
+    filesystem::FileHandle* handle = nullptr;
+    if (!disk.open("Velmorand.dat", &handle, filesystem::FileSystem::MODE_READ))
+        return false;
+    tree.unserialize("/user", *handle);
+    auto const content = [&](char const* path) {
+        filesystem::FileHandle* file = nullptr;
+        std::string const bytes =
+            tree.open(path, &file, filesystem::FileSystem::MODE_READ)
+                ? tree.readBytes(file, static_cast<int>(tree.size(QString::fromLatin1(path))))
+                : std::string();
+        tree.close(file);
+        return bytes;
+    };
+    std::string const text = content("/user/pair/text");
+    if (text.size() < 5)
+        return false;
+    Stamp const stamp = Stamped<kinds::String>::claimed(text.substr(5));
+    return text == kinds::recordOf<kinds::String>(Stamped<kinds::String>::make(stamp)) &&
+           content("/user/pair/list") ==
+               kinds::recordOf<kinds::Numbers>(Stamped<kinds::Numbers>::make(stamp));
+}
+
+} // namespace
+
+TEST(StressOfSaves, FilesHoldWhatWasThereAtOneMoment) {
+    support::TemporaryDirectory const directory;
+    RegisterProbe::_UserRegisterPath = directory.string();
+    _Register& settings = *_Register::getInstance();
+    auto const write = [&](Stamp stamp) {
+        Lock const lock(*_Register::_mutex);
+        settings._writeString(nullptr, "pair/text", Stamped<kinds::String>::make(stamp), SCOPE_USER);
+        settings._writeNumbers(nullptr, "pair/list", Stamped<kinds::Numbers>::make(stamp), SCOPE_USER);
+    };
+    write({0, 0, 0});
+    settings.save();
+
+    std::atomic<int> wrong{0};
+    Crew crew;
+    crew.add(2, rounds(500), 2, [&](int writer, int round) {
+        write({0, static_cast<std::uint32_t>(writer), static_cast<std::uint32_t>(round)});
+    });
+    crew.add(2, rounds(50), 1, [&](int /*saver*/, int /*round*/) {
+        Lock const lock(*_Register::_mutex);
+        settings.save();
+    });
+    crew.add(2, rounds(100), 1, [&](int /*loader*/, int /*round*/) {
+        if (!holdsAPair(directory.string()))
+            ++wrong;
+    });
+    crew.run();
+    EXPECT_EQ(0, wrong);
+}
