@@ -175,18 +175,22 @@ void letListenersThrow(Change change) {
     }
 }
 
-/** Reads a property whenever it is told of it, as listeners do. */
+/** Reads a property whenever it is told of it, as listeners do: after any other that stands under its name.
+ */
 template <class Kind>
 class Watcher : public _Register::Callback {
 public:
     Watcher(_Register& settings, std::string name) : _settings(settings), _name(std::move(name)) {
-        _settings.addCallback(_name, this);
+        _settings.addCallback(_name.substr(0, _name.rfind('/')), this);
     }
     Watcher(Watcher const&) = delete;
     Watcher& operator=(Watcher const&) = delete;
-    ~Watcher() override { _settings.removeCallback(_name, this); }
+    ~Watcher() override { _settings.removeCallback(this); }
 
-    void propertyChanged(std::string const& name) override { Kind::read(_settings, name, last); }
+    void propertyChanged(std::string const& name) override {
+        if (name == _name)
+            Kind::read(_settings, name, last);
+    }
     void* owner() override { return this; }
 
     typename Kind::Value last{};
@@ -196,14 +200,26 @@ private:
     std::string _name;
 };
 
-/** Removes and deletes itself when it is told. */
+/** One of two listeners under one name: the first to be told removes and deletes both. */
 class OneShot : public _Register::Callback {
 public:
     OneShot(_Register& settings, int& told) : _settings(settings), _told(told) {}
 
+    static void addTwo(_Register& settings, std::string const& key, int& told) {
+        Lock const lock(*_Register::_mutex);
+        auto* const first = new OneShot(settings, told);
+        auto* const second = new OneShot(settings, told);
+        first->_other = second;
+        second->_other = first;
+        settings.addCallback(key, first);
+        settings.addCallback(key, second);
+    }
+
     void propertyChanged(std::string const& /*name*/) override {
         ++_told;
         _settings.removeCallback(this);
+        _settings.removeCallback(_other);
+        delete _other;
         delete this;
     }
     void* owner() override { return this; }
@@ -211,6 +227,7 @@ public:
 private:
     _Register& _settings;
     int& _told; // guarded by the register's lock
+    OneShot* _other = nullptr;
 };
 
 /** Throws whenever it is told. */
@@ -310,13 +327,13 @@ TEST(StressOfEverything, LosesNothingAndTellsEveryone) {
         });
     });
     crew.add(2, rounds(1000), 5, [&](int /*passer*/, int round) { passBy(settings, round); });
-    crew.add(1, shots, 2, [&](int /*shooter*/, int /*round*/) {
-        settings.addCallback("shots", new OneShot(settings, told));
+    crew.add(1, shots, 3, [&](int /*shooter*/, int /*round*/) {
+        OneShot::addTwo(settings, "shots", told);
         letListenersThrow([&] { settings._writeBoolean(nullptr, "shots/fired", true, SCOPE_TEMPORARY); });
     });
     crew.add(1, rounds(500), 3, [&](int /*thrower*/, int /*round*/) {
         Thrower thrower;
-        settings.addCallback("shared/String", &thrower);
+        settings.addCallback(Shared<kinds::String>::name(Watched<kinds::String>::watched), &thrower);
         letListenersThrow([&] { settings.notify(nullptr); });
         settings.removeCallback(&thrower);
     });
