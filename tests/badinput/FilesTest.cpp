@@ -1,0 +1,269 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <ostream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <filesystem/RealFileSystem.h>
+
+#include "badinput/Table.h"
+#include "support/TemporaryDirectory.h"
+
+// File names that reach, or should not reach, a file system rooted at the directory "root", which holds
+//
+//     file               "content"
+//     sub/inner          "inner"
+//     link        ->     ../outside, a file
+//     linkedDirectory -> ../elsewhere, a directory with the file "x"
+//     dangling    ->     ../nowhere
+//     loop        ->     loop
+//
+// The notation of an outcome:
+//
+//     yes, no      the answer
+//     =text        the text, number or listing returned
+//     null         no module
+//     +p +p/       a file with the content "new", a directory made; paths from the directory around the root
+//     *p -p        a file with its content replaced by "new", an entry gone
+//
+// The unique name below the loop is left out: what cannot be examined counts as there, so all names are
+// tried.
+//
+// A symbolic link below the root is the administrator's: it is followed, wherever it leads. No text in a path
+// leads out.
+
+namespace {
+
+namespace fs = std::filesystem;
+using badinput::Cell;
+using badinput::cells;
+using badinput::repeated;
+using filesystem::FileHandle;
+using filesystem::FileSystem;
+using filesystem::RealFileSystem;
+
+std::map<std::string, QString> const& names() {
+    auto const text = [](std::string const& utf8) { return QString::fromStdString(utf8); };
+    static std::map<std::string, QString> const all = {
+        {"Empty", text("")},
+        {"Slashes", text("//")},
+        {"Dot", text(".")},
+        {"DotDot", text("..")},
+        {"OutOfRoot", text("../outside")},
+        {"OutOfRootAgain", text("/../../outside")},
+        {"OutAndIn", text("../root/file")},
+        {"InnerDots", text("sub/../file")},
+        {"InnerDot", text("./file")},
+        {"DotsAtTheEnd", text("sub/..")},
+        {"Absolute", text("/etc/passwd")},
+        {"LeadingSlashes", text("///file")},
+        {"DoubledSlash", text("sub//inner")},
+        {"TrailingSlash", text("file/")},
+        {"BelowAFile", text("file/x")},
+        {"ZeroByte", text(std::string("file\0", 5))},
+        {"ZeroByteInFront", text(std::string("\0file", 5))},
+        {"NoText", QString(QChar(0xD800))},
+        {"TooLong", text(std::string(256, 'n'))},
+        {"OneMebibyte", text(std::string(1 << 20, 'n'))},
+        {"ManyLevels", text(repeated("m/", 100'000) + "n")},
+        {"Link", text("link")},
+        {"BelowALink", text("linkedDirectory/x")},
+        {"DotsBelowALink", text("linkedDirectory/../outside")},
+        {"Dangling", text("dangling")},
+        {"Loop", text("loop")},
+    };
+    return all;
+}
+
+std::vector<Cell> const& contract() {
+    static std::vector<Cell> const all = cells(R"(
+                | exists | isFile | isDirectory | getFileList | size | loadModule | remove
+Empty           | yes    | no     | yes         | =dangling,file,link,linkedDirectory,loop,sub, | =-1 | null | no
+Slashes         | yes    | no     | yes         | =dangling,file,link,linkedDirectory,loop,sub, | =-1 | null | no
+Dot             | no     | no     | no          | =           | =-1  | null       | no
+DotDot          | no     | no     | no          | =           | =-1  | null       | no
+OutOfRoot       | no     | no     | no          | =           | =-1  | null       | no
+OutOfRootAgain  | no     | no     | no          | =           | =-1  | null       | no
+OutAndIn        | no     | no     | no          | =           | =-1  | null       | no
+InnerDots       | no     | no     | no          | =           | =-1  | null       | no
+InnerDot        | no     | no     | no          | =           | =-1  | null       | no
+DotsAtTheEnd    | no     | no     | no          | =           | =-1  | null       | no
+Absolute        | no     | no     | no          | =           | =-1  | null       | no
+LeadingSlashes  | yes    | yes    | no          | =           | =7   | null       | yes -root/file
+DoubledSlash    | yes    | yes    | no          | =           | =5   | null       | yes -root/sub/inner
+TrailingSlash   | yes    | yes    | no          | =           | =7   | null       | yes -root/file
+BelowAFile      | no     | no     | no          | =           | =-1  | null       | no
+ZeroByte        | no     | no     | no          | =           | =-1  | null       | no
+ZeroByteInFront | no     | no     | no          | =           | =-1  | null       | no
+NoText          | no     | no     | no          | =           | =-1  | null       | no
+TooLong         | no     | no     | no          | =           | =-1  | null       | no
+OneMebibyte     | no     | no     | no          | =           | =-1  | null       | no
+ManyLevels      | no     | no     | no          | =           | =-1  | null       | no
+Link            | yes    | yes    | no          | =           | =7   | null       | yes -root/link
+BelowALink      | yes    | yes    | no          | =           | =1   | null       | yes -elsewhere/x
+DotsBelowALink  | no     | no     | no          | =           | =-1  | null       | no
+Dangling        | no     | no     | no          | =           | =-1  | null       | yes -root/dangling
+Loop            | yes    | no     | no          | =           | =-1  | null       | yes -root/loop
+)") + cells(R"(
+                | read     | write               | mkdir | getUniqueFileName
+Empty           | no       | no                  | no    | =%/n0
+Slashes         | no       | no                  | no    | =%/n0
+Dot             | no       | no                  | no    | =%/n0
+DotDot          | no       | no                  | no    | =%/n0
+OutOfRoot       | no       | no                  | no    | =%/n0
+OutOfRootAgain  | no       | no                  | no    | =%/n0
+OutAndIn        | no       | no                  | no    | =%/n0
+InnerDots       | no       | no                  | no    | =%/n0
+InnerDot        | no       | no                  | no    | =%/n0
+DotsAtTheEnd    | no       | no                  | no    | =%/n0
+Absolute        | no       | no                  | no    | =%/n0
+LeadingSlashes  | =content | yes *root/file      | no    | =%/n0
+DoubledSlash    | =inner   | yes *root/sub/inner | no    | =%/n0
+TrailingSlash   | =content | yes *root/file      | no    | =%/n0
+BelowAFile      | no       | no                  | no    | =%/n0
+ZeroByte        | no       | no                  | no    | =%/n0
+ZeroByteInFront | no       | no                  | no    | =%/n0
+NoText          | no       | no                  | no    | =%/n0
+TooLong         | no       | no                  | no    | =%/n0
+OneMebibyte     | no       | no                  | no    | =%/n0
+ManyLevels      | no       | no                  | no    | =%/n0
+Link            | =outside | yes *outside        | no    | =%/n0
+BelowALink      | =x       | yes *elsewhere/x    | no    | =%/n0
+DotsBelowALink  | no       | no                  | no    | =%/n0
+Dangling        | no       | yes +nowhere        | no    | =%/n0
+Loop            | no       | no                  | no    | (a million names are tried)
+)");
+    return all;
+}
+
+/** Every entry around the root, links with where they lead, files with their contents. */
+std::map<std::string, std::string> everything(fs::path const& top) {
+    std::map<std::string, std::string> result;
+    for (fs::directory_entry const& entry : fs::recursive_directory_iterator(top)) {
+        std::string const path = entry.path().lexically_relative(top).string();
+        if (entry.is_symlink()) {
+            result[path] = "-> " + fs::read_symlink(entry.path()).string();
+        } else if (entry.is_regular_file()) {
+            std::ostringstream content;
+            content << std::ifstream(entry.path(), std::ios::binary).rdbuf();
+            result[path] = content.str();
+        } else {
+            result[path + '/'] = "";
+        }
+    }
+    return result;
+}
+
+void fill(fs::path const& top) {
+    auto const file = [&](char const* path, char const* content) { std::ofstream(top / path) << content; };
+    for (char const* const directory : {"root", "root/sub", "elsewhere"})
+        fs::create_directory(top / directory);
+    file("root/file", "content");
+    file("root/sub/inner", "inner");
+    file("outside", "outside");
+    file("elsewhere/x", "x");
+    fs::create_symlink("../outside", top / "root/link");
+    fs::create_symlink("../elsewhere", top / "root/linkedDirectory");
+    fs::create_symlink("../nowhere", top / "root/dangling");
+    fs::create_symlink("loop", top / "root/loop");
+}
+
+std::string yesNo(bool value) {
+    return value ? "yes" : "no";
+}
+
+std::string content(FileSystem& files, QString const& path) {
+    FileHandle* handle = nullptr;
+    if (!files.open(path, &handle, FileSystem::MODE_READ))
+        return handle == nullptr ? "no" : "no, but a handle";
+    std::string const bytes = '=' + files.readBytes(handle, 1'000'000);
+    files.close(handle);
+    return bytes;
+}
+
+std::string replaced(FileSystem& files, QString const& path) {
+    FileHandle* handle = nullptr;
+    if (!files.open(path, &handle, FileSystem::MODE_WRITE))
+        return handle == nullptr ? "no" : "no, but a handle";
+    return yesNo(files.write(handle, "new", 3) == 3 && files.close(handle));
+}
+
+std::string listed(FileSystem& files, QString const& path) {
+    std::string result = "=";
+    for (filesystem::DirEntry const& entry : files.getFileList(path))
+        (result += entry.name.toStdString()) += ',';
+    return result;
+}
+
+using Operation = std::function<std::string(FileSystem&, QString const&)>;
+
+std::map<std::string, Operation> const& operations() {
+    using Fs = FileSystem;
+    using Path = QString const&;
+    static std::map<std::string, Operation> const all = {
+        {"exists", [](Fs& f, Path p) { return yesNo(f.exists(p)); }},
+        {"isFile", [](Fs& f, Path p) { return yesNo(f.isFile(p)); }},
+        {"isDirectory", [](Fs& f, Path p) { return yesNo(f.isDirectory(p)); }},
+        {"getFileList", listed},
+        {"size", [](Fs& f, Path p) { return '=' + std::to_string(f.size(p)); }},
+        {"loadModule", [](Fs& f, Path p) { return f.loadModule(p) == nullptr ? "null" : "a module"; }},
+        {"remove", [](Fs& f, Path p) { return yesNo(f.remove(p)); }},
+        {"read", content},
+        {"write", replaced},
+        {"mkdir", [](Fs& f, Path p) { return yesNo(f.mkdir(p)); }},
+        {"getUniqueFileName",
+         [](Fs& f, Path p) {
+             QString const unique = f.getUniqueFileName(p, QStringLiteral("n"), QString());
+             return unique == p + QStringLiteral("/n0") ? "=%/n0" : "=" + unique.toStdString();
+         }},
+    };
+    return all;
+}
+
+struct PrintableCell : Cell {
+    explicit PrintableCell(Cell cell) : Cell(std::move(cell)) {}
+    friend void PrintTo(PrintableCell const& one, std::ostream* out) { *out << one.row << '_' << one.column; }
+};
+
+class BadFileName : public testing::TestWithParam<PrintableCell> {};
+INSTANTIATE_TEST_SUITE_P(Disk, BadFileName, testing::ValuesIn([] {
+                             std::vector<PrintableCell> result;
+                             for (Cell const& cell : contract())
+                                 result.emplace_back(cell);
+                             return result;
+                         }()),
+                         [](auto const& one) { return one.param.row + '_' + one.param.column; });
+
+TEST_P(BadFileName, HasTheOutcomeOfTheContract) {
+    if (GetParam().outcome.front() == '(')
+        GTEST_SKIP() << GetParam().outcome;
+    support::TemporaryDirectory const top;
+    fill(top.path());
+    auto const before = everything(top.path());
+    std::string outcome;
+    {
+        RealFileSystem files(QString::fromStdString((top / "root").string()));
+        outcome = operations().at(GetParam().column)(files, names().at(GetParam().row));
+    }
+    auto const after = everything(top.path());
+    for (auto const& [path, bytes] : after)
+        if (auto const was = before.find(path); was == before.end() || was->second != bytes)
+            outcome += (was == before.end() ? " +" : " *") + path +
+                       (bytes == "new" || path.back() == '/' ? "" : ':' + bytes);
+    for (auto const& was : before)
+        if (after.count(was.first) == 0)
+            outcome += " -" + was.first;
+    EXPECT_EQ(GetParam().outcome, outcome);
+}
+
+TEST(BadFileNames, AreEachPutToEveryOperation) {
+    EXPECT_EQ(names().size() * operations().size(), contract().size());
+}
+
+} // namespace

@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "notification/Listener.h"
+#include "support/RegisterProbe.h"
+#include "support/TemporaryDirectory.h"
+#include "values/Forms.h"
+#include "values/Kinds.h"
+
+// Values far larger than settings are: each is stored, announced, typed, refused to the reader of another
+// kind, read, saved and loaded like any other, byte for byte.
+
+namespace {
+
+using utils::properties::_Register;
+using utils::properties::SCOPE_USER;
+
+#if defined(__SANITIZE_THREAD__)
+constexpr bool underThreadSanitizer = true;
+#else
+constexpr bool underThreadSanitizer = false;
+#endif
+
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool underAddressSanitizer = true;
+#elif defined(__has_feature)
+constexpr bool underAddressSanitizer = __has_feature(address_sanitizer);
+#else
+constexpr bool underAddressSanitizer = false;
+#endif
+
+/** A derived register without a probe's list of calls, which would be longer than the value. */
+struct Bare : _Register {};
+
+struct BareForm {
+    static constexpr char const* name = "Derived";
+    Bare settings;
+};
+
+struct LongString : kinds::String {
+    static Value large() { return std::string(std::size_t{256} << 20U, 's'); }
+};
+
+/** Ten million elements, each of the kind's samples somewhere among them. */
+template <class Kind>
+struct LongList : Kind {
+    static typename Kind::Value large() { return kinds::longList<Kind>(10'000'000); }
+};
+
+template <class Case>
+class LargeValue : public forms::Test<typename Case::Form> {};
+
+template <class Kind>
+using Plain = kinds::Case<Kind, forms::Plain>;
+template <class Kind>
+using Derived = kinds::Case<Kind, BareForm>;
+using Cases = testing::Types<Plain<LongString>, Derived<LongString>, Plain<LongList<kinds::Strings>>,
+                             Derived<LongList<kinds::Strings>>, Plain<LongList<kinds::Numbers>>,
+                             Derived<LongList<kinds::Numbers>>, Plain<LongList<kinds::Integers>>,
+                             Derived<LongList<kinds::Integers>>, Plain<LongList<kinds::Booleans>>,
+                             Derived<LongList<kinds::Booleans>>>;
+TYPED_TEST_SUITE(LargeValue, Cases, kinds::CaseNames);
+
+} // namespace
+
+TYPED_TEST(LargeValue, IsAValueAsAnyOther) {
+    using Kind = typename TypeParam::Kind;
+    constexpr bool isString = std::is_same_v<Kind, LongString>;
+    using Other = std::conditional_t<isString, kinds::Integers, kinds::String>;
+    if (underThreadSanitizer)
+        GTEST_SKIP() << "one thread has nothing to say there, and takes minutes";
+    if (underAddressSanitizer && !isString && std::is_same_v<typename TypeParam::Form, BareForm>)
+        GTEST_SKIP() << "a call for each field takes minutes there; shorter lists take the same way";
+    if (underAddressSanitizer && std::is_same_v<typename Kind::Value, std::vector<std::string>>)
+        GTEST_SKIP() << "takes half a minute there; shorter lists take the same way";
+    _Register& held = this->settings;
+    support::TemporaryDirectory const directory;
+    support::RegisterProbe::_UserRegisterPath = directory.string();
+    auto const value = Kind::large();
+    notification::Listener listener;
+    held.addCallback("x", &listener);
+
+    Kind::write(held, nullptr, "x", value, SCOPE_USER);
+    EXPECT_EQ(1U, listener.told.size());
+    held.removeCallback(&listener);
+    EXPECT_EQ(Kind::tags[0], held.readPropertyType("x", nullptr));
+
+    auto other = Other::one();
+    EXPECT_EQ("PropertyBadType", forms::outcome([&] { Other::read(held, "x", other); }));
+    EXPECT_EQ(Other::one(), other);
+    EXPECT_TRUE(Kind::read(held, "x") == value);
+
+    held.save();
+    held.delProperty("", SCOPE_USER);
+    EXPECT_EQ("PropertyNotFound", forms::outcome([&] { Other::read(held, "x", other); }));
+    held.load();
+    EXPECT_TRUE(Kind::read(held, "x") == value);
+    EXPECT_TRUE(support::lockIsFree());
+    support::RegisterProbe::_UserRegisterPath.clear(); // nothing more is to be saved
+}
