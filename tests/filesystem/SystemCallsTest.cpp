@@ -1,0 +1,411 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cerrno>
+#include <cstdarg>
+#include <cstring>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <ostream>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <dirent.h>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/mman.h>
+#include <sys/random.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "DiskSupport.h"
+
+// What becomes of an operation when a call to the system fails in the midst of it. The program has the system
+// calls that the library makes in its own hands: it counts them, and fails the one that a test names.
+
+namespace {
+
+/** The call that is to fail: the `left`th from now on, of those named `name`, or of all. */
+struct Fault {
+    int left = 0;
+    int error = 0;
+    std::string name;
+    bool always = false;       ///< and every further one
+    char const* hit = nullptr; ///< the call that has failed
+};
+
+Fault* fault = nullptr;
+
+bool fails(char const* name) noexcept {
+    if (fault == nullptr || (!fault->name.empty() && fault->name != name))
+        return false;
+    if (--fault->left > 0 || (fault->left < 0 && !fault->always))
+        return false;
+    fault->hit = name;
+    errno = fault->error;
+    return true;
+}
+
+template <class Function>
+Function* original(char const* name) {
+    return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
+}
+
+} // namespace
+
+// The result of a failed call, or else what the system says.
+#define VELMORAND_PASS_ON(failed, name, ...)                                                                 \
+    static auto* const system = original<decltype(name)>(#name);                                             \
+    return fails(#name) ? (failed) : system(__VA_ARGS__)
+
+extern "C" {
+
+int faccessat(int base, char const* path, int mode, int flags) noexcept {
+    VELMORAND_PASS_ON(-1, faccessat, base, path, mode, flags);
+}
+int fchmod(int file, mode_t mode) noexcept {
+    VELMORAND_PASS_ON(-1, fchmod, file, mode);
+}
+int fchown(int file, uid_t user, gid_t group) noexcept {
+    VELMORAND_PASS_ON(-1, fchown, file, user, group);
+}
+int flock(int file, int operation) noexcept {
+    VELMORAND_PASS_ON(-1, flock, file, operation);
+}
+int fstat(int file, struct stat* status) noexcept {
+    VELMORAND_PASS_ON(-1, fstat, file, status);
+}
+int fstatat(int base, char const* path, struct stat* status, int flags) noexcept {
+    VELMORAND_PASS_ON(-1, fstatat, base, path, status, flags);
+}
+int stat(char const* path, struct stat* status) noexcept {
+    VELMORAND_PASS_ON(-1, stat, path, status);
+}
+int fsync(int file) {
+    VELMORAND_PASS_ON(-1, fsync, file);
+}
+int mkdir(char const* path, mode_t mode) noexcept {
+    VELMORAND_PASS_ON(-1, mkdir, path, mode);
+}
+int memfd_create(char const* name, unsigned flags) noexcept {
+    VELMORAND_PASS_ON(-1, memfd_create, name, flags);
+}
+int renameat(int base, char const* from, int otherBase, char const* to) noexcept {
+    VELMORAND_PASS_ON(-1, renameat, base, from, otherBase, to);
+}
+int unlinkat(int base, char const* path, int flags) noexcept {
+    VELMORAND_PASS_ON(-1, unlinkat, base, path, flags);
+}
+ssize_t getrandom(void* buffer, size_t size, unsigned flags) {
+    VELMORAND_PASS_ON(-1, getrandom, buffer, size, flags);
+}
+ssize_t pread(int file, void* buffer, size_t count, off_t position) {
+    VELMORAND_PASS_ON(-1, pread, file, buffer, count, position);
+}
+ssize_t pwrite(int file, void const* bytes, size_t count, off_t position) {
+    VELMORAND_PASS_ON(-1, pwrite, file, bytes, count, position);
+}
+ssize_t readlinkat(int base, char const* path, char* buffer, size_t size) noexcept {
+    VELMORAND_PASS_ON(-1, readlinkat, base, path, buffer, size);
+}
+ssize_t write(int file, void const* bytes, size_t count) {
+    VELMORAND_PASS_ON(-1, write, file, bytes, count);
+}
+DIR* fdopendir(int file) {
+    VELMORAND_PASS_ON(nullptr, fdopendir, file);
+}
+dirent* readdir(DIR* stream) {
+    VELMORAND_PASS_ON(nullptr, readdir, stream);
+}
+
+/** A file is closed whatever the system says of it. */
+int close(int file) {
+    static auto* const system = original<decltype(close)>("close");
+    int const result = system(file);
+    return fails("close") ? -1 : result;
+}
+
+int open(char const* path, int flags, ...) {
+    static auto* const system = original<decltype(open)>("open");
+    std::va_list list;
+    va_start(list, flags);
+    mode_t const mode = (flags & O_CREAT) != 0 ? va_arg(list, mode_t) : 0;
+    va_end(list);
+    return fails("open") ? -1 : system(path, flags, mode);
+}
+
+int openat(int base, char const* path, int flags, ...) {
+    static auto* const system = original<decltype(openat)>("openat");
+    std::va_list list;
+    va_start(list, flags);
+    mode_t const mode = (flags & O_CREAT) != 0 ? va_arg(list, mode_t) : 0;
+    va_end(list);
+    return fails("openat") ? -1 : system(base, path, flags, mode);
+}
+
+int fcntl(int file, int command, ...) {
+    static auto* const system = original<decltype(fcntl)>("fcntl");
+    std::va_list list;
+    va_start(list, command);
+    void* const argument = va_arg(list, void*);
+    va_end(list);
+    return fails("fcntl") ? -1 : system(file, command, argument);
+}
+
+} // extern "C"
+
+namespace {
+
+using namespace support;
+
+constexpr int errors[] = {EIO,    ENOSPC, EDQUOT, EROFS,  EACCES,     EPERM,
+                          ENOENT, EEXIST, EINVAL, EMFILE, EWOULDBLOCK};
+
+/** Names an error in a failure's trace. */
+std::string told(int error, int call) {
+    return std::string(std::strerror(error)) + " at call " + std::to_string(call);
+}
+
+class SystemCalls : public OnDisk {
+protected:
+    /** Runs `operation` with a fault; false when there was no such call. */
+    template <class Operation>
+    bool withFault(Fault planned, Operation operation) {
+        fault = &planned;
+        operation();
+        fault = nullptr;
+        failed = planned.hit == nullptr ? "" : planned.hit;
+        error = planned.error;
+        return planned.hit != nullptr;
+    }
+
+    /**
+     * Runs `operation` again and again from the state that `prepare` makes, with each of its calls failing in
+     * each way, and then `check`s what has become of it.
+     */
+    template <class Prepare, class Operation, class Check>
+    void failEveryCall(Prepare prepare, Operation operation, Check check) {
+        for (int const planned : errors) {
+            int call = 0;
+            bool hit = true;
+            while (hit) {
+                SCOPED_TRACE(told(planned, ++call));
+                prepare();
+                std::size_t const descriptors = openDescriptors();
+                hit = withFault({call, planned, "", false}, operation);
+                check();
+                EXPECT_EQ(descriptors, openDescriptors());
+                if (HasFailure())
+                    return;
+            }
+            EXPECT_LT(1, call) << "the operation makes no calls";
+        }
+    }
+
+    std::string failed; ///< the call that failed last, empty for none
+    int error = 0;      ///< how
+
+    static std::size_t openDescriptors() {
+        std::size_t count = 0;
+        for ([[maybe_unused]] auto const& entry : std::filesystem::directory_iterator("/proc/self/fd"))
+            ++count;
+        return count;
+    }
+
+    [[nodiscard]] std::set<std::string> entries() const {
+        std::set<std::string> result;
+        for (auto const& entry : std::filesystem::directory_iterator(directory.path()))
+            result.insert(entry.path().filename().string());
+        return result;
+    }
+
+    /** Reads a file of at most some bytes, whatever is said of its size. */
+    std::string read(std::string const& name) {
+        FileHandle* const handle = openedForReading(files, name);
+        std::string const bytes = handle == nullptr ? "no file" : support::read(files, handle, 100);
+        files.close(handle);
+        return bytes;
+    }
+
+    void clear() {
+        for (auto const& entry : std::filesystem::directory_iterator(directory.path()))
+            std::filesystem::remove_all(entry.path());
+    }
+};
+
+} // namespace
+
+TEST_F(SystemCalls, ThatFailLeaveAReplacedFileOldOrNew) {
+    bool replaced = false;
+    failEveryCall(
+        [&] {
+            clear();
+            putFile(at("file"), "old");
+            std::filesystem::permissions(at("file"), std::filesystem::perms(0640));
+            putFile(at(".file.abc123"), "left by a killed process");
+            // Of another owner, so that this is to be kept as well.
+            ASSERT_TRUE(::geteuid() != 0 || ::chown(at("file").c_str(), 65534, 65534) == 0);
+        },
+        [&] { replaced = writeFile(files, "file", "new"); },
+        [&] {
+            std::string const content = fileBytes(at("file"));
+            EXPECT_TRUE(content == "new" || (content == "old" && !replaced)) << content;
+            // Unless the system said that there is no old file.
+            EXPECT_TRUE(permissions(at("file")) == 0640U || (failed == "fstatat" && error == ENOENT));
+            std::set<std::string> left = entries();
+            left.erase(".file.abc123");
+            EXPECT_TRUE(left == std::set<std::string>{"file"} || failed == "unlinkat")
+                << failed << ": " << ::testing::PrintToString(left);
+            // What could not be removed goes with the next replacement.
+            EXPECT_TRUE(writeFile(files, "file", "newer"));
+            EXPECT_EQ((std::set<std::string>{"file"}), entries());
+            EXPECT_EQ("newer", fileBytes(at("file")));
+        });
+}
+
+TEST_F(SystemCalls, ThatFailLeaveANewFileMissingOrWhole) {
+    bool made = false;
+    failEveryCall([&] { clear(); }, [&] { made = writeFile(files, "file", "new"); },
+                  [&] {
+                      bool const there = std::filesystem::exists(at("file"));
+                      EXPECT_TRUE(there || !made);
+                      EXPECT_TRUE(!there || fileBytes(at("file")) == "new");
+                      EXPECT_TRUE(writeFile(files, "file", "newer"));
+                      EXPECT_EQ((std::set<std::string>{"file"}), entries());
+                  });
+}
+
+TEST_F(SystemCalls, ThatFailLeaveALinkAndItsTarget) {
+    bool replaced = false;
+    failEveryCall(
+        [&] {
+            clear();
+            std::filesystem::create_directory(at("target"));
+            putFile(at("target/file"), "old");
+            std::filesystem::create_symlink("target/file", at("link"));
+        },
+        [&] { replaced = writeFile(files, "link", "new"); },
+        [&] {
+            EXPECT_TRUE(std::filesystem::is_symlink(at("link")));
+            EXPECT_EQ((std::set<std::string>{"link", "target"}), entries());
+            std::string const content = fileBytes(at("target/file"));
+            EXPECT_TRUE(content == "new" || (content == "old" && !replaced)) << content;
+        });
+}
+
+TEST_F(SystemCalls, ThatFailMakeAReadShortAndNeverWrong) {
+    std::string content;
+    failEveryCall(
+        [&] { putFile(at("file"), "content"); }, [&] { content = read("file"); },
+        [&] { EXPECT_TRUE(content == "content" || content.empty() || content == "no file") << content; });
+}
+
+TEST_F(SystemCalls, ThatFailMakeAListingEmptyAndNeverPartial) {
+    std::vector<std::string> listed;
+    failEveryCall(
+        [&] {
+            putFile(at("a"), "");
+            putFile(at("b"), "");
+        },
+        [&] { listed = listing(files, ""); },
+        [&] {
+            EXPECT_TRUE(listed.empty() || listed == (std::vector<std::string>{"a", "b"}));
+        });
+}
+
+TEST_F(SystemCalls, ThatFailLeaveARemovalToBeDoneAgain) {
+    bool removed = false;
+    failEveryCall(
+        [&] {
+            clear();
+            std::filesystem::create_directories(at("tree/of/directories"));
+            putFile(at("tree/of/file"), "");
+            putFile(at("tree/of/directories/file"), "");
+            putFile(at("beside"), "");
+        },
+        [&] { removed = files.remove("tree"); },
+        [&] {
+            bool const there = std::filesystem::exists(at("tree"));
+            EXPECT_TRUE(!removed || !there);
+            EXPECT_EQ(there, files.remove("tree"));
+            EXPECT_EQ((std::set<std::string>{"beside"}), entries());
+        });
+}
+
+TEST_F(SystemCalls, ThatFailMakeNoDirectory) {
+    bool made = false;
+    failEveryCall([&] { clear(); }, [&] { made = files.mkdir("sub"); },
+                  [&] { EXPECT_EQ(made, std::filesystem::exists(at("sub"))); });
+}
+
+TEST_F(SystemCalls, ThatFailLoadNoModuleThisTime) {
+    RAMFileSystem memory;
+    ASSERT_TRUE(writeFile(memory, "/module", fileBytes(VELMORAND_TEST_MODULE_1)));
+    failEveryCall([] {}, [&] { memory.unloadModule(memory.loadModule("/module")); },
+                  [&] {
+                      void* const module = memory.loadModule("/module");
+                      EXPECT_NE(nullptr, module);
+                      EXPECT_TRUE(memory.unloadModule(module));
+                  });
+}
+
+TEST_F(SystemCalls, ThatAreInterruptedAreMadeAgain) {
+    for (char const* const call :
+         {"open", "openat", "pread", "pwrite", "fsync", "flock", "fchmod", "fchown", "getrandom", "close"})
+        for (int nth = 1; nth <= 10; ++nth) {
+            SCOPED_TRACE(std::string(call) + ' ' + std::to_string(nth));
+            clear();
+            putFile(at("file"), "old");
+            ASSERT_TRUE(::geteuid() != 0 || ::chown(at("file").c_str(), 65534, 65534) == 0);
+            withFault({nth, EINTR, call, false}, [&] {
+                EXPECT_TRUE(writeFile(files, "file", "new"));
+                EXPECT_EQ("new", read("file"));
+                EXPECT_EQ((std::vector<std::string>{"file"}), listing(files, ""));
+            });
+        }
+}
+
+TEST_F(SystemCalls, ThatSayThatATemporaryNameIsTakenAreMadeWithAnother) {
+    putFile(at("file"), "old");
+    // Of all calls of these names: the directory's own are opened before.
+    EXPECT_TRUE(
+        withFault({1, EWOULDBLOCK, "flock", false}, [&] { EXPECT_TRUE(writeFile(files, "file", "new")); }));
+    EXPECT_EQ("new", fileBytes(at("file")));
+    EXPECT_EQ((std::set<std::string>{"file"}), entries());
+}
+
+TEST_F(SystemCalls, ThatNeverSucceedEndTheAttempt) {
+    putFile(at("file"), "old");
+    for (auto const& [call, kind] :
+         std::map<char const*, int>{{"flock", EWOULDBLOCK}, {"getrandom", ENOSYS}}) {
+        EXPECT_TRUE(withFault({1, kind, call, true}, [&] {
+            EXPECT_EQ(nullptr, openedForWriting(files, "file"));
+        })) << call;
+        EXPECT_EQ("old", fileBytes(at("file")));
+        EXPECT_EQ((std::set<std::string>{"file"}), entries());
+    }
+}
+
+TEST_F(SystemCalls, ForLocksWhereThereAreNoneAreDoneWithout) {
+    putFile(at("file"), "old");
+    EXPECT_TRUE(withFault({1, ENOLCK, "flock", true}, [&] { EXPECT_TRUE(writeFile(files, "file", "new")); }));
+    EXPECT_EQ("new", fileBytes(at("file")));
+}
+
+TEST_F(SystemCalls, ThatCannotSynchroniseADirectoryAreNotNeeded) {
+    putFile(at("file"), "old");
+    EXPECT_TRUE(
+        withFault({2, EINVAL, "fsync", false}, [&] { EXPECT_TRUE(writeFile(files, "file", "new")); }));
+    EXPECT_TRUE(
+        withFault({1, EINVAL, "fsync", false}, [&] { EXPECT_FALSE(writeFile(files, "file", "newer")); }));
+    EXPECT_EQ("new", fileBytes(at("file")));
+}
+
+TEST_F(SystemCalls, ThatCannotExamineAFileCallItExisting) {
+    putFile(at("file"), "");
+    for (int const kind : {EIO, EACCES, ELOOP, ENOMEM, EOVERFLOW})
+        withFault({1, kind, "stat", false}, [&] { EXPECT_TRUE(files.exists("missing")) << kind; });
+    for (int const kind : {ENOENT, ENOTDIR, ENAMETOOLONG})
+        withFault({1, kind, "stat", false}, [&] { EXPECT_FALSE(files.exists("file")) << kind; });
+}
