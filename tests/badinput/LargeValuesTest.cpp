@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <filesystem>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -95,9 +96,10 @@ TYPED_TEST(LargeValue, IsAValueAsAnyOther) {
     EXPECT_TRUE(Kind::read(held, "x") == value);
 
     held.save();
+    ASSERT_TRUE(std::filesystem::exists(directory / "Velmorand.dat"));
     held.delProperty("", SCOPE_USER);
     EXPECT_EQ("PropertyNotFound", forms::outcome([&] { Other::read(held, "x", other); }));
-    held.load();
+    ASSERT_EQ("done", forms::outcome([&] { held.load(); }));
     EXPECT_TRUE(Kind::read(held, "x") == value);
     EXPECT_TRUE(support::lockIsFree());
     support::RegisterProbe::_UserRegisterPath.clear(); // nothing more is to be saved

@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <string>
+#include <vector>
+
+#include "FileSystemSupport.h"
+#include "utils/Exception.h"
+
+using namespace support;
+
+namespace {
+
+/** Every name is taken. */
+struct Crowded : RAMFileSystem {
+    [[nodiscard]] bool exists(QString const& /*path*/) const override { return true; }
+};
+
+/** Positions move, but for the `failing`th time from now on. */
+struct Unsteady : RAMFileSystem {
+    bool seek(FileHandle* handle, long offset, FileSystemOrigin origin) override {
+        return --failing != 0 && RAMFileSystem::seek(handle, offset, origin);
+    }
+    int failing = 0;
+};
+
+} // namespace
+
+TEST(UniqueFileName, IsEmptyWhenEveryNameIsTaken) {
+    EXPECT_TRUE(Crowded().getUniqueFileName("/", "n", "").isEmpty());
+}
+
+TEST(SizeOfAHandle, IsMinusOneWhenThePositionCannotMove) {
+    Unsteady files;
+    writeFile(files, "/file", "content");
+    FileHandle* const handle = openedForReading(files, "/file");
+    for (int const failing : {1, 2}) {
+        files.failing = failing;
+        EXPECT_EQ(-1, files.size(handle)) << failing;
+    }
+    files.failing = 0;
+    EXPECT_EQ(7, files.size(handle));
+    files.close(handle);
+}
+
+TEST(Unserialise, RefusesAPathThatIsNone) {
+    RAMFileSystem files;
+    ASSERT_TRUE(files.mkdir("/a"));
+    FileHandle* handle = openedForWriting(files, "/file");
+    ASSERT_TRUE(files.serialize(*handle));
+    files.close(handle);
+    handle = openedForReading(files, "/file");
+    try {
+        files.unserialize("/" + unpairedSurrogate(), *handle);
+        ADD_FAILURE() << "it was accepted";
+    } catch (utils::Exception const& failure) {
+        EXPECT_THAT(failure.what(), ::testing::EndsWith(": the path is none"));
+    }
+    EXPECT_EQ((std::vector<std::string>{"a", "file"}), listing(files, "/"));
+    files.close(handle);
+}
