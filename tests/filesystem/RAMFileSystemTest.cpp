@@ -70,6 +70,20 @@ TEST_F(RAMPaths, StayApartHoweverManyThereAre) {
 
 using RAMHandle = RAM;
 
+// Among so many paths some fifty pairs have the same hash, and it is another fifty in every process.
+TEST_F(RAMPaths, StayApartWhereTheirHashesMeet) {
+    constexpr int many = 400'000;
+    ASSERT_TRUE(files.mkdir("/d"));
+    int made = 0;
+    int found = 0;
+    for (int i = 0; i < many; ++i)
+        made += files.mkdir("/d/" + QString::number(i)) ? 1 : 0;
+    for (int i = 0; i < many; ++i)
+        found += files.exists("/e/" + QString::number(i)) ? 1 : 0;
+    EXPECT_EQ(many, made);
+    EXPECT_EQ(0, found);
+}
+
 TEST_F(RAMHandle, ReadsNothingOnceItsFileIsRemoved) {
     FileHandle* const handle = readingInside();
     ASSERT_TRUE(files.remove(text("/a/f")));

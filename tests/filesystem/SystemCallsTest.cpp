@@ -342,12 +342,15 @@ TEST_F(SystemCalls, ThatFailMakeNoDirectory) {
 TEST_F(SystemCalls, ThatFailLoadNoModuleThisTime) {
     RAMFileSystem memory;
     ASSERT_TRUE(writeFile(memory, "/module", fileBytes(VELMORAND_TEST_MODULE_1)));
+    // While one is loaded, the next needs a descriptor of another number.
+    void* const first = memory.loadModule("/module");
     failEveryCall([] {}, [&] { memory.unloadModule(memory.loadModule("/module")); },
                   [&] {
                       void* const module = memory.loadModule("/module");
                       EXPECT_NE(nullptr, module);
                       EXPECT_TRUE(memory.unloadModule(module));
                   });
+    EXPECT_TRUE(memory.unloadModule(first));
 }
 
 TEST_F(SystemCalls, ThatAreInterruptedAreMadeAgain) {
@@ -408,4 +411,25 @@ TEST_F(SystemCalls, ThatCannotExamineAFileCallItExisting) {
         withFault({1, kind, "stat", false}, [&] { EXPECT_TRUE(files.exists("missing")) << kind; });
     for (int const kind : {ENOENT, ENOTDIR, ENAMETOOLONG})
         withFault({1, kind, "stat", false}, [&] { EXPECT_FALSE(files.exists("file")) << kind; });
+}
+
+TEST_F(SystemCalls, ThatFindALinkThatLeadsToItselfAreNotMadeForEver) {
+    std::filesystem::create_symlink("loop", at("loop"));
+    // As if the link had come after the first look at what stands there.
+    EXPECT_TRUE(withFault({1, ENOENT, "faccessat", false},
+                          [&] { EXPECT_EQ(nullptr, openedForWriting(files, "loop")); }));
+    EXPECT_EQ((std::set<std::string>{"loop"}), entries());
+}
+
+TEST_F(SystemCalls, ThatFailToWriteWhatWasHeldBackTakeNothingMore) {
+    putFile(at("file"), "old");
+    FileHandle* const handle = openedForWriting(files, "file");
+    ASSERT_NE(nullptr, handle);
+    std::string const most(60'000, 'm');
+    EXPECT_TRUE(write(files, handle, most));
+    EXPECT_TRUE(withFault({1, ENOSPC, "pwrite", false}, [&] { EXPECT_FALSE(write(files, handle, most)); }));
+    EXPECT_FALSE(write(files, handle, "more"));
+    EXPECT_FALSE(files.close(handle));
+    EXPECT_EQ("old", fileBytes(at("file")));
+    EXPECT_EQ((std::set<std::string>{"file"}), entries());
 }
