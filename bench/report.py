@@ -139,6 +139,10 @@ def page(result):
     yield "\n## Against the others\n"
     yield "How many times what the register takes each store takes; in bold where it takes less.\n"
     yield from ratio_table(comparison)
+    yield "\nA listing is a set of names that belongs to the caller, which takes an allocation and a reference for each of them;"
+    yield "a store that hands out plain strings, or the bytes of a page, needs less. Pages of packed names and values also take"
+    yield "less memory than nodes that are found at once and can grow. LMDB and SQLite map or open their file where the others"
+    yield "load it."
     yield "\n![The stores, operation by operation](performance/comparison.svg)\n"
     yield "What was measured:\n"
     yield from value_table(comparison)

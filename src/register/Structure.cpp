@@ -103,8 +103,9 @@ std::set<filesystem::DirEntry> _Register::propertyList(std::string const& group,
     if (!isDirectory(path))
         throw Exception(group + " does not exist or is not a group.");
     std::set<filesystem::DirEntry> entries = getFileList(path);
-    for (char const* const unlisted : {".", ".."})
-        entries.erase({QString::fromLatin1(unlisted)});
+    if (!direct::isOpen(*this)) // which lists neither
+        for (char const* const unlisted : {".", ".."})
+            entries.erase({QString::fromLatin1(unlisted)});
     return entries;
 }
 
