@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "badinput/Registers.h"
+#include "support/ChildProcess.h"
 
 // Scopes that are none, with the name of a property that is there in the user scope, and with one whose group
 // is nowhere. The notation is that of the table of names; besides
@@ -96,8 +97,11 @@ INSTANTIATE_TEST_SUITE_P(Register, BadScope, testing::ValuesIn(everyCase()),
 TEST_P(BadScope, HasTheOutcomeOfTheContract) {
     static std::map<std::string, std::string> const notation = {
         {"!scope", "threw <Bad scope value.>"}, {"!group", "threw <Group m does not exist !>"}};
-    Case const& one = GetParam();
-    EXPECT_EQ(notation.at(one.outcome), Subject(one.derived).outcome(one.operation, rows().at(one.row)));
+    EXPECT_EQ(0, support::inChild([] {
+                  Case const& one = GetParam();
+                  EXPECT_EQ(notation.at(one.outcome),
+                            Subject(one.derived).outcome(one.operation, rows().at(one.row)));
+              }));
 }
 
 } // namespace
