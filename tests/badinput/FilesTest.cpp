@@ -182,7 +182,7 @@ std::string content(FileSystem& files, QString const& path) {
     FileHandle* handle = nullptr;
     if (!files.open(path, &handle, FileSystem::MODE_READ))
         return handle == nullptr ? "no" : "no, but a handle";
-    std::string const bytes = '=' + files.readBytes(handle, 1'000'000);
+    std::string bytes = '=' + files.readBytes(handle, 1'000'000);
     files.close(handle);
     return bytes;
 }

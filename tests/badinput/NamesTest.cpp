@@ -35,7 +35,6 @@
 
 namespace {
 
-using badinput::Arguments;
 using badinput::Cell;
 using badinput::cells;
 using badinput::Operation;
@@ -242,7 +241,9 @@ std::string groupOf(std::string const& given) {
 
 /** Spells a cell out. */
 std::string spelled(std::string const& cell, std::string const& given) {
-    auto const message = [](std::string const& text) { return "threw <" + std::string(text.c_str()) + '>'; };
+    auto const message = [](std::string const& text) {
+        return "threw <" + text.substr(0, text.find('\0')) + '>';
+    };
     std::map<std::string, std::string> const failures = {
         {"!missing", "threw <PropertyNotFound>"},
         {"!type", "threw <PropertyBadType>"},

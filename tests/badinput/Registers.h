@@ -186,7 +186,7 @@ private:
         return bytes;
     }
 
-    std::string changes(std::string const& written) const {
+    [[nodiscard]] std::string changes(std::string const& written) const {
         static Leaves const before = leaves(start());
         Leaves const after = leaves(serialized(settings()));
         std::string text;

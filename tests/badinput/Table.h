@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstdio>
+#include <algorithm>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -79,10 +79,12 @@ inline std::string readable(std::string const& text) {
         }
         bool const run = end - i > 30;
         for (std::size_t at = i; at < i + (run ? period : 1); ++at) {
-            char escaped[5];
+            static char const digits[] = "0123456789abcdef";
             auto const byte = static_cast<unsigned char>(text[at]);
-            std::snprintf(escaped, sizeof escaped, byte < ' ' || byte > '~' ? "\\x%02x" : "%c", byte);
-            result += escaped;
+            if (byte < ' ' || byte > '~')
+                (result += "\\x") += {digits[byte >> 4U], digits[byte & 15U]};
+            else
+                result += text[at];
         }
         if (run)
             result += '{' + std::to_string((end - i) / period) + '}';

@@ -223,7 +223,7 @@ protected:
     /** Reads a file of at most some bytes, whatever is said of its size. */
     std::string read(std::string const& name) {
         FileHandle* const handle = openedForReading(files, name);
-        std::string const bytes = handle == nullptr ? "no file" : support::read(files, handle, 100);
+        std::string bytes = handle == nullptr ? "no file" : support::read(files, handle, 100);
         files.close(handle);
         return bytes;
     }

@@ -17,7 +17,8 @@ namespace threads {
 /** `count` operations, or as many times more as VELMORAND_STRESS says, for long runs. */
 inline int rounds(int count) {
     char const* const factor = std::getenv("VELMORAND_STRESS");
-    return factor == nullptr ? count : count * std::max(std::atoi(factor), 1);
+    return factor == nullptr ? count
+                             : count * std::max(static_cast<int>(std::strtol(factor, nullptr, 10)), 1);
 }
 
 /**

@@ -63,11 +63,11 @@ public:
         typename Kind::Value value{};
         Kind::read(_settings, name(property), value);
         Stamp stamp{};
-        if (!isMade<Kind>(value, property, stamp))
-            ++wrong;
-        else if (stamp.turn > _begun.at(property).at(stamp.writer).load(std::memory_order_relaxed))
-            ++wrong;
-        else if (stamp.turn < seen.at(property).at(stamp.writer) && !std::is_same_v<Kind, kinds::Boolean>)
+        bool const sound =
+            isMade<Kind>(value, property, stamp) &&
+            stamp.turn <= _begun.at(property).at(stamp.writer).load(std::memory_order_relaxed) &&
+            (std::is_same_v<Kind, kinds::Boolean> || stamp.turn >= seen.at(property).at(stamp.writer));
+        if (!sound)
             ++wrong;
         else
             seen.at(property).at(stamp.writer) = stamp.turn;
@@ -369,10 +369,9 @@ bool holdsAPair(std::string const& directory) {
     tree.unserialize("/user", *handle);
     auto const content = [&](char const* path) {
         filesystem::FileHandle* file = nullptr;
-        std::string const bytes =
-            tree.open(path, &file, filesystem::FileSystem::MODE_READ)
-                ? tree.readBytes(file, static_cast<int>(tree.size(QString::fromLatin1(path))))
-                : std::string();
+        std::string bytes = tree.open(path, &file, filesystem::FileSystem::MODE_READ)
+                                ? tree.readBytes(file, static_cast<int>(tree.size(QString::fromLatin1(path))))
+                                : std::string();
         tree.close(file);
         return bytes;
     };
