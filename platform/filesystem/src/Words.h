@@ -47,9 +47,8 @@ inline bool sameBytes(char const* left, char const* right, std::size_t count) no
         return part == other;
     };
     // The last comparison of a fixed size may overlap the one before.
-    std::size_t at = 0;
     if (count >= 8) {
-        for (; at + 8 < count; at += 8)
+        for (std::size_t at = 0; at + 8 < count; at += 8)
             if (!same(at, std::uint64_t{}))
                 return false;
         return same(count - 8, std::uint64_t{});
