@@ -24,7 +24,8 @@ NodeId NodePool::makeNew() {
     if (_made == std::numeric_limits<NodeId>::max())
         throw std::bad_alloc();
     if (_made / blockSize == _blocks.size())
-        _blocks.push_back(std::unique_ptr<Block>(new Block)); // as it is, since each node is set up by itself
+        // NOLINTNEXTLINE(modernize-make-unique): it would fill with zeros what is set up node by node
+        _blocks.push_back(std::unique_ptr<Block>(new Block));
     Node& node = (*this)[_made];
     node.generation = 0;
     std::fill(std::begin(node.nextReleased), std::end(node.nextReleased), noNode);
