@@ -295,15 +295,18 @@ INSTANTIATE_TEST_SUITE_P(Register, BadName, testing::ValuesIn(everyCase()),
 
 TEST_P(BadName, HasTheOutcomeOfTheContract) {
     EXPECT_EQ(
-        0, support::inChild([] {
-            Case const& one = GetParam();
-            Name const& name = names().at(one.row);
-            std::string const& given = one.derived ? name.derived : name.given;
-            std::string const outcome = Subject(one.derived).outcome(one.operation, {given, SCOPE_USER});
-            if (outcome != spelled(one.outcome, given))
-                FAIL() << "promised: " << badinput::readable(spelled(one.outcome, given)) << '\n'
-                       << "     got: " << badinput::readable(outcome);
-        }));
+        0,
+        support::inChild(
+            [] {
+                Case const& one = GetParam();
+                Name const& name = names().at(one.row);
+                std::string const& given = one.derived ? name.derived : name.given;
+                std::string const outcome = Subject(one.derived).outcome(one.operation, {given, SCOPE_USER});
+                if (outcome != spelled(one.outcome, given))
+                    FAIL() << "promised: " << badinput::readable(spelled(one.outcome, given)) << '\n'
+                           << "     got: " << badinput::readable(outcome);
+            },
+            support::Leave::atOnce));
 }
 
 TEST(BadNames, AreEachPutToEveryOperation) {

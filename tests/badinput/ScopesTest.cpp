@@ -97,11 +97,13 @@ INSTANTIATE_TEST_SUITE_P(Register, BadScope, testing::ValuesIn(everyCase()),
 TEST_P(BadScope, HasTheOutcomeOfTheContract) {
     static std::map<std::string, std::string> const notation = {
         {"!scope", "threw <Bad scope value.>"}, {"!group", "threw <Group m does not exist !>"}};
-    EXPECT_EQ(0, support::inChild([] {
-                  Case const& one = GetParam();
-                  EXPECT_EQ(notation.at(one.outcome),
-                            Subject(one.derived).outcome(one.operation, rows().at(one.row)));
-              }));
+    EXPECT_EQ(0, support::inChild(
+                     [] {
+                         Case const& one = GetParam();
+                         EXPECT_EQ(notation.at(one.outcome),
+                                   Subject(one.derived).outcome(one.operation, rows().at(one.row)));
+                     },
+                     support::Leave::atOnce));
 }
 
 } // namespace

@@ -15,13 +15,16 @@ namespace support {
 /** The status of a child that ended by a signal or an uncaught exception. */
 constexpr int crashed = 255;
 
+/** How a child ends that has done its work: through `std::exit`, which runs every exit handler, or at once. */
+enum class Leave { throughExit, atOnce };
+
 /**
- * Runs `body` in a forked child, which then leaves through `std::exit` and so runs every exit handler.
+ * Runs `body` in a forked child.
  * Result: the child's exit status: 0, or 1 when an expectation failed in it, or what the body gave to
  * `std::exit`; `crashed` when it was killed or threw.
  */
 template <class Body>
-int inChild(Body&& body) {
+int inChild(Body&& body, Leave leave = Leave::throughExit) {
     std::cout.flush();
     ::pid_t const child = ::fork();
     if (child == 0) {
@@ -33,7 +36,11 @@ int inChild(Body&& body) {
         } catch (...) {
             ::_exit(crashed);
         }
-        std::exit(::testing::Test::HasFailure() ? 1 : 0);
+        int const status = ::testing::Test::HasFailure() ? 1 : 0;
+        if (leave == Leave::throughExit)
+            std::exit(status);
+        std::cout.flush();
+        ::_exit(status);
     }
     int status = 0;
     if (child < 0 || ::waitpid(child, &status, 0) != child || !WIFEXITED(status))
