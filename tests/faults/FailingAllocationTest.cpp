@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -130,6 +131,25 @@ Operation reading() {
             isLarge};
 }
 
+/** The list is as before, or a beginning of what was to be read. */
+Operation readingIntoAUsedList() {
+    Operation operation = reading<kinds::Strings>();
+    operation.name = "ReadStringsIntoAUsedList";
+    operation.call = [](World& world) {
+        std::vector<std::string> const before = {"1", "2", "3"};
+        std::vector<std::string> list = before;
+        try {
+            world.settings._readStrings(there, list);
+        } catch (std::bad_alloc const&) {
+            auto const& whole = large<kinds::Strings>();
+            EXPECT_TRUE(list == before ||
+                        (list.size() <= whole.size() && std::equal(list.begin(), list.end(), whole.begin())));
+            throw;
+        }
+    };
+    return operation;
+}
+
 void addThere(World& world) {
     world.settings._writeString(nullptr, there, std::string(200, 'v'), SCOPE_USER);
 }
@@ -169,6 +189,7 @@ std::vector<Operation> operations() {
         list.push_back(writing<Kind>("Again", there, false, InSteps::whenDerived, there));
         list.push_back(reading<Kind>());
     });
+    list.push_back(readingIntoAUsedList());
     list.push_back({"ReadAnotherKind", addThere,
                     [](World& world) {
                         int value = 0;
