@@ -30,8 +30,12 @@ std::string cString(std::string const& message) {
 template <class Call>
 std::string answer(Call&& call) {
     std::string result;
-    std::string const failed = failure([&] { result = call(); });
-    return failed == "nothing" ? "result: " + result : "failure: " + cString(failed);
+    bool returned = false; // a message may be "nothing", too
+    std::string const failed = failure([&] {
+        result = call();
+        returned = true;
+    });
+    return returned ? "result: " + result : "failure: " + cString(failed);
 }
 
 std::string pathToName(std::string const& path) {

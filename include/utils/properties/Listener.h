@@ -23,6 +23,9 @@
  * hands them over when the program's own loop asks, with no lock held: for everything else, and whenever what
  * is to be done takes a lock, waits, or belongs to one thread, as a user interface does.
  *
+ * `_Register::initialize` comes first: whatever uses the register before, making a listener too, builds it
+ * without the register files. Keys are compared as text, as `_Register::addCallback` says.
+ *
  * Locks: the register's lock comes first, those taken inside a `Listener`'s call come after it. So a lock that
  * is taken there is never held while the register is called, or while a listener is made or destroyed.
  */
@@ -145,7 +148,8 @@ private:
 };
 
 /**
- * Collects the names of properties that change, each once, until they are asked for.
+ * Collects the names of properties that change, each once, until they are asked for. One that has been moved
+ * from is only destroyed or assigned to.
  *
  *     QueuedListener changes{"editor", [&loop] { loop.wake(); }};
  *     changes.deliver([](std::string const& name) { show(name); }); // in the loop

@@ -17,6 +17,8 @@
  *     auto size = read<double>("editor/size", 11.0);
  *     write("editor/theme", "dark");
  *
+ * `_Register::initialize` comes first: whatever uses the register before builds it without the register files.
+ *
  * The types are `std::string`, `double`, `int`, `bool`, and `std::vector` of each. No value is converted from
  * one kind to another: a property holds the kind that was written.
  *
@@ -90,7 +92,7 @@ template <class T>
 
 /**
  * As above, but `fallback` when no scope holds `name`.
- * Errors: as above when a scope does, with another kind of value.
+ * Errors: as above when a scope does, with another kind of value or as a group.
  */
 template <class T>
 [[nodiscard]] T read(std::string const& name, T fallback) {
@@ -118,8 +120,8 @@ void write(std::string const& name, T const& value, RegisterScope scope = SCOPE_
  *
  *     Property<std::vector<int>> recent{"editor/recent", {1, 2, 3}};
  *
- * It holds no value of its own, and touches the register in its operations only, so it may be a static object
- * and exist before the register. One object may be used by several threads at once.
+ * It holds no value of its own, and touches the register in its operations only, so it may be a static object.
+ * Its operations come after `_Register::initialize`. One object may be used by several threads at once.
  */
 template <class T>
 class Property {
@@ -134,7 +136,7 @@ public:
 
     /**
      * The value from the first scope that holds it, else the fallback.
-     * Errors: `PropertyBadType` when a scope holds another kind of value, as in `read`.
+     * Errors: those of `read` when a scope holds another kind of value or a group.
      */
     [[nodiscard]] T get() const { return read<T>(_name, _fallback); }
 

@@ -297,7 +297,8 @@ public:
     /**
      * Registers a listener under a property's or a group's name: it is told of the property, or of everything
      * in the group. The same listener may be registered more than once, and is then told once for each entry;
-     * entries of one key are told in the order of their adding. An entry added while a change of its key is
+     * entries of one key are told in the order of their adding. Keys are compared with names as they are
+     * written, "/" by "/": a change of "/a/b" or "a//b" is not heard under "a/b", and a key ends in no "/". An entry added while a change of its key is
      * being announced is told from the next change on.
      * Errors: `utils::Exception` "Null callback.".
      * Locks: takes the lock.
