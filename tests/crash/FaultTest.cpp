@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cerrno>
 #include <set>
+#include <stdexcept>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -35,6 +36,8 @@ public:
             if (!event.isMark())
                 calls.push_back(event);
         }
+        if (calls.empty())
+            throw std::runtime_error("the application does not work");
     }
 
     Outcome attempt(std::string const& plan) {

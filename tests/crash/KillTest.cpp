@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <stdexcept>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -23,7 +25,7 @@ Problems killAtEachCall(Trial& trial, Files const& beginning, std::optional<int>
     trial.reset(beginning);
     Outcome const whole = trial.run("count", mode, initial.value_or(0), more);
     if (!whole.exitedWith(0) || whole.recording.calls() == 0)
-        return {"the application does not work"};
+        throw std::runtime_error("the application does not work");
     // A careless way differs from the register's in one save only.
     auto const careless = whole.recording.callsOf(2);
     long const first = trial.isCareless() ? careless.front().call : 1;
@@ -34,8 +36,9 @@ Problems killAtEachCall(Trial& trial, Files const& beginning, std::optional<int>
             trial.reset(beginning);
             std::string const plan = when + std::to_string(call);
             Outcome const run = trial.run(plan, mode, initial.value_or(0), more);
-            std::string const problem =
-                run.wasKilled() ? trial.problem(Allowed(initial, run.recording)) : "was not killed";
+            if (!run.wasKilled())
+                throw std::runtime_error(plan + " killed nothing");
+            std::string const problem = trial.problem(Allowed(initial, run.recording));
             if (!problem.empty())
                 problems.push_back(std::string(plan).append(": ").append(problem));
             ++points;

@@ -44,6 +44,7 @@ TEST(Soak, OfRandomKillsLeavesTheLastSaveOrTheOneUnderWay) {
         if (round % 1000 == 0)
             std::cout << round << " rounds" << std::endl;
     }
+    EXPECT_GT(saves, 0);
     figure("soak rounds", rounds);
     figure("of them killed during a save", duringSaves);
     figure("saves finished in them", saves);
