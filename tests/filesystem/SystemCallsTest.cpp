@@ -264,6 +264,21 @@ TEST_F(SystemCalls, ThatFailLeaveAReplacedFileOldOrNew) {
         });
 }
 
+TEST_F(SystemCalls, ThatFailSayWhyAFileIsNotReplaced) {
+    std::string const large(100'000, 'n'); // the write comes before the close
+    bool replaced = false;
+    int why = 0;
+    failEveryCall([&] { putFile(at("file"), "old"); },
+                  [&] {
+                      FileHandle* const handle = openedForWriting(files, "file");
+                      if (handle != nullptr)
+                          write(files, handle, large);
+                      replaced = handle != nullptr && files.close(handle);
+                      why = errno;
+                  },
+                  [&] { EXPECT_TRUE(replaced || why == error) << failed << ": " << std::strerror(why); });
+}
+
 TEST_F(SystemCalls, ThatFailLeaveANewFileMissingOrWhole) {
     bool made = false;
     failEveryCall([&] { clear(); }, [&] { made = writeFile(files, "file", "new"); },

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <utility>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace filesystem {
@@ -16,6 +17,12 @@ auto retried(Call call) {
         if (result != -1 || errno != EINTR)
             return result;
     }
+}
+
+/** Whether this is a file with content; `errno` says why when it is not. */
+inline bool isRegular(struct stat const& status) noexcept {
+    errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+    return S_ISREG(status.st_mode);
 }
 
 /** Owns a file descriptor, or none. */

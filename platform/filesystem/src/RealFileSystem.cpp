@@ -167,12 +167,12 @@ private:
 std::unique_ptr<RealHandle> openForReading(FileSystem& fileSystem, std::string const& path) {
     // Looked at first, since opening some devices does something; and again, since it may have changed
     // meanwhile.
-    if (typeAt(path) != S_IFREG)
+    struct stat status = {};
+    if (::stat(path.c_str(), &status) != 0 || !isRegular(status))
         return nullptr;
     int const flags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
     Descriptor file(retried([&] { return ::open(path.c_str(), flags); }));
-    struct stat status = {};
-    if (!file.isOpen() || ::fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode))
+    if (!file.isOpen() || ::fstat(file.number(), &status) != 0 || !isRegular(status))
         return nullptr;
     return std::make_unique<ReadHandle>(fileSystem, std::move(file));
 }
@@ -242,6 +242,7 @@ bool RealFileSystem::mkdir(QString const& path) {
 }
 
 bool RealFileSystem::open(QString const& path, FileHandle** handle, FileSystemMode mode) {
+    errno = EINVAL;
     if (handle == nullptr)
         return false;
     *handle = nullptr;
@@ -257,10 +258,14 @@ bool RealFileSystem::open(QString const& path, FileHandle** handle, FileSystemMo
 
 bool RealFileSystem::close(FileHandle* handle) {
     RealHandle* const own = _handles->find(handle);
-    if (own == nullptr)
+    if (own == nullptr) {
+        errno = EBADF;
         return false;
+    }
     bool const closed = own->close();
+    int const reason = errno;
     _handles->release(handle);
+    errno = reason;
     return closed;
 }
 

@@ -110,10 +110,15 @@ std::optional<Replacement::Target> Replacement::resolve(std::string const& path)
             ::readlinkat(target.directory.number(), target.name.c_str(), link.data(), link.size());
         if (length < 0 && (errno == EINVAL || errno == ENOENT))
             return target;
-        if (length < 0 || length == static_cast<::ssize_t>(link.size()))
+        if (length < 0)
             return std::nullopt;
+        if (length == static_cast<::ssize_t>(link.size())) {
+            errno = ENAMETOOLONG;
+            return std::nullopt;
+        }
         next.assign(link.data(), static_cast<std::size_t>(length));
     }
+    errno = ELOOP;
     return std::nullopt;
 }
 
@@ -121,8 +126,10 @@ std::optional<Replacement::Target> Replacement::resolve(std::string const& path)
 bool Replacement::step(Target& target, std::string const& path) {
     auto const slash = path.rfind('/');
     std::string const name = slash == std::string::npos ? path : path.substr(slash + 1);
-    if (name.empty() || name == "." || name == "..")
+    if (name.empty() || name == "." || name == "..") {
+        errno = EISDIR;
         return false;
+    }
     std::string const directory =
         slash == std::string::npos ? "." : path.substr(0, std::max(slash, std::size_t{1}));
     target.directory =
@@ -137,7 +144,7 @@ bool Replacement::examine() {
     if (::fstatat(_target.directory.number(), _target.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
         return errno == ENOENT;
     _replaced = status;
-    return S_ISREG(status.st_mode);
+    return isRegular(status);
 }
 
 /** What cannot be cleared stays, and does no harm. */
@@ -178,6 +185,7 @@ bool Replacement::makeTemporary() {
             return false;
         }
     }
+    errno = EEXIST;
     return false;
 }
 
@@ -193,7 +201,7 @@ bool Replacement::lockTemporary() const {
 bool Replacement::isAt(int file, std::string const& name) const {
     struct stat open = {};
     struct stat there = {};
-    return ::fstat(file, &open) == 0 && S_ISREG(open.st_mode) &&
+    return ::fstat(file, &open) == 0 && isRegular(open) &&
            ::fstatat(_target.directory.number(), name.c_str(), &there, AT_SYMLINK_NOFOLLOW) == 0 &&
            open.st_dev == there.st_dev && open.st_ino == there.st_ino;
 }
@@ -201,7 +209,7 @@ bool Replacement::isAt(int file, std::string const& name) const {
 long Replacement::write(void const* bytes, long count) {
     auto const* const source = static_cast<char const*>(bytes);
     auto const buffered = [this] { return static_cast<long>(_buffer.size()); };
-    if (count <= 0 || _failed)
+    if (count <= 0 || _error != 0)
         return 0;
     bool const adjoins = _position == _bufferStart + buffered();
     if ((!adjoins || count > bufferBytes - buffered()) && !flush())
@@ -228,7 +236,7 @@ long Replacement::writeThrough(char const* bytes, long count, long position) {
                             position + moved);
         });
         if (step <= 0) {
-            _failed = true;
+            _error = step < 0 ? errno : EIO;
             return moved;
         }
         moved += step;
@@ -237,10 +245,11 @@ long Replacement::writeThrough(char const* bytes, long count, long position) {
 }
 
 bool Replacement::flush() {
-    if (!_failed)
+    if (_error == 0)
         writeThrough(_buffer.data(), static_cast<long>(_buffer.size()), _bufferStart);
     _buffer.clear();
-    return !_failed;
+    errno = _error;
+    return _error == 0;
 }
 
 /** Gives the new file what the old one had: the mode, and where possible the owner, or else the group. */

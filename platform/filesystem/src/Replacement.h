@@ -26,6 +26,7 @@ public:
     /**
      * Begins to replace the file at `path`, or to make it in its directory, which must exist.
      * Result: null when that is not possible: what stands there is no regular file or may not be written.
+     * `errno` says why.
      */
     [[nodiscard]] static std::unique_ptr<Replacement> begin(std::string const& path);
 
@@ -49,8 +50,9 @@ public:
 
     /**
      * Makes the new content durable and moves it over the old one; the last call before destruction.
-     * Result: false when a step failed. The old content is then in place, except when the last step failed,
-     * making the move itself durable: the new content is in place then, but may be lost with the power.
+     * Result: false when a step failed, now or in an earlier write; `errno` says why. The old content is then
+     * in place, except when the last step failed, making the move itself durable: the new content is in place
+     * then, but may be lost with the power.
      */
     bool commit();
 
@@ -87,7 +89,7 @@ private:
     long _bufferStart = 0;
     long _position = 0;
     long _size = 0;
-    bool _failed = false;
+    int _error = 0; // the `errno` of the write that failed
 };
 
 } // namespace filesystem

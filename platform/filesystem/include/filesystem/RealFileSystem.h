@@ -25,6 +25,8 @@ class RealHandles;
  * write failed, changes nothing. The permissions, and where possible the owner, of a replaced file stay, and
  * so does a symbolic link that stands in its place: its target is replaced. What a killed process left aside
  * is cleared when the file is next opened for writing.
+ *
+ * When `open` or `close` returns false, `errno` says why; for `close`, why the first write that failed did.
  */
 class VELMORAND_FILESYSTEM_EXPORT RealFileSystem : public FileSystem {
 public:

@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <system_error>
+
+#include <sys/resource.h>
+
+#include <gtest/gtest.h>
+
+#include <utils/properties/Property.h>
+#include <utils/properties/Save.h>
+
+#include "support/RegisterProbe.h"
+#include "support/TemporaryDirectory.h"
+
+using namespace utils::properties;
+
+namespace {
+
+/** A register with a user directory of the test's own. */
+class SaveSettings : public ::testing::Test {
+protected:
+    SaveSettings() { _Register::initialize("", directory.string()); }
+
+    [[nodiscard]] std::string file() const { return directory.string() + "/Velmorand.dat"; }
+
+    [[nodiscard]] std::string bytes() const {
+        std::ifstream stream(file(), std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+
+    /** What the result says when the system says `error` of the register file. */
+    [[nodiscard]] std::string refusal(int error) const {
+        return file() + ": " + std::generic_category().message(error);
+    }
+
+    support::TemporaryDirectory directory;
+};
+
+} // namespace
+
+TEST_F(SaveSettings, SaysThatItWorked) {
+    SaveResult const result = saveSettings();
+    EXPECT_TRUE(result.saved);
+    EXPECT_EQ("", result.reason);
+}
+
+TEST_F(SaveSettings, WritesWhatSaveWrites) {
+    write("a/b", 1);
+    write("t", 2, SCOPE_TEMPORARY);
+    _Register::getInstance()->save();
+    std::string const saved = bytes();
+    std::filesystem::remove(file());
+    ASSERT_TRUE(saveSettings().saved);
+    EXPECT_EQ(saved, bytes());
+}
+
+TEST_F(SaveSettings, SaysThatTheDirectoryIsMissing) {
+    std::filesystem::remove_all(directory.path());
+    SaveResult const result = saveSettings();
+    EXPECT_FALSE(result.saved);
+    EXPECT_EQ(refusal(ENOENT), result.reason);
+}
+
+TEST_F(SaveSettings, SaysThatADirectoryStandsInPlaceOfTheFile) {
+    std::filesystem::remove(file());
+    std::filesystem::create_directory(file());
+    EXPECT_EQ(refusal(EISDIR), saveSettings().reason);
+}
+
+TEST_F(SaveSettings, SaysThatALinkLeadsNowhere) {
+    std::filesystem::remove(file());
+    std::filesystem::create_symlink(file(), file());
+    EXPECT_EQ(refusal(ELOOP), saveSettings().reason);
+}
+
+TEST_F(SaveSettings, UsesTheFileNameThatSaveUses) {
+    support::RegisterProbe::_VL_REGISTER_NAME = "other.dat";
+    ASSERT_TRUE(saveSettings().saved);
+    EXPECT_TRUE(std::filesystem::exists(directory / "other.dat"));
+}
+
+TEST_F(SaveSettings, SaysThatAWriteFailedAndLeavesTheFile) {
+    write("a", 1);
+    ASSERT_TRUE(saveSettings().saved);
+    std::string const saved = bytes();
+    write("a", 2);
+    // No file may grow: the process is told, and not killed.
+    ASSERT_NE(SIG_ERR, std::signal(SIGXFSZ, SIG_IGN));
+    struct rlimit limit = {};
+    ASSERT_EQ(0, ::getrlimit(RLIMIT_FSIZE, &limit));
+    struct rlimit const nothing = {0, limit.rlim_max};
+    ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &nothing));
+    SaveResult const result = saveSettings();
+    ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &limit));
+    EXPECT_FALSE(result.saved);
+    EXPECT_EQ(refusal(EFBIG), result.reason);
+    EXPECT_EQ(saved, bytes());
+}
+
+TEST(SaveSettingsBeforeInitialize, SaysThatThereIsNoDirectory) {
+    SaveResult const result = saveSettings();
+    EXPECT_FALSE(result.saved);
+    EXPECT_EQ("no directory is set to save in", result.reason);
+}
