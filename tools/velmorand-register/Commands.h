@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Failure.h"
+#include "RegisterFile.h"
+
+/** The program's commands. Each prints its answer on standard output; errors are `Failure`. */
+namespace tool {
+
+enum class Scope { user, global, temporary };
+
+/** Where the register files are, and which of them a command is about. */
+struct Places {
+    std::optional<std::string> globalDirectory;
+    std::optional<std::string> userDirectory;
+    std::optional<Scope> scope;
+};
+
+Status list(Places const& places, std::string const& group, bool isRecursive);
+Status get(Places const& places, std::string const& name);
+Status set(Places const& places, std::string const& kind, std::string const& name,
+           std::vector<std::string> const& texts);
+Status remove(Places const& places, std::string const& name);
+Status exportGroup(Places const& places, std::string const& group);
+Status import(Places const& places, std::string const& source, bool isReplacing);
+Status diff(std::string const& before, std::string const& after);
+Status check(Places const& places, std::optional<std::string> const& path);
+Status watch(Places const& places);
+
+} // namespace tool

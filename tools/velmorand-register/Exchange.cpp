@@ -1,0 +1,428 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Exchange.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <iterator>
+#include <limits>
+#include <ostream>
+#include <set>
+#include <tuple>
+#include <utility>
+
+#include <QByteArray>
+#include <nlohmann/json.hpp>
+
+#include "Failure.h"
+#include "Settings.h"
+#include "Terminal.h"
+#include "Text.h"
+
+namespace tool {
+
+namespace {
+
+using nlohmann::json;
+
+std::string toBase64(std::string const& bytes) {
+    return QByteArray::fromRawData(bytes.data(), static_cast<int>(bytes.size())).toBase64().toStdString();
+}
+
+bool isUtf8(std::string const& text) {
+    try {
+        static_cast<void>(json(text).dump());
+        return true;
+    } catch (json::type_error const&) {
+        return false;
+    }
+}
+
+bool isPlain(std::string const& text) {
+    return isUtf8(text);
+}
+
+bool isPlain(std::vector<std::string> const& texts) {
+    return std::all_of(texts.begin(), texts.end(), isUtf8);
+}
+
+template <class T>
+bool isPlain(T const& /*value*/) {
+    return true;
+}
+
+std::string base64Text(std::string const& text) {
+    return '"' + toBase64(text) + '"';
+}
+
+std::string base64Text(std::vector<std::string> const& texts) {
+    std::string list = "[";
+    for (std::string const& text : texts)
+        list += (list.size() == 1 ? "" : ", ") + base64Text(text);
+    return list + "]";
+}
+
+template <class T>
+std::string base64Text(T const& /*value*/) {
+    return {}; // what is always plain
+}
+
+std::string valueMember(Value const& value) {
+    return std::visit(
+        [&value](auto const& content) {
+            return isPlain(content) ? "\"value\": " + jsonText(value) : "\"base64\": " + base64Text(content);
+        },
+        value);
+}
+
+/** What `importEntries` makes of a value's text: of the many bit patterns that are no number, one. */
+Value withOneNan(Value value) {
+    auto const one = [](double& number) {
+        if (std::isnan(number))
+            number = std::numeric_limits<double>::quiet_NaN();
+    };
+    if (auto* const number = std::get_if<double>(&value))
+        one(*number);
+    if (auto* const numbers = std::get_if<std::vector<double>>(&value))
+        std::for_each(numbers->begin(), numbers->end(), one);
+    return value;
+}
+
+std::string entryText(Entry const& entry) {
+    std::string text = "{\"type\": \"" + std::string(entry.kind()) + '"';
+    if (entry.isGroup)
+        return text + '}';
+    if (!entry.value)
+        return text + ", \"base64\": " + base64Text(entry.record) + '}';
+    text += ", " + valueMember(*entry.value);
+    if (settings::recordOf(withOneNan(*entry.value)) != entry.record)
+        text += ", \"record\": " + base64Text(entry.record);
+    return text + '}';
+}
+
+/** What is wrong with an entry, without its place. */
+class BadEntry : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+std::string fromBase64(json const& text) {
+    if (!text.is_string())
+        throw BadEntry("base64 is a string");
+    auto const& encoded = text.get_ref<std::string const&>();
+    auto const decoded = QByteArray::fromBase64Encoding(
+        QByteArray::fromRawData(encoded.data(), static_cast<int>(encoded.size())),
+        QByteArray::AbortOnBase64DecodingErrors);
+    if (!decoded)
+        throw BadEntry("this is no base64: " + encoded);
+    return decoded.decoded.toStdString();
+}
+
+template <class T>
+T elementOf(json const& value);
+
+template <>
+std::string elementOf(json const& value) {
+    if (!value.is_string())
+        throw BadEntry(value.dump() + " is no string");
+    return value.get<std::string>();
+}
+
+template <>
+double elementOf(json const& value) {
+    if (value.is_number())
+        return value.get<double>();
+    if (value == "nan")
+        return std::numeric_limits<double>::quiet_NaN();
+    if (value == "inf" || value == "-inf")
+        return value == "inf" ? std::numeric_limits<double>::infinity()
+                              : -std::numeric_limits<double>::infinity();
+    throw BadEntry(value.dump() + " is no number");
+}
+
+template <>
+int elementOf(json const& value) {
+    bool const fits =
+        value.is_number_unsigned()
+            ? value.get<std::uint64_t>() <= std::uint64_t{std::numeric_limits<int>::max()}
+            : value.is_number_integer() && value.get<std::int64_t>() >= std::numeric_limits<int>::min();
+    if (!fits)
+        throw BadEntry(value.dump() + " is no integer of 32 bits");
+    return value.get<int>();
+}
+
+template <>
+bool elementOf(json const& value) {
+    if (!value.is_boolean())
+        throw BadEntry(value.dump() + " is no boolean");
+    return value.get<bool>();
+}
+
+/** Makes a value of a kind from JSON, with a function for its elements. */
+template <class T>
+struct Form {
+    template <class Convert>
+    static T from(json const& value, Convert convert) {
+        return convert(value);
+    }
+};
+
+template <class T>
+struct Form<std::vector<T>> {
+    template <class Convert>
+    static std::vector<T> from(json const& value, Convert convert) {
+        if (!value.is_array())
+            throw BadEntry(value.dump() + " is no list");
+        std::vector<T> values;
+        std::transform(value.begin(), value.end(), std::back_inserter(values), convert);
+        return values;
+    }
+};
+
+template <class T>
+struct ElementOf {
+    using type = T;
+};
+template <class T>
+struct ElementOf<std::vector<T>> {
+    using type = T;
+};
+
+template <class T>
+Value plainValue(json const& value) {
+    return Form<T>::from(value, elementOf<typename ElementOf<T>::type>);
+}
+
+template <std::size_t... Kinds>
+Value plainValueOf(std::size_t kind, json const& value, std::index_sequence<Kinds...> /*all*/) {
+    constexpr std::array makers{&plainValue<std::variant_alternative_t<Kinds, Value>>...};
+    return makers.at(kind)(value);
+}
+
+Value encodedValueOf(std::string const& type, json const& value) {
+    if (type == "string")
+        return fromBase64(value);
+    if (type == "strings")
+        return Form<std::vector<std::string>>::from(value, fromBase64);
+    throw BadEntry(type + " is given as \"value\"");
+}
+
+/** The members of an entry; each may be taken once, and all must be. */
+class Members {
+public:
+    explicit Members(json const& entry) : _entry(entry) {}
+
+    json const* take(char const* name) {
+        auto const found = _entry.find(name);
+        if (found == _entry.end())
+            return nullptr;
+        ++_taken;
+        return &*found;
+    }
+
+    void expectAllTaken(std::string const& type) const {
+        if (_taken != _entry.size())
+            throw BadEntry("this is no entry of type " + type + ": " + _entry.dump());
+    }
+
+private:
+    json const& _entry;
+    std::size_t _taken = 0;
+};
+
+std::optional<Value> givenValue(std::string const& type, std::size_t kind, Members& members) {
+    if (auto const* const plain = members.take("value"))
+        return plainValueOf(kind, *plain, std::make_index_sequence<kindNames.size()>());
+    if (auto const* const encoded = members.take("base64"))
+        return encodedValueOf(type, *encoded);
+    throw BadEntry("its value is missing");
+}
+
+void importValue(std::string const& name, std::string const& type, Members& members) {
+    auto const* const found = std::find(kindNames.begin(), kindNames.end(), type);
+    if (found == kindNames.end())
+        throw BadEntry("no such type: " + type);
+    auto const value = givenValue(type, static_cast<std::size_t>(found - kindNames.begin()), members);
+    if (auto const* const record = members.take("record")) {
+        settings::writeRecord(name, fromBase64(*record));
+        auto const held = settings::entry(name).value;
+        if (!held || settings::recordOf(withOneNan(*held)) != settings::recordOf(*value))
+            throw BadEntry("its value and its record differ: leave one that has been edited without record");
+    } else {
+        settings::write(name, *value);
+    }
+}
+
+void importEntry(std::string const& name, json const& entry) {
+    if (settings::cleanName(name) != name || name.empty())
+        throw BadEntry("a name is levels with one \"/\" between them");
+    Members members(entry);
+    auto const* const given = members.take("type");
+    if (given == nullptr || !given->is_string())
+        throw BadEntry("its type is missing");
+    auto const& type = given->get_ref<std::string const&>();
+    if (type == "group") {
+        settings::makeGroup(name);
+    } else if (type == "bytes") {
+        auto const* const encoded = members.take("base64");
+        if (encoded == nullptr)
+            throw BadEntry("its base64 is missing");
+        settings::writeRecord(name, fromBase64(*encoded));
+    } else {
+        importValue(name, type, members);
+    }
+    members.expectAllTaken(type);
+}
+
+/** Goes through text, for the parser, and counts the lines. */
+class CountingIterator {
+public:
+    using iterator_category = std::input_iterator_tag;
+    using value_type = char;
+    using difference_type = std::ptrdiff_t;
+    using pointer = char const*;
+    using reference = char const&;
+
+    struct Place {
+        std::size_t line = 1;
+        std::size_t byte = 0;
+    };
+
+    CountingIterator(char const* at, Place* place) : _at(at), _place(place) {}
+
+    reference operator*() const { return *_at; }
+    CountingIterator& operator++() {
+        _place->line += *_at == '\n' ? 1U : 0U;
+        ++_place->byte;
+        ++_at;
+        return *this;
+    }
+    CountingIterator operator++(int) {
+        CountingIterator const old = *this;
+        ++*this;
+        return old;
+    }
+    friend bool operator==(CountingIterator const& left, CountingIterator const& right) {
+        return left._at == right._at;
+    }
+    friend bool operator!=(CountingIterator const& left, CountingIterator const& right) {
+        return !(left == right);
+    }
+
+private:
+    char const* _at;
+    Place* _place;
+};
+
+/** Imports each entry as soon as it is read, and keeps none. */
+class Importer {
+public:
+    Importer(std::string const& source, std::string const& text)
+        : _source(source), _text(text), _progress("importing", text.size()) {}
+
+    void run() {
+        char const* const begin = _text.data();
+        try {
+            std::ignore =
+                json::parse(CountingIterator(begin, &_place), CountingIterator(begin + _text.size(), &_place),
+                            [this](int depth, json::parse_event_t event, json& parsed) {
+                                return take(depth, event, parsed);
+                            });
+        } catch (json::exception const& error) {
+            throw Failure(Status::misuse, _source + ": " + reasonOf(error.what()));
+        } catch (BadEntry const& error) {
+            throw refusal(error.what());
+        } catch (Failure const& error) {
+            throw refusal(error.what());
+        }
+    }
+
+private:
+    enum Depth { top = 0, entry = 1, member = 2, list = 3 };
+
+    /** Result: whether the parser keeps what it has read. */
+    bool take(int depth, json::parse_event_t event, json& parsed) {
+        using Event = json::parse_event_t;
+        switch (event) {
+        case Event::key:
+            takeKey(depth, parsed.get_ref<std::string const&>());
+            break;
+        case Event::object_start:
+            expect(depth <= entry);
+            break;
+        case Event::array_start:
+            expect(depth == member);
+            break;
+        case Event::value:
+            expect(depth >= member);
+            break;
+        case Event::object_end:
+            if (depth == entry) {
+                importEntry(_name, parsed);
+                _progress.at(_place.byte);
+                return false;
+            }
+            break;
+        case Event::array_end:
+            break;
+        }
+        return true;
+    }
+
+    void takeKey(int depth, std::string const& key) {
+        if (depth == entry) {
+            _name = key;
+            _line = _place.line;
+            _members.clear();
+            if (!_names.insert(key).second)
+                throw BadEntry("it is there twice");
+        } else if (!_members.insert(key).second) {
+            throw BadEntry('"' + key + "\" is there twice");
+        }
+    }
+
+    void expect(bool isEntries) const {
+        if (!isEntries)
+            throw BadEntry(
+                "an object of entries is expected: {\"NAME\": {\"type\": KIND, \"value\": VALUE}}");
+    }
+
+    [[nodiscard]] Failure refusal(std::string const& reason) const {
+        std::string const place = _source + ": line " + std::to_string(_line);
+        return {Status::misuse, place + (_names.empty() ? "" : ", " + _name) + ": " + reason};
+    }
+
+    /** The parser's message without its own name. */
+    static std::string reasonOf(std::string const& message) {
+        auto const end = message.find("] ");
+        return end == std::string::npos ? message : message.substr(end + 2);
+    }
+
+    std::string const& _source;
+    std::string const& _text;
+    Progress _progress;
+    CountingIterator::Place _place;
+    std::set<std::string> _names;   // so far
+    std::set<std::string> _members; // of the entry
+    std::string _name;
+    std::size_t _line = 1;
+};
+
+} // namespace
+
+void exportEntries(Entries const& entries, std::ostream& out) {
+    Progress progress("exporting", entries.size());
+    std::size_t done = 0;
+    out << '{';
+    for (auto const& [name, entry] : entries) {
+        out << (done == 0 ? "\n" : ",\n") << "  " << json(name).dump() << ": " << entryText(entry);
+        progress.at(++done);
+    }
+    out << (done == 0 ? "}\n" : "\n}\n");
+}
+
+void importEntries(std::string const& source, std::string const& text) {
+    Importer(source, text).run();
+}
+
+} // namespace tool

@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "RegisterFile.h"
+
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <filesystem/RealFileSystem.h>
+#include <utils/properties/Register.h>
+
+#include "Failure.h"
+#include "Settings.h"
+
+namespace tool {
+
+namespace {
+
+using filesystem::FileHandle;
+using filesystem::FileSystem;
+using filesystem::RealFileSystem;
+using utils::properties::_Register;
+
+QString toQString(std::string const& utf8) {
+    return QString::fromUtf8(utf8.data(), static_cast<int>(utf8.size()));
+}
+
+/** Where the user scope lies in the register's file system. */
+QString userScope() {
+    return QStringLiteral("/user/");
+}
+
+std::filesystem::path fileAt(std::string const& path) {
+    std::error_code ignored;
+    return std::filesystem::is_directory(path, ignored) ? std::filesystem::path(path) / registerFileName
+                                                        : std::filesystem::path(path);
+}
+
+} // namespace
+
+RegisterFile::RegisterFile(std::string const& path)
+    : _path(fileAt(path).string()), _directory(fileAt(path).parent_path().string()),
+      _name(fileAt(path).filename().string()) {
+    if (_directory.empty())
+        _directory = ".";
+}
+
+std::string RegisterFile::refusal(int error) const {
+    return _path + ": " + std::generic_category().message(error);
+}
+
+Loaded RegisterFile::load() const {
+    RealFileSystem disk(toQString(_directory));
+    FileHandle* handle = nullptr;
+    if (!disk.open(toQString(_name), &handle, FileSystem::MODE_READ)) {
+        if (errno != ENOENT)
+            throw Failure(Status::fileTrouble, refusal(errno));
+        settings::remove("");
+        settings::makeGroup("");
+        return {false, 0};
+    }
+    try {
+        _Register::getInstance()->unserialize(userScope(), *handle);
+    } catch (utils::Exception const& damage) {
+        // The message names the place in memory, and then what is wrong.
+        std::string const message = damage.what();
+        auto const place = message.find(": ");
+        throw Failure(Status::fileTrouble,
+                      _path + ": " + (place == std::string::npos ? message : message.substr(place + 2)));
+    }
+    long const end = disk.tell(handle);
+    disk.seek(handle, 0, FileSystem::ORIGIN_END);
+    return {true, disk.tell(handle) - end};
+}
+
+Entries RegisterFile::entries() const {
+    load();
+    return settings::entriesBelow("");
+}
+
+void RegisterFile::save() const {
+    auto const failed = [this](int error) {
+        return Failure(Status::fileTrouble, "not saved: " + refusal(error));
+    };
+    RealFileSystem disk(toQString(_directory));
+    FileHandle* handle = nullptr;
+    if (!disk.open(toQString(_name), &handle, FileSystem::MODE_WRITE))
+        throw failed(errno);
+    errno = EIO;
+    // A handle that is not closed leaves the file as it was.
+    if (!_Register::getInstance()->serialize(userScope(), *handle) || !disk.close(handle))
+        throw failed(errno);
+}
+
+EditLock::EditLock(std::string const& directory)
+    : _directory(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+    while (_directory >= 0 && ::flock(_directory, LOCK_EX) != 0 && errno == EINTR) {
+    }
+}
+
+EditLock::~EditLock() {
+    if (_directory >= 0)
+        ::close(_directory);
+}
+
+} // namespace tool

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Entry.h"
+
+/** Values and names as people read and write them. */
+namespace tool {
+
+/**
+ * The value of a kind that texts, one for each element, say.
+ * Errors: `Failure` when there is no such kind, when a text is none of it, or when there are too few or too
+ * many.
+ */
+Value parseValue(std::string const& kind, std::vector<std::string> const& texts);
+
+/** The elements of a value, each as `parseValue` takes it; a single value has one. */
+std::vector<std::string> elementTexts(Value const& value);
+
+/** A value in JSON, on one line; text that is not UTF-8 is shown with "\ufffd" in its place. */
+std::string jsonText(Value const& value);
+
+/** Text for one line of a terminal: what would not stay in it, or is no UTF-8, as escapes. */
+std::string shown(std::string const& text);
+
+} // namespace tool

@@ -1,0 +1,77 @@
+# SPDX-License-Identifier: Apache-2.0
+#
+# Completion for bash: commands, options, kinds, files, and the names of the settings in the directories that the
+# command line gives.
+_velmorand_register() {
+    local cur prev words cword
+    _init_completion || return
+
+    local places=() command='' command_at=0 i
+    for ((i = 1; i < cword; i++)); do
+        case ${words[i]} in
+        --user | --global | --scope)
+            places+=("${words[i]}" "${words[i + 1]/#\~/$HOME}")
+            ((i++))
+            ;;
+        -*) ;;
+        *) [[ $command ]] || { command=${words[i]} command_at=$i; } ;;
+        esac
+    done
+
+    case $prev in
+    --user | --global)
+        _filedir -d
+        return
+        ;;
+    --scope)
+        COMPREPLY=($(compgen -W 'user global temporary' -- "$cur"))
+        return
+        ;;
+    esac
+
+    local options='--user --global --scope --help'
+    case $command in
+    '') options+=' --version' ;;
+    list) options+=' --recursive' ;;
+    import) options+=' --replace' ;;
+    esac
+    if [[ $cur == -* ]]; then
+        COMPREPLY=($(compgen -W "$options" -- "$cur"))
+        return
+    fi
+
+    local names=''
+    case $command in
+    '')
+        COMPREPLY=($(compgen -W 'list get set delete export import diff check watch' -- "$cur"))
+        return
+        ;;
+    diff | check | import)
+        _filedir
+        return
+        ;;
+    set)
+        if ((cword == command_at + 1)); then
+            COMPREPLY=($(compgen -W 'string number integer boolean strings numbers integers booleans' -- "$cur"))
+            return
+        fi
+        ((cword == command_at + 2)) || return
+        names=properties
+        ;;
+    get | delete) names=properties ;;
+    list | export) names=groups ;;
+    *) return ;;
+    esac
+
+    # A line of the list: the kind, the scope, the name, in columns.
+    local IFS=$'\n' name
+    COMPREPLY=()
+    for name in $(velmorand-register "${places[@]}" list -r 2>/dev/null | cut -c 18-); do
+        if [[ $names == groups ]]; then
+            [[ $name == */* ]] || continue
+            name=${name%/*}
+        fi
+        [[ $name == "$cur"* ]] && COMPREPLY+=("$(printf %q "$name")")
+    done
+    COMPREPLY=($(printf '%s\n' "${COMPREPLY[@]}" | sort -u))
+} && complete -F _velmorand_register velmorand-register
