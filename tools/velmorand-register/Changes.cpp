@@ -13,7 +13,7 @@ namespace {
 void printLine(char sign, std::string const& name, Entry const& entry, std::ostream& out) {
     std::string line = sign + (' ' + shown(name)) + ": " + std::string(entry.kind());
     if (entry.value)
-        line += ' ' + shown(jsonText(*entry.value));
+        line += ' ' + jsonShown(*entry.value);
     else if (!entry.isGroup)
         line += " of no kind, " + std::to_string(entry.record.size());
     out << coloured(line, sign == '-' ? Colour::red : Colour::green) << '\n';

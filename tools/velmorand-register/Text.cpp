@@ -129,6 +129,25 @@ std::string jsonOf(std::vector<T> const& values) {
     return text + "]";
 }
 
+/** With escapes for the control characters that JSON lets through: DEL, and U+0080 to U+009F. */
+std::string withoutControls(std::string const& text) {
+    std::string line;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        auto const byte = static_cast<unsigned char>(text[i]);
+        auto const next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : '\xFF');
+        if (byte == 0x7F) {
+            line += "\\u007f";
+        } else if (byte == 0xC2 && next < 0xA0) {
+            line += next < 0x90 ? "\\u008" : "\\u009";
+            line += "0123456789abcdef"[next & 0xFU];
+            ++i;
+        } else {
+            line += text[i];
+        }
+    }
+    return line;
+}
+
 } // namespace
 
 Value parseValue(std::string const& kind, std::vector<std::string> const& texts) {
@@ -152,26 +171,19 @@ std::string jsonText(Value const& value) {
     return std::visit([](auto const& content) { return jsonOf(content); }, value);
 }
 
+std::string jsonShown(Value const& value) {
+    return withoutControls(jsonText(value));
+}
+
 std::string shown(std::string const& text) {
     std::string const quoted = jsonOf(text);
     std::string line;
     for (std::size_t i = 1; i + 1 < quoted.size(); ++i) {
-        auto const byte = static_cast<unsigned char>(quoted[i]);
-        auto const next = static_cast<unsigned char>(quoted[i + 1]);
-        if (byte == '\\') {
-            line += next == '"' ? "\"" : std::string{'\\', quoted[i + 1]};
-            ++i;
-        } else if (byte == 0x7F) {
-            line += "\\u007f";
-        } else if (byte == 0xC2 && next < 0xA0) { // the other control characters that JSON lets through
-            line += next < 0x90 ? "\\u008" : "\\u009";
-            line += "0123456789abcdef"[next & 0xFU];
-            ++i;
-        } else {
-            line += quoted[i];
-        }
+        if (quoted[i] == '\\' && quoted[++i] != '"')
+            line += '\\';
+        line += quoted[i];
     }
-    return line;
+    return withoutControls(line);
 }
 
 } // namespace tool

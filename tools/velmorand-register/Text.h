@@ -22,6 +22,9 @@ std::vector<std::string> elementTexts(Value const& value);
 /** A value in JSON, on one line; text that is not UTF-8 is shown with "\ufffd" in its place. */
 std::string jsonText(Value const& value);
 
+/** As `jsonText`, for a terminal: every control character is an escape. */
+std::string jsonShown(Value const& value);
+
 /** Text for one line of a terminal: what would not stay in it, or is no UTF-8, as escapes. */
 std::string shown(std::string const& text);
 

@@ -115,10 +115,8 @@ private:
         addName(set, "The property's name");
         // As many as there are, and each as it is: where CLI11 is to take some more, "[a,b]" is two of them.
         _values = set->add_option("VALUE", "The value; for a list, each of its elements");
-        _values->expected(CLI::detail::expected_max_vector_size)
-            ->take_all()
-            ->allow_extra_args(false)
-            ->type_name("");
+        constexpr int most = CLI::detail::expected_max_vector_size;
+        _values->take_all()->expected(most - 1, most)->allow_extra_args(false)->type_name("");
         set->footer("Put -- before values that begin with a \"-\" and are no numbers.");
 
         addName(add("delete", "Removes a property, or a group with all that is in it",
