@@ -57,6 +57,12 @@ RegisterFile fileIn(Directory const& directory) {
     return RegisterFile(directory.path + "/" + registerFileName);
 }
 
+/** A file that was named; a directory stands for the register file in it. */
+RegisterFile fileAt(std::string const& path) {
+    std::error_code ignored;
+    return std::filesystem::is_directory(path, ignored) ? fileIn({path, true}) : RegisterFile(path);
+}
+
 Directory directoryOf(Places const& places, Scope scope) {
     if (scope == Scope::user)
         return userDirectory(places);
@@ -239,7 +245,7 @@ Status import(Places const& places, std::string const& source, bool isReplacing)
 
 Status diff(std::string const& before, std::string const& after) {
     auto const entriesOf = [](std::string const& path) {
-        RegisterFile const file(path);
+        RegisterFile const file = fileAt(path);
         if (!file.load().isThere)
             throw Failure(Status::fileTrouble, file.path() + " is not there");
         return settings::entriesBelow("");
@@ -250,7 +256,7 @@ Status diff(std::string const& before, std::string const& after) {
 
 Status check(Places const& places, std::optional<std::string> const& path) {
     if (path)
-        return checkFile(RegisterFile(*path));
+        return checkFile(fileAt(*path));
     theDirectory(places); // refuses the temporary scope
     for (ScopedFile const& scoped : filesToRead(places))
         checkFile(scoped.file);

@@ -33,17 +33,11 @@ QString userScope() {
     return QStringLiteral("/user/");
 }
 
-std::filesystem::path fileAt(std::string const& path) {
-    std::error_code ignored;
-    return std::filesystem::is_directory(path, ignored) ? std::filesystem::path(path) / registerFileName
-                                                        : std::filesystem::path(path);
-}
-
 } // namespace
 
 RegisterFile::RegisterFile(std::string const& path)
-    : _path(fileAt(path).string()), _directory(fileAt(path).parent_path().string()),
-      _name(fileAt(path).filename().string()) {
+    : _path(path), _directory(std::filesystem::path(path).parent_path().string()),
+      _name(std::filesystem::path(path).filename().string()) {
     if (_directory.empty())
         _directory = ".";
 }

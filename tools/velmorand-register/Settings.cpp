@@ -128,7 +128,8 @@ void prepare(std::string const& name) {
 } // namespace
 
 std::string cleanName(std::string const& name) {
-    if (toQString(name).toUtf8().toStdString() != name)
+    std::string const path = '/' + name; // a mark of UTF-8 at the beginning of text would be lost
+    if (toQString(path).toUtf8().toStdString() != path)
         throw Failure(Status::misuse, "a name is UTF-8 text: " + name);
     std::string clean;
     for (std::size_t begin = 0; begin < name.size();) {

@@ -20,7 +20,9 @@ namespace tool {
 
 namespace {
 
-/** Waits for changes of a file: of its entry in its directory, and of the one that it links to. */
+constexpr int hopLimit = 40; // as many symbolic links as Linux itself follows
+
+/** Waits for changes of a file: of its name in its directory, and of each that it links to. */
 class FileWatch {
 public:
     explicit FileWatch(RegisterFile const& file) : _file(file), _events(::inotify_init1(IN_CLOEXEC)) {
@@ -38,16 +40,19 @@ public:
     }
 
 private:
-    /** Watches both directories; watching one again changes nothing. */
+    /** Watches where the file is, also when it is not there yet; watching a directory again changes nothing. */
     void follow() {
-        _names = {_file.name()};
-        watchDirectory(_file.directory());
-        std::error_code ignored;
-        auto const target = std::filesystem::canonical(_file.path(), ignored);
-        if (ignored || !target.has_filename())
-            return;
-        _names.insert(target.filename().string());
-        watchDirectory(target.parent_path().string());
+        _names.clear();
+        std::filesystem::path place = _file.directory() + "/" + _file.name();
+        std::error_code none;
+        for (int hop = 0; hop < hopLimit; ++hop) {
+            _names.insert(place.filename().string());
+            watchDirectory(place.parent_path().string());
+            std::filesystem::path const target = std::filesystem::read_symlink(place, none);
+            if (none)
+                break;
+            place = place.parent_path() / target;
+        }
     }
 
     void watchDirectory(std::string const& directory) {

@@ -3,13 +3,11 @@
 // velmorand-register: looks at and changes register files, for people and scripts. Answers go to standard
 // output, complaints to standard error.
 
-#include <cerrno>
 #include <exception>
 #include <functional>
 #include <iostream>
 #include <map>
 #include <string>
-#include <system_error>
 
 #include <CLI/CLI.hpp>
 
@@ -37,6 +35,7 @@ public:
         _line.footer(footer);
         _line.set_version_flag("--version", "velmorand-register " VELMORAND_VERSION);
         _line.fallthrough();
+        _line.require_subcommand(0, 1); // what follows a command may be named like one
         _line.get_formatter()->column_width(28);
         _line.get_formatter()->label("REQUIRED", "");
         _line.get_formatter()->label("SUBCOMMAND", "COMMAND");
@@ -63,11 +62,7 @@ private:
         CLI::App* const added = _line.add_subcommand(name, what);
         added->group("Commands");
         added->footer("");
-        added->callback([this, command] {
-            if (_command)
-                throw Failure(Status::misuse, "more than one command");
-            _command = command;
-        });
+        added->callback([this, command] { _command = command; });
         return added;
     }
 
@@ -175,10 +170,7 @@ Status complain(Status status, std::string const& message) {
 
 /** Everything that was printed has arrived. */
 Status delivered(Status status) {
-    errno = EIO;
-    if (std::cout.flush())
-        return status;
-    return complain(Status::fileTrouble, "standard output: " + std::generic_category().message(errno));
+    return std::cout.flush() ? status : complain(Status::fileTrouble, "standard output cannot be written");
 }
 
 Status run(int argc, char const* const* argv) {

@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <csignal>
+#include <filesystem>
+
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "Tool.h"
+
+using namespace tool;
+
+namespace {
+
+/** The tool on a register file that it cannot read or replace. */
+class Failures : public Tool {
+protected:
+    Failures() {
+        answer({"set", "string", "x", "old"});
+        saved = bytesOf(userFile);
+    }
+
+    /** What becomes of a run in which no file may grow, as on a full disk. */
+    Outcome runOnAFullDisk(Arguments const& arguments, bool isKilled) {
+        std::signal(SIGXFSZ, isKilled ? SIG_DFL : SIG_IGN);
+        struct rlimit limit = {};
+        EXPECT_EQ(0, ::getrlimit(RLIMIT_FSIZE, &limit));
+        struct rlimit const nothing = {room, limit.rlim_max};
+        EXPECT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &nothing));
+        Outcome const outcome = run(arguments);
+        EXPECT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &limit));
+        return outcome;
+    }
+
+    /** Enough for a complaint, and not for a register file with `large`. */
+    static constexpr rlim_t room = 4096;
+    std::string const large = std::string(10'000, 'l');
+    std::string saved;
+};
+
+std::vector<Arguments> everyReader(std::string const& file) {
+    return {{"list"}, {"get", "x"}, {"export"}, {"check"}, {"diff", file, file}};
+}
+
+} // namespace
+
+TEST_F(Failures, OfADamagedFileNameIt) {
+    putBytes(userFile, saved.substr(0, saved.size() - 1));
+    for (Arguments const& arguments : everyReader(userFile))
+        EXPECT_THAT(run(arguments), Complains(3, userFile + ": ")) << arguments.front();
+}
+
+TEST_F(Failures, OfADamagedFileLeaveIt) {
+    for (std::string const& damaged :
+         {std::string(), std::string("garbage"), saved.substr(0, saved.size() / 2)}) {
+        putBytes(userFile, damaged);
+        EXPECT_THAT(run({"set", "integer", "y", "1"}), Complains(3, userFile + ": "));
+        EXPECT_THAT(run({"delete", "x"}), Complains(3, userFile + ": "));
+        EXPECT_THAT(run({"import", "-"}, "{}"), Complains(3, userFile + ": "));
+        EXPECT_THAT(run({"import", "--replace", "-"}, "{}"), Complains(3, userFile + ": "));
+        EXPECT_EQ(damaged, bytesOf(userFile));
+    }
+}
+
+TEST_F(Failures, OfAFileWithMoreBehindItAreFoundByCheck) {
+    putBytes(userFile, saved + "xyz");
+    EXPECT_THAT(run({"check"}), Complains(3, userFile + ": 3 bytes behind the end of the settings"));
+    EXPECT_EQ("old\n", answer({"get", "x"}));
+}
+
+TEST_F(Failures, OfADamagedGlobalFileConcernWhoReadsIt) {
+    putBytes(globalFile, "garbage");
+    EXPECT_THAT(run({"--global", global, "get", "y"}), Complains(3, globalFile + ": "));
+    EXPECT_EQ("old\n", answer({"get", "x"}));
+}
+
+TEST_F(Failures, OfADirectoryInPlaceOfTheFile) {
+    std::filesystem::remove(userFile);
+    std::filesystem::create_directory(userFile);
+    EXPECT_THAT(run({"get", "x"}), Complains(3, userFile + ": Is a directory"));
+    EXPECT_THAT(run({"set", "integer", "y", "1"}), Complains(3, userFile + ": Is a directory"));
+}
+
+TEST_F(Failures, OfAFileThatMayNotBeReadSaySo) {
+    if (::geteuid() == 0)
+        GTEST_SKIP() << "root reads everything";
+    std::filesystem::permissions(userFile, std::filesystem::perms::none);
+    EXPECT_THAT(run({"get", "x"}), Complains(3, userFile + ": Permission denied"));
+    EXPECT_THAT(run({"set", "integer", "y", "1"}), Complains(3, userFile + ": Permission denied"));
+}
+
+TEST_F(Failures, OfAFullDiskLeaveTheOldFile) {
+    EXPECT_THAT(runOnAFullDisk({"set", "string", "x", large}, false),
+                Complains(3, "not saved: " + userFile + ": File too large"));
+    EXPECT_EQ(saved, bytesOf(userFile));
+    EXPECT_EQ("old\n", answer({"get", "x"}));
+}
+
+TEST_F(Failures, InTheMiddleOfASaveLeaveTheOldFile) {
+    EXPECT_EQ(-SIGXFSZ, runOnAFullDisk({"set", "string", "x", large}, true).status);
+    EXPECT_EQ(saved, bytesOf(userFile));
+    answer({"set", "string", "x", "new"});
+    EXPECT_EQ(1, std::distance(std::filesystem::directory_iterator(user), {})); // what was left is cleared
+}
+
+TEST_F(Failures, ToPrintAreNotSilent) {
+    std::filesystem::remove(outPath());
+    std::filesystem::create_symlink("/dev/full", outPath());
+    for (Arguments const& arguments :
+         {Arguments{"list"}, {"get", "x"}, {"export"}, {"check"}, {"--help"}, {"--version"}}) {
+        Arguments all = {"--user", user};
+        all.insert(all.end(), arguments.begin(), arguments.end());
+        int status = 0;
+        ::waitpid(start(all), &status, 0);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 3) << arguments.front();
+        EXPECT_EQ("velmorand-register: standard output cannot be written\n", bytesOf(errPath()));
+    }
+}

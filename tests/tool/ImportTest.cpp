@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Tool.h"
+
+using namespace tool;
+
+namespace {
+
+struct Case {
+    std::string name;
+    std::string json;
+    std::string complaint;
+};
+
+void PrintTo(Case const& test, std::ostream* out) {
+    *out << test.name;
+}
+
+class BadImport : public Tool, public testing::WithParamInterface<Case> {};
+
+std::string entryOf(std::string const& members) {
+    return R"({"good": {"type": "integer", "value": 1},)"
+           "\n"
+           R"("bad": {)" +
+           members + "}}";
+}
+
+std::string const format = R"(an object of entries is expected: {"NAME": {"type": KIND, "value": VALUE}})";
+std::string const bad = "standard input: line 2, bad: ";
+
+std::vector<Case> everyCase() {
+    return {
+        {"Nothing", "", "standard input: parse error at line 1, column 1"},
+        {"NoJson", "{\"a\": ", "standard input: parse error at line 1, column 7"},
+        {"MoreBehindIt", "{} x", "standard input: parse error at line 1, column 4"},
+        {"NoUtf8", "{\"\xFF\": {}}", "standard input: parse error"},
+        {"AList", "[]", "line 1: " + format},
+        {"ANumber", "1", "line 1: " + format},
+        {"NoEntry", R"({"bad": 1})", "line 1, bad: " + format},
+        {"AListAsEntry", R"({"bad": []})", "line 1, bad: " + format},
+        {"AnObjectAsValue", entryOf(R"("type": "string", "value": {})"), bad + format},
+        {"AListInAList", entryOf(R"("type": "strings", "value": [[]])"), bad + format},
+        {"NoType", entryOf(R"("value": 1)"), bad + "its type is missing"},
+        {"ATypeThatIsNoText", entryOf(R"("type": 1, "value": 1)"), bad + "its type is missing"},
+        {"NoSuchType", entryOf(R"("type": "int", "value": 1)"), bad + "no such type: int"},
+        {"NoValue", entryOf(R"("type": "integer")"), bad + "its value is missing"},
+        {"OneMemberMore", entryOf(R"("type": "integer", "value": 1, "scope": 1)"),
+         bad + "this is no entry of type integer"},
+        {"TwoValues", entryOf(R"("type": "string", "value": "", "base64": "")"),
+         bad + "this is no entry of type string"},
+        {"AGroupWithAValue", entryOf(R"("type": "group", "value": 1)"),
+         bad + "this is no entry of type group"},
+        {"TheSameMemberTwice", entryOf(R"("type": "integer", "value": 1, "value": 2)"),
+         bad + "\"value\" is there twice"},
+        {"TheSameNameTwice",
+         R"({"bad": {"type": "integer", "value": 1}, "bad": {"type": "integer", "value": 2}})",
+         "line 1, bad: it is there twice"},
+        {"ANumberAsString", entryOf(R"("type": "string", "value": 1)"), bad + "1 is no string"},
+        {"AStringAsNumber", entryOf(R"("type": "number", "value": "1")"), bad + "\"1\" is no number"},
+        {"AFractionAsInteger", entryOf(R"("type": "integer", "value": 1.5)"), bad + "1.5 is no integer"},
+        {"ALargeInteger", entryOf(R"("type": "integer", "value": 2147483648)"),
+         bad + "2147483648 is no integer of 32 bits"},
+        {"ASmallInteger", entryOf(R"("type": "integer", "value": -2147483649)"),
+         bad + "-2147483649 is no integer of 32 bits"},
+        {"AHugeNumber", entryOf(R"("type": "number", "value": 1e999)"), "1e999"},
+        {"AnIntegerAsBoolean", entryOf(R"("type": "boolean", "value": 1)"), bad + "1 is no boolean"},
+        {"ANull", entryOf(R"("type": "string", "value": null)"), bad + "null is no string"},
+        {"AValueAsList", entryOf(R"("type": "strings", "value": "a")"), bad + "\"a\" is no list"},
+        {"AListAsValue", entryOf(R"("type": "string", "value": ["a"])"), bad + "[\"a\"] is no string"},
+        {"OneBadElement", entryOf(R"("type": "integers", "value": [1, true])"), bad + "true is no integer"},
+        {"NoBase64", entryOf(R"("type": "string", "base64": "?")"), bad + "this is no base64: ?"},
+        {"ABase64Integer", entryOf(R"("type": "integer", "base64": "")"),
+         bad + "integer is given as \"value\""},
+        {"BytesWithoutThem", entryOf(R"("type": "bytes", "value": "")"), bad + "its base64 is missing"},
+        {"AnotherRecord", entryOf(R"("type": "integer", "value": 1, "record": "SQIAAAA=")"),
+         bad + "its value and its record differ"},
+        {"ARecordOfAnotherKind", entryOf(R"("type": "boolean", "value": true, "record": "SQEAAAA=")"),
+         bad + "its value and its record differ"},
+        {"TheEmptyName", R"({"": {"type": "integer", "value": 1}})", "line 1, : a name is levels"},
+        {"AnEmptyLevel", R"({"a//b": {"type": "integer", "value": 1}})", "line 1, a//b: a name is levels"},
+        {"ASlashAtTheEnd", R"({"a/": {"type": "integer", "value": 1}})", "line 1, a/: a name is levels"},
+        {"Dots", R"({"a/..": {"type": "integer", "value": 1}})", "a name has no \".\" and \"..\" levels"},
+        {"AGroupAsProperty", R"({"group": {"type": "integer", "value": 1}})",
+         "line 1, group: group is a group"},
+        {"APropertyAsGroup", R"({"group/x": {"type": "group"}})", "group/x cannot be a group"},
+        {"APropertyInAProperty", R"({"group/x/y": {"type": "integer", "value": 1}})",
+         "group/x cannot be a group"},
+        {"APropertyThatIsAGroupToo",
+         R"({"a": {"type": "integer", "value": 1}, "a/b": {"type": "integer", "value": 1}})",
+         "line 1, a/b: a cannot be a group"},
+    };
+}
+
+} // namespace
+
+TEST_P(BadImport, NamesThePlaceAndTheReasonAndChangesNothing) {
+    answer({"set", "integer", "group/x", "1"});
+    std::string const before = bytesOf(userFile);
+    EXPECT_THAT(run({"import", "-"}, GetParam().json), Complains(2, GetParam().complaint));
+    EXPECT_EQ(before, bytesOf(userFile));
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, BadImport, testing::ValuesIn(everyCase()),
+                         [](auto const& test) { return test.param.name; });
+
+using Import = Tool;
+
+TEST_F(Import, ReadsAFile) {
+    putBytes(at("settings.json"), R"({"x": {"type": "integer", "value": 1}})");
+    answer({"import", at("settings.json")});
+    EXPECT_EQ("1\n", answer({"get", "x"}));
+}
+
+TEST_F(Import, NamesTheFileThatIsWrong) {
+    putBytes(at("settings.json"), "\n{\"x\":\n{}}");
+    EXPECT_THAT(run({"import", at("settings.json")}),
+                Complains(2, at("settings.json") + ": line 2, x: its type is missing"));
+}
+
+TEST_F(Import, KeepsWhatItDoesNotName) {
+    answer({"set", "integer", "kept", "1"});
+    answer({"import", "-"}, R"({"x": {"type": "integer", "value": 2}})");
+    EXPECT_EQ("1\n", answer({"get", "kept"}));
+}
+
+TEST_F(Import, RemovesWhatItDoesNotNameWhenToldSo) {
+    answer({"set", "integer", "x", "1"});
+    answer({"import", "--replace", "-"}, R"({"x/y": {"type": "integer", "value": 2}})");
+    EXPECT_EQ("integer   user   x/y\n", answer({"list", "-r"}));
+    answer({"import", "--replace", "-"}, "{}");
+    EXPECT_EQ("", answer({"list", "-r"}));
+}
+
+TEST_F(Import, TakesAnyOrderAndAnyLayout) {
+    answer({"import", "-"},
+           "\n{ \"b/x\" :{\"value\":1,\n\"type\":\"number\"},\"a\":{\"type\":\"group\"} }\n\n");
+    EXPECT_EQ("group     user   a\nnumber    user   b/x\n", answer({"list", "-r"}));
+    EXPECT_EQ("1\n", answer({"get", "b/x"}));
+}
+
+TEST_F(Import, GoesIntoTheGlobalFileWhenToldSo) {
+    answer({"--global", global, "--scope", "global", "import", "-"}, R"({"x": {"type": "group"}})");
+    EXPECT_EQ("no file", bytesOf(userFile));
+    EXPECT_EQ("group     global x\n", answer({"--global", global, "list"}));
+}

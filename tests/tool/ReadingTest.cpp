@@ -1,0 +1,158 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <filesystem>
+
+#include "Tool.h"
+
+using namespace tool;
+
+namespace {
+
+class Reading : public Tool {
+protected:
+    Reading() {
+        answer({"set", "integer", "both", "1"});
+        answer({"set", "string", "a/text", "t"});
+        answer({"set", "booleans", "a/b/flags", "true", "false"});
+        answer({"--global", global, "--scope", "global", "set", "number", "both", "0.5"});
+        answer({"--global", global, "--scope", "global", "set", "number", "a/ratio", "0.25"});
+    }
+};
+
+} // namespace
+
+TEST_F(Reading, ListsKindScopeAndFullNameOfWhatIsInAGroup) {
+    EXPECT_EQ("group     user   a/b\n"
+              "string    user   a/text\n",
+              answer({"list", "a"}));
+}
+
+TEST_F(Reading, ListsEverythingBelowAGroup) {
+    EXPECT_EQ("booleans  user   a/b/flags\n"
+              "string    user   a/text\n"
+              "integer   user   both\n",
+              answer({"list", "-r"}));
+    EXPECT_EQ("booleans  user   a/b/flags\n", answer({"list", "--recursive", "a/b"}));
+}
+
+TEST_F(Reading, ListsTheScopeThatDecides) {
+    EXPECT_EQ("booleans  user   a/b/flags\n"
+              "number    global a/ratio\n"
+              "string    user   a/text\n"
+              "integer   user   both\n",
+              answer({"--global", global, "list", "-r"}));
+}
+
+TEST_F(Reading, ListsOneScope) {
+    EXPECT_EQ("number    global a/ratio\n"
+              "number    global both\n",
+              answer({"--global", global, "--scope", "global", "list", "-r"}));
+    EXPECT_EQ("integer   user   both\n"
+              "group     user   a\n",
+              [this] {
+                  std::string const lines = answer({"--global", global, "--scope", "user", "list"});
+                  auto const second = lines.find('\n') + 1;
+                  return lines.substr(second) + lines.substr(0, second);
+              }());
+}
+
+TEST_F(Reading, ListsNothingInTheTemporaryScope) {
+    EXPECT_EQ("", answer({"--scope", "temporary", "list", "-r"}));
+}
+
+TEST_F(Reading, ListsAnEmptyGroup) {
+    answer({"import", "-"}, R"({"g/empty": {"type": "group"}})");
+    EXPECT_EQ("group     user   g/empty\n", answer({"list", "-r", "g"}));
+    EXPECT_EQ("", answer({"list", "g/empty"}));
+}
+
+TEST_F(Reading, ListsNamesInOneLineEach) {
+    answer({"set", "string", "a/text", "t"});
+    answer({"set", "integer", "l/two\nlines \x1b[31m\x7f", "1"});
+    EXPECT_EQ("integer   user   l/two\\nlines \\u001b[31m\\u007f\n", answer({"list", "l"}));
+}
+
+TEST_F(Reading, OfAGroupThatIsNotThereSaysSo) {
+    EXPECT_THAT(run({"list", "nowhere"}), Complains(1, "no such group: nowhere"));
+    EXPECT_THAT(run({"list", "both"}), Complains(1, "no such group: both"));
+    EXPECT_THAT(run({"export", "nowhere"}), Complains(1, "no such group: nowhere"));
+}
+
+TEST_F(Reading, GetsTheValueThatDecides) {
+    EXPECT_EQ("1\n", answer({"--global", global, "get", "both"}));
+    EXPECT_EQ("0.5\n", answer({"--global", global, "--scope", "global", "get", "both"}));
+    EXPECT_EQ("0.25\n", answer({"--global", global, "get", "a/ratio"}));
+}
+
+TEST_F(Reading, GetsAnElementALine) {
+    EXPECT_EQ("true\nfalse\n", answer({"get", "a/b/flags"}));
+}
+
+TEST_F(Reading, GetsTextAsItIs) {
+    answer({"set", "string", "text", " \x1b[31m\n\"\xFF "});
+    EXPECT_EQ(" \x1b[31m\n\"\xFF \n", answer({"get", "text"}));
+}
+
+TEST_F(Reading, TakesOptionsBehindTheCommand) {
+    EXPECT_EQ("1\n", runBare({"get", "both", "--user", user}).out);
+}
+
+TEST_F(Reading, OfANameThatIsNotThereSaysSo) {
+    EXPECT_THAT(run({"get", "nowhere"}), Complains(1, "nowhere is not there"));
+    EXPECT_THAT(run({"get", "a/ratio"}), Complains(1, "a/ratio is not there"));
+    EXPECT_THAT(run({"--scope", "temporary", "get", "both"}), Complains(1, "both is not there"));
+}
+
+TEST_F(Reading, OfAGroupInPlaceOfAPropertySaysSo) {
+    EXPECT_THAT(run({"get", "a"}), Complains(1, "a is a group"));
+}
+
+TEST_F(Reading, WritesNoFile) {
+    std::string const before = bytesOf(userFile);
+    std::string const inode = std::to_string(std::filesystem::hash_value(userFile));
+    auto const written = std::filesystem::last_write_time(userFile);
+    run({"list", "-r"});
+    run({"get", "both"});
+    run({"export"});
+    run({"check"});
+    run({"diff", userFile, globalFile});
+    EXPECT_EQ(before, bytesOf(userFile));
+    EXPECT_EQ(written, std::filesystem::last_write_time(userFile));
+}
+
+TEST_F(Reading, ChecksAFileThatIsSound) {
+    EXPECT_EQ(userFile + ": sound, 3 properties\n", answer({"check"}));
+    EXPECT_EQ(globalFile + ": sound, 2 properties\n", answer({"check", globalFile}));
+    EXPECT_EQ(globalFile + ": sound, 2 properties\n", answer({"check", global}));
+    EXPECT_EQ(userFile + ": sound, 3 properties\n" + globalFile + ": sound, 2 properties\n",
+              answer({"--global", global, "check"}));
+}
+
+TEST_F(Reading, ChecksThatEachPropertyHoldsAValue) {
+    answer({"import", "-"}, R"({"odd": {"type": "bytes", "base64": "eHl6"}})");
+    EXPECT_EQ(userFile + ": sound, 4 properties\nodd: no value of any kind\n", answer({"check"}));
+}
+
+TEST_F(Reading, OfAFileThatIsNotThereSaysSo) {
+    EXPECT_THAT(run({"check", at("nowhere")}), Complains(1, at("nowhere") + " is not there"));
+    std::filesystem::remove(userFile);
+    EXPECT_THAT(run({"check"}), Complains(1, userFile + " is not there"));
+    EXPECT_THAT(run({"diff", userFile, globalFile}), Complains(3, userFile + " is not there"));
+    EXPECT_EQ("", answer({"list", "-r"}));
+    EXPECT_EQ("{}\n", answer({"export"}));
+}
+
+TEST_F(Reading, ShowsWhatDiffers) {
+    Outcome const outcome = run({"diff", user, globalFile});
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_EQ("", outcome.err);
+    EXPECT_EQ("- a/b/flags: booleans [true, false]\n"
+              "+ a/ratio: number 0.25\n"
+              "- a/text: string \"t\"\n"
+              "- both: integer 1\n"
+              "+ both: number 0.5\n",
+              outcome.out);
+}
+
+TEST_F(Reading, ShowsNothingWhenNothingDiffers) {
+    EXPECT_EQ("", answer({"diff", user, userFile}));
+}

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <sys/types.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/TemporaryDirectory.h"
+
+namespace tool {
+
+using Arguments = std::vector<std::string>;
+
+/** What a run has left: its exit status, or minus the signal that ended it; and what it has said. */
+struct Outcome {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+inline void PrintTo(Outcome const& outcome, std::ostream* out) {
+    *out << "status " << outcome.status << ", out \"" << outcome.out << "\", err \"" << outcome.err << '"';
+}
+
+/** The content of a file; "no file" when there is none. */
+std::string bytesOf(std::string const& path);
+void putBytes(std::string const& path, std::string const& bytes);
+
+/** The tool, with a user and a global directory of the test's own, which is also its home. */
+class Tool : public ::testing::Test {
+protected:
+    Tool();
+
+    /** Runs it with these arguments alone. */
+    Outcome runBare(Arguments const& arguments, std::string const& input = "");
+
+    /** Runs it on the user directory. */
+    Outcome run(Arguments arguments, std::string const& input = "");
+
+    /** What a run on the user directory prints; it must succeed in silence. */
+    std::string answer(Arguments const& arguments, std::string const& input = "");
+
+    /** Starts it; its output goes to `outPath()` and `errPath()`. */
+    [[nodiscard]] pid_t start(Arguments const& arguments, std::string const& input = "") const;
+
+    [[nodiscard]] std::string at(std::string const& name) const { return (directory / name).string(); }
+    [[nodiscard]] std::string outPath() const { return at("out"); }
+    [[nodiscard]] std::string errPath() const { return at("err"); }
+
+    support::TemporaryDirectory directory;
+    std::string user = at("user");
+    std::string global = at("global");
+    std::string userFile = user + "/Velmorand.dat";
+    std::string globalFile = global + "/Velmorand.dat";
+};
+
+/** A complaint: one line that says so, nothing on standard output, and this exit status. */
+MATCHER_P2(Complains, status, text, "") {
+    std::string const& line = arg.err;
+    return arg.status == status && arg.out.empty() && line.find("velmorand-register: ") == 0 &&
+           line.find('\n') == line.size() - 1 && line.find(text) != std::string::npos;
+}
+
+} // namespace tool

@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <csignal>
+#include <filesystem>
+
+#include <sched.h>
+#include <sys/wait.h>
+
+#include "Tool.h"
+
+using namespace tool;
+
+namespace {
+
+/** The tool, watching. It says nothing before something changes, so it is asked by changes until it answers. */
+class Watch : public Tool {
+protected:
+    ~Watch() override {
+        if (_watcher > 0) {
+            ::kill(_watcher, SIGKILL);
+            ::waitpid(_watcher, nullptr, 0);
+        }
+    }
+
+    void watch(Arguments const& arguments) {
+        std::filesystem::remove(errPath());
+        _watcher = start(arguments);
+        // The runs from here on must not write over the watcher's output.
+        _out = at("watched");
+        _err = at("complained");
+        while (!std::filesystem::exists(errPath()))
+            ::sched_yield();
+        std::filesystem::rename(outPath(), _out);
+        std::filesystem::rename(errPath(), _err);
+        for (int i = 0; bytesOf(_out).empty(); ++i)
+            answer({"set", "integer", "ready", std::to_string(i)});
+    }
+
+    /** What the watcher has printed last, once that ends with this text; waits for it. */
+    std::string printed(std::string const& end) const { return waited(_out, end); }
+    std::string complained(std::string const& end) const { return waited(_err, end); }
+
+    pid_t _watcher = 0;
+
+private:
+    static std::string waited(std::string const& path, std::string const& end) {
+        std::string text;
+        do {
+            ::sched_yield();
+            text = bytesOf(path);
+        } while (text.size() < end.size() || text.compare(text.size() - end.size(), end.size(), end) != 0);
+        return text;
+    }
+
+    std::string _out;
+    std::string _err;
+};
+
+} // namespace
+
+TEST_F(Watch, PrintsOldAndNew) {
+    answer({"set", "integer", "x", "1"});
+    watch({"--user", user, "watch"});
+    answer({"set", "integer", "x", "2"});
+    printed("- x: integer 1\n+ x: integer 2\n");
+    answer({"delete", "x"});
+    printed("- x: integer 2\n");
+    answer({"set", "strings", "y", "a", "b"});
+    printed("+ y: strings [\"a\", \"b\"]\n");
+}
+
+TEST_F(Watch, TakesAMissingFileForAnEmptyOne) {
+    watch({"--user", user, "watch"});
+    answer({"set", "integer", "x", "2"});
+    printed("+ x: integer 2\n");
+    std::filesystem::remove(userFile);
+    printed("- x: integer 2\n");
+}
+
+TEST_F(Watch, ComplainsOfADamagedFileAndGoesOn) {
+    watch({"--user", user, "watch"});
+    answer({"set", "integer", "x", "1"});
+    printed("+ x: integer 1\n");
+    std::string const sound = bytesOf(userFile);
+    putBytes(userFile, "damaged");
+    complained(userFile + ": it is not a register file\n");
+    putBytes(userFile, sound);
+    answer({"set", "integer", "x", "2"});
+    printed("- x: integer 1\n+ x: integer 2\n");
+}
+
+TEST_F(Watch, FollowsALink) {
+    std::filesystem::create_symlink(globalFile, userFile);
+    watch({"--user", user, "watch"});
+    answer({"set", "integer", "x", "1"});
+    printed("+ x: integer 1\n");
+    EXPECT_TRUE(std::filesystem::is_symlink(userFile));
+}
+
+TEST_F(Watch, EndsWhenItsDirectoryIsGone) {
+    watch({"--user", user, "watch"});
+    std::filesystem::remove_all(user);
+    int status = 0;
+    ASSERT_EQ(_watcher, ::waitpid(_watcher, &status, 0));
+    _watcher = 0;
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(3, WEXITSTATUS(status));
+    complained(user + ": No such file or directory\n");
+}
+
+TEST_F(Watch, NeedsADirectory) {
+    EXPECT_THAT(runBare({"watch"}), Complains(3, at(".config/velmorand") + ": No such file or directory"));
+}

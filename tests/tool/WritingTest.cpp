@@ -1,0 +1,143 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <limits>
+
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include <utils/properties/Property.h>
+
+#include "Tool.h"
+
+using namespace tool;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using utils::properties::read;
+
+namespace {
+
+class Writing : public Tool {
+protected:
+    /** Loads what the tool has saved, as an application does. */
+    void load() const { utils::properties::_Register::initialize(global, user); }
+};
+
+} // namespace
+
+TEST_F(Writing, SetsEachKindAsApplicationsReadIt) {
+    answer({"set", "string", "s", "two words"});
+    answer({"set", "number", "n", "-0.5"});
+    answer({"set", "integer", "i", "-2147483648"});
+    answer({"set", "boolean", "b", "true"});
+    answer({"set", "strings", "ss", "a", "", "[x,y]", "{}", "%%"});
+    answer({"set", "numbers", "ns", "1e300", "nan", "inf", "--", "-inf"});
+    answer({"set", "integers", "is", "-1", "0", "2147483647"});
+    answer({"set", "booleans", "bs", "true", "false"});
+    load();
+    EXPECT_EQ("two words", read<std::string>("s"));
+    EXPECT_EQ(-0.5, read<double>("n"));
+    EXPECT_EQ(std::numeric_limits<int>::min(), read<int>("i"));
+    EXPECT_TRUE(read<bool>("b"));
+    EXPECT_THAT(read<std::vector<std::string>>("ss"), ElementsAre("a", "", "[x,y]", "{}", "%%"));
+    double const infinity = std::numeric_limits<double>::infinity();
+    EXPECT_THAT(read<std::vector<double>>("ns"),
+                ElementsAre(1e300, testing::NanSensitiveDoubleEq(std::numeric_limits<double>::quiet_NaN()),
+                            infinity, -infinity));
+    EXPECT_THAT(read<std::vector<int>>("is"), ElementsAre(-1, 0, 2147483647));
+    EXPECT_THAT(read<std::vector<bool>>("bs"), ElementsAre(true, false));
+}
+
+TEST_F(Writing, SetsAListWithoutElements) {
+    answer({"set", "strings", "none"});
+    load();
+    EXPECT_THAT(read<std::vector<std::string>>("none"), IsEmpty());
+}
+
+TEST_F(Writing, SetsOneTextOfAnyForm) {
+    for (std::string const text : {"", "[a,b]", "{}", "%%", "=", "-", "a\nb", "\xFF"}) {
+        answer({"set", "string", "text", text});
+        EXPECT_EQ(text + "\n", answer({"get", "text"}));
+        answer({"set", "strings", "text", text});
+        EXPECT_EQ(text + "\n", answer({"get", "text"}));
+    }
+    answer({"set", "string", "text", "--", "--user"});
+    EXPECT_EQ("--user\n", answer({"get", "text"}));
+}
+
+TEST_F(Writing, SetsAnotherKindInPlaceOfTheOld) {
+    answer({"set", "string", "x", "text"});
+    answer({"set", "integers", "x", "4", "5"});
+    EXPECT_EQ("4\n5\n", answer({"get", "x"}));
+}
+
+TEST_F(Writing, LeavesTheOtherSettings) {
+    answer({"set", "integer", "a/x", "1"});
+    answer({"set", "integer", "b", "2"});
+    answer({"delete", "b"});
+    EXPECT_EQ("1\n", answer({"get", "a/x"}));
+}
+
+TEST_F(Writing, TakesNamesAsTheRegisterDoes) {
+    answer({"set", "integer", "//a///x/", "1"});
+    EXPECT_EQ("integer   user   a/x\n", answer({"list", "-r"}));
+    EXPECT_EQ("1\n", answer({"get", "/a/x"}));
+}
+
+TEST_F(Writing, TakesNamesAndValuesThatAreCommandsToo) {
+    answer({"set", "string", "list", "delete"});
+    answer({"set", "integer", "get/set", "1"});
+    EXPECT_EQ("delete\n", answer({"get", "list"}));
+    EXPECT_EQ("integer   user   get/set\n", answer({"list", "get"}));
+    answer({"delete", "list"});
+    EXPECT_EQ("group     user   get\n", answer({"list"}));
+}
+
+TEST_F(Writing, ChangesTheGlobalFileWhenToldSo) {
+    answer({"--global", global, "--scope", "global", "set", "integer", "x", "1"});
+    EXPECT_EQ("no file", bytesOf(userFile));
+    load();
+    EXPECT_EQ(1, read<int>("x"));
+    EXPECT_TRUE(
+        utils::properties::_Register::getInstance()->propertyExists("x", utils::properties::SCOPE_GLOBAL));
+}
+
+TEST_F(Writing, DeletesAProperty) {
+    answer({"set", "integer", "a/x", "1"});
+    answer({"delete", "a/x"});
+    EXPECT_THAT(run({"get", "a/x"}), Complains(1, "a/x is not there"));
+    EXPECT_EQ("group     user   a\n", answer({"list"}));
+}
+
+TEST_F(Writing, DeletesAGroupWithAllThatIsInIt) {
+    answer({"set", "integer", "a/b/x", "1"});
+    answer({"delete", "a"});
+    EXPECT_EQ("", answer({"list", "-r"}));
+}
+
+TEST_F(Writing, DeletesNothingThatIsNotThere) {
+    answer({"set", "integer", "x", "1"});
+    std::string const before = bytesOf(userFile);
+    EXPECT_THAT(run({"delete", "y"}), Complains(1, "y is not there"));
+    EXPECT_EQ(before, bytesOf(userFile));
+}
+
+TEST_F(Writing, KeepsTheFilesPermissions) {
+    answer({"set", "integer", "x", "1"});
+    ASSERT_EQ(0, ::chmod(userFile.c_str(), 0640));
+    answer({"set", "integer", "x", "2"});
+    struct stat status = {};
+    ASSERT_EQ(0, ::stat(userFile.c_str(), &status));
+    EXPECT_EQ(0640U, status.st_mode & 07777U);
+}
+
+TEST_F(Writing, LosesNothingWhenManyInstancesWriteAtOnce) {
+    constexpr int writers = 20;
+    std::vector<pid_t> children;
+    for (int i = 0; i < writers; ++i)
+        children.push_back(start({"--user", user, "set", "integer", "x" + std::to_string(i), "1"}));
+    for (pid_t const child : children) {
+        int status = 0;
+        ASSERT_EQ(child, ::waitpid(child, &status, 0));
+        EXPECT_EQ(0, status);
+    }
+    EXPECT_EQ(userFile + ": sound, 20 properties\n", answer({"check"}));
+}
