@@ -19,8 +19,8 @@ write_basic_package_version_file(
 install(FILES
   ${PROJECT_BINARY_DIR}/velmorand-register-config.cmake
   ${PROJECT_BINARY_DIR}/velmorand-register-config-version.cmake
-  DESTINATION ${package_dir})
-install(EXPORT velmorand-register-targets NAMESPACE velmorand:: DESTINATION ${package_dir})
+  DESTINATION ${package_dir} COMPONENT development)
+install(EXPORT velmorand-register-targets NAMESPACE velmorand:: DESTINATION ${package_dir} COMPONENT development)
 
 set(pc_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 cmake_path(ABSOLUTE_PATH pc_dir BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX} OUTPUT_VARIABLE pc_full_dir)
@@ -31,4 +31,4 @@ configure_file(
   ${CMAKE_CURRENT_LIST_DIR}/velmorand-register.pc.in
   ${PROJECT_BINARY_DIR}/velmorand-register.pc
   @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/velmorand-register.pc DESTINATION ${pc_dir})
+install(FILES ${PROJECT_BINARY_DIR}/velmorand-register.pc DESTINATION ${pc_dir} COMPONENT development)

@@ -21,12 +21,15 @@ function(velmorand_library target name includes)
     CXX_EXTENSIONS OFF
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
-    # The libraries lie side by side and find each other wherever they are put.
+    # The libraries lie side by side and find each other wherever they are put. System packages leave this out, by
+    # CMAKE_SKIP_INSTALL_RPATH.
     INSTALL_RPATH $ORIGIN
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR})
   if(VELMORAND_INSTALL)
-    install(TARGETS ${target} EXPORT velmorand-register-targets)
-    install(DIRECTORY ${includes}/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+    install(TARGETS ${target} EXPORT velmorand-register-targets
+      LIBRARY COMPONENT library NAMELINK_COMPONENT development)
+    install(DIRECTORY ${includes}/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
+      FILES_MATCHING PATTERN "*.h")
   endif()
 endfunction()

@@ -2,8 +2,8 @@
 //
 // usage: consumer DIRECTORY
 //
-// An application outside the project: uses each of the three libraries once, and leaves a register file in
-// DIRECTORY when it exits.
+// An application outside the project: uses each of the three libraries and the headers over them once, and leaves
+// a register file in DIRECTORY when it exits.
 
 #include <cstdlib>
 #include <iostream>
@@ -13,6 +13,8 @@
 
 #include <filesystem/RAMFileSystem.h>
 #include <utils/Exception.h>
+#include <utils/properties/Listener.h>
+#include <utils/properties/Property.h>
 #include <utils/properties/Register.h>
 
 static_assert(QT_VERSION_MAJOR == QT_MAJOR, "built with another QtCore than the library");
@@ -47,6 +49,20 @@ bool badScopeIsAnException(_Register& settings) {
     return false;
 }
 
+/** With a setting, which is written and reset, and the two kinds of listeners. */
+bool frontEndWorks() {
+    utils::properties::Property<std::string> const theme{"editor/theme", "light"};
+    int calls = 0;
+    utils::properties::Listener const listener{"editor", [&](std::string const&) { ++calls; }};
+    utils::properties::QueuedListener changes{"editor"};
+
+    utils::properties::write(theme.name(), "dark");
+    if (theme.get() != "dark" || utils::properties::read<std::string>("editor/theme") != "dark")
+        return false;
+    theme.reset();
+    return theme.get() == "light" && calls == 2 && changes.deliver([](std::string const&) {}) == 1;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -62,6 +78,8 @@ int main(int argc, char** argv) {
 
     require(missingPropertyIsCaughtByName(settings), "PropertyNotFound did not arrive");
     require(badScopeIsAnException(settings), "utils::Exception did not arrive");
+
+    require(frontEndWorks(), "the front end does not work");
 
     filesystem::RAMFileSystem memory;
     require(memory.mkdir(QStringLiteral("/a")) && memory.isDirectory(QStringLiteral("/a")),
