@@ -240,6 +240,7 @@ public:
      */
     Type readPropertyType(std::string const& name, Type* elementType) const;
 
+    ///@{
     /**
      * The writers store a value under `name` in `scope`, in place of whatever was there, making the property
      * and its groups when they are missing, and announce the change to the listeners before they return,
@@ -262,7 +263,9 @@ public:
                        RegisterScope scope);
     void _writeBooleans(void* sender, std::string const& name, std::vector<bool> const& value,
                         RegisterScope scope);
+    ///@}
 
+    ///@{
     /**
      * The readers store the value of `name`, from the first scope that holds it, in the caller's variable; a
      * list replaces what the variable held. Values are not converted from one kind to another.
@@ -278,6 +281,7 @@ public:
     void _readNumbers(std::string const& name, std::vector<double>& values);
     void _readIntegers(std::string const& name, std::vector<int>& values);
     void _readBooleans(std::string const& name, std::vector<bool>& values);
+    ///@}
 
     /**
      * Announces every pending change: each name, in byte order, to the listeners registered under it, then
