@@ -138,13 +138,15 @@ public:
      * The value from the first scope that holds it, else the fallback.
      * Errors: those of `read` when a scope holds another kind of value or a group.
      */
-    [[nodiscard]] T get() const { return read<T>(_name, _fallback); }
+    // NOLINTNEXTLINE(modernize-use-nodiscard): asking and not looking harms nothing
+    T get() const { return read<T>(_name, _fallback); }
 
     /** Writes the value in the user scope, as `write` does. */
     void set(T const& value, void* sender = nullptr) const { write(_name, value, SCOPE_USER, sender); }
 
     /** Whether the user scope holds a value, of whatever kind; a group is none. */
-    [[nodiscard]] bool isSet() const {
+    // NOLINTNEXTLINE(modernize-use-nodiscard): as above
+    bool isSet() const {
         _Register* const settings = _Register::getInstance();
         boost::lock_guard<boost::recursive_mutex> const lock(*_Register::_mutex);
         return settings->propertyExists(_name, SCOPE_USER) && !settings->groupExists(_name, SCOPE_USER);

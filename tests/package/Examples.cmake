@@ -1,0 +1,53 @@
+# SPDX-License-Identifier: Apache-2.0
+#
+# document_examples(NAME DOCUMENT): every C++ block of a document, as examples.awk takes it apart, compiles, and the
+# programs print what the document says: the ctest case NAME.ProgramsPrintWhatItSays runs them one after the other, in
+# one directory. The files are in the directory NAME, for tests of more.
+function(document_examples name document)
+  string(TOLOWER ${name} prefix)
+  set(directory ${CMAKE_CURRENT_BINARY_DIR}/${name})
+  set(taken_apart ${CMAKE_CURRENT_BINARY_DIR}/${name}.new)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${document})
+  file(REMOVE_RECURSE ${taken_apart})
+  file(MAKE_DIRECTORY ${taken_apart})
+  execute_process(
+    COMMAND awk -v directory=${taken_apart} -f ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/examples.awk ${document}
+    COMMAND_ERROR_IS_FATAL ANY)
+  file(GLOB files RELATIVE ${taken_apart} ${taken_apart}/*)
+  foreach(file IN LISTS files)
+    configure_file(${taken_apart}/${file} ${directory}/${file} COPYONLY) # what is the same stays as it is
+  endforeach()
+
+  foreach(file IN LISTS files)
+    get_filename_component(number ${file} NAME_WE)
+    if(file MATCHES "\\.cpp$")
+      add_executable(${prefix}-${number} ${directory}/${file})
+      target_link_libraries(${prefix}-${number} PRIVATE velmorand::register velmorand-warnings Threads::Threads)
+      if("${number}.txt" IN_LIST files)
+        list(APPEND runs $<TARGET_FILE:${prefix}-${number}> ${directory}/${number}.txt)
+      endif()
+    elseif(file MATCHES "\\.inc$")
+      # As its reader compiles it who asks for no warnings but those that are on anyway.
+      file(CONFIGURE OUTPUT ${name}/${number}-body.cpp @ONLY CONTENT [[
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include <utils/properties/Listener.h>
+#include <utils/properties/Property.h>
+
+struct Example {
+    void run();
+};
+
+void Example::run() {
+#include "@file@"
+}
+]])
+      add_library(${prefix}-${number} OBJECT ${directory}/${number}-body.cpp)
+      target_link_libraries(${prefix}-${number} PRIVATE velmorand::register)
+      target_compile_options(${prefix}-${number} PRIVATE -Werror)
+    endif()
+  endforeach()
+  package_script(${name}.ProgramsPrintWhatItSays examples.sh ${runs})
+endfunction()

@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The README's first block does what its comments say.
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <utils/properties/Listener.h>
+#include <utils/properties/Property.h>
+
+#include "support/TemporaryDirectory.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::Pair;
+using utils::properties::_Register;
+using utils::properties::PropertyBadType;
+using utils::properties::PropertyNotFound;
+using utils::properties::RegisterScope;
+using utils::properties::SCOPE_GLOBAL;
+using utils::properties::SCOPE_TEMPORARY;
+using utils::properties::SCOPE_USER;
+
+/** What the block has read. */
+struct Read {
+    std::string theme;
+    double size = 0;
+};
+
+struct Editor {
+    Read run() {
+#include "Readme/01.inc"
+        return {theme, size};
+    }
+};
+
+/** A register of the process that has loaded nothing and saves into a directory of its own. */
+class Readme : public ::testing::Test {
+protected:
+    Readme() { _Register::initialize(_directory.string(), _directory.string()); }
+
+    static void prepareTheme() { utils::properties::write("editor/theme", "light"); }
+
+    static bool exists(std::string const& name, RegisterScope scope) {
+        return _Register::getInstance()->propertyExists(name, scope);
+    }
+
+private:
+    support::TemporaryDirectory _directory;
+};
+
+TEST_F(Readme, ReadsWhatAScopeHolds) {
+    prepareTheme();
+
+    EXPECT_EQ(Editor().run().theme, "light");
+}
+
+TEST_F(Readme, ThrowsWhenNoScopeHoldsTheProperty) {
+    EXPECT_THROW(Editor().run(), PropertyNotFound);
+}
+
+TEST_F(Readme, ThrowsWhenThePropertyIsOfAnotherType) {
+    utils::properties::write("editor/theme", 1);
+
+    EXPECT_THROW(Editor().run(), PropertyBadType);
+}
+
+TEST_F(Readme, ReadsTheFallbackWhenNoScopeHoldsTheProperty) {
+    prepareTheme();
+
+    EXPECT_EQ(Editor().run().size, 11.0);
+}
+
+TEST_F(Readme, ReadsNoFallbackWhenAScopeHoldsTheProperty) {
+    prepareTheme();
+    utils::properties::write("editor/size", 9.0, SCOPE_GLOBAL);
+
+    EXPECT_EQ(Editor().run().size, 9.0);
+}
+
+TEST_F(Readme, ThrowsInPlaceOfTheFallbackWhenThePropertyIsOfAnotherType) {
+    prepareTheme();
+    utils::properties::write("editor/size", "large");
+
+    EXPECT_THROW(Editor().run(), PropertyBadType);
+}
+
+TEST_F(Readme, WritesToTheUserScopeUnlessOneIsGiven) {
+    prepareTheme();
+
+    Editor().run();
+
+    EXPECT_EQ(utils::properties::read<std::string>("editor/theme"), "dark");
+    EXPECT_TRUE(exists("editor/theme", SCOPE_USER));
+    EXPECT_FALSE(exists("editor/size", SCOPE_USER));
+    EXPECT_EQ(utils::properties::read<double>("editor/size"), 12.5);
+    EXPECT_TRUE(exists("editor/size", SCOPE_TEMPORARY));
+}
+
+TEST_F(Readme, LeavesTheSenderOutOnlyWhereOneIsGiven) {
+    prepareTheme();
+    Editor editor;
+    std::vector<std::string> told;
+    utils::properties::Listener const listener{
+        "editor", [&](std::string const& name) { told.push_back(name); }, &editor};
+
+    editor.run();
+
+    EXPECT_THAT(told, ElementsAre("editor/theme", "editor/recent", "editor/recent"));
+}
+
+TEST_F(Readme, SetsAndResetsTheProperty) {
+    prepareTheme();
+    std::vector<std::pair<bool, std::vector<int>>> recent;
+    utils::properties::Property<std::vector<int>> const property{"editor/recent", {1, 2, 3}};
+    utils::properties::Listener const listener{
+        "editor/recent", [&](std::string const&) { recent.emplace_back(property.isSet(), property.get()); }};
+
+    Editor().run();
+
+    EXPECT_THAT(recent, ElementsAre(Pair(true, ElementsAre(4, 5)), Pair(false, ElementsAre(1, 2, 3))));
+}
+
+} // namespace
