@@ -5,7 +5,7 @@
 //
 // usage: crash-application MANNER LOG MODE DIRECTORY SIZE STATE ...
 //
-// MANNER is "register", or a careless way to save; DIRECTORY holds the register file, in STATE at the start.
+// MANNER is "register", or another way to save; DIRECTORY holds the register file, in STATE at the start.
 //
 //   run COUNT            starts, saves COUNT further states, and exits, which saves one more
 //   save [OBSERVED]      starts, saves one further state, and ends at once; with OBSERVED it first copies the

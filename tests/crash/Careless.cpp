@@ -33,11 +33,17 @@ bool synchronise(std::string const& manner, int file) {
     return true;
 }
 
+template <class Call>
+auto retried(Call call) {
+    auto result = call();
+    while (result < 0 && errno == EINTR)
+        result = call();
+    return result;
+}
+
 bool write(std::string const& manner, std::string const& path, std::string const& bytes) {
-    int file = -1;
-    do
-        file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    while (file < 0 && errno == EINTR);
+    int const flags = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC;
+    int const file = retried([&] { return ::open(path.c_str(), flags, 0666); });
     if (file < 0)
         return false;
     bool const written = put(manner, file, bytes) && (manner == "unsynced" || synchronise(manner, file));
@@ -46,7 +52,7 @@ bool write(std::string const& manner, std::string const& path, std::string const
 }
 
 void synchroniseDirectory(std::string const& manner, std::string const& directory) {
-    int const file = ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    int const file = retried([&] { return ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
     if (file >= 0)
         synchronise(manner, file);
     ::close(file);
@@ -62,14 +68,16 @@ void saveCarelessly(std::string const& manner, std::string const& directory, std
     }
     std::string const aside = directory + (manner == "littering" ? "/litter" + std::to_string(::getpid())
                                                                  : "/.Velmorand.dat.000000");
+    auto const remove = [](std::string const& path) { retried([&] { return ::unlink(path.c_str()); }); };
+    remove(aside); // what one that was killed has left
     if (!write(manner, aside, bytes)) {
-        ::unlink(aside.c_str());
+        remove(aside);
         return;
     }
     if (manner == "removing-first")
-        ::unlink(name.c_str());
-    if (::rename(aside.c_str(), name.c_str()) != 0)
-        ::unlink(aside.c_str());
+        remove(name);
+    if (retried([&] { return ::rename(aside.c_str(), name.c_str()); }) != 0)
+        remove(aside);
     if (manner != "directory-unsynced")
         synchroniseDirectory(manner, directory);
 }

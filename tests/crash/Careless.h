@@ -7,8 +7,10 @@ namespace crash {
 
 /**
  * The ways of saving that lose settings, each named for what it leaves out; they are here to show that the
- * harness notices. Writes `bytes` to Velmorand.dat in `directory`. `manner`:
+ * harness notices. The careful one leaves nothing out, and shows that the harness does not cry out at
+ * everything. Writes `bytes` to Velmorand.dat in `directory`. `manner`:
  *
+ *     "careful"             loses nothing
  *     "direct"              writes over the old file
  *     "removing-first"      removes the old file before it moves the new one to its place
  *     "unsynced"            does not synchronise the file

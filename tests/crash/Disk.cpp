@@ -226,19 +226,20 @@ Files Disk::present() const {
     return files;
 }
 
-std::vector<std::string> const& Disk::contents(File& file, long limit, std::mt19937& chance) {
-    if (file.contents.empty()) {
-        Possibilities const possibilities(file.durable, file.since);
-        file.contents =
-            possibilities.count(limit) <= limit ? possibilities.all() : possibilities.some(limit, chance);
-    }
-    return file.contents;
+void Disk::findContents(File& file, long limit, std::mt19937& chance) {
+    if (!file.contents.empty())
+        return;
+    Possibilities const possibilities(file.durable, file.since);
+    file.isAll = possibilities.count(limit) <= limit;
+    file.contents = file.isAll ? possibilities.all() : possibilities.some(limit, chance);
 }
 
-long Disk::forEachState(long limit, std::mt19937& chance, std::function<void(State const&)> const& show) {
+Disk::Shown Disk::forEachState(long limit, std::mt19937& chance,
+                               std::function<void(State const&)> const& show) {
     // A name with what it leads to, and a file with what it holds, are one choice: null is no file.
     std::vector<std::pair<std::string, std::vector<std::string const*>>> choices;
     long count = 1;
+    bool haveAll = true;
     for (auto const& [name, files] : _names) {
         std::vector<std::string const*> contentsAt;
         for (auto const& file : files) {
@@ -246,7 +247,9 @@ long Disk::forEachState(long limit, std::mt19937& chance, std::function<void(Sta
                 contentsAt.push_back(nullptr);
                 continue;
             }
-            for (std::string const& content : contents(*file, limit, chance))
+            findContents(*file, limit, chance);
+            haveAll = haveAll && file->isAll;
+            for (std::string const& content : file->contents)
                 contentsAt.push_back(&content);
         }
         count = std::min(count, limit + 1) * static_cast<long>(contentsAt.size());
@@ -265,7 +268,7 @@ long Disk::forEachState(long limit, std::mt19937& chance, std::function<void(Sta
         }
         show(state);
     }
-    return isEach ? count : limit;
+    return {isEach ? count : limit, isEach && haveAll};
 }
 
 Findings replay(Recording const& recording, Disk::Beginning const& beginning, Trial& trial,
@@ -275,7 +278,7 @@ Findings replay(Recording const& recording, Disk::Beginning const& beginning, Tr
     Disk disk(beginning);
     std::mt19937 chance(1); // the same states at each run
     Allowed allowed(initial);
-    std::set<std::pair<std::string, std::set<std::string>>> shown;
+    std::set<std::pair<std::string, std::set<std::string>>> seen;
     auto const examine = [&](Disk::State const& state) {
         auto const file = state.find(Trial::name);
         std::string const* const content = file == state.end() ? nullptr : file->second;
@@ -292,17 +295,21 @@ Findings replay(Recording const& recording, Disk::Beginning const& beginning, Tr
         for (auto const& [name, bytes] : state)
             if (bytes != nullptr)
                 names.insert(name);
-        if (shown.emplace(content == nullptr ? "" : *content, names).second)
+        if (seen.emplace(content == nullptr ? "" : *content, names).second)
             distinct(state, allowed);
     };
-    ++findings.crashPoints;
-    findings.states += disk.forEachState(limit, chance, examine);
+    auto const cutThePower = [&] {
+        Disk::Shown const shown = disk.forEachState(limit, chance, examine);
+        ++findings.crashPoints;
+        findings.states += shown.states;
+        findings.sampled += shown.isAll ? 0 : 1;
+    };
+    cutThePower();
     for (Event const& event : recording.events()) {
         allowed.apply(event);
         if (!event.isMark() && event.call != skipped)
             disk.apply(event);
-        ++findings.crashPoints;
-        findings.states += disk.forEachState(limit, chance, examine);
+        cutThePower();
     }
     return findings;
 }

@@ -47,12 +47,16 @@ public:
     /** A state of the disk after a power cut: each name and its content. */
     using State = std::map<std::string, std::string const*>;
 
+    struct Shown {
+        long states;
+        bool isAll; // there are no others
+    };
+
     /**
      * Shows every state that the disk may be in, or, where they are more than `limit`, `limit` of them: those
-     * in which all is as old or as new as can be or a single sector is not, and others by chance. Result: how
-     * many were shown.
+     * in which all is as old or as new as can be or a single sector is not, and others by chance.
      */
-    long forEachState(long limit, std::mt19937& chance, std::function<void(State const&)> const& show);
+    Shown forEachState(long limit, std::mt19937& chance, std::function<void(State const&)> const& show);
 
 private:
     struct File {
@@ -60,10 +64,11 @@ private:
         std::vector<std::string> since; // the content after each change that is not durable
         [[nodiscard]] std::string const& present() const { return since.empty() ? durable : since.back(); }
         std::vector<std::string> contents; // what it may hold; worked out when asked for
+        bool isAll = false;                // that it may hold
     };
     using Name = std::vector<std::shared_ptr<File>>; // what it may lead to, the present last; null is nothing
 
-    static std::vector<std::string> const& contents(File& file, long limit, std::mt19937& chance);
+    static void findContents(File& file, long limit, std::mt19937& chance);
 
     void change(std::string const& inode, std::function<void(std::string&)> const& edit);
     void lead(std::string const& name, std::shared_ptr<File> const& file);
@@ -77,6 +82,7 @@ private:
 struct Findings {
     long crashPoints = 0;
     long states = 0;
+    long sampled = 0;   // crash points of which some states only were looked at
     long forbidden = 0; // states that are not allowed
     std::string first;  // the first of them
 };

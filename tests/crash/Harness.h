@@ -23,13 +23,7 @@ inline void figure(std::string const& name, long count) {
     std::cout << "figure: " << count << ' ' << name << '\n';
 }
 
-#ifdef CRASH_UNDER_SANITIZER
-constexpr long callStep = 4; // processes start slowly there, and being killed shows nothing new
-#else
-constexpr long callStep = 1;
-#endif
-
-/** The name of a test with a careless way to save: its letters. */
+/** The name of a test with a way to save: its letters. */
 struct NameOfManner {
     template <class Test>
     std::string operator()(Test const& test) const {

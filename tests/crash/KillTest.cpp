@@ -26,12 +26,12 @@ Problems killAtEachCall(Trial& trial, Files const& beginning, std::optional<int>
     Outcome const whole = trial.run("count", mode, initial.value_or(0), more);
     if (!whole.exitedWith(0) || whole.recording.calls() == 0)
         throw std::runtime_error("the application does not work");
-    // A careless way differs from the register's in one save only.
-    auto const careless = whole.recording.callsOf(2);
-    long const first = trial.isCareless() ? careless.front().call : 1;
-    long const last = trial.isCareless() ? careless.back().call : whole.recording.calls();
+    // Another way to save differs from the register's in one save only.
+    auto const other = whole.recording.callsOf(2);
+    long const first = trial.isOfRegister() ? 1 : other.front().call;
+    long const last = trial.isOfRegister() ? whole.recording.calls() : other.back().call;
     long points = 0;
-    for (long call = first; call <= last; call += trial.isCareless() ? 1 : callStep) {
+    for (long call = first; call <= last; ++call) {
         for (std::string const when : {"kill-before ", "kill-after "}) {
             trial.reset(beginning);
             std::string const plan = when + std::to_string(call);
@@ -44,7 +44,7 @@ Problems killAtEachCall(Trial& trial, Files const& beginning, std::optional<int>
             ++points;
         }
     }
-    if (!trial.isCareless())
+    if (trial.isOfRegister())
         figure("kill points tried", points);
     return problems;
 }
@@ -99,5 +99,10 @@ TEST_P(KillOf, IsNoticed) {
 
 INSTANTIATE_TEST_SUITE_P(SavingCarelessly, KillOf, ::testing::Values("direct", "removing-first", "littering"),
                          NameOfManner());
+
+TEST(SavingCarefully, PassesForSafeWhenKilledAtAnyCall) {
+    Trial trial(fewSectors, "careful");
+    EXPECT_THAT(killAtEachCall(trial, 1, "save"), IsEmpty());
+}
 
 } // namespace

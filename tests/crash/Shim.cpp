@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Stands between a program and the system's file calls: numbers those under one directory, writes down what
-// they did, and kills the process at one of them or makes one fail. Preloaded into a program, or linked into
-// it where a sanitizer's runtime has to come first.
+// they did, and kills the process at one of them or makes one fail. To be preloaded.
 //
 // CRASH_DIRECTORY  the directory, without symbolic links in its path; without it nothing is done
 // CRASH_LOG        the file that a line is added to for each call, see `Recording.h`

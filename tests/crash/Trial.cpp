@@ -129,9 +129,8 @@ int Trial::start(std::string const& plan, std::string const& mode, int state, st
         arguments.push_back(more);
     std::vector<std::string> variables;
     if (!plan.empty())
-        variables = {"CRASH_PLAN=" + plan, "CRASH_LOG=" + log, "CRASH_DIRECTORY=" + _directory.string()};
-    if (!plan.empty() && CRASH_SHIM[0] != '\0')
-        variables.emplace_back("LD_PRELOAD=" CRASH_SHIM);
+        variables = {"CRASH_PLAN=" + plan, "CRASH_LOG=" + log, "CRASH_DIRECTORY=" + _directory.string(),
+                     "LD_PRELOAD=" CRASH_SHIM};
     auto environment = environmentWith(variables);
     ::pid_t process = 0;
     if (::posix_spawn(&process, CRASH_APPLICATION, nullptr, nullptr, pointers(arguments).data(),

@@ -41,7 +41,7 @@ public:
 
     [[nodiscard]] std::filesystem::path const& directory() const { return _directory; }
     [[nodiscard]] std::filesystem::path observed() const { return _place / "observed"; }
-    [[nodiscard]] bool isCareless() const { return _manner != "register"; }
+    [[nodiscard]] bool isOfRegister() const { return _manner == "register"; }
     void setSize(std::size_t size) { _size = size; }
 
     /** The files that are in the directory. */
