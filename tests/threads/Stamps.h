@@ -60,11 +60,14 @@ struct Stamped<kinds::Number> {
     }
 };
 
-/** A boolean only tells for which property it was made. */
+/** A boolean changes with every turn, and tells of its stamp no more than that. */
 template <>
 struct Stamped<kinds::Boolean> {
-    static bool make(Stamp stamp) { return stamp.property % 2 == 0; }
+    static bool make(Stamp stamp) { return (stamp.property + stamp.turn) % 2 == 0; }
 };
+
+template <class Kind>
+constexpr bool tellsItsStamp = !std::is_same_v<Kind, kinds::Boolean>;
 
 template <>
 struct Stamped<kinds::String> {
@@ -116,13 +119,14 @@ struct Stamped<kinds::Booleans> {
     }
 };
 
-/** Whether a value of a property is one that was made for it, and which: the turn of a boolean is unknown. */
+/** Whether a value of a property is one that was made for it, and which; a boolean may always be. */
 template <class Kind>
 bool isMade(typename Kind::Value const& value, std::uint32_t property, Stamp& stamp) {
-    stamp = {property, 0, 0};
-    if constexpr (!std::is_same_v<Kind, kinds::Boolean>)
+    if constexpr (tellsItsStamp<Kind>) {
         stamp = Stamped<Kind>::claimed(value);
-    return stamp.property == property && Stamped<Kind>::make(stamp) == value;
+        return stamp.property == property && Stamped<Kind>::make(stamp) == value;
+    }
+    return true;
 }
 
 } // namespace threads
