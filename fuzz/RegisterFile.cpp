@@ -6,9 +6,12 @@
 
 #include "Files.h"
 #include "Format.h"
+#include "support/MemoryPeak.h"
+#include "support/MemoryToRead.h"
 
 // Reads any bytes as a register file, into a place where something stands already. What is read, and whether
-// anything is, must be what a second reader of the format says. The input is the file itself.
+// anything is, must be what a second reader of the format says, and the memory it takes in proportion to the
+// file. The input is the file itself.
 
 using namespace fuzz;
 
@@ -53,6 +56,11 @@ void checkRead(RAMFileSystem& files, format::Decoded const& expected, std::strin
     lookUp(files, expected.tree);
 }
 
+void checkMemory(std::size_t size) {
+    check(support::MemoryPeak::bytes() <= support::memoryToRead(size),
+          "reading takes memory in proportion to the file", std::to_string(support::MemoryPeak::bytes()));
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
@@ -68,14 +76,17 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     fill(files);
     std::string const before = image(files, "/");
     try {
+        support::MemoryPeak const counting;
         files.unserialize(text("/user"), *handle);
     } catch (utils::Exception const& refusal) {
+        checkMemory(size);
         check(!expected, "a whole, sound file is read");
         check(image(files, "/") == before, "a file that is refused changes nothing");
         check(std::string(refusal.what()).rfind("Can't read a register file into /user: ", 0) == 0,
               "a refusal says so");
         return 0;
     }
+    checkMemory(size);
     check(expected.has_value(), "a damaged file is refused");
     check(disk.tell(handle) == static_cast<long>(expected->size), "reading stops at the end of the item");
     checkRead(files, *expected, input);

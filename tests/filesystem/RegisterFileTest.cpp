@@ -6,6 +6,8 @@
 #include <zlib.h>
 
 #include "FileSystemSupport.h"
+#include "support/MemoryPeak.h"
+#include "support/MemoryToRead.h"
 #include "utils/Exception.h"
 
 namespace {
@@ -544,6 +546,72 @@ TEST_F(DeepRegisterFile, IsReleasedWithoutOverflow) {
     ASSERT_TRUE(writeFile(disk, "/f", registerFile(payload + "\xA0")));
     deep.unserialize(*openedForReading(disk, "/f"));
     EXPECT_TRUE(deep.isDirectory(text("/d/d/d")));
+}
+
+class MemoryOfARegisterFile : public RegisterFile {
+protected:
+    /** Reads some bytes, whatever becomes of it, and looks at the memory that this took. */
+    void expectProportion(std::string const& bytes) {
+        ASSERT_TRUE(writeFile(disk, "/load", bytes));
+        FileHandle* const handle = openedForReading(disk, "/load");
+        RAMFileSystem fresh;
+        MemoryPeak const counting;
+        try {
+            fresh.unserialize(text("/user"), *handle);
+        } catch (utils::Exception const&) {
+            // Refused files are to cost no more than others.
+        }
+        EXPECT_LE(MemoryPeak::bytes(), memoryToRead(bytes.size())) << bytes.size();
+        EXPECT_GE(MemoryPeak::bytes(), static_cast<long>(bytes.size())) << "not counted";
+    }
+
+    static constexpr int many = (1 << 17) + 1; // where what grows by doubling is largest
+};
+
+TEST_F(MemoryOfARegisterFile, IsInProportionForLengthsAndCountsThatAreTooLarge) {
+    std::string const filler(many, '\x40');
+    for (std::uint64_t const number : {std::uint64_t{many} / 2, std::uint64_t{1} << 32, ~std::uint64_t{0}}) {
+        std::string const length = bigEndian(number, 8);
+        for (std::string const& content : {""s, filler}) {
+            expectProportion("\xD9\xD9\xF7\x83\x01\x00\xD8\x18\x5B"s + length + content);
+            for (char const* const start : {"\xBB", "\xA1\x7B", "\xA1\x61n\x5B", "\xA1\x61n\xBB"})
+                expectProportion(registerFile(start + length + content));
+        }
+    }
+}
+
+TEST_F(MemoryOfARegisterFile, IsInProportionForManyTinyEntries) {
+    for (std::string const& value : {"\x40"s, "\xA0"s, "\x41x"s}) {
+        std::string same = head(0xA0, many);
+        std::string numbered = same;
+        for (int i = 0; i < many; ++i) {
+            same += name("n") + value;
+            numbered += name(std::to_string(i * 7919 % many)) + value;
+        }
+        expectProportion(registerFile(same));
+        expectProportion(registerFile(numbered));
+    }
+}
+
+TEST_F(MemoryOfARegisterFile, IsInProportionForManyLevels) {
+    std::string once;
+    for (int level = 0; level < many; ++level)
+        once += "\xA1\x61"
+                "d";
+    expectProportion(registerFile(once + '\xA0'));
+    // Each says that it holds as much as there is left.
+    std::string all;
+    for (int left = many; left > 0; --left)
+        all += head(0xA0, static_cast<std::uint64_t>(left)) + name("d");
+    expectProportion(registerFile(all + '\xA0'));
+}
+
+TEST_F(MemoryOfARegisterFile, IsInProportionForWhatIsLarge) {
+    std::string const large(1 << 20, 'x');
+    expectProportion(registerFile("\xA1" + name("f") + content(large)));
+    expectProportion(registerFile("\xA1" + name(large) + '\x40'));
+    expectProportion(registerFile("\xA1" + name(large) + '\x01')); // a refusal that names it
+    expectProportion(large);
 }
 
 } // namespace
