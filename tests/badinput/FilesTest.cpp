@@ -12,7 +12,7 @@
 
 #include <filesystem/RealFileSystem.h>
 
-#include "badinput/Table.h"
+#include "badinput/Files.h"
 #include "support/TemporaryDirectory.h"
 
 // File names that reach, or should not reach, a file system rooted at the directory "root", which holds
@@ -24,16 +24,8 @@
 //     dangling    ->     ../nowhere
 //     loop        ->     loop
 //
-// The notation of an outcome:
-//
-//     yes, no      the answer
-//     =text        the text, number or listing returned
-//     null         no module
-//     +p +p/       a file with the content "new", a directory made; paths from the directory around the root
-//     *p -p        a file with its content replaced by "new", an entry gone
-//
-// The unique name below the loop is left out: what cannot be examined counts as there, so all names are
-// tried.
+// The notation of an outcome is that of `Files.h`, with paths from the directory around the root. The
+// unique name below the loop is left out: what cannot be examined counts as there, so all names are tried.
 //
 // A symbolic link below the root is the administrator's: it is followed, wherever it leads. No text in a path
 // leads out.
@@ -43,9 +35,9 @@ namespace {
 namespace fs = std::filesystem;
 using badinput::Cell;
 using badinput::cells;
+using badinput::Contents;
+using badinput::PrintableCell;
 using badinput::repeated;
-using filesystem::FileHandle;
-using filesystem::FileSystem;
 using filesystem::RealFileSystem;
 
 std::map<std::string, QString> const& names() {
@@ -143,8 +135,8 @@ Loop            | no       | no                  | no    | (a million names are 
 }
 
 /** Every entry around the root, links with where they lead, files with their contents. */
-std::map<std::string, std::string> everything(fs::path const& top) {
-    std::map<std::string, std::string> result;
+Contents everything(fs::path const& top) {
+    Contents result;
     for (fs::directory_entry const& entry : fs::recursive_directory_iterator(top)) {
         std::string const path = entry.path().lexically_relative(top).string();
         if (entry.is_symlink()) {
@@ -174,70 +166,8 @@ void fill(fs::path const& top) {
     fs::create_symlink("loop", top / "root/loop");
 }
 
-std::string yesNo(bool value) {
-    return value ? "yes" : "no";
-}
-
-std::string content(FileSystem& files, QString const& path) {
-    FileHandle* handle = nullptr;
-    if (!files.open(path, &handle, FileSystem::MODE_READ))
-        return handle == nullptr ? "no" : "no, but a handle";
-    std::string bytes = '=' + files.readBytes(handle, 1'000'000);
-    files.close(handle);
-    return bytes;
-}
-
-std::string replaced(FileSystem& files, QString const& path) {
-    FileHandle* handle = nullptr;
-    if (!files.open(path, &handle, FileSystem::MODE_WRITE))
-        return handle == nullptr ? "no" : "no, but a handle";
-    return yesNo(files.write(handle, "new", 3) == 3 && files.close(handle));
-}
-
-std::string listed(FileSystem& files, QString const& path) {
-    std::string result = "=";
-    for (filesystem::DirEntry const& entry : files.getFileList(path))
-        (result += entry.name.toStdString()) += ',';
-    return result;
-}
-
-using Operation = std::function<std::string(FileSystem&, QString const&)>;
-
-std::map<std::string, Operation> const& operations() {
-    using Fs = FileSystem;
-    using Path = QString const&;
-    static std::map<std::string, Operation> const all = {
-        {"exists", [](Fs& f, Path p) { return yesNo(f.exists(p)); }},
-        {"isFile", [](Fs& f, Path p) { return yesNo(f.isFile(p)); }},
-        {"isDirectory", [](Fs& f, Path p) { return yesNo(f.isDirectory(p)); }},
-        {"getFileList", listed},
-        {"size", [](Fs& f, Path p) { return '=' + std::to_string(f.size(p)); }},
-        {"loadModule", [](Fs& f, Path p) { return f.loadModule(p) == nullptr ? "null" : "a module"; }},
-        {"remove", [](Fs& f, Path p) { return yesNo(f.remove(p)); }},
-        {"read", content},
-        {"write", replaced},
-        {"mkdir", [](Fs& f, Path p) { return yesNo(f.mkdir(p)); }},
-        {"getUniqueFileName",
-         [](Fs& f, Path p) {
-             QString const unique = f.getUniqueFileName(p, QStringLiteral("n"), QString());
-             return unique == p + QStringLiteral("/n0") ? "=%/n0" : "=" + unique.toStdString();
-         }},
-    };
-    return all;
-}
-
-struct PrintableCell : Cell {
-    explicit PrintableCell(Cell cell) : Cell(std::move(cell)) {}
-    friend void PrintTo(PrintableCell const& one, std::ostream* out) { *out << one.row << '_' << one.column; }
-};
-
 class BadFileName : public testing::TestWithParam<PrintableCell> {};
-INSTANTIATE_TEST_SUITE_P(Disk, BadFileName, testing::ValuesIn([] {
-                             std::vector<PrintableCell> result;
-                             for (Cell const& cell : contract())
-                                 result.emplace_back(cell);
-                             return result;
-                         }()),
+INSTANTIATE_TEST_SUITE_P(Disk, BadFileName, testing::ValuesIn(badinput::printable(contract())),
                          [](auto const& one) { return one.param.row + '_' + one.param.column; });
 
 TEST_P(BadFileName, HasTheOutcomeOfTheContract) {
@@ -249,21 +179,13 @@ TEST_P(BadFileName, HasTheOutcomeOfTheContract) {
     std::string outcome;
     {
         RealFileSystem files(QString::fromStdString((top / "root").string()));
-        outcome = operations().at(GetParam().column)(files, names().at(GetParam().row));
+        outcome = badinput::fileOperations().at(GetParam().column)(files, names().at(GetParam().row));
     }
-    auto const after = everything(top.path());
-    for (auto const& [path, bytes] : after)
-        if (auto const was = before.find(path); was == before.end() || was->second != bytes)
-            outcome += (was == before.end() ? " +" : " *") + path +
-                       (bytes == "new" || path.back() == '/' ? "" : ':' + bytes);
-    for (auto const& was : before)
-        if (after.count(was.first) == 0)
-            outcome += " -" + was.first;
-    EXPECT_EQ(GetParam().outcome, outcome);
+    EXPECT_EQ(GetParam().outcome, outcome + badinput::changes(before, everything(top.path())));
 }
 
 TEST(BadFileNames, AreEachPutToEveryOperation) {
-    EXPECT_EQ(names().size() * operations().size(), contract().size());
+    EXPECT_EQ(names().size() * badinput::fileOperations().size(), contract().size());
 }
 
 } // namespace

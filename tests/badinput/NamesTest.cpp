@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <map>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -35,9 +34,9 @@
 
 namespace {
 
+using badinput::Case;
 using badinput::Cell;
 using badinput::cells;
-using badinput::Operation;
 using badinput::repeated;
 using badinput::SCOPE_USER;
 using badinput::Subject;
@@ -268,29 +267,8 @@ std::string spelled(std::string const& cell, std::string const& given) {
     return text;
 }
 
-struct Case {
-    std::string row;
-    Operation operation;
-    std::string outcome;
-    bool derived;
-
-    [[nodiscard]] std::string name() const {
-        return row + '_' + operation.name + (derived ? "_Derived" : "_Plain");
-    }
-    friend void PrintTo(Case const& one, std::ostream* out) { *out << one.name(); }
-};
-
-std::vector<Case> everyCase() {
-    std::vector<Case> result;
-    for (Cell const& cell : contract())
-        for (Operation const& operation : badinput::columns().at(cell.column))
-            for (bool const derived : {false, true})
-                result.push_back({cell.row, operation, cell.outcome, derived});
-    return result;
-}
-
 class BadName : public testing::TestWithParam<Case> {};
-INSTANTIATE_TEST_SUITE_P(Register, BadName, testing::ValuesIn(everyCase()),
+INSTANTIATE_TEST_SUITE_P(Register, BadName, testing::ValuesIn(badinput::everyCase(contract())),
                          [](auto const& one) { return one.param.name(); });
 
 TEST_P(BadName, HasTheOutcomeOfTheContract) {
@@ -313,7 +291,7 @@ TEST(BadNames, AreEachPutToEveryOperation) {
     std::size_t operations = 0;
     for (auto const& column : badinput::columns())
         operations += column.second.size();
-    EXPECT_EQ(2 * operations * names().size(), everyCase().size());
+    EXPECT_EQ(2 * operations * names().size(), badinput::everyCase(contract()).size());
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -37,17 +38,6 @@ struct Operation {
     std::function<std::string(_Register&, Arguments const&)> call;
     std::string written; ///< the record that it leaves in a property
 };
-
-inline std::string yesNo(bool value) {
-    return value ? "yes" : "no";
-}
-
-inline std::string listed(std::set<filesystem::DirEntry> const& entries) {
-    std::string result = "=";
-    for (filesystem::DirEntry const& entry : entries)
-        (result += entry.name.toStdString()) += ',';
-    return result;
-}
 
 inline std::string openedAndClosed(_Register& settings, Arguments const& arguments,
                                    filesystem::FileSystem::FileSystemMode mode) {
@@ -140,6 +130,28 @@ inline std::map<std::string, std::vector<Operation>> const& columns() {
     return all;
 }
 
+/** A cell for one of its column's operations, on one of the two forms of a register. */
+struct Case {
+    std::string row;
+    Operation operation;
+    std::string outcome;
+    bool derived;
+
+    [[nodiscard]] std::string name() const {
+        return row + '_' + operation.name + (derived ? "_Derived" : "_Plain");
+    }
+    friend void PrintTo(Case const& one, std::ostream* out) { *out << one.name(); }
+};
+
+inline std::vector<Case> everyCase(std::vector<Cell> const& contract) {
+    std::vector<Case> result;
+    for (Cell const& cell : contract)
+        for (Operation const& operation : columns().at(cell.column))
+            for (bool const derived : {false, true})
+                result.push_back({cell.row, operation, cell.outcome, derived});
+    return result;
+}
+
 /** A register of one of the two forms, that starts each case with the same few properties. */
 class Subject {
 public:
@@ -149,8 +161,7 @@ public:
 
     [[nodiscard]] _Register& settings() const { return _derived ? *_derived : *_Register::getInstance(); }
 
-    /** What an operation returned or threw, and all that it has changed: see `Notation` for how it is told.
-     */
+    /** What an operation returned or threw, and all that it has changed, as the table of names tells it. */
     std::string outcome(Operation const& operation, Arguments const& arguments) {
         notification::Listener listener;
         bool const tells = operation.name.rfind("write", 0) == 0;
@@ -172,8 +183,7 @@ public:
     }
 
 private:
-    /** "g" with "x", an integer, and "y" in the user scope, "p" in the global and "t" in the temporary one.
-     */
+    /** The integers "g/x" and "g/y" in the user scope, "p" in the global and "t" in the temporary one. */
     static std::string const& start() {
         static std::string const bytes = [] {
             support::RegisterProbe probe;

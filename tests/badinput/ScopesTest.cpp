@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <climits>
 #include <map>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -20,9 +19,9 @@
 
 namespace {
 
+using badinput::Case;
 using badinput::Cell;
 using badinput::cells;
-using badinput::Operation;
 using badinput::RegisterScope;
 using badinput::Subject;
 
@@ -69,29 +68,8 @@ LargestForNoGroup       | !scope       | !group     | !group      | !scope      
     return all;
 }
 
-struct Case {
-    std::string row;
-    Operation operation;
-    std::string outcome;
-    bool derived;
-
-    [[nodiscard]] std::string name() const {
-        return row + '_' + operation.name + (derived ? "_Derived" : "_Plain");
-    }
-    friend void PrintTo(Case const& one, std::ostream* out) { *out << one.name(); }
-};
-
-std::vector<Case> everyCase() {
-    std::vector<Case> result;
-    for (Cell const& cell : contract())
-        for (Operation const& operation : badinput::columns().at(cell.column))
-            for (bool const derived : {false, true})
-                result.push_back({cell.row, operation, cell.outcome, derived});
-    return result;
-}
-
 class BadScope : public testing::TestWithParam<Case> {};
-INSTANTIATE_TEST_SUITE_P(Register, BadScope, testing::ValuesIn(everyCase()),
+INSTANTIATE_TEST_SUITE_P(Register, BadScope, testing::ValuesIn(badinput::everyCase(contract())),
                          [](auto const& one) { return one.param.name(); });
 
 TEST_P(BadScope, HasTheOutcomeOfTheContract) {

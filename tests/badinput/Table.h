@@ -2,10 +2,13 @@
 #pragma once
 
 #include <algorithm>
+#include <set>
 #include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+#include <filesystem/DirEntry.h>
 
 /**
  * Contracts as tables: a row for each kind of argument, a column for each operation, and in each cell the
@@ -60,6 +63,17 @@ inline std::string repeated(std::string const& text, int times) {
     std::string result;
     for (int i = 0; i < times; ++i)
         result += text;
+    return result;
+}
+
+inline std::string yesNo(bool value) {
+    return value ? "yes" : "no";
+}
+
+inline std::string listed(std::set<filesystem::DirEntry> const& entries) {
+    std::string result = "=";
+    for (filesystem::DirEntry const& entry : entries)
+        (result += entry.name.toStdString()) += ',';
     return result;
 }
 

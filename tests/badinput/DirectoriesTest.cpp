@@ -1,0 +1,152 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <utils/properties/Register.h>
+
+#include "badinput/Files.h"
+#include "support/ChildProcess.h"
+#include "support/Failure.h"
+#include "support/TemporaryDirectory.h"
+
+// Directories that no program should give to the register, as its global or its user directory or as the root
+// of `_test_register_path`, with the bare name of a register file and with one in a directory. The process
+// stands in a directory that holds
+//
+//     file          "content"
+//     sub/inner     "inner"
+//     here/         which each case has as its current directory
+//
+// The notation of an outcome:
+//
+//     yes, no       the answer
+//     ready         the register is there, and has both directories, as given, in its temporary scope
+//     +p +p/        a register file, a directory made
+//
+// A register file needs no directory of its own, so every directory will do; what cannot be saved there is not.
+
+namespace {
+
+namespace fs = std::filesystem;
+using badinput::Cell;
+using badinput::cells;
+using badinput::PrintableCell;
+using badinput::repeated;
+using utils::properties::_Register;
+
+/** By row; what is relative is seen from "here". */
+std::map<std::string, std::string> const& directories() {
+    static std::map<std::string, std::string> const all = {
+        {"Empty", ""},
+        {"Dot", "."},
+        {"DotDot", ".."},
+        {"DotDotSub", "../sub"},
+        {"Missing", "missing"},
+        {"AFile", "../file"},
+        {"BelowAFile", "../file/x"},
+        {"ZeroByte", std::string("../sub\0/x", 9)},
+        {"ZeroByteInFront", std::string("\0../sub", 7)},
+        {"NotUtf8", "\xff"},
+        {"CutShort", "../sub/\xc3"},
+        {"OneMebibyte", std::string(1 << 20, 'n')},
+        {"ManyLevels", repeated("m/", 100'000) + "n"},
+        {"TrailingSlashes", "../sub///"},
+    };
+    return all;
+}
+
+std::vector<Cell> const& contract() {
+    static std::vector<Cell> const all = cells(R"(
+directory       | asGlobal                 | asUser                    | testFile | testDeep        | testAsFile
+Empty           | ready +sub/Velmorand.dat | ready                     | yes      | no              | yes
+Dot             | ready +sub/Velmorand.dat | ready +here/Velmorand.dat | yes      | yes +here/deep/ | yes
+DotDot          | ready +sub/Velmorand.dat | ready +Velmorand.dat      | yes      | yes +deep/      | yes
+DotDotSub       | ready +sub/Velmorand.dat | ready +sub/Velmorand.dat  | yes      | yes +sub/deep/  | no
+Missing         | ready +sub/Velmorand.dat | ready                     | yes      | no              | yes
+AFile           | ready +sub/Velmorand.dat | ready                     | yes      | no              | no
+BelowAFile      | ready +sub/Velmorand.dat | ready                     | yes      | no              | no
+ZeroByte        | ready +sub/Velmorand.dat | ready                     | yes      | no              | no
+ZeroByteInFront | ready +sub/Velmorand.dat | ready                     | yes      | no              | no
+NotUtf8         | ready +sub/Velmorand.dat | ready                     | yes      | no              | yes
+CutShort        | ready +sub/Velmorand.dat | ready                     | yes      | no              | no
+OneMebibyte     | ready +sub/Velmorand.dat | ready                     | yes      | no              | yes
+ManyLevels      | ready +sub/Velmorand.dat | ready                     | yes      | no              | no
+TrailingSlashes | ready +sub/Velmorand.dat | ready +sub/Velmorand.dat  | yes      | yes +sub/deep/  | no
+)");
+    return all;
+}
+
+std::string initialized(std::string const& global, std::string const& user) {
+    std::string const failure = support::failure([&] { _Register::initialize(global, user); });
+    if (failure != "nothing")
+        return "threw <" + failure + '>';
+    std::string globalThere;
+    std::string userThere;
+    _Register::getInstance()->_readString("GlobalDataPath", globalThere);
+    _Register::getInstance()->_readString("UserDataPath", userThere);
+    return globalThere == global && userThere == user ? "ready" : "another directory";
+}
+
+using Operation = std::function<std::string(std::string const&)>;
+
+std::map<std::string, Operation> const& operations() {
+    using Path = std::string const&;
+    static std::map<std::string, Operation> const all = {
+        {"asGlobal", [](Path p) { return initialized(p, "../sub"); }},
+        {"asUser", [](Path p) { return initialized("../sub", p); }},
+        {"testFile", [](Path p) { return badinput::yesNo(_test_register_path(p, "file")); }},
+        {"testDeep", [](Path p) { return badinput::yesNo(_test_register_path(p, "deep/file")); }},
+        {"testAsFile", [](Path p) { return badinput::yesNo(_test_register_path("../sub", p)); }},
+    };
+    return all;
+}
+
+/** Every entry, files with their contents: of a register file, that it is new. */
+badinput::Contents everything(fs::path const& top) {
+    badinput::Contents result;
+    for (fs::directory_entry const& entry : fs::recursive_directory_iterator(top)) {
+        std::string const path = entry.path().lexically_relative(top).string();
+        std::ostringstream content;
+        if (entry.path().filename() == "Velmorand.dat")
+            content << "new";
+        else if (entry.is_regular_file())
+            content << std::ifstream(entry.path(), std::ios::binary).rdbuf();
+        result[entry.is_directory() ? path + '/' : path] = content.str();
+    }
+    return result;
+}
+
+class BadDirectory : public testing::TestWithParam<PrintableCell> {};
+INSTANTIATE_TEST_SUITE_P(Register, BadDirectory, testing::ValuesIn(badinput::printable(contract())),
+                         [](auto const& one) { return one.param.row + '_' + one.param.column; });
+
+TEST_P(BadDirectory, HasTheOutcomeOfTheContract) {
+    EXPECT_EQ(0, support::inChild(
+                     [] {
+                         support::TemporaryDirectory const top;
+                         fs::create_directory(top / "here");
+                         fs::create_directory(top / "sub");
+                         std::ofstream(top / "file") << "content";
+                         std::ofstream(top / "sub/inner") << "inner";
+                         fs::current_path(top / "here");
+                         auto const before = everything(top.path());
+                         std::string const outcome =
+                             operations().at(GetParam().column)(directories().at(GetParam().row));
+                         EXPECT_EQ(GetParam().outcome,
+                                   outcome + badinput::changes(before, everything(top.path())));
+                     },
+                     support::Leave::atOnce));
+}
+
+TEST(BadDirectories, AreEachPutToEveryOperation) {
+    EXPECT_EQ(directories().size() * operations().size(), contract().size());
+}
+
+} // namespace
