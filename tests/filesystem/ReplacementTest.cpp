@@ -211,7 +211,31 @@ TEST_F(ReplacePermissions, LetAnotherOwnersFileBeReplaced) {
     ASSERT_EQ(0, ::chmod(at("f").c_str(), 0666));
     ASSERT_EQ(0, asOrdinaryUser(directory, [this] { EXPECT_TRUE(writeFile(files, "f", "new")); }));
     EXPECT_EQ("new", fileBytes(at("f")));
-    EXPECT_EQ(0666U, permissions(at("f")));
+}
+
+TEST_F(ReplacePermissions, OfAGroupAreNotGivenToAnother) {
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only root can make a file of another group";
+    for (auto const& [before, after] : std::map<unsigned, unsigned>{
+             {0606U, 0606U}, {0666U, 0606U}, {0676U, 0606U}, {02646U, 0606U}, {06777U, 04707U}}) {
+        putFile(at("f"), "old");
+        ASSERT_EQ(0, ::chown(at("f").c_str(), 65534, 1234)); // the user is theirs, the group is not
+        ASSERT_EQ(0, ::chmod(at("f").c_str(), before));
+        ASSERT_EQ(0, asOrdinaryUser(directory, [this] { EXPECT_TRUE(writeFile(files, "f", "new")); }));
+        EXPECT_EQ("new", fileBytes(at("f")));
+        EXPECT_EQ(after, permissions(at("f")));
+    }
+}
+
+TEST_F(ReplacePermissions, OfAnOwnerToActInTheirNameAreNotGivenToAnother) {
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only root can make a file of another owner";
+    putFile(at("f"), "old");
+    ASSERT_EQ(0, ::chown(at("f").c_str(), 4321, 65534)); // the group is theirs, the user is not
+    ASSERT_EQ(0, ::chmod(at("f").c_str(), 06777));
+    ASSERT_EQ(0, asOrdinaryUser(directory, [this] { EXPECT_TRUE(writeFile(files, "f", "new")); }));
+    EXPECT_EQ("new", fileBytes(at("f")));
+    EXPECT_EQ(02777U, permissions(at("f")));
 }
 
 using ReplaceThroughLink = OnDisk;

@@ -370,11 +370,13 @@ TEST_F(SystemCalls, ThatFailLoadNoModuleThisTime) {
 
 TEST_F(SystemCalls, ThatAreInterruptedAreMadeAgain) {
     for (char const* const call :
-         {"open", "openat", "pread", "pwrite", "fsync", "flock", "fchmod", "fchown", "getrandom", "close"})
+         {"open", "openat", "pread", "pwrite", "fsync", "flock", "fchmod", "fchown", "getrandom", "close",
+          "faccessat", "readlinkat", "stat", "fstat", "fstatat", "fcntl", "renameat", "unlinkat"})
         for (int nth = 1; nth <= 10; ++nth) {
             SCOPED_TRACE(std::string(call) + ' ' + std::to_string(nth));
             clear();
             putFile(at("file"), "old");
+            putFile(at(".file.abc123"), "left by a killed process");
             ASSERT_TRUE(::geteuid() != 0 || ::chown(at("file").c_str(), 65534, 65534) == 0);
             withFault({nth, EINTR, call, false}, [&] {
                 EXPECT_TRUE(writeFile(files, "file", "new"));

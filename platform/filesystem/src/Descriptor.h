@@ -25,6 +25,11 @@ inline bool isRegular(struct stat const& status) noexcept {
     return S_ISREG(status.st_mode);
 }
 
+/** Looks at an open file. False when the system reports an error. */
+inline bool isExamined(int file, struct stat& status) {
+    return retried([&] { return ::fstat(file, &status); }) == 0;
+}
+
 /** Owns a file descriptor, or none. */
 class Descriptor {
 public:

@@ -61,13 +61,18 @@ bool isRoot(std::string const& located) {
     return located.back() == '/';
 }
 
+/** Looks at what stands at a path, symbolic links followed. */
+bool isExaminedAt(std::string const& path, struct stat& status) {
+    return retried([&] { return ::stat(path.c_str(), &status); }) == 0;
+}
+
 /**
  * The type bits of what stands at a path, symbolic links followed; 0 when it is missing or cannot be
  * examined.
  */
 ::mode_t typeAt(std::optional<std::string> const& located) {
     struct stat status = {};
-    return located && ::stat(located->c_str(), &status) == 0 ? status.st_mode & S_IFMT : 0;
+    return located && isExaminedAt(*located, status) ? status.st_mode & S_IFMT : 0;
 }
 
 } // namespace
@@ -114,7 +119,7 @@ public:
 
     [[nodiscard]] long size() const override {
         struct stat status = {};
-        return ::fstat(_file.number(), &status) == 0 ? long{status.st_size} : -1;
+        return isExamined(_file.number(), status) ? long{status.st_size} : -1;
     }
 
     bool close() override { return _file.close(); }
@@ -168,11 +173,11 @@ std::unique_ptr<RealHandle> openForReading(FileSystem& fileSystem, std::string c
     // Looked at first, since opening some devices does something; and again, since it may have changed
     // meanwhile.
     struct stat status = {};
-    if (::stat(path.c_str(), &status) != 0 || !isRegular(status))
+    if (!isExaminedAt(path, status) || !isRegular(status))
         return nullptr;
     int const flags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
     Descriptor file(retried([&] { return ::open(path.c_str(), flags); }));
-    if (!file.isOpen() || ::fstat(file.number(), &status) != 0 || !isRegular(status))
+    if (!file.isOpen() || !isExamined(file.number(), status) || !isRegular(status))
         return nullptr;
     return std::make_unique<ReadHandle>(fileSystem, std::move(file));
 }
@@ -227,8 +232,8 @@ std::set<DirEntry> RealFileSystem::getFileList(QString const& path) const {
 bool RealFileSystem::exists(QString const& path) const {
     auto const located = locate(_root, path);
     struct stat status = {};
-    return located && (::stat(located->c_str(), &status) == 0 ||
-                       (errno != ENOENT && errno != ENOTDIR && errno != ENAMETOOLONG));
+    return located &&
+           (isExaminedAt(*located, status) || (errno != ENOENT && errno != ENOTDIR && errno != ENAMETOOLONG));
 }
 
 bool RealFileSystem::remove(QString const& path) {

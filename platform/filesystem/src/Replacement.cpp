@@ -57,6 +57,15 @@ bool isLocked(int file) {
     return retried([=] { return ::flock(file, LOCK_EX | LOCK_NB); }) == 0;
 }
 
+/** Looks at what stands under a name, a symbolic link included. */
+bool isExaminedAt(int directory, std::string const& name, struct stat& status) {
+    return retried([&] { return ::fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW); }) == 0;
+}
+
+void remove(int directory, std::string const& name) {
+    retried([&] { return ::unlinkat(directory, name.c_str(), 0); });
+}
+
 bool isSynchronised(int file) {
     return retried([=] { return ::fsync(file); }) == 0;
 }
@@ -73,7 +82,8 @@ bool isOwned(int file, ::uid_t user, ::gid_t group) {
 
 std::unique_ptr<Replacement> Replacement::begin(std::string const& path) {
     // Asked by path, since the system may forbid to follow a link that the steps of `resolve` would follow.
-    if (::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0 && errno != ENOENT)
+    if (retried([&] { return ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS); }) != 0 &&
+        errno != ENOENT)
         return nullptr;
     auto target = resolve(path);
     if (!target)
@@ -95,7 +105,7 @@ Replacement::~Replacement() {
 
 void Replacement::discard() noexcept {
     if (!_temporary.empty())
-        ::unlinkat(_target.directory.number(), _temporary.c_str(), 0);
+        remove(_target.directory.number(), _temporary);
     _temporary.clear();
 }
 
@@ -106,8 +116,9 @@ std::optional<Replacement::Target> Replacement::resolve(std::string const& path)
     for (int hop = 0; hop <= hopLimit; ++hop) {
         if (!step(target, next))
             return std::nullopt;
-        auto const length =
-            ::readlinkat(target.directory.number(), target.name.c_str(), link.data(), link.size());
+        auto const length = retried([&] {
+            return ::readlinkat(target.directory.number(), target.name.c_str(), link.data(), link.size());
+        });
         if (length < 0 && (errno == EINVAL || errno == ENOENT))
             return target;
         if (length < 0)
@@ -141,7 +152,7 @@ bool Replacement::step(Target& target, std::string const& path) {
 /** Looks at what is to be replaced. False when it cannot be. */
 bool Replacement::examine() {
     struct stat status = {};
-    if (::fstatat(_target.directory.number(), _target.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+    if (!isExaminedAt(_target.directory.number(), _target.name, status))
         return errno == ENOENT;
     _replaced = status;
     return isRegular(status);
@@ -162,7 +173,7 @@ void Replacement::removeIfStale(std::string const& name) const {
     Descriptor const file(retried([&] { return ::openat(_target.directory.number(), name.c_str(), flags); }));
     // Its process may have moved it into place before it let go of the lock.
     if (file.isOpen() && isLocked(file.number()) && isAt(file.number(), name))
-        ::unlinkat(_target.directory.number(), name.c_str(), 0);
+        remove(_target.directory.number(), name);
 }
 
 bool Replacement::makeTemporary() {
@@ -201,9 +212,9 @@ bool Replacement::lockTemporary() const {
 bool Replacement::isAt(int file, std::string const& name) const {
     struct stat open = {};
     struct stat there = {};
-    return ::fstat(file, &open) == 0 && isRegular(open) &&
-           ::fstatat(_target.directory.number(), name.c_str(), &there, AT_SYMLINK_NOFOLLOW) == 0 &&
-           open.st_dev == there.st_dev && open.st_ino == there.st_ino;
+    return isExamined(file, open) && isRegular(open) &&
+           isExaminedAt(_target.directory.number(), name, there) && open.st_dev == there.st_dev &&
+           open.st_ino == there.st_ino;
 }
 
 long Replacement::write(void const* bytes, long count) {
@@ -252,20 +263,29 @@ bool Replacement::flush() {
     return _error == 0;
 }
 
-/** Gives the new file what the old one had: the mode, and where possible the owner, or else the group. */
+/**
+ * Gives the new file what the old one had: the mode, and where possible the owner, or else the group. What the
+ * mode allows the old file's group is not for another one, and neither is what runs in the name of either.
+ */
 bool Replacement::keepOwnerAndMode() const {
     if (!_replaced)
         return true;
     struct stat now = {};
-    if (::fstat(_file.number(), &now) != 0)
+    if (!isExamined(_file.number(), now))
         return false;
     bool const sameOwner = now.st_uid == _replaced->st_uid && now.st_gid == _replaced->st_gid;
     auto const unchanged = static_cast<::uid_t>(-1);
-    if (!sameOwner && !(isOwned(_file.number(), unchanged, _replaced->st_gid) &&
-                        isOwned(_file.number(), _replaced->st_uid, _replaced->st_gid)))
+    if (!sameOwner &&
+        !(isOwned(_file.number(), unchanged, _replaced->st_gid) &&
+          isOwned(_file.number(), _replaced->st_uid, _replaced->st_gid) && isExamined(_file.number(), now)))
         return false;
+    ::mode_t mode = _replaced->st_mode & 07777U;
+    if (now.st_gid != _replaced->st_gid)
+        mode &= ~::mode_t{S_IRWXG | S_ISGID};
+    if (now.st_uid != _replaced->st_uid)
+        mode &= ~::mode_t{S_ISUID};
     // After the owner, whose change takes mode bits away.
-    return retried([&] { return ::fchmod(_file.number(), _replaced->st_mode & 07777U); }) == 0;
+    return retried([&] { return ::fchmod(_file.number(), mode); }) == 0;
 }
 
 /**
@@ -274,13 +294,16 @@ bool Replacement::keepOwnerAndMode() const {
 bool Replacement::settle() {
     if (!flush() || !keepOwnerAndMode() || !isSynchronised(_file.number()))
         return false;
-    _lock = Descriptor(::fcntl(_file.number(), F_DUPFD_CLOEXEC, 0));
+    _lock = Descriptor(retried([&] { return ::fcntl(_file.number(), F_DUPFD_CLOEXEC, 0); }));
     return _lock.isOpen() && _file.close();
 }
 
 bool Replacement::commit() {
     int const directory = _target.directory.number();
-    if (!settle() || ::renameat(directory, _temporary.c_str(), directory, _target.name.c_str()) != 0)
+    auto const move = [&] {
+        return ::renameat(directory, _temporary.c_str(), directory, _target.name.c_str());
+    };
+    if (!settle() || retried(move) != 0)
         return false;
     _temporary.clear();
     // Where directories cannot be synchronised (EINVAL), their changes need not be.

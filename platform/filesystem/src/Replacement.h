@@ -17,7 +17,7 @@ namespace filesystem {
  * The new content goes to a temporary file beside the old one, named after it: ".", its name, "." and six
  * random characters. The process holds a lock on the temporary file as long as it is at work on it, so a
  * temporary file whose lock can be taken was left by a process that was killed; `begin` clears those of its
- * own file.
+ * own file. On a file system that has no locks (`flock`) nobody can tell, and what was left there stays.
  *
  * A symbolic link at the path is resolved once, by `begin`; the link stays and its target is replaced.
  */
