@@ -153,6 +153,24 @@ bool shorten(std::string& key) {
     return true;
 }
 
+constexpr std::size_t longKey = 512; // from here on looking for each level costs more than skipping some
+
+/**
+ * Shortens a key that has no entries past the groups around it that have none either: what encloses it and is
+ * there stands before it, and shares with it no more than the one before it does. `behind` is the first entry
+ * behind it.
+ */
+void skip(std::string& key, Listeners const& listeners, Listeners::const_iterator behind) {
+    if (behind == listeners.begin()) {
+        key.resize(1);
+        return;
+    }
+    std::string const& before = std::prev(behind)->first;
+    auto const shared = std::mismatch(before.begin(), before.end(), key.begin(), key.end()).second;
+    // With the byte behind what is shared: that may be the slash which ends the group.
+    key.erase(shared + 1, key.end());
+}
+
 void announce(Listeners& listeners, void* sender, std::string const& name) {
     if (name.empty())
         return;
@@ -162,6 +180,8 @@ void announce(Listeners& listeners, void* sender, std::string const& name) {
         auto const first = listeners.lower_bound(key);
         if (first != listeners.end() && first->first == key)
             Round(listeners, first).tell(sender, name);
+        else if (key.size() > longKey)
+            skip(key, listeners, first);
     } while (shorten(key));
     spares.key = std::move(key);
 }

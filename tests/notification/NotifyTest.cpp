@@ -63,6 +63,33 @@ TYPED_TEST(Notify, TellsAGroupOfAllThatIsInIt) {
     EXPECT_THAT(this->change("g/h/k/p"), ElementsAre("g/h: g/h/k/p"));
 }
 
+TYPED_TEST(Notify, FindsTheGroupsOfANameOfManyLevels) {
+    for (std::string const start : {"", "/", "//"}) {
+        std::string name = start;
+        for (int level = 0; level < 1'000; ++level)
+            name += level % 10 == 9 ? "m//" : "m/";
+        name += 'n';
+        std::vector<std::string> expected;
+        for (std::size_t slash = name.size(), level = 0; slash != 0 && slash != std::string::npos; ++level) {
+            std::string const group = name.substr(0, slash);
+            // Some groups; around every other what stands before and behind it and encloses nothing.
+            if (level % 97 == 0 || slash < 4) {
+                this->listenUnder({group});
+                if (level % 2 == 0)
+                    this->listenUnder({group + "/a", group + "/z", group + 'm', group + '!'});
+                expected.push_back(group + ": " + name);
+            }
+            slash = name.rfind('/', slash - 1);
+        }
+        if (start == "/") {
+            this->listenUnder({"/"});
+            expected.push_back("/: " + name);
+        }
+        EXPECT_THAT(this->change(name), testing::ElementsAreArray(expected)) << start;
+        this->TearDown();
+    }
+}
+
 TYPED_TEST(Notify, DoesNotTakeAPrefixForAGroup) {
     this->listenUnder({"g", "g/h"});
     EXPECT_THAT(this->change("gh"), IsEmpty());
