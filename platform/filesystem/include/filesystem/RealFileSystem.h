@@ -22,9 +22,9 @@ class RealHandles;
  * Writing replaces a file in one step. The new content is written aside, in the same directory; `close` makes
  * it durable and moves it over the old name. Until `close` has returned true the old content is what everyone
  * sees, whatever happens to the process or the machine; a handle that is never closed, or one on which a
- * write failed, changes nothing. The permissions, and where possible the owner, of a replaced file stay, and
- * so does a symbolic link that stands in its place: its target is replaced. What a killed process left aside
- * is cleared when the file is next opened for writing.
+ * write failed, changes nothing. A replaced file keeps its owner and group where possible, and its permissions
+ * but for those of a group that it loses; a symbolic link in its place stays, and its target is replaced. What
+ * a killed process left aside is cleared when the file is next opened for writing.
  *
  * When `open` or `close` returns false, `errno` says why; for `close`, why the first write that failed did.
  */
