@@ -29,6 +29,12 @@ TEST_F(DefaultPlaces, AreNotMadeByReading) {
     EXPECT_FALSE(std::filesystem::exists(at(".config")));
 }
 
+TEST_F(DefaultPlaces, AreNotMadeByWhatFails) {
+    EXPECT_THAT(runBare({"delete", "x"}), Complains(1, "x is not there"));
+    EXPECT_THAT(runBare({"import", "-"}, "[]"), Complains(2, "an object of entries is expected"));
+    EXPECT_FALSE(std::filesystem::exists(at(".config")));
+}
+
 TEST_F(DefaultPlaces, AreNeededWithoutAUserDirectory) {
     ::unsetenv("HOME");
     EXPECT_THAT(runBare({"list"}), Complains(2, "--user DIR is needed"));

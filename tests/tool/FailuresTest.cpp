@@ -81,6 +81,10 @@ TEST_F(Failures, OfADirectoryInPlaceOfTheFile) {
     EXPECT_THAT(run({"set", "integer", "y", "1"}), Complains(3, userFile + ": Is a directory"));
 }
 
+TEST_F(Failures, OfADeviceInPlaceOfTheFile) {
+    EXPECT_THAT(run({"check", "/dev/null"}), Complains(3, "/dev/null: Not a regular file"));
+}
+
 TEST_F(Failures, OfAFileThatMayNotBeReadSaySo) {
     if (::geteuid() == 0)
         GTEST_SKIP() << "root reads everything";

@@ -33,6 +33,7 @@ std::vector<Case> everyCase() {
         {"NoJson", "{\"a\": ", "standard input: parse error at line 1, column 7"},
         {"MoreBehindIt", "{} x", "standard input: parse error at line 1, column 4"},
         {"NoUtf8", "{\"\xFF\": {}}", "standard input: parse error"},
+        {"ANulByte", std::string("{}\0{}", 5), "standard input: a NUL byte at byte 3"},
         {"AList", "[]", "line 1: " + format},
         {"ANumber", "1", "line 1: " + format},
         {"NoEntry", R"({"bad": 1})", "line 1, bad: " + format},
@@ -61,13 +62,15 @@ std::vector<Case> everyCase() {
          bad + "2147483648 is no integer of 32 bits"},
         {"ASmallInteger", entryOf(R"("type": "integer", "value": -2147483649)"),
          bad + "-2147483649 is no integer of 32 bits"},
-        {"AHugeNumber", entryOf(R"("type": "number", "value": 1e999)"), "1e999"},
+        {"AHugeNumber", entryOf(R"("type": "number", "value": 1e999)"),
+         bad + "number overflow parsing '1e999'"},
         {"AnIntegerAsBoolean", entryOf(R"("type": "boolean", "value": 1)"), bad + "1 is no boolean"},
         {"ANull", entryOf(R"("type": "string", "value": null)"), bad + "null is no string"},
         {"AValueAsList", entryOf(R"("type": "strings", "value": "a")"), bad + "\"a\" is no list"},
         {"AListAsValue", entryOf(R"("type": "string", "value": ["a"])"), bad + "[\"a\"] is no string"},
         {"OneBadElement", entryOf(R"("type": "integers", "value": [1, true])"), bad + "true is no integer"},
         {"NoBase64", entryOf(R"("type": "string", "base64": "?")"), bad + "this is no base64: ?"},
+        {"HalfOfBase64", entryOf(R"("type": "string", "base64": "QUJDR")"), bad + "this is no base64: QUJDR"},
         {"ABase64Integer", entryOf(R"("type": "integer", "base64": "")"),
          bad + "integer is given as \"value\""},
         {"BytesWithoutThem", entryOf(R"("type": "bytes", "value": "")"), bad + "its base64 is missing"},
@@ -75,7 +78,7 @@ std::vector<Case> everyCase() {
          bad + "its value and its record differ"},
         {"ARecordOfAnotherKind", entryOf(R"("type": "boolean", "value": true, "record": "SQEAAAA=")"),
          bad + "its value and its record differ"},
-        {"TheEmptyName", R"({"": {"type": "integer", "value": 1}})", "line 1, : a name is levels"},
+        {"TheEmptyName", R"({"": {"type": "integer", "value": 1}})", "line 1, \"\": a name is levels"},
         {"AnEmptyLevel", R"({"a//b": {"type": "integer", "value": 1}})", "line 1, a//b: a name is levels"},
         {"ASlashAtTheEnd", R"({"a/": {"type": "integer", "value": 1}})", "line 1, a/: a name is levels"},
         {"Dots", R"({"a/..": {"type": "integer", "value": 1}})", "a name has no \".\" and \"..\" levels"},
@@ -135,6 +138,19 @@ TEST_F(Import, TakesAnyOrderAndAnyLayout) {
            "\n{ \"b/x\" :{\"value\":1,\n\"type\":\"number\"},\"a\":{\"type\":\"group\"} }\n\n");
     EXPECT_EQ("group     user   a\nnumber    user   b/x\n", answer({"list", "-r"}));
     EXPECT_EQ("1\n", answer({"get", "b/x"}));
+}
+
+TEST_F(Import, RepeatsNoLongText) {
+    Outcome const outcome =
+        run({"import", "-"}, entryOf(R"("type": "integer", "value": ")" + std::string(1'000'000, 'l') + '"'));
+    EXPECT_THAT(outcome, Complains(2, "lll ... lll"));
+    EXPECT_THAT(outcome, Complains(2, "\" is no integer of 32 bits\n"));
+    EXPECT_GT(1000U, outcome.err.size());
+}
+
+TEST_F(Import, TakesEitherFormOfNegativeZero) {
+    answer({"import", "-"}, R"({"x": {"type": "numbers", "value": [-0, -0.0, 0]}})");
+    EXPECT_EQ("-0\n-0\n0\n", answer({"get", "x"}));
 }
 
 TEST_F(Import, GoesIntoTheGlobalFileWhenToldSo) {

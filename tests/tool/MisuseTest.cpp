@@ -32,6 +32,8 @@ std::vector<Case> everyCase() {
          "no such scope: local (there are user, global, temporary)"},
         {"GlobalScopeWithoutDirectory", {"--scope", "global", "list"}, "--scope global needs --global DIR"},
         {"NoSuchDirectory", {"--global", "/nowhere", "list"}, "/nowhere: No such file or directory"},
+        {"EmptyDirectory", {"--global", "", "list"}, "\"\": No such file or directory"},
+        {"PathOfNoText", {"check", "a\xFF"}, "a path is UTF-8 text"},
         {"FileAsDirectory", {"--global", "/dev/null", "list"}, "/dev/null: Not a directory"},
         {"GetWithoutName", {"get"}, "NAME is required"},
         {"GetOfTwoNames", {"get", "a", "b"}, "b"},

@@ -31,6 +31,8 @@ protected:
             ::sched_yield();
         std::filesystem::rename(outPath(), _out);
         std::filesystem::rename(errPath(), _err);
+        while (!std::filesystem::exists(user))
+            ::sched_yield();
         for (int i = 0; bytesOf(_out).empty(); ++i)
             answer({"set", "integer", "ready", std::to_string(i)});
     }
@@ -107,6 +109,9 @@ TEST_F(Watch, EndsWhenItsDirectoryIsGone) {
     complained(user + ": No such file or directory\n");
 }
 
-TEST_F(Watch, NeedsADirectory) {
-    EXPECT_THAT(runBare({"watch"}), Complains(3, at(".config/velmorand") + ": No such file or directory"));
+TEST_F(Watch, MakesTheUsersOwnDirectory) {
+    user = at(".config/velmorand");
+    watch({"watch"});
+    answer({"set", "integer", "x", "1"});
+    printed("+ x: integer 1\n");
 }

@@ -37,7 +37,7 @@ Directory named(std::string const& path) {
     int const error = ::stat(path.c_str(), &status) != 0 ? errno : S_ISDIR(status.st_mode) ? 0 : ENOTDIR;
     if (error != 0)
         throw Failure(error == EACCES ? Status::fileTrouble : Status::misuse,
-                      path + ": " + std::generic_category().message(error));
+                      (path.empty() ? "\"\"" : path) + ": " + std::generic_category().message(error));
     return {path, true};
 }
 
@@ -93,17 +93,23 @@ std::vector<ScopedFile> filesToRead(Places const& places) {
     return files;
 }
 
+void make(Directory const& directory) {
+    std::error_code error;
+    std::filesystem::create_directories(directory.path, error);
+    if (error)
+        throw Failure(Status::fileTrouble, directory.path + ": " + error.message());
+}
+
 /** Loads the register file, changes the settings, and saves them, while no other instance does. */
 void edit(Places const& places, std::function<void()> const& change) {
     Directory const directory = theDirectory(places);
+    RegisterFile const file = fileIn(directory);
     if (!directory.isNamed && !std::filesystem::exists(directory.path)) {
-        std::error_code error;
-        std::filesystem::create_directories(directory.path, error);
-        if (error)
-            throw Failure(Status::fileTrouble, directory.path + ": " + error.message());
+        file.load();
+        change(); // what fails leaves no directory behind
+        make(directory);
     }
     EditLock const lock(directory.path);
-    RegisterFile const file = fileIn(directory);
     file.load();
     change();
     file.save();
@@ -264,7 +270,10 @@ Status check(Places const& places, std::optional<std::string> const& path) {
 }
 
 Status watch(Places const& places) {
-    watch(fileIn(theDirectory(places)), std::cout, std::cerr);
+    Directory const directory = theDirectory(places);
+    if (!directory.isNamed)
+        make(directory);
+    watch(fileIn(directory), std::cout, std::cerr);
 }
 
 } // namespace tool

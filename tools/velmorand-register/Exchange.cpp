@@ -113,7 +113,7 @@ std::string fromBase64(json const& text) {
     auto const decoded = QByteArray::fromBase64Encoding(
         QByteArray::fromRawData(encoded.data(), static_cast<int>(encoded.size())),
         QByteArray::AbortOnBase64DecodingErrors);
-    if (!decoded)
+    if (!decoded || decoded.decoded.toBase64().toStdString() != encoded) // which also finds a missing end
         throw BadEntry("this is no base64: " + encoded);
     return decoded.decoded.toStdString();
 }
@@ -130,6 +130,8 @@ std::string elementOf(json const& value) {
 
 template <>
 double elementOf(json const& value) {
+    if (value.is_number_integer() && !value.is_number_unsigned() && value == 0)
+        return -0.0; // "-0", as some programs write it
     if (value.is_number())
         return value.get<double>();
     if (value == "nan")
@@ -322,12 +324,17 @@ public:
 
     void run() {
         char const* const begin = _text.data();
+        if (auto const end = _text.find('\0');
+            end != std::string::npos) // the parser would stop there, content
+            throw Failure(Status::misuse, _source + ": a NUL byte at byte " + std::to_string(end + 1));
         try {
             std::ignore =
                 json::parse(CountingIterator(begin, &_place), CountingIterator(begin + _text.size(), &_place),
                             [this](int depth, json::parse_event_t event, json& parsed) {
                                 return take(depth, event, parsed);
                             });
+        } catch (json::out_of_range const& error) {
+            throw refusal(reasonOf(error.what()));
         } catch (json::exception const& error) {
             throw Failure(Status::misuse, _source + ": " + reasonOf(error.what()));
         } catch (BadEntry const& error) {
@@ -389,7 +396,8 @@ private:
 
     [[nodiscard]] Failure refusal(std::string const& reason) const {
         std::string const place = _source + ": line " + std::to_string(_line);
-        return {Status::misuse, place + (_names.empty() ? "" : ", " + _name) + ": " + reason};
+        std::string const name = _name.empty() ? "\"\"" : _name;
+        return {Status::misuse, place + (_names.empty() ? "" : ", " + name) + ": " + reason};
     }
 
     /** The parser's message without its own name. */

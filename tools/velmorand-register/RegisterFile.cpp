@@ -38,12 +38,14 @@ QString userScope() {
 RegisterFile::RegisterFile(std::string const& path)
     : _path(path), _directory(std::filesystem::path(path).parent_path().string()),
       _name(std::filesystem::path(path).filename().string()) {
+    if (toQString(path).toUtf8().toStdString() != path)
+        throw Failure(Status::misuse, "a path is UTF-8 text: " + path);
     if (_directory.empty())
         _directory = ".";
 }
 
 std::string RegisterFile::refusal(int error) const {
-    return _path + ": " + std::generic_category().message(error);
+    return _path + ": " + (error == EINVAL ? "Not a regular file" : std::generic_category().message(error));
 }
 
 Loaded RegisterFile::load() const {

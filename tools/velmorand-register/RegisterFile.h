@@ -19,7 +19,7 @@ struct Loaded {
 /** A register file on disk, and the way between it and the settings. */
 class RegisterFile {
 public:
-    /** Nothing is touched. */
+    /** Nothing is touched. Errors: `Failure` for a path that is not UTF-8. */
     explicit RegisterFile(std::string const& path);
 
     [[nodiscard]] std::string const& path() const noexcept { return _path; }

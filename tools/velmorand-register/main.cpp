@@ -112,7 +112,7 @@ private:
         _values = set->add_option("VALUE", "The value; for a list, each of its elements");
         constexpr int most = CLI::detail::expected_max_vector_size;
         _values->take_all()->expected(most - 1, most)->allow_extra_args(false)->type_name("");
-        set->footer("Put -- before values that begin with a \"-\" and are no numbers.");
+        set->footer("Put -- before values that begin with a \"-\" and no digit behind it.");
 
         addName(add("delete", "Removes a property, or a group with all that is in it",
                     [this] { return tool::remove(_places, _name); }),
@@ -163,8 +163,16 @@ private:
     bool _isReplacing = false;
 };
 
+/** A message that repeats a long text without its middle: what it is about begins it, what is wrong ends it. */
+std::string shortened(std::string const& message) {
+    constexpr std::size_t most = 600;
+    if (message.size() <= most)
+        return message;
+    return message.substr(0, most / 2) + " ... " + message.substr(message.size() - most / 2);
+}
+
 Status complain(Status status, std::string const& message) {
-    std::cerr << "velmorand-register: " << tool::shown(message) << std::endl;
+    std::cerr << "velmorand-register: " << tool::shown(shortened(message)) << std::endl;
     return status;
 }
 
