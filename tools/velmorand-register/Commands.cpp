@@ -104,7 +104,7 @@ void make(Directory const& directory) {
 void edit(Places const& places, std::function<void()> const& change) {
     Directory const directory = theDirectory(places);
     RegisterFile const file = fileIn(directory);
-    if (!directory.isNamed && !std::filesystem::exists(directory.path)) {
+    if (std::error_code ignored; !directory.isNamed && !std::filesystem::exists(directory.path, ignored)) {
         file.load();
         change(); // what fails leaves no directory behind
         make(directory);
@@ -116,7 +116,7 @@ void edit(Places const& places, std::function<void()> const& change) {
 }
 
 std::string propertyName(std::string const& name) {
-    std::string const clean = settings::cleanName(name);
+    std::string clean = settings::cleanName(name);
     if (clean.empty())
         throw Failure(Status::misuse, "the name is empty");
     return clean;
@@ -126,7 +126,7 @@ std::string propertyName(std::string const& name) {
 Entries entriesIn(std::string const& group) {
     Entries entries;
     for (std::string const& bare : settings::namesIn(group)) {
-        std::string const name = group.empty() ? bare : group + "/" + bare;
+        std::string const name = settings::inGroup(group, bare);
         entries.emplace(name, settings::entry(name));
     }
     return entries;
@@ -270,10 +270,7 @@ Status check(Places const& places, std::optional<std::string> const& path) {
 }
 
 Status watch(Places const& places) {
-    Directory const directory = theDirectory(places);
-    if (!directory.isNamed)
-        make(directory);
-    watch(fileIn(directory), std::cout, std::cerr);
+    watch(fileIn(theDirectory(places)), std::cout, std::cerr);
 }
 
 } // namespace tool

@@ -70,7 +70,8 @@ std::string base64Text(T const& /*value*/) {
 std::string valueMember(Value const& value) {
     return std::visit(
         [&value](auto const& content) {
-            return isPlain(content) ? "\"value\": " + jsonText(value) : "\"base64\": " + base64Text(content);
+            return isPlain(content) ? R"("value": )" + jsonText(value)
+                                    : R"("base64": )" + base64Text(content);
         },
         value);
 }
@@ -325,7 +326,7 @@ public:
     void run() {
         char const* const begin = _text.data();
         if (auto const end = _text.find('\0');
-            end != std::string::npos) // the parser would stop there, content
+            end != std::string::npos) // where the parser would end in peace
             throw Failure(Status::misuse, _source + ": a NUL byte at byte " + std::to_string(end + 1));
         try {
             std::ignore =
@@ -390,8 +391,7 @@ private:
 
     void expect(bool isEntries) const {
         if (!isEntries)
-            throw BadEntry(
-                "an object of entries is expected: {\"NAME\": {\"type\": KIND, \"value\": VALUE}}");
+            throw BadEntry(R"(an object of entries is expected: {"NAME": {"type": KIND, "value": VALUE}})");
     }
 
     [[nodiscard]] Failure refusal(std::string const& reason) const {

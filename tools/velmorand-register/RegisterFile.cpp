@@ -38,10 +38,11 @@ QString userScope() {
 RegisterFile::RegisterFile(std::string const& path)
     : _path(path), _directory(std::filesystem::path(path).parent_path().string()),
       _name(std::filesystem::path(path).filename().string()) {
-    if (toQString(path).toUtf8().toStdString() != path)
-        throw Failure(Status::misuse, "a path is UTF-8 text: " + path);
     if (_directory.empty())
         _directory = ".";
+    for (std::string const& text : {_directory, _name})
+        if (toQString(text).toUtf8().toStdString() != text)
+            throw Failure(Status::misuse, "a path is UTF-8 text: " + path);
 }
 
 std::string RegisterFile::refusal(int error) const {

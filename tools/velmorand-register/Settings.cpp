@@ -136,12 +136,19 @@ std::string cleanName(std::string const& name) {
         std::size_t const end = std::min(name.find('/', begin), name.size());
         std::string const level = name.substr(begin, end - begin);
         if (level == "." || level == "..")
-            throw Failure(Status::misuse, "a name has no \".\" and \"..\" levels: " + name);
+            throw Failure(Status::misuse, R"(a name has no "." and ".." levels: )" + name);
         if (!level.empty())
             clean += (clean.empty() ? "" : "/") + level;
         begin = end + 1;
     }
     return clean;
+}
+
+std::string inGroup(std::string const& group, std::string const& name) {
+    std::string full = group;
+    if (!full.empty())
+        full += '/';
+    return full += name;
 }
 
 bool isGroup(std::string const& name) {
@@ -179,7 +186,7 @@ Entries entriesBelow(std::string const& group) {
         if (names.empty() && !around.empty())
             entries.emplace(around, Entry{true, {}, {}});
         for (std::string const& bare : names) {
-            std::string name = around.empty() ? bare : around + "/" + bare;
+            std::string name = inGroup(around, bare);
             if (isGroup(name))
                 groups.push_back(std::move(name));
             else

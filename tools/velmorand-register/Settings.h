@@ -19,6 +19,9 @@ namespace tool::settings {
  */
 std::string cleanName(std::string const& name);
 
+/** The full name of what has a bare name in a group. */
+std::string inGroup(std::string const& group, std::string const& name);
+
 /** Whether a group stands under the name; the empty name is one. */
 bool isGroup(std::string const& name);
 

@@ -22,7 +22,7 @@ namespace {
 
 constexpr int hopLimit = 40; // as many symbolic links as Linux itself follows
 
-/** Waits for changes of a file: of its name in its directory, and of each that it links to. */
+/** Waits for changes of a file: of each name on the way to it, links followed. */
 class FileWatch {
 public:
     explicit FileWatch(RegisterFile const& file) : _file(file), _events(::inotify_init1(IN_CLOEXEC)) {
@@ -40,26 +40,43 @@ public:
     }
 
 private:
-    /** Watches where the file is, also when it is not there yet; watching a directory again changes nothing. */
+    /** Watches where the file is now; watching a directory again changes nothing. */
     void follow() {
         _names.clear();
-        std::filesystem::path place = _file.directory() + "/" + _file.name();
-        std::error_code none;
-        for (int hop = 0; hop < hopLimit; ++hop) {
-            _names.insert(place.filename().string());
-            watchDirectory(place.parent_path().string());
+        _error = 0;
+        followPath(_file.path(), hopLimit);
+        if (_error != 0)
+            throw Failure(Status::fileTrouble,
+                          _file.directory() + ": " + std::generic_category().message(_error));
+    }
+
+    void followPath(std::filesystem::path const& path, int hops) {
+        std::filesystem::path around;
+        for (std::filesystem::path const& name : std::filesystem::absolute(path)) {
+            std::filesystem::path const place = around / name;
+            if (!around.empty() && !watchName(around, name))
+                return;
+            std::error_code none;
             std::filesystem::path const target = std::filesystem::read_symlink(place, none);
-            if (none)
-                break;
-            place = place.parent_path() / target;
+            if (!none && hops > 0)
+                followPath(around / target, hops - 1);
+            around = place;
         }
     }
 
-    void watchDirectory(std::string const& directory) {
-        auto const mask = IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | IN_DELETE_SELF |
-                          IN_MOVE_SELF | IN_ONLYDIR;
-        if (::inotify_add_watch(_events, directory.c_str(), mask) < 0)
-            throw Failure(Status::fileTrouble, directory + ": " + std::generic_category().message(errno));
+    /**
+     * Watches a name in a directory. One on the way that may not be read cannot be watched: what counts is the
+     * last. Result: whether the directory is there.
+     */
+    bool watchName(std::filesystem::path const& directory, std::filesystem::path const& name) {
+        auto const mask = IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_CREATE | IN_DELETE |
+                          IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
+        _names.insert(name.string());
+        bool const isWatched = ::inotify_add_watch(_events, directory.c_str(), mask) >= 0;
+        if (!isWatched && (errno == ENOENT || errno == ENOTDIR))
+            return false;
+        _error = isWatched ? 0 : errno;
+        return true;
     }
 
     /** Result: whether one of the events that have come concerns the file. */
@@ -71,15 +88,23 @@ private:
             inotify_event event{};
             std::memcpy(&event, buffer.data() + at, sizeof event);
             std::string const name = event.len > 0 ? buffer.data() + at + sizeof event : "";
-            concerns = concerns || name.empty() || _names.count(name) > 0;
+            concerns = concerns || name.empty() || (_names.count(name) > 0 && !isBeingWritten(event, name));
             at += static_cast<long>(sizeof event + event.len);
         }
         return concerns;
     }
 
+    /** Whether this is a new file, whose content comes with a later event. */
+    [[nodiscard]] bool isBeingWritten(inotify_event const& event, std::string const& name) const {
+        std::error_code ignored;
+        return (event.mask & (IN_CREATE | IN_ISDIR)) == IN_CREATE && name == _file.name() &&
+               !std::filesystem::is_symlink(_file.path(), ignored);
+    }
+
     RegisterFile const& _file;
     int _events;
-    std::set<std::string> _names;
+    std::set<std::string> _names; // on the way to the file
+    int _error = 0;               // of watching the last directory on the way that is there
 };
 
 } // namespace

@@ -9,8 +9,9 @@ namespace tool {
 
 /**
  * Prints what changes in a register file, old and new, whenever another process has replaced it; without end.
- * A missing file is an empty one; one that cannot be read is complained of, and what it held before counts.
- * Errors: `Failure` when its directory cannot be watched, or is gone.
+ * A missing file is an empty one, also when its directory is missing; one that cannot be read is complained of,
+ * and what it held before counts. Links and directories on the way to it may be replaced as well.
+ * Errors: `Failure` when the last directory that is there on the way to the file cannot be watched.
  */
 [[noreturn]] void watch(RegisterFile const& file, std::ostream& out, std::ostream& complaints);
 
