@@ -12,3 +12,7 @@ here=$(dirname "$0")
 mkdir "$work/settings"
 "$work/build/consumer" "$work/settings"
 test -s "$work/settings/Velmorand.dat"
+# The tool, where it is built, finds its libraries beside it.
+if [ -e "$prefix/bin/velmorand-register" ]; then
+    env -u LD_LIBRARY_PATH "$prefix/bin/velmorand-register" check "$work/settings"
+fi

@@ -74,6 +74,16 @@ TEST_F(Failures, OfADamagedGlobalFileConcernWhoReadsIt) {
     EXPECT_EQ("old\n", answer({"get", "x"}));
 }
 
+TEST_F(Failures, OfTwoFilesAreBothTold) {
+    putBytes(globalFile, "garbage");
+    std::filesystem::remove(userFile);
+    Outcome const outcome = run({"--global", global, "check"});
+    EXPECT_EQ(3, outcome.status);
+    EXPECT_EQ("velmorand-register: " + userFile + " is not there\n" + "velmorand-register: " + globalFile +
+                  ": it is not a register file\n",
+              outcome.err);
+}
+
 TEST_F(Failures, OfADirectoryInPlaceOfTheFile) {
     std::filesystem::remove(userFile);
     std::filesystem::create_directory(userFile);

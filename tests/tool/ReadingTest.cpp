@@ -34,6 +34,13 @@ TEST_F(Reading, ListsEverythingBelowAGroup) {
     EXPECT_EQ("booleans  user   a/b/flags\n", answer({"list", "--recursive", "a/b"}));
 }
 
+TEST_F(Reading, ListsValues) {
+    EXPECT_EQ("group     user   a/b\n"
+              "string    user   a/text: \"t\"\n",
+              answer({"list", "-l", "a"}));
+    EXPECT_EQ("booleans  user   a/b/flags: [true, false]\n", answer({"list", "--long", "-r", "a/b"}));
+}
+
 TEST_F(Reading, ListsTheScopeThatDecides) {
     EXPECT_EQ("booleans  user   a/b/flags\n"
               "number    global a/ratio\n"

@@ -40,6 +40,7 @@ offers 'temporary' velmorand-register --scope t
 offers 'integer integers' velmorand-register set i
 offers 'deep/er recent with\ space' velmorand-register --user user get ''
 offers 'recent' velmorand-register --user user delete r
+offers 'deep deep/er' velmorand-register --user user delete d
 offers 'deep/er' velmorand-register --user user set string d
 offers '' velmorand-register --user user set string deep/er ''
 offers 'deep' velmorand-register --user user list ''

@@ -156,7 +156,8 @@ std::string readAll(std::string const& source) {
     return text;
 }
 
-Status checkFile(RegisterFile const& file) {
+/** Prints that a register file is sound, and what in it is not. Errors: `Failure`. */
+void checkFile(RegisterFile const& file) {
     Loaded const loaded = file.load();
     if (!loaded.isThere)
         throw Failure(Status::notThere, file.path() + " is not there");
@@ -171,12 +172,11 @@ Status checkFile(RegisterFile const& file) {
     for (auto const& [name, entry] : entries)
         if (!entry.isGroup && !entry.value)
             std::cout << shown(name) << ": no value of any kind\n";
-    return Status::done;
 }
 
 } // namespace
 
-Status list(Places const& places, std::string const& group, bool isRecursive) {
+Status list(Places const& places, std::string const& group, bool isRecursive, bool isLong) {
     std::string const around = settings::cleanName(group);
     std::map<std::string, ScopedEntry> found; // of the first scope that has the name
     bool isThere = around.empty();
@@ -190,9 +190,13 @@ Status list(Places const& places, std::string const& group, bool isRecursive) {
     }
     if (!isThere)
         throw Failure(Status::notThere, "no such group: " + around);
-    for (auto const& [name, scoped] : found)
+    for (auto const& [name, scoped] : found) {
         std::cout << std::left << std::setw(9) << scoped.entry.kind() << ' ' << std::setw(6) << scoped.scope
-                  << ' ' << shown(name) << '\n';
+                  << ' ' << shown(name);
+        if (isLong && scoped.entry.value)
+            std::cout << ": " << jsonShown(*scoped.entry.value);
+        std::cout << '\n';
+    }
     return Status::done;
 }
 
@@ -261,16 +265,30 @@ Status diff(std::string const& before, std::string const& after) {
 }
 
 Status check(Places const& places, std::optional<std::string> const& path) {
-    if (path)
-        return checkFile(fileAt(*path));
+    if (path) {
+        checkFile(fileAt(*path));
+        return Status::done;
+    }
     theDirectory(places); // refuses the temporary scope
-    for (ScopedFile const& scoped : filesToRead(places))
-        checkFile(scoped.file);
+    std::optional<Failure> worst;
+    for (ScopedFile const& scoped : filesToRead(places)) {
+        try {
+            checkFile(scoped.file);
+        } catch (Failure const& failure) {
+            bool const isWorse = !worst || failure.status() > worst->status();
+            if (worst)
+                complain(isWorse ? worst->what() : failure.what());
+            if (isWorse)
+                worst = failure;
+        }
+    }
+    if (worst)
+        throw *worst;
     return Status::done;
 }
 
 Status watch(Places const& places) {
-    watch(fileIn(theDirectory(places)), std::cout, std::cerr);
+    watch(fileIn(theDirectory(places)), std::cout);
 }
 
 } // namespace tool

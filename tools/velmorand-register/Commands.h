@@ -20,7 +20,7 @@ struct Places {
     std::optional<Scope> scope;
 };
 
-Status list(Places const& places, std::string const& group, bool isRecursive);
+Status list(Places const& places, std::string const& group, bool isRecursive, bool isLong);
 Status get(Places const& places, std::string const& name);
 Status set(Places const& places, std::string const& kind, std::string const& name,
            std::vector<std::string> const& texts);

@@ -5,7 +5,8 @@
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <cstdio>
+#include <iostream>
+#include <iterator>
 #include <limits>
 #include <system_error>
 
@@ -184,6 +185,14 @@ std::string shown(std::string const& text) {
         line += quoted[i];
     }
     return withoutControls(line);
+}
+
+void complain(std::string const& message) {
+    constexpr std::size_t most = 600;
+    std::string const text = message.size() <= most ? message
+                                                    : message.substr(0, most / 2) + " ... " +
+                                                          message.substr(message.size() - most / 2);
+    std::cerr << "velmorand-register: " << shown(text) << std::endl;
 }
 
 } // namespace tool

@@ -28,4 +28,10 @@ std::string jsonShown(Value const& value);
 /** Text for one line of a terminal: what would not stay in it, or is no UTF-8, as escapes. */
 std::string shown(std::string const& text);
 
+/**
+ * Prints a complaint on standard error, on one line. One that repeats a long text leaves out its middle: what it is
+ * about begins it, and what is wrong ends it.
+ */
+void complain(std::string const& message);
+
 } // namespace tool

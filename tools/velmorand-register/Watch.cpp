@@ -109,7 +109,7 @@ private:
 
 } // namespace
 
-void watch(RegisterFile const& file, std::ostream& out, std::ostream& complaints) {
+void watch(RegisterFile const& file, std::ostream& out) {
     FileWatch changes(file);
     Entries before = file.entries();
     for (;;) {
@@ -119,7 +119,7 @@ void watch(RegisterFile const& file, std::ostream& out, std::ostream& complaints
             printChanges(before, after, out);
             before = std::move(after);
         } catch (Failure const& damage) {
-            complaints << "velmorand-register: " << shown(damage.what()) << std::endl;
+            complain(damage.what());
         }
         if (!out.flush())
             throw Failure(Status::fileTrouble, "standard output cannot be written");

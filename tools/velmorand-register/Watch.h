@@ -13,6 +13,6 @@ namespace tool {
  * and what it held before counts. Links and directories on the way to it may be replaced as well.
  * Errors: `Failure` when the last directory that is there on the way to the file cannot be watched.
  */
-[[noreturn]] void watch(RegisterFile const& file, std::ostream& out, std::ostream& complaints);
+[[noreturn]] void watch(RegisterFile const& file, std::ostream& out);
 
 } // namespace tool

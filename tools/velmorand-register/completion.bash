@@ -32,7 +32,7 @@ _velmorand_register() {
     local options='--user --global --scope --help'
     case $command in
     '') options+=' --version' ;;
-    list) options+=' --recursive' ;;
+    list) options+=' --recursive --long' ;;
     import) options+=' --replace' ;;
     esac
     if [[ $cur == -* ]]; then
@@ -58,20 +58,23 @@ _velmorand_register() {
         ((cword == command_at + 2)) || return
         names=properties
         ;;
-    get | delete) names=properties ;;
+    get) names=properties ;;
+    delete) names=both ;;
     list | export) names=groups ;;
     *) return ;;
     esac
 
     # A line of the list: the kind, the scope, the name, in columns.
-    local IFS=$'\n' name
-    COMPREPLY=()
+    local IFS=$'\n' name candidates=()
     for name in $(velmorand-register "${places[@]}" list -r 2>/dev/null | cut -c 18-); do
-        if [[ $names == groups ]]; then
-            [[ $name == */* ]] || continue
+        [[ $names == groups ]] || candidates+=("$name")
+        while [[ $names != properties && $name == */* ]]; do
             name=${name%/*}
-        fi
+            candidates+=("$name")
+        done
+    done
+    COMPREPLY=()
+    for name in $(printf '%s\n' "${candidates[@]}" | sort -u); do
         [[ $name == "$cur"* ]] && COMPREPLY+=("$(printf %q "$name")")
     done
-    COMPREPLY=($(printf '%s\n' "${COMPREPLY[@]}" | sort -u))
 } && complete -F _velmorand_register velmorand-register

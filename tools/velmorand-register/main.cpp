@@ -22,10 +22,11 @@ using tool::Scope;
 using tool::Status;
 
 constexpr char const* footer =
-    R"(velmorand-register COMMAND --help tells more of a command; the manual page tells all.
+    R"(velmorand-register COMMAND --help tells more of a command, the manual page all.
 
-The exit status is 0 when it is done, 1 when a name is not there or something is different,
-2 when the command makes no sense, 3 when a register file is damaged, cannot be read or was not saved.)";
+The exit status is 0 when it is done, 1 when a name is not there or something
+is different, 2 when the command makes no sense, 3 when a register file is
+damaged, cannot be read or was not saved.)";
 
 /** The command line, and what it says. */
 class CommandLine {
@@ -57,29 +58,40 @@ public:
 
     [[nodiscard]] CLI::App const& line() const { return _line; }
 
+    /** What is wrong with a line that has more than it should. */
+    [[nodiscard]] std::string unexpected() const {
+        std::string const text = _line.remaining(true).front();
+        bool const isOption = text.size() > 1 && text.front() == '-';
+        if (!isOption && _line.get_subcommands().empty()) {
+            std::string all;
+            for (CLI::App const* const command : _line.get_subcommands({}))
+                all += (all.empty() ? "" : ", ") + command->get_name();
+            return "no such command: " + text + " (there are " + all + ")";
+        }
+        return (isOption ? "no such option: " : "one argument too many: ") + text +
+               (isOption ? " (put -- before a value that begins with \"-\")" : "");
+    }
+
 private:
     CLI::App* add(char const* name, char const* what, std::function<Status()> const& command) {
         CLI::App* const added = _line.add_subcommand(name, what);
         added->group("Commands");
-        added->footer("");
+        added->footer("The options of velmorand-register may stand here as well.");
         added->callback([this, command] { _command = command; });
         return added;
     }
 
     void addPlaces() {
-        _line
-            .add_option(
-                "--user", _places.userDirectory,
-                "The user's register directory [$XDG_CONFIG_HOME/velmorand, else ~/.config/velmorand]")
+        _line.add_option("--user", _places.userDirectory, "The user's directory [~/.config/velmorand]")
             ->type_name("DIR");
-        _line.add_option("--global", _places.globalDirectory, "The global register directory [none]")
+        _line.add_option("--global", _places.globalDirectory, "The global directory [none]")
             ->type_name("DIR");
         static std::map<std::string, Scope> const scopes{
             {"user", Scope::user}, {"global", Scope::global}, {"temporary", Scope::temporary}};
         _line
             .add_option_function<std::string>(
                 "--scope", [this](std::string const& scope) { _places.scope = scopes.at(scope); },
-                "Only this scope: user, global, temporary [what reads: user, then global; what writes: user]")
+                "Only this scope: user, global, temporary")
             ->type_name("SCOPE")
             ->check([](std::string const& scope) {
                 return scopes.count(scope) > 0
@@ -89,12 +101,13 @@ private:
     }
 
     void addReading() {
-        auto* const list = add("list", "Prints kind, scope and name of what is in a group",
-                               [this] { return tool::list(_places, _group, _isRecursive); });
+        auto* const list = add("list", "Prints kind, scope and name of what a group has",
+                               [this] { return tool::list(_places, _group, _isRecursive, _isLong); });
         list->add_option("GROUP", _group, "Without: all groups")->type_name("");
         list->add_flag("-r,--recursive", _isRecursive, "Also what is in the groups within it");
+        list->add_flag("-l,--long", _isLong, "Also the values");
 
-        auto* const get = add("get", "Prints a property's value: an element a line",
+        auto* const get = add("get", "Prints a property's value, an element a line",
                               [this] { return tool::get(_places, _name); });
         addName(get, "The property's name");
     }
@@ -102,9 +115,8 @@ private:
     void addWriting() {
         auto* const set = add("set", "Sets a property",
                               [this] { return tool::set(_places, _kind, _name, _values->results()); });
-        set->add_option(
-               "KIND", _kind,
-               "string, number, integer, boolean; or strings, numbers, integers, booleans, which are lists")
+        set->add_option("KIND", _kind,
+                        "string, number, integer, boolean, or a list:\nstrings, numbers, integers, booleans")
             ->required()
             ->type_name("");
         addName(set, "The property's name");
@@ -112,9 +124,10 @@ private:
         _values = set->add_option("VALUE", "The value; for a list, each of its elements");
         constexpr int most = CLI::detail::expected_max_vector_size;
         _values->take_all()->expected(most - 1, most)->allow_extra_args(false)->type_name("");
-        set->footer("Put -- before values that begin with a \"-\" and no digit behind it.");
+        set->footer("Put -- before values that begin with a \"-\" and no digit behind it.\n" +
+                    set->get_footer());
 
-        addName(add("delete", "Removes a property, or a group with all that is in it",
+        addName(add("delete", "Removes a property, or a group with all in it",
                     [this] { return tool::remove(_places, _name); }),
                 "The name of the property or group");
 
@@ -122,9 +135,8 @@ private:
                                     [this] { return tool::exportGroup(_places, _group); });
         exporting->add_option("GROUP", _group, "Without: all groups")->type_name("");
 
-        auto* const importing =
-            add("import", "Sets what JSON says, as export prints it: all of it or nothing",
-                [this] { return tool::import(_places, _file, _isReplacing); });
+        auto* const importing = add("import", "Sets what JSON says: all of it or nothing",
+                                    [this] { return tool::import(_places, _file, _isReplacing); });
         importing->add_option("FILE", _file, "The JSON; - for standard input")->required()->type_name("");
         importing->add_flag("--replace", _isReplacing, "Remove all settings that it does not have");
     }
@@ -141,7 +153,7 @@ private:
                                 [this] { return tool::check(_places, _checked); });
         check->add_option("FILE", _checked, "Without: those of the directories")->type_name("");
 
-        add("watch", "Follows a register file, and prints what changes in it: old and new",
+        add("watch", "Prints what other processes change, old and new",
             [this] { return tool::watch(_places); });
     }
 
@@ -160,25 +172,18 @@ private:
     std::string _otherFile;
     std::optional<std::string> _checked;
     bool _isRecursive = false;
+    bool _isLong = false;
     bool _isReplacing = false;
 };
 
-/** A message that repeats a long text without its middle: what it is about begins it, what is wrong ends it. */
-std::string shortened(std::string const& message) {
-    constexpr std::size_t most = 600;
-    if (message.size() <= most)
-        return message;
-    return message.substr(0, most / 2) + " ... " + message.substr(message.size() - most / 2);
-}
-
-Status complain(Status status, std::string const& message) {
-    std::cerr << "velmorand-register: " << tool::shown(shortened(message)) << std::endl;
+Status complained(Status status, std::string const& message) {
+    tool::complain(message);
     return status;
 }
 
 /** Everything that was printed has arrived. */
 Status delivered(Status status) {
-    return std::cout.flush() ? status : complain(Status::fileTrouble, "standard output cannot be written");
+    return std::cout.flush() ? status : complained(Status::fileTrouble, "standard output cannot be written");
 }
 
 Status run(int argc, char const* const* argv) {
@@ -188,10 +193,12 @@ Status run(int argc, char const* const* argv) {
     } catch (CLI::Success const& answer) {
         commandLine.line().exit(answer); // help, or the version
         return delivered(Status::done);
+    } catch (CLI::ExtrasError const&) {
+        return complained(Status::misuse, commandLine.unexpected());
     } catch (CLI::ParseError const& misuse) {
-        return complain(Status::misuse, misuse.what());
+        return complained(Status::misuse, misuse.what());
     } catch (Failure const& failure) {
-        return complain(failure.status(), failure.what());
+        return complained(failure.status(), failure.what());
     }
 }
 
@@ -202,6 +209,6 @@ int main(int argc, char** argv) {
     try {
         return static_cast<int>(run(argc, argv));
     } catch (std::exception const& failure) {
-        return static_cast<int>(complain(Status::fileTrouble, failure.what()));
+        return static_cast<int>(complained(Status::fileTrouble, failure.what()));
     }
 }

@@ -133,7 +133,8 @@ public:
      * Sets the two register directories (UTF-8), builds the register from them, and records them as the
      * string properties "UserDataPath" and "GlobalDataPath" in the temporary scope, each followed by a
      * `save()`. To be called once, before any other use; on a register that is already built it changes where
-     * `save` writes, and loads nothing. The user directory should exist: one that is missing or cannot be
+     * `save` writes, and loads nothing: what that register holds then takes the place of what the user's file
+     * held. The user directory should exist: one that is missing or cannot be
      * written is not noticed here, and saves are lost in silence. A relative directory is looked up anew at
      * each save.
      * Errors: `utils::Exception` "User register not found" when the register file's name has a directory part
