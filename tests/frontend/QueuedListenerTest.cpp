@@ -88,6 +88,30 @@ TEST(Queued, WakesOnceUntilTheNamesAreHandedOver) {
     EXPECT_EQ(2, wakes);
 }
 
+TEST(Queued, WakesAgainAfterAHandlerThatThrew) {
+    int wakes = 0;
+    QueuedListener changes{"a", [&wakes] { ++wakes; }};
+    write("a/b", 1);
+    write("a/c", 1);
+    EXPECT_THROW(changes.deliver([](std::string const&) { throw std::runtime_error("no"); }),
+                 std::runtime_error);
+    write("a/b", 2);
+    EXPECT_EQ(2, wakes);
+    EXPECT_THAT(delivered(changes), ElementsAre("a/b", "a/c"));
+}
+
+TEST(Queued, WakesAgainAfterAWakeThatThrew) {
+    int wakes = 0;
+    QueuedListener changes{"a", [&wakes] {
+                               if (++wakes == 1)
+                                   throw std::runtime_error("no");
+                           }};
+    EXPECT_THROW(write("a/b", 1), std::runtime_error);
+    write("a/c", 1);
+    EXPECT_LT(1, wakes);
+    EXPECT_THAT(delivered(changes), ElementsAre("a/b", "a/c"));
+}
+
 TEST(Queued, LeavesOutItsSender) {
     int sender = 0;
     QueuedListener changes{"a", [] {}, &sender};

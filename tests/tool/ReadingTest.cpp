@@ -160,6 +160,20 @@ TEST_F(Reading, ShowsWhatDiffers) {
               outcome.out);
 }
 
+TEST_F(Reading, ShowsTheBytesWhereTheValuesAreAlike) {
+    answer({"import", "-"},
+           R"({"both": {"type": "boolean", "value": true}, "n": {"type": "bytes", "base64": "eA=="}})");
+    std::string const copy = bytesOf(userFile);
+    putBytes(globalFile, copy);
+    answer({"import", "-"}, R"({"both": {"type": "boolean", "value": true, "record": "QgI="},
+                                "n": {"type": "bytes", "base64": "eHg="}})");
+    EXPECT_EQ("- both: boolean true, record QgE=\n"
+              "+ both: boolean true, record QgI=\n"
+              "- n: bytes eA==\n"
+              "+ n: bytes eHg=\n",
+              run({"diff", global, user}).out);
+}
+
 TEST_F(Reading, ShowsNothingWhenNothingDiffers) {
     EXPECT_EQ("", answer({"diff", user, userFile}));
 }

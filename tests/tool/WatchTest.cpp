@@ -106,6 +106,14 @@ TEST_F(Watch, FollowsALinkInPlaceOfTheDirectory) {
     printed("+ x: integer 1\n");
 }
 
+TEST_F(Watch, FollowsAFileThatGetsASecondName) {
+    answer({"--scope", "global", "--global", global, "set", "integer", "x", "1"});
+    watch({"--user", user, "watch"});
+    std::filesystem::remove(userFile);
+    std::filesystem::create_hard_link(globalFile, userFile);
+    printed("+ x: integer 1\n");
+}
+
 TEST_F(Watch, GoesOnWhenItsDirectoryIsAnotherOne) {
     watch({"--user", user, "watch"});
     answer({"set", "integer", "x", "1"});

@@ -14,7 +14,7 @@ cd "$work" || exit 1
 mkdir user bin
 ln -s "$1" bin/velmorand-register
 PATH=$work/bin:$PATH
-for name in deep/er recent 'with space'; do
+for name in deep/er recent 'with space' '*'; do
     velmorand-register --user user set integer "$name" 1 || exit 1
 done
 
@@ -38,8 +38,9 @@ offers '--replace' velmorand-register import --r
 offers 'bin user' velmorand-register --user ''
 offers 'temporary' velmorand-register --scope t
 offers 'integer integers' velmorand-register set i
-offers 'deep/er recent with\ space' velmorand-register --user user get ''
+offers '\* deep/er recent with\ space' velmorand-register --user user get ''
 offers 'recent' velmorand-register --user user delete r
+offers 'with\ space' velmorand-register --user=user get 'with\ s'
 offers 'deep deep/er' velmorand-register --user user delete d
 offers 'deep/er' velmorand-register --user user set string d
 offers '' velmorand-register --user user set string deep/er ''

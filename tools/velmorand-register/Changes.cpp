@@ -10,13 +10,30 @@ namespace tool {
 
 namespace {
 
-void printLine(char sign, std::string const& name, Entry const& entry, std::ostream& out) {
-    std::string line = sign + (' ' + shown(name)) + ": " + std::string(entry.kind());
+std::string described(Entry const& entry) {
+    std::string text(entry.kind());
     if (entry.value)
-        line += ' ' + jsonShown(*entry.value);
+        text += ' ' + jsonShown(*entry.value);
     else if (!entry.isGroup)
-        line += " of no kind, " + std::to_string(entry.record.size());
-    out << coloured(line, sign == '-' ? Colour::red : Colour::green) << '\n';
+        text += ' ' + base64(entry.record);
+    return text;
+}
+
+void printLine(char sign, std::string const& name, std::string const& description, std::ostream& out) {
+    out << coloured(sign + (' ' + shown(name)) + ": " + description,
+                    sign == '-' ? Colour::red : Colour::green)
+        << '\n';
+}
+
+void printChange(std::string const& name, Entry const& before, Entry const& after, std::ostream& out) {
+    std::string old = described(before);
+    std::string now = described(after);
+    if (old == now) { // the difference is in bytes that the value does not say
+        old += ", record " + base64(before.record);
+        now += ", record " + base64(after.record);
+    }
+    printLine('-', name, old, out);
+    printLine('+', name, now, out);
 }
 
 } // namespace
@@ -26,17 +43,18 @@ bool printChanges(Entries const& before, Entries const& after, std::ostream& out
     auto old = before.begin();
     auto now = after.begin();
     while (old != before.end() || now != after.end()) {
-        bool const isOld = old != before.end() && (now == after.end() || old->first <= now->first);
-        bool const isNow = now != after.end() && (old == before.end() || now->first <= old->first);
-        bool const isSame = isOld && isNow && old->second == now->second;
-        if (isOld && !isSame)
-            printLine('-', old->first, old->second, out);
-        if (isNow && !isSame)
-            printLine('+', now->first, now->second, out);
-        any = any || !isSame;
-        if (isOld)
+        bool const isGone = now == after.end() || (old != before.end() && old->first < now->first);
+        bool const isNew = old == before.end() || (now != after.end() && now->first < old->first);
+        if (isGone)
+            printLine('-', old->first, described(old->second), out);
+        else if (isNew)
+            printLine('+', now->first, described(now->second), out);
+        else if (old->second != now->second)
+            printChange(old->first, old->second, now->second, out);
+        any = any || isGone || isNew || old->second != now->second;
+        if (!isNew)
             ++old;
-        if (isNow)
+        if (!isGone)
             ++now;
     }
     return any;

@@ -25,10 +25,6 @@ namespace {
 
 using nlohmann::json;
 
-std::string toBase64(std::string const& bytes) {
-    return QByteArray::fromRawData(bytes.data(), static_cast<int>(bytes.size())).toBase64().toStdString();
-}
-
 bool isUtf8(std::string const& text) {
     try {
         static_cast<void>(json(text).dump());
@@ -52,7 +48,7 @@ bool isPlain(T const& /*value*/) {
 }
 
 std::string base64Text(std::string const& text) {
-    return '"' + toBase64(text) + '"';
+    return '"' + base64(text) + '"';
 }
 
 std::string base64Text(std::vector<std::string> const& texts) {

@@ -40,7 +40,7 @@ RegisterFile::RegisterFile(std::string const& path)
       _name(std::filesystem::path(path).filename().string()) {
     if (_directory.empty())
         _directory = ".";
-    for (std::string const& text : {_directory, _name})
+    for (std::string const& text : {_directory, '/' + _name})
         if (toQString(text).toUtf8().toStdString() != text)
             throw Failure(Status::misuse, "a path is UTF-8 text: " + path);
 }
@@ -52,16 +52,19 @@ std::string RegisterFile::refusal(int error) const {
 Loaded RegisterFile::load() const {
     RealFileSystem disk(toQString(_directory));
     FileHandle* handle = nullptr;
-    if (!disk.open(toQString(_name), &handle, FileSystem::MODE_READ)) {
+    if (!disk.open(toQString('/' + _name), &handle, FileSystem::MODE_READ)) {
         if (errno != ENOENT)
             throw Failure(Status::fileTrouble, refusal(errno));
         settings::remove("");
         settings::makeGroup("");
         return {false, 0};
     }
+    errno = 0;
     try {
         _Register::getInstance()->unserialize(userScope(), *handle);
     } catch (utils::Exception const& damage) {
+        if (errno == EIO) // what could not be read looks like the end of the file
+            throw Failure(Status::fileTrouble, refusal(errno));
         // The message names the place in memory, and then what is wrong.
         std::string const message = damage.what();
         auto const place = message.find(": ");
@@ -84,7 +87,7 @@ void RegisterFile::save() const {
     };
     RealFileSystem disk(toQString(_directory));
     FileHandle* handle = nullptr;
-    if (!disk.open(toQString(_name), &handle, FileSystem::MODE_WRITE))
+    if (!disk.open(toQString('/' + _name), &handle, FileSystem::MODE_WRITE))
         throw failed(errno);
     errno = EIO;
     // A handle that is not closed leaves the file as it was.

@@ -10,6 +10,7 @@
 #include <limits>
 #include <system_error>
 
+#include <QByteArray>
 #include <nlohmann/json.hpp>
 
 #include "Failure.h"
@@ -166,6 +167,10 @@ Value parseValue(std::string const& kind, std::vector<std::string> const& texts)
 std::vector<std::string> elementTexts(Value const& value) {
     return std::visit(
         [](auto const& content) { return Form<std::decay_t<decltype(content)>>::texts(content); }, value);
+}
+
+std::string base64(std::string const& bytes) {
+    return QByteArray::fromRawData(bytes.data(), static_cast<int>(bytes.size())).toBase64().toStdString();
 }
 
 std::string jsonText(Value const& value) {

@@ -19,6 +19,9 @@ Value parseValue(std::string const& kind, std::vector<std::string> const& texts)
 /** The elements of a value, each as `parseValue` takes it; a single value has one. */
 std::vector<std::string> elementTexts(Value const& value);
 
+/** Bytes in base64. */
+std::string base64(std::string const& bytes);
+
 /** A value in JSON, on one line; text that is not UTF-8 is shown with "\ufffd" in its place. */
 std::string jsonText(Value const& value);
 

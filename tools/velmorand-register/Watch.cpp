@@ -26,6 +26,8 @@ constexpr int hopLimit = 40; // as many symbolic links as Linux itself follows
 class FileWatch {
 public:
     explicit FileWatch(RegisterFile const& file) : _file(file), _events(::inotify_init1(IN_CLOEXEC)) {
+        if (_events < 0)
+            throw failed("files cannot be watched", errno);
         follow();
     }
     FileWatch(FileWatch const&) = delete;
@@ -40,19 +42,26 @@ public:
     }
 
 private:
+    static Failure failed(std::string const& what, int error) {
+        return {Status::fileTrouble, what + ": " + std::generic_category().message(error)};
+    }
+
     /** Watches where the file is now; watching a directory again changes nothing. */
     void follow() {
         _names.clear();
         _error = 0;
         followPath(_file.path(), hopLimit);
         if (_error != 0)
-            throw Failure(Status::fileTrouble,
-                          _file.directory() + ": " + std::generic_category().message(_error));
+            throw failed(_file.directory(), _error);
     }
 
     void followPath(std::filesystem::path const& path, int hops) {
         std::filesystem::path around;
-        for (std::filesystem::path const& name : std::filesystem::absolute(path)) {
+        std::error_code lost;
+        auto const absolute = std::filesystem::absolute(path, lost);
+        if (lost) // the working directory has been removed
+            throw failed(_file.path(), lost.value());
+        for (std::filesystem::path const& name : absolute) {
             std::filesystem::path const place = around / name;
             if (!around.empty() && !watchName(around, name))
                 return;
@@ -83,6 +92,8 @@ private:
     bool waitForEvents() {
         alignas(inotify_event) std::array<char, 16'384> buffer{};
         auto const got = ::read(_events, buffer.data(), buffer.size());
+        if (got < 0 && errno != EINTR)
+            throw failed("files cannot be watched", errno);
         bool concerns = false;
         for (long at = 0; at < got;) {
             inotify_event event{};
@@ -94,11 +105,12 @@ private:
         return concerns;
     }
 
-    /** Whether this is a new file, whose content comes with a later event. */
+    /** Whether this is a new file, not one under another name as well, whose content comes with a later event. */
     [[nodiscard]] bool isBeingWritten(inotify_event const& event, std::string const& name) const {
         std::error_code ignored;
         return (event.mask & (IN_CREATE | IN_ISDIR)) == IN_CREATE && name == _file.name() &&
-               !std::filesystem::is_symlink(_file.path(), ignored);
+               !std::filesystem::is_symlink(_file.path(), ignored) &&
+               std::filesystem::hard_link_count(_file.path(), ignored) == 1;
     }
 
     RegisterFile const& _file;

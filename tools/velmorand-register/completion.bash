@@ -4,7 +4,9 @@
 # command line gives.
 _velmorand_register() {
     local cur prev words cword
-    _init_completion || return
+    _init_completion -n := || return
+    local -
+    set -f # names are no patterns
 
     local places=() command='' command_at=0 i
     for ((i = 1; i < cword; i++)); do
@@ -13,6 +15,7 @@ _velmorand_register() {
             places+=("${words[i]}" "${words[i + 1]/#\~/$HOME}")
             ((i++))
             ;;
+        --user=* | --global=* | --scope=*) places+=("${words[i]}") ;;
         -*) ;;
         *) [[ $command ]] || { command=${words[i]} command_at=$i; } ;;
         esac
@@ -67,6 +70,7 @@ _velmorand_register() {
     # A line of the list: the kind, the scope, the name, in columns.
     local IFS=$'\n' name candidates=()
     for name in $(velmorand-register "${places[@]}" list -r 2>/dev/null | cut -c 18-); do
+        [[ $name != *\\* ]] || continue # shown with escapes, which is not what it is called
         [[ $names == groups ]] || candidates+=("$name")
         while [[ $names != properties && $name == */* ]]; do
             name=${name%/*}
@@ -75,6 +79,8 @@ _velmorand_register() {
     done
     COMPREPLY=()
     for name in $(printf '%s\n' "${candidates[@]}" | sort -u); do
-        [[ $name == "$cur"* ]] && COMPREPLY+=("$(printf %q "$name")")
+        printf -v name %q "$name"
+        [[ $name == "$cur"* ]] && COMPREPLY+=("$name")
     done
+    __ltrim_colon_completions "$cur"
 } && complete -F _velmorand_register velmorand-register

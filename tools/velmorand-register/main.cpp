@@ -103,7 +103,7 @@ private:
     void addReading() {
         auto* const list = add("list", "Prints kind, scope and name of what a group has",
                                [this] { return tool::list(_places, _group, _isRecursive, _isLong); });
-        list->add_option("GROUP", _group, "Without: all groups")->type_name("");
+        list->add_option("GROUP", _group, "Without: the settings in no group, and all groups")->type_name("");
         list->add_flag("-r,--recursive", _isRecursive, "Also what is in the groups within it");
         list->add_flag("-l,--long", _isLong, "Also the values");
 

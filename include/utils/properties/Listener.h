@@ -163,8 +163,8 @@ public:
 
     /**
      * Collects changes to the property or in the group `key`, but for those made with `sender`, unless it is
-     * null. `wake()` is called when there is something to hand over after there was nothing, on the thread that
-     * made the change, with the register's lock held: it only sets a flag or posts an event.
+     * null. `wake()` is called at the first change, and again at the first after each `deliver`, on the thread
+     * that made the change, with the register's lock held: it only sets a flag or posts an event.
      */
     template <class Wake>
     QueuedListener(std::string const& key, Wake&& wake, void* sender = nullptr)
@@ -172,8 +172,14 @@ public:
           _listener(
               key,
               [queue = _queue, wake = std::forward<Wake>(wake)](std::string const& name) mutable {
-                  if (queue->add(name))
+                  if (!queue->add(name))
+                      return;
+                  try {
                       wake();
+                  } catch (...) {
+                      queue->sleep(); // nobody has been woken: the next change tries again
+                      throw;
+                  }
               },
               sender) {}
 
@@ -187,7 +193,7 @@ public:
      * Calls `handle(name)` for each name collected so far, in the order of their bytes, with no lock held.
      * Names that change meanwhile wait for the next time.
      * Result: how many there were.
-     * Errors: what `handle` throws; the names it was not called with stay collected.
+     * Errors: what `handle` throws; the names it was not called with stay collected, for the next time.
      */
     template <class Handle>
     std::size_t deliver(Handle&& handle) {
@@ -196,6 +202,7 @@ public:
         {
             std::lock_guard<std::mutex> const lock(queue->mutex);
             names.swap(queue->names);
+            queue->isAwake = false;
         }
         std::size_t count = 0;
         try {
@@ -211,16 +218,21 @@ public:
 
 private:
     struct Queue {
-        /** Result: whether it was empty. */
+        /** Result: whether somebody is to be woken. */
         bool add(std::string const& name) {
             std::lock_guard<std::mutex> const lock(mutex);
-            bool const first = names.empty();
             names.insert(name);
-            return first;
+            return !std::exchange(isAwake, true);
+        }
+
+        void sleep() {
+            std::lock_guard<std::mutex> const lock(mutex);
+            isAwake = false;
         }
 
         std::mutex mutex;
         std::set<std::string> names;
+        bool isAwake = false; // woken since the names were last handed over
     };
 
     std::shared_ptr<Queue> _queue;
