@@ -34,7 +34,7 @@ protected:
     /** Saves and exports; what is imported from that is the same file, and is exported alike. */
     std::string exported() {
         EXPECT_TRUE(saveSettings().saved);
-        std::string const json = answer({"export"});
+        std::string json = answer({"export"});
         std::filesystem::remove(globalFile);
         Outcome const import = runBare({"--user", global, "import", "-"}, json);
         EXPECT_EQ(0, import.status) << import.err;

@@ -22,12 +22,12 @@ protected:
 
     /** What becomes of a run in which no file may grow, as on a full disk. */
     Outcome runOnAFullDisk(Arguments const& arguments, bool isKilled) {
-        std::signal(SIGXFSZ, isKilled ? SIG_DFL : SIG_IGN);
+        EXPECT_NE(SIG_ERR, std::signal(SIGXFSZ, isKilled ? SIG_DFL : SIG_IGN));
         struct rlimit limit = {};
         EXPECT_EQ(0, ::getrlimit(RLIMIT_FSIZE, &limit));
         struct rlimit const nothing = {room, limit.rlim_max};
         EXPECT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &nothing));
-        Outcome const outcome = run(arguments);
+        Outcome outcome = run(arguments);
         EXPECT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &limit));
         return outcome;
     }

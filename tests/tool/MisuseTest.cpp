@@ -41,7 +41,7 @@ std::vector<Case> everyCase() {
         {"GetOfTwoNames", {"get", "a", "b", "c"}, "one argument too many: b"},
         {"GetOfTheEmptyName", {"get", ""}, "the name is empty"},
         {"GetOfSlashes", {"get", "//"}, "the name is empty"},
-        {"GetOfDots", {"get", "a/../b"}, "a name has no \".\" and \"..\" levels: a/../b"},
+        {"GetOfDots", {"get", "a/../b"}, R"(a name has no "." and ".." levels: a/../b)"},
         {"GetOfNoText", {"get", "\xFF"}, "a name is UTF-8 text"},
         {"ListOfTwoGroups", {"list", "a", "b"}, "b"},
         {"ListOfDots", {"list", "."}, "levels"},

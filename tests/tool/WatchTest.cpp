@@ -36,20 +36,19 @@ protected:
             answer({"set", "integer", "ready", std::to_string(i)});
     }
 
-    /** What the watcher has printed last, once that ends with this text; waits for it. */
-    std::string printed(std::string const& end) const { return waited(_out, end); }
-    std::string complained(std::string const& end) const { return waited(_err, end); }
+    /** Waits until what the watcher has said ends with this text. */
+    void printed(std::string const& end) const { waitFor(_out, end); }
+    void complained(std::string const& end) const { waitFor(_err, end); }
 
     pid_t _watcher = 0;
 
 private:
-    static std::string waited(std::string const& path, std::string const& end) {
+    static void waitFor(std::string const& path, std::string const& end) {
         std::string text;
         do {
             ::sched_yield();
             text = bytesOf(path);
         } while (text.size() < end.size() || text.compare(text.size() - end.size(), end.size(), end) != 0);
-        return text;
     }
 
     std::string _out;

@@ -132,6 +132,7 @@ TEST_F(Writing, KeepsTheFilesPermissions) {
 TEST_F(Writing, LosesNothingWhenManyInstancesWriteAtOnce) {
     constexpr int writers = 20;
     std::vector<pid_t> children;
+    children.reserve(writers);
     for (int i = 0; i < writers; ++i)
         children.push_back(start({"--user", user, "set", "integer", "x" + std::to_string(i), "1"}));
     for (pid_t const child : children) {

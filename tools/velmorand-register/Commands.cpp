@@ -270,21 +270,16 @@ Status check(Places const& places, std::optional<std::string> const& path) {
         return Status::done;
     }
     theDirectory(places); // refuses the temporary scope
-    std::optional<Failure> worst;
+    Status worst = Status::done;
     for (ScopedFile const& scoped : filesToRead(places)) {
         try {
             checkFile(scoped.file);
         } catch (Failure const& failure) {
-            bool const isWorse = !worst || failure.status() > worst->status();
-            if (worst)
-                complain(isWorse ? worst->what() : failure.what());
-            if (isWorse)
-                worst = failure;
+            complain(failure.what());
+            worst = std::max(worst, failure.status());
         }
     }
-    if (worst)
-        throw *worst;
-    return Status::done;
+    return worst;
 }
 
 Status watch(Places const& places) {

@@ -86,7 +86,7 @@ Value withOneNan(Value value) {
 }
 
 std::string entryText(Entry const& entry) {
-    std::string text = "{\"type\": \"" + std::string(entry.kind()) + '"';
+    std::string text = R"({"type": ")" + std::string(entry.kind()) + '"';
     if (entry.isGroup)
         return text + '}';
     if (!entry.value)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "TreePath.h"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 
@@ -128,7 +129,9 @@ TreePath TreePath::parent() const {
 // What is not well-formed would come out of the conversion as a plain "?".
 CanonicalPath::CanonicalPath(QString const& path) : _valid(path.isValidUtf16()), _path{} {
     QByteArray const utf8 = path.toUtf8();
-    std::string_view const view(utf8.constData(), static_cast<std::size_t>(utf8.size()));
+    std::string_view view(utf8.constData(), static_cast<std::size_t>(utf8.size()));
+    view.remove_prefix(
+        std::min(view.find_first_not_of('/'), view.size())); // of nearly all the only empty level
     Traits const traits = examine(view);
     _text = traits.emptyLevels ? withoutEmptyLevels(view) : std::string(view);
     _path = TreePath::of(_text);
