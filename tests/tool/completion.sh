@@ -25,13 +25,15 @@ offers() { # EXPECTED WORD...
     COMP_WORDS=("$@") COMP_CWORD=$(($# - 1)) COMP_LINE="$*" COMPREPLY=()
     COMP_POINT=${#COMP_LINE}
     _velmorand_register
-    if [[ ${COMPREPLY[*]} != "$expected" ]]; then
-        echo "completing \"$*\" offers \"${COMPREPLY[*]}\", not \"$expected\""
+    local offered
+    offered=$(printf '%s\n' "${COMPREPLY[@]}" | LC_ALL=C sort | paste -s -d ' ' -)
+    if [[ $offered != "$expected" ]]; then
+        echo "completing \"$*\" offers \"$offered\", not \"$expected\""
         failed=1
     fi
 }
 
-offers 'list get set delete export import diff check watch' velmorand-register ''
+offers 'check delete diff export get import list set watch' velmorand-register ''
 offers 'diff' velmorand-register --user user di
 offers '--user' velmorand-register get --u
 offers '--replace' velmorand-register import --r
