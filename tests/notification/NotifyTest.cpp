@@ -90,6 +90,15 @@ TYPED_TEST(Notify, FindsTheGroupsOfANameOfManyLevels) {
     }
 }
 
+TYPED_TEST(Notify, TellsNobodyOfANameOfManyLevelsWithoutListeners) {
+    this->listenUnder({"z"}); // behind the name and all its groups
+    std::string name = "m";
+    for (int level = 0; level < 1'000; ++level)
+        name += "/m";
+    EXPECT_THAT(this->change(name), IsEmpty());
+    EXPECT_THAT(this->change('/' + name), IsEmpty());
+}
+
 TYPED_TEST(Notify, DoesNotTakeAPrefixForAGroup) {
     this->listenUnder({"g", "g/h"});
     EXPECT_THAT(this->change("gh"), IsEmpty());

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 
@@ -32,9 +33,13 @@ protected:
         return outcome;
     }
 
-    /** Enough for a complaint, and not for a register file with `large`. */
-    static constexpr rlim_t room = 4096;
-    std::string const large = std::string(10'000, 'l');
+    /** Enough for a complaint and for counts of coverage, and not for a register file with what `setting` sets. */
+    static constexpr rlim_t room = 400'000;
+    Arguments const setting = [] {
+        Arguments arguments(11, std::string(100'000, 'l'));
+        std::copy_n(Arguments{"set", "strings", "x"}.begin(), 3, arguments.begin());
+        return arguments;
+    }();
     std::string saved;
 };
 
@@ -104,14 +109,13 @@ TEST_F(Failures, OfAFileThatMayNotBeReadSaySo) {
 }
 
 TEST_F(Failures, OfAFullDiskLeaveTheOldFile) {
-    EXPECT_THAT(runOnAFullDisk({"set", "string", "x", large}, false),
-                Complains(3, "not saved: " + userFile + ": File too large"));
+    EXPECT_THAT(runOnAFullDisk(setting, false), Complains(3, "not saved: " + userFile + ": File too large"));
     EXPECT_EQ(saved, bytesOf(userFile));
     EXPECT_EQ("old\n", answer({"get", "x"}));
 }
 
 TEST_F(Failures, InTheMiddleOfASaveLeaveTheOldFile) {
-    EXPECT_EQ(-SIGXFSZ, runOnAFullDisk({"set", "string", "x", large}, true).status);
+    EXPECT_EQ(-SIGXFSZ, runOnAFullDisk(setting, true).status);
     EXPECT_EQ(saved, bytesOf(userFile));
     answer({"set", "string", "x", "new"});
     EXPECT_EQ(1, std::distance(std::filesystem::directory_iterator(user), {})); // what was left is cleared
