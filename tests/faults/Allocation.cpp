@@ -5,14 +5,7 @@
 #include <cstdlib>
 #include <new>
 
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define UNDER_A_SANITIZER 1
-#endif
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define UNDER_A_SANITIZER 1
-#endif
+#include "support/Allocators.h"
 
 namespace faults {
 
@@ -53,14 +46,8 @@ bool FailingAllocation::hasFailed() {
 
 #ifndef UNDER_A_SANITIZER
 
-// The C functions, which C++'s own call: so what Qt and the C library ask for fails, too. The C library lets
-// a program put its own in their place and keeps its own under these names.
+// The C functions, which C++'s own call: so what Qt and the C library ask for fails, too.
 extern "C" {
-
-void* __libc_malloc(std::size_t size);
-void* __libc_calloc(std::size_t count, std::size_t size);
-void* __libc_realloc(void* memory, std::size_t size);
-void* __libc_memalign(std::size_t alignment, std::size_t size);
 
 void* malloc(std::size_t size) noexcept {
     if (!faults::fails())

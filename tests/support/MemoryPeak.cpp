@@ -8,14 +8,7 @@
 
 #include <malloc.h>
 
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define UNDER_A_SANITIZER 1
-#endif
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define UNDER_A_SANITIZER 1
-#endif
+#include "support/Allocators.h"
 
 namespace support {
 
@@ -78,17 +71,6 @@ namespace {
 } // namespace
 
 #else
-
-// The C library lets a program put its own functions in their place and keeps its own under these names.
-extern "C" {
-
-void* __libc_malloc(std::size_t size);
-void* __libc_calloc(std::size_t count, std::size_t size);
-void* __libc_realloc(void* memory, std::size_t size);
-void* __libc_memalign(std::size_t alignment, std::size_t size);
-void __libc_free(void* memory);
-
-} // extern "C"
 
 namespace {
 

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <iterator>
 #include <limits>
 #include <ostream>
@@ -24,15 +23,6 @@ namespace tool {
 namespace {
 
 using nlohmann::json;
-
-bool isUtf8(std::string const& text) {
-    try {
-        static_cast<void>(json(text).dump());
-        return true;
-    } catch (json::type_error const&) {
-        return false;
-    }
-}
 
 bool isPlain(std::string const& text) {
     return isUtf8(text);

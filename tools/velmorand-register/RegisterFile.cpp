@@ -14,6 +14,7 @@
 
 #include "Failure.h"
 #include "Settings.h"
+#include "Text.h"
 
 namespace tool {
 
@@ -23,10 +24,6 @@ using filesystem::FileHandle;
 using filesystem::FileSystem;
 using filesystem::RealFileSystem;
 using utils::properties::_Register;
-
-QString toQString(std::string const& utf8) {
-    return QString::fromUtf8(utf8.data(), static_cast<int>(utf8.size()));
-}
 
 /** Where the user scope lies in the register's file system. */
 QString userScope() {

@@ -7,6 +7,7 @@
 
 #include "Failure.h"
 #include "Terminal.h"
+#include "Text.h"
 
 namespace tool::settings {
 
@@ -22,10 +23,6 @@ using utils::properties::Type;
 
 _Register& theRegister() {
     return *_Register::getInstance();
-}
-
-QString toQString(std::string const& utf8) {
-    return QString::fromUtf8(utf8.data(), static_cast<int>(utf8.size()));
 }
 
 std::string parentOf(std::string const& name) {
@@ -128,8 +125,7 @@ void prepare(std::string const& name) {
 } // namespace
 
 std::string cleanName(std::string const& name) {
-    std::string const path = '/' + name; // a mark of UTF-8 at the beginning of text would be lost
-    if (toQString(path).toUtf8().toStdString() != path)
+    if (!isUtf8(name))
         throw Failure(Status::misuse, "a name is UTF-8 text: " + name);
     std::string clean;
     for (std::size_t begin = 0; begin < name.size();) {

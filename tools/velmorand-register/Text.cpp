@@ -169,6 +169,15 @@ std::vector<std::string> elementTexts(Value const& value) {
         [](auto const& content) { return Form<std::decay_t<decltype(content)>>::texts(content); }, value);
 }
 
+QString toQString(std::string const& utf8) {
+    return QString::fromUtf8(utf8.data(), static_cast<int>(utf8.size()));
+}
+
+bool isUtf8(std::string const& text) {
+    std::string const within = '/' + text; // a mark of UTF-8 at the beginning of a text would be lost
+    return toQString(within).toUtf8().toStdString() == within;
+}
+
 std::string base64(std::string const& bytes) {
     return QByteArray::fromRawData(bytes.data(), static_cast<int>(bytes.size())).toBase64().toStdString();
 }

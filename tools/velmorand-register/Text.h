@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include <QString>
+
 #include "Entry.h"
 
 /** Values and names as people read and write them. */
@@ -18,6 +20,11 @@ Value parseValue(std::string const& kind, std::vector<std::string> const& texts)
 
 /** The elements of a value, each as `parseValue` takes it; a single value has one. */
 std::vector<std::string> elementTexts(Value const& value);
+
+QString toQString(std::string const& utf8);
+
+/** Whether a text is well-formed UTF-8. */
+bool isUtf8(std::string const& text);
 
 /** Bytes in base64. */
 std::string base64(std::string const& bytes);
