@@ -22,7 +22,7 @@ function(document_examples name document)
     get_filename_component(number ${file} NAME_WE)
     if(file MATCHES "\\.cpp$")
       add_executable(${prefix}-${number} ${directory}/${file})
-      target_link_libraries(${prefix}-${number} PRIVATE velmorand::register velmorand-warnings Threads::Threads)
+      target_link_libraries(${prefix}-${number} PRIVATE velmorand::settings velmorand-warnings Threads::Threads)
       if("${number}.txt" IN_LIST files)
         list(APPEND runs $<TARGET_FILE:${prefix}-${number}> ${directory}/${number}.txt)
       endif()
@@ -33,8 +33,8 @@ function(document_examples name document)
 #include <string>
 #include <vector>
 
-#include <utils/properties/Listener.h>
-#include <utils/properties/Property.h>
+#include <velmorand/Listener.h>
+#include <velmorand/Property.h>
 
 struct Example {
     void run();
@@ -45,7 +45,7 @@ void Example::run() {
 }
 ]])
       add_library(${prefix}-${number} OBJECT ${directory}/${number}-body.cpp)
-      target_link_libraries(${prefix}-${number} PRIVATE velmorand::register)
+      target_link_libraries(${prefix}-${number} PRIVATE velmorand::settings)
       target_compile_options(${prefix}-${number} PRIVATE -Werror)
     endif()
   endforeach()

@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include <utils/properties/Listener.h>
-#include <utils/properties/Property.h>
+#include <velmorand/Listener.h>
+#include <velmorand/Property.h>
 
 #include "support/TemporaryDirectory.h"
 

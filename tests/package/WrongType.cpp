@@ -2,7 +2,7 @@
 #include <string>
 #include <vector>
 
-#include <utils/properties/Property.h>
+#include <velmorand/Property.h>
 
 // Not to compile: TYPE is not the type of a property.
 utils::properties::Property<TYPE> property{"a/b"};

@@ -42,7 +42,7 @@ each_library() { # FORMAT
 {
     documents "$development"
     each_library "%s.so"
-    for root in include platform/exception/include platform/filesystem/include; do
+    for root in include platform/exception/include platform/filesystem/include settings/include; do
         (cd "$SOURCE_DIR/$root" && find . -name '*.h' | sed 's,^\.,usr/include,')
     done
     for name in config config-version targets "targets-$(echo "$BUILD_TYPE" | tr A-Z a-z)"; do

@@ -5,8 +5,8 @@
 #include <limits>
 #include <random>
 
-#include <utils/properties/Property.h>
-#include <utils/properties/Save.h>
+#include <velmorand/Property.h>
+#include <velmorand/Save.h>
 
 #include "Tool.h"
 

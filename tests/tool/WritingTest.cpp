@@ -4,7 +4,7 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 
-#include <utils/properties/Property.h>
+#include <velmorand/Property.h>
 
 #include "Tool.h"
 

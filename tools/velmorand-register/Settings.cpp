@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include <utils/properties/Property.h>
+#include <velmorand/Property.h>
 
 #include "Failure.h"
 #include "Terminal.h"

@@ -13,9 +13,9 @@
 
 #include <filesystem/RAMFileSystem.h>
 #include <utils/Exception.h>
-#include <utils/properties/Listener.h>
-#include <utils/properties/Property.h>
 #include <utils/properties/Register.h>
+#include <velmorand/Listener.h>
+#include <velmorand/Property.h>
 
 static_assert(QT_VERSION_MAJOR == QT_MAJOR, "built with another QtCore than the library");
 

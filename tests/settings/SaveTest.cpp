@@ -11,8 +11,8 @@
 
 #include <gtest/gtest.h>
 
-#include <utils/properties/Property.h>
-#include <utils/properties/Save.h>
+#include <velmorand/Property.h>
+#include <velmorand/Save.h>
 
 #include "support/RegisterProbe.h"
 #include "support/TemporaryDirectory.h"

@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <utils/properties/Property.h>
+#include <velmorand/Property.h>
 
 #include "support/Failure.h"
 #include "support/RegisterProbe.h"

@@ -8,8 +8,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <utils/properties/Listener.h>
-#include <utils/properties/Property.h>
+#include <velmorand/Listener.h>
+#include <velmorand/Property.h>
 
 #include "support/RegisterProbe.h"
 
