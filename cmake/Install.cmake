@@ -1,7 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# The CMake package and the pkg-config file `velmorand-register`. The libraries and their headers are installed where
-# they are made (Library.cmake). What is installed may be moved: nothing in it holds the prefix.
+# The CMake package `velmorand-register` and the pkg-config files `velmorand-register` and `velmorand-settings`. The
+# libraries and their headers are installed where they are made (Library.cmake). An installation can be moved: nothing in
+# it names the prefix.
 include(CMakePackageConfigHelpers)
 
 if(NOT TARGET velmorand-exception OR NOT TARGET velmorand-filesystem)
@@ -27,8 +28,7 @@ cmake_path(ABSOLUTE_PATH pc_dir BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX} OUTPUT_VA
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${pc_full_dir} OUTPUT_VARIABLE pc_to_prefix)
 cmake_path(APPEND pc_libdir "\${prefix}" ${CMAKE_INSTALL_LIBDIR})
 cmake_path(APPEND pc_includedir "\${prefix}" ${CMAKE_INSTALL_INCLUDEDIR})
-configure_file(
-  ${CMAKE_CURRENT_LIST_DIR}/velmorand-register.pc.in
-  ${PROJECT_BINARY_DIR}/velmorand-register.pc
-  @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/velmorand-register.pc DESTINATION ${pc_dir} COMPONENT development)
+foreach(name IN ITEMS velmorand-register velmorand-settings)
+  configure_file(${CMAKE_CURRENT_LIST_DIR}/${name}.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${pc_dir} COMPONENT development)
+endforeach()

@@ -1,14 +1,17 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# velmorand_library(TARGET NAME INCLUDES): what the three libraries have in common. NAME is the target's name after
-# installation, velmorand::NAME; the public headers lie in INCLUDES; only the symbols that exports.map, beside the
-# caller's list file, names leave the library.
+# A folder of the project's own, since `filesystem/` and `utils/` are not names to occupy in everyone's include path.
+set(VELMORAND_INSTALL_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR}/velmorand-register)
+
+# velmorand_library(TARGET NAME INCLUDES): what the libraries have in common. NAME is the target's name after
+# installation, velmorand::NAME; the public headers lie in INCLUDES; the library exports only the symbols that
+# exports.map names, beside the caller's list file.
 function(velmorand_library target name includes)
   add_library(velmorand::${name} ALIAS ${target})
   target_compile_features(${target} PUBLIC cxx_std_17)
   target_include_directories(${target} PUBLIC
     $<BUILD_INTERFACE:${includes}>
-    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+    $<INSTALL_INTERFACE:${VELMORAND_INSTALL_INCLUDEDIR}>)
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:velmorand-warnings>)
   target_link_options(${target} PRIVATE -Wl,--version-script=${CMAKE_CURRENT_SOURCE_DIR}/exports.map)
   # A sanitizer's runtime is in the program, not in the library.
@@ -29,7 +32,7 @@ function(velmorand_library target name includes)
   if(VELMORAND_INSTALL)
     install(TARGETS ${target} EXPORT velmorand-register-targets
       LIBRARY COMPONENT library NAMELINK_COMPONENT development)
-    install(DIRECTORY ${includes}/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
+    install(DIRECTORY ${includes}/ DESTINATION ${VELMORAND_INSTALL_INCLUDEDIR} COMPONENT development
       FILES_MATCHING PATTERN "*.h")
   endif()
 endfunction()

@@ -34,7 +34,9 @@ function(document_examples name document)
 #include <vector>
 
 #include <velmorand/Listener.h>
+#include <velmorand/Lock.h>
 #include <velmorand/Property.h>
+#include <velmorand/Save.h>
 
 struct Example {
     void run();

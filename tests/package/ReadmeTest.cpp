@@ -18,12 +18,12 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::Pair;
 using utils::properties::_Register;
-using utils::properties::PropertyBadType;
-using utils::properties::PropertyNotFound;
-using utils::properties::RegisterScope;
-using utils::properties::SCOPE_GLOBAL;
-using utils::properties::SCOPE_TEMPORARY;
-using utils::properties::SCOPE_USER;
+using velmorand::PropertyBadType;
+using velmorand::PropertyNotFound;
+using velmorand::RegisterScope;
+using velmorand::SCOPE_GLOBAL;
+using velmorand::SCOPE_TEMPORARY;
+using velmorand::SCOPE_USER;
 
 /** What the block has read. */
 struct Read {
@@ -43,7 +43,7 @@ class Readme : public ::testing::Test {
 protected:
     Readme() { _Register::initialize(_directory.string(), _directory.string()); }
 
-    static void prepareTheme() { utils::properties::write("editor/theme", "light"); }
+    static void prepareTheme() { velmorand::write("editor/theme", "light"); }
 
     static bool exists(std::string const& name, RegisterScope scope) {
         return _Register::getInstance()->propertyExists(name, scope);
@@ -64,7 +64,7 @@ TEST_F(Readme, ThrowsWhenNoScopeHoldsTheProperty) {
 }
 
 TEST_F(Readme, ThrowsWhenThePropertyIsOfAnotherType) {
-    utils::properties::write("editor/theme", 1);
+    velmorand::write("editor/theme", 1);
 
     EXPECT_THROW(Editor().run(), PropertyBadType);
 }
@@ -77,14 +77,14 @@ TEST_F(Readme, ReadsTheFallbackWhenNoScopeHoldsTheProperty) {
 
 TEST_F(Readme, ReadsNoFallbackWhenAScopeHoldsTheProperty) {
     prepareTheme();
-    utils::properties::write("editor/size", 9.0, SCOPE_GLOBAL);
+    velmorand::write("editor/size", 9.0, SCOPE_GLOBAL);
 
     EXPECT_EQ(Editor().run().size, 9.0);
 }
 
 TEST_F(Readme, ThrowsInPlaceOfTheFallbackWhenThePropertyIsOfAnotherType) {
     prepareTheme();
-    utils::properties::write("editor/size", "large");
+    velmorand::write("editor/size", "large");
 
     EXPECT_THROW(Editor().run(), PropertyBadType);
 }
@@ -94,10 +94,10 @@ TEST_F(Readme, WritesToTheUserScopeUnlessOneIsGiven) {
 
     Editor().run();
 
-    EXPECT_EQ(utils::properties::read<std::string>("editor/theme"), "dark");
+    EXPECT_EQ(velmorand::read<std::string>("editor/theme"), "dark");
     EXPECT_TRUE(exists("editor/theme", SCOPE_USER));
     EXPECT_FALSE(exists("editor/size", SCOPE_USER));
-    EXPECT_EQ(utils::properties::read<double>("editor/size"), 12.5);
+    EXPECT_EQ(velmorand::read<double>("editor/size"), 12.5);
     EXPECT_TRUE(exists("editor/size", SCOPE_TEMPORARY));
 }
 
@@ -105,8 +105,8 @@ TEST_F(Readme, LeavesTheSenderOutOnlyWhereOneIsGiven) {
     prepareTheme();
     Editor editor;
     std::vector<std::string> told;
-    utils::properties::Listener const listener{
-        "editor", [&](std::string const& name) { told.push_back(name); }, &editor};
+    velmorand::Listener const listener{"editor", [&](std::string const& name) { told.push_back(name); },
+                                       &editor};
 
     editor.run();
 
@@ -116,8 +116,8 @@ TEST_F(Readme, LeavesTheSenderOutOnlyWhereOneIsGiven) {
 TEST_F(Readme, SetsAndResetsTheProperty) {
     prepareTheme();
     std::vector<std::pair<bool, std::vector<int>>> recent;
-    utils::properties::Property<std::vector<int>> const property{"editor/recent", {1, 2, 3}};
-    utils::properties::Listener const listener{
+    velmorand::Property<std::vector<int>> const property{"editor/recent", {1, 2, 3}};
+    velmorand::Listener const listener{
         "editor/recent", [&](std::string const&) { recent.emplace_back(property.isSet(), property.get()); }};
 
     Editor().run();

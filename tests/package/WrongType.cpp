@@ -5,4 +5,4 @@
 #include <velmorand/Property.h>
 
 // Not to compile: TYPE is not the type of a property.
-utils::properties::Property<TYPE> property{"a/b"};
+velmorand::Property<TYPE> property{"a/b"};

@@ -27,7 +27,7 @@ documents() { # PACKAGE
 }
 
 each_library() { # FORMAT
-    for name in exception filesystem register; do
+    for name in exception filesystem register settings; do
         # shellcheck disable=SC2059 # the format is the argument
         printf "$libraries/libvelmorand-$1\n" "$name"
     done
@@ -43,12 +43,13 @@ each_library() { # FORMAT
     documents "$development"
     each_library "%s.so"
     for root in include platform/exception/include platform/filesystem/include settings/include; do
-        (cd "$SOURCE_DIR/$root" && find . -name '*.h' | sed 's,^\.,usr/include,')
+        (cd "$SOURCE_DIR/$root" && find . -name '*.h' | sed 's,^\.,usr/include/velmorand-register,')
     done
     for name in config config-version targets "targets-$(echo "$BUILD_TYPE" | tr A-Z a-z)"; do
         echo "$libraries/cmake/velmorand-register/velmorand-register-$name.cmake"
     done
     echo "$libraries/pkgconfig/velmorand-register.pc"
+    echo "$libraries/pkgconfig/velmorand-settings.pc"
 } | sort >"$work/$development.expected"
 
 if [ "$tool" -eq 1 ]; then

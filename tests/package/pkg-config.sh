@@ -10,7 +10,7 @@ pc_dir=$(dirname "$(find "$prefix" -name velmorand-register.pc)")
 export PKG_CONFIG_PATH="$pc_dir"
 # shellcheck disable=SC2046,SC2086 # flags are words
 "$CXX" $CXXFLAGS -std=c++17 -DQT_MAJOR="$QT_MAJOR" "$here/consumer/main.cpp" -o "$work/consumer" \
-    $(pkg-config --cflags --libs velmorand-register)
+    $(pkg-config --cflags --libs velmorand-settings)
 
 mkdir "$work/settings"
 LD_LIBRARY_PATH=$(dirname "$pc_dir") "$work/consumer" "$work/settings"

@@ -10,7 +10,8 @@
 #include "support/Failure.h"
 #include "support/RegisterProbe.h"
 
-using namespace utils::properties;
+using namespace velmorand;
+using utils::properties::_Register;
 
 namespace {
 

@@ -13,7 +13,8 @@
 
 #include "support/RegisterProbe.h"
 
-using namespace utils::properties;
+using namespace velmorand;
+using utils::properties::_Register;
 
 namespace {
 

@@ -17,7 +17,8 @@
 #include "support/RegisterProbe.h"
 #include "support/TemporaryDirectory.h"
 
-using namespace utils::properties;
+using namespace velmorand;
+using utils::properties::_Register;
 
 namespace {
 
@@ -105,5 +106,5 @@ TEST_F(SaveSettings, SaysThatAWriteFailedAndLeavesTheFile) {
 TEST(SaveSettingsBeforeInitialize, SaysThatThereIsNoDirectory) {
     SaveResult const result = saveSettings();
     EXPECT_FALSE(result.saved);
-    EXPECT_EQ("no directory is set to save in", result.reason);
+    EXPECT_EQ("no user directory has been set", result.reason);
 }

@@ -11,7 +11,8 @@
 #include "Tool.h"
 
 using namespace tool;
-using namespace utils::properties;
+using namespace velmorand;
+using utils::properties::_Register;
 
 namespace {
 

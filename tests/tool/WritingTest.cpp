@@ -11,7 +11,7 @@
 using namespace tool;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using utils::properties::read;
+using velmorand::read;
 
 namespace {
 

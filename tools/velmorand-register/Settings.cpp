@@ -69,7 +69,7 @@ std::string bytesAt(std::string const& name, RegisterScope scope) {
 
 template <class T>
 Value readAs(std::string const& name) {
-    return utils::properties::read<T>(name);
+    return velmorand::read<T>(name);
 }
 
 std::optional<Value> readElement(Type type, std::string const& name) {
@@ -195,7 +195,7 @@ Entries entriesBelow(std::string const& group) {
 
 void write(std::string const& name, Value const& value) {
     prepare(name);
-    std::visit([&name](auto const& content) { utils::properties::write(name, content); }, value);
+    std::visit([&name](auto const& content) { velmorand::write(name, content); }, value);
 }
 
 void writeRecord(std::string const& name, std::string const& record) {
@@ -215,7 +215,7 @@ void remove(std::string const& name) {
 
 std::string recordOf(Value const& value) {
     std::string const place = "record";
-    std::visit([&](auto const& content) { utils::properties::write(place, content, SCOPE_TEMPORARY); },
+    std::visit([&](auto const& content) { velmorand::write(place, content, SCOPE_TEMPORARY); },
                value);
     return bytesAt(place, SCOPE_TEMPORARY);
 }

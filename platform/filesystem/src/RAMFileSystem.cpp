@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "LastListing.h"
+#include "Lifetimes.h"
 #include "Module.h"
 #include "RAMHandles.h"
 #include "Tree.h"
@@ -72,9 +73,13 @@ Bytes readRest(FileHandle& handle) {
 
 RAMFileSystem::RAMFileSystem()
     : _tree(std::make_unique<Tree>()), _handles(std::make_unique<RAMHandles>()),
-      _lastListing(std::make_unique<LastListing>()) {}
+      _lastListing(std::make_unique<LastListing>()) {
+    lifetimes::begin(this);
+}
 
-RAMFileSystem::~RAMFileSystem() noexcept(false) = default;
+RAMFileSystem::~RAMFileSystem() noexcept(false) {
+    lifetimes::end(this);
+}
 
 std::set<DirEntry> RAMFileSystem::getFileList(QString const& path) const {
     NodeId const directory = find(*_tree, path);

@@ -6,71 +6,77 @@
 #include <utility>
 #include <vector>
 
-#include <boost/thread/lock_guard.hpp>
-
-#include "utils/properties/Register.h"
+#include "velmorand/Export.h"
+#include "velmorand/Scope.h"
 
 /**
- * Settings by type, one line each: a header over the register's typed readers and writers, at their cost.
+ * Typed settings, one line each.
  *
  *     auto theme = read<std::string>("editor/theme");
  *     auto size = read<double>("editor/size", 11.0);
  *     write("editor/theme", "dark");
  *
- * `_Register::initialize` comes first: whatever uses the register before builds it without the register files.
+ * A value is a `std::string`, `double`, `int`, `bool`, or a `std::vector` of one of these. Values are not
+ * converted from one type to another: a property has the type it was last written with.
  *
- * The types are `std::string`, `double`, `int`, `bool`, and `std::vector` of each. No value is converted from
- * one kind to another: a property holds the kind that was written.
+ * Call `initialize` first: the first use of the settings opens the register, and without `initialize` it opens
+ * without its files.
  *
- * Locks: every operation takes the register's lock, for the whole call.
+ * After the register's end, in the destructors of static objects that are older than the register, there are no
+ * settings: reads find nothing, writes throw `utils::Exception`. The same holds in a forked child process if
+ * another thread held the lock at the moment of the fork.
+ *
+ * Locks: each operation takes the settings' lock for the whole call, so it is safe from any thread and from
+ * inside a listener.
  */
-namespace utils::properties {
+namespace velmorand {
 
 namespace detail {
 
-/** The register's reader and writer of a type. */
+/** Whether a property may have this type. */
 template <class T>
-struct Kind {
-    static constexpr bool isKnown = false;
-};
+inline constexpr bool isValue = false;
+template <>
+inline constexpr bool isValue<std::string> = true;
+template <>
+inline constexpr bool isValue<double> = true;
+template <>
+inline constexpr bool isValue<int> = true;
+template <>
+inline constexpr bool isValue<bool> = true;
+template <>
+inline constexpr bool isValue<std::vector<std::string>> = true;
+template <>
+inline constexpr bool isValue<std::vector<double>> = true;
+template <>
+inline constexpr bool isValue<std::vector<int>> = true;
+template <>
+inline constexpr bool isValue<std::vector<bool>> = true;
 
-template <class T, void (_Register::*Read)(std::string const&, T&),
-          void (_Register::*Write)(void*, std::string const&, T const&, RegisterScope)>
-struct KnownKind {
-    static constexpr bool isKnown = true;
-    static constexpr auto read = Read;
-    static constexpr auto write = Write;
-};
-
-template <>
-struct Kind<std::string> : KnownKind<std::string, &_Register::_readString, &_Register::_writeString> {};
-template <>
-struct Kind<double> : KnownKind<double, &_Register::_readNumber, &_Register::_writeNumber> {};
-template <>
-struct Kind<int> : KnownKind<int, &_Register::_readInteger, &_Register::_writeInteger> {};
-template <>
-struct Kind<bool> : KnownKind<bool, &_Register::_readBoolean, &_Register::_writeBoolean> {};
-template <>
-struct Kind<std::vector<std::string>>
-    : KnownKind<std::vector<std::string>, &_Register::_readStrings, &_Register::_writeStrings> {};
-template <>
-struct Kind<std::vector<double>>
-    : KnownKind<std::vector<double>, &_Register::_readNumbers, &_Register::_writeNumbers> {};
-template <>
-struct Kind<std::vector<int>>
-    : KnownKind<std::vector<int>, &_Register::_readIntegers, &_Register::_writeIntegers> {};
-template <>
-struct Kind<std::vector<bool>>
-    : KnownKind<std::vector<bool>, &_Register::_readBooleans, &_Register::_writeBooleans> {};
-
-/** The kind of a type; what is none does not compile. */
+/** Stops the compilation with an explanation if a property cannot have this type. */
 template <class T>
-struct KindOf : Kind<T> {
-    static_assert(Kind<T>::isKnown, "a property is a std::string, double, int, bool, "
-                                    "or a std::vector of one of these");
-};
+constexpr void requireValue() {
+    static_assert(isValue<T>, "a property is a std::string, double, int, bool, "
+                              "or a std::vector of one of these");
+}
 
-/** What a value is written as: a string literal or a `char` pointer as a string, all else as it is. */
+// Defined for the eight types above, in the library.
+
+template <class T>
+VELMORAND_SETTINGS_EXPORT T get(std::string const& name);
+
+/** Result: whether some scope has the name; otherwise the value is left alone. */
+template <class T>
+VELMORAND_SETTINGS_EXPORT bool find(std::string const& name, T& value);
+
+template <class T>
+VELMORAND_SETTINGS_EXPORT void store(std::string const& name, T const& value, RegisterScope scope,
+                                     void* sender);
+
+VELMORAND_SETTINGS_EXPORT bool isSet(std::string const& name);
+VELMORAND_SETTINGS_EXPORT void reset(std::string const& name, void* sender);
+
+/** What a value is written as: a string literal or `char` pointer as a string, anything else as it is. */
 template <class T>
 using Written =
     std::conditional_t<std::is_same_v<std::decay_t<T>, char const*> || std::is_same_v<std::decay_t<T>, char*>,
@@ -79,53 +85,53 @@ using Written =
 } // namespace detail
 
 /**
- * The value of `name`, from the first scope that holds it: user, global, temporary.
- * Errors: `PropertyNotFound` when none does; `PropertyBadType` when it holds another kind of value or is a
- * group (for a `std::string` a group is `PropertyNotFound`).
+ * The value of `name`, from the first scope that has it: user, global, temporary.
+ * Errors: `PropertyNotFound` if no scope has the name; `PropertyBadType` if its value has another type or it is
+ * a group (for `std::string`, a group is `PropertyNotFound`).
  */
 template <class T>
 [[nodiscard]] T read(std::string const& name) {
-    T value{};
-    (_Register::getInstance()->*detail::KindOf<T>::read)(name, value);
-    return value;
+    detail::requireValue<T>();
+    return detail::get<T>(name);
 }
 
 /**
- * As above, but `fallback` when no scope holds `name`.
- * Errors: as above when a scope does, with another kind of value or as a group.
+ * The value of `name` as above, or `fallback` if no scope has the name.
+ * Errors: as above if a scope has the name, with a value of another type or as a group.
  */
 template <class T>
 [[nodiscard]] T read(std::string const& name, T fallback) {
-    _Register* const settings = _Register::getInstance();
-    boost::lock_guard<boost::recursive_mutex> const lock(*_Register::_mutex);
-    if (settings->propertyExists(name))
-        (settings->*detail::KindOf<T>::read)(name, fallback);
+    detail::requireValue<T>();
+    static_cast<void>(detail::find(name, fallback));
     return fallback;
 }
 
 /**
- * Writes a value, in the user scope unless another is given, and tells the listeners, but for those whose
- * owner is `sender`. Nothing is saved.
- * Errors: those of the register's writers.
+ * Writes a value, in the user scope unless another is given, and notifies the listeners except those of
+ * `sender`. Nothing is saved yet.
+ * Errors: `utils::Exception` if the name cannot be a property (it or one of its groups is in the way), if a
+ * string, or the list, has more than 2,147,483,647 bytes or elements, and after the register's end; nothing has
+ * changed then. An exception of a listener reaches the caller, with the value written.
  */
 template <class T>
 void write(std::string const& name, T const& value, RegisterScope scope = SCOPE_USER,
            void* sender = nullptr) {
     using Value = detail::Written<T>;
-    (_Register::getInstance()->*detail::KindOf<Value>::write)(sender, name, value, scope);
+    detail::requireValue<Value>();
+    detail::store<Value>(name, value, scope, sender);
 }
 
 /**
- * One setting of the user, declared once: its name, its type, and what it is while nobody has set it.
+ * One of the user's settings, declared once: its name, its type, and its value while nobody has set it.
  *
  *     Property<std::vector<int>> recent{"editor/recent", {1, 2, 3}};
  *
- * It holds no value of its own, and touches the register in its operations only, so it may be a static object.
- * Its operations come after `_Register::initialize`. One object may be used by several threads at once.
+ * It holds no copy of the value and uses the register only in its operations, so it may be a static object.
+ * Threads may use one object at the same time.
  */
 template <class T>
 class Property {
-    static_assert(detail::KindOf<T>::isKnown);
+    static_assert((detail::requireValue<T>(), true));
 
 public:
     explicit Property(std::string name, T fallback = T())
@@ -135,39 +141,26 @@ public:
     [[nodiscard]] T const& fallback() const noexcept { return _fallback; }
 
     /**
-     * The value from the first scope that holds it, else the fallback.
-     * Errors: those of `read` when a scope holds another kind of value or a group.
+     * The value from the first scope that has one, otherwise the fallback.
+     * Errors: as `read`, if a scope has the name with a value of another type or as a group.
      */
-    // NOLINTNEXTLINE(modernize-use-nodiscard): asking and not looking harms nothing
-    T get() const { return read<T>(_name, _fallback); }
+    [[nodiscard]] T get() const { return read<T>(_name, _fallback); }
 
-    /** Writes the value in the user scope, as `write` does. */
+    /** Writes the value to the user scope, as `write` does. */
     void set(T const& value, void* sender = nullptr) const { write(_name, value, SCOPE_USER, sender); }
 
-    /** Whether the user scope holds a value, of whatever kind; a group is none. */
-    // NOLINTNEXTLINE(modernize-use-nodiscard): as above
-    bool isSet() const {
-        _Register* const settings = _Register::getInstance();
-        boost::lock_guard<boost::recursive_mutex> const lock(*_Register::_mutex);
-        return settings->propertyExists(_name, SCOPE_USER) && !settings->groupExists(_name, SCOPE_USER);
-    }
+    /** Whether the user scope has a value of any type; a group does not count. */
+    [[nodiscard]] bool isSet() const { return detail::isSet(_name); }
 
     /**
-     * Takes the value out of the user scope, so that another scope's or the fallback shows again, and tells
-     * the listeners as a change does. Does nothing when it is not set.
+     * Removes the value from the user scope, so that another scope's value or the fallback is in force again,
+     * and notifies the listeners except those of `sender`. Does nothing if the value is not set.
      */
-    void reset(void* sender = nullptr) const {
-        _Register* const settings = _Register::getInstance();
-        boost::lock_guard<boost::recursive_mutex> const lock(*_Register::_mutex);
-        if (!isSet())
-            return;
-        settings->delProperty(_name, SCOPE_USER);
-        settings->markAsChanged(sender, _name);
-    }
+    void reset(void* sender = nullptr) const { detail::reset(_name, sender); }
 
 private:
     std::string _name;
     T _fallback;
 };
 
-} // namespace utils::properties
+} // namespace velmorand

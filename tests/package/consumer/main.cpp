@@ -51,13 +51,13 @@ bool badScopeIsAnException(_Register& settings) {
 
 /** With a setting, which is written and reset, and the two kinds of listeners. */
 bool frontEndWorks() {
-    utils::properties::Property<std::string> const theme{"editor/theme", "light"};
+    velmorand::Property<std::string> const theme{"editor/theme", "light"};
     int calls = 0;
-    utils::properties::Listener const listener{"editor", [&](std::string const&) { ++calls; }};
-    utils::properties::QueuedListener changes{"editor"};
+    velmorand::Listener const listener{"editor", [&](std::string const&) { ++calls; }};
+    velmorand::QueuedListener changes{"editor"};
 
-    utils::properties::write(theme.name(), "dark");
-    if (theme.get() != "dark" || utils::properties::read<std::string>("editor/theme") != "dark")
+    velmorand::write(theme.name(), "dark");
+    if (theme.get() != "dark" || velmorand::read<std::string>("editor/theme") != "dark")
         return false;
     theme.reset();
     return theme.get() == "light" && calls == 2 && changes.deliver([](std::string const&) {}) == 1;

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Lifetimes.h"
+
+#include <map>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+#include <pthread.h>
+
+#include "filesystem/Lifetime.h"
+
+namespace filesystem {
+
+namespace {
+
+using Callbacks = std::vector<void (*)()>;
+
+struct Living {
+    std::mutex mutex;
+    std::map<RAMFileSystem const*, Callbacks> fileSystems;
+};
+
+Living& living() {
+    // A forked child must find the mutex free, whatever other threads were doing at the fork.
+    static Living& list = []() -> Living& {
+        ::pthread_atfork([] { living().mutex.lock(); }, [] { living().mutex.unlock(); },
+                         [] { living().mutex.unlock(); });
+        return *new Living; // never destroyed
+    }();
+    return list;
+}
+
+} // namespace
+
+void lifetimes::begin(RAMFileSystem const* fileSystem) {
+    Living& list = living();
+    std::lock_guard<std::mutex> const lock(list.mutex);
+    list.fileSystems.try_emplace(fileSystem);
+}
+
+void lifetimes::end(RAMFileSystem const* fileSystem) noexcept {
+    Living& list = living();
+    Callbacks callbacks;
+    {
+        std::lock_guard<std::mutex> const lock(list.mutex);
+        auto const found = list.fileSystems.find(fileSystem);
+        callbacks = std::move(found->second);
+        list.fileSystems.erase(found);
+    }
+    for (auto const callback : callbacks)
+        callback();
+}
+
+bool callAtEnd(RAMFileSystem const* fileSystem, void (*ended)()) {
+    Living& list = living();
+    std::lock_guard<std::mutex> const lock(list.mutex);
+    auto const found = list.fileSystems.find(fileSystem);
+    if (found == list.fileSystems.end())
+        return false;
+    found->second.push_back(ended);
+    return true;
+}
+
+} // namespace filesystem

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+
+#include "velmorand/Export.h"
+
+namespace velmorand {
+
+/**
+ * Opens the register: loads the administrator's settings from `globalDirectory` and the user's from
+ * `userDirectory`, both UTF-8. The first use of the settings in the process; whatever uses them earlier,
+ * creating a listener included, opens the register without its files.
+ *
+ * The user's settings are saved to `userDirectory` when the process exits, and by `saveSettings`. The directory
+ * must exist: otherwise nothing is saved, without a word. A global directory without a register file is fine.
+ *
+ * Errors: `utils::Exception` if a register file cannot be opened or is damaged, with its path and the reason,
+ * or if the process is exiting. Nothing has been opened then, and the call may be repeated.
+ * Locks: call it before other threads use the settings.
+ */
+VELMORAND_SETTINGS_EXPORT void initialize(std::string const& globalDirectory,
+                                          std::string const& userDirectory);
+
+} // namespace velmorand

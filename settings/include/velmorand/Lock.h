@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "velmorand/Export.h"
+
+namespace velmorand {
+
+/**
+ * Holds the lock of all settings for as long as it lives, so that other threads see several operations as one.
+ *
+ *     Lock const lock;
+ *     width.set(800);
+ *     height.set(600);
+ *
+ * The lock is recursive: a thread that holds it may take it again. Never wait for another thread while holding
+ * it. After the register's end, while the process exits, there is nothing to guard, and it is held by nobody.
+ */
+class VELMORAND_SETTINGS_EXPORT Lock {
+public:
+    /** Waits for the lock. */
+    Lock();
+    Lock(Lock const&) = delete;
+    Lock& operator=(Lock const&) = delete;
+    ~Lock();
+
+private:
+    bool _held;
+};
+
+} // namespace velmorand

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+
+#include <utils/properties/Register.h>
+
+#include "velmorand/Lock.h"
+
+namespace velmorand {
+
+/** Whether the process still has a register to use. */
+enum class Availability {
+    available,     ///< it has one, or will have at the first use
+    destroyed,     ///< the process is exiting, and the register has been destroyed
+    lockAbandoned, ///< this process was forked while another thread of its parent held the lock
+};
+
+/** Locks: none. */
+[[nodiscard]] Availability availability() noexcept;
+
+/** Why there is no register, for messages. */
+[[nodiscard]] char const* unavailabilityReason() noexcept;
+
+/**
+ * The process's register, locked for the lifetime of this object; null if the register is not available. The
+ * first one opens the register.
+ * Errors: those of `_Register::getInstance`.
+ */
+class Access {
+public:
+    Access();
+
+    explicit operator bool() const noexcept { return _register != nullptr; }
+    utils::properties::_Register* operator->() const noexcept { return _register; }
+    utils::properties::_Register& operator*() const noexcept { return *_register; }
+
+private:
+    Lock _lock;
+    utils::properties::_Register* _register;
+};
+
+/** Access for an operation that cannot do without. Errors: `utils::Exception`, `what` and the reason. */
+class RequiredAccess : public Access {
+public:
+    explicit RequiredAccess(std::string const& what);
+};
+
+} // namespace velmorand

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "velmorand/Lock.h"
+
+#include <ctime>
+
+#include <pthread.h>
+
+#include "Access.h"
+
+namespace velmorand {
+
+namespace {
+
+/** Takes the lock, waiting 50 ms at most. */
+bool takeSoon() {
+    constexpr long wait = 50'000'000;
+    constexpr long second = 1'000'000'000;
+    timespec until = {};
+    ::clock_gettime(CLOCK_MONOTONIC, &until);
+    until.tv_nsec += wait;
+    until.tv_sec += until.tv_nsec / second;
+    until.tv_nsec %= second;
+    return ::pthread_mutex_clocklock(utils::properties::_Register::_mutex->native_handle(), CLOCK_MONOTONIC,
+                                     &until) == 0;
+}
+
+/** The exiting thread keeps the lock for good, so a thread that waits for it looks up now and then. */
+bool take() {
+    while (availability() == Availability::available)
+        if (utils::properties::_Register::_mutex->try_lock() || takeSoon())
+            return true;
+    return false;
+}
+
+} // namespace
+
+Lock::Lock() : _held(take()) {}
+
+Lock::~Lock() {
+    if (_held)
+        utils::properties::_Register::_mutex->unlock();
+}
+
+} // namespace velmorand
