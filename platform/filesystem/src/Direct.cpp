@@ -3,16 +3,9 @@
 
 #include <string>
 
-#include "Tree.h"
-#include "filesystem/RAMFileSystem.h"
+#include "DirectAccess.h"
 
 namespace filesystem {
-
-/** The way to a file system's tree. */
-struct DirectAccess {
-    static Tree const& tree(RAMFileSystem const& fileSystem) { return *fileSystem._tree; }
-    static Tree& tree(RAMFileSystem& fileSystem) { return *fileSystem._tree; }
-};
 
 namespace direct {
 
@@ -27,7 +20,10 @@ Entry entryAt(Tree const& tree, NodeId id) {
 
 char* rewriteAt(Tree& tree, NodeId id, std::size_t size) {
     Node& node = tree[id];
-    return node.directory == 0 && Node::fits(node.nameLength, size) ? node.replaceContent(size) : nullptr;
+    if (node.directory != 0 || !Node::fits(node.nameLength, size))
+        return nullptr;
+    tree.touch(id);
+    return node.replaceContent(size);
 }
 
 /** `outermostMade`: as in `Tree`. */

@@ -130,6 +130,7 @@ bool RAMFileSystem::open(QString const& path, FileHandle** handle, FileSystemMod
             return false;
         }
     } else if (mode == MODE_WRITE) {
+        _tree->touch(id);
         (*_tree)[id].dropContent();
     }
     opened.node = id;
@@ -168,6 +169,7 @@ long RAMFileSystem::write(FileHandle* handle, void const* buffer, long count) {
         largestFile - file->nameLength - std::min(own->position, largestFile - file->nameLength);
     std::uint64_t const moved = std::min(static_cast<std::uint64_t>(count), room);
     std::uint64_t const end = own->position + moved;
+    _tree->touch(own->node);
     if (end > file->file.size) {
         file->growContent(end);
         // Another handle may have emptied the file behind this one's back: the gap reads as zeros.

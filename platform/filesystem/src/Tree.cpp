@@ -86,6 +86,7 @@ NodeId Tree::make(TreePath const& path, bool directory) {
     _index.reserve(1);
     NodeId const id = add(parent, path.name(), hash, directory);
     _index.insert({hash, id});
+    touch(id);
     return id;
 }
 
@@ -99,6 +100,7 @@ NodeId Tree::directoryAbove(TreePath const& path) const {
 }
 
 void Tree::remove(NodeId id) noexcept {
+    leave(id);
     clear(id);
     unlink(id);
     _index.erase(_nodes[id].hash, id);
@@ -185,6 +187,7 @@ NodeId Tree::childDirectory(NodeId parent, std::string_view name, std::uint32_t 
     _index.reserve(1);
     NodeId const made = add(parent, name, hash, true);
     _index.insert({hash, made});
+    touch(made);
     if (outermostMade == noNode)
         outermostMade = made;
     return made;
@@ -212,6 +215,7 @@ bool Tree::graft(Apart&& apart, TreePath const& path) {
     NodeId target = find(path);
     if (target != noNode && _nodes[target].directory != 0) {
         _index.reserve(apart._entries.size());
+        leave(target);
         clear(target);
     } else {
         NodeId const parent = directoryAbove(path);
@@ -223,6 +227,7 @@ bool Tree::graft(Apart&& apart, TreePath const& path) {
         if (file != noNode)
             remove(file);
         _index.insert({_nodes[target].hash, target});
+        touch(target);
     }
     // From here on nothing can fail.
     moveChildren(apart._directory, target);

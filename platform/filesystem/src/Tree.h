@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "Journal.h"
 #include "Node.h"
 #include "NodePool.h"
 #include "PathIndex.h"
@@ -28,6 +29,16 @@ public:
 
     [[nodiscard]] Node& operator[](NodeId id) noexcept { return _nodes[id]; }
     [[nodiscard]] Node const& operator[](NodeId id) const noexcept { return _nodes[id]; }
+
+    /** Reports all changes from now on to a journal; null for none. */
+    void setJournal(Journal* journal) noexcept { _journal = journal; }
+    [[nodiscard]] bool hasJournal() const noexcept { return _journal != nullptr; }
+
+    /** The content of a file is about to change. */
+    void touch(NodeId id) noexcept {
+        if (__builtin_expect(_journal != nullptr, 0))
+            _journal->touch(id);
+    }
 
     /** Another number whenever an entry has come or gone. */
     [[nodiscard]] std::uint64_t version() const noexcept { return _version; }
@@ -102,6 +113,10 @@ public:
     bool graft(Apart&& apart, TreePath const& path);
 
 private:
+    void leave(NodeId id) noexcept {
+        if (_journal != nullptr)
+            _journal->leave(id);
+    }
     [[nodiscard]] bool standsAt(NodeId id, TreePath const& path) const;
     [[nodiscard]] NodeId directoryAbove(TreePath const& path) const;
     bool makeMissing(TreePath const& path, NodeId& outermostMade);
@@ -119,6 +134,7 @@ private:
     NodePool _nodes;
     PathIndex _index;
     std::uint64_t _version = 0;
+    Journal* _journal = nullptr;
     std::vector<NodeId> const _none;
     std::mutex _orderMutex; ///< for putting children in order while others look at them
 };

@@ -35,4 +35,18 @@ struct Bytes {
  */
 std::size_t decodeTree(Tree& tree, Tree::Apart& result, TreePath const& path, std::string_view data);
 
+/** What is around a payload in a register file. */
+struct Envelope {
+    std::string_view payload;
+    std::size_t size; ///< of the whole item
+};
+
+/** Errors: as `decodeTree`, as far as they are of the envelope; `NewerFormat`. */
+[[nodiscard]] Envelope readEnvelope(std::string_view data);
+
+constexpr std::size_t longestEnvelope = 3 + 5 * 9;
+
+/** Writes what stands before a payload, at most `longestEnvelope` bytes. Result: where it ends. */
+char* writeEnvelope(char* target, std::string_view payload);
+
 } // namespace filesystem

@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <utils/Exception.h>
+
+#include "filesystem/Export.h"
+
+namespace filesystem {
+
+class RAMFileSystem;
+
+/** A register file in a format version that this library does not read yet. */
+class VELMORAND_FILESYSTEM_EXPORT NewerFormat : public utils::Exception {
+public:
+    using Exception::Exception;
+    NewerFormat(NewerFormat const&) = default;
+    NewerFormat& operator=(NewerFormat const&) = default;
+    ~NewerFormat() override;
+};
+
+/** One difference between two trees, or one change of a tree. */
+struct TreeChange {
+    enum class Kind {
+        removed,   ///< nothing is left at the path; a directory goes only if nothing is left in it
+        file,      ///< a file with `content`, in place of whatever is there; directories around it are made
+        directory, ///< a directory, in place of a file if there is one; directories around it are made
+    };
+
+    std::string path; ///< UTF-8, relative to the tree, levels joined by single "/"
+    Kind kind;
+    std::string content;
+};
+
+/**
+ * A tree of directories and files as the bytes of a register file, checked and indexed: for comparing and
+ * merging trees without building them. It never changes.
+ *
+ * Threads: one image may be used by any number of threads at once.
+ */
+class VELMORAND_FILESYSTEM_EXPORT TreeImage {
+public:
+    /** An empty tree. */
+    TreeImage();
+
+    /**
+     * Takes the content of a register file. What follows the tree is dropped.
+     * Errors: `NewerFormat`; `utils::Exception` with what is wrong for anything else that is not a whole,
+     * undamaged tree. Memory stays in proportion to `bytes`.
+     */
+    explicit TreeImage(std::string bytes);
+
+    /** The directory at an absolute path of a file system in memory; an empty tree if there is none. */
+    [[nodiscard]] static TreeImage of(RAMFileSystem const& fileSystem, std::string const& path);
+
+    /** The register file: equal trees made by this library have equal bytes. */
+    [[nodiscard]] std::string const& bytes() const noexcept { return _bytes; }
+
+    /** The number of files in the tree. */
+    [[nodiscard]] std::size_t fileCount() const noexcept { return _fileCount; }
+
+    /**
+     * What makes the other tree of this one, sorted as a tree is walked. A directory that is only in one of them
+     * is a change of its own, before those of what is in it.
+     */
+    [[nodiscard]] std::vector<TreeChange> differencesTo(TreeImage const& other) const;
+
+    /**
+     * The same for one path: what makes of what this tree has at `path` and below it nothing, a file, or a
+     * directory with a tree. The empty path, for the whole tree, goes with a directory only.
+     */
+    [[nodiscard]] std::vector<TreeChange> differencesToNothing(std::string const& path) const;
+    [[nodiscard]] std::vector<TreeChange> differencesToFile(std::string const& path,
+                                                            std::string_view content) const;
+    [[nodiscard]] std::vector<TreeChange> differencesToDirectory(std::string const& path,
+                                                                 TreeImage const& tree) const;
+
+    /**
+     * This tree with changes, which are sorted as a tree is walked and name each path once. If a path is a file
+     * for one change and a directory for another, the one that is higher in the tree counts.
+     */
+    [[nodiscard]] TreeImage with(std::vector<TreeChange> const& changes) const;
+
+private:
+    struct Entry {
+        std::uint32_t item; ///< where the name's item begins in the payload
+        std::uint32_t name; ///< where the name begins
+        std::uint32_t nameSize;
+        std::uint32_t end;   ///< where the value's item ends
+        std::uint32_t first; ///< a file's content: where it begins; a directory: its first child
+        std::uint32_t count; ///< a file's content: bytes; a directory: children
+        bool isDirectory;
+    };
+
+    class Parser;
+    class Comparison;
+    class Patch;
+
+    void index(std::size_t payload, std::size_t size);
+    [[nodiscard]] std::string_view nameOf(Entry const& entry) const;
+    [[nodiscard]] std::string_view contentOf(Entry const& entry) const;
+    [[nodiscard]] Entry const* child(Entry const& directory, std::string_view name) const;
+    [[nodiscard]] Entry const* find(std::string_view path) const;
+
+    std::string _bytes;
+    std::size_t _payload = 0;    ///< where the payload begins in the bytes
+    std::vector<Entry> _entries; ///< the root first; the children of a directory side by side, in order
+    std::size_t _fileCount = 0;
+};
+
+} // namespace filesystem

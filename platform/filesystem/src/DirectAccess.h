@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "Tree.h"
+#include "filesystem/RAMFileSystem.h"
+
+namespace filesystem {
+
+/** The way to a file system's tree, for the parts of this library that work on it directly. */
+struct DirectAccess {
+    static Tree const& tree(RAMFileSystem const& fileSystem) { return *fileSystem._tree; }
+    static Tree& tree(RAMFileSystem& fileSystem) { return *fileSystem._tree; }
+};
+
+} // namespace filesystem

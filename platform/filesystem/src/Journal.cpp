@@ -1,0 +1,146 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Journal.h"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+#include "Tree.h"
+
+namespace filesystem {
+
+namespace {
+
+/** The order in which a tree is walked: of levels, not of whole paths. */
+bool precedesInWalk(std::string const& left, std::string const& right) {
+    return std::lexicographical_compare(
+        left.begin(), left.end(), right.begin(), right.end(), [](char a, char b) {
+            auto const rank = [](char byte) {
+                return byte == '/' ? 0 : static_cast<int>(static_cast<unsigned char>(byte)) + 1;
+            };
+            return rank(a) < rank(b);
+        });
+}
+
+bool isBelow(std::string const& path, std::string const& above) {
+    return path.size() > above.size() && path[above.size()] == '/' &&
+           path.compare(0, above.size(), above) == 0;
+}
+
+} // namespace
+
+Journal::Journal(Tree const& tree, std::string directory, std::function<void()> wake)
+    : _tree(tree), _directory(std::move(directory)), _wake(std::move(wake)) {}
+
+void Journal::record(NodeId id) noexcept {
+    try {
+        add(id);
+    } catch (...) { // no memory
+        _isEverything = true;
+        begin();
+    }
+}
+
+void Journal::add(NodeId id) {
+    // Changes elsewhere need not wake anybody. Once something has changed here, sorting them out can wait.
+    if (_isEmpty && !isInside(id))
+        return;
+    _touched.push_back({id, _tree[id].generation});
+    _last = id;
+    begin();
+    if (_touched.size() >= _compactAt)
+        compact();
+}
+
+void Journal::begin() noexcept {
+    if (std::exchange(_isEmpty, false))
+        _wake();
+}
+
+void Journal::leave(NodeId id) noexcept {
+    _last = noNode; // its number may be used again
+    if (_isEverything)
+        return;
+    try {
+        if (!isInside(id))
+            return;
+        _left.push_back(pathOf(id));
+        _leftBytes += _left.back().size();
+        _isEverything = _leftBytes > mostBytes;
+    } catch (...) { // no memory
+        _isEverything = true;
+    }
+    begin();
+}
+
+/** Whether a node of the tree is the directory or below it. */
+bool Journal::isInside(NodeId id) const {
+    while (id != Tree::root && _tree[id].parent != Tree::root)
+        id = _tree[id].parent;
+    return id != Tree::root && _tree[id].name() == _directory;
+}
+
+/** The path of a node inside the directory, relative to it. */
+std::string Journal::pathOf(NodeId id) const {
+    std::vector<std::string_view> names;
+    for (; _tree[id].parent != Tree::root; id = _tree[id].parent)
+        names.push_back(_tree[id].name());
+    std::string path;
+    for (auto name = names.rbegin(); name != names.rend(); ++name)
+        path.append(path.empty() ? "" : "/").append(*name);
+    return path;
+}
+
+void Journal::compact() {
+    auto const key = [](Touched const& touched) { return std::pair(touched.node, touched.generation); };
+    std::sort(_touched.begin(), _touched.end(),
+              [&](Touched const& left, Touched const& right) { return key(left) < key(right); });
+    _touched.erase(
+        std::unique(_touched.begin(), _touched.end(),
+                    [&](Touched const& left, Touched const& right) { return key(left) == key(right); }),
+        _touched.end());
+    _compactAt = std::max(smallest, 2 * _touched.size());
+}
+
+std::vector<std::string> Journal::take() {
+    std::vector<std::string> result;
+    try {
+        compact();
+        result = changedPaths();
+    } catch (...) { // no memory: nothing is lost, but what it was
+        _isEverything = true;
+        throw;
+    }
+    _last = noNode;
+    _isEmpty = true;
+    _isEverything = false;
+    _touched.clear();
+    _left.clear();
+    _leftBytes = 0;
+    return result;
+}
+
+std::vector<std::string> Journal::changedPaths() {
+    if (_isEverything)
+        return {std::string()};
+    std::vector<std::string> paths = _left;
+    std::size_t bytes = 0;
+    for (Touched const touched : _touched) {
+        // What has gone since is in `_left`.
+        if (_tree[touched.node].generation != touched.generation || !isInside(touched.node))
+            continue;
+        paths.push_back(pathOf(touched.node));
+        bytes += paths.back().size();
+        if (bytes > mostBytes)
+            return {std::string()};
+    }
+    std::sort(paths.begin(), paths.end(), precedesInWalk);
+    std::vector<std::string> result;
+    for (std::string& path : paths)
+        if (result.empty() ||
+            (path != result.back() && !result.back().empty() && !isBelow(path, result.back())))
+            result.push_back(std::move(path));
+    return result;
+}
+
+} // namespace filesystem

@@ -1,0 +1,476 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "filesystem/TreeImage.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <memory>
+
+#include "CborItems.h"
+#include "DirectAccess.h"
+#include "TreeFormat.h"
+#include "TreePath.h"
+
+namespace filesystem {
+
+NewerFormat::~NewerFormat() = default;
+
+namespace {
+
+std::uint32_t narrow(std::size_t number) {
+    return static_cast<std::uint32_t>(number);
+}
+
+} // namespace
+
+/** Indexes a payload without recursion: a stack of the directories whose entries are still to come. */
+class TreeImage::Parser {
+public:
+    Parser(TreeImage& image, std::string_view payload)
+        : _image(image), _begin(payload.data()), _size(payload.size()), _scanner(payload) {}
+
+    void parse() {
+        _image._entries.assign(1, Entry{});
+        enter(0, _scanner.next(Kind::map, "its payload is not a directory"));
+        while (!_open.empty()) {
+            if (_open.back().next == _open.back().end)
+                leave();
+            else
+                parseEntry();
+        }
+        if (_scanner.left() != 0)
+            throw utils::Exception("its payload continues after the tree");
+    }
+
+private:
+    struct Directory {
+        std::uint32_t entry;
+        std::uint32_t next;
+        std::uint32_t end;
+        bool isOrdered;
+    };
+
+    [[nodiscard]] std::uint32_t position() const { return narrow(_size - _scanner.left()); }
+
+    void enter(std::uint32_t entry, Item const& map) {
+        // An entry takes at least two bytes, so no count can promise more than there is.
+        if (map.number > _scanner.left() / 2)
+            throw utils::Exception("it is cut short");
+        auto& entries = _image._entries;
+        auto const first = narrow(entries.size());
+        auto const count = narrow(map.number);
+        entries[entry].isDirectory = true;
+        entries[entry].first = first;
+        entries[entry].count = count;
+        entries.resize(entries.size() + count);
+        _open.push_back({entry, first, first + count, true});
+    }
+
+    void leave() {
+        Directory const directory = _open.back();
+        _open.pop_back();
+        _image._entries[directory.entry].end = position();
+        if (!directory.isOrdered)
+            sort(_image._entries[directory.entry]);
+    }
+
+    void parseEntry() {
+        Directory& directory = _open.back();
+        std::uint32_t const entry = directory.next++;
+        std::uint32_t const begin = position();
+        std::string_view const name = _scanner.next(Kind::text, "a name in it is not text").content;
+        if (!isName(name))
+            throw utils::Exception("it holds a name that no path reaches: \"" + std::string(name) + '"');
+        Item const value = _scanner.next();
+        if (value.kind != Kind::map && value.kind != Kind::bytes)
+            throw utils::Exception("it holds what is neither a directory nor a file: \"" + std::string(name) +
+                                   '"');
+        if (!Node::fits(name.size(), value.content.size()))
+            throw utils::Exception("it holds more under a name than memory takes");
+        Entry& made = _image._entries[entry];
+        made.item = begin;
+        made.name = narrow(static_cast<std::size_t>(name.data() - _begin));
+        made.nameSize = narrow(name.size());
+        if (entry != _image._entries[directory.entry].first &&
+            _image.nameOf(_image._entries[entry - 1]) >= name)
+            directory.isOrdered = false;
+        if (value.kind == Kind::map) {
+            enter(entry, value);
+            return;
+        }
+        ++_image._fileCount;
+        made.first = narrow(static_cast<std::size_t>(value.content.data() - _begin));
+        made.count = narrow(value.content.size());
+        made.end = position();
+    }
+
+    void sort(Entry const& directory) {
+        auto const begin = _image._entries.begin() + directory.first;
+        auto const end = begin + directory.count;
+        auto const name = [this](Entry const& entry) { return _image.nameOf(entry); };
+        std::sort(begin, end,
+                  [&](Entry const& left, Entry const& right) { return name(left) < name(right); });
+        auto const twice = std::adjacent_find(
+            begin, end, [&](Entry const& left, Entry const& right) { return name(left) == name(right); });
+        if (twice != end)
+            throw utils::Exception("it holds a name twice: \"" + std::string(name(*twice)) + '"');
+    }
+
+    TreeImage& _image;
+    char const* _begin;
+    std::size_t _size;
+    Scanner _scanner;
+    std::vector<Directory> _open;
+};
+
+TreeImage::TreeImage() {
+    Tree empty;
+    Bytes const bytes = encodeTree(empty, noNode);
+    *this = TreeImage(std::string(bytes.content));
+}
+
+TreeImage::TreeImage(std::string bytes) : _bytes(std::move(bytes)) {
+    Envelope const envelope = readEnvelope(_bytes);
+    index(static_cast<std::size_t>(envelope.payload.data() - _bytes.data()), envelope.payload.size());
+    _bytes.resize(envelope.size);
+}
+
+TreeImage TreeImage::of(RAMFileSystem const& fileSystem, std::string const& path) {
+    // Encoding may put children in order first, which changes nothing that can be seen.
+    auto& tree = const_cast<Tree&>(DirectAccess::tree(fileSystem));
+    std::string storage;
+    NodeId const id = tree.find(TreePath::of(canonicalPath(path, storage)));
+    bool const isDirectory = id != noNode && tree[id].directory != 0;
+    return TreeImage(std::string(encodeTree(tree, isDirectory ? id : noNode).content));
+}
+
+void TreeImage::index(std::size_t payload, std::size_t size) {
+    if (size > std::numeric_limits<std::uint32_t>::max())
+        throw utils::Exception("it holds 4 GiB or more");
+    _payload = payload;
+    Parser(*this, std::string_view(_bytes).substr(payload, size)).parse();
+}
+
+std::string_view TreeImage::nameOf(Entry const& entry) const {
+    return {_bytes.data() + _payload + entry.name, entry.nameSize};
+}
+
+std::string_view TreeImage::contentOf(Entry const& entry) const {
+    return {_bytes.data() + _payload + entry.first, entry.count};
+}
+
+TreeImage::Entry const* TreeImage::child(Entry const& directory, std::string_view name) const {
+    auto const begin = _entries.begin() + directory.first;
+    auto const end = begin + directory.count;
+    auto const found =
+        std::lower_bound(begin, end, name, [this](Entry const& entry, std::string_view wanted) {
+            return nameOf(entry) < wanted;
+        });
+    return found != end && nameOf(*found) == name ? &*found : nullptr;
+}
+
+TreeImage::Entry const* TreeImage::find(std::string_view path) const {
+    Entry const* entry = &_entries.front();
+    while (!path.empty() && entry != nullptr) {
+        std::string_view const name = path.substr(0, path.find('/'));
+        path.remove_prefix(std::min(path.size(), name.size() + 1));
+        entry = entry->isDirectory ? child(*entry, name) : nullptr;
+    }
+    return entry;
+}
+
+/** Compares two trees without recursion: a stack of the pairs of directories that are being gone through. */
+class TreeImage::Comparison {
+public:
+    Comparison(TreeImage const& from, TreeImage const& to, std::string path)
+        : _from(from), _to(to), _path(std::move(path)) {}
+
+    /** Compares two entries at the path; null for nothing. */
+    std::vector<TreeChange> run(Entry const* before, Entry const* after) {
+        compare(before, after);
+        while (!_open.empty()) {
+            Pair& pair = _open.back();
+            _path.resize(pair.pathSize);
+            if (pair.before == pair.beforeEnd && pair.after == pair.afterEnd)
+                _open.pop_back();
+            else
+                step(pair);
+        }
+        return std::move(_changes);
+    }
+
+private:
+    using Kind = TreeChange::Kind;
+
+    struct Pair {
+        std::size_t pathSize;
+        Entry const* before;
+        Entry const* beforeEnd;
+        Entry const* after;
+        Entry const* afterEnd;
+    };
+
+    void step(Pair& pair) {
+        Entry const* before = pair.before == pair.beforeEnd ? nullptr : pair.before;
+        Entry const* after = pair.after == pair.afterEnd ? nullptr : pair.after;
+        if (before != nullptr && after != nullptr) {
+            int const order = _from.nameOf(*before).compare(_to.nameOf(*after));
+            if (order < 0)
+                after = nullptr;
+            else if (order > 0)
+                before = nullptr;
+        }
+        pair.before += before != nullptr ? 1 : 0;
+        pair.after += after != nullptr ? 1 : 0;
+        if (before != nullptr && after != nullptr && sameBytes(*before, *after))
+            return;
+        if (!_path.empty())
+            _path += '/';
+        _path += before != nullptr ? _from.nameOf(*before) : _to.nameOf(*after);
+        compare(before, after);
+    }
+
+    /** Whether two entries are encoded alike, and so are the same. */
+    [[nodiscard]] bool sameBytes(Entry const& before, Entry const& after) const {
+        std::size_t const size = before.end - before.item;
+        return size == after.end - after.item &&
+               std::memcmp(_from._bytes.data() + _from._payload + before.item,
+                           _to._bytes.data() + _to._payload + after.item, size) == 0;
+    }
+
+    void compare(Entry const* before, Entry const* after) {
+        bool const wasDirectory = before != nullptr && before->isDirectory;
+        bool const isDirectory = after != nullptr && after->isDirectory;
+        if (isDirectory && !wasDirectory)
+            _changes.push_back({_path, Kind::directory, {}});
+        else if (after != nullptr && !isDirectory)
+            compareFile(before, *after);
+        else if (before != nullptr && after == nullptr)
+            _changes.push_back({_path, Kind::removed, {}});
+        if (wasDirectory || isDirectory)
+            _open.push_back({_path.size(), childrenOf(_from, before, wasDirectory),
+                             endOfChildren(_from, before, wasDirectory), childrenOf(_to, after, isDirectory),
+                             endOfChildren(_to, after, isDirectory)});
+    }
+
+    void compareFile(Entry const* before, Entry const& after) {
+        std::string_view const content = _to.contentOf(after);
+        if (before == nullptr || before->isDirectory || _from.contentOf(*before) != content)
+            _changes.push_back({_path, Kind::file, std::string(content)});
+    }
+
+    static Entry const* childrenOf(TreeImage const& image, Entry const* directory, bool isDirectory) {
+        return isDirectory ? image._entries.data() + directory->first : nullptr;
+    }
+    static Entry const* endOfChildren(TreeImage const& image, Entry const* directory, bool isDirectory) {
+        return isDirectory ? image._entries.data() + directory->first + directory->count : nullptr;
+    }
+
+    TreeImage const& _from;
+    TreeImage const& _to;
+    std::string _path;
+    std::vector<Pair> _open;
+    std::vector<TreeChange> _changes;
+};
+
+std::vector<TreeChange> TreeImage::differencesTo(TreeImage const& other) const {
+    return differencesToDirectory({}, other);
+}
+
+std::vector<TreeChange> TreeImage::differencesToNothing(std::string const& path) const {
+    return Comparison(*this, *this, path).run(find(path), nullptr);
+}
+
+std::vector<TreeChange> TreeImage::differencesToFile(std::string const& path,
+                                                     std::string_view content) const {
+    Entry const* const before = find(path);
+    if (before != nullptr && !before->isDirectory && contentOf(*before) == content)
+        return {};
+    std::vector<TreeChange> changes{{path, TreeChange::Kind::file, std::string(content)}};
+    if (before != nullptr && before->isDirectory) {
+        auto below = Comparison(*this, *this, path).run(before, nullptr);
+        changes.insert(changes.end(), std::make_move_iterator(below.begin() + 1),
+                       std::make_move_iterator(below.end()));
+    }
+    return changes;
+}
+
+std::vector<TreeChange> TreeImage::differencesToDirectory(std::string const& path,
+                                                          TreeImage const& tree) const {
+    return Comparison(*this, tree, path).run(find(path), &tree._entries.front());
+}
+
+/**
+ * Writes a payload from its end to its beginning, so that a directory's count of children is known when its turn
+ * comes. Without recursion: a stack of the directories that changes lie in. Everything else is copied.
+ */
+class TreeImage::Patch {
+public:
+    using Changes = std::vector<TreeChange>;
+
+    Patch(TreeImage const& from, Changes const& changes)
+        : _from(from), _room(roomFor(from, changes)), _block(new char[_room]), _begin(_block.get() + _room) {
+        open(&from._entries.front(), changes.data(), changes.data() + changes.size(), 0, {});
+        _open.back().isKept = true;
+    }
+
+    /** Result: the bytes of a register file. */
+    std::string run() {
+        while (!_open.empty()) {
+            Directory& directory = _open.back();
+            if (directory.lastChange == directory.firstChange) {
+                copyChildren(directory, 0);
+                close();
+            } else {
+                step(directory);
+            }
+        }
+        std::string_view const payload(_begin, static_cast<std::size_t>(_block.get() + _room - _begin));
+        char front[longestEnvelope];
+        char const* const end = writeEnvelope(front, payload);
+        auto const size = static_cast<std::size_t>(end - front);
+        std::string bytes;
+        bytes.reserve(size + payload.size());
+        return bytes.append(front, size).append(payload);
+    }
+
+private:
+    struct Directory {
+        Entry const* before; ///< null if it is new
+        std::uint32_t left;  ///< of its children, those still to come
+        TreeChange const* firstChange;
+        TreeChange const* lastChange; ///< one past those still to come
+        std::size_t depth; ///< how many bytes of the changes' paths lead here, with a "/" at the end
+        std::string_view name;
+        std::uint32_t count = 0;
+        bool isKept = false;         ///< even if nothing is left in it
+        Entry const* file = nullptr; ///< what is here instead if nothing comes into it
+    };
+
+    static std::size_t roomFor(TreeImage const& from, Changes const& changes) {
+        std::size_t room = from._entries.front().end + longestHead;
+        for (TreeChange const& change : changes) {
+            auto const levels = 1 + std::count(change.path.begin(), change.path.end(), '/');
+            room += change.path.size() + change.content.size() +
+                    static_cast<std::size_t>(levels + 1) * 2 * longestHead;
+        }
+        return room;
+    }
+
+    void open(Entry const* before, TreeChange const* first, TreeChange const* last, std::size_t depth,
+              std::string_view name) {
+        std::uint32_t const children = before != nullptr ? before->count : 0;
+        _open.push_back({before, children, first, last, depth, name});
+    }
+
+    /** Takes the last child that a change concerns, after those behind it. */
+    void step(Directory& directory) {
+        std::string_view const path = directory.lastChange[-1].path;
+        std::string_view const name =
+            path.substr(directory.depth, path.find('/', directory.depth) - directory.depth);
+        std::size_t const depth = directory.depth + name.size();
+        TreeChange const* first = directory.lastChange;
+        while (first != directory.firstChange && leadsTo(first[-1].path, directory.depth, name))
+            --first;
+        TreeChange const* const last = std::exchange(directory.lastChange, first);
+
+        copyChildren(directory, childrenUpTo(directory, name));
+        Entry const* before = nullptr;
+        if (directory.left != 0 && _from.nameOf(childAt(directory, directory.left - 1)) == name)
+            before = &childAt(directory, --directory.left);
+        bool const isExact = first->path.size() == depth;
+        if (isExact && first->kind == TreeChange::Kind::file) {
+            prepend(Major::bytes, first->content);
+            prepend(Major::text, name);
+            ++directory.count;
+            return;
+        }
+        bool const wasDirectory = before != nullptr && before->isDirectory;
+        bool const isRemoved = isExact && first->kind == TreeChange::Kind::removed;
+        bool const isMade = isExact && first->kind == TreeChange::Kind::directory;
+        open(wasDirectory ? before : nullptr, isExact ? first + 1 : first, last, depth + 1, name);
+        _open.back().isKept = isMade || (wasDirectory && !isRemoved);
+        _open.back().file = !wasDirectory && !isMade && !isRemoved ? before : nullptr;
+    }
+
+    /** Whether a path goes through the child `name` of the directory at `depth`, or ends there. */
+    static bool leadsTo(std::string const& path, std::size_t depth, std::string_view name) {
+        return path.compare(depth, name.size(), name) == 0 &&
+               (path.size() == depth + name.size() || path[depth + name.size()] == '/');
+    }
+
+    [[nodiscard]] Entry const& childAt(Directory const& directory, std::uint32_t place) const {
+        return _from._entries[directory.before->first + place];
+    }
+
+    /** How many of a directory's children, of those still to come, stand before `name` or have it. */
+    [[nodiscard]] std::uint32_t childrenUpTo(Directory const& directory, std::string_view name) const {
+        if (directory.left == 0)
+            return 0;
+        auto const begin = _from._entries.begin() + directory.before->first;
+        auto const end = std::upper_bound(
+            begin, begin + directory.left, name,
+            [this](std::string_view wanted, Entry const& entry) { return wanted < _from.nameOf(entry); });
+        return narrow(static_cast<std::size_t>(end - begin));
+    }
+
+    /** Copies the children still to come, but for the first `until`. */
+    void copyChildren(Directory& directory, std::uint32_t until) {
+        while (directory.left > until) {
+            // Those that lie side by side in the payload go at once.
+            Entry const& last = childAt(directory, directory.left - 1);
+            Entry const* first = &last;
+            while (--directory.left > until && childAt(directory, directory.left - 1).end == first->item) {
+                first = &childAt(directory, directory.left - 1);
+                ++directory.count;
+            }
+            ++directory.count;
+            prepend({_from._bytes.data() + _from._payload + first->item, last.end - first->item});
+        }
+    }
+
+    /** Ends a directory whose children are all written. */
+    void close() {
+        Directory const directory = _open.back();
+        _open.pop_back();
+        if (directory.count == 0 && !directory.isKept) {
+            if (directory.file == nullptr)
+                return;
+            prepend(Major::bytes, _from.contentOf(*directory.file));
+        } else {
+            prependHead(Major::map, directory.count);
+        }
+        if (_open.empty())
+            return;
+        prepend(Major::text, directory.name);
+        ++_open.back().count;
+    }
+
+    void prepend(std::string_view bytes) {
+        _begin -= bytes.size();
+        std::memcpy(_begin, bytes.data(), bytes.size());
+    }
+    void prepend(Major major, std::string_view bytes) {
+        prepend(bytes);
+        prependHead(major, bytes.size());
+    }
+    void prependHead(Major major, std::uint64_t number) {
+        char head[longestHead];
+        char const* const end = writeHead(head, major, number);
+        prepend({head, static_cast<std::size_t>(end - head)});
+    }
+
+    TreeImage const& _from;
+    std::size_t _room;
+    std::unique_ptr<char[]> _block;
+    char* _begin;
+    std::vector<Directory> _open;
+};
+
+TreeImage TreeImage::with(std::vector<TreeChange> const& changes) const {
+    if (changes.empty())
+        return *this;
+    return TreeImage(Patch(*this, changes).run());
+}
+
+} // namespace filesystem
