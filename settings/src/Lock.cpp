@@ -6,6 +6,7 @@
 #include <pthread.h>
 
 #include "Access.h"
+#include "Waiting.h"
 
 namespace velmorand {
 
@@ -24,21 +25,28 @@ bool takeSoon() {
                                      &until) == 0;
 }
 
-/** The exiting thread keeps the lock for good, so a thread that waits for it looks up now and then. */
-bool take() {
-    while (availability() == Availability::available)
+} // namespace
+
+// The exiting thread keeps the lock for good, so a thread that waits for it looks up now and then.
+bool takeLock(GiveUp const& giveUp) {
+    while (availability() == Availability::available) {
         if (utils::properties::_Register::_mutex->try_lock() || takeSoon())
             return true;
+        if (giveUp && giveUp())
+            return false;
+    }
     return false;
 }
 
-} // namespace
+void giveLockBack() {
+    utils::properties::_Register::_mutex->unlock();
+}
 
-Lock::Lock() : _held(take()) {}
+Lock::Lock() : _held(takeLock(nullptr)) {}
 
 Lock::~Lock() {
     if (_held)
-        utils::properties::_Register::_mutex->unlock();
+        giveLockBack();
 }
 
 } // namespace velmorand

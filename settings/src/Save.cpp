@@ -9,6 +9,7 @@
 #include <filesystem/RealFileSystem.h>
 
 #include "Access.h"
+#include "live/Current.h"
 
 namespace velmorand {
 
@@ -29,6 +30,8 @@ SaveResult failed() {
 } // namespace
 
 SaveResult saveSettings() {
+    if (auto const current = live::Current::get())
+        return current->sync();
     Access const settings;
     if (!settings)
         return {false, unavailabilityReason()};

@@ -6,28 +6,9 @@
 #include <utility>
 
 #include "Tree.h"
+#include "filesystem/ChangeLog.h"
 
 namespace filesystem {
-
-namespace {
-
-/** The order in which a tree is walked: of levels, not of whole paths. */
-bool precedesInWalk(std::string const& left, std::string const& right) {
-    return std::lexicographical_compare(
-        left.begin(), left.end(), right.begin(), right.end(), [](char a, char b) {
-            auto const rank = [](char byte) {
-                return byte == '/' ? 0 : static_cast<int>(static_cast<unsigned char>(byte)) + 1;
-            };
-            return rank(a) < rank(b);
-        });
-}
-
-bool isBelow(std::string const& path, std::string const& above) {
-    return path.size() > above.size() && path[above.size()] == '/' &&
-           path.compare(0, above.size(), above) == 0;
-}
-
-} // namespace
 
 Journal::Journal(Tree const& tree, std::string directory, std::function<void()> wake)
     : _tree(tree), _directory(std::move(directory)), _wake(std::move(wake)) {}
@@ -134,13 +115,7 @@ std::vector<std::string> Journal::changedPaths() {
         if (bytes > mostBytes)
             return {std::string()};
     }
-    std::sort(paths.begin(), paths.end(), precedesInWalk);
-    std::vector<std::string> result;
-    for (std::string& path : paths)
-        if (result.empty() ||
-            (path != result.back() && !result.back().empty() && !isBelow(path, result.back())))
-            result.push_back(std::move(path));
-    return result;
+    return ChangeLog::outermost(std::move(paths));
 }
 
 } // namespace filesystem

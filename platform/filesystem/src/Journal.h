@@ -26,6 +26,8 @@ public:
     /** A node is about to go, with everything below it, or everything below it is about to be replaced. */
     void leave(NodeId id) noexcept;
 
+    [[nodiscard]] bool isEmpty() const noexcept { return _isEmpty; }
+
     /** As `ChangeLog::take`. */
     [[nodiscard]] std::vector<std::string> take();
 

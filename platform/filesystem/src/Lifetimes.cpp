@@ -16,9 +16,15 @@ namespace {
 
 using Callbacks = std::vector<void (*)()>;
 
+struct Life {
+    std::uint64_t number; ///< of those made before
+    Callbacks callbacks;
+};
+
 struct Living {
     std::mutex mutex;
-    std::map<RAMFileSystem const*, Callbacks> fileSystems;
+    std::map<RAMFileSystem const*, Life> fileSystems;
+    std::uint64_t made = 0;
 };
 
 Living& living() {
@@ -36,7 +42,8 @@ Living& living() {
 void lifetimes::begin(RAMFileSystem const* fileSystem) {
     Living& list = living();
     std::lock_guard<std::mutex> const lock(list.mutex);
-    list.fileSystems.try_emplace(fileSystem);
+    list.fileSystems.try_emplace(fileSystem, Life{list.made, {}});
+    ++list.made;
 }
 
 void lifetimes::end(RAMFileSystem const* fileSystem) noexcept {
@@ -45,7 +52,7 @@ void lifetimes::end(RAMFileSystem const* fileSystem) noexcept {
     {
         std::lock_guard<std::mutex> const lock(list.mutex);
         auto const found = list.fileSystems.find(fileSystem);
-        callbacks = std::move(found->second);
+        callbacks = std::move(found->second.callbacks);
         list.fileSystems.erase(found);
     }
     for (auto const callback : callbacks)
@@ -58,8 +65,20 @@ bool callAtEnd(RAMFileSystem const* fileSystem, void (*ended)()) {
     auto const found = list.fileSystems.find(fileSystem);
     if (found == list.fileSystems.end())
         return false;
-    found->second.push_back(ended);
+    found->second.callbacks.push_back(ended);
     return true;
+}
+
+std::uint64_t madeSoFar() {
+    Living& list = living();
+    std::lock_guard<std::mutex> const lock(list.mutex);
+    return list.made;
+}
+
+std::uint64_t numberOf(RAMFileSystem const* fileSystem) {
+    Living& list = living();
+    std::lock_guard<std::mutex> const lock(list.mutex);
+    return list.fileSystems.at(fileSystem).number;
 }
 
 } // namespace filesystem

@@ -2,6 +2,8 @@
 #include "filesystem/RealFileSystem.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
 #include <map>
 #include <optional>
 #include <string>
@@ -91,6 +93,7 @@ public:
     [[nodiscard]] virtual long tell() const = 0;
     [[nodiscard]] virtual long size() const = 0; // -1 on failure
     virtual bool close() = 0;
+    [[nodiscard]] virtual int descriptor() const = 0;
 };
 
 namespace {
@@ -123,6 +126,7 @@ public:
     }
 
     bool close() override { return _file.close(); }
+    [[nodiscard]] int descriptor() const override { return _file.number(); }
 
 private:
     /**
@@ -164,6 +168,7 @@ public:
     [[nodiscard]] long tell() const override { return _replacement->tell(); }
     [[nodiscard]] long size() const override { return _replacement->size(); }
     bool close() override { return _replacement->commit(); }
+    [[nodiscard]] int descriptor() const override { return _replacement->descriptor(); }
 
 private:
     std::unique_ptr<Replacement> _replacement;
@@ -320,6 +325,72 @@ bool RealFileSystem::isDirectory(QString const& path) const {
 
 bool RealFileSystem::isFile(QString const& path) const {
     return typeAt(locate(_root, path)) == S_IFREG;
+}
+
+RealFileSystem::Stamp RealFileSystem::stamp(FileHandle* handle) const {
+    RealHandle const* const own = _handles->find(handle);
+    struct stat status = {};
+    if (own == nullptr || !isExamined(own->descriptor(), status))
+        return {};
+    return {status.st_dev, status.st_ino, status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
+}
+
+bool RealFileSystem::keepAs(QString const& path, QString const& second) {
+    errno = EINVAL;
+    auto const from = locate(_root, path);
+    auto const to = locate(_root, second);
+    if (!from || !to || isRoot(*from) || isRoot(*to))
+        return false;
+    // A link cannot take the place of another file, a renamed one can.
+    std::string const aside = *to + ".new";
+    retried([&] { return ::unlink(aside.c_str()); });
+    if (retried([&] {
+            return ::linkat(AT_FDCWD, from->c_str(), AT_FDCWD, aside.c_str(), AT_SYMLINK_FOLLOW);
+        }) != 0)
+        return (errno == EPERM || errno == EXDEV || errno == EMLINK || errno == EOPNOTSUPP) &&
+               copy(path, second);
+    return retried([&] { return ::rename(aside.c_str(), to->c_str()); }) == 0;
+}
+
+/** For file systems that have no links, and for files that are on another one. */
+bool RealFileSystem::copy(QString const& path, QString const& second) {
+    FileHandle* from = nullptr;
+    FileHandle* to = nullptr;
+    if (!open(path, &from, MODE_READ))
+        return false;
+    bool isCopied = open(second, &to, MODE_WRITE);
+    std::array<char, 65'536> part{};
+    while (isCopied) {
+        long const got = read(from, part.data(), static_cast<long>(part.size()));
+        if (got == 0)
+            break;
+        isCopied = write(to, part.data(), got) == got;
+    }
+    isCopied = isCopied && close(to);
+    int const reason = errno;
+    close(from);
+    errno = reason;
+    return isCopied;
+}
+
+bool RealFileSystem::moveAside(QString const& path, QString const& name) {
+    errno = EINVAL;
+    auto const from = locate(_root, path);
+    auto const to = locate(_root, name);
+    if (!from || !to || isRoot(*from) || isRoot(*to))
+        return false;
+    // Some file systems can move without overwriting, others have links.
+    bool const isMoved =
+        retried([&] {
+            return ::renameat2(AT_FDCWD, from->c_str(), AT_FDCWD, to->c_str(), RENAME_NOREPLACE);
+        }) == 0 ||
+        (errno == EINVAL && retried([&] { return ::link(from->c_str(), to->c_str()); }) == 0 &&
+         retried([&] { return ::unlink(from->c_str()); }) == 0);
+    Descriptor const directory =
+        isMoved ? openDirectory(AT_FDCWD, to->substr(0, to->rfind('/') + 1)) : Descriptor();
+    if (directory.isOpen())
+        retried([&] { return ::fsync(directory.number()); });
+    return isMoved;
 }
 
 } // namespace filesystem

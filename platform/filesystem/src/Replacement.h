@@ -47,6 +47,7 @@ public:
 
     [[nodiscard]] long tell() const noexcept { return _position; }
     [[nodiscard]] long size() const noexcept { return _size; }
+    [[nodiscard]] int descriptor() const noexcept { return _file.number(); }
 
     /**
      * Makes the new content durable and moves it over the old one; the last call before destruction.

@@ -42,6 +42,15 @@ public:
      */
     [[nodiscard]] std::vector<std::string> take();
 
+    /** Whether there is nothing to take. */
+    [[nodiscard]] bool isEmpty() const noexcept;
+
+    /** Whether a path comes before another one as a tree is walked: a directory, what is in it, its neighbours. */
+    [[nodiscard]] static bool precedes(std::string const& left, std::string const& right);
+
+    /** The paths that are not below others of them, each once, sorted as a tree is walked. */
+    [[nodiscard]] static std::vector<std::string> outermost(std::vector<std::string> paths);
+
 private:
     RAMFileSystem& _fileSystem;
     std::unique_ptr<Journal> _journal;

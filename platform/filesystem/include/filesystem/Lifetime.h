@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstdint>
+
 #include "filesystem/Export.h"
 
 namespace filesystem {
@@ -21,5 +23,11 @@ class RAMFileSystem;
  * being destroyed on another thread at the same time.
  */
 [[nodiscard]] VELMORAND_FILESYSTEM_EXPORT bool callAtEnd(RAMFileSystem const* fileSystem, void (*ended)());
+
+/** How many file systems in memory the process has made so far. Locks: as above. */
+[[nodiscard]] VELMORAND_FILESYSTEM_EXPORT std::uint64_t madeSoFar();
+
+/** How many file systems had been made before the one at this address, which is alive. Locks: as above. */
+[[nodiscard]] VELMORAND_FILESYSTEM_EXPORT std::uint64_t numberOf(RAMFileSystem const* fileSystem);
 
 } // namespace filesystem

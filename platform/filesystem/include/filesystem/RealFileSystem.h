@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstdint>
 #include <memory>
 
 #include "filesystem/FileSystem.h"
@@ -53,7 +54,39 @@ public:
     [[nodiscard]] bool isDirectory(QString const& path) const override;
     [[nodiscard]] bool isFile(QString const& path) const override;
 
+    /** Which file a handle reads: equal stamps mean the same file with the same content, as far as the system says. */
+    struct Stamp {
+        std::uint64_t device = 0;
+        std::uint64_t number = 0; ///< of the file on its device; 0 for no file
+        std::int64_t size = 0;
+        std::int64_t changedSeconds = 0;
+        std::int64_t changedNanoseconds = 0;
+    };
+    friend bool operator==(Stamp const& left, Stamp const& right) noexcept {
+        return left.device == right.device && left.number == right.number && left.size == right.size &&
+               left.changedSeconds == right.changedSeconds &&
+               left.changedNanoseconds == right.changedNanoseconds;
+    }
+
+    /** The stamp of the file that a handle reads, or of the one that a handle writes aside. */
+    [[nodiscard]] Stamp stamp(FileHandle* handle) const;
+
+    /**
+     * Keeps what a file holds now under a second name as well, in place of what that name held, for when the file
+     * is replaced. Durable together with the replacement.
+     * Result: whether it is kept; otherwise `errno` says why, and the second name is as it was.
+     */
+    bool keepAs(QString const& path, QString const& second);
+
+    /**
+     * Gives a file another name, which nothing has yet, and makes that durable.
+     * Result: whether it was moved; otherwise `errno` says why.
+     */
+    bool moveAside(QString const& path, QString const& name);
+
 private:
+    bool copy(QString const& path, QString const& second);
+
     std::string _root;
     std::unique_ptr<RealHandles> _handles;
 };

@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "filesystem/FileWatch.h"
+
+#include <array>
+#include <cstring>
+#include <filesystem>
+#include <map>
+#include <set>
+#include <string_view>
+#include <system_error>
+
+#include <sys/inotify.h>
+
+#include "Descriptor.h"
+
+namespace filesystem {
+
+namespace {
+
+constexpr int hopLimit = 40; // as many symbolic links as Linux itself follows
+
+// What is on the way to a file is asked only about itself, so that nobody is woken by its neighbours.
+constexpr std::uint32_t ownEvents = IN_DELETE_SELF | IN_MOVE_SELF;
+constexpr std::uint32_t linkEvents = ownEvents | IN_ATTRIB | IN_DONT_FOLLOW;
+constexpr std::uint32_t entryEvents = IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_CREATE | IN_DELETE;
+
+} // namespace
+
+/** What one look at the ways to the files has found to watch. */
+class FileWatch::Watches {
+public:
+    explicit Watches(std::vector<std::string> const& paths)
+        : _events(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
+        for (std::string const& path : paths)
+            follow(path, hopLimit);
+    }
+
+    [[nodiscard]] int descriptor() const noexcept { return _events.number(); }
+
+    struct Taken {
+        bool concernsFile = false;
+        bool changesWay = false; ///< what has to be watched is no longer the same
+    };
+
+    Taken take() {
+        Taken taken;
+        alignas(inotify_event) std::array<char, 16'384> buffer{};
+        for (;;) {
+            auto const got = retried([&] { return ::read(_events.number(), buffer.data(), buffer.size()); });
+            if (got <= 0)
+                return taken;
+            for (long at = 0; at < got;) {
+                inotify_event event{};
+                std::memcpy(&event, buffer.data() + at, sizeof event);
+                std::string_view const name = event.len > 0 ? buffer.data() + at + sizeof event : "";
+                examine(event, name, taken);
+                at += static_cast<long>(sizeof event + event.len);
+            }
+        }
+    }
+
+private:
+    struct Names {
+        std::set<std::string, std::less<>> files;
+        std::set<std::string, std::less<>> missing; ///< the next level of a way that ends here
+    };
+
+    void examine(inotify_event const& event, std::string_view name, Taken& taken) {
+        auto const found = _names.find(event.wd);
+        bool const isEntry = event.len > 0 && found != _names.end();
+        // An overflow has no watch; something on the way has no name.
+        if (!isEntry && (event.mask & IN_IGNORED) == 0)
+            taken.changesWay = true;
+        if (isEntry && found->second.missing.count(name) > 0)
+            taken.changesWay = true;
+        if (isEntry && found->second.files.count(name) > 0)
+            taken.concernsFile = true;
+    }
+
+    /** Watches everything on the way to a file. */
+    void follow(std::filesystem::path const& path, int hops) {
+        std::filesystem::path around;
+        for (auto level = path.begin(); level != path.end(); ++level) {
+            std::filesystem::path const place = around / *level;
+            std::error_code isNoLink;
+            auto const target = std::filesystem::read_symlink(place, isNoLink);
+            bool const isLast = std::next(level) == path.end();
+            if (isLast)
+                watchEntry(around, *level, !isNoLink);
+            else if (isNoLink && !watch(place, ownEvents | IN_ONLYDIR) &&
+                     (errno == ENOENT || errno == ENOTDIR)) {
+                watchEntry(around, *level, true);
+                return;
+            }
+            if (!isNoLink) {
+                watch(place, linkEvents);
+                if (hops == 0)
+                    return;
+                std::filesystem::path rest = target.is_absolute() ? target : around / target;
+                for (auto next = std::next(level); next != path.end(); ++next)
+                    rest /= *next;
+                follow(rest, hops - 1);
+                return;
+            }
+            around = place;
+        }
+    }
+
+    /** Watches for the coming and going of one entry of a directory. */
+    void watchEntry(std::filesystem::path const& directory, std::filesystem::path const& name, bool isOnWay) {
+        int const watched = add(directory, ownEvents | entryEvents | IN_ONLYDIR);
+        if (watched < 0)
+            return;
+        Names& names = _names[watched];
+        (isOnWay ? names.missing : names.files).insert(name.string());
+    }
+
+    bool watch(std::filesystem::path const& path, std::uint32_t events) { return add(path, events) >= 0; }
+
+    int add(std::filesystem::path const& path, std::uint32_t events) {
+        // One directory may be on several ways.
+        return ::inotify_add_watch(_events.number(), path.c_str(), events | IN_MASK_ADD);
+    }
+
+    Descriptor _events;
+    std::map<int, Names> _names;
+};
+
+FileWatch::FileWatch(std::vector<std::string> paths)
+    : _paths(std::move(paths)), _watches(std::make_unique<Watches>(_paths)) {}
+
+FileWatch::~FileWatch() = default;
+
+bool FileWatch::isWatching() const noexcept {
+    return descriptor() >= 0;
+}
+
+int FileWatch::descriptor() const noexcept {
+    return _watches->descriptor();
+}
+
+bool FileWatch::takeEvents() {
+    auto const taken = _watches->take();
+    if (taken.changesWay)
+        _watches = std::make_unique<Watches>(_paths);
+    return taken.concernsFile || taken.changesWay;
+}
+
+} // namespace filesystem

@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "filesystem/PrivateDirectory.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+#include "Descriptor.h"
+#include "Directory.h"
+
+namespace filesystem {
+
+namespace {
+
+/** Makes the entries of a directory durable. One that may not be read cannot be flushed, nor can some file systems. */
+bool isFlushed(std::string const& path) {
+    Descriptor const directory = openDirectory(AT_FDCWD, path);
+    if (!directory.isOpen())
+        return errno == EACCES;
+    return retried([&] { return ::fsync(directory.number()); }) == 0 || errno == EINVAL;
+}
+
+bool isDirectory(std::string const& path) {
+    struct stat status = {};
+    if (retried([&] { return ::stat(path.c_str(), &status); }) != 0)
+        return false;
+    errno = ENOTDIR;
+    return S_ISDIR(status.st_mode);
+}
+
+} // namespace
+
+bool makePrivateDirectories(std::string const& path) {
+    std::filesystem::path made;
+    for (std::filesystem::path const& name : std::filesystem::path(path)) {
+        std::string const parent = made.empty() ? "." : made.string();
+        made /= name;
+        if (name.empty() || isDirectory(made.string()))
+            continue;
+        // Another process may be making the same one.
+        if (::mkdir(made.c_str(), S_IRWXU) != 0 && (errno != EEXIST || !isDirectory(made.string())))
+            return false;
+        if (!isFlushed(made.string()) || !isFlushed(parent))
+            return false;
+    }
+    return true;
+}
+
+DirectoryLock::DirectoryLock() noexcept = default;
+
+DirectoryLock::~DirectoryLock() {
+    // Released here, not by closing: a child process that was forked meanwhile still has it open.
+    if (Descriptor const directory(_directory); directory.isOpen())
+        ::flock(directory.number(), LOCK_UN);
+}
+
+DirectoryLock::Outcome DirectoryLock::take(std::string const& path, std::chrono::milliseconds patience) {
+    using Clock = std::chrono::steady_clock;
+    auto const end = Clock::now() + patience;
+    // flock has no time limit, so the lock is asked for again and again, at growing intervals.
+    std::chrono::microseconds interval{100};
+    for (;;) {
+        Outcome const outcome = tryOnce(path);
+        _isHeld = outcome == Outcome::taken;
+        if (outcome != Outcome::timedOut || Clock::now() >= end)
+            return outcome;
+        std::this_thread::sleep_for(interval);
+        interval = std::min(2 * interval, std::chrono::microseconds(5'000));
+    }
+}
+
+/** Result: `timedOut` if somebody else has the lock. */
+DirectoryLock::Outcome DirectoryLock::tryOnce(std::string const& path) {
+    Descriptor directory = openDirectory(AT_FDCWD, path);
+    if (!directory.isOpen())
+        return errno == EACCES ? Outcome::taken : Outcome::failed; // may be written to, but not locked
+    if (::flock(directory.number(), LOCK_EX | LOCK_NB) != 0)
+        return errno == EWOULDBLOCK ? Outcome::timedOut : Outcome::taken; // or there are no locks
+    struct stat own = {};
+    struct stat there = {};
+    if (!isExamined(directory.number(), own) || ::stat(path.c_str(), &there) != 0 ||
+        own.st_dev != there.st_dev || own.st_ino != there.st_ino)
+        return Outcome::timedOut; // it has been replaced meanwhile
+    _directory = directory.release();
+    return Outcome::taken;
+}
+
+} // namespace filesystem

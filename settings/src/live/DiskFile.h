@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <filesystem/RealFileSystem.h>
+#include <filesystem/TreeImage.h>
+
+namespace velmorand::live {
+
+using Image = std::shared_ptr<filesystem::TreeImage const>;
+
+/** What reading a register file has found. */
+struct Reading {
+    enum class Found {
+        missing,
+        sound,
+        damaged,    ///< its content is refused
+        unreadable, ///< it cannot be read, or not by this version: nothing is known of its content
+    };
+
+    Found found;
+    Image image;        ///< of a sound file
+    std::string reason; ///< why it is not sound
+};
+
+/** A register file that other processes replace as well. One thread at a time uses an object. */
+class DiskFile {
+public:
+    DiskFile(std::string const& directory, std::string const& name);
+
+    [[nodiscard]] std::string const& path() const noexcept { return _path; }
+
+    [[nodiscard]] Reading read();
+
+    /** Reads the file unless it is the one, with the content, that was last read or written. */
+    [[nodiscard]] std::optional<Reading> readIfChanged();
+
+    /**
+     * Replaces the file in one step and makes that durable; what it held is kept as `keptAs` unless that is empty.
+     * Result: why it failed; empty if it did not.
+     */
+    [[nodiscard]] std::string replace(filesystem::TreeImage const& image, std::string const& keptAs);
+
+    /**
+     * Moves the file aside as damaged, under a name with the time in UTC, and removes the oldest such files.
+     * Result: where to; empty if it could not be moved.
+     */
+    std::string setAside();
+
+private:
+    /** The first bytes of a register file, which its length and checksum are among, and whose they are. */
+    struct Identity {
+        filesystem::RealFileSystem::Stamp stamp;
+        std::string head;
+    };
+
+    [[nodiscard]] Identity identify(filesystem::FileHandle* handle);
+    [[nodiscard]] Reading readFrom(filesystem::FileHandle* handle);
+    void removeOldest();
+
+    std::string _name;
+    std::string _path;
+    filesystem::RealFileSystem _disk;
+    std::optional<Identity> _known; ///< nothing until the first reading; without a stamp for a missing file
+};
+
+} // namespace velmorand::live

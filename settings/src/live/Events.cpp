@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Events.h"
+
+#include <iostream>
+#include <utility>
+
+namespace velmorand::live {
+
+namespace {
+
+char const* consequence(LiveEventKind kind) {
+    switch (kind) {
+    case LiveEventKind::recovered:
+        return "the previous settings are used";
+    case LiveEventKind::startedEmpty:
+        return "starting with empty settings";
+    case LiveEventKind::globalIgnored:
+        return "the administrator's settings are ignored";
+    case LiveEventKind::saveFailed:
+        return "settings are not saved, trying again";
+    case LiveEventKind::savedAgain:
+        break;
+    }
+    return "settings are saved again";
+}
+
+void print(LiveEvent const& event) {
+    std::string line = "settings: " + event.file;
+    if (!event.reason.empty())
+        line += ": " + event.reason;
+    line += std::string("; ") + consequence(event.kind);
+    if (!event.keptAs.empty())
+        line += "; the damaged file is kept as " + event.keptAs;
+    std::cerr << line + '\n';
+}
+
+} // namespace
+
+Events::Events(std::function<void(LiveEvent const&)> onEvent)
+    : _onEvent(onEvent ? std::move(onEvent) : print) {}
+
+void Events::note(LiveEvent event) {
+    constexpr std::size_t most = 100;
+    std::lock_guard<std::mutex> const lock(_mutex);
+    _all.push_back(event);
+    if (_all.size() > most)
+        _all.pop_front();
+    _untold.push_back(std::move(event));
+}
+
+void Events::tell() {
+    std::unique_lock<std::mutex> lock(_mutex);
+    // Whoever is telling already goes on with the rest, so that calls never overlap.
+    if (std::exchange(_isTelling, true))
+        return;
+    while (!_untold.empty()) {
+        LiveEvent const event = std::move(_untold.front());
+        _untold.pop_front();
+        lock.unlock();
+        try {
+            _onEvent(event);
+        } catch (...) { // NOLINT(bugprone-empty-catch): there is nobody to give it to
+        }
+        lock.lock();
+    }
+    _isTelling = false;
+}
+
+std::vector<LiveEvent> Events::all() const {
+    std::lock_guard<std::mutex> const lock(_mutex);
+    return {_all.begin(), _all.end()};
+}
+
+} // namespace velmorand::live

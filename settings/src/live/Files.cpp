@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <chrono>
+#include <utility>
+
+#include <filesystem/PrivateDirectory.h>
+#include <utils/Exception.h>
+
+#include "Limits.h"
+#include "Places.h"
+#include "Synchroniser.h"
+
+namespace velmorand::live {
+
+namespace {
+
+using Found = Reading::Found;
+
+Image empty() {
+    return std::make_shared<filesystem::TreeImage const>();
+}
+
+/** Puts the previous file in place of a damaged one. Result: what the user's file holds now. */
+Image recover(Files& files, Events& events) {
+    filesystem::DirectoryLock lock;
+    static_cast<void>(lock.take(files.directory, patience));
+    // Another process may have been quicker.
+    Reading const reading = files.user.read();
+    if (reading.found == Found::sound)
+        return reading.image;
+    if (reading.found != Found::damaged)
+        return empty();
+    std::string const keptAs = files.user.setAside();
+    Reading const previous = files.previous.read();
+    bool const isRecovered = previous.found == Found::sound;
+    events.note({isRecovered ? LiveEventKind::recovered : LiveEventKind::startedEmpty, files.user.path(),
+                 reading.reason, keptAs});
+    if (!isRecovered)
+        return empty();
+    static_cast<void>(files.user.replace(*previous.image, {})); // if not, the next save tries again
+    return previous.image;
+}
+
+} // namespace
+
+Files::Files(std::string userDirectory, std::string globalDirectory)
+    : directory(std::move(userDirectory)), user(directory, fileName), previous(directory, previousFileName),
+      global(globalDirectory, fileName) {}
+
+void Files::open(Events& events) {
+    Reading const userReading = user.read();
+    if (userReading.found == Found::unreadable)
+        throw utils::Exception(user.path() + ": " + userReading.reason);
+    Reading const globalReading = global.read();
+    if (globalReading.found == Found::unreadable)
+        throw utils::Exception(global.path() + ": " + globalReading.reason);
+    userImage = userReading.found == Found::sound     ? userReading.image
+                : userReading.found == Found::damaged ? recover(*this, events)
+                                                      : empty();
+    globalImage = globalReading.found == Found::sound ? globalReading.image : empty();
+    if (globalReading.found == Found::damaged)
+        events.note({LiveEventKind::globalIgnored, global.path(), globalReading.reason, {}});
+}
+
+} // namespace velmorand::live

@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <chrono>
+
+namespace velmorand::live {
+
+/** How long to wait for another process that is replacing the user's file. */
+constexpr std::chrono::milliseconds patience{5'000};
+
+/** How long to wait before a failed save is tried again: at first, and at most. */
+constexpr std::chrono::milliseconds firstRetry{500};
+constexpr std::chrono::milliseconds lastRetry{60'000};
+
+} // namespace velmorand::live

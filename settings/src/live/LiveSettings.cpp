@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "velmorand/LiveSettings.h"
+
+#include <chrono>
+#include <memory>
+#include <utility>
+
+#include <unistd.h>
+
+#include <filesystem/Lifetime.h>
+#include <utils/Exception.h>
+
+#include "../Access.h"
+#include "Current.h"
+#include "Events.h"
+#include "Memory.h"
+#include "OpenRegister.h"
+#include "Places.h"
+#include "Synchroniser.h"
+#include "Worker.h"
+
+namespace velmorand {
+
+/** All of a `LiveSettings` but its address. If the process exits before the object is destroyed, this remains. */
+class LiveSettings::State : public live::Current {
+public:
+    State(LiveOptions options, void* sender)
+        : _events(std::move(options.onEvent)), _global(live::findGlobalDirectory(options.globalDirectory)),
+          _files(live::openUserDirectory(options.userDirectory), _global), _process(::getpid()) {
+        // Watched before they are read, so that no change falls between the two.
+        _watch = std::make_unique<filesystem::FileWatch>(
+            std::vector<std::string>{_files.user.path(), _files.global.path()});
+        _files.open(_events);
+        open(options.delay, sender);
+        _events.tell();
+    }
+
+    ~State() noexcept override {
+        // Nobody may be woken any more when the worker goes.
+        Lock const lock;
+        _memory.reset();
+    }
+
+    SaveResult sync() override {
+        if (isForked())
+            return {false, "this process was forked from the one that shares the settings"};
+        return _synchroniser->run(live::Synchroniser::Missing::makeAgain, nullptr);
+    }
+
+    // The process may be exiting because somebody holds the lock for good.
+    void end() override {
+        if (isForked() || std::exchange(_isEnded, true))
+            return;
+        auto const until = std::chrono::steady_clock::now() + std::chrono::seconds(1);
+        _synchroniser->run(live::Synchroniser::Missing::leaveAlone,
+                           [=] { return std::chrono::steady_clock::now() >= until; });
+        _synchroniser->stop();
+    }
+
+    void stop() {
+        end();
+        _worker->stop();
+    }
+
+    [[nodiscard]] bool isSaved() const { return !isForked() && _memory->isSaved(); }
+    [[nodiscard]] live::Events const& events() const { return _events; }
+    [[nodiscard]] std::string const& userDirectory() const { return _files.directory; }
+    [[nodiscard]] std::string const& globalDirectory() const { return _global; }
+
+private:
+    [[nodiscard]] bool isForked() const { return ::getpid() != _process; }
+
+    /** Under one lock, so that no change is made before there is somebody to wake. */
+    void open(std::chrono::milliseconds delay, void* sender) {
+        Lock const lock;
+        auto* const opened = live::openRegister(_files, _global, sender);
+        _memory = std::make_unique<live::Memory>(*opened, _files.userImage, _files.globalImage,
+                                                 [this] { _worker->wake(); });
+        _synchroniser = std::make_unique<live::Synchroniser>(_files, *_memory, _events, sender);
+        _worker = std::make_unique<live::Worker>(std::move(_watch), delay, [this] {
+            auto const isStopping = [this] { return _worker->isStopping().load(); };
+            return _synchroniser->run(live::Synchroniser::Missing::leaveAlone, isStopping).saved;
+        });
+    }
+
+    live::Events _events;
+    std::string const _global;
+    live::Files _files;
+    ::pid_t const _process;
+    bool _isEnded = false;
+    std::unique_ptr<filesystem::FileWatch> _watch; // until the worker has it
+    std::unique_ptr<live::Memory> _memory;
+    std::unique_ptr<live::Synchroniser> _synchroniser;
+    std::unique_ptr<live::Worker> _worker;
+};
+
+LiveSettings::LiveSettings(LiveOptions options) {
+    live::Current::Place place; // refuses a second one
+    _state = std::make_shared<State>(std::move(options), this);
+    place.fill(_state);
+}
+
+LiveSettings::~LiveSettings() {
+    _state->stop();
+    live::Current::leave();
+}
+
+SaveResult LiveSettings::sync() {
+    return _state->sync();
+}
+
+bool LiveSettings::isSaved() const {
+    return _state->isSaved();
+}
+
+std::vector<LiveEvent> LiveSettings::events() const {
+    return _state->events().all();
+}
+
+std::string const& LiveSettings::userDirectory() const {
+    return _state->userDirectory();
+}
+
+std::string const& LiveSettings::globalDirectory() const {
+    return _state->globalDirectory();
+}
+
+} // namespace velmorand

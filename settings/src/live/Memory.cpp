@@ -1,0 +1,248 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Memory.h"
+
+#include <algorithm>
+#include <set>
+#include <string_view>
+#include <utility>
+
+#include <QString>
+
+#include <filesystem/Direct.h>
+
+namespace velmorand::live {
+
+namespace {
+
+using filesystem::ChangeLog;
+using filesystem::TreeChange;
+using filesystem::TreeImage;
+using filesystem::direct::Kind;
+using utils::properties::_Register;
+
+constexpr std::string_view userScope = "user";
+constexpr std::string_view globalScope = "global";
+
+QString pathOf(std::string_view scope, std::string const& path) {
+    std::string const whole = '/' + std::string(scope) + '/' + path;
+    return QString::fromUtf8(whole.data(), static_cast<int>(whole.size()));
+}
+
+bool isAtOrBelow(std::string const& path, std::string const& above) {
+    return above.empty() || (path.compare(0, above.size(), above) == 0 &&
+                             (path.size() == above.size() || path[above.size()] == '/'));
+}
+
+/** Whether one of two paths is the other one or below it. Paths are sorted, and none is below another. */
+bool concerns(std::vector<std::string> const& paths, std::string const& path) {
+    auto const next = std::lower_bound(paths.begin(), paths.end(), path, ChangeLog::precedes);
+    return (next != paths.end() && isAtOrBelow(*next, path)) ||
+           (next != paths.begin() && isAtOrBelow(path, *std::prev(next)));
+}
+
+/** What is at a path now. */
+struct State {
+    std::string path;
+    Kind kind;
+    std::string content;
+    std::optional<TreeImage> below;
+};
+
+State stateOf(_Register const& theRegister, std::string const& path) {
+    auto const entry = filesystem::direct::find(theRegister, {userScope}, path);
+    State state{path, entry.kind, std::string(entry.content), {}};
+    // The scope itself may have been removed; it counts as empty then.
+    if (entry.kind == Kind::directory || path.empty())
+        state.below = TreeImage::of(theRegister, "/user/" + path);
+    return state;
+}
+
+Changes differences(TreeImage const& base, State const& state) {
+    if (state.below)
+        return base.differencesToDirectory(state.path, *state.below);
+    return state.kind == Kind::file ? base.differencesToFile(state.path, state.content)
+                                    : base.differencesToNothing(state.path);
+}
+
+/** A register whose pending names can be seen. */
+struct Pending : _Register {
+    static std::set<std::string>& names(_Register& theRegister) {
+        return theRegister.*(&Pending::_changedProperties);
+    }
+};
+
+} // namespace
+
+Memory::Memory(_Register& theRegister, Image user, Image global, std::function<void()> wake)
+    : _register(theRegister), _user(std::move(user)), _global(std::move(global)),
+      _log(theRegister, std::string(userScope), std::move(wake)) {}
+
+std::optional<Collected> Memory::collect(void* sender, GiveUp const& giveUp) {
+    Collected collected{};
+    std::vector<State> states;
+    {
+        AbandonableLock const lock(giveUp);
+        if (!lock.isHeld())
+            return std::nullopt;
+        bringInLocked(sender);
+        addPending(_log.take());
+        for (std::string const& path : _pending)
+            states.push_back(stateOf(_register, path));
+        collected.number = ++_collections;
+        collected.base = _user;
+        _collected.emplace(collected.number, std::exchange(_pending, {}));
+    }
+    for (State const& state : states) {
+        Changes changes = differences(*collected.base, state);
+        std::move(changes.begin(), changes.end(), std::back_inserter(collected.changes));
+    }
+    return collected;
+}
+
+void Memory::post(Merged merged) {
+    std::lock_guard<std::mutex> const lock(_inboxMutex);
+    _inbox.push_back(std::move(merged));
+}
+
+void Memory::postGlobal(Image global) {
+    std::lock_guard<std::mutex> const lock(_inboxMutex);
+    _newGlobal = std::move(global);
+}
+
+void Memory::bringIn(void* sender, GiveUp const& giveUp) {
+    AbandonableLock const lock(giveUp);
+    if (lock.isHeld())
+        bringInLocked(sender);
+}
+
+bool Memory::isSaved() const {
+    AbandonableLock const lock(nullptr);
+    return !lock.isHeld() || (_log.isEmpty() && _pending.empty() &&
+                              std::all_of(_collected.begin(), _collected.end(),
+                                          [](auto const& one) { return one.second.empty(); }));
+}
+
+void Memory::bringInLocked(void* sender) {
+    std::deque<Merged> inbox;
+    Image global;
+    {
+        std::lock_guard<std::mutex> const lock(_inboxMutex);
+        inbox.swap(_inbox);
+        global.swap(_newGlobal);
+    }
+    std::vector<std::string> names;
+    for (Merged const& merged : inbox)
+        bringInUser(merged, names);
+    if (global != nullptr)
+        bringInGlobal(global, names);
+    announce(sender, names);
+}
+
+void Memory::bringInUser(Merged const& merged, std::vector<std::string>& names) {
+    _collected.erase(merged.number);
+    // What this process changes meanwhile is newer than what was merged.
+    addPending(_log.take());
+    addPending(merged.unsaved);
+    Changes changes;
+    for (TreeChange const& change : merged.changes) {
+        if (isChangedHere(change.path))
+            addPending({change.path}); // to be compared once more
+        else
+            changes.push_back(change);
+    }
+    apply(SCOPE_USER, changes, names);
+    static_cast<void>(_log.take()); // all of it from the file
+    if (merged.base != nullptr)
+        _user = merged.base;
+}
+
+void Memory::bringInGlobal(Image const& global, std::vector<std::string>& names) {
+    apply(SCOPE_GLOBAL, _global->differencesTo(*global), names);
+    _global = global;
+}
+
+bool Memory::isChangedHere(std::string const& path) const {
+    return concerns(_pending, path) ||
+           std::any_of(_collected.begin(), _collected.end(),
+                       [&](auto const& collected) { return concerns(collected.second, path); });
+}
+
+void Memory::addPending(std::vector<std::string> paths) {
+    if (paths.empty())
+        return;
+    std::move(_pending.begin(), _pending.end(), std::back_inserter(paths));
+    _pending = ChangeLog::outermost(std::move(paths));
+}
+
+/** Makes changes in the register, and notes the names of the properties that are others now. */
+void Memory::apply(RegisterScope scope, Changes const& changes, std::vector<std::string>& names) {
+    std::string_view const directory = scope == SCOPE_USER ? userScope : globalScope;
+    for (TreeChange const& change : changes)
+        if (applyOne(directory, change))
+            names.push_back(change.path);
+    // A directory goes when all that was in it has gone.
+    for (auto change = changes.rbegin(); change != changes.rend(); ++change)
+        if (change->kind == TreeChange::Kind::removed)
+            removeIfEmpty(directory, change->path);
+}
+
+/** Result: whether a property has come, gone, or another value. */
+bool Memory::applyOne(std::string_view scope, TreeChange const& change) {
+    switch (change.kind) {
+    case TreeChange::Kind::removed:
+        return removeFile(scope, change.path);
+    case TreeChange::Kind::directory: {
+        makeRoom(scope, change.path);
+        bool const wasFile = removeFile(scope, change.path);
+        filesystem::direct::makeDirectories(_register, scope, change.path);
+        return wasFile;
+    }
+    case TreeChange::Kind::file:
+        break;
+    }
+    auto const there = filesystem::direct::find(_register, {scope}, change.path);
+    if (there.kind == Kind::file && there.content == change.content)
+        return false;
+    makeRoom(scope, change.path);
+    if (there.kind == Kind::directory)
+        _register.RAMFileSystem::remove(pathOf(scope, change.path));
+    auto const slash = change.path.rfind('/');
+    std::string const around = change.path.substr(0, slash == std::string::npos ? 0 : slash);
+    char* const content =
+        filesystem::direct::make(_register, scope, around, change.path, change.content.size());
+    if (content == nullptr)
+        return false;
+    change.content.copy(content, change.content.size());
+    return true;
+}
+
+bool Memory::removeFile(std::string_view scope, std::string const& path) {
+    return filesystem::direct::find(_register, {scope}, path).kind == Kind::file &&
+           _register.RAMFileSystem::remove(pathOf(scope, path));
+}
+
+void Memory::removeIfEmpty(std::string_view scope, std::string const& path) {
+    QString const place = pathOf(scope, path);
+    if (_register.RAMFileSystem::isDirectory(place) && _register.RAMFileSystem::getFileList(place).empty())
+        _register.RAMFileSystem::remove(place);
+}
+
+/** Removes a property that is where a group is to be. */
+void Memory::makeRoom(std::string_view scope, std::string const& path) {
+    for (std::size_t end = path.find('/'); end != std::string::npos; end = path.find('/', end + 1))
+        if (removeFile(scope, path.substr(0, end)))
+            return;
+}
+
+/** Announces names, each once. What a listener throws must not keep the others from hearing. */
+void Memory::announce(void* sender, std::vector<std::string> const& names) {
+    for (std::string const& name : std::set<std::string>(names.begin(), names.end())) {
+        try {
+            _register.markAsChanged(sender, name);
+        } catch (...) {
+            Pending::names(_register).erase(name);
+        }
+    }
+}
+
+} // namespace velmorand::live

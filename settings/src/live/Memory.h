@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <filesystem/ChangeLog.h>
+#include <utils/properties/Register.h>
+
+#include "../Waiting.h"
+#include "DiskFile.h"
+#include "velmorand/Scope.h"
+
+namespace velmorand::live {
+
+using Changes = std::vector<filesystem::TreeChange>;
+
+/** This process's changes since memory and file were last the same, at one moment. */
+struct Collected {
+    std::uint64_t number; ///< of this collection
+    Image base;           ///< what memory and file had in common
+    Changes changes;      ///< what makes memory of it
+};
+
+/** What a merge means for memory. */
+struct Merged {
+    std::uint64_t number; ///< of the collection that was merged
+    Changes changes;      ///< of others: what makes the merged settings of memory as it was then
+    Image base;           ///< what memory and file have in common then; null if nothing else than before
+    std::vector<std::string> unsaved; ///< paths of the collection that did not get into the file
+};
+
+/**
+ * The user's and the administrator's settings in the register, as seen from their files.
+ *
+ * Locks: what takes the register's lock says so; holding it, an object takes only a lock of its own, for a moment.
+ */
+class Memory {
+public:
+    /** `wake` is called when something has changed, with the register's lock held. */
+    Memory(utils::properties::_Register& theRegister, Image user, Image global, std::function<void()> wake);
+
+    /**
+     * Brings in what was merged so far, then collects this process's changes. Takes the register's lock, unless
+     * the caller gives up: then nothing is collected.
+     */
+    [[nodiscard]] std::optional<Collected> collect(void* sender, GiveUp const& giveUp);
+
+    /** Hands over what a merge has found. Locks: not the register's. */
+    void post(Merged merged);
+
+    /** The same for the administrator's settings. */
+    void postGlobal(Image global);
+
+    /**
+     * Brings in what was handed over, all at once, and announces it. Takes the register's lock, as `collect` does.
+     */
+    void bringIn(void* sender, GiveUp const& giveUp);
+
+    /** Whether no change waits to be saved. Takes the register's lock. */
+    [[nodiscard]] bool isSaved() const;
+
+private:
+    void bringInLocked(void* sender);
+    void bringInUser(Merged const& merged, std::vector<std::string>& names);
+    void bringInGlobal(Image const& global, std::vector<std::string>& names);
+    void apply(RegisterScope scope, Changes const& changes, std::vector<std::string>& names);
+    bool applyOne(std::string_view scope, filesystem::TreeChange const& change);
+    bool removeFile(std::string_view scope, std::string const& path);
+    void removeIfEmpty(std::string_view scope, std::string const& path);
+    void makeRoom(std::string_view scope, std::string const& path);
+    void announce(void* sender, std::vector<std::string> const& names);
+    void addPending(std::vector<std::string> paths);
+    [[nodiscard]] bool isChangedHere(std::string const& path) const;
+
+    utils::properties::_Register& _register;
+
+    // Guarded by the register's lock.
+    Image _user;
+    Image _global;
+    filesystem::ChangeLog _log;
+    std::vector<std::string> _pending;                            ///< paths changed here, not yet collected
+    std::map<std::uint64_t, std::vector<std::string>> _collected; ///< collected, not yet merged
+    std::uint64_t _collections = 0;
+
+    mutable std::mutex _inboxMutex; ///< nothing else is locked under it
+    std::deque<Merged> _inbox;
+    Image _newGlobal;
+};
+
+} // namespace velmorand::live

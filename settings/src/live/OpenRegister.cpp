@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "OpenRegister.h"
+
+#include <utility>
+
+#include <filesystem/Lifetime.h>
+#include <utils/Exception.h>
+
+#include "../Access.h"
+#include "Memory.h"
+
+namespace velmorand::live {
+
+namespace {
+
+using filesystem::FileHandle;
+using filesystem::FileSystem;
+using utils::properties::_Register;
+
+/** Where the register loads and saves: nowhere, unless `putBack`. */
+class Paths : _Register {
+public:
+    Paths() = delete;
+
+    struct Values {
+        bool haveGlobal;
+        std::string global;
+        std::string user;
+    };
+
+    static Values clear() { return exchange({false, {}, {}}); }
+    static void putBack(Values values) { exchange(std::move(values)); }
+
+private:
+    static Values exchange(Values values) {
+        return {std::exchange(_haveGlobalRegister, values.haveGlobal),
+                std::exchange(_GlobalRegisterPath, std::move(values.global)),
+                std::exchange(_UserRegisterPath, std::move(values.user))};
+    }
+};
+
+/** Puts a tree in place of a scope that is empty. */
+void load(_Register& theRegister, char const* scope, filesystem::TreeImage const& image) {
+    filesystem::RAMFileSystem memory;
+    FileHandle* handle = nullptr;
+    memory.open(QStringLiteral("/file"), &handle, FileSystem::MODE_WRITE);
+    memory.write(handle, image.bytes().data(), static_cast<long>(image.bytes().size()));
+    memory.close(handle);
+    memory.open(QStringLiteral("/file"), &handle, FileSystem::MODE_READ);
+    theRegister.unserialize(QString::fromLatin1(scope), *handle);
+}
+
+bool wasOpenedHere = false; // guarded by the register's lock
+
+/** The register, which nobody has used before. The lock is held. */
+_Register* openNew() {
+    std::uint64_t const before = filesystem::madeSoFar();
+    Paths::Values paths = Paths::clear();
+    RequiredAccess const settings("the settings cannot be opened"); // makes it, if it is not there
+    if (filesystem::numberOf(&*settings) < before) {
+        Paths::putBack(std::move(paths));
+        throw utils::Exception("the settings cannot be shared: the register has been used already, and "
+                               "LiveSettings must be its first use");
+    }
+    wasOpenedHere = true;
+    return &*settings;
+}
+
+/** What makes of a scope the tree of a file. */
+Changes changesTo(_Register const& theRegister, char const* scope, filesystem::TreeImage const& image) {
+    return filesystem::TreeImage::of(theRegister, scope).differencesTo(image);
+}
+
+/** Brings files into a register that is in use. */
+void reload(_Register& theRegister, Files const& files, void* sender) {
+    auto const now = [&](char const* scope) {
+        return std::make_shared<filesystem::TreeImage const>(filesystem::TreeImage::of(theRegister, scope));
+    };
+    Memory memory(theRegister, now("/user"), now("/global"), [] {});
+    memory.post({0, changesTo(theRegister, "/user", *files.userImage), nullptr, {}});
+    memory.postGlobal(files.globalImage);
+    memory.bringIn(sender, [] { return false; });
+}
+
+/** As the register's own initialisation does. */
+void record(_Register& theRegister, Files const& files, std::string const& globalDirectory) {
+    theRegister._writeString(nullptr, "UserDataPath", files.directory, SCOPE_TEMPORARY);
+    theRegister._writeString(nullptr, "GlobalDataPath", globalDirectory, SCOPE_TEMPORARY);
+}
+
+} // namespace
+
+_Register* openRegister(Files const& files, std::string const& globalDirectory, void* sender) {
+    Lock const lock;
+    if (wasOpenedHere) {
+        RequiredAccess const settings("the settings cannot be opened");
+        reload(*settings, files, sender);
+        record(*settings, files, globalDirectory);
+        return &*settings;
+    }
+    _Register* const opened = openNew();
+    load(*opened, "/user/", *files.userImage);
+    load(*opened, "/global/", *files.globalImage);
+    record(*opened, files, globalDirectory);
+    return opened;
+}
+
+} // namespace velmorand::live

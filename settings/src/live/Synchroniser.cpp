@@ -1,0 +1,186 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Synchroniser.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <system_error>
+#include <utility>
+
+#include <filesystem/PrivateDirectory.h>
+
+#include "Limits.h"
+#include "Places.h"
+
+namespace velmorand::live {
+
+namespace {
+
+using filesystem::DirectoryLock;
+using filesystem::TreeImage;
+using Found = Reading::Found;
+
+std::vector<std::string> pathsOf(Changes const& changes) {
+    std::vector<std::string> paths;
+    for (filesystem::TreeChange const& change : changes)
+        paths.push_back(change.path);
+    return paths;
+}
+
+Image with(Image const& image, Changes const& changes) {
+    return changes.empty() ? image : std::make_shared<TreeImage const>(image->with(changes));
+}
+
+} // namespace
+
+Synchroniser::Synchroniser(Files& files, Memory& memory, Events& events, void* sender)
+    : _files(files), _memory(memory), _events(events), _sender(sender) {}
+
+SaveResult Synchroniser::run(Missing missing, GiveUp const& giveUp) {
+    Step step;
+    do {
+        auto const collected = _memory.collect(_sender, giveUp);
+        if (!collected)
+            return {false, "the process is exiting and its settings have been closed"};
+        step = merge(*collected, missing);
+        _memory.bringIn(_sender, giveUp);
+        _events.tell();
+    } while (step.again);
+    return step.result;
+}
+
+void Synchroniser::stop() {
+    std::lock_guard<std::mutex> const lock(_mutex);
+    _isStopped = true;
+}
+
+Synchroniser::Step Synchroniser::merge(Collected const& collected, Missing missing) {
+    std::lock_guard<std::mutex> const lock(_mutex);
+    Merged merged{collected.number, {}, nullptr, {}};
+    if (_isStopped) {
+        merged.unsaved = pathsOf(collected.changes);
+        _memory.post(std::move(merged));
+        return {{collected.changes.empty(), "live settings have ended"}, false};
+    }
+    // What another thread could not save has come back to memory after this collection was made.
+    bool const again = std::exchange(_hasUnsaved, false) && collected.changes.empty();
+    std::string failure;
+    try {
+        readGlobal();
+        failure = bringIntoFile(collected, merged, missing);
+    } catch (std::exception const& exception) { // no memory
+        failure = _files.user.path() + ": " + exception.what();
+    }
+    if (!failure.empty()) {
+        merged.unsaved = pathsOf(collected.changes);
+        _hasUnsaved = !merged.unsaved.empty();
+    }
+    if (!again)
+        report(failure);
+    _memory.post(std::move(merged));
+    return {{failure.empty(), failure}, again};
+}
+
+std::string Synchroniser::bringIntoFile(Collected const& collected, Merged& merged, Missing missing) {
+    DirectoryLock turn;
+    bool const hasChanges = !collected.changes.empty();
+    bool isToBeMade = hasChanges || missing == Missing::makeAgain;
+    if (hasChanges)
+        if (std::string failure = take(turn); !failure.empty())
+            return failure;
+    if (std::string failure = look(turn, isToBeMade); !failure.empty())
+        return failure;
+
+    Image const theirs = _files.userImage;
+    Image const memory = with(collected.base, collected.changes);
+    Image const result = theirs == collected.base ? memory : with(theirs, collected.changes);
+    merged.base = theirs;
+    if (result != memory)
+        merged.changes = memory->differencesTo(*result);
+
+    bool const isMade = _isFileMissing && isToBeMade && (hasChanges || result->fileCount() != 0);
+    if (isMade || (!_isFileMissing && result->bytes() != theirs->bytes())) {
+        if (!turn.isHeld())
+            if (std::string failure = take(turn); !failure.empty())
+                return failure;
+        if (std::string failure = _files.user.replace(*result, previousFileName); !failure.empty())
+            return failure;
+        _files.userImage = result;
+        _isFileMissing = false;
+    }
+    merged.base = result;
+    return {};
+}
+
+/** Waits for this process's turn to replace the file. */
+std::string Synchroniser::take(DirectoryLock& turn) {
+    auto outcome = turn.take(_files.directory, patience);
+    if (outcome == DirectoryLock::Outcome::failed && errno == ENOENT &&
+        filesystem::makePrivateDirectories(_files.directory))
+        outcome = turn.take(_files.directory, patience);
+    switch (outcome) {
+    case DirectoryLock::Outcome::timedOut:
+        return _files.directory + ": locked by another process for too long";
+    case DirectoryLock::Outcome::failed:
+        return _files.directory + ": " + std::generic_category().message(errno);
+    case DirectoryLock::Outcome::taken:
+        break;
+    }
+    return {};
+}
+
+/** Finds out what the user's file holds now. A damaged one is moved aside, and has to be made again. */
+std::string Synchroniser::look(DirectoryLock& turn, bool& isToBeMade) {
+    auto reading = _files.user.readIfChanged();
+    if (reading && reading->found == Found::damaged && !turn.isHeld()) {
+        // Only in turn: another process may be about to mend it.
+        if (std::string failure = take(turn); !failure.empty())
+            return failure;
+        reading = _files.user.readIfChanged();
+    }
+    if (!reading)
+        return {};
+    switch (reading->found) {
+    case Found::unreadable:
+        return _files.user.path() + ": " + reading->reason;
+    case Found::damaged: // memory knows what the file held, so the previous one is not needed
+        _events.note({LiveEventKind::recovered, _files.user.path(), reading->reason, _files.user.setAside()});
+        isToBeMade = true;
+        _isFileMissing = true;
+        break;
+    case Found::missing:
+        _isFileMissing = true;
+        break;
+    case Found::sound:
+        _files.userImage = reading->image;
+        _isFileMissing = false;
+        break;
+    }
+    return {};
+}
+
+void Synchroniser::readGlobal() {
+    auto const reading = _files.global.readIfChanged();
+    if (!reading)
+        return;
+    if (reading->found == Found::damaged || reading->found == Found::unreadable) {
+        // Told once; whatever it is made into next is looked at again.
+        if (!std::exchange(_isGlobalIgnored, true))
+            _events.note({LiveEventKind::globalIgnored, _files.global.path(), reading->reason, {}});
+        return;
+    }
+    _isGlobalIgnored = false;
+    _files.globalImage =
+        reading->found == Found::sound ? reading->image : std::make_shared<TreeImage const>();
+    _memory.postGlobal(_files.globalImage);
+}
+
+void Synchroniser::report(std::string const& failure) {
+    if (std::exchange(_isFailing, !failure.empty()) == !failure.empty())
+        return;
+    _events.note({failure.empty() ? LiveEventKind::savedAgain : LiveEventKind::saveFailed,
+                  _files.user.path(),
+                  failure,
+                  {}});
+}
+
+} // namespace velmorand::live

@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Worker.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <optional>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <utils/Exception.h>
+
+#include "Limits.h"
+
+namespace velmorand::live {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/** An event that threads wait for. Its number is above those of the standard streams. */
+int makeEvent() {
+    int const low = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (low < 0 || low > STDERR_FILENO)
+        return low;
+    int const high = ::fcntl(low, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    ::close(low);
+    return high;
+}
+
+/** How long to wait in poll for a moment, at least; without one for ever. */
+int milliseconds(std::optional<Clock::time_point> until) {
+    if (!until)
+        return -1;
+    auto const left = std::chrono::ceil<std::chrono::milliseconds>(*until - Clock::now()).count();
+    return static_cast<int>(std::clamp<std::int64_t>(left, 0, 3'600'000));
+}
+
+/** Keeps signals away from a thread that is started in its lifetime: the program's handlers are for its own. */
+class SignalsBlocked {
+public:
+    SignalsBlocked() {
+        ::sigset_t all;
+        ::sigfillset(&all);
+        ::pthread_sigmask(SIG_SETMASK, &all, &_before);
+    }
+    SignalsBlocked(SignalsBlocked const&) = delete;
+    SignalsBlocked& operator=(SignalsBlocked const&) = delete;
+    ~SignalsBlocked() { ::pthread_sigmask(SIG_SETMASK, &_before, nullptr); }
+
+private:
+    ::sigset_t _before{};
+};
+
+} // namespace
+
+Worker::Worker(std::unique_ptr<filesystem::FileWatch> watch, std::chrono::milliseconds delay,
+               std::function<bool()> synchronise)
+    : _watch(std::move(watch)), _delay(delay), _synchronise(std::move(synchronise)), _process(::getpid()),
+      _wake(makeEvent()) {
+    if (_wake < 0)
+        throw utils::Exception("settings cannot be shared: " + std::generic_category().message(errno));
+    SignalsBlocked const blocked;
+    _thread = std::thread([this] { run(); });
+}
+
+Worker::~Worker() {
+    stop();
+    ::close(_wake);
+}
+
+void Worker::wake() noexcept {
+    if (::getpid() != _process) // the parent's event must not be touched
+        return;
+    std::uint64_t const one = 1;
+    static_cast<void>(::write(_wake, &one, sizeof one) == 0); // if it is full it is awake
+}
+
+void Worker::stop() {
+    _isStopping = true;
+    if (!_thread.joinable())
+        return;
+    if (::getpid() != _process || _thread.get_id() == std::this_thread::get_id()) {
+        _thread.detach(); // a forked child has no such thread; and no thread waits for itself
+        return;
+    }
+    wake();
+    _thread.join();
+}
+
+void Worker::run() {
+    std::optional<Clock::time_point> due;
+    auto retry = firstRetry;
+    while (!_isStopping) {
+        std::array<::pollfd, 2> waiting{{{_wake, POLLIN, 0}, {_watch->descriptor(), POLLIN, 0}}};
+        if (::poll(waiting.data(), waiting.size(), milliseconds(due)) < 0 && errno != EINTR)
+            return;
+        std::uint64_t count = 0;
+        if (::read(_wake, &count, sizeof count) > 0 && !due)
+            due = Clock::now() + _delay;
+        bool const isNews = waiting[1].revents != 0 && _watch->takeEvents();
+        if (_isStopping || (!isNews && (!due || Clock::now() < *due)))
+            continue;
+        due.reset();
+        if (_synchronise()) {
+            retry = firstRetry;
+        } else {
+            due = Clock::now() + retry;
+            retry = std::min(2 * retry, lastRetry);
+        }
+    }
+}
+
+} // namespace velmorand::live

@@ -1,0 +1,643 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <velmorand/Initialize.h>
+#include <velmorand/Listener.h>
+#include <velmorand/LiveSettings.h>
+#include <velmorand/Property.h>
+
+#include "support/ChildProcess.h"
+#include "support/Failure.h"
+#include "support/TemporaryDirectory.h"
+
+using namespace velmorand;
+using utils::properties::_Register;
+
+namespace {
+
+using support::failure;
+using support::inChild;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+namespace fs = std::filesystem;
+
+/** Directories of the test's own, and live settings in them that save only when they are told to. */
+class Live : public testing::Test {
+protected:
+    Live() {
+        options.userDirectory = (directory / "user").string();
+        options.globalDirectory = (directory / "global").string();
+        options.delay = std::chrono::hours(1);
+        options.onEvent = [this](LiveEvent const& event) {
+            std::lock_guard<std::mutex> const lock(mutex);
+            events.push_back(event);
+        };
+        fs::create_directories(options.globalDirectory);
+        fs::create_directories(options.userDirectory);
+    }
+
+    [[nodiscard]] fs::path file() const { return fs::path(options.userDirectory) / "Velmorand.dat"; }
+    [[nodiscard]] fs::path globalFile() const { return fs::path(options.globalDirectory) / "Velmorand.dat"; }
+
+    /** Another process with live settings in the same directories. Result: what it prints. */
+    std::string inOther(std::string const& actions) const {
+        return run(options.userDirectory, options.globalDirectory, actions);
+    }
+
+    /** The same, for the administrator's settings. */
+    void administer(std::string const& actions) const {
+        run(options.globalDirectory, options.userDirectory, actions);
+    }
+
+    static std::string run(std::string const& user, std::string const& global, std::string const& actions) {
+        std::string const command = LIVE_PROGRAM " '" + user + "' '" + global + "' " + actions;
+        std::unique_ptr<std::FILE, int (*)(std::FILE*)> output(::popen(command.c_str(), "re"), ::pclose);
+        std::string printed;
+        for (int c = std::fgetc(output.get()); c != EOF; c = std::fgetc(output.get()))
+            printed += static_cast<char>(c);
+        EXPECT_EQ(0, ::pclose(output.release())) << command;
+        return printed;
+    }
+
+    /** What a process that opens the settings now reads; -1 for nothing. */
+    int stored(std::string const& name) const {
+        std::string const printed = inOther("get " + name);
+        return printed == "-\n" ? -1 : std::stoi(printed);
+    }
+
+    std::vector<std::string> namesInUserDirectory() const {
+        std::vector<std::string> names;
+        for (auto const& entry : fs::directory_iterator(options.userDirectory))
+            names.push_back(entry.path().filename().string());
+        return names;
+    }
+
+    support::TemporaryDirectory directory;
+    LiveOptions options;
+    std::mutex mutex;
+    std::vector<LiveEvent> events;
+};
+
+void damage(fs::path const& file) {
+    std::ofstream(file, std::ios::binary) << "not a register file";
+}
+
+std::string bytes(fs::path const& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+} // namespace
+
+TEST_F(Live, SaveWhatHasChangedWhenTheyEnd) {
+    {
+        LiveSettings const live(options);
+        write("a/x", 1);
+    }
+    EXPECT_EQ(1, stored("a/x"));
+}
+
+TEST_F(Live, ReadTheUsersAndTheAdministratorsFile) {
+    administer("set a/x 1 set a/y 2");
+    inOther("set a/y 3");
+    LiveSettings const live(options);
+    EXPECT_EQ(1, read<int>("a/x"));
+    EXPECT_EQ(3, read<int>("a/y"));
+}
+
+TEST_F(Live, RecordTheirDirectoriesAsProperties) {
+    LiveSettings const live(options);
+    EXPECT_EQ(options.userDirectory, read<std::string>("UserDataPath"));
+    EXPECT_EQ(options.globalDirectory, read<std::string>("GlobalDataPath"));
+}
+
+TEST_F(Live, WriteNothingIfNothingHasChanged) {
+    {
+        LiveSettings live(options);
+        EXPECT_EQ(0, read<int>("a/x", 0));
+        EXPECT_TRUE(live.sync().saved);
+    }
+    EXPECT_THAT(namesInUserDirectory(), IsEmpty());
+}
+
+TEST_F(Live, LeaveTheFileAloneIfNothingHasChanged) {
+    inOther("set a/x 1");
+    struct stat before = {};
+    ASSERT_EQ(0, ::stat(file().c_str(), &before));
+    {
+        LiveSettings live(options);
+        write("a/x", 1);
+        EXPECT_TRUE(live.sync().saved);
+    }
+    struct stat after = {};
+    ASSERT_EQ(0, ::stat(file().c_str(), &after));
+    EXPECT_EQ(before.st_ino, after.st_ino);
+}
+
+TEST_F(Live, KeepWhatAnotherProcessHasSaved) {
+    LiveSettings live(options);
+    write("a/mine", 1);
+    inOther("set a/theirs 2");
+    EXPECT_TRUE(live.sync().saved);
+    EXPECT_EQ(1, stored("a/mine"));
+    EXPECT_EQ(2, stored("a/theirs"));
+    EXPECT_EQ(2, read<int>("a/theirs"));
+}
+
+TEST_F(Live, LetTheLaterSaveWinIfBothChangedAName) {
+    LiveSettings live(options);
+    write("a/x", 1);
+    inOther("set a/x 2");
+    EXPECT_TRUE(live.sync().saved);
+    EXPECT_EQ(1, read<int>("a/x"));
+    EXPECT_EQ(1, stored("a/x"));
+}
+
+TEST_F(Live, KeepADeletionByAnotherProcess) {
+    inOther("set a/x 1 set a/y 1");
+    LiveSettings live(options);
+    write("a/y", 2);
+    inOther("delete a/x");
+    EXPECT_TRUE(live.sync().saved);
+    EXPECT_FALSE(Property<int>("a/x").isSet());
+    EXPECT_EQ(-1, stored("a/x"));
+    EXPECT_EQ(2, stored("a/y"));
+}
+
+TEST_F(Live, DeleteFromTheFileWhatIsDeletedHere) {
+    inOther("set a/x 1 set a/y 1");
+    LiveSettings live(options);
+    _Register::getInstance()->delProperty("a/x", SCOPE_USER);
+    EXPECT_TRUE(live.sync().saved);
+    EXPECT_EQ(-1, stored("a/x"));
+    EXPECT_EQ(1, stored("a/y"));
+}
+
+TEST_F(Live, DeleteAGroupButForWhatIsNewInIt) {
+    inOther("set a/x 1 set a/y 1");
+    LiveSettings live(options);
+    _Register::getInstance()->delProperty("a", SCOPE_USER);
+    inOther("set a/new 2");
+    EXPECT_TRUE(live.sync().saved);
+    EXPECT_EQ(-1, stored("a/x"));
+    EXPECT_EQ(2, stored("a/new"));
+    EXPECT_EQ(2, read<int>("a/new"));
+}
+
+TEST_F(Live, ShareEmptyGroups) {
+    LiveSettings live(options);
+    _Register::getInstance()->addGroup("empty/group", SCOPE_USER);
+    EXPECT_TRUE(live.sync().saved);
+    inOther("delete empty/group");
+    EXPECT_TRUE(live.sync().saved);
+    EXPECT_TRUE(_Register::getInstance()->groupExists("empty", SCOPE_USER));
+    inOther("delete empty");
+    EXPECT_TRUE(live.sync().saved);
+    EXPECT_FALSE(_Register::getInstance()->groupExists("empty", SCOPE_USER));
+}
+
+TEST_F(Live, ResolveANameThatIsAPropertyHereAndAGroupThere) {
+    LiveSettings live(options);
+    write("a", 1);
+    inOther("set a/x 2");
+    EXPECT_TRUE(live.sync().saved);
+    EXPECT_EQ(1, read<int>("a"));
+    EXPECT_EQ(1, stored("a"));
+}
+
+TEST_F(Live, ResolveANameThatIsAGroupHereAndAPropertyThere) {
+    LiveSettings live(options);
+    write("a/x", 1);
+    inOther("set a 2");
+    EXPECT_TRUE(live.sync().saved);
+    EXPECT_EQ(1, read<int>("a/x"));
+    EXPECT_EQ(1, stored("a/x"));
+}
+
+TEST_F(Live, TakeAPropertyThatHasBecomeAGroupElsewhere) {
+    inOther("set a 1");
+    LiveSettings live(options);
+    inOther("delete a set a/x 2");
+    EXPECT_TRUE(live.sync().saved);
+    EXPECT_EQ(2, read<int>("a/x"));
+}
+
+TEST_F(Live, SurviveTheRemovalOfTheWholeScope) {
+    inOther("set a/x 1");
+    LiveSettings live(options);
+    _Register::getInstance()->delProperty("", SCOPE_USER);
+    EXPECT_TRUE(live.sync().saved);
+    EXPECT_EQ(-1, stored("a/x"));
+    write("b", 2);
+    EXPECT_TRUE(live.sync().saved);
+    EXPECT_EQ(2, stored("b"));
+}
+
+TEST_F(Live, KeepThePreviousFile) {
+    LiveSettings live(options);
+    write("a/x", 1);
+    ASSERT_TRUE(live.sync().saved);
+    std::string const first = bytes(file());
+    write("a/x", 2);
+    ASSERT_TRUE(live.sync().saved);
+    EXPECT_EQ(first, bytes(file().string() + ".previous"));
+    EXPECT_THAT(namesInUserDirectory(), UnorderedElementsAre("Velmorand.dat", "Velmorand.dat.previous"));
+}
+
+TEST_F(Live, MakeAFileAgainThatHasBeenRemoved) {
+    LiveSettings live(options);
+    write("a/x", 1);
+    ASSERT_TRUE(live.sync().saved);
+    fs::remove(file());
+    EXPECT_TRUE(live.sync().saved);
+    EXPECT_EQ(1, read<int>("a/x"));
+    EXPECT_EQ(1, stored("a/x"));
+}
+
+TEST_F(Live, MakeTheirDirectoryForTheUserAlone) {
+    fs::remove_all(options.userDirectory);
+    options.userDirectory = (directory / "new" / "user").string();
+    LiveSettings const live(options);
+    for (char const* const made : {"new", "new/user"}) {
+        struct stat status = {};
+        ASSERT_EQ(0, ::stat((directory / made).c_str(), &status));
+        EXPECT_EQ(0700U, status.st_mode & 07777U) << made;
+    }
+}
+
+TEST_F(Live, AreFoundWhereTheEnvironmentSays) {
+    ASSERT_EQ(0, ::setenv("XDG_CONFIG_HOME", directory.path().c_str(), 1));
+    ASSERT_EQ(0, ::setenv("XDG_CONFIG_DIRS", ("/nowhere:" + directory.string()).c_str(), 1));
+    LiveSettings const live;
+    EXPECT_EQ((directory / "velmorand").string(), live.userDirectory());
+    EXPECT_EQ("/nowhere/velmorand", live.globalDirectory());
+}
+
+TEST_F(Live, AreOneAtATime) {
+    LiveSettings const live(options);
+    EXPECT_EQ("there are live settings already: a process has one LiveSettings at a time",
+              failure([this] { LiveSettings const second(options); }));
+}
+
+TEST_F(Live, MustBeTheFirstUseOfTheRegister) {
+    EXPECT_EQ(0, inChild([this] {
+                  static_cast<void>(read<int>("a/x", 0));
+                  EXPECT_THAT(failure([this] { LiveSettings const live(options); }),
+                              HasSubstr("the register has been used already"));
+              }));
+    EXPECT_EQ(0, inChild([this] {
+                  _Register::getInstance();
+                  EXPECT_THAT(failure([this] { LiveSettings const live(options); }),
+                              HasSubstr("the register has been used already"));
+              }));
+}
+
+TEST_F(Live, MayFollowEachOther) {
+    {
+        LiveSettings const first(options);
+        write("a/x", 1);
+    }
+    inOther("set a/x 2");
+    std::vector<std::string> heard;
+    Listener const listener{"a", [&](std::string const& name) { heard.push_back(name); }};
+    LiveSettings const second(options);
+    EXPECT_EQ(2, read<int>("a/x"));
+    EXPECT_THAT(heard, ElementsAre("a/x"));
+}
+
+TEST_F(Live, RefuseToBeOpenedInAnotherWayAsWell) {
+    LiveSettings const live(options);
+    EXPECT_EQ("the settings cannot be opened: LiveSettings has opened them already",
+              failure([this] { initialize("", options.userDirectory); }));
+}
+
+TEST_F(Live, AnnounceWhatOthersHaveChangedTogether) {
+    inOther("set a/x 1 set a/y 1 set a/z 1");
+    LiveSettings live(options);
+    std::vector<std::string> heard;
+    Listener const listener{"a", [&](std::string const& name) {
+                                heard.push_back(name + '=' + std::to_string(read<int>("a/x")) +
+                                                std::to_string(read<int>("a/y", 0)));
+                            }};
+    Listener const own{"a", [&](std::string const&) { heard.emplace_back("own"); }, &live};
+    inOther("set a/x 2 delete a/y set a/z 1");
+    ASSERT_TRUE(live.sync().saved);
+    EXPECT_THAT(heard, ElementsAre("a/x=20", "a/y=20"));
+}
+
+TEST_F(Live, LetEveryListenerHearEvenIfOneThrows) {
+    LiveSettings live(options);
+    std::vector<std::string> heard;
+    Listener const throwing{"a/x", [](std::string const&) { throw std::runtime_error("no"); }};
+    Listener const listener{"b", [&](std::string const& name) { heard.push_back(name); }};
+    inOther("set a/x 1 set b 1");
+    ASSERT_TRUE(live.sync().saved);
+    EXPECT_THAT(heard, ElementsAre("b"));
+    write("b", 2);
+    EXPECT_THAT(heard, ElementsAre("b", "b"));
+}
+
+TEST_F(Live, FollowTheAdministratorsFile) {
+    LiveSettings live(options);
+    std::vector<std::string> heard;
+    Listener const listener{"a", [&](std::string const& name) { heard.push_back(name); }};
+    administer("set a/x 1");
+    ASSERT_TRUE(live.sync().saved);
+    EXPECT_EQ(1, read<int>("a/x"));
+    EXPECT_THAT(heard, ElementsAre("a/x"));
+    EXPECT_FALSE(Property<int>("a/x").isSet());
+}
+
+TEST_F(Live, SayWhetherAllIsSaved) {
+    LiveSettings live(options);
+    EXPECT_TRUE(live.isSaved());
+    write("a/x", 1);
+    EXPECT_FALSE(live.isSaved());
+    ASSERT_TRUE(live.sync().saved);
+    EXPECT_TRUE(live.isSaved());
+}
+
+TEST_F(Live, AreSavedByAPlainSaveToo) {
+    LiveSettings const live(options);
+    write("a/x", 1);
+    EXPECT_TRUE(saveSettings().saved);
+    EXPECT_TRUE(live.isSaved());
+    EXPECT_EQ(1, stored("a/x"));
+}
+
+TEST_F(Live, PutThePreviousFileInPlaceOfADamagedOne) {
+    inOther("set a/x 1");
+    inOther("set a/x 2");
+    damage(file());
+    LiveSettings const live(options);
+    EXPECT_EQ(1, read<int>("a/x"));
+    ASSERT_EQ(1U, events.size());
+    EXPECT_EQ(LiveEventKind::recovered, events[0].kind);
+    EXPECT_EQ(file().string(), events[0].file);
+    EXPECT_EQ("it is not a register file", events[0].reason);
+    EXPECT_EQ("not a register file", bytes(events[0].keptAs));
+    EXPECT_EQ(1, stored("a/x"));
+}
+
+TEST_F(Live, StartEmptyIfThePreviousFileIsDamagedToo) {
+    damage(file());
+    damage(file().string() + ".previous");
+    LiveSettings const live(options);
+    EXPECT_EQ(0, read<int>("a/x", 0));
+    ASSERT_EQ(1U, events.size());
+    EXPECT_EQ(LiveEventKind::startedEmpty, events[0].kind);
+    EXPECT_EQ(1U, live.events().size());
+}
+
+TEST_F(Live, KeepAHandfulOfDamagedFiles) {
+    for (int i = 0; i < 8; ++i) {
+        damage(file());
+        inOther("");
+    }
+    int kept = 0;
+    for (std::string const& name : namesInUserDirectory())
+        kept += name.find(".damaged-") != std::string::npos ? 1 : 0;
+    EXPECT_EQ(5, kept);
+}
+
+TEST_F(Live, MendAFileThatIsDamagedWhileTheyRun) {
+    LiveSettings live(options);
+    write("a/x", 1);
+    ASSERT_TRUE(live.sync().saved);
+    damage(file());
+    write("a/y", 2);
+    EXPECT_TRUE(live.sync().saved);
+    ASSERT_EQ(1U, events.size());
+    EXPECT_EQ(LiveEventKind::recovered, events[0].kind);
+    EXPECT_EQ(1, stored("a/x"));
+    EXPECT_EQ(2, stored("a/y"));
+}
+
+TEST_F(Live, IgnoreADamagedAdministratorsFileUntilItIsMended) {
+    damage(globalFile());
+    LiveSettings live(options);
+    ASSERT_EQ(1U, events.size());
+    EXPECT_EQ(LiveEventKind::globalIgnored, events[0].kind);
+    EXPECT_EQ("not a register file", bytes(globalFile()));
+    fs::remove(globalFile());
+    administer("set a/x 1");
+    ASSERT_TRUE(live.sync().saved);
+    EXPECT_EQ(1, read<int>("a/x"));
+}
+
+TEST_F(Live, LeaveAFileAloneThatIsOfALaterVersion) {
+    std::string const later("\xD9\xD9\xF7\x83\x02\x00\xD8\x18\x41\xA0", 10);
+    std::ofstream(file(), std::ios::binary) << later;
+    EXPECT_THAT(failure([this] { LiveSettings const live(options); }),
+                testing::AllOf(testing::StartsWith(file().string() + ": "), HasSubstr("version")));
+    EXPECT_EQ(later, bytes(file()));
+}
+
+TEST_F(Live, RefuseAFileThatCannotBeRead) {
+    fs::create_directory(file());
+    EXPECT_EQ(file().string() + ": Is a directory", failure([this] { LiveSettings const live(options); }));
+    EXPECT_TRUE(fs::is_directory(file()));
+}
+
+TEST_F(Live, MayBeMadeAfterAFailure) {
+    fs::create_directory(file());
+    EXPECT_NE("", failure([this] { LiveSettings const live(options); }));
+    fs::remove(file());
+    LiveSettings const live(options);
+    EXPECT_EQ(0, read<int>("a/x", 0));
+}
+
+TEST_F(Live, ReportAFailingSaveOnceAndItsEndOnce) {
+    LiveSettings live(options);
+    fs::create_directory(file());
+    write("a/x", 1);
+    SaveResult const result = live.sync();
+    EXPECT_FALSE(result.saved);
+    EXPECT_EQ(file().string() + ": Is a directory", result.reason);
+    EXPECT_FALSE(live.isSaved());
+    EXPECT_FALSE(live.sync().saved);
+    fs::remove(file());
+    EXPECT_TRUE(live.sync().saved);
+    ASSERT_EQ(2U, events.size());
+    EXPECT_EQ(LiveEventKind::saveFailed, events[0].kind);
+    EXPECT_EQ(LiveEventKind::savedAgain, events[1].kind);
+    EXPECT_EQ(1, stored("a/x"));
+}
+
+TEST_F(Live, SaveNothingInAForkedChild) {
+    LiveSettings live(options);
+    write("a/x", 1);
+    ASSERT_TRUE(live.sync().saved);
+    EXPECT_EQ(0, inChild([&live] {
+                  write("a/x", 2);
+                  EXPECT_FALSE(live.sync().saved);
+              }));
+    EXPECT_TRUE(live.sync().saved);
+    EXPECT_EQ(1, read<int>("a/x"));
+    EXPECT_EQ(1, stored("a/x"));
+}
+
+TEST_F(Live, SaveAtTheExitOfAProcessThatDoesNotEndThem) {
+    ASSERT_EQ(0, inChild([this] {
+                  auto* const live = new LiveSettings(options); // NOLINT: never destroyed
+                  write("a/x", 1);
+                  static_cast<void>(live);
+              }));
+    EXPECT_EQ(1, stored("a/x"));
+}
+
+TEST_F(Live, DoNotUndoAtTheirEndWhatOthersHaveSaved) {
+    inOther("set a/x 1");
+    {
+        LiveSettings const idle(options);
+        inOther("set a/x 2");
+    }
+    EXPECT_EQ(2, stored("a/x"));
+}
+
+TEST_F(Live, SaveAtAnExitFromAListener) {
+    ASSERT_EQ(0, inChild([this] {
+                  LiveSettings const live(options);
+                  Listener const listener{"a", [](std::string const&) { std::exit(0); }};
+                  write("a/x", 1);
+              }));
+    EXPECT_EQ(1, stored("a/x"));
+}
+
+TEST_F(Live, SaveAtAnExitFromAnotherThread) {
+    ASSERT_EQ(0, inChild([this] {
+                  LiveSettings const live(options);
+                  std::thread([] {
+                      write("a/x", 1);
+                      std::exit(0);
+                  }).join();
+              }));
+    EXPECT_EQ(1, stored("a/x"));
+}
+
+namespace {
+
+/** Live settings that save and listen by themselves. */
+class LiveByThemselves : public Live {
+protected:
+    LiveByThemselves() { options.delay = std::chrono::milliseconds(1); }
+
+    /** Waits until a listener has heard a name; the test's own time limit is the only one. */
+    class Heard {
+    public:
+        explicit Heard(std::string const& key)
+            : _listener(key, [this](std::string const& name) {
+                  std::lock_guard<std::mutex> const lock(_mutex);
+                  _names.push_back(name);
+                  _changed.notify_all();
+              }) {}
+
+        void waitFor(std::string const& name) {
+            std::unique_lock<std::mutex> lock(_mutex);
+            _changed.wait(lock, [&] { return std::count(_names.begin(), _names.end(), name) != 0; });
+            _names.clear();
+        }
+
+    private:
+        std::mutex _mutex;
+        std::condition_variable _changed;
+        std::vector<std::string> _names;
+        Listener _listener;
+    };
+
+    static void waitUntil(std::function<bool()> const& condition) {
+        while (!condition())
+            std::this_thread::yield();
+    }
+};
+
+} // namespace
+
+TEST_F(LiveByThemselves, SaveAChange) {
+    LiveSettings const live(options);
+    write("a/x", 1);
+    waitUntil([&] { return live.isSaved(); });
+    EXPECT_EQ(1, stored("a/x"));
+}
+
+TEST_F(LiveByThemselves, HearWhatAnotherProcessSaves) {
+    LiveSettings const live(options);
+    Heard heard{"a"};
+    inOther("set a/x 1");
+    heard.waitFor("a/x");
+    EXPECT_EQ(1, read<int>("a/x"));
+}
+
+TEST_F(LiveByThemselves, HearWhatAnotherProcessSavesAgainAndAgain) {
+    LiveSettings const live(options);
+    Heard heard{"a"};
+    for (int i = 1; i < 20; ++i) {
+        inOther("set a/x " + std::to_string(i));
+        heard.waitFor("a/x");
+        EXPECT_EQ(i, read<int>("a/x"));
+    }
+}
+
+TEST_F(LiveByThemselves, HearAfterTheDirectoryWasRemovedAndMadeAgain) {
+    LiveSettings const live(options);
+    Heard heard{"a"};
+    fs::remove_all(options.userDirectory);
+    inOther("set a/x 1");
+    heard.waitFor("a/x");
+    EXPECT_EQ(1, read<int>("a/x"));
+}
+
+TEST_F(LiveByThemselves, HearAfterALinkWasRepointed) {
+    fs::path const user = directory / "user";
+    fs::rename(user, directory / "one");
+    fs::create_directory_symlink(directory / "one", user);
+    LiveOptions other = options;
+    other.userDirectory = (directory / "two").string();
+    fs::create_directory(other.userDirectory);
+    run(other.userDirectory, other.globalDirectory, "set a/x 2");
+    LiveSettings const live(options);
+    Heard heard{"a"};
+    fs::create_directory_symlink(directory / "two", directory / "link");
+    fs::rename(directory / "link", user);
+    heard.waitFor("a/x");
+    EXPECT_EQ(2, read<int>("a/x"));
+}
+
+TEST_F(LiveByThemselves, HearAnAdministratorsRollOut) {
+    LiveSettings const live(options);
+    Heard heard{"a"};
+    administer("set a/x 1");
+    heard.waitFor("a/x");
+    EXPECT_EQ(1, read<int>("a/x"));
+}
+
+TEST_F(LiveByThemselves, ExitFromAListenerOnTheirThread) {
+    ASSERT_EQ(7, inChild([this] {
+                  static LiveSettings const live(options);
+                  Listener const listener{"a", [](std::string const&) { std::exit(7); }};
+                  administer("set a/x 1");
+                  for (;;)
+                      std::this_thread::yield();
+              }));
+}
