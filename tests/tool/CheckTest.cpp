@@ -58,9 +58,9 @@ std::vector<Case> everyDamage() {
         {"NumberWithMoreAfterIt", bytes("N\0\0\0\0\0\0\0\0xy"), "unexpected data after the value: 2 bytes"},
         {"IntegerCutShort", bytes("I\1\0\0"), "truncated: 4 bytes expected at offset 1, 3 found"},
         {"IntegerWithMoreAfterIt", bytes("I\1\0\0\0\0"), "unexpected data after the value: 1 byte"},
-        {"BooleanCutShort", bytes("B"), "truncated: 1 bytes expected at offset 1, 0 found"},
+        {"BooleanCutShort", bytes("B"), "truncated: 1 byte expected at offset 1, 0 found"},
         {"BooleanWithMoreAfterIt", bytes("B\1\1"), "unexpected data after the value: 1 byte"},
-        {"ListWithoutElementType", bytes("L"), "truncated: 1 bytes expected at offset 1, 0 found"},
+        {"ListWithoutElementType", bytes("L"), "truncated: 1 byte expected at offset 1, 0 found"},
         {"ListOfUnknownType", bytes("Lx\0\0\0\0"), "unknown element type: 0x78"},
         {"ListOfLists", bytes("LL\0\0\0\0"), "unknown element type: 0x4c"},
         {"ListWithoutCount", bytes("LI"), "truncated: 4 bytes expected at offset 2, 0 found"},
@@ -119,7 +119,7 @@ TEST_F(Check, NamesEachDamagedProperty) {
     EXPECT_EQ("", outcome.out);
     std::string const begin = "velmorand-register: " + userFile + ": ";
     EXPECT_EQ(begin + "\"a\": unknown type: 0x78\n" + begin +
-                  "\"c\\u001b\": truncated: 1 bytes expected at offset 1, 0 found\n",
+                  "\"c\\u001b\": truncated: 1 byte expected at offset 1, 0 found\n",
               outcome.err);
 }
 

@@ -221,8 +221,8 @@ Status checkFile(RegisterFile const& file) {
         throw noFile(file.path(), Status::notThere);
     Status status = Status::done;
     if (loaded.bytesAfter != 0) {
-        complain(file.path() + ": unexpected data after the settings: " + std::to_string(loaded.bytesAfter) +
-                 (loaded.bytesAfter == 1 ? " byte" : " bytes"));
+        complain(file.path() + ": unexpected data after the settings: " +
+                 counted(static_cast<std::size_t>(loaded.bytesAfter), "byte", "bytes"));
         status = Status::fileTrouble;
     }
     std::size_t properties = 0;
@@ -237,7 +237,7 @@ Status checkFile(RegisterFile const& file) {
     }
     if (status == Status::done) {
         printEscaped(std::cout, file.path(), forLine());
-        std::cout << ": sound, " << properties << (properties == 1 ? " property\n" : " properties\n");
+        std::cout << ": sound, " << counted(properties, "property", "properties") << '\n';
     }
     return status;
 }

@@ -10,6 +10,7 @@
 #include <set>
 #include <string_view>
 #include <tuple>
+#include <unordered_set>
 #include <utility>
 
 #include <QByteArray>
@@ -200,7 +201,7 @@ Value encodedValueOf(std::string const& type, json const& value) {
         return fromBase64(value);
     if (type == "strings")
         return Form<std::vector<std::string>>::from(value, fromBase64);
-    throw BadEntry("an entry of type " + type + " has a \"value\", not \"base64\"");
+    throw BadEntry("an entry of type " + type + R"( has a "value", not "base64")");
 }
 
 /** The members of an entry; each may be taken once, and all must be. */
@@ -240,7 +241,7 @@ std::string recordFrom(std::string const& type, Members& members) {
     if (found == kindNames.end())
         throw BadEntry("no such type: " + type);
     auto const value = givenValue(type, static_cast<std::size_t>(found - kindNames.begin()), members);
-    std::string const written = encode(value);
+    std::string written = encode(value);
     auto const* const given = members.take("record");
     if (given == nullptr)
         return written;
@@ -406,8 +407,8 @@ private:
     Settings& _settings;
     Progress _progress;
     CountingIterator::Place _place;
-    std::set<std::string> _names;   // so far
-    std::set<std::string> _members; // of the entry
+    std::unordered_set<std::string> _names; // so far
+    std::set<std::string> _members;         // of the entry
     std::string _name;
     std::size_t _line = 1;
 };

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <utility>
 
+#include "Text.h"
+
 namespace tool {
 
 namespace {
@@ -40,7 +42,7 @@ public:
     /** As many of these bytes as there are. */
     std::string_view take(std::size_t size) {
         if (size > _left.size())
-            note("truncated: " + std::to_string(size) + " bytes expected at offset " +
+            note("truncated: " + counted(size, "byte", "bytes") + " expected at offset " +
                  std::to_string(_record.size() - _left.size()) + ", " + std::to_string(_left.size()) +
                  " found");
         std::string_view const bytes = _left.substr(0, size);
@@ -128,8 +130,8 @@ struct Payload<std::vector<T>> {
         }
         auto const elements = static_cast<std::size_t>(count);
         if (elements > tagsAndCount + reader.left()) {
-            reader.note("truncated: " + std::to_string(elements) + " elements expected, with only " +
-                        std::to_string(reader.left()) + " bytes left");
+            reader.note("truncated: " + counted(elements, "element", "elements") + " expected, with only " +
+                        counted(reader.left(), "byte", "bytes") + " left");
             return std::nullopt;
         }
         std::vector<T> values;
@@ -182,8 +184,7 @@ Reading decode(std::string_view record) {
     Reading reading;
     reading.value = readPayload(kind + found, reader, std::make_index_sequence<kindNames.size()>());
     if (reader.damage().empty() && reader.left() > 0)
-        reader.note("unexpected data after the value: " + std::to_string(reader.left()) +
-                    (reader.left() == 1 ? " byte" : " bytes"));
+        reader.note("unexpected data after the value: " + counted(reader.left(), "byte", "bytes"));
     reading.damage = reader.damage();
     return reading;
 }

@@ -34,13 +34,15 @@ std::string cleanName(std::string const& name) {
     if (!isUtf8(name))
         throw Failure(Status::misuse, "not a name: \"" + name + "\": names are UTF-8 text");
     std::string clean;
+    clean.reserve(name.size());
     for (std::size_t begin = 0; begin < name.size();) {
         std::size_t const end = std::min(name.find('/', begin), name.size());
-        std::string const level = name.substr(begin, end - begin);
+        std::string_view const level = std::string_view(name).substr(begin, end - begin);
         if (level == "." || level == "..")
             throw Failure(Status::misuse, "not a name: \"" + name + R"(": a level cannot be "." or "..")");
-        if (!level.empty())
-            clean += (clean.empty() ? "" : "/") + level;
+        if (!level.empty() && !clean.empty())
+            clean += '/';
+        clean += level;
         begin = end + 1;
     }
     return clean;

@@ -183,6 +183,10 @@ bool isUtf8(std::string_view text) {
     return true;
 }
 
+std::string counted(std::size_t count, char const* one, char const* several) {
+    return std::to_string(count) + ' ' + (count == 1 ? one : several);
+}
+
 std::string base64(std::string_view bytes) {
     return QByteArray::fromRawData(bytes.data(), static_cast<int>(bytes.size())).toBase64().toStdString();
 }

@@ -49,6 +49,9 @@ std::string jsonText(Value const& value, Escapes escapes);
 /** Whether a text is well-formed UTF-8. */
 bool isUtf8(std::string_view text);
 
+/** A number of things, such as "1 byte" and "2 bytes". */
+std::string counted(std::size_t count, char const* one, char const* several);
+
 /** Bytes in base64. */
 std::string base64(std::string_view bytes);
 
