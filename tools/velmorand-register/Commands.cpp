@@ -98,7 +98,7 @@ struct ScopedFile {
 /** The register files that readers look into, at most two, in their order; or that of the scope that is given. */
 std::vector<ScopedFile> filesToRead(Places const& places) {
     std::vector<ScopedFile> files;
-    if (!places.scope || places.scope == Scope::user)
+    if (places.scope.value_or(Scope::user) == Scope::user)
         files.push_back({"user", fileIn(directoryOf(places, Scope::user))});
     if (places.scope == Scope::global || (!places.scope && places.globalDirectory))
         files.push_back({"global", fileIn(directoryOf(places, Scope::global))});

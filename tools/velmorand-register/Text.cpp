@@ -87,7 +87,7 @@ std::string escapeOf(std::uint32_t code) {
 template <class Write>
 void escape(std::string_view text, Escapes escapes, Write write) {
     constexpr std::size_t ascii = 128;
-    std::array<bool, 2 * ascii> isPlain{};
+    std::array<bool, 256> isPlain{}; // of every byte; those outside ASCII are looked at more closely
     for (std::size_t byte = 0; byte < ascii; ++byte)
         isPlain.at(byte) = !isEscaped(static_cast<unsigned char>(byte), escapes);
     std::size_t begin = 0;

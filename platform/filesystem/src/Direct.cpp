@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Tree.h"
@@ -50,6 +51,18 @@ NodeId findIn(Tree const& tree, std::initializer_list<std::string_view> director
             return id;
     }
     return noNode;
+}
+
+/** A directory on the way to a walk's current entry, with those of its children that are still to come. */
+struct Level {
+    std::vector<NodeId> ordered; ///< the children, where the tree has them in another order
+    NodeId const* next;
+    NodeId const* end;
+    std::size_t pathSize; ///< of the directory's path
+};
+
+bool isDone(Level const& level) {
+    return level.next == level.end;
 }
 
 NodeId findCanonical(Tree const& tree, std::string_view directory, std::string_view path) {
@@ -132,14 +145,6 @@ bool makeDirectories(RAMFileSystem& fileSystem, std::string_view directory, std:
 }
 
 struct Walk::State {
-    /** A directory on the way to the current entry, with those of its children that are still to come. */
-    struct Level {
-        std::vector<NodeId> ordered; ///< the children, where the tree has them in another order
-        NodeId const* next;
-        NodeId const* end;
-        std::size_t pathSize; ///< of the directory's path
-    };
-
     Tree& tree;
     std::vector<Level> levels;
     std::string path;
@@ -156,28 +161,34 @@ struct Walk::State {
             return isVisitedBefore(tree[left], tree[right]);
         };
         std::vector<NodeId> const& children = tree.children(directory);
-        std::vector<NodeId> ordered;
+        Level level{};
         if (!std::is_sorted(children.begin(), children.end(), before)) {
-            ordered = children;
-            std::sort(ordered.begin(), ordered.end(), before);
+            level.ordered = children;
+            std::sort(level.ordered.begin(), level.ordered.end(), before);
         }
-        std::vector<NodeId> const& all = ordered.empty() ? children : ordered;
-        NodeId const* const first = all.data();
-        NodeId const* const end = first + all.size();
-        levels.push_back({std::move(ordered), first, end, path.size()});
+        std::vector<NodeId> const& all = level.ordered.empty() ? children : level.ordered;
+        level.next = all.data();
+        level.end = level.next + all.size();
+        level.pathSize = path.size();
+        levels.push_back(std::move(level));
     }
 
     bool next() {
         if (isAtDirectory() && !isSkipped)
             enter(at);
         isSkipped = false;
-        while (!levels.empty() && levels.back().next == levels.back().end)
+        while (!levels.empty() && isDone(levels.back()))
             levels.pop_back();
-        at = levels.empty() ? noNode : *levels.back().next++;
-        nameBegin = levels.empty() ? 0 : levels.back().pathSize;
-        path.resize(nameBegin);
-        if (at == noNode)
+        if (levels.empty()) {
+            at = noNode;
+            nameBegin = 0;
+            path.clear();
             return false;
+        }
+        Level& level = levels.back();
+        at = *level.next++;
+        nameBegin = level.pathSize;
+        path.resize(nameBegin);
         path.append(tree[at].name());
         if (isAtDirectory())
             path += '/';
