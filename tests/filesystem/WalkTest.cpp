@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
-#include <cstring>
 #include <random>
 
 #include "FileSystemSupport.h"
@@ -29,7 +28,7 @@ protected:
         char* const target = filesystem::direct::make(
             files, "top", slash == std::string::npos ? "" : path.substr(0, slash), path, content.size());
         ASSERT_NE(nullptr, target);
-        std::memcpy(target, content.data(), content.size());
+        std::copy(content.begin(), content.end(), target);
     }
 
     [[nodiscard]] std::vector<std::string> visited(std::string const& path = "") const {

@@ -65,13 +65,14 @@ TEST_F(Deep, SettingsAreCheckedAndShown) {
 }
 
 TEST_F(Deep, SettingsAreCompared) {
-    set(name);
+    std::string const innermost = group(4 * levels); // paths of this length are compared fast
+    set(innermost + "x");
     save();
     std::filesystem::copy_file(userFile, globalFile);
     EXPECT_EQ("", answer({"diff", user, global}));
-    set(group(levels) + "y");
+    set(innermost + "y");
     save();
-    EXPECT_EQ("+ " + group(levels) + "y: integer 1\n", run({"diff", global, user}).out);
+    EXPECT_EQ("+ " + innermost + "y: integer 1\n", run({"diff", global, user}).out);
 }
 
 TEST_F(Deep, SettingsAreImportedAndDeleted) {

@@ -7,21 +7,23 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <QString>
+
 #include "Tool.h"
 
 using namespace tool;
 
 namespace {
 
-/** ESC, DEL, a control character outside ASCII, and one that turns the text after it around; and harmless ones. */
-std::string const text = "\x1b[31m \x7f \xC2\x9B \xE2\x80\xAE \t\xC3\xA9\\\"\nend";
+std::string utf8(int character) {
+    return QString(QChar(static_cast<char16_t>(character))).toStdString();
+}
 
-/** All characters that reorder text, and their neighbours, which do not. */
-std::string const directions =
-    "\xD8\x9C\xE2\x80\x8E\xE2\x80\x8F\xE2\x80\xAA\xE2\x80\xAB\xE2\x80\xAC\xE2\x80\xAD"
-    "\xE2\x80\xAE\xE2\x81\xA6\xE2\x81\xA7\xE2\x81\xA8\xE2\x81\xA9";
-std::string const neighbours =
-    "\xD8\x9B\xD8\x9D\xE2\x80\x8D\xE2\x80\x90\xE2\x80\xA9\xE2\x80\xAF\xE2\x81\xA5\xE2\x81\xAA";
+/** The right-to-left override: what follows it is shown backwards. */
+std::string const backwards = utf8(0x202E);
+
+/** ESC, DEL, a control character outside ASCII, and one for the direction; and harmless characters. */
+std::string const text = "\x1b[31m \x7f \xC2\x9B " + backwards + " \t\xC3\xA9\\\"\nend";
 
 /** The tool, printing on a terminal. */
 class Terminal : public Tool {
@@ -60,11 +62,20 @@ TEST_F(Terminal, IsSentNoControlCharactersByGet) {
 }
 
 TEST_F(Terminal, IsSentNothingThatReordersText) {
-    answer({"set", "string", "x", directions + neighbours});
-    EXPECT_EQ("\\u061c\\u200e\\u200f\\u202a\\u202b\\u202c\\u202d\\u202e\\u2066\\u2067\\u2068\\u2069" +
-                  neighbours + "\n",
-              printed({"get", "x"}));
-    EXPECT_EQ(directions + neighbours + "\n", answer({"get", "x"}));
+    std::string bytes;
+    std::string shown;
+    for (int const character :
+         {0x061C, 0x200E, 0x200F, 0x202A, 0x202B, 0x202C, 0x202D, 0x202E, 0x2066, 0x2067, 0x2068, 0x2069}) {
+        bytes += utf8(character);
+        shown += QString("\\u%1").arg(character, 4, 16, QChar('0')).toStdString();
+    }
+    for (int const neighbour : {0x061B, 0x061D, 0x200D, 0x2010, 0x2029, 0x202F, 0x2065, 0x206A}) {
+        bytes += utf8(neighbour);
+        shown += utf8(neighbour);
+    }
+    answer({"set", "string", "x", bytes});
+    EXPECT_EQ(shown + "\n", printed({"get", "x"}));
+    EXPECT_EQ(bytes + "\n", answer({"get", "x"}));
 }
 
 TEST_F(Terminal, IsSentNoBytesThatAreNotText) {
@@ -79,17 +90,19 @@ TEST_F(Terminal, IsSentNoBytesThatAreNotText) {
 }
 
 TEST_F(Terminal, IsSentNoControlCharactersByLists) {
-    answer({"set", "string", "x\xE2\x80\xAE", text});
+    answer({"set", "string", "x" + backwards, text});
     EXPECT_EQ("string    user   x\\u202e: "
               "\"\\u001b[31m \\u007f \\u009b \\u202e \\t\xC3\xA9\\\\\\\"\\nend\"\n",
               printed({"list", "-l"}));
-    EXPECT_EQ("string    user   x\xE2\x80\xAE: "
-              "\"\\u001b[31m \\u007f \\u009b \xE2\x80\xAE \\t\xC3\xA9\\\\\\\"\\nend\"\n",
+    EXPECT_EQ("string    user   x" + backwards +
+                  ": "
+                  "\"\\u001b[31m \\u007f \\u009b " +
+                  backwards + " \\t\xC3\xA9\\\\\\\"\\nend\"\n",
               answer({"list", "-l"}));
 }
 
 TEST_F(Terminal, IsSentTheSameSettingsInOtherLettersByExport) {
-    answer({"set", "strings", "x\x7f\xE2\x80\xAE", text});
+    answer({"set", "strings", "x\x7f" + backwards, text});
     std::string const shown = printed({"export"});
     EXPECT_EQ("{\n  \"x\\u007f\\u202e\": {\"type\": \"strings\", \"value\": "
               "[\"\\u001b[31m \\u007f \\u009b \\u202e \\t\xC3\xA9\\\\\\\"\\nend\"]}\n}\n",
@@ -97,8 +110,10 @@ TEST_F(Terminal, IsSentTheSameSettingsInOtherLettersByExport) {
     std::string const before = bytesOf(userFile);
     answer({"import", "--replace", "-"}, shown);
     EXPECT_EQ(before, bytesOf(userFile));
-    EXPECT_EQ("{\n  \"x\x7f\xE2\x80\xAE\": {\"type\": \"strings\", \"value\": "
-              "[\"\\u001b[31m \x7f \xC2\x9B \xE2\x80\xAE \\t\xC3\xA9\\\\\\\"\\nend\"]}\n}\n",
+    EXPECT_EQ("{\n  \"x\x7f" + backwards +
+                  "\": {\"type\": \"strings\", \"value\": "
+                  "[\"\\u001b[31m \x7f \xC2\x9B " +
+                  backwards + " \\t\xC3\xA9\\\\\\\"\\nend\"]}\n}\n",
               answer({"export"}));
 }
 
@@ -113,6 +128,6 @@ TEST_F(Terminal, HasColours) {
 }
 
 TEST_F(Terminal, IsSentNoControlCharactersByComplaints) {
-    EXPECT_THAT(run({"get", "\x1b \xC2\x9B \xE2\x80\xAE"}),
+    EXPECT_THAT(run({"get", "\x1b \xC2\x9B " + backwards}),
                 Complains(1, "no such property: \\u001b \\u009b \\u202e\n"));
 }
