@@ -74,7 +74,7 @@ std::vector<Case> everyCase() {
         {"NotBase64", entryOf(R"("type": "string", "base64": "?")"), bad + "\"?\" is not base64"},
         {"HalfOfBase64", entryOf(R"("type": "string", "base64": "QUJDR")"), bad + "\"QUJDR\" is not base64"},
         {"ABase64Integer", entryOf(R"("type": "integer", "base64": "")"),
-         bad + "an entry of type integer has a \"value\", not \"base64\""},
+         bad + R"(an entry of type integer has a "value", not "base64")"},
         {"BytesWithoutThem", entryOf(R"("type": "bytes", "value": "")"), bad + "\"base64\" is missing"},
         {"AnotherRecord", entryOf(R"("type": "integer", "value": 1, "record": "SQIAAAA=")"),
          bad + R"("value" and "record" differ)"},

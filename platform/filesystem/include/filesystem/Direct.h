@@ -38,7 +38,7 @@ struct Entry {
 /**
  * Gives the file at a place, which is made when it is missing, a content of `size` bytes.
  * Result: the first of them, for the caller to fill before the file system is used again; null, with nothing
- * changed, when the directory around the place is missing, the place is a directory, its name is none, or the
+ * changed, when the directory around the place is missing, the place is a directory, its name is invalid, or the
  * size is 4 GiB or more.
  * Errors: `std::bad_alloc`; nothing has changed.
  */
@@ -56,7 +56,7 @@ struct Entry {
 
 /**
  * Makes the directory at a place and those above it that are missing.
- * Result: whether it is there; false when a file is in the way or a name is none, with those above it made.
+ * Result: whether it is there; false when a file is in the way or a name is invalid; those above it are made.
  * Errors: `std::bad_alloc`; nothing has changed.
  */
 VELMORAND_FILESYSTEM_EXPORT bool makeDirectories(RAMFileSystem& fileSystem, std::string_view directory,
