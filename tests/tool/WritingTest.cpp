@@ -56,17 +56,18 @@ TEST_F(Writing, SetsEachKindAsApplicationsReadIt) {
 
 TEST_F(Writing, SetsTheSameBytesAsApplications) {
     load();
-    using utils::properties::write;
-    write("s", "text");
-    write("n", -0.5);
-    write("i", -7);
-    write("b", true);
-    write("ss", std::vector<std::string>{"a", ""});
-    write("ns", std::vector<double>{1e300, std::numeric_limits<double>::infinity()});
-    write("is", std::vector<int>{-1, 2147483647});
-    write("bs", std::vector<bool>{true, false});
-    write("g/none", std::vector<int>());
-    utils::properties::_Register::getInstance()->save();
+    using namespace utils::properties;
+    _Register& settings = *_Register::getInstance();
+    settings._writeString(nullptr, "s", "text", SCOPE_USER);
+    settings._writeNumber(nullptr, "n", -0.5, SCOPE_USER);
+    settings._writeInteger(nullptr, "i", -7, SCOPE_USER);
+    settings._writeBoolean(nullptr, "b", true, SCOPE_USER);
+    settings._writeStrings(nullptr, "ss", {"a", ""}, SCOPE_USER);
+    settings._writeNumbers(nullptr, "ns", {1e300, std::numeric_limits<double>::infinity()}, SCOPE_USER);
+    settings._writeIntegers(nullptr, "is", {-1, 2147483647}, SCOPE_USER);
+    settings._writeBooleans(nullptr, "bs", {true, false}, SCOPE_USER);
+    settings._writeIntegers(nullptr, "g/none", {}, SCOPE_USER);
+    settings.save();
     Arguments const onGlobal{"--global", global, "--scope", "global", "set"};
     for (Arguments const& setting : {Arguments{"string", "s", "text"},
                                      {"number", "n", "-0.5"},
