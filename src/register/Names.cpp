@@ -8,8 +8,7 @@
 namespace utils::properties {
 
 std::string _Register::_nameToPath(std::string const& name, RegisterScope scope) const {
-    if (!isScope(scope))
-        throw Exception("Bad scope value.");
+    checkScope(scope);
     std::string_view const directory = scopeDirectory(scope);
     std::string path;
     path.reserve(directory.size() + name.size() + 2);

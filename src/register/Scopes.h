@@ -18,6 +18,12 @@ constexpr bool isScope(RegisterScope scope) {
     return scope == SCOPE_GLOBAL || scope == SCOPE_USER || scope == SCOPE_TEMPORARY;
 }
 
+/** Errors: `Exception` for anything but the three scopes. */
+inline void checkScope(RegisterScope scope) {
+    if (!isScope(scope))
+        throw Exception("Bad scope value.");
+}
+
 /** The first-level directory of a valid scope. */
 constexpr std::string_view scopeDirectory(RegisterScope scope) {
     return scope == SCOPE_USER ? "user" : scope == SCOPE_TEMPORARY ? "temp" : "global";
