@@ -146,10 +146,11 @@ public:
 
     /**
      * Reads the register files into the global and the user scope; the constructor calls it. A missing file
-     * leaves its scope empty.
-     * Errors: `utils::Exception` "Can't open " + the file when it is there but cannot be opened, or what is
-     * wrong with its content.
-     * Locks: none.
+     * leaves its scope as it is, which is empty at construction. A later call replaces the scopes whose files
+     * are there, which discards their unsaved changes, and notifies no listener.
+     * Errors: `utils::Exception` "Can't open " + the file if it is there but cannot be opened, or the reason
+     * why its content is refused; the scope is then as it was.
+     * Locks: none; hold `*_mutex` around it while other threads use the register.
      */
     void load();
 
