@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <string_view>
 #include <vector>
 
@@ -37,7 +36,8 @@ public:
 
     /**
      * The children of a directory in ascending byte order of their names, valid until the tree is next
-     * changed. Threads may ask for them at once, for which there is a lock that nothing else is locked under.
+     * changed. Safe from several threads at once: a lock of the process, under which nothing else is locked,
+     * guards the ordering.
      */
     [[nodiscard]] std::vector<NodeId> const& children(NodeId directory);
 
@@ -120,7 +120,6 @@ private:
     PathIndex _index;
     std::uint64_t _version = 0;
     std::vector<NodeId> const _none;
-    std::mutex _orderMutex; ///< for putting children in order while others look at them
 };
 
 } // namespace filesystem
