@@ -350,7 +350,7 @@ private:
 
     static bool _test_register_file(std::string const& root);
 
-    /** `markAsChanged` for the writers, with the lock held: with nobody to tell nothing is recorded. */
+    /** `markAsChanged` for the writers. The lock is held. Without listeners nothing is recorded. */
     void announceChange(void* sender, std::string const& name);
 };
 
