@@ -15,8 +15,9 @@ namespace {
 using Listeners = std::multimap<std::string, _Register::Callback*>;
 
 /**
- * Notifies the listeners of one key. They may add and remove entries meanwhile: it calls the entries that were
- * there when it began, in the order in which they were added, and skips those that are removed before their turn.
+ * Notifies the listeners of one key. They may add and remove entries meanwhile: it calls the entries that
+ * were there when it began, in the order in which they were added, and skips those that are removed before
+ * their turn.
  */
 class Round {
 public:
@@ -120,8 +121,9 @@ bool shorten(std::string& key) {
 constexpr std::size_t longKey = 512; // bytes; for longer keys a look-up of every level costs too much
 
 /**
- * Shortens a key without entries past enclosing groups that have none either: the keys of enclosing groups sort
- * before it, and share no more with it than the key right before it does. `after` is the first entry after it.
+ * Shortens a key without entries past enclosing groups that have none either: the keys of enclosing groups
+ * sort before it, and share no more with it than the key right before it does. `after` is the first entry
+ * after it.
  */
 void skip(std::string& key, Listeners const& listeners, Listeners::const_iterator after) {
     if (after == listeners.begin()) {
@@ -150,8 +152,8 @@ void announce(Listeners& listeners, void* sender, std::string const& name) {
 }
 
 /**
- * One announcement of pending names. They stay pending until every listener has been called, and for good if one
- * of them throws.
+ * One announcement of pending names. They stay pending until every listener has been called; if one throws,
+ * they stay for the next announcement.
  *
  * A listener may start another announcement from inside this one. That leaves out the names which this one is
  * announcing, unless such a name has just changed again, and it never removes them. Names that become pending

@@ -17,12 +17,12 @@
 /**
  * The short way to a property's bytes, past the file system's virtual operations.
  *
- * Only an object that is exactly a `_Register` takes it: a derived class may override any of those operations, so
- * it must see every call. The short way serves only what succeeds; everything else goes the long way, through the
- * file system, so that each failure is dealt with in one place.
+ * Only an object that is exactly a `_Register` takes it: a derived class may override any of those
+ * operations, so it must see every call. The short way serves only what succeeds; everything else goes the
+ * long way, through the file system, so that each failure is dealt with in one place.
  *
- * `VELMORAND_DIRECT_ACCESS` says that the file-system library is this project's own, which has direct access. With
- * any other everything goes the long way.
+ * `VELMORAND_DIRECT_ACCESS` says that the file-system library is this project's own, which has direct access.
+ * With any other everything goes the long way.
  */
 namespace utils::properties::direct {
 

@@ -21,7 +21,7 @@ std::string _Register::_pathToName(std::string const& path) const {
         return path.compare(start, prefix.size(), prefix) == 0;
     };
     if (startsWith("temp/"))
-        return path.substr(start + 7); // two characters more than the prefix: this is meant
+        return path.substr(start + 7); // Intentional: two characters more than the prefix.
     if (startsWith("user/"))
         return path.substr(start + 5);
     if (startsWith("global/"))

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// An application that writes one property and returns from main, for the tests of what an exit saves. Before it
-// returns it uses QtCore or static objects, or starts threads that never stop using the register.
+// An application that writes one property and returns from main, for the tests of what an exit saves. Before
+// it returns it uses QtCore or static objects, or starts threads that never stop using the register.
 //
 //     register-exit-program (Nothing | QtCoreBefore | QtCoreAfter | Statics | Writers | Readers) DIRECTORY
 

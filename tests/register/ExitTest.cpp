@@ -346,7 +346,7 @@ INSTANTIATE_TEST_SUITE_P(Using, ExitOfAProgram,
 
 namespace {
 
-/** Runs the program again and again while its threads use the register; each start loads what was saved last. */
+/** Runs the program several times, its threads in mid-use at each exit; each start loads the last save. */
 void expectCleanExits(std::string const& mode) {
     TemporaryDirectory const directory;
     for (int round = 0; round < 20; ++round) {

@@ -15,8 +15,8 @@ namespace filesystem {
 namespace {
 
 /**
- * Guards the children of every tree while they are put in order. It is held during a fork, so that a child finds
- * it free and no children half in order, whatever the parent's other threads were doing.
+ * Guards the children of every tree while they are put in order. It is held during a fork, so that a child
+ * finds it free and no children half in order, whatever the parent's other threads were doing.
  */
 std::mutex orderMutex;
 

@@ -16,8 +16,8 @@ namespace filesystem {
 /**
  * A tree of directories and files in memory.
  *
- * Nodes know their parent, their place there and the hash of their path; one flat index finds any of them by its
- * whole path at the same cost, whatever the number of nodes. Nothing here recurses.
+ * Nodes know their parent, their place there and the hash of their path; one flat index finds any of them by
+ * its whole path at the same cost, whatever the number of nodes. Nothing here recurses.
  */
 class Tree {
 public:
@@ -58,8 +58,8 @@ public:
     void clear(NodeId directory) noexcept;
 
     /**
-     * Makes the directory at `path` and those above it that are missing. `outermostMade` is then the outermost
-     * of those that were, `noNode` when none was.
+     * Makes the directory at `path` and those above it that are missing. `outermostMade` is then the
+     * outermost of those that were, `noNode` when none was.
      * Result: false when a file is in the way or a name is none; what could be made up to there stays.
      * Errors: `std::bad_alloc`; nothing has changed.
      */
