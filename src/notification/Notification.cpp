@@ -186,9 +186,11 @@ public:
 
 private:
     void collect(Pending::const_iterator changed) {
-        for (auto name = _pending.cbegin(); name != _pending.cend(); ++name)
-            if (name == changed || !isBeingAnnounced(*name))
-                _names.push_back(name);
+        for (auto name = _pending.cbegin(); name != _pending.cend(); ++name) {
+            if (name != changed && isBeingAnnounced(*name))
+                continue;
+            _names.push_back(name);
+        }
     }
 
     /** Whether an announcement around this one, of the same register, is announcing a name. */
