@@ -78,7 +78,7 @@ TYPED_TEST(Notify, FindsTheGroupsOfANameOfManyLevels) {
                 this->listenUnder({group});
                 if (level % 2 == 0)
                     this->listenUnder({group + "/a", group + "/z", group + 'm', group + '!'});
-                expected.push_back(group + ": " + name);
+                expected.push_back(std::string(group).append(": ").append(name));
             }
             slash = name.rfind('/', slash - 1);
         }

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <iterator>
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -293,7 +294,7 @@ namespace {
 
 /** A register that writes `bytes` in place of the user scope, and says that they were not all written. */
 struct Unsuccessful : RegisterProbe {
-    explicit Unsuccessful(std::string const& content) : bytes(content) {}
+    explicit Unsuccessful(std::string content) : bytes(std::move(content)) {}
 
     using RegisterProbe::serialize;
     bool serialize(QString const& /*path*/, FileHandle& handle) const override {
@@ -316,7 +317,7 @@ public:
     FileSizeLimit& operator=(FileSizeLimit const&) = delete;
     ~FileSizeLimit() {
         ::setrlimit(RLIMIT_FSIZE, &_before);
-        std::signal(SIGXFSZ, _handler);
+        static_cast<void>(std::signal(SIGXFSZ, _handler));
     }
 
 private:

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <fstream>
+#include <functional>
 #include <string>
 #include <thread>
 #include <utility>
@@ -15,9 +16,8 @@ namespace support {
 /** A thread that runs up to a lock which the caller holds: once this is made it waits there. */
 class BlockedThread {
 public:
-    template <class Body>
-    explicit BlockedThread(Body&& body)
-        : _thread([this, run = std::forward<Body>(body)] {
+    explicit BlockedThread(std::function<void()> body)
+        : _thread([this, run = std::move(body)] {
               _id = ::syscall(SYS_gettid);
               run();
           }) {
