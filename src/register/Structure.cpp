@@ -51,8 +51,9 @@ void _Register::addGroup(std::string const& name, RegisterScope scope) {
 }
 
 void _Register::addProperty(std::string const& name, RegisterScope scope) {
-    QString const path = pathOf(*this, name, scope);
+    checkScope(scope); // before the lock, as in the writers
     Lock const lock(*_mutex);
+    QString const path = pathOf(*this, name, scope);
     if (exists(path))
         return;
     if (direct::isOpen(*this) && direct::makeProperty(*this, name, scope, 0) != nullptr)
@@ -64,8 +65,9 @@ void _Register::addProperty(std::string const& name, RegisterScope scope) {
 }
 
 void _Register::delProperty(std::string const& name, RegisterScope scope) {
-    QString const path = pathOf(*this, name, scope);
+    checkScope(scope);
     Lock const lock(*_mutex);
+    QString const path = pathOf(*this, name, scope);
     if (exists(path))
         remove(path);
 }
