@@ -542,16 +542,12 @@ private:
 
     void save() {
         std::size_t const scope = _model.find("", SCOPE_USER);
-        if (scope == Tree::none)
-            _saved = format::encode(Tree());
-        else if (_model.tree[scope].directory)
-            _saved = format::encode(_model.tree, scope);
+        bool const isDirectory = scope != Tree::none && _model.tree[scope].directory;
+        _saved = isDirectory ? format::encode(_model.tree, scope) : format::encode(Tree());
         for (Subject* const subject : {&_plain, &_other}) {
             check(subject->onDisk([](_Register& settings) { settings.save(); }) == "nothing",
                   "saving is silent");
-            check(std::filesystem::exists(subject->file()) == _saved.has_value(),
-                  "a scope that is a group has a file");
-            check(!_saved || fileBytes(subject->file()) == *_saved, "the file is the user scope");
+            check(fileBytes(subject->file()) == *_saved, "the file is the user scope");
         }
     }
 

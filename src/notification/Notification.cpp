@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstring>
 #include <utility>
+#include <vector>
 
 #include "register/Lock.h"
 #include "utils/properties/Register.h"
@@ -14,15 +15,15 @@ namespace {
 using Listeners = std::multimap<std::string, _Register::Callback*>;
 
 /**
- * A round of telling the entries of one key. Listeners may add and remove entries while it goes on: it tells
- * those that were there when it began, in the order of their adding, and that still are when their turn
- * comes.
+ * Notifies the listeners of one key. They may add and remove entries meanwhile: it calls the entries that
+ * were there when it began, in the order in which they were added, and skips those that are removed before
+ * their turn.
  */
 class Round {
 public:
     /** `first` is the first of the key's entries. */
     Round(Listeners& listeners, Listeners::iterator first) : _outer(_innermost), _next(first) {
-        // Entries added from now on stand behind these.
+        // Entries added from now on come after these.
         for (auto entry = first; entry != listeners.end() && entry->first == first->first; ++entry)
             ++_left;
         _innermost = this;
@@ -31,19 +32,19 @@ public:
     Round& operator=(Round const&) = delete;
     ~Round() { _innermost = _outer; }
 
-    void tell(void* sender, std::string const& name) {
+    void notify(void* sender, std::string const& name) {
         while (_left > 0) {
             _current = &*_next;
             ++_next;
             --_left;
-            // The entry, and with it the listener, may be gone when either call returns.
+            // Either call may remove the entry, and the listener may then be deleted.
             _Register::Callback* const listener = _current->second;
             if (listener->owner() != sender && _current != nullptr)
                 listener->propertyChanged(name);
         }
     }
 
-    /** Takes an entry that is about to be removed out of every round that would still come to it. */
+    /** Takes an entry that is about to be removed out of every round that has yet to reach it. */
     static void forget(Listeners::iterator entry) {
         for (Round* round = _innermost; round != nullptr; round = round->_outer)
             round->skip(entry);
@@ -51,7 +52,7 @@ public:
 
 private:
     void skip(Listeners::iterator entry) {
-        // Entries are told apart by their place in memory, of whichever register they are.
+        // An entry is identified by its address, whichever register it belongs to.
         if (_current == &*entry) {
             _current = nullptr;
             return;
@@ -70,104 +71,68 @@ private:
     static Round* _innermost; ///< guarded by the register's lock
 
     Round* _outer;
-    Listeners::value_type const* _current = nullptr; ///< the entry being told; null when it has been removed
+    Listeners::value_type const* _current = nullptr; ///< the entry being called; null once it is removed
     Listeners::iterator _next;
     std::size_t _left = 0;
 };
 
 Round* Round::_innermost = nullptr;
 
-using PendingName = std::set<std::string>::node_type;
+using Pending = std::set<std::string>;
 
 /**
- * What the last announcement leaves to the next, so that a change needs no memory of its own: guarded by the
- * register's lock, but for the moment of `markAsChanged`'s insertion, for which its callers see to it that
- * they are alone.
+ * Memory that one announcement leaves to the next, so that a change seldom allocates any. Guarded by the
+ * register's lock, except in the unlocked part of `markAsChanged`, whose callers keep other threads out.
  */
 struct Spares {
-    PendingName node;
+    Pending one; ///< empty, or a single name, whatever it is
+    std::vector<Pending::const_iterator> names;
     std::string key;
 };
 
 Spares spares;
 
-PendingName makeNode(std::string const& name) {
-    if (spares.node.empty()) {
-        std::set<std::string> one;
-        return one.extract(one.insert(name).first);
-    }
-    spares.node.value() = name;
-    return std::move(spares.node);
+/** Makes a name pending. Result: its place, also if it was pending before. */
+Pending::const_iterator record(Pending& pending, std::string const& name) {
+    if (!pending.empty() || spares.one.empty())
+        return pending.insert(name).first;
+    // A set of one is in order whatever it holds, and no set holds const elements.
+    const_cast<std::string&>(*spares.one.begin()) = name;
+    pending.swap(spares.one);
+    return pending.begin();
 }
 
-/**
- * The names taken out of the pending ones to be announced. What is not told to the end goes back to them. A
- * listener that makes a change of its own therefore announces that change only, and cannot disturb the walk
- * it is called from.
- */
-class Announcement {
-public:
-    explicit Announcement(std::set<std::string>& pending) : _pending(pending) { _names.swap(pending); }
-    Announcement(Announcement const&) = delete;
-    Announcement& operator=(Announcement const&) = delete;
-    ~Announcement() { _pending.merge(_names); }
+void forget(Pending& pending, Pending::const_iterator name) {
+    if (pending.size() == 1 && spares.one.empty())
+        pending.swap(spares.one);
+    else
+        pending.erase(name);
+}
 
-    [[nodiscard]] std::set<std::string> const& names() const { return _names; }
-    void done() {
-        if (!_names.empty())
-            spares.node = _names.extract(_names.begin());
-        _names.clear();
-    }
-
-private:
-    std::set<std::string>& _pending;
-    std::set<std::string> _names;
-};
-
-/** The same for a change that is announced at once: it is pending only when it is not told to the end. */
-class SingleAnnouncement {
-public:
-    SingleAnnouncement(std::set<std::string>& pending, std::string const& name)
-        : _pending(pending), _name(makeNode(name)) {}
-    SingleAnnouncement(SingleAnnouncement const&) = delete;
-    SingleAnnouncement& operator=(SingleAnnouncement const&) = delete;
-    ~SingleAnnouncement() {
-        if (!_name.empty())
-            _pending.insert(std::move(_name));
-    }
-
-    [[nodiscard]] std::string const& name() const { return _name.value(); }
-    void done() { spares.node = std::move(_name); }
-
-private:
-    std::set<std::string>& _pending;
-    PendingName _name;
-};
-
-/** Shortens a key to that of the group around it; false when there is none. */
+/** Shortens a key to the group that encloses it; false if there is none. */
 bool shorten(std::string& key) {
     auto const* const slash = static_cast<char const*>(::memrchr(key.data(), '/', key.size()));
     if (key.size() == 1 || slash == nullptr)
         return false;
-    key.resize(std::max<std::size_t>(1, static_cast<std::size_t>(slash - key.data())));
+    key.erase(std::max<std::size_t>(1, static_cast<std::size_t>(slash - key.data())));
     return true;
 }
 
-constexpr std::size_t longKey = 512; // from here on looking for each level costs more than skipping some
+constexpr std::size_t longKey = 512; // bytes; for longer keys a look-up of every level costs too much
 
 /**
- * Shortens a key that has no entries past the groups around it that have none either: what encloses it and is
- * there stands before it, and shares with it no more than the one before it does. `behind` is the first entry
- * behind it.
+ * Shortens a key without entries past enclosing groups that have none either: the keys of enclosing groups
+ * sort before it, and share no more with it than the key right before it does. `after` is the first entry
+ * after it.
  */
-void skip(std::string& key, Listeners const& listeners, Listeners::const_iterator behind) {
-    if (behind == listeners.begin()) {
+void skip(std::string& key, Listeners const& listeners, Listeners::const_iterator after) {
+    if (after == listeners.begin()) {
         key.resize(1);
         return;
     }
-    std::string const& before = std::prev(behind)->first;
+    std::string const& before = std::prev(after)->first;
     auto const shared = std::mismatch(before.begin(), before.end(), key.begin(), key.end()).second;
-    // With the byte behind what is shared: that may be the slash which ends the group.
+    // One byte more than is shared: it may be the slash that ends the group.
     key.erase(shared + 1, key.end());
 }
 
@@ -179,12 +144,78 @@ void announce(Listeners& listeners, void* sender, std::string const& name) {
     do {
         auto const first = listeners.lower_bound(key);
         if (first != listeners.end() && first->first == key)
-            Round(listeners, first).tell(sender, name);
+            Round(listeners, first).notify(sender, name);
         else if (key.size() > longKey)
             skip(key, listeners, first);
     } while (shorten(key));
     spares.key = std::move(key);
 }
+
+/**
+ * One announcement of pending names. They stay pending until every listener has been called; if one throws,
+ * they stay for the next announcement.
+ *
+ * A listener may start another announcement from inside this one. That leaves out the names which this one is
+ * announcing, unless such a name has just changed again, and it never removes them. Names that become pending
+ * meanwhile are not part of this announcement.
+ */
+class Announcement {
+public:
+    /** `changed` is the name whose change is the reason, or the end. */
+    Announcement(Pending& pending, Pending::const_iterator changed)
+        : _outer(_innermost), _pending(pending), _names(std::move(spares.names)) {
+        if (pending.size() == 1 && changed != pending.cend())
+            _names.push_back(changed); // nearly always
+        else
+            collect(changed);
+        _innermost = this;
+    }
+    Announcement(Announcement const&) = delete;
+    Announcement& operator=(Announcement const&) = delete;
+    ~Announcement() { _innermost = _outer; }
+
+    void run(Listeners& listeners, void* sender) {
+        for (auto const name : _names)
+            announce(listeners, sender, *name);
+        for (auto const name : _names)
+            if (!isBeingAnnounced(*name))
+                forget(_pending, name);
+        _names.clear();
+        spares.names = std::move(_names);
+    }
+
+private:
+    void collect(Pending::const_iterator changed) {
+        for (auto name = _pending.cbegin(); name != _pending.cend(); ++name) {
+            if (name != changed && isBeingAnnounced(*name))
+                continue;
+            _names.push_back(name);
+        }
+    }
+
+    /** Whether an announcement around this one, of the same register, is announcing a name. */
+    [[nodiscard]] bool isBeingAnnounced(std::string const& name) const {
+        for (Announcement const* around = _outer; around != nullptr; around = around->_outer)
+            if (&around->_pending == &_pending && around->holds(name))
+                return true;
+        return false;
+    }
+
+    [[nodiscard]] bool holds(std::string const& name) const {
+        auto const place = std::lower_bound(
+            _names.begin(), _names.end(), name,
+            [](Pending::const_iterator held, std::string const& wanted) { return *held < wanted; });
+        return place != _names.end() && **place == name;
+    }
+
+    static Announcement* _innermost; ///< guarded by the register's lock
+
+    Announcement* _outer;
+    Pending& _pending;
+    std::vector<Pending::const_iterator> _names; ///< in the set's order
+};
+
+Announcement* Announcement::_innermost = nullptr;
 
 void removeEntries(Listeners& listeners, Listeners::iterator first, Listeners::iterator last,
                    _Register::Callback* callback) {
@@ -201,27 +232,21 @@ void removeEntries(Listeners& listeners, Listeners::iterator first, Listeners::i
 
 void _Register::notify(void* sender) {
     Lock const lock(*_mutex);
-    Announcement announcement(_changedProperties);
-    for (std::string const& name : announcement.names())
-        announce(_callbacks, sender, name);
-    announcement.done();
+    Announcement(_changedProperties, _changedProperties.end()).run(_callbacks, sender);
 }
 
 void _Register::announceChange(void* sender, std::string const& name) {
-    if (!_changedProperties.empty()) {
-        markAsChanged(sender, name);
-    } else if (!_callbacks.empty()) {
-        SingleAnnouncement announcement(_changedProperties, name);
-        announce(_callbacks, sender, announcement.name());
-        announcement.done();
-    }
+    if (_callbacks.empty() && _changedProperties.empty())
+        return;
+    auto const changed = record(_changedProperties, name);
+    Announcement(_changedProperties, changed).run(_callbacks, sender);
 }
 
 void _Register::markAsChanged(void* sender, std::string const& name) {
-    auto inserted = _changedProperties.insert(makeNode(name)); // without the lock: this is meant
-    if (!inserted.inserted)
-        spares.node = std::move(inserted.node); // the name is pending already
-    notify(sender);
+    record(_changedProperties, name); // Intentional: without the lock.
+    Lock const lock(*_mutex);
+    // Looked up again, since another thread may have announced it by now.
+    Announcement(_changedProperties, _changedProperties.find(name)).run(_callbacks, sender);
 }
 
 void _Register::addCallback(std::string const& key, Callback* callback) {

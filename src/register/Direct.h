@@ -7,7 +7,7 @@
 #include <string_view>
 #include <typeinfo>
 
-#if __has_include(<filesystem/Direct.h>)
+#ifdef VELMORAND_DIRECT_ACCESS
 #include <filesystem/Direct.h>
 #endif
 
@@ -17,15 +17,16 @@
 /**
  * The short way to a property's bytes, past the file system's virtual operations.
  *
- * It is taken only by an object that is exactly a `_Register`: there nothing can see single calls. A derived
- * class sees every one of them. It serves only what goes well; whatever is out of the ordinary goes the long
- * way, through the file system, so that each failure is dealt with in one place.
+ * Only an object that is exactly a `_Register` takes it: a derived class may override any of those
+ * operations, so it must see every call. The short way serves only what succeeds; everything else goes the
+ * long way, through the file system, so that each failure is dealt with in one place.
  *
- * A file-system library that offers no direct access leaves the long way for everything.
+ * `VELMORAND_DIRECT_ACCESS` says that the file-system library is this project's own, which has direct access.
+ * With any other everything goes the long way.
  */
 namespace utils::properties::direct {
 
-#if __has_include(<filesystem/Direct.h>)
+#ifdef VELMORAND_DIRECT_ACCESS
 
 using filesystem::direct::Entry;
 using filesystem::direct::find;
@@ -66,7 +67,7 @@ constexpr bool isOpen(_Register const&) {
 
 #endif
 
-/** What readers find under a name, in the first scope that holds it. The lock is held. */
+/** The entry that readers find under a name, in the first scope that holds it. The lock is held. */
 inline Entry locate(_Register const& object, std::string const& name) {
     return find(
         object,
@@ -75,8 +76,8 @@ inline Entry locate(_Register const& object, std::string const& name) {
 }
 
 /**
- * Gives a property that is not there a record of `size` bytes, and makes the groups around it that are missing.
- * Result: as of `rewrite`, with the groups made. The lock is held.
+ * Gives a property that does not exist a record of `size` bytes, and makes its missing groups.
+ * Result: as for `rewrite`, but the groups stay. The lock is held.
  */
 inline char* makeProperty(_Register& object, std::string_view name, RegisterScope scope, std::size_t size) {
     std::size_t const slash = name.rfind('/');

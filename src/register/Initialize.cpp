@@ -29,7 +29,7 @@ void _Register::initialize(std::string const& globalPath, std::string const& use
         throw Exception("User register not found");
     _UserRegisterPath = userPath;
 
-    // A save after each, although neither is ever saved: this is meant.
+    // Intentional: each write is followed by a save, although the temporary scope is never saved.
     _Register* const instance = getInstance();
     instance->_writeString(nullptr, "UserDataPath", userPath, SCOPE_TEMPORARY);
     instance->save();

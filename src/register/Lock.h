@@ -6,7 +6,7 @@
 
 namespace utils::properties {
 
-/** Holds the register's lock to the end of a scope. */
+/** Holds the register's lock until the end of a block. */
 using Lock = boost::unique_lock<boost::recursive_mutex>;
 
 } // namespace utils::properties

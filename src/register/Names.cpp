@@ -8,8 +8,7 @@
 namespace utils::properties {
 
 std::string _Register::_nameToPath(std::string const& name, RegisterScope scope) const {
-    if (!isScope(scope))
-        throw Exception("Bad scope value.");
+    checkScope(scope);
     std::string_view const directory = scopeDirectory(scope);
     std::string path;
     path.reserve(directory.size() + name.size() + 2);
@@ -22,7 +21,7 @@ std::string _Register::_pathToName(std::string const& path) const {
         return path.compare(start, prefix.size(), prefix) == 0;
     };
     if (startsWith("temp/"))
-        return path.substr(start + 7); // two characters more than the prefix: this is meant
+        return path.substr(start + 7); // Intentional: two characters more than the prefix.
     if (startsWith("user/"))
         return path.substr(start + 5);
     if (startsWith("global/"))

@@ -12,8 +12,8 @@ constexpr char const* globalScope = "/global/";
 constexpr char const* userScope = "/user/";
 
 /**
- * Reads the register file `name` of a real directory into a scope; a missing one leaves the scope as it is.
- * When reading throws, the handle is left to the file system it belongs to, which ends here.
+ * Reads the register file `name` in a real directory into a scope; a missing file leaves the scope as it is.
+ * When reading throws, the handle stays open and is released with its file system.
  */
 void loadScope(_Register& target, char const* scope, std::string const& directory, std::string const& name) {
     filesystem::RealFileSystem disk(toQString(directory));
@@ -38,10 +38,10 @@ void _Register::save() const {
     filesystem::RealFileSystem disk(toQString(_UserRegisterPath));
     filesystem::FileHandle* handle = nullptr;
     if (!disk.open(toQString(_VL_REGISTER_NAME), &handle, filesystem::FileSystem::MODE_WRITE))
-        return; // silent, as this whole operation is: this is meant
-    // A handle that is not closed leaves the file as it was.
-    if (serialize(fromLiteral(userScope), *handle))
-        disk.close(handle);
+        return; // Intentional: a save reports no failure.
+    // After a failed write the closing fails too, and leaves the file as it was.
+    serialize(fromLiteral(userScope), *handle);
+    disk.close(handle);
 }
 
 } // namespace utils::properties

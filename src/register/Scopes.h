@@ -8,14 +8,20 @@
 
 namespace utils::properties {
 
-/** Where readers look for a property: what the user chose hides what the administrator set. */
+/** Where readers look for a property: the user's choice hides the administrator's setting. */
 constexpr std::array lookupOrder{SCOPE_USER, SCOPE_GLOBAL, SCOPE_TEMPORARY};
 
-/** Where the tests for existence look; the answer does not depend on it, the file system's calls do. */
+/** Where the existence tests look. The order makes no difference to them, but a derived class sees it. */
 constexpr std::array existenceOrder{SCOPE_GLOBAL, SCOPE_USER, SCOPE_TEMPORARY};
 
 constexpr bool isScope(RegisterScope scope) {
     return scope == SCOPE_GLOBAL || scope == SCOPE_USER || scope == SCOPE_TEMPORARY;
+}
+
+/** Errors: `Exception` for anything but the three scopes. */
+inline void checkScope(RegisterScope scope) {
+    if (!isScope(scope))
+        throw Exception("Bad scope value.");
 }
 
 /** The first-level directory of a valid scope. */

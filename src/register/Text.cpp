@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// QString::fromAscii is hidden unless all that was ever deprecated is let in; in QtCore 6 it is called
-// fromLatin1. This is the only place that sees the difference.
+// QtCore 5 hides QString::fromAscii unless everything that was ever deprecated is let in, whatever the
+// command line says; in QtCore 6 it is fromLatin1. This is the only place that sees the difference.
+#undef QT_DISABLE_DEPRECATED_BEFORE
 #define QT_DISABLE_DEPRECATED_BEFORE 0
 #include "register/Text.h"
 

@@ -7,12 +7,12 @@
 
 namespace utils::properties {
 
-/** A name or path as the file system takes it. Errors: `Exception` for 2 GiB and more. */
+/** A name or path in the file system's string type. Errors: `Exception` for 2 GiB or more. */
 [[nodiscard]] QString toQString(std::string const& utf8);
 
 [[nodiscard]] std::string toUtf8(QString const& text);
 
-/** A fixed path of the register's own: ASCII only. */
+/** One of the register's own fixed paths: ASCII only. */
 [[nodiscard]] QString fromLiteral(char const* path);
 
 } // namespace utils::properties

@@ -8,7 +8,7 @@
 
 namespace utils::properties {
 
-/** A record in an open file, reached through the file system's virtual operations, one call a field. */
+/** A record in an open file, accessed through the file system's virtual operations, one call per field. */
 class FileRecord {
 public:
     FileRecord(filesystem::FileSystem& fileSystem, filesystem::FileHandle* handle)

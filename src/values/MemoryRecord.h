@@ -10,10 +10,10 @@
 
 namespace utils::properties {
 
-// A record's bytes in memory. Integers stand in the file system's order, least significant byte first, and
-// what is missing reads as the file system's readers give it.
+// A record's bytes in memory. Integers are in the file system's byte order, least significant byte first;
+// reading past the end gives the same values as the file system's readers.
 
-/** Counts the bytes that a record takes. */
+/** Counts the bytes of a record. */
 class RecordSize {
 public:
     void writeByte(char) { ++_bytes; }
@@ -61,7 +61,7 @@ private:
     char* _next;
 };
 
-/** Reads fields that are known to be there. */
+/** Reads fields that are known to exist. */
 class FieldReader {
 public:
     explicit FieldReader(char const* next) : _next(next) {}
@@ -78,7 +78,7 @@ private:
     char const* _next;
 };
 
-/** Reads a record from memory, to its end and not beyond. */
+/** Reads a record from memory, never past its end. */
 class RecordReader {
 public:
     explicit RecordReader(std::string_view record) : _left(record) {}
@@ -96,8 +96,8 @@ public:
     }
 
     /**
-     * Replaces a list by the first of its elements: those of a fixed size that are there whole, else as many
-     * as the list held, whose room is used again. Result: their number.
+     * Replaces a list by the record's first elements: if they have a fixed size, all that are complete;
+     * otherwise as many as the list held, whose memory is reused. Result: their number.
      */
     template <class Field, class Element>
     int readAhead(int count, std::vector<Element>& list) {
@@ -139,7 +139,7 @@ private:
         return done;
     }
 
-    /** The list, its capacity too, is as if appended to one by one, yet what has room goes at once. */
+    /** As if the elements were appended one by one, capacity included; those that fit are copied at once. */
     template <class Field, class Element>
     static void replaceOneByOne(std::vector<Element>& list, std::size_t count, char const* from) {
         std::size_t done = 0;
@@ -155,7 +155,7 @@ private:
         }
     }
 
-    /** Reads the elements of a list from `begin` on. */
+    /** Reads the elements of a list from index `begin` on. */
     template <class Field, class Element>
     static void copy(std::vector<Element>& list, std::size_t begin, char const* from) {
         if (begin == list.size())

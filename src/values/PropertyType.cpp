@@ -29,10 +29,11 @@ Type _Register::readPropertyType(std::string const& name, Type* elementType) con
             return readTypes(record, elementType);
         }
     }
-    // Reading moves nothing but the handle's position, yet the file system's operations for it are not const.
+    // Reading changes only the handle's position, but the file system's operations for it are not const.
     auto& self = const_cast<_Register&>(*this);
     filesystem::FileHandle* handle = nullptr;
-    self.open(toQString(_locateProperty(name)), &handle, MODE_READ); // untested: a null handle reads as 0
+    // Intentional: the result is not tested. A null handle reads as 0.
+    self.open(toQString(_locateProperty(name)), &handle, MODE_READ);
     FileRecord record(self, handle);
     Type const type = readTypes(record, elementType);
     self.close(handle);

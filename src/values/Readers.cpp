@@ -13,11 +13,11 @@ namespace utils::properties {
 
 namespace {
 
-/** A located property that cannot be opened is a bad type; only for a string it is a property not found. */
+/** Intentional: a located property that cannot be opened is a bad type, but not found if it is a string. */
 template <class Value>
 using CannotOpen = std::conditional_t<std::is_same_v<Value, std::string>, PropertyNotFound, PropertyBadType>;
 
-/** Reads a value that is there and of the right kind, straight from memory. False for any other. */
+/** Reads an existing value of the right kind straight from memory. False for anything else. */
 template <class Value>
 bool readDirectly(_Register& object, std::string const& name, Value& value) {
     if (!direct::isOpen(object))
@@ -41,7 +41,7 @@ void readValue(_Register& object, std::string const& name, Value& value) {
         throw CannotOpen<Value>();
     FileRecord record(object, handle);
     if (!Record<Value>::readTags(record))
-        throw PropertyBadType(); // the handle stays open: this is meant
+        throw PropertyBadType(); // Intentional: the handle stays open, as after every failed read.
     Record<Value>::readPayload(record, value);
     object.close(handle);
 }
@@ -55,7 +55,7 @@ void _Register::_readString(std::string const& name, std::string& value) {
 void _Register::_readNumber(std::string const& name, double& value) {
     double number = 0;
     readValue(*this, name, number);
-    value = number; // only now, when the handle is closed, unlike the other kinds: this is meant
+    value = number; // Intentional: a number, unlike the other kinds, is stored after the handle is closed.
 }
 
 void _Register::_readInteger(std::string const& name, int& value) {

@@ -22,18 +22,18 @@
  *     list     'L' element tag, count, then each element without its tag
  *
  * Records are written to anything with `writeByte`, `writeInt` and `writeBytes`, and read from anything with
- * `readByte`, `readInt` and `readBytes`, one call a field. Nothing is checked but the tags: what is missing
- * at the end of a record reads as the source gives it, and what follows a record is never read. A source
- * empties a list before its elements are read, with `readAhead`; there it may read the first of them its own
- * way, and says how many. A sink may do the same when a list is written, with `writeAhead`.
+ * `readByte`, `readInt` and `readBytes`, one call per field. Only the tags are checked: fields missing at the
+ * end of a record read as whatever the source gives, and bytes after a record are never read. A source
+ * empties a list before its elements are read, in `readAhead`; it may read the first of them there in its own
+ * way, and returns their number. A sink may do the same when a list is written, in `writeAhead`.
  */
 namespace utils::properties {
 
 constexpr bool littleEndian = __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__;
 
 /**
- * How a value stands in a record, without its tag: `size` in bytes, 0 where it differs, and whether those
- * bytes are also how this machine holds the value, so that many can be copied at once.
+ * The layout of a value in a record, without its tag: `size` in bytes, 0 if it varies, and whether those
+ * bytes are also this machine's representation of the value, so that many can be copied at once.
  */
 template <class Value>
 struct Field;
@@ -100,7 +100,7 @@ template <>
 struct Field<bool> {
     static constexpr Type tag = TYPE_BOOLEAN;
     static constexpr std::size_t size = 1;
-    static constexpr bool isMemoryImage = false; // a list holds its booleans as bits
+    static constexpr bool isMemoryImage = false; // a std::vector<bool> holds bits
 
     template <class Sink>
     static void write(Sink& sink, bool value) {
@@ -126,7 +126,7 @@ struct Record {
         sink.writeByte(static_cast<char>(Field<Value>::tag));
         Field<Value>::write(sink, value);
     }
-    /** Whether the record is of this kind; reads no further than the first tag that differs. */
+    /** Whether the record is of this kind. Stops reading at the first tag that differs. */
     template <class Source>
     static bool readTags(Source& source) {
         return readTag(source) == Field<Value>::tag;
@@ -154,7 +154,7 @@ struct Record<std::vector<Element>> {
             return false;
         return readTag(source) == Field<Element>::tag;
     }
-    /** The list grows by one element at a time, without room reserved for a count that nobody has checked. */
+    /** The list grows by one element at a time: no memory is reserved for a count that nobody has checked. */
     template <class Source>
     static void readPayload(Source& source, std::vector<Element>& values) {
         int const count = source.readInt();

@@ -16,32 +16,23 @@ struct ValueWriter {
     template <class Value>
     static void write(_Register& object, void* sender, std::string const& name, Value const& value,
                       RegisterScope scope);
-
-private:
-    template <class Value>
-    static bool writeDirectly(_Register& object, void* sender, std::string const& name, Value const& value,
-                              RegisterScope scope);
 };
 
 namespace {
 
-/** Two texts, one with the path and one with the name and a period: this is meant. */
+/** Intentional: two texts, one with the path and one with the name and a period. */
 template <class Value>
 std::string cannotOpen(std::string const& name, std::string const& path) {
     return std::is_same_v<Value, std::string> ? path + " no such property" : name + " no such property.";
 }
 
-} // namespace
-
-/** Writes a value straight to memory and announces it. False when the property can't be there. */
+/** Writes a value straight to memory. False when the property can't be there. The lock is held. */
 template <class Value>
-bool ValueWriter::writeDirectly(_Register& object, void* sender, std::string const& name, Value const& value,
-                                RegisterScope scope) {
-    if (!direct::isOpen(object) || !isScope(scope))
+bool writeDirectly(_Register& object, std::string const& name, Value const& value, RegisterScope scope) {
+    if (!direct::isOpen(object))
         return false;
     RecordSize size;
     Record<Value>::write(size, value);
-    Lock const lock(*_Register::_mutex);
     char* target = direct::rewrite(object, scopeDirectory(scope), name, size.bytes());
     if (target == nullptr)
         target = direct::makeProperty(object, name, scope, size.bytes());
@@ -49,17 +40,13 @@ bool ValueWriter::writeDirectly(_Register& object, void* sender, std::string con
         return false;
     RecordWriter record(target);
     Record<Value>::write(record, value);
-    object.announceChange(sender, name);
     return true;
 }
 
+/** Writes a value through the file system's operations. The lock is held. */
 template <class Value>
-void ValueWriter::write(_Register& object, void* sender, std::string const& name, Value const& value,
-                        RegisterScope scope) {
-    if (writeDirectly(object, sender, name, value, scope))
-        return;
+void writeThroughFile(_Register& object, std::string const& name, Value const& value, RegisterScope scope) {
     std::string const path = object._nameToPath(name, scope);
-    Lock const lock(*_Register::_mutex);
     QString const file = toQString(path);
     filesystem::FileHandle* handle = nullptr;
     if (!object.open(file, &handle, filesystem::FileSystem::MODE_WRITE)) {
@@ -68,8 +55,20 @@ void ValueWriter::write(_Register& object, void* sender, std::string const& name
             throw Exception(cannotOpen<Value>(name, path));
     }
     FileRecord record(object, handle);
-    Record<Value>::write(record, value); // the handle stays open when this throws: this is meant
+    Record<Value>::write(record, value); // Intentional: the handle stays open when this throws.
     object.close(handle);
+}
+
+} // namespace
+
+template <class Value>
+void ValueWriter::write(_Register& object, void* sender, std::string const& name, Value const& value,
+                        RegisterScope scope) {
+    checkScope(scope); // before the lock, so a bad scope is refused even while another thread holds it
+    Lock const lock(*_Register::_mutex);
+    // The value is read only from here on: its owner may change it while holding the lock.
+    if (!writeDirectly(object, name, value, scope))
+        writeThroughFile(object, name, value, scope);
     object.announceChange(sender, name);
 }
 

@@ -121,10 +121,10 @@ OutOfRoot       | yes =                  | !nowhere
 InnerDots       | yes =                  | !nowhere
 InnerDot        | yes =                  | !nowhere
 DotsAtTheEnd    | yes =                  | !nowhere
-Relative        | no                     | - +/file/n -/file
-LeadingSlashes  | no                     | - +/file/n -/file
-DoubledSlash    | no                     | - +/sub/inner/n -/sub/inner
-TrailingSlash   | no                     | - +/file/n -/file
+Relative        | yes =                  | - +/file/n -/file
+LeadingSlashes  | yes =                  | - +/file/n -/file
+DoubledSlash    | yes =                  | - +/sub/inner/n -/sub/inner
+TrailingSlash   | yes =                  | - +/file/n -/file
 SlashBehindASub | yes =/inner,           | - +/sub/n -/sub/inner
 BelowAFile      | yes =                  | !nowhere
 NoParent        | yes =                  | !nowhere

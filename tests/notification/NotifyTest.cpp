@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <memory>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -77,7 +78,7 @@ TYPED_TEST(Notify, FindsTheGroupsOfANameOfManyLevels) {
                 this->listenUnder({group});
                 if (level % 2 == 0)
                     this->listenUnder({group + "/a", group + "/z", group + 'm', group + '!'});
-                expected.push_back(group + ": " + name);
+                expected.push_back(std::string(group).append(": ").append(name));
             }
             slash = name.rfind('/', slash - 1);
         }
@@ -291,6 +292,43 @@ TYPED_TEST(Notify, HandsOutANameThatOutlivesANestedAnnouncement) {
     this->settings.removeCallback(&listener);
     this->settings.removeCallback(&next);
     EXPECT_THAT(next.told, ElementsAre(name));
+}
+
+TYPED_TEST(Notify, KeepsTheNamesPendingUntilTheLastListenerHasBeenCalled) {
+    std::vector<std::set<std::string>> seen;
+    Listener listener;
+    listener.whenAsked = [&] { seen.push_back(pending(this->settings)); };
+    listener.whenTold = [&](std::string const& /*name*/) { seen.push_back(pending(this->settings)); };
+    this->settings.addCallback("a", &listener);
+    this->settings.addCallback("b", &listener);
+    pending(this->settings) = {"a", "b", "c"};
+    this->settings.notify(nullptr);
+    this->settings.removeCallback(&listener);
+    EXPECT_THAT(seen, ElementsAre(ElementsAre("a", "b", "c"), ElementsAre("a", "b", "c"),
+                                  ElementsAre("a", "b", "c"), ElementsAre("a", "b", "c")));
+    EXPECT_THAT(pending(this->settings), IsEmpty());
+}
+
+TYPED_TEST(Notify, KeepsTheNameOfAWritePendingUntilTheLastListenerHasBeenCalled) {
+    std::set<std::string> seen;
+    Listener listener;
+    listener.whenTold = [&](std::string const& /*name*/) { seen = pending(this->settings); };
+    this->settings.addCallback("a", &listener);
+    this->settings._writeInteger(nullptr, "a/x", 1, SCOPE_USER);
+    this->settings.removeCallback(&listener);
+    EXPECT_THAT(seen, ElementsAre("a/x"));
+    EXPECT_THAT(pending(this->settings), IsEmpty());
+}
+
+TYPED_TEST(Notify, KeepsTheNameOfAMarkedChangePendingUntilTheLastListenerHasBeenCalled) {
+    std::set<std::string> seen;
+    Listener listener;
+    listener.whenTold = [&](std::string const& /*name*/) { seen = pending(this->settings); };
+    this->settings.addCallback("a", &listener);
+    this->settings.markAsChanged(nullptr, "a/x");
+    this->settings.removeCallback(&listener);
+    EXPECT_THAT(seen, ElementsAre("a/x"));
+    EXPECT_THAT(pending(this->settings), IsEmpty());
 }
 
 TYPED_TEST(Notify, TellsAnEqualNameAgain) {

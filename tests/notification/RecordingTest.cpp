@@ -15,12 +15,14 @@ namespace {
 
 bool watching = false;
 bool lockWasFree = false;
+int allocations = 0;
 
 void* allocate(std::size_t size) {
     if (watching) {
         watching = false;
         lockWasFree = support::lockIsFree();
     }
+    ++allocations;
     void* const memory = std::malloc(size);
     if (memory == nullptr)
         throw std::bad_alloc();
@@ -53,6 +55,25 @@ TYPED_TEST(Recording, IsSeenUnderALockThatItsCallerHolds) {
     watching = true;
     this->settings.markAsChanged(nullptr, name);
     EXPECT_FALSE(lockWasFree);
+}
+
+TEST(HeardWrite, NeedsNoMemoryOnceOneHasBeenHeard) {
+    struct Quiet : utils::properties::_Register::Callback {
+        void propertyChanged(std::string const& /*name*/) override { ++told; }
+        void* owner() override { return this; }
+
+        int told = 0;
+    };
+    auto& settings = *utils::properties::_Register::getInstance();
+    Quiet listener;
+    std::string const name = "a group with a long name/a property with a long name";
+    settings.addCallback(name, &listener);
+    settings._writeInteger(nullptr, name, 1, utils::properties::SCOPE_USER);
+    int const before = allocations;
+    settings._writeInteger(nullptr, name, 2, utils::properties::SCOPE_USER);
+    EXPECT_EQ(before, allocations);
+    settings.removeCallback(&listener);
+    EXPECT_EQ(2, listener.told);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <memory>
+#include <set>
 #include <stdexcept>
 #include <string>
 
@@ -309,6 +310,124 @@ TYPED_TEST(Reentrancy, AThrowThatTheListenerCatchesDoesNotEndTheOuterAnnouncemen
     EXPECT_THAT(this->third.told, ElementsAre("a/x"));
     EXPECT_THAT(this->group.told, ElementsAre("a/x"));
     this->settings.removeCallback(&other);
+}
+
+TYPED_TEST(Reentrancy, ANestedChangeIsPendingAsWellUntilItsListenersHaveBeenCalled) {
+    Listener other(this->journal, "other");
+    this->settings.addCallback("b", &other);
+    std::set<std::string> within;
+    std::set<std::string> after;
+    other.whenTold = [&](std::string const& /*name*/) { within = pending(this->settings); };
+    this->once(this->second, [&] {
+        this->settings._writeInteger(nullptr, "b", 7, SCOPE_USER);
+        after = pending(this->settings);
+    });
+    (void)this->change();
+    EXPECT_THAT(within, ElementsAre("a/x", "b"));
+    EXPECT_THAT(after, ElementsAre("a/x"));
+    EXPECT_THAT(pending(this->settings), IsEmpty());
+    this->settings.removeCallback(&other);
+}
+
+TYPED_TEST(Reentrancy, ANestedChangeOfTheSameNameLeavesItPendingForTheOuterOne) {
+    std::set<std::string> after;
+    this->once(this->first, [&] {
+        this->settings._writeInteger(nullptr, "a/x", 7, SCOPE_USER);
+        after = pending(this->settings);
+    });
+    (void)this->change();
+    EXPECT_THAT(after, ElementsAre("a/x"));
+    EXPECT_THAT(pending(this->settings), IsEmpty());
+}
+
+TYPED_TEST(Reentrancy, ANestedAnnouncementLeavesTheNamesOfTheOuterOnePending) {
+    std::set<std::string> after;
+    pending(this->settings) = {"b"};
+    this->once(this->first, [&] {
+        this->settings.notify(nullptr);
+        after = pending(this->settings);
+    });
+    (void)this->change();
+    EXPECT_THAT(after, ElementsAre("a/x", "b"));
+    EXPECT_THAT(pending(this->settings), IsEmpty());
+}
+
+TYPED_TEST(Reentrancy, ANestedChangeAnnouncesNothingElseOfTheOuterAnnouncement) {
+    Listener other(this->journal, "other");
+    Listener waiting(this->journal, "waiting");
+    this->settings.addCallback("b", &other);
+    this->settings.addCallback("c", &waiting);
+    pending(this->settings) = {"c"};
+    this->once(this->first, [this] { this->settings._writeInteger(nullptr, "b", 7, SCOPE_USER); });
+    EXPECT_THAT(this->change(), ElementsAre("first: a/x", "other: b", "second: a/x", "third: a/x",
+                                            "group: a/x", "waiting: c"));
+    EXPECT_THAT(pending(this->settings), IsEmpty());
+    this->settings.removeCallback(&other);
+    this->settings.removeCallback(&waiting);
+}
+
+TYPED_TEST(Reentrancy, AChangeOfANameWhoseTurnIsStillToComeIsAnnouncedTwice) {
+    Listener waiting(this->journal, "waiting");
+    this->settings.addCallback("c", &waiting);
+    pending(this->settings) = {"c"};
+    this->once(this->first, [this] { this->settings._writeInteger(nullptr, "c", 7, SCOPE_USER); });
+    EXPECT_THAT(this->change(), ElementsAre("first: a/x", "waiting: c", "second: a/x", "third: a/x",
+                                            "group: a/x", "waiting: c"));
+    EXPECT_THAT(pending(this->settings), IsEmpty());
+    this->settings.removeCallback(&waiting);
+}
+
+TYPED_TEST(Reentrancy, AThrowThatTheListenerCatchesLeavesTheNestedNamePending) {
+    Listener other(this->journal, "other");
+    this->settings.addCallback("b", &other);
+    other.whenTold = [](std::string const& /*name*/) { throw std::runtime_error("not now"); };
+    this->once(this->second, [this] {
+        (void)outcome([this] { this->settings._writeInteger(nullptr, "b", 7, SCOPE_USER); });
+    });
+    (void)this->change();
+    EXPECT_THAT(pending(this->settings), ElementsAre("b"));
+    other.whenTold = nullptr;
+    EXPECT_THAT(this->change(),
+                ElementsAre("first: a/x", "second: a/x", "third: a/x", "group: a/x", "other: b"));
+    EXPECT_THAT(pending(this->settings), IsEmpty());
+    this->settings.removeCallback(&other);
+}
+
+TYPED_TEST(Reentrancy, NamesInsertedDuringAnAnnouncementStayPendingForTheNext) {
+    this->once(this->first, [this] { pending(this->settings).insert({"a", "a/y", "z"}); });
+    EXPECT_THAT(this->change(), ElementsAre("first: a/x", "second: a/x", "third: a/x", "group: a/x"));
+    EXPECT_THAT(pending(this->settings), ElementsAre("a", "a/y", "z"));
+    this->journal.clear();
+    this->settings.notify(nullptr);
+    EXPECT_THAT(this->journal, ElementsAre("group: a", "group: a/y"));
+    EXPECT_THAT(pending(this->settings), IsEmpty());
+}
+
+TYPED_TEST(Reentrancy, AnnouncementsOfAnotherRegisterAreNotMistakenForOuterOnes) {
+    support::RegisterProbe another;
+    Listener other(this->journal, "other");
+    another.addCallback("a/x", &other);
+    this->once(this->first, [&another] {
+        another._changedProperties.insert("a/x");
+        another.notify(nullptr);
+    });
+    EXPECT_THAT(this->change(),
+                ElementsAre("first: a/x", "other: a/x", "second: a/x", "third: a/x", "group: a/x"));
+    EXPECT_THAT(another._changedProperties, IsEmpty());
+    EXPECT_THAT(pending(this->settings), IsEmpty());
+    another.removeCallback(&other);
+}
+
+TYPED_TEST(Reentrancy, TheSameNameMayBeAnnouncedAtManyDepths) {
+    int left = 5;
+    this->first.whenTold = [this, &left](std::string const& /*name*/) {
+        if (left-- > 0)
+            this->settings.markAsChanged(nullptr, "a/x");
+    };
+    (void)this->change();
+    EXPECT_EQ(6U, this->first.told.size());
+    EXPECT_EQ(6U, this->group.told.size());
+    EXPECT_THAT(pending(this->settings), IsEmpty());
 }
 
 TYPED_TEST(Reentrancy, AListenerMayReadAndMakeAndRemoveProperties) {

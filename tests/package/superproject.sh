@@ -4,13 +4,21 @@
 # usage: superproject.sh EXCEPTION-LIBRARY FILESYSTEM-LIBRARY
 #
 # A superproject that has the targets velmorand::exception and velmorand::filesystem adds this project's directory,
-# which then makes neither.
+# which then makes neither. Its file system has no direct access, though a header of that name from elsewhere is found;
+# and it decides itself which deprecated parts of QtCore it sees.
 set -eu
 here=$(dirname "$0")
 . "$here/temporary-directory.sh"
 
-"$CMAKE" -S "$here/superproject" -B "$work/build" -DCMAKE_CXX_FLAGS="$CXXFLAGS -DQT_MAJOR=$QT_MAJOR" \
-    -DVELMORAND_QT_MAJOR="$QT_MAJOR" -DREGISTER_DIR="$SOURCE_DIR" -DEXCEPTION_LIBRARY="$1" -DFILESYSTEM_LIBRARY="$2"
+cp -R "$SOURCE_DIR/platform/filesystem/include" "$work/include"
+rm "$work/include/filesystem/Direct.h"
+mkdir -p "$work/elsewhere/filesystem"
+echo '#error "the header of another file system"' > "$work/elsewhere/filesystem/Direct.h"
+
+"$CMAKE" -S "$here/superproject" -B "$work/build" \
+    -DCMAKE_CXX_FLAGS="$CXXFLAGS -DQT_MAJOR=$QT_MAJOR -DQT_DISABLE_DEPRECATED_BEFORE=0x050F00 -isystem $work/elsewhere" \
+    -DVELMORAND_QT_MAJOR="$QT_MAJOR" -DREGISTER_DIR="$SOURCE_DIR" -DFILESYSTEM_INCLUDES="$work/include" \
+    -DEXCEPTION_LIBRARY="$1" -DFILESYSTEM_LIBRARY="$2"
 "$CMAKE" --build "$work/build" --parallel 2
 
 mkdir "$work/settings"

@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// An application that writes one property and returns from main, for the tests of what an exit saves.
+// An application that writes one property and returns from main, for the tests of what an exit saves. Before
+// it returns it uses QtCore or static objects, or starts threads that never stop using the register.
 //
-//     register-exit-program (Nothing | QtCoreBefore | QtCoreAfter | Statics) DIRECTORY
+//     register-exit-program (Nothing | QtCoreBefore | QtCoreAfter | Statics | Writers | Readers) DIRECTORY
 
+#include <atomic>
 #include <exception>
 #include <iostream>
 #include <string>
+#include <thread>
 
 #include <QFile>
 #include <QLocale>
@@ -18,6 +21,7 @@
 #include <utils/properties/Register.h>
 
 using utils::properties::_Register;
+using utils::properties::SCOPE_USER;
 
 namespace {
 
@@ -44,6 +48,43 @@ void useQtCore(std::string const& directory) {
         file.write(keptText.toUtf8());
 }
 
+// A thread may enter an operation when the register has just been destroyed; it waits for the lock there and
+// touches nothing. UBSan's check of the object's type comes before that.
+#define ENTERS_AT_EXIT __attribute__((no_sanitize("vptr")))
+
+/** Makes, writes and removes properties of one thread's own, the contents of different lengths. */
+ENTERS_AT_EXIT void write(int thread, int round) {
+    std::string const group = "threads/" + std::to_string(thread);
+    _Register& settings = *_Register::getInstance();
+    settings._writeString(nullptr, group + "/text", std::string(static_cast<std::size_t>(round % 1000), 'x'),
+                          SCOPE_USER);
+    settings._writeInteger(nullptr, group + '/' + std::to_string(round % 10), round, SCOPE_USER);
+    settings.delProperty(group + '/' + std::to_string((round + 5) % 10), SCOPE_USER);
+}
+
+ENTERS_AT_EXIT void read(int /*thread*/, int round) {
+    _Register& settings = *_Register::getInstance();
+    int value = 0;
+    settings._readInteger("x", value);
+    static_cast<void>(settings.readPropertyType("x", nullptr));
+    static_cast<void>(settings.propertyExists(std::to_string(round)));
+}
+
+/** Starts three threads that go on for as long as the process, and waits until each has begun. */
+void startThreads(void (*use)(int thread, int round)) {
+    static std::atomic<int> begun{0};
+    for (int thread = 0; thread < 3; ++thread)
+        std::thread([=] {
+            for (int round = 0;; ++round) {
+                use(thread, round);
+                if (round == 100)
+                    ++begun;
+            }
+        }).detach();
+    while (begun != 3)
+        std::this_thread::yield();
+}
+
 void run(std::string const& mode, std::string const& directory) {
     if (mode == "QtCoreBefore")
         useQtCore(directory);
@@ -53,9 +94,13 @@ void run(std::string const& mode, std::string const& directory) {
         _Register::getInstance()->addCallback("x", &listener);
         _Register::getInstance()->addCallback("x", &laterListener);
     }
-    _Register::getInstance()->_writeInteger(nullptr, "x", 42, utils::properties::SCOPE_USER);
+    _Register::getInstance()->_writeInteger(nullptr, "x", 42, SCOPE_USER);
     if (mode == "QtCoreAfter")
         useQtCore(directory);
+    if (mode == "Writers")
+        startThreads(write);
+    if (mode == "Readers")
+        startThreads(read);
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <future>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -29,6 +30,9 @@ namespace {
 
 std::string const nonAscii = "Pr\xc3\xa4"
                              "ferenzen \xe6\x97\xa5\xf0\x9f\x8e\xa8";
+
+/** After so many seconds a process that hangs is killed. */
+constexpr unsigned limit = 60;
 
 /** The directory of the running test, for exit handlers, which take no argument. */
 std::filesystem::path exitDirectory;
@@ -175,6 +179,86 @@ TEST(Exit, SavesBeforeTheHandlersRegisteredEarlier) {
     EXPECT_FALSE(std::filesystem::exists(user / registerFileName));
 }
 
+TEST(Exit, KeepsTheLockFromOtherThreads) {
+    TemporaryDirectory const user;
+    EXPECT_EQ(0, inChild([&] {
+                  exitDirectory = user.path();
+                  ASSERT_EQ(0, std::atexit([] {
+                                if (!support::lockIsFree())
+                                    writeFile(exitDirectory / "locked", "");
+                            }));
+                  _Register::initialize("", user.string());
+              }));
+    EXPECT_TRUE(std::filesystem::exists(user / "locked"));
+}
+
+TEST(Exit, DoesNotWaitForeverForTheLock) {
+    TemporaryDirectory const user;
+    EXPECT_EQ(0, inChild([&] {
+                  ::alarm(limit);
+                  _Register::initialize("", user.string());
+                  write("x", 42);
+                  std::promise<void> locked;
+                  std::thread([&locked] {
+                      _Register::_mutex->lock();
+                      locked.set_value();
+                      ::pause();
+                  }).detach();
+                  locked.get_future().wait();
+              }));
+    EXPECT_EQ(42, savedInteger(user.string(), "x"));
+}
+
+TEST(Exit, FromAListenerSavesAsWell) {
+    class Exiting : public _Register::Callback {
+    public:
+        void propertyChanged(std::string const& /*name*/) override { std::exit(0); }
+        void* owner() override { return this; }
+    };
+    TemporaryDirectory const user;
+    EXPECT_EQ(0, inChild([&] {
+                  ::alarm(limit);
+                  _Register::initialize("", user.string());
+                  static Exiting listener;
+                  _Register::getInstance()->addCallback("x", &listener);
+                  write("x", 42);
+                  ADD_FAILURE() << "the listener was not called";
+              }));
+    EXPECT_EQ(42, savedInteger(user.string(), "x"));
+}
+
+TEST(ExitOfAForkedChild, SavesAsWell) {
+    TemporaryDirectory const user;
+    EXPECT_EQ(0, inChild(
+                     [&] {
+                         _Register::initialize("", user.string());
+                         EXPECT_EQ(0, inChild([] { write("x", 42); }));
+                     },
+                     support::Leave::atOnce));
+    EXPECT_EQ(42, savedInteger(user.string(), "x"));
+}
+
+TEST(ExitOfAForkedChild, DoesNotWaitForeverForALockThatWasHeldAtTheFork) {
+    TemporaryDirectory const user;
+    EXPECT_EQ(0, inChild([&] {
+                  _Register::initialize("", user.string());
+                  write("x", 42);
+                  std::promise<void> locked;
+                  std::promise<void> forked;
+                  std::thread holder([&] {
+                      boost::unique_lock<boost::recursive_mutex> const held(*_Register::_mutex);
+                      locked.set_value();
+                      forked.get_future().wait();
+                  });
+                  locked.get_future().wait();
+                  std::filesystem::remove(user / registerFileName);
+                  EXPECT_EQ(0, inChild([] { ::alarm(limit); }));
+                  forked.set_value();
+                  holder.join();
+                  EXPECT_EQ(42, savedInteger(user.string(), "x"));
+              }));
+}
+
 TEST(Exit, LeavesTheLockInUse) {
     TemporaryDirectory const user;
     EXPECT_EQ(0, inChild([&] {
@@ -231,6 +315,7 @@ namespace {
 /** Runs the program that writes 42 under "x" in `directory` and returns from `main`. */
 int runProgram(std::string const& mode, std::string const& directory, char const* locale) {
     return inChild([&] {
+        ::alarm(limit);
         ::setenv("LC_ALL", locale, 1);
         ::execl(REGISTER_EXIT_PROGRAM, REGISTER_EXIT_PROGRAM, mode.c_str(), directory.c_str(), nullptr);
         ::_exit(support::crashed);
@@ -258,3 +343,24 @@ TEST_P(ExitOfAProgram, SavesInAUtf8Locale) {
 INSTANTIATE_TEST_SUITE_P(Using, ExitOfAProgram,
                          ::testing::Values("Nothing", "QtCoreBefore", "QtCoreAfter", "Statics"),
                          [](auto const& test) { return test.param; });
+
+namespace {
+
+/** Runs the program several times, its threads in mid-use at each exit; each start loads the last save. */
+void expectCleanExits(std::string const& mode) {
+    TemporaryDirectory const directory;
+    for (int round = 0; round < 20; ++round) {
+        ASSERT_EQ(0, runProgram(mode, directory.string(), "C")) << round;
+        ASSERT_EQ(42, savedInteger(directory.string(), "x")) << round;
+    }
+}
+
+} // namespace
+
+TEST(ExitWithThreads, ThatWriteSavesAWholeFile) {
+    expectCleanExits("Writers");
+}
+
+TEST(ExitWithThreads, ThatReadSavesAWholeFile) {
+    expectCleanExits("Readers");
+}

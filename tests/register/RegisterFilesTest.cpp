@@ -1,9 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <csignal>
 #include <filesystem>
+#include <iterator>
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
+#include "notification/Listener.h"
 #include "register/FileWatch.h"
 #include "register/RegisterFile.h"
 #include "register/Scopes.h"
@@ -11,6 +16,8 @@
 #include "support/RegisterProbe.h"
 #include "support/TemporaryDirectory.h"
 
+using filesystem::FileHandle;
+using notification::Listener;
 using support::failure;
 using support::lockIsFree;
 using support::RegisterProbe;
@@ -136,6 +143,50 @@ TEST(Load, AcceptsADirectoryWithATrailingSlash) {
     EXPECT_EQ(3, savedInteger(user.string() + "/", "x"));
 }
 
+TEST(SecondLoad, ReplacesTheScopesWhoseFilesAreThere) {
+    TemporaryDirectory const global;
+    TemporaryDirectory const user;
+    useBoth(global, user);
+    RegisterProbe settings;
+    settings._writeInteger(nullptr, "unsaved", 1, SCOPE_GLOBAL);
+    settings._writeInteger(nullptr, "unsaved", 2, SCOPE_USER);
+    settings._writeInteger(nullptr, "temporary", 3, SCOPE_TEMPORARY);
+    saveInteger(global.string(), "of the system", 4);
+    saveInteger(user.string(), "of the user", 5);
+    useBoth(global, user);
+    settings.load();
+    EXPECT_EQ((Names{"/global/of the system", "/user/of the user", "/temp/temporary"}), everything(settings));
+}
+
+TEST(SecondLoad, LeavesAScopeWhoseFileIsMissingAsItIs) {
+    TemporaryDirectory const global;
+    TemporaryDirectory const user;
+    saveInteger(global.string(), "x", 1);
+    saveInteger(user.string(), "x", 2);
+    useBoth(global, user);
+    RegisterProbe settings;
+    settings._writeInteger(nullptr, "unsaved", 3, SCOPE_GLOBAL);
+    settings._writeInteger(nullptr, "unsaved", 4, SCOPE_USER);
+    std::filesystem::remove(global / registerFileName);
+    std::filesystem::remove(user / registerFileName);
+    settings.load();
+    EXPECT_EQ((Names{"/global/unsaved", "/global/x", "/user/unsaved", "/user/x"}), everything(settings));
+}
+
+TEST(SecondLoad, NotifiesNoListener) {
+    TemporaryDirectory const user;
+    saveInteger(user.string(), "x", 1);
+    RegisterProbe settings;
+    Listener listener;
+    settings.addCallback("x", &listener);
+    RegisterProbe::_UserRegisterPath = user.string();
+    settings.load();
+    RegisterProbe::_UserRegisterPath.clear();
+    EXPECT_EQ(1, integer(settings, "x"));
+    EXPECT_TRUE(listener.told.empty());
+    EXPECT_TRUE(settings._changedProperties.empty());
+}
+
 TEST(Save, CreatesTheFirstFile) {
     TemporaryDirectory const user;
     RegisterProbe::_UserRegisterPath = user.string();
@@ -227,18 +278,78 @@ TEST(Save, WritesAnEmptyTreeForADeletedScope) {
     EXPECT_EQ(Names{}, names(loadedFrom(user.string())->propertyList("", SCOPE_USER)));
 }
 
-TEST(Save, KeepsTheFileWhenAFileStandsInTheScopesPlace) {
+TEST(Save, WritesAnEmptyTreeForAFileInTheScopesPlace) {
     TemporaryDirectory const user;
+    TemporaryDirectory const empty;
+    saveRegisterFile(empty.string(), [](RegisterProbe&) {});
+    saveInteger(user.string(), "x", 1);
+    saveRegisterFile(user.string(), [](RegisterProbe& settings) {
+        settings.delProperty("", SCOPE_USER);
+        settings.store("/user", "text");
+    });
+    EXPECT_EQ(fileBytes(empty / registerFileName), fileBytes(user / registerFileName));
+}
+
+namespace {
+
+/** A register that writes `bytes` in place of the user scope, and says that they were not all written. */
+struct Unsuccessful : RegisterProbe {
+    explicit Unsuccessful(std::string content) : bytes(std::move(content)) {}
+
+    using RegisterProbe::serialize;
+    bool serialize(QString const& /*path*/, FileHandle& handle) const override {
+        handle.fileSystem().write(&handle, bytes.data(), static_cast<long>(bytes.size()));
+        return false;
+    }
+
+    std::string bytes;
+};
+
+/** While one lives, no file of this process grows beyond some bytes; a write past that fails. */
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(::rlim_t bytes) : _handler(std::signal(SIGXFSZ, SIG_IGN)) {
+        ::getrlimit(RLIMIT_FSIZE, &_before);
+        ::rlimit const limit = {bytes, _before.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    FileSizeLimit(FileSizeLimit const&) = delete;
+    FileSizeLimit& operator=(FileSizeLimit const&) = delete;
+    ~FileSizeLimit() {
+        ::setrlimit(RLIMIT_FSIZE, &_before);
+        static_cast<void>(std::signal(SIGXFSZ, _handler));
+    }
+
+private:
+    void (*_handler)(int);
+    ::rlimit _before = {};
+};
+
+} // namespace
+
+TEST(Save, ClosesTheFileWhateverSerialisingAnswers) {
+    TemporaryDirectory const user;
+    saveInteger(user.string(), "x", 1);
+    Unsuccessful const settings("all there is");
     RegisterProbe::_UserRegisterPath = user.string();
-    RegisterProbe settings;
-    settings._writeInteger(nullptr, "x", 1, SCOPE_USER);
     settings.save();
+    RegisterProbe::_UserRegisterPath.clear();
+    EXPECT_EQ("all there is", fileBytes(user / registerFileName));
+}
+
+TEST(Save, KeepsTheFileWhenAWriteFailed) {
+    TemporaryDirectory const user;
+    saveInteger(user.string(), "x", 1);
     std::string const before = fileBytes(user / registerFileName);
-    settings.delProperty("", SCOPE_USER);
-    filesystem::FileHandle* handle = nullptr;
-    ASSERT_TRUE(settings.open("/user", &handle, filesystem::FileSystem::MODE_WRITE));
-    settings.save();
+    Unsuccessful const settings(std::string(1'000'000, 'x')); // past all buffers
+    RegisterProbe::_UserRegisterPath = user.string();
+    {
+        FileSizeLimit const limit(1'000);
+        settings.save();
+    }
+    RegisterProbe::_UserRegisterPath.clear();
     EXPECT_EQ(before, fileBytes(user / registerFileName));
+    EXPECT_EQ(1, std::distance(std::filesystem::directory_iterator(user.path()), {}));
 }
 
 TEST(Save, IsSilentWithoutADirectory) {

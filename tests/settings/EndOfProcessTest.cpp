@@ -150,6 +150,29 @@ TEST_F(AfterTheRegister, IsNoticedByAProcessThatUsedOnlyTheRegister) {
               }));
 }
 
+TEST_F(AfterTheRegister, AThreadThatUsesTheSettingsCanBeJoined) {
+    EXPECT_EQ(held, inChild([this] {
+                  static std::atomic<bool> isStopping{false};
+                  static std::atomic<bool> isStarted{false};
+                  static std::thread worker;
+                  static AtEnd end;
+                  initialize("", directory.string());
+                  worker = std::thread([] {
+                      while (!isStopping) {
+                          static_cast<void>(failure([] { write("a/b", read<int>("a/b", 0) + 1); }));
+                          isStarted = true;
+                      }
+                  });
+                  while (!isStarted)
+                      std::this_thread::yield();
+                  end.check = [] {
+                      isStopping = true;
+                      worker.join();
+                      return true;
+                  };
+              }));
+}
+
 namespace {
 
 /** Runs a check in a child that is forked while another thread holds the lock. */

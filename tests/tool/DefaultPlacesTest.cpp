@@ -2,6 +2,8 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include <sys/stat.h>
+
 #include "Tool.h"
 
 using namespace tool;
@@ -25,22 +27,43 @@ TEST_F(DefaultPlaces, AreInTheHomeDirectoryWithoutIt) {
 
 TEST_F(DefaultPlaces, AreNotMadeByReading) {
     EXPECT_EQ(0, runBare({"list"}).status);
-    EXPECT_THAT(runBare({"get", "x"}), Complains(1, "x is not there"));
+    EXPECT_THAT(runBare({"get", "x"}), Complains(1, "no such property: x"));
     EXPECT_FALSE(std::filesystem::exists(at(".config")));
 }
 
 TEST_F(DefaultPlaces, AreNotMadeByWhatFails) {
-    EXPECT_THAT(runBare({"delete", "x"}), Complains(1, "x is not there"));
-    EXPECT_THAT(runBare({"import", "-"}, "[]"), Complains(2, "an object of entries is expected"));
+    EXPECT_THAT(runBare({"delete", "x"}), Complains(1, "no such property or group: x"));
+    EXPECT_THAT(runBare({"import", "-"}, "[]"), Complains(2, "expected an object of entries"));
     EXPECT_FALSE(std::filesystem::exists(at(".config")));
 }
 
 TEST_F(DefaultPlaces, AreNeededWithoutAUserDirectory) {
     ::unsetenv("HOME");
-    EXPECT_THAT(runBare({"list"}), Complains(2, "--user DIR is needed"));
+    EXPECT_THAT(runBare({"list"}),
+                Complains(2, "no user directory: neither XDG_CONFIG_HOME nor HOME is set"));
 }
 
 TEST_F(DefaultPlaces, ThatCannotBeMadeAreNamed) {
     putBytes(at(".config"), "in the way");
-    EXPECT_THAT(runBare({"set", "integer", "x", "1"}), Complains(3, at(".config/velmorand")));
+    EXPECT_THAT(runBare({"set", "integer", "x", "1"}),
+                Complains(3, "cannot create the directory " + at(".config") + ": Not a directory"));
+}
+
+TEST_F(DefaultPlaces, AreMadeForTheUserAlone) {
+    ::umask(022);
+    EXPECT_EQ(0, runBare({"import", "-"}, "{}").status);
+    for (char const* const made : {".config", ".config/velmorand"}) {
+        struct stat status = {};
+        ASSERT_EQ(0, ::stat(at(made).c_str(), &status));
+        EXPECT_EQ(0700U, status.st_mode & 07777U) << made;
+    }
+}
+
+TEST_F(DefaultPlaces, LeaveTheDirectoriesThatAreThere) {
+    std::filesystem::create_directory(at(".config"));
+    ASSERT_EQ(0, ::chmod(at(".config").c_str(), 0755));
+    EXPECT_EQ(0, runBare({"set", "integer", "x", "1"}).status);
+    struct stat status = {};
+    ASSERT_EQ(0, ::stat(at(".config").c_str(), &status));
+    EXPECT_EQ(0755U, status.st_mode & 07777U);
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 
 #include <sys/resource.h>
@@ -67,9 +68,9 @@ TEST_F(Failures, OfADamagedFileLeaveIt) {
     }
 }
 
-TEST_F(Failures, OfAFileWithMoreBehindItAreFoundByCheck) {
+TEST_F(Failures, OfAFileWithMoreAfterItAreFoundByCheck) {
     putBytes(userFile, saved + "xyz");
-    EXPECT_THAT(run({"check"}), Complains(3, userFile + ": 3 bytes behind the end of the settings"));
+    EXPECT_THAT(run({"check"}), Complains(3, userFile + ": unexpected data after the settings: 3 bytes"));
     EXPECT_EQ("old\n", answer({"get", "x"}));
 }
 
@@ -79,14 +80,15 @@ TEST_F(Failures, OfADamagedGlobalFileConcernWhoReadsIt) {
     EXPECT_EQ("old\n", answer({"get", "x"}));
 }
 
-TEST_F(Failures, OfTwoFilesAreBothTold) {
+TEST_F(Failures, OfTwoFilesAreBothReported) {
     putBytes(globalFile, "garbage");
     std::filesystem::remove(userFile);
     Outcome const outcome = run({"--global", global, "check"});
     EXPECT_EQ(3, outcome.status);
-    EXPECT_EQ("velmorand-register: " + userFile + " is not there\n" + "velmorand-register: " + globalFile +
-                  ": it is not a register file\n",
-              outcome.err);
+    EXPECT_THAT(outcome.err,
+                testing::StartsWith("velmorand-register: " + userFile +
+                                    ": No such file or directory\nvelmorand-register: " + globalFile + ": "));
+    EXPECT_THAT(outcome.err, testing::EndsWith("not a register file\n"));
 }
 
 TEST_F(Failures, OfADirectoryInPlaceOfTheFile) {
@@ -131,6 +133,22 @@ TEST_F(Failures, ToPrintAreNotSilent) {
         int status = 0;
         ::waitpid(start(all), &status, 0);
         EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 3) << arguments.front();
-        EXPECT_EQ("velmorand-register: standard output cannot be written\n", bytesOf(errPath()));
+        EXPECT_EQ("velmorand-register: cannot write to standard output\n", bytesOf(errPath()));
     }
+}
+
+TEST_F(Failures, WithoutStandardDescriptorsAreNotSilent) {
+    auto const runWithout = [this](std::string const& closed, std::string const& arguments) {
+        std::string const command =
+            VELMORAND_TOOL " --user '" + user + "' " + arguments + " 2>'" + errPath() + "' " + closed;
+        int const status = std::system(command.c_str());
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    };
+    EXPECT_EQ(3, runWithout("1>&-", "get x"));
+    EXPECT_EQ("velmorand-register: cannot write to standard output\n", bytesOf(errPath()));
+    EXPECT_EQ(2, runWithout("0<&-", "import -"));
+    EXPECT_EQ("velmorand-register: standard input: Bad file descriptor\n", bytesOf(errPath()));
+    EXPECT_EQ(0, runWithout("0<&- 1>&- 2>&-", "set integer y 1"));
+    EXPECT_EQ(1, runWithout("0<&- 1>&- 2>&-", "get z"));
+    EXPECT_EQ("1\n", answer({"get", "y"}));
 }

@@ -24,72 +24,74 @@ std::string entryOf(std::string const& members) {
            members + "}}";
 }
 
-std::string const format = R"(an object of entries is expected: {"NAME": {"type": KIND, "value": VALUE}})";
+std::string const format = R"(expected an object of entries: {"NAME": {"type": KIND, "value": VALUE}})";
 std::string const bad = "standard input: line 2, bad: ";
 
 std::vector<Case> everyCase() {
     return {
         {"Nothing", "", "standard input: parse error at line 1, column 1"},
-        {"NoJson", "{\"a\": ", "standard input: parse error at line 1, column 7"},
-        {"MoreBehindIt", "{} x", "standard input: parse error at line 1, column 4"},
-        {"NoUtf8", "{\"\xFF\": {}}", "standard input: parse error"},
-        {"ANulByte", std::string("{}\0{}", 5), "standard input: a NUL byte at byte 3"},
+        {"HalfOfJson", "{\"a\": ", "standard input: parse error at line 1, column 7"},
+        {"MoreAfterIt", "{} x", "standard input: parse error at line 1, column 4"},
+        {"NotUtf8", "{\"\xFF\": {}}", "standard input: parse error"},
+        {"ANulByte", std::string("{}\0{}", 5), "standard input: unexpected NUL at byte 3"},
         {"AList", "[]", "line 1: " + format},
         {"ANumber", "1", "line 1: " + format},
         {"NoEntry", R"({"bad": 1})", "line 1, bad: " + format},
         {"AListAsEntry", R"({"bad": []})", "line 1, bad: " + format},
         {"AnObjectAsValue", entryOf(R"("type": "string", "value": {})"), bad + format},
         {"AListInAList", entryOf(R"("type": "strings", "value": [[]])"), bad + format},
-        {"NoType", entryOf(R"("value": 1)"), bad + "its type is missing"},
-        {"ATypeThatIsNoText", entryOf(R"("type": 1, "value": 1)"), bad + "its type is missing"},
+        {"NoType", entryOf(R"("value": 1)"), bad + "\"type\" is missing"},
+        {"ATypeThatIsNotText", entryOf(R"("type": 1, "value": 1)"), bad + "\"type\" is missing"},
         {"NoSuchType", entryOf(R"("type": "int", "value": 1)"), bad + "no such type: int"},
-        {"NoValue", entryOf(R"("type": "integer")"), bad + "its value is missing"},
+        {"NoValue", entryOf(R"("type": "integer")"), bad + "\"value\" is missing"},
         {"OneMemberMore", entryOf(R"("type": "integer", "value": 1, "scope": 1)"),
-         bad + "this is no entry of type integer"},
+         bad + "unexpected members in an entry of type integer"},
         {"TwoValues", entryOf(R"("type": "string", "value": "", "base64": "")"),
-         bad + "this is no entry of type string"},
+         bad + "unexpected members in an entry of type string"},
         {"AGroupWithAValue", entryOf(R"("type": "group", "value": 1)"),
-         bad + "this is no entry of type group"},
+         bad + "unexpected members in an entry of type group"},
         {"TheSameMemberTwice", entryOf(R"("type": "integer", "value": 1, "value": 2)"),
-         bad + R"("value" is there twice)"},
+         bad + R"(duplicate member "value")"},
         {"TheSameNameTwice",
          R"({"bad": {"type": "integer", "value": 1}, "bad": {"type": "integer", "value": 2}})",
-         "line 1, bad: it is there twice"},
-        {"ANumberAsString", entryOf(R"("type": "string", "value": 1)"), bad + "1 is no string"},
-        {"AStringAsNumber", entryOf(R"("type": "number", "value": "1")"), bad + "\"1\" is no number"},
-        {"AFractionAsInteger", entryOf(R"("type": "integer", "value": 1.5)"), bad + "1.5 is no integer"},
+         "line 1, bad: duplicate name"},
+        {"ANumberAsString", entryOf(R"("type": "string", "value": 1)"), bad + "1 is not a string"},
+        {"AStringAsNumber", entryOf(R"("type": "number", "value": "1")"), bad + "\"1\" is not a number"},
+        {"AFractionAsInteger", entryOf(R"("type": "integer", "value": 1.5)"),
+         bad + "1.5 is not a 32-bit integer"},
         {"ALargeInteger", entryOf(R"("type": "integer", "value": 2147483648)"),
-         bad + "2147483648 is no integer of 32 bits"},
+         bad + "2147483648 is not a 32-bit integer"},
         {"ASmallInteger", entryOf(R"("type": "integer", "value": -2147483649)"),
-         bad + "-2147483649 is no integer of 32 bits"},
+         bad + "-2147483649 is not a 32-bit integer"},
         {"AHugeNumber", entryOf(R"("type": "number", "value": 1e999)"),
          bad + "number overflow parsing '1e999'"},
-        {"AnIntegerAsBoolean", entryOf(R"("type": "boolean", "value": 1)"), bad + "1 is no boolean"},
-        {"ANull", entryOf(R"("type": "string", "value": null)"), bad + "null is no string"},
-        {"AValueAsList", entryOf(R"("type": "strings", "value": "a")"), bad + "\"a\" is no list"},
-        {"AListAsValue", entryOf(R"("type": "string", "value": ["a"])"), bad + "[\"a\"] is no string"},
-        {"OneBadElement", entryOf(R"("type": "integers", "value": [1, true])"), bad + "true is no integer"},
-        {"NoBase64", entryOf(R"("type": "string", "base64": "?")"), bad + "this is no base64: ?"},
-        {"HalfOfBase64", entryOf(R"("type": "string", "base64": "QUJDR")"), bad + "this is no base64: QUJDR"},
+        {"AnIntegerAsBoolean", entryOf(R"("type": "boolean", "value": 1)"), bad + "1 is not a boolean"},
+        {"ANull", entryOf(R"("type": "string", "value": null)"), bad + "null is not a string"},
+        {"AValueAsList", entryOf(R"("type": "strings", "value": "a")"), bad + "\"a\" is not a list"},
+        {"AListAsValue", entryOf(R"("type": "string", "value": ["a"])"), bad + "[\"a\"] is not a string"},
+        {"OneBadElement", entryOf(R"("type": "integers", "value": [1, true])"),
+         bad + "true is not a 32-bit integer"},
+        {"NotBase64", entryOf(R"("type": "string", "base64": "?")"), bad + "\"?\" is not base64"},
+        {"HalfOfBase64", entryOf(R"("type": "string", "base64": "QUJDR")"), bad + "\"QUJDR\" is not base64"},
         {"ABase64Integer", entryOf(R"("type": "integer", "base64": "")"),
-         bad + "integer is given as \"value\""},
-        {"BytesWithoutThem", entryOf(R"("type": "bytes", "value": "")"), bad + "its base64 is missing"},
+         bad + R"(an entry of type integer has a "value", not "base64")"},
+        {"BytesWithoutThem", entryOf(R"("type": "bytes", "value": "")"), bad + "\"base64\" is missing"},
         {"AnotherRecord", entryOf(R"("type": "integer", "value": 1, "record": "SQIAAAA=")"),
-         bad + "its value and its record differ"},
+         bad + R"("value" and "record" differ)"},
         {"ARecordOfAnotherKind", entryOf(R"("type": "boolean", "value": true, "record": "SQEAAAA=")"),
-         bad + "its value and its record differ"},
-        {"TheEmptyName", R"({"": {"type": "integer", "value": 1}})", "line 1, \"\": a name is levels"},
-        {"AnEmptyLevel", R"({"a//b": {"type": "integer", "value": 1}})", "line 1, a//b: a name is levels"},
-        {"ASlashAtTheEnd", R"({"a/": {"type": "integer", "value": 1}})", "line 1, a/: a name is levels"},
-        {"Dots", R"({"a/..": {"type": "integer", "value": 1}})", R"(a name has no "." and ".." levels)"},
+         bad + R"("value" and "record" differ)"},
+        {"TheEmptyName", R"({"": {"type": "integer", "value": 1}})", "line 1, \"\": not a name"},
+        {"AnEmptyLevel", R"({"a//b": {"type": "integer", "value": 1}})", "line 1, a//b: not a name"},
+        {"ASlashAtTheEnd", R"({"a/": {"type": "integer", "value": 1}})", "line 1, a/: not a name"},
+        {"Dots", R"({"a/..": {"type": "integer", "value": 1}})", R"(a level cannot be "." or "..")"},
         {"AGroupAsProperty", R"({"group": {"type": "integer", "value": 1}})",
-         "line 1, group: group is a group"},
-        {"APropertyAsGroup", R"({"group/x": {"type": "group"}})", "group/x cannot be a group"},
+         "line 1, group: cannot set \"group\": it is a group"},
+        {"APropertyAsGroup", R"({"group/x": {"type": "group"}})", "cannot create the group \"group/x\""},
         {"APropertyInAProperty", R"({"group/x/y": {"type": "integer", "value": 1}})",
-         "group/x cannot be a group"},
+         "cannot create the group \"group/x\""},
         {"APropertyThatIsAGroupToo",
          R"({"a": {"type": "integer", "value": 1}, "a/b": {"type": "integer", "value": 1}})",
-         "line 1, a/b: a cannot be a group"},
+         "line 1, a/b: cannot create the group \"a\""},
     };
 }
 
@@ -116,7 +118,7 @@ TEST_F(Import, ReadsAFile) {
 TEST_F(Import, NamesTheFileThatIsWrong) {
     putBytes(at("settings.json"), "\n{\"x\":\n{}}");
     EXPECT_THAT(run({"import", at("settings.json")}),
-                Complains(2, at("settings.json") + ": line 2, x: its type is missing"));
+                Complains(2, at("settings.json") + ": line 2, x: \"type\" is missing"));
 }
 
 TEST_F(Import, KeepsWhatItDoesNotName) {
@@ -125,7 +127,7 @@ TEST_F(Import, KeepsWhatItDoesNotName) {
     EXPECT_EQ("1\n", answer({"get", "kept"}));
 }
 
-TEST_F(Import, RemovesWhatItDoesNotNameWhenToldSo) {
+TEST_F(Import, RemovesWhatItDoesNotNameWhenReplacing) {
     answer({"set", "integer", "x", "1"});
     answer({"import", "--replace", "-"}, R"({"x/y": {"type": "integer", "value": 2}})");
     EXPECT_EQ("integer   user   x/y\n", answer({"list", "-r"}));
@@ -144,7 +146,7 @@ TEST_F(Import, RepeatsNoLongText) {
     Outcome const outcome =
         run({"import", "-"}, entryOf(R"("type": "integer", "value": ")" + std::string(1'000'000, 'l') + '"'));
     EXPECT_THAT(outcome, Complains(2, "lll ... lll"));
-    EXPECT_THAT(outcome, Complains(2, "\" is no integer of 32 bits\n"));
+    EXPECT_THAT(outcome, Complains(2, "\" is not a 32-bit integer\n"));
     EXPECT_GT(1000U, outcome.err.size());
 }
 
@@ -153,7 +155,7 @@ TEST_F(Import, TakesEitherFormOfNegativeZero) {
     EXPECT_EQ("-0\n-0\n0\n", answer({"get", "x"}));
 }
 
-TEST_F(Import, GoesIntoTheGlobalFileWhenToldSo) {
+TEST_F(Import, GoesIntoTheGlobalFileOnRequest) {
     answer({"--global", global, "--scope", "global", "import", "-"}, R"({"x": {"type": "group"}})");
     EXPECT_EQ("no file", bytesOf(userFile));
     EXPECT_EQ("group     global x\n", answer({"--global", global, "list"}));

@@ -17,49 +17,39 @@ void PrintTo(Case const& test, std::ostream* out) {
     *out << test.name;
 }
 
+class WrongCall : public Tool, public testing::WithParamInterface<Case> {};
 class Misuse : public Tool, public testing::WithParamInterface<Case> {};
 
-std::vector<Case> everyCase() {
+std::vector<Case> wrongCalls() {
     std::string const kinds =
-        "(there are string, number, integer, boolean, strings, numbers, integers, booleans)";
+        "(kinds: string, number, integer, boolean, strings, numbers, integers, booleans)";
     return {
-        {"NoCommand", {}, "a command is missing"},
+        {"NoCommand", {}, "no command given (commands: list, get, "},
         {"NoSuchCommand",
          {"frob"},
-         "no such command: frob (there are list, get, set, delete, export, import, diff, check, watch)"},
+         "no such command: frob (commands: list, get, set, delete, export, import, diff, check, watch)"},
         {"NoSuchOption", {"list", "--frob"}, "no such option: --frob"},
         {"OptionWithoutDirectory", {"list", "--global"}, "--global"},
         {"NoSuchScope",
          {"--scope", "local", "list"},
-         "no such scope: local (there are user, global, temporary)"},
+         "no such scope: local (scopes: user, global, temporary)"},
+        {"WaitForNoTime", {"--wait", "a while", "list"}, "--wait: not a whole number of seconds: a while"},
+        {"WaitForLessThanNoTime", {"--wait=-1", "list"}, "--wait: not a whole number of seconds: -1"},
+        {"WaitForTooLong", {"--wait", "9999999999", "list"}, "--wait: not a whole number of seconds"},
         {"GlobalScopeWithoutDirectory", {"--scope", "global", "list"}, "--scope global needs --global DIR"},
-        {"NoSuchDirectory", {"--global", "/nowhere", "list"}, "/nowhere: No such file or directory"},
-        {"EmptyDirectory", {"--global", "", "list"}, "\"\": No such file or directory"},
-        {"PathOfNoText", {"check", "a\xFF"}, "a path is UTF-8 text"},
-        {"FileAsDirectory", {"--global", "/dev/null", "list"}, "/dev/null: Not a directory"},
         {"GetWithoutName", {"get"}, "NAME is required"},
-        {"GetOfTwoNames", {"get", "a", "b", "c"}, "one argument too many: b"},
+        {"GetOfTwoNames", {"get", "a", "b", "c"}, "too many arguments: b"},
         {"GetOfTheEmptyName", {"get", ""}, "the name is empty"},
         {"GetOfSlashes", {"get", "//"}, "the name is empty"},
-        {"GetOfDots", {"get", "a/../b"}, R"(a name has no "." and ".." levels: a/../b)"},
-        {"GetOfNoText", {"get", "\xFF"}, "a name is UTF-8 text"},
-        {"ListOfTwoGroups", {"list", "a", "b"}, "b"},
-        {"ListOfDots", {"list", "."}, "levels"},
+        {"ListOfTwoGroups", {"list", "a", "b"}, "too many arguments: b"},
         {"SetWithoutKind", {"set"}, "KIND is required"},
         {"SetWithoutName", {"set", "integer"}, "NAME is required"},
-        {"SetWithoutValue", {"set", "integer", "x"}, "a value is missing"},
-        {"SetOfTwoValues", {"set", "integer", "x", "1", "2"}, "more than one value"},
+        {"SetWithoutValue", {"set", "integer", "x"}, "VALUE is missing"},
+        {"SetOfTwoValues",
+         {"set", "integer", "x", "1", "2"},
+         "too many values: only a list takes more than one"},
         {"SetOfNoSuchKind", {"set", "int", "x", "1"}, "no such kind: int " + kinds},
-        {"SetOfNoInteger", {"set", "integer", "x", "1.5"}, "\"1.5\" is no integer"},
-        {"SetOfNothing", {"set", "integer", "x", ""}, "\"\" is no integer"},
-        {"SetOfALargeInteger", {"set", "integer", "x", "2147483648"}, "out of the range of integers"},
-        {"SetOfNoNumber", {"set", "number", "x", "1,5"}, "\"1,5\" is no number"},
-        {"SetOfALargeNumber", {"set", "number", "x", "1e999"}, "out of the range of numbers"},
-        {"SetOfNoBoolean", {"set", "boolean", "x", "yes"}, "\"yes\" is no boolean: true or false"},
-        {"SetOfABadElement", {"set", "integers", "x", "1", "two"}, "\"two\" is no integer"},
         {"SetOfTheEmptyName", {"set", "integer", "", "1"}, "the name is empty"},
-        {"SetOfAGroup", {"set", "integer", "group", "1"}, "group is a group"},
-        {"SetInAProperty", {"set", "integer", "group/x/y", "1"}, "group/x cannot be a group"},
         {"SetOfAnOption", {"set", "string", "x", "--frob"}, "(put -- before a value that begins with \"-\")"},
         {"SetInTheTemporaryScope", {"--scope", "temporary", "set", "integer", "x", "1"}, "--scope temporary"},
         {"DeleteInTheTemporaryScope", {"--scope", "temporary", "delete", "x"}, "--scope temporary"},
@@ -70,16 +60,49 @@ std::vector<Case> everyCase() {
         {"DeleteWithoutName", {"delete"}, "NAME is required"},
         {"DeleteOfTheEmptyName", {"delete", ""}, "the name is empty"},
         {"ImportWithoutFile", {"import"}, "FILE is required"},
+        {"DiffOfOneFile", {"diff", "a"}, "OTHER is required"},
+        {"DiffOfThreeFiles", {"diff", "a", "b", "c"}, "too many arguments: c"},
+        {"CheckOfTwoFiles", {"check", "a", "b"}, "too many arguments: b"},
+        {"WatchOfAFile", {"watch", "a"}, "too many arguments: a"},
+    };
+}
+
+std::vector<Case> misuses() {
+    return {
+        {"NoSuchDirectory", {"--global", "/nowhere", "list"}, "/nowhere: No such file or directory"},
+        {"EmptyDirectory", {"--global", "", "list"}, "\"\": No such file or directory"},
+        {"PathThatIsNotText", {"check", "a\xFF"}, "paths are UTF-8 text"},
+        {"FileAsDirectory", {"--global", "/dev/null", "list"}, "/dev/null: Not a directory"},
+        {"GetOfDots", {"get", "a/../b"}, R"(not a name: "a/../b": a level cannot be "." or "..")"},
+        {"GetOfWhatIsNotText", {"get", "\xFF"}, "names are UTF-8 text"},
+        {"ListOfDots", {"list", "."}, R"(not a name: ".")"},
+        {"SetOfAFraction", {"set", "integer", "x", "1.5"}, "\"1.5\" is not an integer"},
+        {"SetOfNothing", {"set", "integer", "x", ""}, "\"\" is not an integer"},
+        {"SetOfALargeInteger",
+         {"set", "integer", "x", "2147483648"},
+         "2147483648 is out of range for an integer (-2147483648 to 2147483647)"},
+        {"SetOfAComma", {"set", "number", "x", "1,5"}, "\"1,5\" is not a number"},
+        {"SetOfALargeNumber", {"set", "number", "x", "1e999"}, "1e999 is out of range for a number"},
+        {"SetOfYes", {"set", "boolean", "x", "yes"}, "\"yes\" is not a boolean (use true or false)"},
+        {"SetOfABadElement", {"set", "integers", "x", "1", "two"}, "\"two\" is not an integer"},
+        {"SetOfAGroup", {"set", "integer", "group", "1"}, "cannot set \"group\": it is a group"},
+        {"SetInAProperty", {"set", "integer", "group/x/y", "1"}, "cannot create the group \"group/x\""},
         {"ImportOfNoSuchFile", {"import", "/nowhere"}, "/nowhere: No such file or directory"},
         {"ImportOfADirectory", {"import", "/"}, "/: Is a directory"},
-        {"DiffOfOneFile", {"diff", "a"}, "OTHER is required"},
-        {"DiffOfThreeFiles", {"diff", "a", "b", "c"}, "c"},
-        {"CheckOfTwoFiles", {"check", "a", "b"}, "b"},
-        {"WatchOfAFile", {"watch", "a"}, "a"},
     };
 }
 
 } // namespace
+
+TEST_P(WrongCall, ShowsHowToCallItAndChangesNothing) {
+    answer({"set", "integer", "group/x", "1"});
+    std::string const before = bytesOf(userFile);
+    EXPECT_THAT(run(GetParam().arguments), ShowsUsage(GetParam().complaint));
+    EXPECT_EQ(before, bytesOf(userFile));
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, WrongCall, testing::ValuesIn(wrongCalls()),
+                         [](auto const& test) { return test.param.name; });
 
 TEST_P(Misuse, IsOneLineAndStatus2AndChangesNothing) {
     answer({"set", "integer", "group/x", "1"});
@@ -88,5 +111,14 @@ TEST_P(Misuse, IsOneLineAndStatus2AndChangesNothing) {
     EXPECT_EQ(before, bytesOf(userFile));
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, Misuse, testing::ValuesIn(everyCase()),
+INSTANTIATE_TEST_SUITE_P(Each, Misuse, testing::ValuesIn(misuses()),
                          [](auto const& test) { return test.param.name; });
+
+using WrongCalls = Tool;
+
+TEST_F(WrongCalls, ShowTheUsageOfTheirCommand) {
+    EXPECT_EQ("velmorand-register: NAME is required\n"
+              "Usage: velmorand-register get [OPTIONS] NAME\n"
+              "Try 'velmorand-register get --help' for more.\n",
+              run({"get"}).err);
+}

@@ -28,11 +28,10 @@ Tool::Tool() {
     ::unsetenv("XDG_CONFIG_HOME");
 }
 
-pid_t Tool::start(Arguments const& arguments, std::string const& input) const {
-    putBytes(at("in"), input);
-    ::pid_t const child = ::fork();
-    if (child != 0)
-        return child;
+namespace {
+
+/** Becomes the tool, with these standard descriptors. */
+[[noreturn]] void become(Arguments const& arguments, int in, int out, int err) {
     std::vector<char*> argv;
     std::string program = VELMORAND_TOOL;
     argv.push_back(program.data());
@@ -40,13 +39,29 @@ pid_t Tool::start(Arguments const& arguments, std::string const& input) const {
     for (std::string& text : texts)
         argv.push_back(text.data());
     argv.push_back(nullptr);
-    int const made = O_WRONLY | O_CREAT | O_TRUNC;
-    if (::dup2(::open(at("in").c_str(), O_RDONLY), 0) < 0 ||
-        ::dup2(::open(outPath().c_str(), made, 0666), 1) < 0 ||
-        ::dup2(::open(errPath().c_str(), made, 0666), 2) < 0)
+    if (::dup2(in, 0) < 0 || ::dup2(out, 1) < 0 || ::dup2(err, 2) < 0)
         ::_exit(126);
     ::execv(program.c_str(), argv.data());
     ::_exit(127);
+}
+
+} // namespace
+
+pid_t Tool::start(Arguments const& arguments, std::string const& input) const {
+    putBytes(at("in"), input);
+    ::pid_t const child = ::fork();
+    if (child != 0)
+        return child;
+    int const made = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC;
+    become(arguments, ::open(at("in").c_str(), O_RDONLY | O_CLOEXEC), ::open(outPath().c_str(), made, 0666),
+           ::open(errPath().c_str(), made, 0666));
+}
+
+pid_t Tool::startOn(int terminal, Arguments const& arguments) {
+    ::pid_t const child = ::fork();
+    if (child != 0)
+        return child;
+    become(arguments, terminal, terminal, terminal);
 }
 
 Outcome Tool::runBare(Arguments const& arguments, std::string const& input) {

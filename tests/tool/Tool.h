@@ -15,7 +15,7 @@ namespace tool {
 
 using Arguments = std::vector<std::string>;
 
-/** What a run has left: its exit status, or minus the signal that ended it; and what it has said. */
+/** The outcome of a run: its exit status, or minus the signal that ended it; and its output. */
 struct Outcome {
     int status;
     std::string out;
@@ -47,6 +47,9 @@ protected:
     /** Starts it; its output goes to `outPath()` and `errPath()`. */
     [[nodiscard]] pid_t start(Arguments const& arguments, std::string const& input = "") const;
 
+    /** Starts it with a terminal as its standard input, output and error. */
+    [[nodiscard]] static pid_t startOn(int terminal, Arguments const& arguments);
+
     [[nodiscard]] std::string at(std::string const& name) const { return (directory / name).string(); }
     [[nodiscard]] std::string outPath() const { return at("out"); }
     [[nodiscard]] std::string errPath() const { return at("err"); }
@@ -58,11 +61,22 @@ protected:
     std::string globalFile = global + "/Velmorand.dat";
 };
 
-/** A complaint: one line that says so, nothing on standard output, and this exit status. */
+/** A complaint: one line with this text, nothing on standard output, and this exit status. */
 MATCHER_P2(Complains, status, text, "") {
     std::string const& line = arg.err;
     return arg.status == status && arg.out.empty() && line.find("velmorand-register: ") == 0 &&
            line.find('\n') == line.size() - 1 && line.find(text) != std::string::npos;
+}
+
+/** A complaint about the command line: a line with this text, and how to call the command. */
+MATCHER_P(ShowsUsage, text, "") {
+    std::string const& lines = arg.err;
+    auto const usage = lines.find("\nUsage: velmorand-register ");
+    auto const hint = lines.find("\nTry 'velmorand-register ");
+    return arg.status == 2 && arg.out.empty() && lines.find("velmorand-register: ") == 0 &&
+           lines.find(text) < usage && usage == lines.find('\n') && hint == lines.find('\n', usage + 1) &&
+           lines.find(" --help' for more.\n", hint) ==
+               lines.size() - std::string(" --help' for more.\n").size();
 }
 
 } // namespace tool

@@ -11,7 +11,7 @@ using namespace tool;
 
 namespace {
 
-/** The tool, watching. It says nothing before something changes, so it is asked by changes until it answers. */
+/** The tool, watching. It prints nothing before something changes, so the fixture makes changes until it answers. */
 class Watch : public Tool {
 protected:
     ~Watch() override {
@@ -36,7 +36,7 @@ protected:
             answer({"set", "integer", "ready", std::to_string(i)});
     }
 
-    /** Waits until what the watcher has said ends with this text. */
+    /** Waits until the watcher's output ends with this text. */
     void printed(std::string const& end) const { waitFor(_out, end); }
     void complained(std::string const& end) const { waitFor(_err, end); }
 
@@ -82,7 +82,7 @@ TEST_F(Watch, ComplainsOfADamagedFileAndGoesOn) {
     printed("+ x: integer 1\n");
     std::string const sound = bytesOf(userFile);
     putBytes(userFile, "damaged");
-    complained(userFile + ": it is not a register file\n");
+    complained("not a register file\n");
     putBytes(userFile, sound);
     answer({"set", "integer", "x", "2"});
     printed("- x: integer 1\n+ x: integer 2\n");

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <limits>
+#include <tuple>
 
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -19,6 +20,13 @@ class Writing : public Tool {
 protected:
     /** Loads what the tool has saved, as an application does. */
     void load() const { utils::properties::_Register::initialize(global, user); }
+
+    /** What is another one for a file that has been replaced or written to. */
+    static std::tuple<ino_t, time_t, long> stateOf(std::string const& path) {
+        struct stat status = {};
+        EXPECT_EQ(0, ::stat(path.c_str(), &status));
+        return {status.st_ino, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
+    }
 };
 
 } // namespace
@@ -44,6 +52,37 @@ TEST_F(Writing, SetsEachKindAsApplicationsReadIt) {
                             infinity, -infinity));
     EXPECT_THAT(read<std::vector<int>>("is"), ElementsAre(-1, 0, 2147483647));
     EXPECT_THAT(read<std::vector<bool>>("bs"), ElementsAre(true, false));
+}
+
+TEST_F(Writing, SetsTheSameBytesAsApplications) {
+    load();
+    using namespace utils::properties;
+    _Register& settings = *_Register::getInstance();
+    settings._writeString(nullptr, "s", "text", SCOPE_USER);
+    settings._writeNumber(nullptr, "n", -0.5, SCOPE_USER);
+    settings._writeInteger(nullptr, "i", -7, SCOPE_USER);
+    settings._writeBoolean(nullptr, "b", true, SCOPE_USER);
+    settings._writeStrings(nullptr, "ss", {"a", ""}, SCOPE_USER);
+    settings._writeNumbers(nullptr, "ns", {1e300, std::numeric_limits<double>::infinity()}, SCOPE_USER);
+    settings._writeIntegers(nullptr, "is", {-1, 2147483647}, SCOPE_USER);
+    settings._writeBooleans(nullptr, "bs", {true, false}, SCOPE_USER);
+    settings._writeIntegers(nullptr, "g/none", {}, SCOPE_USER);
+    settings.save();
+    Arguments const onGlobal{"--global", global, "--scope", "global", "set"};
+    for (Arguments const& setting : {Arguments{"string", "s", "text"},
+                                     {"number", "n", "-0.5"},
+                                     {"integer", "i", "-7"},
+                                     {"boolean", "b", "true"},
+                                     {"strings", "ss", "a", ""},
+                                     {"numbers", "ns", "1e300", "inf"},
+                                     {"integers", "is", "-1", "2147483647"},
+                                     {"booleans", "bs", "true", "false"},
+                                     {"integers", "g/none"}}) {
+        Arguments arguments = onGlobal;
+        arguments.insert(arguments.end(), setting.begin(), setting.end());
+        answer(arguments);
+    }
+    EXPECT_EQ(bytesOf(userFile), bytesOf(globalFile));
 }
 
 TEST_F(Writing, SetsAListWithoutElements) {
@@ -91,7 +130,7 @@ TEST_F(Writing, TakesNamesAndValuesThatAreCommandsToo) {
     EXPECT_EQ("group     user   get\n", answer({"list"}));
 }
 
-TEST_F(Writing, ChangesTheGlobalFileWhenToldSo) {
+TEST_F(Writing, ChangesTheGlobalFileOnRequest) {
     answer({"--global", global, "--scope", "global", "set", "integer", "x", "1"});
     EXPECT_EQ("no file", bytesOf(userFile));
     load();
@@ -103,21 +142,44 @@ TEST_F(Writing, ChangesTheGlobalFileWhenToldSo) {
 TEST_F(Writing, DeletesAProperty) {
     answer({"set", "integer", "a/x", "1"});
     answer({"delete", "a/x"});
-    EXPECT_THAT(run({"get", "a/x"}), Complains(1, "a/x is not there"));
+    EXPECT_THAT(run({"get", "a/x"}), Complains(1, "no such property: a/x"));
     EXPECT_EQ("group     user   a\n", answer({"list"}));
 }
 
-TEST_F(Writing, DeletesAGroupWithAllThatIsInIt) {
+TEST_F(Writing, DeletesAGroupWithEverythingInIt) {
     answer({"set", "integer", "a/b/x", "1"});
     answer({"delete", "a"});
     EXPECT_EQ("", answer({"list", "-r"}));
 }
 
-TEST_F(Writing, DeletesNothingThatIsNotThere) {
+TEST_F(Writing, DeletesNothingThatDoesNotExist) {
     answer({"set", "integer", "x", "1"});
     std::string const before = bytesOf(userFile);
-    EXPECT_THAT(run({"delete", "y"}), Complains(1, "y is not there"));
+    EXPECT_THAT(run({"delete", "y"}), Complains(1, "no such property or group: y"));
     EXPECT_EQ(before, bytesOf(userFile));
+}
+
+TEST_F(Writing, OfWhatIsThereAlreadyTouchesNoFile) {
+    answer({"import", "-"}, R"({"a/x": {"type": "integer", "value": 1}, "a/g": {"type": "group"}})");
+    auto const isTouched = [this, before = stateOf(userFile)] { return stateOf(userFile) != before; };
+    answer({"set", "integer", "a/x", "1"});
+    answer({"import", "-"}, R"({"a/x": {"type": "integer", "value": 1}})");
+    answer({"import", "--replace", "-"}, answer({"export"}));
+    EXPECT_FALSE(isTouched());
+    answer({"set", "boolean", "a/x", "true"});
+    EXPECT_TRUE(isTouched());
+}
+
+TEST_F(Writing, OfAnotherGroupReplacesTheFile) {
+    answer({"import", "-"}, R"({"a": {"type": "group"}})");
+    auto const before = stateOf(userFile);
+    answer({"import", "-"}, R"({"b": {"type": "group"}})");
+    EXPECT_NE(before, stateOf(userFile));
+}
+
+TEST_F(Writing, OfNothingMakesAFile) {
+    answer({"import", "-"}, "{}");
+    EXPECT_EQ(userFile + ": sound, 0 properties\n", answer({"check"}));
 }
 
 TEST_F(Writing, KeepsTheFilesPermissions) {
@@ -134,7 +196,8 @@ TEST_F(Writing, LosesNothingWhenManyInstancesWriteAtOnce) {
     std::vector<pid_t> children;
     children.reserve(writers);
     for (int i = 0; i < writers; ++i)
-        children.push_back(start({"--user", user, "set", "integer", "x" + std::to_string(i), "1"}));
+        children.push_back(
+            start({"--user", user, "--wait", "100", "set", "integer", "x" + std::to_string(i), "1"}));
     for (pid_t const child : children) {
         int status = 0;
         ASSERT_EQ(child, ::waitpid(child, &status, 0));

@@ -39,6 +39,8 @@ offers '--user' velmorand-register get --u
 offers '--replace' velmorand-register import --r
 offers 'bin user' velmorand-register --user ''
 offers 'temporary' velmorand-register --scope t
+offers '' velmorand-register --wait ''
+offers 'get' velmorand-register --wait 1 ge
 offers 'integer integers' velmorand-register set i
 offers '\* deep/er recent with\ space' velmorand-register --user user get ''
 offers 'recent' velmorand-register --user user delete r

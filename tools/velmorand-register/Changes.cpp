@@ -2,7 +2,10 @@
 #include "Changes.h"
 
 #include <ostream>
+#include <string>
 
+#include "ParallelWalk.h"
+#include "Record.h"
 #include "Terminal.h"
 #include "Text.h"
 
@@ -10,53 +13,69 @@ namespace tool {
 
 namespace {
 
-std::string described(Entry const& entry) {
-    std::string text(entry.kind());
-    if (entry.value)
-        text += ' ' + jsonShown(*entry.value);
-    else if (!entry.isGroup)
-        text += ' ' + base64(entry.record);
-    return text;
+/** Whether a group is shown for itself, or for what is in it. */
+bool isShown(Walk const* entry) {
+    return entry != nullptr && (entry->kind() == Kind::file || entry->isEmptyDirectory());
 }
 
-void printLine(char sign, std::string const& name, std::string const& description, std::ostream& out) {
-    out << coloured(sign + (' ' + shown(name)) + ": " + description,
-                    sign == '-' ? Colour::red : Colour::green)
-        << '\n';
+std::string described(Walk const& entry) {
+    if (entry.kind() == Kind::directory)
+        return "group";
+    Reading const reading = decode(entry.content());
+    return std::string(reading.kind()) + ' ' +
+           (reading.value ? jsonText(*reading.value, forJsonLine()) : base64(entry.content()));
 }
 
-void printChange(std::string const& name, Entry const& before, Entry const& after, std::ostream& out) {
+void printLine(char sign, Walk const& entry, std::string const& description, std::ostream& out) {
+    Colour const colour = sign == '-' ? Colour::red : Colour::green;
+    out << beginOf(colour) << sign << ' ';
+    printEscaped(out, nameOf(entry), forLine());
+    out << ": " << description << endOf(colour) << '\n';
+}
+
+void printChange(Walk const& before, Walk const& after, std::ostream& out) {
     std::string old = described(before);
     std::string now = described(after);
-    if (old == now) { // the difference is in bytes that the value does not say
-        old += ", record " + base64(before.record);
-        now += ", record " + base64(after.record);
+    if (old == now) { // the difference is in bytes that the value does not show
+        old += ", record " + base64(before.content());
+        now += ", record " + base64(after.content());
     }
-    printLine('-', name, old, out);
-    printLine('+', name, now, out);
+    printLine('-', before, old, out);
+    printLine('+', after, now, out);
+}
+
+/** Prints what has become of one name. Result: whether it has changed. */
+bool printChange(Walk const* before, Walk const* after, std::ostream& out) {
+    bool const isOld = isShown(before);
+    bool const isNew = isShown(after);
+    if (isOld && isNew && before->content() == after->content())
+        return false;
+    if (isOld && isNew)
+        printChange(*before, *after, out);
+    else if (isOld)
+        printLine('-', *before, described(*before), out);
+    else if (isNew)
+        printLine('+', *after, described(*after), out);
+    return isOld || isNew;
 }
 
 } // namespace
 
-bool printChanges(Entries const& before, Entries const& after, std::ostream& out) {
-    bool any = false;
-    auto old = before.begin();
-    auto now = after.begin();
-    while (old != before.end() || now != after.end()) {
-        bool const isGone = now == after.end() || (old != before.end() && old->first < now->first);
-        bool const isNew = old == before.end() || (now != after.end() && now->first < old->first);
-        if (isGone)
-            printLine('-', old->first, described(old->second), out);
-        else if (isNew)
-            printLine('+', now->first, described(now->second), out);
-        else if (old->second != now->second)
-            printChange(old->first, old->second, now->second, out);
-        any = any || isGone || isNew || old->second != now->second;
-        if (!isNew)
-            ++old;
-        if (!isGone)
-            ++now;
+bool areEqual(Settings const& before, Settings const& after) {
+    ParallelWalk walk(before.walk(), after.walk());
+    while (walk.next()) {
+        bool const isInBoth = walk.first() != nullptr && walk.second() != nullptr;
+        if (!isInBoth || walk.first()->content() != walk.second()->content())
+            return false;
     }
+    return true;
+}
+
+bool printChanges(Settings const& before, Settings const& after, std::ostream& out) {
+    bool any = false;
+    ParallelWalk walk(before.walk(), after.walk());
+    while (walk.next())
+        any = printChange(walk.first(), walk.second(), out) || any;
     return any;
 }
 

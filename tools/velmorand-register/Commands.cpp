@@ -7,17 +7,22 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <iomanip>
 #include <iostream>
 #include <memory>
+#include <string_view>
 #include <system_error>
 
 #include <sys/stat.h>
 
 #include "Changes.h"
+#include "Directory.h"
 #include "Exchange.h"
-#include "Settings.h"
+#include "ParallelWalk.h"
+#include "Record.h"
+#include "RegisterFile.h"
 #include "Terminal.h"
 #include "Text.h"
 #include "Watch.h"
@@ -45,12 +50,13 @@ Directory userDirectory(Places const& places) {
     if (places.userDirectory)
         return named(*places.userDirectory);
     char const* const configuration = std::getenv("XDG_CONFIG_HOME");
-    if (configuration != nullptr && *configuration == '/') // others are to be ignored
+    if (configuration != nullptr && *configuration == '/') // relative ones are to be ignored
         return {std::string(configuration) + "/velmorand", false};
     char const* const home = std::getenv("HOME");
     if (home != nullptr && *home != '\0')
         return {std::string(home) + "/.config/velmorand", false};
-    throw Failure(Status::misuse, "neither XDG_CONFIG_HOME nor HOME is set: --user DIR is needed");
+    throw Failure(Status::misuse,
+                  "no user directory: neither XDG_CONFIG_HOME nor HOME is set (give one with --user DIR)");
 }
 
 RegisterFile fileIn(Directory const& directory) {
@@ -67,80 +73,97 @@ Directory directoryOf(Places const& places, Scope scope) {
     if (scope == Scope::user)
         return userDirectory(places);
     if (!places.globalDirectory)
-        throw Failure(Status::misuse, "--scope global needs --global DIR");
+        throw WrongCall("--scope global needs --global DIR");
     return named(*places.globalDirectory);
 }
 
 /** The directory of the one register file that a command is about: the user's, unless a scope is given. */
 Directory theDirectory(Places const& places) {
     if (places.scope == Scope::temporary)
-        throw Failure(Status::misuse, "--scope temporary has no register file: it ends with its process");
+        throw WrongCall("--scope temporary: the temporary scope is never stored in a file");
     return directoryOf(places, places.scope.value_or(Scope::user));
 }
+
+/** The settings of a scope. */
+struct ScopedSettings {
+    char const* scope = "";
+    Settings settings;
+};
 
 struct ScopedFile {
     char const* scope;
     RegisterFile file;
 };
 
-/** The register files that readers look into, in their order; or that of the scope that is given. */
+/** The register files that readers look into, at most two, in their order; or that of the scope that is given. */
 std::vector<ScopedFile> filesToRead(Places const& places) {
     std::vector<ScopedFile> files;
-    if (!places.scope || places.scope == Scope::user)
+    if (places.scope.value_or(Scope::user) == Scope::user)
         files.push_back({"user", fileIn(directoryOf(places, Scope::user))});
     if (places.scope == Scope::global || (!places.scope && places.globalDirectory))
         files.push_back({"global", fileIn(directoryOf(places, Scope::global))});
     return files;
 }
 
-void make(Directory const& directory) {
-    std::error_code error;
-    std::filesystem::create_directories(directory.path, error);
-    if (error)
-        throw Failure(Status::fileTrouble, directory.path + ": " + error.message());
+/** What these files hold, a missing one nothing. */
+std::array<ScopedSettings, 2> settingsToRead(Places const& places) {
+    std::array<ScopedSettings, 2> all;
+    std::size_t count = 0;
+    for (ScopedFile const& scoped : filesToRead(places)) {
+        scoped.file.load(all.at(count).settings);
+        all.at(count++).scope = scoped.scope;
+    }
+    return all;
 }
 
-/** Loads the register file, changes the settings, and saves them, while no other instance does. */
-void edit(Places const& places, std::function<void()> const& change) {
+using Change = std::function<void(Settings&)>;
+
+/**
+ * Loads the register file, changes the settings, and saves them, while no other instance does. The file stays
+ * untouched when nothing changes.
+ */
+void edit(Places const& places, Change const& change) {
     Directory const directory = theDirectory(places);
     RegisterFile const file = fileIn(directory);
     if (std::error_code ignored; !directory.isNamed && !std::filesystem::exists(directory.path, ignored)) {
-        file.load();
-        change(); // what fails leaves no directory behind
-        make(directory);
+        Settings nothing;
+        change(nothing); // a change that fails creates no directory
+        makeDirectories(directory.path);
     }
-    EditLock const lock(directory.path);
-    file.load();
-    change();
-    file.save();
+    EditLock const lock(directory.path, places.patience);
+    Settings before;
+    bool const isThere = file.load(before).isThere;
+    Settings after;
+    file.load(after);
+    change(after);
+    if (!isThere || !areEqual(before, after))
+        file.save(after);
 }
 
 std::string propertyName(std::string const& name) {
-    std::string clean = settings::cleanName(name);
+    std::string clean = cleanName(name);
     if (clean.empty())
-        throw Failure(Status::misuse, "the name is empty");
+        throw WrongCall("the name is empty");
     return clean;
 }
 
-/** What lies directly in a group, as entries. */
-Entries entriesIn(std::string const& group) {
-    Entries entries;
-    for (std::string const& bare : settings::namesIn(group)) {
-        std::string const name = settings::inGroup(group, bare);
-        entries.emplace(name, settings::entry(name));
-    }
-    return entries;
+Failure noGroup(std::string const& group) {
+    return {Status::notThere, "no such group: " + group};
 }
 
-struct ScopedEntry {
-    char const* scope;
-    Entry entry;
-};
+Failure noFile(std::string const& path, Status status) {
+    return {status, path + ": " + std::generic_category().message(ENOENT)};
+}
+
+/** What a file to read, or standard input ("-"), is called in messages. */
+std::string titleOf(std::string const& source) {
+    return source == "-" ? "standard input" : source;
+}
 
 /** All bytes of a file, or of standard input ("-"). */
 std::string readAll(std::string const& source) {
     auto const failed = [&source] {
-        return Failure(Status::misuse, source + ": " + std::generic_category().message(errno));
+        return Failure(Status::misuse, titleOf(source) + ": " + std::generic_category().message(errno));
     };
     std::unique_ptr<std::FILE, int (*)(std::FILE*)> const opened(
         source == "-" ? nullptr : std::fopen(source.c_str(), "rbe"), std::fclose);
@@ -156,46 +179,102 @@ std::string readAll(std::string const& source) {
     return text;
 }
 
-/** Prints that a register file is sound, and what in it is not. Errors: `Failure`. */
-void checkFile(RegisterFile const& file) {
-    Loaded const loaded = file.load();
+/** Whether a file holds exported settings: a JSON object. A pipe, which cannot be looked into first, counts as one. */
+bool isExport(std::string const& path) {
+    std::error_code ignored;
+    if (std::filesystem::is_fifo(path, ignored))
+        return true;
+    std::array<char, 4'096> buffer{};
+    std::ifstream file(path, std::ios::binary);
+    file.read(buffer.data(), buffer.size());
+    std::string_view const text(buffer.data(), static_cast<std::size_t>(file.gcount()));
+    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+    std::size_t const begin =
+        text.substr(0, byteOrderMark.size()) == byteOrderMark ? byteOrderMark.size() : 0;
+    std::size_t const first = text.find_first_not_of(" \t\r\n", begin);
+    return first != std::string_view::npos && text[first] == '{';
+}
+
+/** The settings in a register file, or in a file of exported ones, which must be there. */
+Settings settingsAt(std::string const& path) {
+    Settings settings;
+    RegisterFile const file = fileAt(path);
+    if (isExport(file.path()))
+        importSettings(path, readAll(path), settings);
+    else if (!file.load(settings).isThere)
+        throw noFile(file.path(), Status::fileTrouble);
+    return settings;
+}
+
+void complainOf(RegisterFile const& file, std::string_view name, std::string const& damage) {
+    complain(file.path() + ": \"" + std::string(name) + "\": " + damage);
+}
+
+/**
+ * Checks a register file and the records in it, and prints that it is sound, or what is damaged.
+ * Errors: `Failure` when it is not a whole register file.
+ */
+Status checkFile(RegisterFile const& file) {
+    Settings settings;
+    Loaded const loaded = file.load(settings);
     if (!loaded.isThere)
-        throw Failure(Status::notThere, file.path() + " is not there");
-    if (loaded.bytesBehind != 0)
-        throw Failure(Status::fileTrouble, file.path() + ": " + std::to_string(loaded.bytesBehind) +
-                                               " bytes behind the end of the settings");
-    Entries const entries = settings::entriesBelow("");
-    auto const properties = std::count_if(entries.begin(), entries.end(),
-                                          [](auto const& entry) { return !entry.second.isGroup; });
-    std::cout << shown(file.path()) << ": sound, " << properties
-              << (properties == 1 ? " property\n" : " properties\n");
-    for (auto const& [name, entry] : entries)
-        if (!entry.isGroup && !entry.value)
-            std::cout << shown(name) << ": no value of any kind\n";
+        throw noFile(file.path(), Status::notThere);
+    Status status = Status::done;
+    if (loaded.bytesAfter != 0) {
+        complain(file.path() + ": unexpected data after the settings: " +
+                 counted(static_cast<std::size_t>(loaded.bytesAfter), "byte", "bytes"));
+        status = Status::fileTrouble;
+    }
+    std::size_t properties = 0;
+    for (Walk walk = settings.walk(); walk.next();) {
+        if (walk.kind() == Kind::directory)
+            continue;
+        ++properties;
+        if (Reading const reading = decode(walk.content()); !reading.damage.empty()) {
+            complainOf(file, nameOf(walk), reading.damage);
+            status = Status::fileTrouble;
+        }
+    }
+    if (status == Status::done) {
+        printEscaped(std::cout, file.path(), forLine());
+        std::cout << ": sound, " << counted(properties, "property", "properties") << '\n';
+    }
+    return status;
+}
+
+/** Prints a line of a list. */
+void printLine(Walk const& entry, char const* scope, std::string const& group, bool isLong) {
+    bool const isGroup = entry.kind() == Kind::directory;
+    Reading const reading = isGroup ? Reading() : decode(entry.content());
+    std::cout << std::left << std::setw(9) << (isGroup ? "group" : reading.kind()) << ' ' << std::setw(6)
+              << scope << ' ';
+    printEscaped(std::cout, group, forLine());
+    std::cout << (group.empty() ? "" : "/");
+    printEscaped(std::cout, nameOf(entry), forLine());
+    if (isLong && reading.value)
+        std::cout << ": " << jsonText(*reading.value, forJsonLine());
+    std::cout << '\n';
 }
 
 } // namespace
 
 Status list(Places const& places, std::string const& group, bool isRecursive, bool isLong) {
-    std::string const around = settings::cleanName(group);
-    std::map<std::string, ScopedEntry> found; // of the first scope that has the name
-    bool isThere = around.empty();
-    for (ScopedFile const& scoped : filesToRead(places)) {
-        scoped.file.load();
-        if (!settings::isGroup(around))
+    std::string const around = cleanName(group);
+    auto const [first, second] = settingsToRead(places);
+    if (!first.settings.isGroup(around) && !second.settings.isGroup(around))
+        throw noGroup(around);
+    ParallelWalk walk(first.settings.walk(around), second.settings.walk(around));
+    while (walk.next()) {
+        Walk const& entry = walk.either();
+        if (!isRecursive && entry.kind() == Kind::directory)
+            walk.skip();
+        else if (entry.kind() == Kind::directory && !entry.isEmptyDirectory())
             continue;
-        isThere = true;
-        for (auto& [name, entry] : isRecursive ? settings::entriesBelow(around) : entriesIn(around))
-            found.insert({name, {scoped.scope, entry}});
-    }
-    if (!isThere)
-        throw Failure(Status::notThere, "no such group: " + around);
-    for (auto const& [name, scoped] : found) {
-        std::cout << std::left << std::setw(9) << scoped.entry.kind() << ' ' << std::setw(6) << scoped.scope
-                  << ' ' << shown(name);
-        if (isLong && scoped.entry.value)
-            std::cout << ": " << jsonShown(*scoped.entry.value);
-        std::cout << '\n';
+        if (walk.first() != nullptr)
+            printLine(entry, first.scope, around, isLong);
+        // Of a property and a group with one name, readers find the first scope's.
+        else if (!first.settings.exists(inGroup(around, nameOf(entry))))
+            printLine(entry, second.scope, around, isLong);
     }
     return Status::done;
 }
@@ -203,77 +282,83 @@ Status list(Places const& places, std::string const& group, bool isRecursive, bo
 Status get(Places const& places, std::string const& name) {
     std::string const clean = propertyName(name);
     for (ScopedFile const& scoped : filesToRead(places)) {
-        scoped.file.load();
-        if (!settings::exists(clean))
+        Settings settings;
+        scoped.file.load(settings);
+        auto const entry = settings.find(clean);
+        if (entry.kind == Kind::none)
             continue;
-        Entry const entry = settings::entry(clean);
-        if (!entry.value)
-            throw Failure(Status::notThere, clean + (entry.isGroup ? " is a group" : " holds no value"));
-        for (std::string const& text : elementTexts(*entry.value))
-            std::cout << text << '\n';
+        if (entry.kind == Kind::directory)
+            throw Failure(Status::notThere, clean + " is a group, not a property");
+        Reading const reading = decode(entry.content);
+        if (!reading.value)
+            throw Failure(Status::notThere, clean + " has no value that can be read");
+        for (std::string const& text : elementTexts(*reading.value)) {
+            if (isTerminal())
+                printEscaped(std::cout, text, forTerminal);
+            else
+                std::cout << text;
+            std::cout << '\n';
+        }
         return Status::done;
     }
-    throw Failure(Status::notThere, clean + " is not there");
+    throw Failure(Status::notThere, "no such property: " + clean);
 }
 
 Status set(Places const& places, std::string const& kind, std::string const& name,
            std::vector<std::string> const& texts) {
     std::string const clean = propertyName(name);
-    Value const value = parseValue(kind, texts);
-    edit(places, [&] { settings::write(clean, value); });
+    std::string const record = encode(parseValue(kind, texts));
+    edit(places, [&](Settings& settings) { settings.write(clean, record); });
     return Status::done;
 }
 
 Status remove(Places const& places, std::string const& name) {
     std::string const clean = propertyName(name);
-    edit(places, [&] {
-        if (!settings::exists(clean))
-            throw Failure(Status::notThere, clean + " is not there");
-        settings::remove(clean);
+    edit(places, [&](Settings& settings) {
+        if (!settings.exists(clean))
+            throw Failure(Status::notThere, "no such property or group: " + clean);
+        settings.remove(clean);
     });
     return Status::done;
 }
 
 Status exportGroup(Places const& places, std::string const& group) {
-    std::string const around = settings::cleanName(group);
-    fileIn(theDirectory(places)).load();
-    if (!settings::isGroup(around))
-        throw Failure(Status::notThere, "no such group: " + around);
-    exportEntries(settings::entriesBelow(around), std::cout);
+    std::string const around = cleanName(group);
+    RegisterFile const file = fileIn(theDirectory(places));
+    if (!places.scope && places.globalDirectory)
+        complain("note: only the user's settings are exported: not those in " +
+                 fileIn(directoryOf(places, Scope::global)).path() + " (--scope global exports them)");
+    Settings settings;
+    file.load(settings);
+    if (!settings.isGroup(around))
+        throw noGroup(around);
+    exportSettings(settings, around, std::cout);
     return Status::done;
 }
 
 Status import(Places const& places, std::string const& source, bool isReplacing) {
     std::string const text = readAll(source);
-    edit(places, [&] {
+    edit(places, [&](Settings& settings) {
         if (isReplacing)
-            settings::remove("");
-        importEntries(source == "-" ? "standard input" : source, text);
+            settings.remove("");
+        importSettings(titleOf(source), text, settings);
     });
     return Status::done;
 }
 
 Status diff(std::string const& before, std::string const& after) {
-    auto const entriesOf = [](std::string const& path) {
-        RegisterFile const file = fileAt(path);
-        if (!file.load().isThere)
-            throw Failure(Status::fileTrouble, file.path() + " is not there");
-        return settings::entriesBelow("");
-    };
-    Entries const old = entriesOf(before);
-    return printChanges(old, entriesOf(after), std::cout) ? Status::notThere : Status::done;
+    Settings const old = settingsAt(before);
+    return printChanges(old, settingsAt(after), std::cout) ? Status::notThere : Status::done;
 }
 
 Status check(Places const& places, std::optional<std::string> const& path) {
-    if (path) {
-        checkFile(fileAt(*path));
-        return Status::done;
-    }
+    if (path)
+        return checkFile(fileAt(*path));
     theDirectory(places); // refuses the temporary scope
     Status worst = Status::done;
     for (ScopedFile const& scoped : filesToRead(places)) {
         try {
-            checkFile(scoped.file);
+            worst = std::max(worst, checkFile(scoped.file));
         } catch (Failure const& failure) {
             complain(failure.what());
             worst = std::max(worst, failure.status());

@@ -1,23 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "Failure.h"
-#include "RegisterFile.h"
 
 /** The program's commands. Each prints its answer on standard output; errors are `Failure`. */
 namespace tool {
 
 enum class Scope { user, global, temporary };
 
-/** Where the register files are, and which of them a command is about. */
+/** Where the register files are, which of them a command is about, and how long it waits to change one. */
 struct Places {
     std::optional<std::string> globalDirectory;
     std::optional<std::string> userDirectory;
     std::optional<Scope> scope;
+    std::chrono::seconds patience{5};
 };
 
 Status list(Places const& places, std::string const& group, bool isRecursive, bool isLong);

@@ -5,16 +5,19 @@
 #include <cmath>
 #include <iterator>
 #include <limits>
+#include <optional>
 #include <ostream>
 #include <set>
+#include <string_view>
 #include <tuple>
+#include <unordered_set>
 #include <utility>
 
 #include <QByteArray>
 #include <nlohmann/json.hpp>
 
 #include "Failure.h"
-#include "Settings.h"
+#include "Record.h"
 #include "Terminal.h"
 #include "Text.h"
 
@@ -37,14 +40,18 @@ bool isPlain(T const& /*value*/) {
     return true;
 }
 
+std::string quotedBase64(std::string_view bytes) {
+    return '"' + base64(bytes) + '"';
+}
+
 std::string base64Text(std::string const& text) {
-    return '"' + base64(text) + '"';
+    return quotedBase64(text);
 }
 
 std::string base64Text(std::vector<std::string> const& texts) {
     std::string list = "[";
     for (std::string const& text : texts)
-        list += (list.size() == 1 ? "" : ", ") + base64Text(text);
+        list += (list.size() == 1 ? "" : ", ") + quotedBase64(text);
     return list + "]";
 }
 
@@ -56,13 +63,13 @@ std::string base64Text(T const& /*value*/) {
 std::string valueMember(Value const& value) {
     return std::visit(
         [&value](auto const& content) {
-            return isPlain(content) ? R"("value": )" + jsonText(value)
+            return isPlain(content) ? R"("value": )" + jsonText(value, forJsonOutput())
                                     : R"("base64": )" + base64Text(content);
         },
         value);
 }
 
-/** What `importEntries` makes of a value's text: of the many bit patterns that are no number, one. */
+/** What the import makes of a value's text: of the many bit patterns that are not a number, one. */
 Value withOneNan(Value value) {
     auto const one = [](double& number) {
         if (std::isnan(number))
@@ -75,15 +82,16 @@ Value withOneNan(Value value) {
     return value;
 }
 
-std::string entryText(Entry const& entry) {
-    std::string text = R"({"type": ")" + std::string(entry.kind()) + '"';
-    if (entry.isGroup)
-        return text + '}';
-    if (!entry.value)
-        return text + ", \"base64\": " + base64Text(entry.record) + '}';
-    text += ", " + valueMember(*entry.value);
-    if (settings::recordOf(withOneNan(*entry.value)) != entry.record)
-        text += ", \"record\": " + base64Text(entry.record);
+std::string entryText(Walk const& entry) {
+    if (entry.kind() == Kind::directory)
+        return R"({"type": "group"})";
+    Reading const reading = decode(entry.content());
+    std::string text = R"({"type": ")" + std::string(reading.kind()) + "\", ";
+    if (!reading.value)
+        return text + R"("base64": )" + quotedBase64(entry.content()) + '}';
+    text += valueMember(*reading.value);
+    if (encode(withOneNan(*reading.value)) != entry.content())
+        text += R"(, "record": )" + quotedBase64(entry.content());
     return text + '}';
 }
 
@@ -95,13 +103,13 @@ public:
 
 std::string fromBase64(json const& text) {
     if (!text.is_string())
-        throw BadEntry("base64 is a string");
+        throw BadEntry(text.dump() + " is not a string of base64");
     auto const& encoded = text.get_ref<std::string const&>();
     auto const decoded = QByteArray::fromBase64Encoding(
         QByteArray::fromRawData(encoded.data(), static_cast<int>(encoded.size())),
         QByteArray::AbortOnBase64DecodingErrors);
     if (!decoded || decoded.decoded.toBase64().toStdString() != encoded) // which also finds a missing end
-        throw BadEntry("this is no base64: " + encoded);
+        throw BadEntry("\"" + encoded + "\" is not base64");
     return decoded.decoded.toStdString();
 }
 
@@ -111,7 +119,7 @@ T elementOf(json const& value);
 template <>
 std::string elementOf(json const& value) {
     if (!value.is_string())
-        throw BadEntry(value.dump() + " is no string");
+        throw BadEntry(value.dump() + " is not a string");
     return value.get<std::string>();
 }
 
@@ -126,7 +134,7 @@ double elementOf(json const& value) {
     if (value == "inf" || value == "-inf")
         return value == "inf" ? std::numeric_limits<double>::infinity()
                               : -std::numeric_limits<double>::infinity();
-    throw BadEntry(value.dump() + " is no number");
+    throw BadEntry(value.dump() + " is not a number");
 }
 
 template <>
@@ -136,14 +144,14 @@ int elementOf(json const& value) {
             ? value.get<std::uint64_t>() <= std::uint64_t{std::numeric_limits<int>::max()}
             : value.is_number_integer() && value.get<std::int64_t>() >= std::numeric_limits<int>::min();
     if (!fits)
-        throw BadEntry(value.dump() + " is no integer of 32 bits");
+        throw BadEntry(value.dump() + " is not a 32-bit integer");
     return value.get<int>();
 }
 
 template <>
 bool elementOf(json const& value) {
     if (!value.is_boolean())
-        throw BadEntry(value.dump() + " is no boolean");
+        throw BadEntry(value.dump() + " is not a boolean");
     return value.get<bool>();
 }
 
@@ -161,7 +169,7 @@ struct Form<std::vector<T>> {
     template <class Convert>
     static std::vector<T> from(json const& value, Convert convert) {
         if (!value.is_array())
-            throw BadEntry(value.dump() + " is no list");
+            throw BadEntry(value.dump() + " is not a list");
         std::vector<T> values;
         std::transform(value.begin(), value.end(), std::back_inserter(values), convert);
         return values;
@@ -193,7 +201,7 @@ Value encodedValueOf(std::string const& type, json const& value) {
         return fromBase64(value);
     if (type == "strings")
         return Form<std::vector<std::string>>::from(value, fromBase64);
-    throw BadEntry(type + " is given as \"value\"");
+    throw BadEntry("an entry of type " + type + R"( has a "value", not "base64")");
 }
 
 /** The members of an entry; each may be taken once, and all must be. */
@@ -211,7 +219,7 @@ public:
 
     void expectAllTaken(std::string const& type) const {
         if (_taken != _entry.size())
-            throw BadEntry("this is no entry of type " + type + ": " + _entry.dump());
+            throw BadEntry("unexpected members in an entry of type " + type + ": " + _entry.dump());
     }
 
 private:
@@ -219,47 +227,50 @@ private:
     std::size_t _taken = 0;
 };
 
-std::optional<Value> givenValue(std::string const& type, std::size_t kind, Members& members) {
+Value givenValue(std::string const& type, std::size_t kind, Members& members) {
     if (auto const* const plain = members.take("value"))
         return plainValueOf(kind, *plain, std::make_index_sequence<kindNames.size()>());
     if (auto const* const encoded = members.take("base64"))
         return encodedValueOf(type, *encoded);
-    throw BadEntry("its value is missing");
+    throw BadEntry("\"value\" is missing");
 }
 
-void importValue(std::string const& name, std::string const& type, Members& members) {
+/** The record that an entry's members give. */
+std::string recordFrom(std::string const& type, Members& members) {
     auto const* const found = std::find(kindNames.begin(), kindNames.end(), type);
     if (found == kindNames.end())
         throw BadEntry("no such type: " + type);
     auto const value = givenValue(type, static_cast<std::size_t>(found - kindNames.begin()), members);
-    if (auto const* const record = members.take("record")) {
-        settings::writeRecord(name, fromBase64(*record));
-        auto const held = settings::entry(name).value;
-        if (!held || settings::recordOf(withOneNan(*held)) != settings::recordOf(*value))
-            throw BadEntry("its value and its record differ: leave one that has been edited without record");
-    } else {
-        settings::write(name, *value);
-    }
+    std::string written = encode(value);
+    auto const* const given = members.take("record");
+    if (given == nullptr)
+        return written;
+    std::string record = fromBase64(*given);
+    Reading const reading = decode(record);
+    if (!reading.value || encode(withOneNan(*reading.value)) != written)
+        throw BadEntry(R"("value" and "record" differ (remove "record" from an entry that you edit))");
+    return record;
 }
 
-void importEntry(std::string const& name, json const& entry) {
-    if (settings::cleanName(name) != name || name.empty())
-        throw BadEntry("a name is levels with one \"/\" between them");
+std::string bytesFrom(Members& members) {
+    auto const* const encoded = members.take("base64");
+    if (encoded == nullptr)
+        throw BadEntry("\"base64\" is missing");
+    return fromBase64(*encoded);
+}
+
+void importEntry(std::string const& name, json const& entry, Settings& settings) {
+    if (cleanName(name) != name || name.empty())
+        throw BadEntry("not a name: a name is levels with one \"/\" between them");
     Members members(entry);
     auto const* const given = members.take("type");
     if (given == nullptr || !given->is_string())
-        throw BadEntry("its type is missing");
+        throw BadEntry("\"type\" is missing");
     auto const& type = given->get_ref<std::string const&>();
-    if (type == "group") {
-        settings::makeGroup(name);
-    } else if (type == "bytes") {
-        auto const* const encoded = members.take("base64");
-        if (encoded == nullptr)
-            throw BadEntry("its base64 is missing");
-        settings::writeRecord(name, fromBase64(*encoded));
-    } else {
-        importValue(name, type, members);
-    }
+    if (type == "group")
+        settings.makeGroup(name);
+    else
+        settings.write(name, type == "bytes" ? bytesFrom(members) : recordFrom(type, members));
     members.expectAllTaken(type);
 }
 
@@ -306,14 +317,13 @@ private:
 /** Imports each entry as soon as it is read, and keeps none. */
 class Importer {
 public:
-    Importer(std::string const& source, std::string const& text)
-        : _source(source), _text(text), _progress("importing", text.size()) {}
+    Importer(std::string const& source, std::string const& text, Settings& settings)
+        : _source(source), _text(text), _settings(settings), _progress("importing", text.size()) {}
 
     void run() {
         char const* const begin = _text.data();
-        if (auto const end = _text.find('\0');
-            end != std::string::npos) // where the parser would end in peace
-            throw Failure(Status::misuse, _source + ": a NUL byte at byte " + std::to_string(end + 1));
+        if (auto const end = _text.find('\0'); end != std::string::npos) // the parser takes it for the end
+            throw Failure(Status::misuse, _source + ": unexpected NUL at byte " + std::to_string(end + 1));
         try {
             std::ignore =
                 json::parse(CountingIterator(begin, &_place), CountingIterator(begin + _text.size(), &_place),
@@ -352,7 +362,7 @@ private:
             break;
         case Event::object_end:
             if (depth == entry) {
-                importEntry(_name, parsed);
+                importEntry(_name, parsed, _settings);
                 _progress.at(_place.byte);
                 return false;
             }
@@ -369,15 +379,15 @@ private:
             _line = _place.line;
             _members.clear();
             if (!_names.insert(key).second)
-                throw BadEntry("it is there twice");
+                throw BadEntry("duplicate name");
         } else if (!_members.insert(key).second) {
-            throw BadEntry('"' + key + "\" is there twice");
+            throw BadEntry("duplicate member \"" + key + '"');
         }
     }
 
     void expect(bool isEntries) const {
         if (!isEntries)
-            throw BadEntry(R"(an object of entries is expected: {"NAME": {"type": KIND, "value": VALUE}})");
+            throw BadEntry(R"(expected an object of entries: {"NAME": {"type": KIND, "value": VALUE}})");
     }
 
     [[nodiscard]] Failure refusal(std::string const& reason) const {
@@ -394,29 +404,41 @@ private:
 
     std::string const& _source;
     std::string const& _text;
+    Settings& _settings;
     Progress _progress;
     CountingIterator::Place _place;
-    std::set<std::string> _names;   // so far
-    std::set<std::string> _members; // of the entry
+    std::unordered_set<std::string> _names; // so far
+    std::set<std::string> _members;         // of the entry
     std::string _name;
     std::size_t _line = 1;
 };
 
 } // namespace
 
-void exportEntries(Entries const& entries, std::ostream& out) {
-    Progress progress("exporting", entries.size());
+void exportSettings(Settings const& settings, std::string const& group, std::ostream& out) {
+    std::optional<Progress> progress;
+    if (!isTerminal()) // where the output itself shows it
+        progress.emplace("exporting", 0);
+    Escapes const escapes = forJsonOutput();
     std::size_t done = 0;
     out << '{';
-    for (auto const& [name, entry] : entries) {
-        out << (done == 0 ? "\n" : ",\n") << "  " << json(name).dump() << ": " << entryText(entry);
-        progress.at(++done);
+    for (Walk walk = settings.walk(group); walk.next();) {
+        if (walk.kind() == Kind::directory && !walk.isEmptyDirectory())
+            continue;
+        out << (done == 0 ? "\n" : ",\n") << "  \"";
+        printEscaped(out, group, escapes);
+        out << (group.empty() ? "" : "/");
+        printEscaped(out, nameOf(walk), escapes);
+        out << "\": " << entryText(walk);
+        ++done;
+        if (progress)
+            progress->at(done);
     }
     out << (done == 0 ? "}\n" : "\n}\n");
 }
 
-void importEntries(std::string const& source, std::string const& text) {
-    Importer(source, text).run();
+void importSettings(std::string const& source, std::string const& text, Settings& settings) {
+    Importer(source, text, settings).run();
 }
 
 } // namespace tool

@@ -4,7 +4,7 @@
 #include <iosfwd>
 #include <string>
 
-#include "Entry.h"
+#include "Settings.h"
 
 /**
  * The exchange format: one JSON object, an entry a line, sorted by name.
@@ -16,20 +16,20 @@
  *     }
  *
  * The types are the kinds' names. A number that JSON lacks is "nan", "inf" or "-inf". Text that is not UTF-8
- * is given in base64, as "base64" in place of "value"; for "strings" all elements then are. Where a value does
- * not say all of a property's bytes, they stand beside it in base64, as "record"; bytes that are no value are
+ * is given in base64, as "base64" in place of "value"; in "strings" all elements are then. Where a value does
+ * not give all of a property's bytes, they follow in base64, as "record"; bytes that are not a value are
  * {"type": "bytes", "base64": ...}. So every register file comes back byte for byte.
  */
 namespace tool {
 
-/** Writes entries in the exchange format. */
-void exportEntries(Entries const& entries, std::ostream& out);
+/** Writes the settings in a group in the exchange format, under their full names. */
+void exportSettings(Settings const& settings, std::string const& group, std::ostream& out);
 
 /**
- * Writes what `text` holds into the settings.
- * Errors: `Failure` at the first entry that is wrong, with `source`, its line and its name; the settings are
- * then half changed, and are not to be saved.
+ * Adds to settings what `text` holds.
+ * Errors: `Failure` at the first entry that is wrong, with `source`, its line and its name; some of the settings
+ * have changed then.
  */
-void importEntries(std::string const& source, std::string const& text);
+void importSettings(std::string const& source, std::string const& text, Settings& settings);
 
 } // namespace tool

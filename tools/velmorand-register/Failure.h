@@ -6,11 +6,11 @@
 
 namespace tool {
 
-/** What the program says to its caller: its exit status. */
+/** The program's exit status. */
 enum class Status : int {
     done = 0,
     notThere = 1,    ///< or different
-    misuse = 2,      ///< the command makes no sense, whatever the files hold
+    misuse = 2,      ///< the command is wrong, whatever the files hold
     fileTrouble = 3, ///< a register file is damaged, cannot be read or was not saved
 };
 
@@ -23,6 +23,12 @@ public:
 
 private:
     Status _status;
+};
+
+/** A command line of the wrong form: the message is followed by how to call the command. */
+class WrongCall : public Failure {
+public:
+    explicit WrongCall(std::string const& message) : Failure(Status::misuse, message) {}
 };
 
 } // namespace tool

@@ -5,15 +5,10 @@
 #include <filesystem>
 #include <system_error>
 
-#include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
-
 #include <filesystem/RealFileSystem.h>
-#include <utils/properties/Register.h>
+#include <utils/Exception.h>
 
 #include "Failure.h"
-#include "Settings.h"
 #include "Text.h"
 
 namespace tool {
@@ -23,12 +18,6 @@ namespace {
 using filesystem::FileHandle;
 using filesystem::FileSystem;
 using filesystem::RealFileSystem;
-using utils::properties::_Register;
-
-/** Where the user scope lies in the register's file system. */
-QString userScope() {
-    return QStringLiteral("/user/");
-}
 
 } // namespace
 
@@ -37,48 +26,39 @@ RegisterFile::RegisterFile(std::string const& path)
       _name(std::filesystem::path(path).filename().string()) {
     if (_directory.empty())
         _directory = ".";
-    for (std::string const& text : {_directory, '/' + _name})
-        if (toQString(text).toUtf8().toStdString() != text)
-            throw Failure(Status::misuse, "a path is UTF-8 text: " + path);
+    if (!isUtf8(path))
+        throw Failure(Status::misuse, "not a path: \"" + path + "\": paths are UTF-8 text");
 }
 
 std::string RegisterFile::refusal(int error) const {
     return _path + ": " + (error == EINVAL ? "Not a regular file" : std::generic_category().message(error));
 }
 
-Loaded RegisterFile::load() const {
+Loaded RegisterFile::load(Settings& settings) const {
     RealFileSystem disk(toQString(_directory));
     FileHandle* handle = nullptr;
     if (!disk.open(toQString('/' + _name), &handle, FileSystem::MODE_READ)) {
         if (errno != ENOENT)
             throw Failure(Status::fileTrouble, refusal(errno));
-        settings::remove("");
-        settings::makeGroup("");
+        settings.remove("");
         return {false, 0};
     }
     errno = 0;
     try {
-        _Register::getInstance()->unserialize(userScope(), *handle);
+        settings.read(*handle);
     } catch (utils::Exception const& damage) {
         if (errno == EIO) // what could not be read looks like the end of the file
             throw Failure(Status::fileTrouble, refusal(errno));
-        // The message names the place in memory, and then what is wrong.
-        std::string const message = damage.what();
-        auto const place = message.find(": ");
-        throw Failure(Status::fileTrouble,
-                      _path + ": " + (place == std::string::npos ? message : message.substr(place + 2)));
+        std::string const reason = damage.what();
+        bool const isNamed = reason.compare(0, _path.size(), _path) == 0;
+        throw Failure(Status::fileTrouble, isNamed ? reason : _path + ": " + reason);
     }
     long const end = disk.tell(handle);
     disk.seek(handle, 0, FileSystem::ORIGIN_END);
     return {true, disk.tell(handle) - end};
 }
 
-Entries RegisterFile::entries() const {
-    load();
-    return settings::entriesBelow("");
-}
-
-void RegisterFile::save() const {
+void RegisterFile::save(Settings const& settings) const {
     auto const failed = [this](int error) {
         return Failure(Status::fileTrouble, "not saved: " + refusal(error));
     };
@@ -88,19 +68,8 @@ void RegisterFile::save() const {
         throw failed(errno);
     errno = EIO;
     // A handle that is not closed leaves the file as it was.
-    if (!_Register::getInstance()->serialize(userScope(), *handle) || !disk.close(handle))
+    if (!settings.write(*handle) || !disk.close(handle))
         throw failed(errno);
-}
-
-EditLock::EditLock(std::string const& directory)
-    : _directory(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-    while (_directory >= 0 && ::flock(_directory, LOCK_EX) != 0 && errno == EINTR) {
-    }
-}
-
-EditLock::~EditLock() {
-    if (_directory >= 0)
-        ::close(_directory);
 }
 
 } // namespace tool

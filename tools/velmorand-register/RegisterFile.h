@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "Entry.h"
+#include "Settings.h"
 
 namespace tool {
 
@@ -13,10 +13,10 @@ constexpr char const* registerFileName = "Velmorand.dat";
 /** What a register file was found to be. */
 struct Loaded {
     bool isThere;
-    long bytesBehind; ///< how many follow the settings; the register never reads them, nor saves any
+    long bytesAfter; ///< how many follow the settings; applications never read them
 };
 
-/** A register file on disk, and the way between it and the settings. */
+/** A register file on disk. */
 class RegisterFile {
 public:
     /** Nothing is touched. Errors: `Failure` for a path that is not UTF-8. */
@@ -27,16 +27,14 @@ public:
     [[nodiscard]] std::string const& name() const noexcept { return _name; }
 
     /**
-     * Reads the file into the settings, in place of what they held; a missing file leaves them empty.
-     * Errors: `Failure` when it cannot be read, or is no whole register file.
+     * Replaces settings by what the file holds; a missing file leaves them empty.
+     * Errors: `Failure` when it cannot be read, or is not a whole register file; the settings are as they were.
      */
-    Loaded load() const; // NOLINT(modernize-use-nodiscard): a missing file is often as good as an empty one
+    Loaded
+    load(Settings& settings) const; // NOLINT(modernize-use-nodiscard): missing is often as good as empty
 
-    /** What `load` reads, as entries. */
-    [[nodiscard]] Entries entries() const;
-
-    /** Replaces the file by the settings, in one step. Errors: `Failure`; the file is as it was. */
-    void save() const;
+    /** Replaces the file by settings, in one step. Errors: `Failure`; the file is as it was. */
+    void save(Settings const& settings) const;
 
 private:
     [[nodiscard]] std::string refusal(int error) const;
@@ -44,21 +42,6 @@ private:
     std::string _path;
     std::string _directory;
     std::string _name;
-};
-
-/**
- * Keeps other instances of this program from editing the files of a directory, by waiting for them. What
- * applications save meanwhile is not held up. Where directories cannot be locked it goes on without.
- */
-class EditLock {
-public:
-    explicit EditLock(std::string const& directory);
-    EditLock(EditLock const&) = delete;
-    EditLock& operator=(EditLock const&) = delete;
-    ~EditLock();
-
-private:
-    int _directory;
 };
 
 } // namespace tool

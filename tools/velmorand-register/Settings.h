@@ -1,58 +1,67 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <memory>
 #include <string>
+#include <string_view>
 
-#include "Entry.h"
+#include <filesystem/Direct.h>
+#include <filesystem/RAMFileSystem.h>
+
+namespace tool {
+
+using filesystem::direct::Kind;
+using filesystem::direct::Walk;
 
 /**
- * The settings of one register file at a time, in the user scope of this process's register. The register was
- * given no directories, so it loads and saves nothing by itself: reading a register file never writes it.
- *
- * Names are clean: levels without "." and "..", one "/" between them.
- */
-namespace tool::settings {
-
-/**
- * The clean form of a name or a group: empty levels mean nothing.
- * Errors: `Failure` for what names nothing: a "." or ".." level, text that is not UTF-8.
+ * The clean form of a name or a group: levels with one "/" between them; empty levels mean nothing.
+ * Errors: `Failure` for a "." or ".." level, and for text that is not UTF-8.
  */
 std::string cleanName(std::string const& name);
 
-/** The full name of what has a bare name in a group. */
-std::string inGroup(std::string const& group, std::string const& name);
+/** The full name of what has a name in a group. */
+std::string inGroup(std::string const& group, std::string_view name);
 
-/** Whether a group stands under the name; the empty name is one. */
-bool isGroup(std::string const& name);
-
-/** Whether anything stands under the name. */
-bool exists(std::string const& name);
-
-/** What stands under a name, which must exist. */
-Entry entry(std::string const& name);
-
-/** The names directly in a group, which must exist: bare, in order. */
-std::vector<std::string> namesIn(std::string const& group);
-
-/** The properties in a group and in the groups in it, and the groups that are empty. */
-Entries entriesBelow(std::string const& group);
+/** The name of a walk's entry, from the walk's group; it lasts until the next step. */
+std::string_view nameOf(Walk const& entry);
 
 /**
- * Puts a property in place of what was there, and makes its groups.
- * Errors: `Failure` when the name is a group's, or one of its groups is a property.
+ * The settings of one register file, in memory: groups are directories, properties are files with one value record
+ * each. Names are clean; the empty one is the group of all.
  */
-void write(std::string const& name, Value const& value);
+class Settings {
+public:
+    /** No settings. */
+    Settings();
 
-/** As `write`, with the bytes of a record, whatever they mean. */
-void writeRecord(std::string const& name, std::string const& record);
+    /** What stands under a name. */
+    [[nodiscard]] filesystem::direct::Entry find(std::string const& name) const;
+    [[nodiscard]] bool isGroup(std::string const& name) const { return find(name).kind == Kind::directory; }
+    [[nodiscard]] bool exists(std::string const& name) const { return find(name).kind != Kind::none; }
 
-/** Makes a group, and the groups around it. Errors: `Failure` when there is a property in the way. */
-void makeGroup(std::string const& name);
+    /** Everything in a group, in the order of the names; that of a group counts with a "/" at its end. */
+    [[nodiscard]] Walk walk(std::string const& group = "") const;
 
-/** Removes a property, or a group with all that is in it; the empty name removes everything. */
-void remove(std::string const& name);
+    /**
+     * Sets a property's record, whatever it was before, and makes its groups.
+     * Errors: `Failure` when the name is a group's, or one of its groups is a property.
+     */
+    void write(std::string const& name, std::string const& record);
 
-/** The bytes that the register stores for a value. */
-std::string recordOf(Value const& value);
+    /** Makes a group, and the groups around it. Errors: `Failure` when there is a property in the way. */
+    void makeGroup(std::string const& name);
 
-} // namespace tool::settings
+    /** Removes a property, or a group with everything in it; the empty name removes everything. */
+    void remove(std::string const& name);
+
+    /** Replaces the settings by those that a register file holds. Errors: as `RAMFileSystem::unserialize`. */
+    void read(filesystem::FileHandle& file);
+
+    /** Writes a register file. Result: whether everything was written. */
+    [[nodiscard]] bool write(filesystem::FileHandle& file) const;
+
+private:
+    std::unique_ptr<filesystem::RAMFileSystem> _files;
+};
+
+} // namespace tool

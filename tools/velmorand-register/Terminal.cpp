@@ -18,16 +18,23 @@ bool hasColours() {
         char const* const value = std::getenv(name);
         return std::string_view(value == nullptr ? "" : value);
     };
-    return ::isatty(STDOUT_FILENO) == 1 && variable("NO_COLOR").empty() && variable("TERM") != "dumb";
+    static bool const are = isTerminal() && variable("NO_COLOR").empty() && variable("TERM") != "dumb";
+    return are;
 }
 
 } // namespace
 
-std::string coloured(std::string const& text, Colour colour) {
-    static bool const isUsed = hasColours();
-    if (!isUsed || colour == Colour::plain)
-        return text;
-    return (colour == Colour::green ? "\033[32m" : "\033[31m") + text + "\033[0m";
+bool isTerminal() {
+    static bool const is = ::isatty(STDOUT_FILENO) == 1;
+    return is;
+}
+
+char const* beginOf(Colour colour) {
+    return !hasColours() ? "" : colour == Colour::green ? "\033[32m" : "\033[31m";
+}
+
+char const* endOf(Colour /*colour*/) {
+    return hasColours() ? "\033[0m" : "";
 }
 
 Progress::Progress(std::string label, std::size_t total)

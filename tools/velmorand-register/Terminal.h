@@ -8,18 +8,22 @@
 /** What differs when a person looks on. */
 namespace tool {
 
-enum class Colour { plain, green, red };
+/** Whether standard output is a terminal. */
+bool isTerminal();
 
-/** The text in a colour, where standard output is a terminal that has colours and nobody has refused them. */
-std::string coloured(std::string const& text, Colour colour);
+enum class Colour { green, red };
+
+/** What to print before and after a text to colour it; empty unless standard output is a terminal with colours. */
+char const* beginOf(Colour colour);
+char const* endOf(Colour colour);
 
 /**
- * A bar on standard error, when that is a terminal, for work that takes longer than a second. It is gone when
- * the work is.
+ * A bar on standard error, when that is a terminal, for work that takes longer than a second. It is removed when the
+ * work is done.
  */
 class Progress {
 public:
-    /** Of `total` steps; 0 when nobody knows how many. */
+    /** Of `total` steps; 0 when it is not known how many there are. */
     Progress(std::string label, std::size_t total);
     Progress(Progress const&) = delete;
     Progress& operator=(Progress const&) = delete;

@@ -3,210 +3,207 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <iostream>
-#include <iterator>
-#include <limits>
-#include <system_error>
 
 #include <QByteArray>
 #include <nlohmann/json.hpp>
 
-#include "Failure.h"
+#include "Terminal.h"
 
 namespace tool {
 
 namespace {
 
-[[noreturn]] void refuse(std::string const& text, char const* what) {
-    throw Failure(Status::misuse, "\"" + text + "\" is no " + what);
-}
-
-/** Parses all of a text. */
-template <class T>
-T parseDigits(std::string const& text, char const* what) {
-    T value{};
-    auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error == std::errc::result_out_of_range && end == text.data() + text.size())
-        throw Failure(Status::misuse, text + " is out of the range of " + what + "s");
-    if (error != std::errc() || end != text.data() + text.size())
-        refuse(text, what);
-    return value;
-}
-
-template <class T>
-struct Element;
-
-template <>
-struct Element<std::string> {
-    static std::string parse(std::string const& text) { return text; }
-    static std::string text(std::string const& value) { return value; }
+/** What a text goes on with: a character, with its size in bytes; 0 for what is not UTF-8. */
+struct Character {
+    std::uint32_t code;
+    std::size_t size;
 };
 
-template <>
-struct Element<double> {
-    static double parse(std::string const& text) { return parseDigits<double>(text, "number"); }
-    static std::string text(double value) {
-        if (std::isnan(value))
-            return "nan";
-        std::array<char, 32> digits{}; // the longest takes 24
-        return {digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr};
+constexpr std::uint32_t continuationBits = 6;
+
+std::uint32_t byteAt(std::string_view text, std::size_t at) {
+    return static_cast<unsigned char>(text[at]);
+}
+
+/** A character outside ASCII. */
+Character characterAt(std::string_view text, std::size_t at) {
+    std::uint32_t const lead = byteAt(text, at);
+    std::size_t const size = lead < 0xC0 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF8 ? 4 : 0;
+    if (size == 0 || size > text.size() - at)
+        return {0, 0};
+    std::uint32_t code = lead & (0x7FU >> size);
+    for (std::size_t i = 1; i < size; ++i) {
+        std::uint32_t const byte = byteAt(text, at + i);
+        if ((byte & 0xC0U) != 0x80)
+            return {0, 0};
+        code = code << continuationBits | (byte & 0x3FU);
     }
-};
+    constexpr std::array<std::uint32_t, 5> least{0, 0, 0x80, 0x800, 0x1'0000}; // by size
+    bool const isSurrogate = code >= 0xD800 && code <= 0xDFFF;
+    return code < least.at(size) || isSurrogate || code > 0x10'FFFF ? Character{0, 0} : Character{code, size};
+}
 
-template <>
-struct Element<int> {
-    static int parse(std::string const& text) { return parseDigits<int>(text, "integer"); }
-    static std::string text(int value) { return std::to_string(value); }
-};
+bool isControl(std::uint32_t code) {
+    return code >= 0x80 && code < 0xA0;
+}
 
-template <>
-struct Element<bool> {
-    static bool parse(std::string const& text) {
-        if (text != "true" && text != "false")
-            refuse(text, "boolean: true or false");
-        return text == "true";
+bool isDirection(std::uint32_t code) {
+    return code == 0x061C || code == 0x200E || code == 0x200F || (code >= 0x202A && code <= 0x202E) ||
+           (code >= 0x2066 && code <= 0x2069);
+}
+
+bool isEscaped(unsigned char ascii, Escapes escapes) {
+    switch (ascii) {
+    case '"':
+        return escapes.quotes;
+    case '\\':
+        return escapes.backslashes;
+    case '\n':
+    case '\t':
+        return escapes.lineBreaks;
+    case 0x7F:
+        return escapes.controls;
+    default:
+        return ascii < 0x20;
     }
-    static std::string text(bool value) { return value ? "true" : "false"; }
-};
-
-/** How a kind of value is made of its elements' texts, and the other way round. */
-template <class T>
-struct Form {
-    static Value parse(std::vector<std::string> const& texts) {
-        if (texts.size() != 1)
-            throw Failure(Status::misuse, texts.empty() ? "a value is missing" : "more than one value");
-        return Element<T>::parse(texts.front());
-    }
-    static std::vector<std::string> texts(T const& value) { return {Element<T>::text(value)}; }
-};
-
-template <class T>
-struct Form<std::vector<T>> {
-    static Value parse(std::vector<std::string> const& texts) {
-        std::vector<T> values;
-        std::transform(texts.begin(), texts.end(), std::back_inserter(values), Element<T>::parse);
-        return values;
-    }
-    static std::vector<std::string> texts(std::vector<T> const& values) {
-        std::vector<std::string> texts;
-        std::transform(values.begin(), values.end(), std::back_inserter(texts), Element<T>::text);
-        return texts;
-    }
-};
-
-template <std::size_t... Kinds>
-Value parseAs(std::size_t kind, std::vector<std::string> const& texts,
-              std::index_sequence<Kinds...> /*all*/) {
-    constexpr std::array parsers{&Form<std::variant_alternative_t<Kinds, Value>>::parse...};
-    return parsers.at(kind)(texts);
 }
 
-std::string jsonOf(std::string const& text) {
-    return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+std::string escapeOf(std::uint32_t code) {
+    constexpr std::string_view characters = "\"\\\b\f\n\r\t";
+    constexpr std::string_view letters = "\"\\bfnrt";
+    if (code < 0x80)
+        if (auto const found = characters.find(static_cast<char>(code)); found != std::string_view::npos)
+            return {'\\', letters[found]};
+    std::string escape = "\\u";
+    for (int shift = 12; shift >= 0; shift -= 4)
+        escape += "0123456789abcdef"[code >> shift & 0xFU];
+    return escape;
 }
 
-std::string jsonOf(double value) {
-    if (std::isnan(value))
-        return "\"nan\"";
-    if (std::isinf(value))
-        return value < 0 ? "\"-inf\"" : "\"inf\"";
-    return nlohmann::json(value).dump(); // the fewest digits that read back the same
-}
-
-std::string jsonOf(int value) {
-    return std::to_string(value);
-}
-
-std::string jsonOf(bool value) {
-    return value ? "true" : "false";
-}
-
-template <class T>
-std::string jsonOf(std::vector<T> const& values) {
-    std::string text = "[";
-    for (auto&& value : values)
-        text += (text.size() == 1 ? "" : ", ") + jsonOf(value);
-    return text + "]";
-}
-
-/** With escapes for the control characters that JSON lets through: DEL, and U+0080 to U+009F. */
-std::string withoutControls(std::string const& text) {
-    std::string line;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        auto const byte = static_cast<unsigned char>(text[i]);
-        auto const next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : '\xFF');
-        if (byte == 0x7F) {
-            line += "\\u007f";
-        } else if (byte == 0xC2 && next < 0xA0) {
-            line += next < 0x90 ? "\\u008" : "\\u009";
-            line += "0123456789abcdef"[next & 0xFU];
-            ++i;
-        } else {
-            line += text[i];
+/** Hands text to `write` in pieces: as it is where it may stay so, with escapes for the rest. */
+template <class Write>
+void escape(std::string_view text, Escapes escapes, Write write) {
+    constexpr std::size_t ascii = 128;
+    std::array<bool, 256> isPlain{}; // of every byte; those outside ASCII are looked at more closely
+    for (std::size_t byte = 0; byte < ascii; ++byte)
+        isPlain.at(byte) = !isEscaped(static_cast<unsigned char>(byte), escapes);
+    std::size_t begin = 0;
+    for (std::size_t at = 0; at < text.size();) {
+        if (isPlain[byteAt(text, at)]) { // NOLINT(cppcoreguidelines-pro-bounds-constant-array-index)
+            ++at;
+            continue;
         }
+        Character character{byteAt(text, at), 1};
+        if (character.code >= ascii) {
+            character = characterAt(text, at);
+            bool const isShown = character.size != 0 && !(escapes.controls && isControl(character.code)) &&
+                                 !(escapes.directions && isDirection(character.code));
+            if (isShown) {
+                at += character.size;
+                continue;
+            }
+        }
+        write(text.substr(begin, at - begin));
+        write(character.size == 0 ? "\xEF\xBF\xBD" : escapeOf(character.code));
+        at += std::max<std::size_t>(character.size, 1);
+        begin = at;
     }
-    return line;
+    write(text.substr(begin));
+}
+
+void appendJson(std::string& out, std::string const& text, Escapes escapes) {
+    out += '"';
+    escape(text, escapes, [&out](std::string_view piece) { out += piece; });
+    out += '"';
+}
+
+void appendJson(std::string& out, double value, Escapes /*escapes*/) {
+    if (std::isnan(value))
+        out += "\"nan\"";
+    else if (std::isinf(value))
+        out += value < 0 ? "\"-inf\"" : "\"inf\"";
+    else
+        out += nlohmann::json(value).dump(); // the fewest digits that read back the same
+}
+
+void appendJson(std::string& out, int value, Escapes /*escapes*/) {
+    out += std::to_string(value);
+}
+
+void appendJson(std::string& out, bool value, Escapes /*escapes*/) {
+    out += value ? "true" : "false";
+}
+
+template <class T>
+void appendJson(std::string& out, std::vector<T> const& values, Escapes escapes) {
+    out += '[';
+    char const* separator = "";
+    for (auto&& value : values) {
+        out += separator;
+        appendJson(out, value, escapes);
+        separator = ", ";
+    }
+    out += ']';
 }
 
 } // namespace
 
-Value parseValue(std::string const& kind, std::vector<std::string> const& texts) {
-    auto const* const found = std::find(kindNames.begin(), kindNames.end(), kind);
-    if (found == kindNames.end()) {
-        std::string all;
-        for (char const* const name : kindNames)
-            all += (all.empty() ? "" : ", ") + std::string(name);
-        throw Failure(Status::misuse, "no such kind: " + kind + " (there are " + all + ")");
-    }
-    return parseAs(static_cast<std::size_t>(found - kindNames.begin()), texts,
-                   std::make_index_sequence<kindNames.size()>());
+Escapes forJsonOutput() {
+    return isTerminal() ? Escapes{true, true, true, true, true} : forJson;
 }
 
-std::vector<std::string> elementTexts(Value const& value) {
-    return std::visit(
-        [](auto const& content) { return Form<std::decay_t<decltype(content)>>::texts(content); }, value);
+Escapes forJsonLine() {
+    return {true, true, true, true, isTerminal()};
+}
+
+Escapes forLine() {
+    return {false, true, true, true, isTerminal()};
+}
+
+void printEscaped(std::ostream& out, std::string_view text, Escapes escapes) {
+    escape(text, escapes, [&out](std::string_view piece) { out << piece; });
+}
+
+std::string jsonText(Value const& value, Escapes escapes) {
+    std::string text;
+    std::visit([&](auto const& content) { appendJson(text, content, escapes); }, value);
+    return text;
+}
+
+bool isUtf8(std::string_view text) {
+    for (std::size_t at = 0; at < text.size();) {
+        std::size_t const size = byteAt(text, at) < 0x80 ? 1 : characterAt(text, at).size;
+        if (size == 0)
+            return false;
+        at += size;
+    }
+    return true;
+}
+
+std::string counted(std::size_t count, char const* one, char const* several) {
+    return std::to_string(count) + ' ' + (count == 1 ? one : several);
+}
+
+std::string base64(std::string_view bytes) {
+    return QByteArray::fromRawData(bytes.data(), static_cast<int>(bytes.size())).toBase64().toStdString();
 }
 
 QString toQString(std::string const& utf8) {
     return QString::fromUtf8(utf8.data(), static_cast<int>(utf8.size()));
 }
 
-bool isUtf8(std::string const& text) {
-    std::string const within = '/' + text; // a mark of UTF-8 at the beginning of a text would be lost
-    return toQString(within).toUtf8().toStdString() == within;
-}
-
-std::string base64(std::string const& bytes) {
-    return QByteArray::fromRawData(bytes.data(), static_cast<int>(bytes.size())).toBase64().toStdString();
-}
-
-std::string jsonText(Value const& value) {
-    return std::visit([](auto const& content) { return jsonOf(content); }, value);
-}
-
-std::string jsonShown(Value const& value) {
-    return withoutControls(jsonText(value));
-}
-
-std::string shown(std::string const& text) {
-    std::string const quoted = jsonOf(text);
-    std::string line;
-    for (std::size_t i = 1; i + 1 < quoted.size(); ++i) {
-        if (quoted[i] == '\\' && quoted[++i] != '"')
-            line += '\\';
-        line += quoted[i];
-    }
-    return withoutControls(line);
-}
-
 void complain(std::string const& message) {
     constexpr std::size_t most = 600;
+    constexpr Escapes escapes{false, false, true, true, true};
     std::string const text = message.size() <= most ? message
                                                     : message.substr(0, most / 2) + " ... " +
                                                           message.substr(message.size() - most / 2);
-    std::cerr << "velmorand-register: " << shown(text) << std::endl;
+    std::cerr << "velmorand-register: ";
+    printEscaped(std::cerr, text, escapes);
+    std::cerr << std::endl;
 }
 
 } // namespace tool

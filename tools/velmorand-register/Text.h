@@ -1,46 +1,65 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <iosfwd>
 #include <string>
-#include <vector>
+#include <string_view>
 
 #include <QString>
 
-#include "Entry.h"
+#include "Value.h"
 
-/** Values and names as people read and write them. */
+/** Names and values as text. */
 namespace tool {
 
 /**
- * The value of a kind that texts, one for each element, say.
- * Errors: `Failure` when there is no such kind, when a text is none of it, or when there are too few or too
- * many.
+ * Which characters are written as JSON's escapes. Control characters below U+0020 always are, but for line feeds and
+ * tabs; what is not UTF-8 is always written as U+FFFD.
  */
-Value parseValue(std::string const& kind, std::vector<std::string> const& texts);
+struct Escapes {
+    bool quotes;      ///< '"'
+    bool backslashes; ///< '\'
+    bool lineBreaks;  ///< line feeds and tabs
+    bool controls;    ///< DEL and U+0080 to U+009F, which terminals obey
+    bool
+        directions; ///< U+061C, U+200E, U+200F, U+202A to U+202E, U+2066 to U+2069, which reorder the text around them
+};
 
-/** The elements of a value, each as `parseValue` takes it; a single value has one. */
-std::vector<std::string> elementTexts(Value const& value);
+/** A string in JSON for programs: no more than JSON demands. */
+constexpr Escapes forJson{true, true, true, false, false};
+
+/** A string in JSON for standard output's reader: all of them when that is a terminal, and the same value. */
+Escapes forJsonOutput();
+
+/** A string in JSON on a line of text. Only a terminal makes directions matter. */
+Escapes forJsonLine();
+
+/** A name on a line of text. */
+Escapes forLine();
+
+/** Text that is a terminal's whole output, with its own lines. */
+constexpr Escapes forTerminal{false, false, false, true, true};
+
+/** Writes text with escapes, in constant memory. */
+void printEscaped(std::ostream& out, std::string_view text, Escapes escapes);
+
+/** A value in JSON. */
+std::string jsonText(Value const& value, Escapes escapes);
+
+/** Whether a text is well-formed UTF-8. */
+bool isUtf8(std::string_view text);
+
+/** A number of things, such as "1 byte" and "2 bytes". */
+std::string counted(std::size_t count, char const* one, char const* several);
+
+/** Bytes in base64. */
+std::string base64(std::string_view bytes);
 
 QString toQString(std::string const& utf8);
 
-/** Whether a text is well-formed UTF-8. */
-bool isUtf8(std::string const& text);
-
-/** Bytes in base64. */
-std::string base64(std::string const& bytes);
-
-/** A value in JSON, on one line; text that is not UTF-8 is shown with "\ufffd" in its place. */
-std::string jsonText(Value const& value);
-
-/** As `jsonText`, for a terminal: every control character is an escape. */
-std::string jsonShown(Value const& value);
-
-/** Text for one line of a terminal: what would not stay in it, or is no UTF-8, as escapes. */
-std::string shown(std::string const& text);
-
 /**
- * Prints a complaint on standard error, on one line. One that repeats a long text leaves out its middle: what it is
- * about begins it, and what is wrong ends it.
+ * Prints a complaint on standard error, on one line. The middle of a very long one is left out: it begins with what
+ * it is about, and ends with what is wrong.
  */
 void complain(std::string const& message);
 

@@ -27,14 +27,14 @@ class FileWatch {
 public:
     explicit FileWatch(RegisterFile const& file) : _file(file), _events(::inotify_init1(IN_CLOEXEC)) {
         if (_events < 0)
-            throw failed("files cannot be watched", errno);
+            throw failed("cannot watch " + _file.path(), errno);
         follow();
     }
     FileWatch(FileWatch const&) = delete;
     FileWatch& operator=(FileWatch const&) = delete;
     ~FileWatch() { ::close(_events); }
 
-    /** Returns when the file may be another one, or hold something else, than at the last call. */
+    /** Waits until the file may have been replaced or changed since the last call. */
     void wait() {
         while (!waitForEvents()) {
         }
@@ -52,7 +52,7 @@ private:
         _error = 0;
         followPath(_file.path(), hopLimit);
         if (_error != 0)
-            throw failed(_file.directory(), _error);
+            throw failed("cannot watch " + _file.directory(), _error);
     }
 
     void followPath(std::filesystem::path const& path, int hops) {
@@ -60,7 +60,7 @@ private:
         std::error_code lost;
         auto const absolute = std::filesystem::absolute(path, lost);
         if (lost) // the working directory has been removed
-            throw failed(_file.path(), lost.value());
+            throw failed("cannot watch " + _file.path(), lost.value());
         for (std::filesystem::path const& name : absolute) {
             std::filesystem::path const place = around / name;
             if (!around.empty() && !watchName(around, name))
@@ -74,8 +74,8 @@ private:
     }
 
     /**
-     * Watches a name in a directory. One on the way that may not be read cannot be watched: what counts is the
-     * last. Result: whether the directory is there.
+     * Watches a name in a directory. A directory on the way that may not be read cannot be watched: only the last
+     * one counts. Result: whether the directory is there.
      */
     bool watchName(std::filesystem::path const& directory, std::filesystem::path const& name) {
         auto const mask = IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_CREATE | IN_DELETE |
@@ -88,12 +88,12 @@ private:
         return true;
     }
 
-    /** Result: whether one of the events that have come concerns the file. */
+    /** Result: whether one of the new events concerns the file. */
     bool waitForEvents() {
         alignas(inotify_event) std::array<char, 16'384> buffer{};
         auto const got = ::read(_events, buffer.data(), buffer.size());
         if (got < 0 && errno != EINTR)
-            throw failed("files cannot be watched", errno);
+            throw failed("cannot watch " + _file.path(), errno);
         bool concerns = false;
         for (long at = 0; at < got;) {
             inotify_event event{};
@@ -105,7 +105,7 @@ private:
         return concerns;
     }
 
-    /** Whether this is a new file, not one under another name as well, whose content comes with a later event. */
+    /** Whether this is a new file, with only this name, whose content comes with a later event. */
     [[nodiscard]] bool isBeingWritten(inotify_event const& event, std::string const& name) const {
         std::error_code ignored;
         return (event.mask & (IN_CREATE | IN_ISDIR)) == IN_CREATE && name == _file.name() &&
@@ -123,18 +123,20 @@ private:
 
 void watch(RegisterFile const& file, std::ostream& out) {
     FileWatch changes(file);
-    Entries before = file.entries();
+    Settings before;
+    file.load(before);
     for (;;) {
         changes.wait();
         try {
-            Entries after = file.entries();
+            Settings after;
+            file.load(after);
             printChanges(before, after, out);
             before = std::move(after);
         } catch (Failure const& damage) {
             complain(damage.what());
         }
         if (!out.flush())
-            throw Failure(Status::fileTrouble, "standard output cannot be written");
+            throw Failure(Status::fileTrouble, "cannot write to standard output");
     }
 }
 

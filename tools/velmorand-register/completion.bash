@@ -6,7 +6,7 @@ _velmorand_register() {
     local cur prev words cword
     _init_completion -n := || return
     local -
-    set -f # names are no patterns
+    set -f # names are not patterns
 
     local places=() command='' command_at=0 i
     for ((i = 1; i < cword; i++)); do
@@ -15,6 +15,7 @@ _velmorand_register() {
             places+=("${words[i]}" "${words[i + 1]/#\~/$HOME}")
             ((i++))
             ;;
+        --wait) ((i++)) ;;
         --user=* | --global=* | --scope=*) places+=("${words[i]}") ;;
         -*) ;;
         *) [[ $command ]] || { command=${words[i]} command_at=$i; } ;;
@@ -30,9 +31,10 @@ _velmorand_register() {
         COMPREPLY=($(compgen -W 'user global temporary' -- "$cur"))
         return
         ;;
+    --wait) return ;;
     esac
 
-    local options='--user --global --scope --help'
+    local options='--user --global --scope --wait --help'
     case $command in
     '') options+=' --version' ;;
     list) options+=' --recursive --long' ;;
@@ -70,7 +72,7 @@ _velmorand_register() {
     # A line of the list: the kind, the scope, the name, in columns.
     local IFS=$'\n' name candidates=()
     for name in $(velmorand-register "${places[@]}" list -r 2>/dev/null | cut -c 18-); do
-        [[ $name != *\\* ]] || continue # shown with escapes, which is not what it is called
+        [[ $name != *\\* ]] || continue # shown with escapes, so this is not its name
         [[ $names == groups ]] || candidates+=("$name")
         while [[ $names != properties && $name == */* ]]; do
             name=${name%/*}

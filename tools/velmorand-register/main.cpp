@@ -1,15 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// velmorand-register: looks at and changes register files, for people and scripts. Answers go to standard
-// output, complaints to standard error.
+// velmorand-register: shows and changes register files, for people and scripts. Answers go to standard output,
+// complaints to standard error.
 
+#include <algorithm>
+#include <array>
+#include <chrono>
 #include <exception>
 #include <functional>
 #include <iostream>
 #include <map>
+#include <optional>
 #include <string>
 
 #include <CLI/CLI.hpp>
+#include <fcntl.h>
 
 #include "Commands.h"
 #include "Text.h"
@@ -20,23 +25,27 @@ using tool::Failure;
 using tool::Places;
 using tool::Scope;
 using tool::Status;
+using tool::WrongCall;
+
+constexpr char const* program = "velmorand-register";
 
 constexpr char const* footer =
-    R"(velmorand-register COMMAND --help tells more of a command, the manual page all.
+    R"("velmorand-register COMMAND --help" describes a command; see also the manual page.
 
-The exit status is 0 when it is done, 1 when a name is not there or something
-is different, 2 when the command makes no sense, 3 when a register file is
-damaged, cannot be read or was not saved.)";
+Exit status: 0 success; 1 a name does not exist, or something differs; 2 wrong
+usage; 3 a register file is damaged, cannot be read, or was not saved.)";
 
 /** The command line, and what it says. */
 class CommandLine {
 public:
-    CommandLine() : _line("Looks at and changes register files: the settings of applications.") {
-        _line.name("velmorand-register");
+    CommandLine() : _line("Shows and changes register files: the settings of applications.") {
+        _line.name(program);
         _line.footer(footer);
-        _line.set_version_flag("--version", "velmorand-register " VELMORAND_VERSION);
+        _line.set_help_flag("-h,--help", "Print this help");
+        _line.set_version_flag("--version", std::string(program) + " " VELMORAND_VERSION,
+                               "Print the version");
         _line.fallthrough();
-        _line.require_subcommand(0, 1); // what follows a command may be named like one
+        _line.require_subcommand(0, 1); // an argument may have a command's name
         _line.get_formatter()->column_width(28);
         _line.get_formatter()->label("REQUIRED", "");
         _line.get_formatter()->label("SUBCOMMAND", "COMMAND");
@@ -48,11 +57,11 @@ public:
     CommandLine(CommandLine const&) = delete;
     CommandLine& operator=(CommandLine const&) = delete;
 
-    /** Parses the arguments and does what they say. */
+    /** Parses the arguments and runs the command. */
     Status run(int argc, char const* const* argv) {
         _line.parse(argc, argv);
         if (!_command)
-            throw Failure(Status::misuse, "a command is missing; --help lists them");
+            throw WrongCall("no command given (commands: " + commands() + ")");
         return _command();
     }
 
@@ -61,22 +70,36 @@ public:
     /** What is wrong with a line that has more than it should. */
     [[nodiscard]] std::string unexpected() const {
         std::string const text = _line.remaining(true).front();
-        bool const isOption = text.size() > 1 && text.front() == '-';
-        if (!isOption && _line.get_subcommands().empty()) {
-            std::string all;
-            for (CLI::App const* const command : _line.get_subcommands({}))
-                all += (all.empty() ? "" : ", ") + command->get_name();
-            return "no such command: " + text + " (there are " + all + ")";
-        }
-        return (isOption ? "no such option: " : "one argument too many: ") + text +
-               (isOption ? " (put -- before a value that begins with \"-\")" : "");
+        if (text.size() > 1 && text.front() == '-')
+            return "no such option: " + text + R"( (put -- before a value that begins with "-"))";
+        if (_line.get_subcommands().empty())
+            return "no such command: " + text + " (commands: " + commands() + ")";
+        return "too many arguments: " + text;
+    }
+
+    /** How the command, or the program, is called. */
+    [[nodiscard]] std::string usage() const {
+        std::string const help = _line.help();
+        std::size_t const begin = std::min(help.find("Usage: "), help.size());
+        std::string const name = _line.get_subcommands().empty()
+                                     ? std::string()
+                                     : ' ' + _line.get_subcommands().front()->get_name();
+        return help.substr(begin, help.find('\n', begin) - begin) + "\nTry '" + program + name +
+               " --help' for more.\n";
     }
 
 private:
+    [[nodiscard]] std::string commands() const {
+        std::string all;
+        for (CLI::App const* const command : _line.get_subcommands({}))
+            all += (all.empty() ? "" : ", ") + command->get_name();
+        return all;
+    }
+
     CLI::App* add(char const* name, char const* what, std::function<Status()> const& command) {
         CLI::App* const added = _line.add_subcommand(name, what);
         added->group("Commands");
-        added->footer("The options of velmorand-register may stand here as well.");
+        added->footer(std::string("The options of ") + program + " may stand here as well.");
         added->callback([this, command] { _command = command; });
         return added;
     }
@@ -96,64 +119,76 @@ private:
             ->check([](std::string const& scope) {
                 return scopes.count(scope) > 0
                            ? std::string()
-                           : "no such scope: " + scope + " (there are user, global, temporary)";
+                           : "no such scope: " + scope + " (scopes: user, global, temporary)";
+            });
+        _line
+            .add_option_function<unsigned>(
+                "--wait", [this](unsigned seconds) { _places.patience = std::chrono::seconds(seconds); },
+                "How long to wait for a locked directory [5]")
+            ->type_name("SECONDS")
+            ->check([](std::string const& seconds) {
+                constexpr std::size_t longest = 9; // digits, of some thirty years
+                bool const isNumber = !seconds.empty() && seconds.size() <= longest &&
+                                      seconds.find_first_not_of("0123456789") == std::string::npos;
+                return isNumber ? std::string() : "not a whole number of seconds: " + seconds;
             });
     }
 
     void addReading() {
-        auto* const list = add("list", "Prints kind, scope and name of what a group has",
+        auto* const list = add("list", "List the properties and groups in a group",
                                [this] { return tool::list(_places, _group, _isRecursive, _isLong); });
-        list->add_option("GROUP", _group, "Without: the settings in no group, and all groups")->type_name("");
-        list->add_flag("-r,--recursive", _isRecursive, "Also what is in the groups within it");
-        list->add_flag("-l,--long", _isLong, "Also the values");
+        list->add_option("GROUP", _group, "The group [the outermost]")->type_name("");
+        list->add_flag("-r,--recursive", _isRecursive, "List the groups within it as well");
+        list->add_flag("-l,--long", _isLong, "Print the values, too");
 
-        auto* const get = add("get", "Prints a property's value, an element a line",
+        auto* const get = add("get", "Print a property's value, one element a line",
                               [this] { return tool::get(_places, _name); });
         addName(get, "The property's name");
     }
 
     void addWriting() {
-        auto* const set = add("set", "Sets a property",
+        auto* const set = add("set", "Set a property",
                               [this] { return tool::set(_places, _kind, _name, _values->results()); });
         set->add_option("KIND", _kind,
                         "string, number, integer, boolean, or a list:\nstrings, numbers, integers, booleans")
             ->required()
             ->type_name("");
         addName(set, "The property's name");
-        // As many as there are, and each as it is: where CLI11 is to take some more, "[a,b]" is two of them.
-        _values = set->add_option("VALUE", "The value; for a list, each of its elements");
+        // Any number of values, each as it is: where CLI11 is to take some more, "[a,b]" is two of them.
+        _values = set->add_option("VALUE", "The value, or the elements of a list");
         constexpr int most = CLI::detail::expected_max_vector_size;
         _values->take_all()->expected(most - 1, most)->allow_extra_args(false)->type_name("");
-        set->footer("Put -- before values that begin with a \"-\" and no digit behind it.\n" +
+        set->footer("Put -- before values that begin with \"-\", unless a digit follows.\n" +
                     set->get_footer());
 
-        addName(add("delete", "Removes a property, or a group with all in it",
+        addName(add("delete", "Remove a property, or a group with everything in it",
                     [this] { return tool::remove(_places, _name); }),
                 "The name of the property or group");
 
-        auto* const exporting = add("export", "Prints the settings in JSON",
-                                    [this] { return tool::exportGroup(_places, _group); });
-        exporting->add_option("GROUP", _group, "Without: all groups")->type_name("");
+        auto* const exporting =
+            add("export", "Print settings as JSON", [this] { return tool::exportGroup(_places, _group); });
+        exporting->add_option("GROUP", _group, "The group [the outermost]")->type_name("");
 
-        auto* const importing = add("import", "Sets what JSON says: all of it or nothing",
+        auto* const importing = add("import", "Set everything that a JSON file holds, or nothing",
                                     [this] { return tool::import(_places, _file, _isReplacing); });
         importing->add_option("FILE", _file, "The JSON; - for standard input")->required()->type_name("");
-        importing->add_flag("--replace", _isReplacing, "Remove all settings that it does not have");
+        importing->add_flag("--replace", _isReplacing, "Remove all other settings");
     }
 
     void addFiles() {
-        auto* const diff = add("diff", "Prints what differs between two register files",
+        auto* const diff = add("diff", "Print the differences between two files",
                                [this] { return tool::diff(_file, _otherFile); });
-        diff->add_option("FILE", _file, "A register file, or the directory of one")
+        diff->add_option("FILE", _file, "A register file, its directory, or a file of exported settings")
             ->required()
             ->type_name("");
-        diff->add_option("OTHER", _otherFile, "The other one")->required()->type_name("");
+        diff->add_option("OTHER", _otherFile, "The file to compare it with")->required()->type_name("");
 
-        auto* const check = add("check", "Says whether a register file is whole and sound",
+        auto* const check = add("check", "Check that a register file and all values in it are intact",
                                 [this] { return tool::check(_places, _checked); });
-        check->add_option("FILE", _checked, "Without: those of the directories")->type_name("");
+        check->add_option("FILE", _checked, "A register file, or its directory [those of the scopes]")
+            ->type_name("");
 
-        add("watch", "Prints what other processes change, old and new",
+        add("watch", "Print what other processes change, old and new",
             [this] { return tool::watch(_places); });
     }
 
@@ -181,9 +216,15 @@ Status complained(Status status, std::string const& message) {
     return status;
 }
 
-/** Everything that was printed has arrived. */
+Status wrongCall(CommandLine const& commandLine, std::string const& message) {
+    tool::complain(message);
+    std::cerr << commandLine.usage() << std::flush;
+    return Status::misuse;
+}
+
+/** Makes sure that everything printed has arrived. */
 Status delivered(Status status) {
-    return std::cout.flush() ? status : complained(Status::fileTrouble, "standard output cannot be written");
+    return std::cout.flush() ? status : complained(Status::fileTrouble, "cannot write to standard output");
 }
 
 Status run(int argc, char const* const* argv) {
@@ -194,17 +235,31 @@ Status run(int argc, char const* const* argv) {
         commandLine.line().exit(answer); // help, or the version
         return delivered(Status::done);
     } catch (CLI::ExtrasError const&) {
-        return complained(Status::misuse, commandLine.unexpected());
+        return wrongCall(commandLine, commandLine.unexpected());
     } catch (CLI::ParseError const& misuse) {
-        return complained(Status::misuse, misuse.what());
+        return wrongCall(commandLine, misuse.what());
+    } catch (WrongCall const& misuse) {
+        return wrongCall(commandLine, misuse.what());
     } catch (Failure const& failure) {
         return complained(failure.status(), failure.what());
     }
 }
 
+/**
+ * Occupies the standard descriptors that the caller has closed, so that no file gets one of them and is mistaken for
+ * it. Using one still fails: it is open the wrong way round.
+ */
+void openStandardDescriptors() {
+    constexpr std::array modes{O_WRONLY, O_RDONLY, O_RDONLY};
+    for (int descriptor = 0; descriptor < 3; ++descriptor)
+        if (::fcntl(descriptor, F_GETFD) < 0)
+            static_cast<void>(::open("/dev/null", modes.at(static_cast<std::size_t>(descriptor))));
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
+    openStandardDescriptors();
     std::ios::sync_with_stdio(false);
     try {
         return static_cast<int>(run(argc, argv));

@@ -15,54 +15,52 @@
 #include "utils/properties/Export.h"
 
 /**
- * Tells whether `file` is present under the directory `root`, or could lie there: when it is missing, its
- * directory part must exist under `root` or is made now (one level). A bare file name has no directory part
- * and passes under any root; `root` itself is not examined.
- *
- * Both are UTF-8.
+ * Whether `file` exists under the directory `root` or could be put there: if it is missing, its directory
+ * part must exist under `root`, or is made now (one level). A bare file name has no directory part, so it
+ * passes under any root; `root` itself is not examined. Both are UTF-8.
+ * Errors: `utils::Exception` for a path of 2 GiB or more.
  * Locks: none.
- * Errors: none of its own.
  */
 [[nodiscard]] VELMORAND_REGISTER_EXPORT bool _test_register_path(std::string const& root,
                                                                  std::string const& file);
 
 namespace utils::properties {
 
-/** Where a property lives. Readers look in the user scope first, then the global, then the temporary one. */
+/** Where a property lives. Readers search the user scope first, then the global, then the temporary one. */
 enum RegisterScope : int {
     SCOPE_GLOBAL = 0,    ///< "/global/": read from the global register file, never written back
     SCOPE_USER = 1,      ///< "/user/": read from the user register file and saved to it
     SCOPE_TEMPORARY = 2, ///< "/temp/": in memory only
 };
 
-/** What a property holds: the tag byte that its record starts with, or the element tag of a list. */
+/** The kind of a value: the first byte of its record, or the element tag of a list. */
 enum Type : std::int32_t {
     TYPE_STRING = 'S',
     TYPE_NUMBER = 'N',
     TYPE_INTEGER = 'I',
     TYPE_BOOLEAN = 'B',
-    TYPE_LIST = 'L', ///< the kind of the elements follows in a tag of its own
+    TYPE_LIST = 'L', ///< the element tag follows
 };
 
 /**
- * The property holds another kind of value than the one asked for.
+ * The property holds a value of another kind than the one asked for.
  *
- * The base is private on purpose: a handler for `utils::Exception` or `std::exception` does not catch it. It
- * carries no message.
+ * Intentional: the base is private, so that a handler for `utils::Exception` or `std::exception` does not
+ * catch it. It carries no message.
  */
 class VELMORAND_REGISTER_EXPORT PropertyBadType : utils::Exception {};
 
 /**
- * No scope holds the property. As `PropertyBadType`, it is caught by its own name only and carries no
+ * No scope holds the property. Like `PropertyBadType`, it is caught only by its own name and carries no
  * message.
  */
 class VELMORAND_REGISTER_EXPORT PropertyNotFound : utils::Exception {};
 
 /**
- * The property register of the process: named, typed settings in groups, in three scopes, saved in register
- * files and watched by listeners.
+ * The process's property register: named, typed settings in groups and three scopes, saved in register files
+ * and watched by listeners.
  *
- * An application calls `initialize` once, then reads and writes through `getInstance()` from any thread; the
+ * An application calls `initialize` once, then reads and writes through `getInstance()` from any thread. The
  * user scope is saved when the process exits, and whenever `save()` is called.
  *
  *     _Register::initialize("/etc/velmorand", "/home/ada/.config/velmorand");
@@ -71,41 +69,44 @@ class VELMORAND_REGISTER_EXPORT PropertyNotFound : utils::Exception {};
  *     int width = 0;
  *     settings->_readInteger("editor/tab width", width);
  *
- * Names are UTF-8, relative to a scope, levels joined by "/"; what stands before the last "/" is the
- * property's group. Doubled, leading and trailing "/" mean nothing to the tree; a level "." or ".." does not
- * exist and cannot be made.
+ * Names are UTF-8, relative to a scope, with "/" between the levels; the part before the last "/" is the
+ * property's group. The tree ignores doubled, leading and trailing "/"; a level "." or ".." does not exist
+ * and cannot be made.
  *
- * The register is an in-memory file system: a group is a directory of it, a property a file with one value
- * record.
+ * The register is an in-memory file system: a group is a directory, a property a file with one value record.
  *
- * Locks: one recursive lock, `_mutex`, guards all of it. "Takes the lock" below means: for the whole call, so
- * such an operation is safe from any thread, and from inside a listener. An operation that takes none is
- * called with the lock held, or from one thread only, while other threads may change the register.
+ * Locks: one recursive lock, `_mutex`, guards everything. "Takes the lock" below means for the whole call:
+ * such an operation is safe from any thread, and from inside a listener. While other threads may change the
+ * register, hold the lock around an operation that takes none.
  *
  * Errors: `utils::Exception` with a message for misuse and file failures; typed reads throw `PropertyBadType`
- * and `PropertyNotFound`. A scope other than the three is refused with "Bad scope value." by every operation
- * that takes one. After an exception the lock is as it was before.
+ * and `PropertyNotFound`. Every operation that takes a scope refuses a value other than the three with "Bad
+ * scope value.". An exception leaves the lock as it was before the call.
+ *
+ * Exit: from the moment the register is saved, other threads that call an operation which takes the lock wait
+ * until the process ends. Do not wait for such a thread in an exit handler or a destructor that runs later.
  */
 class VELMORAND_REGISTER_EXPORT _Register : public filesystem::RAMFileSystem {
 public:
     /**
-     * A listener: told of changes to the names and groups it is registered for.
+     * A listener: notified of changes to the names and groups under which it is registered.
      *
-     * The register holds a plain pointer and never deletes a listener: whoever owns it removes its entries
-     * before it is destroyed. Both operations run on the thread that made the change, with the register's
-     * lock held. They may read the register, and add and remove entries, their own included; a change they
-     * make themselves is announced before it returns, so a listener must not answer its own change without
-     * end.
+     * The register holds a plain pointer and never deletes a listener: its owner must remove its entries
+     * before destroying it. Both operations run on the thread that made the change, with the register's lock
+     * held. They may read the register, and add and remove entries, including their own. They may also change
+     * properties; such a change is announced before the call that makes it returns, so a listener must not
+     * change its own property every time it is notified.
      */
     class Callback {
     public:
         virtual ~Callback() = default;
 
-        /** The property `name` has changed; the name is as its writer gave it, without the scope. */
+        /** The property `name` has changed. The name is the one its writer gave, without the scope. */
         virtual void propertyChanged(std::string const& name) = 0;
 
         /**
-         * Whose listener this is: changes with this `sender` are not announced to it. Compared, never used.
+         * Who owns this listener: it is not notified of changes made by this `sender`. The pointer is only
+         * compared, never dereferenced.
          */
         virtual void* owner() = 0;
     };
@@ -114,16 +115,19 @@ public:
     _Register& operator=(_Register const&) = delete;
 
     /**
-     * Saves the user scope as `save()` does, then drops everything. The one instance is destroyed at process
-     * exit. What the file system throws while saving comes out after all is destroyed. Listeners are not
-     * touched.
-     * Locks: none.
+     * Saves the user scope as `save()` does, then destroys everything but the listeners, which it does not
+     * touch. The process's register is destroyed at exit, after every exit handler that was registered later
+     * than the first `getInstance()`. A forked child that exits saves as well, over the same file, even if it
+     * changed nothing; `_exit` and a successful exec save nothing.
+     * Errors: what the file system throws while saving, after everything has been destroyed.
+     * Locks: none. At exit a handler has taken the lock just before, for good, so that no other thread
+     * changes what is saved. It waits for the lock at most one second; if another thread holds it longer, or
+     * held it when this process was forked, the register is saved and destroyed without it.
      */
     ~_Register() noexcept(false) override;
 
     /**
-     * The one register of the process, never null; the first call builds and loads it. It belongs to the
-     * library.
+     * The process's register, never null. The first call builds and loads it. The library owns it.
      * Errors: what `load` throws; nothing has been built then, and the next call tries again.
      * Locks: takes the lock.
      */
@@ -132,30 +136,32 @@ public:
     /**
      * Sets the two register directories (UTF-8), builds the register from them, and records them as the
      * string properties "UserDataPath" and "GlobalDataPath" in the temporary scope, each followed by a
-     * `save()`. To be called once, before any other use; on a register that is already built it changes where
-     * `save` writes, and loads nothing: what that register holds then takes the place of what the user's file
-     * held. The user directory should exist: one that is missing or cannot be
-     * written is not noticed here, and saves are lost in silence. A relative directory is looked up anew at
-     * each save.
-     * Errors: `utils::Exception` "User register not found" when the register file's name has a directory part
-     * that cannot be made in the user directory; what `load` throws. A global directory without a register
-     * file is no error.
+     * `save()`.
+     *
+     * Call it once, before any other use. If the register has been built already, it changes where `save`
+     * writes but loads nothing: the register's content then replaces that of the user's file. The user
+     * directory should exist: a directory that is missing or cannot be written is not reported, here or by
+     * `save`. A relative directory is resolved at each save. A global directory may lack a register file.
+     * Errors: `utils::Exception` "User register not found" if the register file's name has a directory part
+     * that cannot be made in the user directory; what `load` throws.
      * Locks: none for the directories; call it before other threads use the register.
      */
     static void initialize(std::string const& globalPath, std::string const& userPath);
 
     /**
      * Reads the register files into the global and the user scope; the constructor calls it. A missing file
-     * leaves its scope empty.
-     * Errors: `utils::Exception` "Can't open " + the file when it is there but cannot be opened, or what is
-     * wrong with its content.
-     * Locks: none.
+     * leaves its scope as it is, which is empty at construction. A later call replaces the scopes whose files
+     * are there, which discards their unsaved changes, and notifies no listener.
+     * Errors: `utils::Exception` "Can't open " + the file if it is there but cannot be opened, or the reason
+     * why its content is refused; the scope is then as it was.
+     * Locks: none; hold `*_mutex` around it while other threads use the register.
      */
     void load();
 
     /**
-     * Writes the whole user scope to the user register file, replacing it in one step. Silent by design: when
-     * the file cannot be written, it stays as it was and nothing is reported.
+     * Writes the whole user scope to the user register file, replacing it atomically.
+     * Errors: what serialising throws. Intentional: a file that cannot be written is not reported; it stays
+     * as it was.
      * Locks: none; hold `*_mutex` around it for a consistent snapshot while other threads write.
      */
     void save() const;
@@ -164,11 +170,10 @@ public:
     [[nodiscard]] std::string _nameToPath(std::string const& name, RegisterScope scope) const;
 
     /**
-     * The name that a path inside a scope directory stands for; any number of leading "/" is accepted. Of a
-     * path in the temporary scope the two characters after the prefix are dropped as well, as they always
-     * were.
-     * Errors: `utils::Exception` "Bad scope value." for a path in none of the scopes; `std::out_of_range` for
-     * one in the temporary scope that is too short.
+     * The name that a path inside a scope directory stands for; any number of leading "/" is accepted.
+     * Intentional: in the temporary scope, the two characters after the prefix are dropped as well.
+     * Errors: `utils::Exception` "Bad scope value." for a path outside the scopes; `std::out_of_range` for a
+     * path in the temporary scope that is too short.
      * Locks: none.
      */
     [[nodiscard]] std::string _pathToName(std::string const& path) const;
@@ -181,21 +186,22 @@ public:
     [[nodiscard]] std::string _locateProperty(std::string const& name) const;
 
     /**
-     * Makes a group and the groups around it that are missing; does nothing for a name that exists.
+     * Makes a group and its missing parent groups. Does nothing for a name that exists, and reports nothing
+     * if the group cannot be made.
      * Locks: none.
      */
     void addGroup(std::string const& name, RegisterScope scope);
 
     /**
-     * Makes an empty property, and its groups; does nothing for a name that exists. A name that cannot be
-     * made is not reported. No listener is told.
+     * Makes an empty property and its missing groups. Does nothing for a name that exists, and reports
+     * nothing if the property cannot be made. No listener is notified.
      * Locks: takes the lock.
      */
     void addProperty(std::string const& name, RegisterScope scope);
 
     /**
-     * Removes a property, or a group with all that is in it; does nothing for a name that is not there. The
-     * empty name removes the whole scope, which the next write makes again. No listener is told.
+     * Removes a property, or a group with everything in it. Does nothing for a name that does not exist. The
+     * empty name removes the whole scope, which the next write makes again. No listener is notified.
      * Locks: takes the lock.
      */
     void delProperty(std::string const& name, RegisterScope scope);
@@ -213,7 +219,7 @@ public:
     [[nodiscard]] bool propertyExists(std::string const& name) const;
 
     /**
-     * The bare names of what lies directly in a group, properties and subgroups alike, in order.
+     * The bare names of the properties and subgroups directly in a group, in ascending order.
      * Errors: `utils::Exception`, `group` + " does not exist or is not a group.".
      * Locks: none.
      */
@@ -221,9 +227,10 @@ public:
                                                               RegisterScope scope) const;
 
     /**
-     * Opens a property's record; `mode` as for `open`. The caller gives the handle back with `closeProperty`.
-     * Errors: `utils::Exception`, "Group " + group + " does not exist !" when no scope has the group of
-     * `name`, "Cannot open property named " + `name` + " !" when the file cannot be opened.
+     * Opens a property's record; `mode` is that of `open`. The caller must give the handle back with
+     * `closeProperty`.
+     * Errors: `utils::Exception`: "Group " + group + " does not exist !" if no scope has the group of `name`,
+     * "Cannot open property named " + `name` + " !" if the file cannot be opened.
      * Locks: takes the lock.
      */
     [[nodiscard]] filesystem::FileHandle*
@@ -233,9 +240,9 @@ public:
     void closeProperty(filesystem::FileHandle& handle);
 
     /**
-     * The tag of the value that readers find under `name`; for a list, the tag of its elements is stored in
-     * `*elementType` unless that is null. Unknown tags are returned as they are; an empty property and a
-     * group give 0.
+     * The tag of the value that readers find under `name`. If it is a list and `elementType` is not null, the
+     * element tag is stored there. Unknown tags are returned as they are; an empty property and a group give
+     * 0.
      * Errors: `PropertyNotFound`.
      * Locks: takes the lock.
      */
@@ -243,14 +250,15 @@ public:
 
     ///@{
     /**
-     * The writers store a value under `name` in `scope`, in place of whatever was there, making the property
-     * and its groups when they are missing, and announce the change to the listeners before they return,
-     * leaving out those whose owner is `sender`. An equal value is written and announced all the same.
-     * Nothing is saved.
-     * Errors: `utils::Exception` when the property cannot be opened for writing, the message ending in " no
-     * such property"; nothing is announced then. What a listener throws comes out with the value written; the
-     * name stays pending, and is announced again with the next change.
-     * Locks: take the lock, listeners included.
+     * The writers store a value under `name` in `scope`, replacing whatever was there, and make the property
+     * and its groups if they are missing. Before they return they notify the listeners, except those whose
+     * owner is `sender`. A value that equals the old one is written and announced as well. Nothing is saved.
+     * The value is read only once the lock is held, so its owner may guard it with that lock.
+     * Errors: `utils::Exception` if the property cannot be opened for writing: its path and " no such
+     * property" from `_writeString`, `name` and " no such property." from the others; no listener is notified
+     * then. What a listener throws, after the value is written; the name stays pending, and is announced
+     * again with the next change.
+     * Locks: take the lock, and hold it while they notify.
      */
     void _writeString(void* sender, std::string const& name, std::string const& value, RegisterScope scope);
     void _writeNumber(void* sender, std::string const& name, double const& value, RegisterScope scope);
@@ -268,10 +276,11 @@ public:
 
     ///@{
     /**
-     * The readers store the value of `name`, from the first scope that holds it, in the caller's variable; a
-     * list replaces what the variable held. Values are not converted from one kind to another.
-     * Errors: `PropertyNotFound` when no scope holds the name; `PropertyBadType` when it is another kind of
-     * value or a group (for `_readString` a group is `PropertyNotFound`). The variable is untouched then.
+     * The readers store the value of `name`, from the first scope that holds it, in the caller's variable,
+     * replacing its content. They do not convert one kind of value to another.
+     * Errors: `PropertyNotFound` if no scope holds the name; `PropertyBadType` if the value is of another
+     * kind or the name is a group (for `_readString` a group is `PropertyNotFound`). The variable is
+     * untouched then.
      * Locks: take the lock.
      */
     void _readString(std::string const& name, std::string& value);
@@ -285,53 +294,53 @@ public:
     ///@}
 
     /**
-     * Announces every pending change: each name, in byte order, to the listeners registered under it, then
-     * under each group around it, from the inside out. Listeners whose owner is `sender` are left out.
-     * Errors: what a listener throws; the rest is not told, and every name stays pending.
+     * Announces every pending name, in byte order: notifies the listeners registered under it, then those
+     * under each enclosing group, the innermost first, except the listeners whose owner is `sender`. The
+     * names stay pending until every listener has been called. Called from inside a listener, it leaves out
+     * the names that are being announced already.
+     * Errors: what a listener throws; the remaining listeners are not called, and every name stays pending.
      * Locks: takes the lock.
      */
     void notify(void* sender);
 
     /**
-     * Records a change made by other means, and announces everything pending.
-     * Locks: the recording takes none, so it is called with the lock held, or while no other thread uses the
-     * register; the announcement takes the lock.
+     * Records a change made by other means, and announces everything that is pending.
+     * Locks: takes the lock for the announcement only. Intentional: recording takes none, so call this with
+     * the lock held, or while no other thread uses the register.
      */
     void markAsChanged(void* sender, std::string const& name);
 
     /**
-     * Registers a listener under a property's or a group's name: it is told of the property, or of everything
-     * in the group. The same listener may be registered more than once, and is then told once for each entry;
-     * entries of one key are told in the order of their adding. Keys are compared with names as they are
-     * written, "/" by "/": a change of "/a/b" or "a//b" is not heard under "a/b", and a key ends in no "/". An entry added while a change of its key is
-     * being announced is told from the next change on.
+     * Registers a listener under the name of a property, or under that of a group for everything in it. It
+     * may be registered more than once, and is then notified once for each entry; the entries of one key are
+     * notified in the order in which they were added. Keys and names are compared as they are written, byte
+     * by byte: a listener under "a/b" is not notified of "/a/b" or "a//b", and a key must not end in "/". An
+     * entry added while a change of its key is being announced counts from the next change on.
      * Errors: `utils::Exception` "Null callback.".
      * Locks: takes the lock.
-     * Owner: the listener stays the caller's.
+     * Owner: the caller keeps the listener.
      */
     void addCallback(std::string const& key, Callback* callback);
 
     /**
-     * Removes every entry of a listener under one key; does nothing when there is none. When it returns the
-     * listener is not being told through these entries by another thread, and is not called through them any
-     * more.
+     * Removes every entry of a listener under one key; does nothing if there are no such entries. When it
+     * returns, no other thread is calling the listener through them, and none will.
      * Locks: takes the lock.
      */
     void removeCallback(std::string const& key, Callback* callback);
 
     /**
-     * Removes every entry of a listener, under any key; otherwise as the other form.
+     * Removes every entry of a listener under any key; otherwise like the form with a key.
      * Locks: takes the lock.
      */
     void removeCallback(Callback* callback);
 
-    /** The one lock of the process, never destroyed. Callers may hold it around several operations. */
+    /** The process's one lock, never destroyed. Callers may hold it around several operations. */
     static boost::recursive_mutex* _mutex;
 
 protected:
     /**
-     * Builds the three scopes and loads the register files. Only `getInstance()` makes the process's
-     * register.
+     * Makes the three scopes and loads the register files. Only `getInstance()` makes the process's register.
      */
     _Register();
 
@@ -341,7 +350,7 @@ protected:
     static std::string _UserRegisterPath;   ///< the directory of the user register file
     static bool _haveGlobalRegister;        ///< whether `load` reads the global register file
 
-    std::set<std::string> _changedProperties;         ///< names changed and not yet announced
+    std::set<std::string> _changedProperties;         ///< names changed and not yet announced to the end
     std::multimap<std::string, Callback*> _callbacks; ///< listeners by name; the pointers are not owned
 
 private:
@@ -349,7 +358,7 @@ private:
 
     static bool _test_register_file(std::string const& root);
 
-    /** `markAsChanged` for the writers, with the lock held: with nobody to tell nothing is recorded. */
+    /** `markAsChanged` for the writers. The lock is held. Without listeners nothing is recorded. */
     void announceChange(void* sender, std::string const& name);
 };
 

@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "filesystem/Direct.h"
 
+#include <algorithm>
+#include <cstring>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "DirectAccess.h"
 
@@ -40,6 +44,38 @@ NodeId findIn(Tree const& tree, std::initializer_list<std::string_view> director
             return id;
     }
     return noNode;
+}
+
+/** A directory on the way to a walk's current entry, with those of its children that are still to come. */
+struct Level {
+    std::vector<NodeId> ordered; ///< the children, where the tree has them in another order
+    NodeId const* next;
+    NodeId const* end;
+    std::size_t pathSize; ///< of the directory's path
+};
+
+bool isDone(Level const& level) {
+    return level.next == level.end;
+}
+
+NodeId findCanonical(Tree const& tree, std::string_view directory, std::string_view path) {
+    std::string storage;
+    return findIn(tree, {directory}, canonicalPath(path, storage));
+}
+
+/** Whether one child of a directory comes before another on a walk: a directory is called as if with a "/". */
+bool isVisitedBefore(Node const& left, Node const& right) {
+    std::string_view const a = left.name();
+    std::string_view const b = right.name();
+    std::size_t const common = std::min(a.size(), b.size());
+    if (int const order = std::memcmp(a.data(), b.data(), common); order != 0)
+        return order < 0;
+    auto const next = [common](std::string_view name, Node const& node) {
+        return name.size() > common  ? static_cast<unsigned char>(name[common])
+               : node.directory != 0 ? '/'
+                                     : -1;
+    };
+    return next(a, left) < next(b, right);
 }
 
 } // namespace
@@ -99,6 +135,97 @@ char* make(RAMFileSystem& fileSystem, std::string_view directory, std::string_vi
 bool makeDirectories(RAMFileSystem& fileSystem, std::string_view directory, std::string_view path) {
     NodeId outermostMade = noNode;
     return makeDirectoriesAt(DirectAccess::tree(fileSystem), directory, path, outermostMade);
+}
+
+struct Walk::State {
+    Tree& tree;
+    std::vector<Level> levels;
+    std::string path;
+    std::size_t nameBegin = 0;
+    NodeId at = noNode;
+    bool isSkipped = false;
+
+    explicit State(Tree& walked) : tree(walked) {}
+
+    [[nodiscard]] bool isAtDirectory() const { return at != noNode && tree[at].directory != 0; }
+
+    void enter(NodeId directory) {
+        auto const before = [this](NodeId left, NodeId right) {
+            return isVisitedBefore(tree[left], tree[right]);
+        };
+        std::vector<NodeId> const& children = tree.children(directory);
+        Level level{};
+        if (!std::is_sorted(children.begin(), children.end(), before)) {
+            level.ordered = children;
+            std::sort(level.ordered.begin(), level.ordered.end(), before);
+        }
+        std::vector<NodeId> const& all = level.ordered.empty() ? children : level.ordered;
+        level.next = all.data();
+        level.end = level.next + all.size();
+        level.pathSize = path.size();
+        levels.push_back(std::move(level));
+    }
+
+    bool next() {
+        if (isAtDirectory() && !isSkipped)
+            enter(at);
+        isSkipped = false;
+        while (!levels.empty() && isDone(levels.back()))
+            levels.pop_back();
+        if (levels.empty()) {
+            at = noNode;
+            nameBegin = 0;
+            path.clear();
+            return false;
+        }
+        Level& level = levels.back();
+        at = *level.next++;
+        nameBegin = level.pathSize;
+        path.resize(nameBegin);
+        path.append(tree[at].name());
+        if (isAtDirectory())
+            path += '/';
+        return true;
+    }
+};
+
+Walk::Walk(RAMFileSystem const& fileSystem, std::string_view directory, std::string_view path)
+    : _state(std::make_unique<State>(DirectAccess::treeToList(fileSystem))) {
+    NodeId const top = findCanonical(_state->tree, directory, path);
+    if (top != noNode && _state->tree[top].directory != 0)
+        _state->enter(top);
+}
+
+Walk::Walk(Walk&& other) noexcept = default;
+Walk& Walk::operator=(Walk&& other) noexcept = default;
+Walk::~Walk() = default;
+
+bool Walk::next() {
+    return _state->next();
+}
+
+void Walk::skip() noexcept {
+    _state->isSkipped = true;
+}
+
+Kind Walk::kind() const noexcept {
+    return entryAt(_state->tree, _state->at).kind;
+}
+
+bool Walk::isEmptyDirectory() const noexcept {
+    return _state->isAtDirectory() && _state->tree[_state->at].children == nullptr;
+}
+
+std::string_view Walk::content() const noexcept {
+    return entryAt(_state->tree, _state->at).content;
+}
+
+std::string_view Walk::path() const noexcept {
+    return _state->path;
+}
+
+std::size_t Walk::nameBegin() const noexcept {
+    return _state->nameBegin;
 }
 
 } // namespace direct

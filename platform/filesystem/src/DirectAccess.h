@@ -10,6 +10,9 @@ namespace filesystem {
 struct DirectAccess {
     static Tree const& tree(RAMFileSystem const& fileSystem) { return *fileSystem._tree; }
     static Tree& tree(RAMFileSystem& fileSystem) { return *fileSystem._tree; }
+
+    /** For listing directories, which may put their children in order but changes no entry. */
+    static Tree& treeToList(RAMFileSystem const& fileSystem) { return *fileSystem._tree; }
 };
 
 } // namespace filesystem

@@ -235,9 +235,7 @@ void RAMFileSystem::unserialize(FileHandle& handle) {
 
 bool RAMFileSystem::serialize(QString const& path, FileHandle& handle) const {
     NodeId const id = find(*_tree, path);
-    if (isFileAt(*_tree, id))
-        return false;
-    Bytes const bytes = encodeTree(*_tree, id);
+    Bytes const bytes = encodeTree(*_tree, isDirectoryAt(*_tree, id) ? id : noNode);
     auto const size = static_cast<long>(bytes.content.size());
     return handle.fileSystem().write(&handle, bytes.content.data(), size) == size;
 }

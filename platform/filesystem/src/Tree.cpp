@@ -2,7 +2,10 @@
 #include "Tree.h"
 
 #include <algorithm>
+#include <mutex>
 #include <utility>
+
+#include <pthread.h>
 
 #include "PathPlace.h"
 #include "Words.h"
@@ -10,6 +13,15 @@
 namespace filesystem {
 
 namespace {
+
+/**
+ * Guards the children of every tree while they are put in order. It is held during a fork, so that a child
+ * finds it free and no children half in order, whatever the parent's other threads were doing.
+ */
+std::mutex orderMutex;
+
+[[maybe_unused]] int const heldDuringForks =
+    ::pthread_atfork([] { orderMutex.lock(); }, [] { orderMutex.unlock(); }, [] { orderMutex.unlock(); });
 
 /** Whether a level of a canonical path may be made. */
 bool mayBeNamed(std::string_view name) {
@@ -53,7 +65,7 @@ std::vector<NodeId> const& Tree::children(NodeId directory) {
     Children* const children = _nodes[directory].children;
     if (children == nullptr)
         return _none;
-    std::lock_guard<std::mutex> const lock(_orderMutex);
+    std::lock_guard<std::mutex> const lock(orderMutex);
     if (!children->ordered || children->holes != 0)
         arrange(*children);
     return children->ids;

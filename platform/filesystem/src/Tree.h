@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <string_view>
 #include <vector>
 
@@ -18,8 +17,8 @@ namespace filesystem {
 /**
  * A tree of directories and files in memory.
  *
- * Nodes know their parent, their place there and the hash of their path; one flat index finds any of them by its
- * whole path at the same cost, whatever the number of nodes. Nothing here recurses.
+ * Nodes know their parent, their place there and the hash of their path; one flat index finds any of them by
+ * its whole path at the same cost, whatever the number of nodes. Nothing here recurses.
  */
 class Tree {
 public:
@@ -48,7 +47,8 @@ public:
 
     /**
      * The children of a directory in ascending byte order of their names, valid until the tree is next
-     * changed. Threads may ask for them at once, for which there is a lock that nothing else is locked under.
+     * changed. Safe from several threads at once: a lock of the process, under which nothing else is locked,
+     * guards the ordering.
      */
     [[nodiscard]] std::vector<NodeId> const& children(NodeId directory);
 
@@ -69,8 +69,8 @@ public:
     void clear(NodeId directory) noexcept;
 
     /**
-     * Makes the directory at `path` and those above it that are missing. `outermostMade` is then the outermost
-     * of those that were, `noNode` when none was.
+     * Makes the directory at `path` and those above it that are missing. `outermostMade` is then the
+     * outermost of those that were, `noNode` when none was.
      * Result: false when a file is in the way or a name is none; what could be made up to there stays.
      * Errors: `std::bad_alloc`; nothing has changed.
      */
@@ -136,7 +136,6 @@ private:
     std::uint64_t _version = 0;
     Journal* _journal = nullptr;
     std::vector<NodeId> const _none;
-    std::mutex _orderMutex; ///< for putting children in order while others look at them
 };
 
 } // namespace filesystem

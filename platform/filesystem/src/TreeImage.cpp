@@ -136,8 +136,7 @@ TreeImage::TreeImage(std::string bytes) : _bytes(std::move(bytes)) {
 }
 
 TreeImage TreeImage::of(RAMFileSystem const& fileSystem, std::string const& path) {
-    // Encoding may put children in order first, which changes nothing that can be seen.
-    auto& tree = const_cast<Tree&>(DirectAccess::tree(fileSystem));
+    Tree& tree = DirectAccess::treeToList(fileSystem);
     std::string storage;
     NodeId const id = tree.find(TreePath::of(canonicalPath(path, storage)));
     bool const isDirectory = id != noNode && tree[id].directory != 0;

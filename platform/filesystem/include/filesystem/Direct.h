@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <initializer_list>
+#include <memory>
 #include <string_view>
 
 #include "filesystem/Export.h"
@@ -37,7 +38,7 @@ struct Entry {
 /**
  * Gives the file at a place, which is made when it is missing, a content of `size` bytes.
  * Result: the first of them, for the caller to fill before the file system is used again; null, with nothing
- * changed, when the directory around the place is missing, the place is a directory, its name is none, or the
+ * changed, when the directory around the place is missing, the place is a directory, its name is invalid, or the
  * size is 4 GiB or more.
  * Errors: `std::bad_alloc`; nothing has changed.
  */
@@ -55,11 +56,69 @@ struct Entry {
 
 /**
  * Makes the directory at a place and those above it that are missing.
- * Result: whether it is there; false when a file is in the way or a name is none, with those above it made.
+ * Result: whether it is there; false when a file is in the way or a name is invalid; those above it are made.
  * Errors: `std::bad_alloc`; nothing has changed.
  */
 VELMORAND_FILESYSTEM_EXPORT bool makeDirectories(RAMFileSystem& fileSystem, std::string_view directory,
                                                  std::string_view path);
+
+/**
+ * A walk through everything below a directory, depth first, a directory before what is in it.
+ *
+ *     for (Walk walk(files, "user"); walk.next();)
+ *         if (walk.kind() == Kind::file)
+ *             use(walk.path(), walk.content());
+ *
+ * Order: ascending by the bytes of the whole paths, in which a directory's path ends with "/": the file "a", the
+ * file "a!", the directory "a/", the file "a/x".
+ * Cost: a step takes time in proportion to the names that it leaves and reaches, whatever the depth; memory is in
+ * proportion to the longest path and to the directories on it. Nothing recurses.
+ * Valid until the file system is next changed: after that, only destroy it. Moved-from walks likewise.
+ * Locks: none; several threads may walk through one file system while none of them changes it.
+ */
+class VELMORAND_FILESYSTEM_EXPORT Walk {
+public:
+    /**
+     * Before the first entry below the directory at a place; the walk of anything else has no entries.
+     * Errors: `std::bad_alloc`, and those of every place.
+     */
+    explicit Walk(RAMFileSystem const& fileSystem, std::string_view directory, std::string_view path = {});
+    Walk(Walk&& other) noexcept;
+    Walk& operator=(Walk&& other) noexcept;
+    ~Walk();
+
+    /**
+     * Goes on to the next entry. Result: whether there is one. After the last one it stays false.
+     * Errors: `std::bad_alloc`; the walk can only be destroyed then.
+     */
+    bool next();
+
+    /** Leaves out what is in the current entry, a directory: the next entry is the one after all of it. */
+    void skip() noexcept;
+
+    /** The kind of the current entry; `none` before the first and after the last. */
+    [[nodiscard]] Kind kind() const noexcept;
+
+    /** Whether the current entry is a directory with nothing in it. */
+    [[nodiscard]] bool isEmptyDirectory() const noexcept;
+
+    /** The content of the current entry, a file; empty for all else. */
+    [[nodiscard]] std::string_view content() const noexcept;
+
+    /**
+     * The path of the current entry from the walk's directory: names with one "/" between them, and another
+     * after that of a directory. It lasts until the next step.
+     */
+    [[nodiscard]] std::string_view path() const noexcept;
+
+    /** Where the current entry's own name begins in `path()`: all bytes before it are those of the last step. */
+    [[nodiscard]] std::size_t nameBegin() const noexcept;
+
+private:
+    struct State;
+
+    std::unique_ptr<State> _state;
+};
 
 } // namespace direct
 

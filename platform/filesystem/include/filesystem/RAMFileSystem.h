@@ -56,9 +56,10 @@ public:
     virtual void unserialize(FileHandle& handle);
 
     /**
-     * Writes the directory at `path`, with all that is in it, to a handle of this or another file system.
-     * Equal trees give equal bytes. A path at which nothing stands is written as an empty directory.
-     * Result: whether everything was written; false, with nothing written, when `path` is a file.
+     * Writes the directory at `path` and everything in it to a handle of this or another file system. Equal
+     * trees give equal bytes. A path that is not a directory's, a file's included, is written as an empty
+     * directory.
+     * Result: whether everything was written.
      */
     virtual bool serialize(QString const& path, FileHandle& handle) const;
 

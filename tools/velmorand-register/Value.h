@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <array>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace tool {
+
+/** A property's value, of one of the eight kinds. */
+using Value = std::variant<std::string, double, int, bool, std::vector<std::string>, std::vector<double>,
+                           std::vector<int>, std::vector<bool>>;
+
+/** The kinds' names, in the order of `Value`. */
+constexpr std::array<char const*, std::variant_size_v<Value>> kindNames{
+    "string", "number", "integer", "boolean", "strings", "numbers", "integers", "booleans"};
+
+/**
+ * The value of a kind that texts, one for each element, give.
+ * Errors: `WrongCall` when there is no such kind, or for too few or too many texts; `Failure` for a text that is not
+ * an element of that kind.
+ */
+Value parseValue(std::string const& kind, std::vector<std::string> const& texts);
+
+/** The elements of a value, each as `parseValue` takes it; a single value has one. */
+std::vector<std::string> elementTexts(Value const& value);
+
+} // namespace tool
