@@ -97,7 +97,7 @@ private:
 
 Descriptor openDirectory(int base, std::string const& path, int flags) {
     int const all = O_RDONLY | O_DIRECTORY | O_CLOEXEC | flags;
-    return Descriptor(retried([&] { return ::openat(base, path.c_str(), all); }));
+    return opened([&] { return ::openat(base, path.c_str(), all); });
 }
 
 std::optional<std::vector<std::string>> entryNames(int directory) {

@@ -38,14 +38,14 @@ void* loadModuleFile(std::string const& path) {
 }
 
 void* loadModuleBytes(std::string_view bytes) {
-    Descriptor file(::memfd_create("module", MFD_CLOEXEC));
+    Descriptor file = opened([] { return ::memfd_create("module", MFD_CLOEXEC); });
     if (!file.isOpen() || !writeAll(file.number(), bytes))
         return nullptr;
-    // The loader tells modules apart by their paths, and a module outlives its descriptor, whose number comes
+    // The loader tells modules apart by their paths, and a module outlives its descriptor, whose number is used
     // again.
     std::string path = "/proc/self/fd/" + std::to_string(file.number());
     while (isLoaded(path)) {
-        file = Descriptor(::fcntl(file.number(), F_DUPFD_CLOEXEC, file.number() + 1));
+        file = duplicated(file.number(), file.number() + 1);
         if (!file.isOpen())
             return nullptr;
         path = "/proc/self/fd/" + std::to_string(file.number());

@@ -176,7 +176,7 @@ std::unique_ptr<RealHandle> openForReading(FileSystem& fileSystem, std::string c
     if (!isExaminedAt(path, status) || !isRegular(status))
         return nullptr;
     int const flags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
-    Descriptor file(retried([&] { return ::open(path.c_str(), flags); }));
+    Descriptor file = opened([&] { return ::open(path.c_str(), flags); });
     if (!file.isOpen() || !isExamined(file.number(), status) || !isRegular(status))
         return nullptr;
     return std::make_unique<ReadHandle>(fileSystem, std::move(file));

@@ -170,7 +170,7 @@ void Replacement::clearStale() const {
 
 void Replacement::removeIfStale(std::string const& name) const {
     int const flags = O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
-    Descriptor const file(retried([&] { return ::openat(_target.directory.number(), name.c_str(), flags); }));
+    Descriptor const file = opened([&] { return ::openat(_target.directory.number(), name.c_str(), flags); });
     // Its process may have moved it into place before it let go of the lock.
     if (file.isOpen() && isLocked(file.number()) && isAt(file.number(), name))
         remove(_target.directory.number(), name);
@@ -185,8 +185,7 @@ bool Replacement::makeTemporary() {
         if (suffix.empty())
             return false;
         std::string name = _stem + suffix;
-        _file = Descriptor(
-            retried([&] { return ::openat(_target.directory.number(), name.c_str(), flags, mode); }));
+        _file = opened([&] { return ::openat(_target.directory.number(), name.c_str(), flags, mode); });
         if (_file.isOpen()) {
             _temporary = std::move(name);
             if (lockTemporary())
@@ -294,7 +293,7 @@ bool Replacement::keepOwnerAndMode() const {
 bool Replacement::settle() {
     if (!flush() || !keepOwnerAndMode() || !isSynchronised(_file.number()))
         return false;
-    _lock = Descriptor(retried([&] { return ::fcntl(_file.number(), F_DUPFD_CLOEXEC, 0); }));
+    _lock = duplicated(_file.number());
     return _lock.isOpen() && _file.close();
 }
 

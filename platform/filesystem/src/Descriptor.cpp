@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Descriptor.h"
+
+#include <mutex>
+
+#include <fcntl.h>
+#include <pthread.h>
+
+namespace filesystem {
+
+namespace {
+
+/** Held while a descriptor is opened; nothing else is locked under it. */
+std::mutex opening;
+
+// A child forked in the meantime must find the lock free, and the standard streams as the program left them.
+[[maybe_unused]] int const handlers =
+    ::pthread_atfork([] { opening.lock(); }, [] { opening.unlock(); }, [] { opening.unlock(); });
+
+} // namespace
+
+StandardStreams::StandardStreams() {
+    opening.lock();
+    // The system hands out the lowest number that is free. A descriptor opened with O_PATH can be neither read
+    // nor written, like one that is closed.
+    for (Descriptor& placeholder : _placeholders) {
+        placeholder = Descriptor(retried([] { return ::open("/", O_PATH | O_CLOEXEC); }));
+        if (placeholder.isOpen() && placeholder.number() < firstFree)
+            continue;
+        _taken = placeholder.isOpen();
+        placeholder.close();
+        return;
+    }
+    _taken = true;
+}
+
+StandardStreams::~StandardStreams() {
+    for (Descriptor& placeholder : _placeholders)
+        placeholder.close();
+    opening.unlock();
+}
+
+Descriptor duplicated(int file, int lowest) {
+    return Descriptor(retried([=] { return ::fcntl(file, F_DUPFD_CLOEXEC, lowest); }));
+}
+
+} // namespace filesystem
