@@ -20,9 +20,8 @@ void killSelf() {
     static_cast<void>(::raise(SIGKILL));
 }
 
-/** From here on no file of this process grows beyond `bytes`. */
+/** From here on no file of this process grows beyond `bytes`; SIGXFSZ ends it when it tries. */
 void limitFileSize(rlim_t bytes) {
-    static_cast<void>(::signal(SIGXFSZ, SIG_IGN));
     rlimit const limit = {bytes, bytes};
     ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &limit));
 }
@@ -108,6 +107,28 @@ TEST_F(ReplaceFailing, ChangesNothingWhenTheLastBytesCannotBeWritten) {
                   EXPECT_THAT(listing(files, "/"), ElementsAre("f"));
               }));
     EXPECT_EQ("old", fileBytes(at("f")));
+}
+
+TEST_F(ReplaceFailing, AtTheLimitOfFileSizesSaysSoWithoutASignal) {
+    putFile(at("f"), "old");
+    for (rlim_t const limit : {rlim_t{0}, rlim_t{100'000}, rlim_t{199'999}})
+        ASSERT_EQ(0, inChild([&] {
+                      limitFileSize(limit);
+                      FileHandle* const handle = openedForWriting(files, "f");
+                      EXPECT_FALSE(write(files, handle, someBytes(200'000)));
+                      EXPECT_FALSE(files.close(handle));
+                      EXPECT_EQ(EFBIG, errno);
+                  }))
+            << limit;
+    EXPECT_EQ("old", fileBytes(at("f")));
+}
+
+TEST_F(ReplaceFailing, IsNotWhatAFileOfTheSizeLimitDoes) {
+    ASSERT_EQ(0, inChild([&] {
+                  limitFileSize(200'000);
+                  EXPECT_TRUE(writeFile(files, "f", someBytes(200'000)));
+              }));
+    EXPECT_EQ(someBytes(200'000), fileBytes(at("f")));
 }
 
 TEST_F(ReplaceFailing, IsNotMadeGoodByALaterWrite) {

@@ -109,9 +109,6 @@ ssize_t pwrite(int file, void const* bytes, size_t count, off_t position) {
 ssize_t readlinkat(int base, char const* path, char* buffer, size_t size) noexcept {
     VELMORAND_PASS_ON(-1, readlinkat, base, path, buffer, size);
 }
-ssize_t write(int file, void const* bytes, size_t count) {
-    VELMORAND_PASS_ON(-1, write, file, bytes, count);
-}
 DIR* fdopendir(int file) {
     VELMORAND_PASS_ON(nullptr, fdopendir, file);
 }

@@ -5,6 +5,7 @@
 
 #include <fcntl.h>
 #include <pthread.h>
+#include <sys/resource.h>
 
 namespace filesystem {
 
@@ -42,6 +43,25 @@ StandardStreams::~StandardStreams() {
 
 Descriptor duplicated(int file, int lowest) {
     return Descriptor(retried([=] { return ::fcntl(file, F_DUPFD_CLOEXEC, lowest); }));
+}
+
+std::size_t writeAt(int file, std::string_view bytes, long position) {
+    std::size_t moved = 0;
+    while (moved < bytes.size()) {
+        long const next = position + static_cast<long>(moved);
+        rlimit limit = {};
+        if (::getrlimit(RLIMIT_FSIZE, &limit) == 0 && static_cast<rlim_t>(next) >= limit.rlim_cur) {
+            errno = EFBIG;
+            break;
+        }
+        errno = EIO; // where the system moves nothing, and gives no reason
+        auto const step =
+            retried([&] { return ::pwrite(file, bytes.data() + moved, bytes.size() - moved, next); });
+        if (step <= 0)
+            break;
+        moved += static_cast<std::size_t>(step);
+    }
+    return moved;
 }
 
 } // namespace filesystem

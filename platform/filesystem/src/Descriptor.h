@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cerrno>
+#include <cstddef>
+#include <string_view>
 #include <utility>
 
 #include <sys/stat.h>
@@ -94,5 +96,12 @@ template <class Open>
 
 /** A second descriptor of an open file, with a number of at least `lowest`. */
 [[nodiscard]] Descriptor duplicated(int file, int lowest = StandardStreams::firstFree);
+
+/**
+ * Writes all of `bytes` to an open file, from `position` on. At the process's limit on file sizes it fails with
+ * EFBIG; the system would send SIGXFSZ, which ends a process that does not expect it.
+ * Result: the bytes moved; when they are fewer, `errno` says why.
+ */
+std::size_t writeAt(int file, std::string_view bytes, long position);
 
 } // namespace filesystem

@@ -226,7 +226,7 @@ long Replacement::write(void const* bytes, long count) {
         return 0;
     long moved = count;
     if (count > bufferBytes) {
-        moved = writeThrough(source, count, _position);
+        moved = writeThrough({source, static_cast<std::size_t>(count)}, _position);
     } else {
         if (_buffer.empty())
             _bufferStart = _position;
@@ -237,26 +237,17 @@ long Replacement::write(void const* bytes, long count) {
     return moved;
 }
 
-/** Result: the bytes moved; after fewer than `count` the replacement has failed. */
-long Replacement::writeThrough(char const* bytes, long count, long position) {
-    long moved = 0;
-    while (moved < count) {
-        auto const step = retried([&] {
-            return ::pwrite(_file.number(), bytes + moved, static_cast<std::size_t>(count - moved),
-                            position + moved);
-        });
-        if (step <= 0) {
-            _error = step < 0 ? errno : EIO;
-            return moved;
-        }
-        moved += step;
-    }
-    return moved;
+/** Result: the bytes moved; when they are fewer than asked for, the replacement has failed. */
+long Replacement::writeThrough(std::string_view bytes, long position) {
+    std::size_t const moved = writeAt(_file.number(), bytes, position);
+    if (moved != bytes.size())
+        _error = errno;
+    return static_cast<long>(moved);
 }
 
 bool Replacement::flush() {
     if (_error == 0)
-        writeThrough(_buffer.data(), static_cast<long>(_buffer.size()), _bufferStart);
+        writeThrough(_buffer, _bufferStart);
     _buffer.clear();
     errno = _error;
     return _error == 0;

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include <sys/stat.h>
 
@@ -74,7 +75,7 @@ private:
     bool makeTemporary();
     [[nodiscard]] bool lockTemporary() const;
     [[nodiscard]] bool isAt(int file, std::string const& name) const;
-    long writeThrough(char const* bytes, long count, long position);
+    long writeThrough(std::string_view bytes, long position);
     bool flush();
     [[nodiscard]] bool keepOwnerAndMode() const;
     bool settle();
