@@ -19,7 +19,7 @@ namespace crash {
  *     call 11 sync syncdir .
  *     call 12 stat failed
  *
- * and "truncate INODE SIZE", "link FROM TO", "unlink PATH"; a call that changed nothing has no more words.
+ * and "syncfs", "truncate INODE SIZE", "link FROM TO", "unlink PATH"; a call that changed nothing has no more words.
  */
 struct Event {
     [[nodiscard]] bool isMark() const { return call == 0; }

@@ -219,6 +219,13 @@ int syncNumbered(long call, int file) {
         }));
 }
 
+int syncfsNumbered(int file) {
+    auto const perform = [=](bool /*shortened*/) { return direct(SYS_syncfs, file); };
+    if (!isOurs(pathOf(file)))
+        return static_cast<int>(perform(false));
+    return static_cast<int>(numbered("sync", perform, [](long /*result*/) { return std::string("syncfs"); }));
+}
+
 int truncateNumbered(int file, long size) {
     auto const perform = [=](bool /*shortened*/) { return direct(SYS_ftruncate, file, size); };
     if (!isOurs(pathOf(file)))
@@ -346,6 +353,10 @@ int fsync(int file) {
 
 int fdatasync(int file) {
     return syncNumbered(SYS_fdatasync, file);
+}
+
+int syncfs(int file) noexcept {
+    return syncfsNumbered(file);
 }
 
 int ftruncate(int file, ::off_t size) noexcept {

@@ -173,6 +173,30 @@ TEST_F(ReplaceFailing, OpensNothingInADirectoryThatMayNotBeChanged) {
               }));
 }
 
+using ReplaceInUnreadableDirectory = OnDisk;
+
+TEST_F(ReplaceInUnreadableDirectory, MakesAndReplacesFiles) {
+    ASSERT_EQ(0, asOrdinaryUser(directory, [this] {
+                  EXPECT_TRUE(files.mkdir(text("d")));
+                  EXPECT_EQ(0, ::chmod(at("d").c_str(), 0300));
+                  EXPECT_TRUE(writeFile(files, "d/f", "old"));
+                  EXPECT_TRUE(writeFile(files, "d/f", "new"));
+                  EXPECT_EQ("new", readFile(files, "d/f"));
+                  EXPECT_EQ(0, ::chmod(at("d").c_str(), 0700));
+                  EXPECT_THAT(listing(files, "d"), ElementsAre("f"));
+              }));
+}
+
+TEST_F(ReplaceInUnreadableDirectory, FollowsALinkThroughIt) {
+    ASSERT_EQ(0, asOrdinaryUser(directory, [this] {
+                  EXPECT_TRUE(files.mkdir(text("d")));
+                  std::filesystem::create_symlink("../f", at("d/link"));
+                  EXPECT_EQ(0, ::chmod(at("d").c_str(), 0100));
+                  EXPECT_TRUE(writeFile(files, "d/link", "new"));
+                  EXPECT_EQ("new", readFile(files, "f"));
+              }));
+}
+
 using ReplacePermissions = OnDisk;
 
 TEST_F(ReplacePermissions, OfANewFileAreLeftToTheMask) {

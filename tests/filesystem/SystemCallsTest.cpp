@@ -85,6 +85,9 @@ int stat(char const* path, struct stat* status) noexcept {
 int fsync(int file) {
     VELMORAND_PASS_ON(-1, fsync, file);
 }
+int syncfs(int file) noexcept {
+    VELMORAND_PASS_ON(-1, syncfs, file);
+}
 int mkdir(char const* path, mode_t mode) noexcept {
     VELMORAND_PASS_ON(-1, mkdir, path, mode);
 }
@@ -417,6 +420,20 @@ TEST_F(SystemCalls, ThatCannotSynchroniseADirectoryAreNotNeeded) {
     EXPECT_TRUE(
         withFault({1, EINVAL, "fsync", false}, [&] { EXPECT_FALSE(writeFile(files, "file", "newer")); }));
     EXPECT_EQ("new", fileBytes(at("file")));
+}
+
+TEST_F(SystemCalls, ThatCannotReadADirectorySynchroniseTheFileSystemInstead) {
+    putFile(at("file"), "old");
+    // The first is of the directory, to read it.
+    Fault const unreadable = {1, EACCES, "openat", false};
+    EXPECT_TRUE(withFault(unreadable, [&] { EXPECT_TRUE(writeFile(files, "file", "new")); }));
+    EXPECT_EQ("new", fileBytes(at("file")));
+
+    FileHandle* handle = nullptr;
+    EXPECT_TRUE(withFault(unreadable, [&] { handle = openedForWriting(files, "file"); }));
+    EXPECT_TRUE(withFault({1, EIO, "syncfs", false}, [&] { EXPECT_FALSE(files.close(handle)); }));
+    EXPECT_TRUE(withFault(unreadable, [&] { handle = openedForWriting(files, "file"); }));
+    EXPECT_TRUE(withFault({1, EINTR, "syncfs", false}, [&] { EXPECT_TRUE(files.close(handle)); }));
 }
 
 TEST_F(SystemCalls, ThatCannotExamineAFileCallItExisting) {

@@ -100,6 +100,11 @@ Descriptor openDirectory(int base, std::string const& path, int flags) {
     return opened([&] { return ::openat(base, path.c_str(), all); });
 }
 
+Descriptor openBase(int base, std::string const& path) {
+    Descriptor readable = openDirectory(base, path);
+    return readable.isOpen() || errno != EACCES ? std::move(readable) : openDirectory(base, path, O_PATH);
+}
+
 std::optional<std::vector<std::string>> entryNames(int directory) {
     // A stream of its own, since a stream takes its descriptor over and moves its position.
     Descriptor own = openDirectory(directory, ".");

@@ -133,7 +133,7 @@ std::optional<Replacement::Target> Replacement::resolve(std::string const& path)
     return std::nullopt;
 }
 
-/** Goes on from `target`'s directory to the directory and the name that `path` says. */
+/** Moves `target` to the directory and the name that `path`, seen from its directory, leads to. */
 bool Replacement::step(Target& target, std::string const& path) {
     auto const slash = path.rfind('/');
     std::string const name = slash == std::string::npos ? path : path.substr(slash + 1);
@@ -143,8 +143,7 @@ bool Replacement::step(Target& target, std::string const& path) {
     }
     std::string const directory =
         slash == std::string::npos ? "." : path.substr(0, std::max(slash, std::size_t{1}));
-    target.directory =
-        openDirectory(target.directory.isOpen() ? target.directory.number() : AT_FDCWD, directory);
+    target.directory = openBase(target.directory.isOpen() ? target.directory.number() : AT_FDCWD, directory);
     target.name = name;
     return target.directory.isOpen();
 }
@@ -296,8 +295,15 @@ bool Replacement::commit() {
     if (!settle() || retried(move) != 0)
         return false;
     _temporary.clear();
-    // Where directories cannot be synchronised (EINVAL), their changes need not be.
-    return isSynchronised(directory) || errno == EINVAL;
+    return isMoveDurable();
+}
+
+bool Replacement::isMoveDurable() const {
+    // Where a directory cannot be synchronised (EINVAL), its changes need not be.
+    if (isSynchronised(_target.directory.number()) || errno == EINVAL)
+        return true;
+    // One that may not be read can only be synchronised with its whole file system.
+    return errno == EBADF && retried([this] { return ::syncfs(_lock.number()); }) == 0;
 }
 
 } // namespace filesystem

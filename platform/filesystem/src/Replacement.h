@@ -79,6 +79,7 @@ private:
     bool flush();
     [[nodiscard]] bool keepOwnerAndMode() const;
     bool settle();
+    [[nodiscard]] bool isMoveDurable() const;
 
     Target _target;
     std::optional<struct stat> _replaced; // none for a new file
