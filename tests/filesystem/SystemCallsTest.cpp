@@ -20,6 +20,7 @@
 #include <unistd.h>
 
 #include "DiskSupport.h"
+#include "support/TemporaryName.h"
 
 // What becomes of an operation when a call to the system fails in the midst of it. The program has the system
 // calls that the library makes in its own hands: it counts them, and fails the one that a test names.
@@ -243,7 +244,7 @@ TEST_F(SystemCalls, ThatFailLeaveAReplacedFileOldOrNew) {
             clear();
             putFile(at("file"), "old");
             std::filesystem::permissions(at("file"), std::filesystem::perms(0640));
-            putFile(at(".file.abc123"), "left by a killed process");
+            putFile(at(temporaryName("file")), "left by a killed process");
             // Of another owner, so that this is to be kept as well.
             ASSERT_TRUE(::geteuid() != 0 || ::chown(at("file").c_str(), 65534, 65534) == 0);
         },
@@ -254,7 +255,7 @@ TEST_F(SystemCalls, ThatFailLeaveAReplacedFileOldOrNew) {
             // Unless the system said that there is no old file.
             EXPECT_TRUE(permissions(at("file")) == 0640U || (failed == "fstatat" && error == ENOENT));
             std::set<std::string> left = entries();
-            left.erase(".file.abc123");
+            left.erase(temporaryName("file"));
             EXPECT_TRUE(left == std::set<std::string>{"file"} || failed == "unlinkat")
                 << failed << ": " << ::testing::PrintToString(left);
             // What could not be removed goes with the next replacement.
@@ -376,7 +377,7 @@ TEST_F(SystemCalls, ThatAreInterruptedAreMadeAgain) {
             SCOPED_TRACE(std::string(call) + ' ' + std::to_string(nth));
             clear();
             putFile(at("file"), "old");
-            putFile(at(".file.abc123"), "left by a killed process");
+            putFile(at(temporaryName("file")), "left by a killed process");
             ASSERT_TRUE(::geteuid() != 0 || ::chown(at("file").c_str(), 65534, 65534) == 0);
             withFault({nth, EINTR, call, false}, [&] {
                 EXPECT_TRUE(writeFile(files, "file", "new"));

@@ -4,13 +4,10 @@
 #include <algorithm>
 #include <array>
 #include <climits>
-#include <cstdio>
-#include <string_view>
 #include <utility>
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/random.h>
 
 #include "Directory.h"
 
@@ -21,37 +18,6 @@ namespace {
 constexpr int hopLimit = 40; // as many symbolic links as Linux itself follows
 constexpr int nameAttempts = 100;
 constexpr long bufferBytes = 65'536;
-constexpr std::size_t suffixLength = 6;
-constexpr std::string_view suffixCharacters =
-    "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
-
-/** Six random characters; empty when the system has no random bytes. */
-std::string randomSuffix() {
-    std::array<unsigned char, suffixLength> bytes = {};
-    auto const got = retried([&] { return ::getrandom(bytes.data(), bytes.size(), 0); });
-    if (got != static_cast<::ssize_t>(bytes.size()))
-        return {};
-    std::string suffix;
-    for (unsigned char const byte : bytes)
-        suffix += suffixCharacters[byte % suffixCharacters.size()];
-    return suffix;
-}
-
-/**
- * What the names of a file's temporary files begin with: cut between characters where they would grow too
- * long.
- */
-std::string stemOf(std::string const& name) {
-    std::size_t length = std::min(name.size(), std::size_t{NAME_MAX} - suffixLength - 2);
-    while (length < name.size() && (static_cast<unsigned char>(name[length]) & 0xC0U) == 0x80U)
-        --length;
-    return '.' + name.substr(0, length) + '.';
-}
-
-bool isTemporary(std::string const& name, std::string const& stem) {
-    return name.size() == stem.size() + suffixLength && name.compare(0, stem.size(), stem) == 0 &&
-           name.find_first_not_of(suffixCharacters, stem.size()) == std::string::npos;
-}
 
 bool isLocked(int file) {
     return retried([=] { return ::flock(file, LOCK_EX | LOCK_NB); }) == 0;
@@ -95,7 +61,7 @@ std::unique_ptr<Replacement> Replacement::begin(std::string const& path) {
     return replacement->makeTemporary() ? std::move(replacement) : nullptr;
 }
 
-Replacement::Replacement(Target target) : _target(std::move(target)), _stem(stemOf(_target.name)) {
+Replacement::Replacement(Target target) : _target(std::move(target)), _names(_target.name) {
     _buffer.reserve(bufferBytes);
 }
 
@@ -163,7 +129,7 @@ void Replacement::clearStale() const {
     if (!names)
         return;
     for (std::string const& name : *names)
-        if (isTemporary(name, _stem))
+        if (_names.include(name))
             removeIfStale(name);
 }
 
@@ -180,10 +146,9 @@ bool Replacement::makeTemporary() {
     ::mode_t const mode = _replaced ? 0600 : 0666;
     int const flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
     for (int attempt = 0; attempt < nameAttempts; ++attempt) {
-        std::string const suffix = randomSuffix();
-        if (suffix.empty())
+        std::string name = _names.make();
+        if (name.empty())
             return false;
-        std::string name = _stem + suffix;
         _file = opened([&] { return ::openat(_target.directory.number(), name.c_str(), flags, mode); });
         if (_file.isOpen()) {
             _temporary = std::move(name);

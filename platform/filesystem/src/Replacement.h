@@ -9,16 +9,17 @@
 #include <sys/stat.h>
 
 #include "Descriptor.h"
+#include "TemporaryNames.h"
 
 namespace filesystem {
 
 /**
  * A file on disk that is being replaced, or made. Everything that writes file content to the disk is here.
  *
- * The new content goes to a temporary file beside the old one, named after it: ".", its name, "." and six
- * random characters. The process holds a lock on the temporary file as long as it is at work on it, so a
- * temporary file whose lock can be taken was left by a process that was killed; `begin` clears those of its
- * own file. On a file system that has no locks (`flock`) nobody can tell, and what was left there stays.
+ * The new content goes to a temporary file beside the old one (`TemporaryNames`). The process holds a lock on
+ * it while it works on it, so a temporary file whose lock can be taken was left by a process that was killed;
+ * `begin` removes those of its own file. On a file system without locks (`flock`) they cannot be told apart and
+ * stay.
  *
  * A symbolic link at the path is resolved once, by `begin`; the link stays and its target is replaced.
  */
@@ -83,8 +84,8 @@ private:
 
     Target _target;
     std::optional<struct stat> _replaced; // none for a new file
-    std::string _stem;                    // of the names of temporary files
-    std::string _temporary;               // empty when there is none
+    TemporaryNames _names;
+    std::string _temporary; // empty when there is none
     Descriptor _file;
     Descriptor _lock;    // holds the lock once `_file` is closed
     std::string _buffer; // the last bytes written, for `_bufferStart` and on
