@@ -19,7 +19,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "DiskSupport.h"
+#include "AccessList.h"
 #include "support/TemporaryName.h"
 
 // What becomes of an operation when a call to the system fails in the midst of it. The program has the system
@@ -85,6 +85,18 @@ int stat(char const* path, struct stat* status) noexcept {
 }
 int fsync(int file) {
     VELMORAND_PASS_ON(-1, fsync, file);
+}
+ssize_t fgetxattr(int file, char const* name, void* value, size_t size) noexcept {
+    VELMORAND_PASS_ON(-1, fgetxattr, file, name, value, size);
+}
+ssize_t flistxattr(int file, char* list, size_t size) noexcept {
+    VELMORAND_PASS_ON(-1, flistxattr, file, list, size);
+}
+int fremovexattr(int file, char const* name) noexcept {
+    VELMORAND_PASS_ON(-1, fremovexattr, file, name);
+}
+int fsetxattr(int file, char const* name, void const* value, size_t size, int flags) noexcept {
+    VELMORAND_PASS_ON(-1, fsetxattr, file, name, value, size, flags);
 }
 int syncfs(int file) noexcept {
     VELMORAND_PASS_ON(-1, syncfs, file);
@@ -252,8 +264,10 @@ TEST_F(SystemCalls, ThatFailLeaveAReplacedFileOldOrNew) {
         [&] {
             std::string const content = fileBytes(at("file"));
             EXPECT_TRUE(content == "new" || (content == "old" && !replaced)) << content;
-            // Unless the system said that there is no old file.
-            EXPECT_TRUE(permissions(at("file")) == 0640U || (failed == "fstatat" && error == ENOENT));
+            // Unless the system said that there is no old file, or not whether it has an access control list.
+            EXPECT_TRUE(
+                permissions(at("file")) == 0640U || (failed == "fstatat" && error == ENOENT) ||
+                (permissions(at("file")) == 0600U && (failed == "fgetxattr" || failed == "fremovexattr")));
             std::set<std::string> left = entries();
             left.erase(temporaryName("file"));
             EXPECT_TRUE(left == std::set<std::string>{"file"} || failed == "unlinkat")
@@ -371,13 +385,15 @@ TEST_F(SystemCalls, ThatFailLoadNoModuleThisTime) {
 
 TEST_F(SystemCalls, ThatAreInterruptedAreMadeAgain) {
     for (char const* const call :
-         {"open", "openat", "pread", "pwrite", "fsync", "flock", "fchmod", "fchown", "getrandom", "close",
-          "faccessat", "readlinkat", "stat", "fstat", "fstatat", "fcntl", "renameat", "unlinkat"})
+         {"open",      "openat",   "pread",     "pwrite",     "fsync",        "flock",    "fchmod",  "fchown",
+          "getrandom", "close",    "faccessat", "readlinkat", "stat",         "fstat",    "fstatat", "fcntl",
+          "renameat",  "unlinkat", "fgetxattr", "flistxattr", "fremovexattr", "fsetxattr"})
         for (int nth = 1; nth <= 10; ++nth) {
             SCOPED_TRACE(std::string(call) + ' ' + std::to_string(nth));
             clear();
             putFile(at("file"), "old");
             putFile(at(temporaryName("file")), "left by a killed process");
+            static_cast<void>(setAttribute(at("file"), "user.test", "kept")); // where it can be
             ASSERT_TRUE(::geteuid() != 0 || ::chown(at("file").c_str(), 65534, 65534) == 0);
             withFault({nth, EINTR, call, false}, [&] {
                 EXPECT_TRUE(writeFile(files, "file", "new"));
@@ -435,6 +451,49 @@ TEST_F(SystemCalls, ThatCannotReadADirectorySynchroniseTheFileSystemInstead) {
     EXPECT_TRUE(withFault({1, EIO, "syncfs", false}, [&] { EXPECT_FALSE(files.close(handle)); }));
     EXPECT_TRUE(withFault(unreadable, [&] { handle = openedForWriting(files, "file"); }));
     EXPECT_TRUE(withFault({1, EINTR, "syncfs", false}, [&] { EXPECT_TRUE(files.close(handle)); }));
+}
+
+TEST_F(SystemCalls, ThatCannotKeepAnAccessListGrantLess) {
+    if (!hasAccessLists(directory.string()))
+        GTEST_SKIP() << "the file system has no access control lists";
+    for (int const kind : {EPERM, ENOTSUP, ENOSPC, EACCES, EIO})
+        for (char const* const call : {"fgetxattr", "fsetxattr"}) {
+            if (kind == ENOTSUP && std::string(call) == "fgetxattr")
+                continue; // that there are no lists
+            clear();
+            putFile(at("file"), "old");
+            ASSERT_TRUE(
+                setAttribute(at("file"), accessListName, AccessList(6, 4, 4, 6).withUser(1234, 6).bytes()));
+            EXPECT_TRUE(
+                withFault({1, kind, call, false}, [&] { EXPECT_TRUE(writeFile(files, "file", "new")); }));
+            EXPECT_EQ("new", fileBytes(at("file")));
+            EXPECT_EQ(std::nullopt, attribute(at("file"), accessListName));
+            EXPECT_EQ(0600U, permissions(at("file"))) << call << ' ' << std::strerror(kind);
+        }
+}
+
+TEST_F(SystemCalls, ThatCannotRemoveAnInheritedAccessListGrantLess) {
+    if (!hasAccessLists(directory.string()))
+        GTEST_SKIP() << "the file system has no access control lists";
+    putFile(at("file"), "old");
+    ASSERT_EQ(0, ::chmod(at("file").c_str(), 0664));
+    ASSERT_TRUE(
+        setAttribute(directory.string(), defaultListName, AccessList(6, 6, 6, 6).withUser(1234, 6).bytes()));
+    EXPECT_TRUE(
+        withFault({1, EPERM, "fremovexattr", false}, [&] { EXPECT_TRUE(writeFile(files, "file", "new")); }));
+    EXPECT_EQ(0600U, permissions(at("file"))); // the group's bits limit what the list grants
+}
+
+TEST_F(SystemCalls, ThatCannotListAttributesKeepTheAccessList) {
+    if (!hasAccessLists(directory.string()))
+        GTEST_SKIP() << "the file system has no access control lists";
+    putFile(at("file"), "old");
+    ASSERT_TRUE(setAttribute(at("file"), accessListName, listForOneUser()));
+    EXPECT_TRUE(
+        withFault({1, E2BIG, "flistxattr", false}, [&] { EXPECT_TRUE(writeFile(files, "file", "new")); }));
+    EXPECT_EQ("new", fileBytes(at("file")));
+    EXPECT_EQ(listForOneUser(), attribute(at("file"), accessListName));
+    EXPECT_EQ(0660U, permissions(at("file")));
 }
 
 TEST_F(SystemCalls, ThatCannotExamineAFileCallItExisting) {

@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 
+#include "Attributes.h"
 #include "Directory.h"
 
 namespace filesystem {
@@ -18,6 +19,9 @@ namespace {
 constexpr int hopLimit = 40; // as many symbolic links as Linux itself follows
 constexpr int nameAttempts = 100;
 constexpr long bufferBytes = 65'536;
+
+/** For opening what should be a regular file. */
+constexpr int otherFlags = O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
 bool isLocked(int file) {
     return retried([=] { return ::flock(file, LOCK_EX | LOCK_NB); }) == 0;
@@ -114,13 +118,24 @@ bool Replacement::step(Target& target, std::string const& path) {
     return target.directory.isOpen();
 }
 
-/** Looks at what is to be replaced. False when it cannot be. */
+/** Opens the file that is to be replaced. False when it cannot be replaced. */
 bool Replacement::examine() {
     struct stat status = {};
     if (!isExaminedAt(_target.directory.number(), _target.name, status))
         return errno == ENOENT;
+    if (!isRegular(status))
+        return false;
+    // A file that may be written need not be readable.
+    for (int const access : {O_RDONLY, O_WRONLY}) {
+        int const flags = access | otherFlags;
+        _old = opened([&] { return ::openat(_target.directory.number(), _target.name.c_str(), flags); });
+        if (_old.isOpen() || errno != EACCES)
+            break;
+    }
+    if (!_old.isOpen() || !isExamined(_old.number(), status) || !isRegular(status))
+        return false;
     _replaced = status;
-    return isRegular(status);
+    return true;
 }
 
 /** What cannot be cleared stays, and does no harm. */
@@ -134,7 +149,7 @@ void Replacement::clearStale() const {
 }
 
 void Replacement::removeIfStale(std::string const& name) const {
-    int const flags = O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+    int const flags = O_WRONLY | otherFlags;
     Descriptor const file = opened([&] { return ::openat(_target.directory.number(), name.c_str(), flags); });
     // Its process may have moved it into place before it let go of the lock.
     if (file.isOpen() && isLocked(file.number()) && isAt(file.number(), name))
@@ -218,35 +233,44 @@ bool Replacement::flush() {
 }
 
 /**
- * Gives the new file what the old one had: the mode, and where possible the owner, or else the group. What the
- * mode allows the old file's group is not for another one, and neither is what runs in the name of either.
+ * Gives the new file the rights of the old one: the owner where possible, or else the group, the access control
+ * list and the other extended attributes, and the mode. What cannot be kept grants nobody more than before:
+ * what the old group was allowed is not for another one, nor is what runs in the name of either, and without
+ * the list that said who may do what only the owner may do anything.
  */
-bool Replacement::keepOwnerAndMode() const {
+bool Replacement::keepRights() const {
     if (!_replaced)
         return true;
+    int const file = _file.number();
     struct stat now = {};
-    if (!isExamined(_file.number(), now))
+    if (!isExamined(file, now))
         return false;
     bool const sameOwner = now.st_uid == _replaced->st_uid && now.st_gid == _replaced->st_gid;
     auto const unchanged = static_cast<::uid_t>(-1);
-    if (!sameOwner &&
-        !(isOwned(_file.number(), unchanged, _replaced->st_gid) &&
-          isOwned(_file.number(), _replaced->st_uid, _replaced->st_gid) && isExamined(_file.number(), now)))
+    if (!sameOwner && !(isOwned(file, unchanged, _replaced->st_gid) &&
+                        isOwned(file, _replaced->st_uid, _replaced->st_gid) && isExamined(file, now)))
         return false;
     ::mode_t mode = _replaced->st_mode & 07777U;
-    if (now.st_gid != _replaced->st_gid)
+    bool const sameGroup = now.st_gid == _replaced->st_gid;
+    if (!sameGroup)
         mode &= ~::mode_t{S_IRWXG | S_ISGID};
     if (now.st_uid != _replaced->st_uid)
         mode &= ~::mode_t{S_ISUID};
-    // After the owner, whose change takes mode bits away.
-    return retried([&] { return ::fchmod(_file.number(), mode); }) == 0;
+    // After the owner, whose change takes rights away; and before the mode, whose group bits limit what a list
+    // grants, so that an inherited one grants nothing until it is gone.
+    bool const listKept = sameGroup ? copyAccessList(_old.number(), file)
+                                    : removeAccessList(file) && !hasAccessList(_old.number());
+    bool const allKept = copyOtherAttributes(_old.number(), file);
+    if (!listKept || !allKept)
+        mode &= ~::mode_t{S_IRWXG | S_IRWXO};
+    return retried([=] { return ::fchmod(file, mode); }) == 0;
 }
 
 /**
  * Brings the temporary file to its final form, on the disk. The lock stays until the file is in its place.
  */
 bool Replacement::settle() {
-    if (!flush() || !keepOwnerAndMode() || !isSynchronised(_file.number()))
+    if (!flush() || !keepRights() || !isSynchronised(_file.number()))
         return false;
     _lock = duplicated(_file.number());
     return _lock.isOpen() && _file.close();

@@ -78,12 +78,13 @@ private:
     [[nodiscard]] bool isAt(int file, std::string const& name) const;
     long writeThrough(std::string_view bytes, long position);
     bool flush();
-    [[nodiscard]] bool keepOwnerAndMode() const;
+    [[nodiscard]] bool keepRights() const;
     bool settle();
     [[nodiscard]] bool isMoveDurable() const;
 
     Target _target;
-    std::optional<struct stat> _replaced; // none for a new file
+    Descriptor _old;                      // the file to be replaced; not open for a new file
+    std::optional<struct stat> _replaced; // likewise
     TemporaryNames _names;
     std::string _temporary; // empty when there is none
     Descriptor _file;
