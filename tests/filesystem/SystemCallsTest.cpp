@@ -21,6 +21,7 @@
 
 #include "AccessList.h"
 #include "support/TemporaryName.h"
+#include "utils/Exception.h"
 
 // What becomes of an operation when a call to the system fails in the midst of it. The program has the system
 // calls that the library makes in its own hands: it counts them, and fails the one that a test names.
@@ -494,6 +495,37 @@ TEST_F(SystemCalls, ThatCannotListAttributesKeepTheAccessList) {
     EXPECT_EQ("new", fileBytes(at("file")));
     EXPECT_EQ(listForOneUser(), attribute(at("file"), accessListName));
     EXPECT_EQ(0660U, permissions(at("file")));
+}
+
+TEST_F(SystemCalls, ThatFailToReadARegisterFileAreNotTakenForDamage) {
+    RAMFileSystem memory;
+    FileHandle* handle = openedForWriting(files, "file");
+    ASSERT_TRUE(memory.serialize(*handle));
+    ASSERT_TRUE(files.close(handle));
+    for (auto const& [call, kind] : std::map<char const*, int>{{"pread", EIO}, {"fstat", ENOMEM}}) {
+        handle = openedForReading(files, "file");
+        std::string message;
+        EXPECT_TRUE(withFault({1, kind, call, true}, [&] {
+            try {
+                memory.unserialize(*handle);
+            } catch (utils::Exception const& failure) {
+                message = failure.what();
+            }
+        }));
+        EXPECT_EQ(at("file") + ": cannot be read: " + std::strerror(kind), message);
+        EXPECT_TRUE(files.close(handle));
+    }
+}
+
+TEST_F(SystemCalls, ThatFailToReadSayWhy) {
+    putFile(at("file"), "content");
+    FileHandle* const handle = openedForReading(files, "file");
+    EXPECT_TRUE(withFault({1, EIO, "pread", true}, [&] {
+        EXPECT_EQ("", support::read(files, handle, 100));
+        EXPECT_EQ(EIO, errno);
+    }));
+    EXPECT_EQ("content", support::read(files, handle, 100));
+    EXPECT_EQ(0, errno);
 }
 
 TEST_F(SystemCalls, ThatCannotExamineAFileCallItExisting) {

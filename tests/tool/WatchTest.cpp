@@ -82,7 +82,7 @@ TEST_F(Watch, ComplainsOfADamagedFileAndGoesOn) {
     printed("+ x: integer 1\n");
     std::string const sound = bytesOf(userFile);
     putBytes(userFile, "damaged");
-    complained(userFile + ": it is not a register file\n");
+    complained(userFile + ": not a register file\n");
     putBytes(userFile, sound);
     answer({"set", "integer", "x", "2"});
     printed("- x: integer 1\n+ x: integer 2\n");

@@ -56,17 +56,11 @@ Loaded RegisterFile::load() const {
         settings::makeGroup("");
         return {false, 0};
     }
-    errno = 0;
     try {
         _Register::getInstance()->unserialize(userScope(), *handle);
-    } catch (utils::Exception const& damage) {
-        if (errno == EIO) // what could not be read looks like the end of the file
-            throw Failure(Status::fileTrouble, refusal(errno));
-        // The message names the place in memory, and then what is wrong.
-        std::string const message = damage.what();
-        auto const place = message.find(": ");
-        throw Failure(Status::fileTrouble,
-                      _path + ": " + (place == std::string::npos ? message : message.substr(place + 2)));
+    } catch (utils::Exception const& failure) {
+        // The message starts with the path by which the file system knows the file.
+        throw Failure(Status::fileTrouble, _path + (failure.what() + handle->path().size()));
     }
     long const end = disk.tell(handle);
     disk.seek(handle, 0, FileSystem::ORIGIN_END);

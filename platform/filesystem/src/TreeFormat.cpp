@@ -28,11 +28,14 @@ std::uint32_t checksum(std::string_view bytes) {
 }
 
 /** CBOR's major types, as far as they occur here; each stands in the first three bits of a head. */
-enum class Major : unsigned char { number = 0, bytes = 2, text = 3, array = 4, map = 5, tag = 6 };
+enum class Major : unsigned char { number = 0, bytes = 2, text = 3, array = 4, map = 5, tag = 6, other = 7 };
 
 constexpr std::uint64_t shortNumbers = 24; // those below stand in a head's first byte
+constexpr unsigned lastDefinite = 27;      // what the first byte has in place of a number of 8 bytes
 
 constexpr std::size_t longestHead = 9;
+
+static_assert(longestTreeHead == selfDescribedTag.size() + 5 * longestHead);
 
 /** Writes a head where there is room for the longest. Result: where it ends. */
 char* writeHead(char* target, Major major, std::uint64_t number) {
@@ -57,7 +60,7 @@ public:
     explicit Output(std::size_t room)
         : _begin(room), _size(room), _capacity(smallest), _block(make(smallest)) {}
 
-    /** The end, with room for `count` bytes behind it. */
+    /** The end, with room for `count` bytes after it. */
     char* end(std::size_t count) {
         if (_capacity - _size < count)
             grow(count);
@@ -150,13 +153,31 @@ private:
     std::vector<Range> _open;
 };
 
-enum class Kind { other, number, text, bytes, array, map, tag };
+[[noreturn]] void refuseAsDamaged(std::string const& damage) {
+    throw utils::Exception("damaged: " + damage);
+}
+
+[[noreturn]] void refuseAsTruncated() {
+    refuseAsDamaged("truncated");
+}
+
+std::string quoted(std::string_view name) {
+    return '"' + std::string(name) + '"';
+}
+
+enum class Kind { other, number, text, bytes, map };
 
 /** One CBOR item's head, with the content of a string. */
 struct Item {
     Kind kind;
-    std::uint64_t number; ///< the value, tag, or number of elements
+    std::uint64_t number; ///< the value, or the number of elements
     std::string_view content;
+};
+
+/** The head of an item alone. */
+struct Head {
+    Major major;
+    std::uint64_t number; ///< the value, the tag, the number of elements or the size of a string
 };
 
 /** Takes items off the front of some bytes. */
@@ -170,21 +191,23 @@ public:
         Item item{Kind::other, 0, {}};
         if (takeShortItem(item))
             return item;
-        cbor_decoder_result const result =
-            cbor_stream_decode(reinterpret_cast<cbor_data>(_left.data()), _left.size(), &callbacks(), &item);
-        if (result.status == CBOR_DECODER_NEDATA)
-            throw utils::Exception("it is cut short");
-        if (result.status == CBOR_DECODER_ERROR)
-            throw utils::Exception("it is not CBOR");
-        _left.remove_prefix(result.read);
+        _left.remove_prefix(decode(_left, item));
         return item;
     }
 
-    Item next(Kind kind, char const* otherwise) {
-        Item const item = next();
-        if (item.kind != kind)
-            throw utils::Exception(otherwise);
-        return item;
+    /** A string's content need not be there. A head without a definite number is of no major type. */
+    Head nextHead() {
+        if (_left.empty())
+            refuseAsTruncated();
+        // Heads differ in their first three bits only, which are 0 in that of a number.
+        std::string asNumber(_left.substr(0, longestHead));
+        unsigned const first = static_cast<unsigned char>(asNumber[0]);
+        asNumber[0] = static_cast<char>(first & 0x1FU);
+        if ((first & 0x1FU) > lastDefinite)
+            return {Major::other, 0};
+        Item item{Kind::other, 0, {}};
+        _left.remove_prefix(decode(asNumber, item));
+        return {static_cast<Major>(first >> 5), item.number};
     }
 
 private:
@@ -209,6 +232,17 @@ private:
         return true;
     }
 
+    /** Result: the bytes that the item takes. */
+    static std::size_t decode(std::string_view data, Item& item) {
+        cbor_decoder_result const result =
+            cbor_stream_decode(reinterpret_cast<cbor_data>(data.data()), data.size(), &callbacks(), &item);
+        if (result.status == CBOR_DECODER_NEDATA)
+            refuseAsTruncated();
+        if (result.status == CBOR_DECODER_ERROR)
+            refuseAsDamaged("not CBOR");
+        return result.read;
+    }
+
     template <Kind Is, class Number>
     static void takeNumber(void* item, Number number) {
         *static_cast<Item*>(item) = {Is, number, {}};
@@ -219,7 +253,7 @@ private:
         *static_cast<Item*>(item) = {Is, size, {reinterpret_cast<char const*>(data), size}};
     }
 
-    /** What is not listed here, indefinite lengths included, stays of the other kind. */
+    /** Whatever is not listed here, indefinite lengths included, stays of the other kind. */
     static cbor_callbacks const& callbacks() {
         static cbor_callbacks const table = [] {
             cbor_callbacks result = cbor_empty_callbacks;
@@ -229,9 +263,7 @@ private:
             result.uint64 = takeNumber<Kind::number>;
             result.byte_string = takeString<Kind::bytes>;
             result.string = takeString<Kind::text>;
-            result.array_start = takeNumber<Kind::array>;
             result.map_start = takeNumber<Kind::map>;
-            result.tag = takeNumber<Kind::tag>;
             return result;
         }();
         return table;
@@ -247,7 +279,10 @@ public:
         : _tree(tree), _result(result), _topPlace(path), _scanner(payload) {}
 
     void read() {
-        enter(_result.directory(), _topPlace, _scanner.next(Kind::map, "its payload is not a directory"));
+        Item const top = _scanner.next();
+        if (top.kind != Kind::map)
+            refuseAsDamaged("its payload is not a directory");
+        enter(_result.directory(), _topPlace, top);
         while (!_open.empty()) {
             if (_open.back().left == 0)
                 leave();
@@ -255,7 +290,7 @@ public:
                 readEntry();
         }
         if (_scanner.left() != 0)
-            throw utils::Exception("its payload goes on behind the tree");
+            refuseAsDamaged("its payload has bytes after the tree");
     }
 
 private:
@@ -268,7 +303,7 @@ private:
     void enter(NodeId id, PathPlace const& place, Item const& map) {
         // An entry takes two bytes at least, so no count can promise more than there is.
         if (map.number > _scanner.left() / 2)
-            throw utils::Exception("it is cut short");
+            refuseAsTruncated();
         _open.push_back({id, map.number, place});
     }
 
@@ -280,15 +315,17 @@ private:
     void readEntry() {
         Directory& directory = _open.back();
         --directory.left;
-        std::string_view const name = _scanner.next(Kind::text, "a name in it is not text").content;
+        Item const key = _scanner.next();
+        std::string_view const name = key.content;
+        if (key.kind != Kind::text)
+            refuseAsDamaged("a name is not text");
         if (!isName(name))
-            throw utils::Exception("it holds a name that no path reaches: \"" + std::string(name) + '"');
+            refuseAsDamaged("invalid name: " + quoted(name));
         Item const value = _scanner.next();
         if (value.kind != Kind::map && value.kind != Kind::bytes)
-            throw utils::Exception("it holds what is neither a directory nor a file: \"" + std::string(name) +
-                                   '"');
+            refuseAsDamaged("neither a directory nor a file: " + quoted(name));
         if (!Node::fits(name.size(), value.content.size()))
-            throw utils::Exception("it holds more under a name than memory takes");
+            refuseAsDamaged("too large: " + quoted(name));
         std::uint32_t const hash = directory.place.hashOf(name);
         if (value.kind == Kind::map)
             enter(_result.addDirectory(directory.id, name, hash), directory.place.below(name), value);
@@ -296,7 +333,7 @@ private:
             _result.addFile(directory.id, name, hash, value.content);
     }
 
-    /** No name twice; names that came in ascending order cannot be. */
+    /** Refuses a duplicate name, which names in ascending order cannot include. */
     void checkNames(NodeId directory) {
         if (_tree.areOrdered(directory))
             return;
@@ -306,7 +343,7 @@ private:
                 return _tree[left].name() == _tree[right].name();
             });
         if (twice != sorted.end())
-            throw utils::Exception("it holds a name twice: \"" + std::string(_tree[*twice].name()) + '"');
+            refuseAsDamaged("duplicate name: " + quoted(_tree[*twice].name()));
     }
 
     Tree& _tree;
@@ -319,7 +356,7 @@ private:
 } // namespace
 
 Bytes encodeTree(Tree& tree, NodeId directory) {
-    char front[selfDescribedTag.size() + 5 * longestHead];
+    char front[longestTreeHead];
     Output out(sizeof front);
     if (directory == noNode)
         out.setEnd(writeHead(out.end(longestHead), Major::map, 0));
@@ -337,24 +374,44 @@ Bytes encodeTree(Tree& tree, NodeId directory) {
     return out.release();
 }
 
-std::size_t decodeTree(Tree& tree, Tree::Apart& result, TreePath const& path, std::string_view data) {
-    if (data.substr(0, selfDescribedTag.size()) != selfDescribedTag.substr(0, data.size()))
-        throw utils::Exception("it is not a register file");
-    Scanner scanner(data);
-    scanner.next(); // that tag, whole
-    if (scanner.next(Kind::array, "it is not a register file").number != 3)
-        throw utils::Exception("it is not a register file");
-    std::uint64_t const version = scanner.next(Kind::number, "it has no format version").number;
-    if (version != formatVersion)
-        throw utils::Exception("its format version is unknown: " + std::to_string(version));
-    std::uint64_t const expected = scanner.next(Kind::number, "it has no checksum").number;
-    if (scanner.next(Kind::tag, "it has no payload").number != embeddedItemTag)
-        throw utils::Exception("it has no payload");
-    std::string_view const payload = scanner.next(Kind::bytes, "it has no payload").content;
-    if (checksum(payload) != expected)
-        throw utils::Exception("its checksum does not match");
+TreeHead decodeTreeHead(std::string_view start) {
+    constexpr char const* otherFile = "not a register file";
+    if (start.substr(0, selfDescribedTag.size()) != selfDescribedTag.substr(0, start.size()))
+        throw utils::Exception(otherFile);
+    Scanner scanner(start);
+    scanner.nextHead(); // that tag, whole
+    Head const parts = scanner.nextHead();
+    if (parts.major != Major::array || parts.number == 0)
+        throw utils::Exception(otherFile);
+    // Another version may have other parts, but starts with its number.
+    Head const version = scanner.nextHead();
+    if (version.major == Major::number && version.number != formatVersion)
+        throw utils::Exception("format version " + std::to_string(version.number) +
+                               " is not supported; this library reads version " +
+                               std::to_string(formatVersion));
+    if (parts.number != 3)
+        throw utils::Exception(otherFile);
+    if (version.major != Major::number)
+        refuseAsDamaged("its format version is not a number");
+    Head const crc = scanner.nextHead();
+    if (crc.major != Major::number)
+        refuseAsDamaged("its checksum is not a number");
+    Head const embedded = scanner.nextHead();
+    if (embedded.major != Major::tag || embedded.number != embeddedItemTag)
+        refuseAsDamaged("it has no payload");
+    Head const payload = scanner.nextHead();
+    if (payload.major != Major::bytes)
+        refuseAsDamaged("it has no payload");
+    return {start.size() - scanner.left(), crc.number, payload.number};
+}
+
+void decodeTree(Tree& tree, Tree::Apart& result, TreePath const& path, TreeHead const& head,
+                std::string_view payload) {
+    if (payload.size() != head.payloadSize)
+        refuseAsTruncated();
+    if (checksum(payload) != head.checksum)
+        refuseAsDamaged("its checksum does not match");
     Decoder(tree, result, path, payload).read();
-    return data.size() - scanner.left();
 }
 
 } // namespace filesystem

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string_view>
 
@@ -27,12 +28,27 @@ struct Bytes {
  */
 [[nodiscard]] Bytes encodeTree(Tree& tree, NodeId directory);
 
+/** What precedes the payload. */
+struct TreeHead {
+    std::size_t size; ///< in bytes
+    std::uint64_t checksum;
+    std::uint64_t payloadSize; ///< in bytes
+};
+
+constexpr std::size_t longestTreeHead = 48;
+
 /**
- * Reads the item that `data` starts with into `result`, a directory apart from `tree`, to stand at `path`.
- * Result: the size of the item in bytes; `data` may go on behind it.
- * Errors: `utils::Exception` with what is wrong, `std::bad_alloc`. Memory stays in proportion to the size of
- * `data`.
+ * Reads the head from the first `longestTreeHead` bytes of a file, or from all of a shorter one.
+ * Errors: `utils::Exception` with what is wrong.
  */
-std::size_t decodeTree(Tree& tree, Tree::Apart& result, TreePath const& path, std::string_view data);
+[[nodiscard]] TreeHead decodeTreeHead(std::string_view start);
+
+/**
+ * Reads the payload that follows a head, or what there is of it, into `result`, a directory apart from `tree`, to
+ * stand at `path`.
+ * Errors: `utils::Exception` with what is wrong, `std::bad_alloc`. Memory stays in proportion to the payload.
+ */
+void decodeTree(Tree& tree, Tree::Apart& result, TreePath const& path, TreeHead const& head,
+                std::string_view payload);
 
 } // namespace filesystem

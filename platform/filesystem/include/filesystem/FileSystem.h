@@ -78,7 +78,11 @@ public:
      */
     virtual bool close(FileHandle* handle) = 0;
 
-    /** Reads up to `count` bytes into `buffer`. Result: the bytes moved, fewer at the end of the file. */
+    /**
+     * Reads up to `count` bytes into `buffer`.
+     * Result: the bytes moved. When they are fewer than `count`, `errno` is 0 at the end of the file, and says why
+     * on failure.
+     */
     virtual long read(FileHandle* handle, void* buffer, long count) = 0;
 
     /**

@@ -64,9 +64,14 @@ public:
 
     /**
      * Reads what `serialize` wrote, and puts it in place of what stands at `path`, whose parent must exist.
-     * Reading stops exactly behind the tree.
-     * Errors: `utils::Exception`, saying why, for anything that is not a whole, undamaged tree; this file
-     * system is then as it was.
+     * Reading stops exactly after the tree. Memory use stays in proportion to the tree; of a file that is not one
+     * only the first bytes are read.
+     * Errors: `utils::Exception` for anything that is not a whole, undamaged tree, for a file that cannot be read
+     * and for one that is too large for the memory; this file system is then as it was. The message starts with
+     * the file's path, where it has one, and tells the three apart:
+     *
+     *     /home/ada/.config/app/Velmorand.dat: damaged: its checksum does not match
+     *     /home/ada/.config/app/Velmorand.dat: cannot be read: Input/output error
      */
     virtual void unserialize(QString const& path, FileHandle& handle);
 
