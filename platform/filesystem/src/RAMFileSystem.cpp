@@ -194,7 +194,7 @@ long RAMFileSystem::read(FileHandle* handle, void* buffer, long count) {
 long RAMFileSystem::write(FileHandle* handle, void const* buffer, long count) {
     RAMHandle* const own = ownHandle(*this, handle, MODE_WRITE);
     Node* const file = own != nullptr ? fileOf(*_tree, *own) : nullptr;
-    if (file == nullptr || count <= 0)
+    if (file == nullptr || buffer == nullptr || count <= 0)
         return 0;
     std::uint64_t const room =
         largestFile - file->nameLength - std::min(own->position, largestFile - file->nameLength);
@@ -267,9 +267,16 @@ bool RAMFileSystem::serialize(QString const& path, FileHandle& handle) const {
     NodeId const id = find(*_tree, path);
     if (isFileAt(*_tree, id))
         return false;
-    Bytes const bytes = encodeTree(*_tree, id);
-    auto const size = static_cast<long>(bytes.content.size());
-    return handle.fileSystem().write(&handle, bytes.content.data(), size) == size;
+    FileSystem& target = handle.fileSystem();
+    auto const bytes = encodeTree(*_tree, id);
+    if (!bytes) {
+        // A write that fails, so that closing the handle leaves a good file as it is.
+        target.write(&handle, nullptr, 1);
+        errno = EAGAIN;
+        return false;
+    }
+    auto const size = static_cast<long>(bytes->content.size());
+    return target.write(&handle, bytes->content.data(), size) == size;
 }
 
 void RAMFileSystem::unserialize(QString const& path, FileHandle& handle) {

@@ -200,6 +200,10 @@ long Replacement::write(void const* bytes, long count) {
     auto const buffered = [this] { return static_cast<long>(_buffer.size()); };
     if (count <= 0 || _error != 0)
         return 0;
+    if (source == nullptr) {
+        _error = EFAULT;
+        return 0;
+    }
     bool const adjoins = _position == _bufferStart + buffered();
     if ((!adjoins || count > bufferBytes - buffered()) && !flush())
         return 0;

@@ -272,49 +272,49 @@ private:
     std::string_view _left;
 };
 
-/** Reads directories without recursion: a stack of those whose entries are still to come. */
+/**
+ * Reads a payload without recursion: a stack of the directories whose entries are still to come. What becomes of
+ * them is the visitor's; it has a `Directory` of its own kind for each.
+ */
+template <class Visitor>
 class Decoder {
 public:
-    Decoder(Tree& tree, Tree::Apart& result, TreePath const& path, std::string_view payload)
-        : _tree(tree), _result(result), _topPlace(path), _scanner(payload) {}
+    Decoder(Visitor& visitor, std::string_view payload) : _visitor(visitor), _scanner(payload) {}
 
+    /** Errors: `utils::Exception` for what is not one tree, and what the visitor throws. */
     void read() {
         Item const top = _scanner.next();
         if (top.kind != Kind::map)
             refuseAsDamaged("its payload is not a directory");
-        enter(_result.directory(), _topPlace, top);
+        enter(_visitor.top(), top);
         while (!_open.empty()) {
-            if (_open.back().left == 0)
-                leave();
-            else
+            if (_open.back().left != 0) {
                 readEntry();
+            } else {
+                _visitor.leave(_open.back().directory);
+                _open.pop_back();
+            }
         }
         if (_scanner.left() != 0)
             refuseAsDamaged("its payload has bytes after the tree");
     }
 
 private:
-    struct Directory {
-        NodeId id;
+    struct Level {
+        typename Visitor::Directory directory;
         std::uint64_t left; ///< entries still to come
-        PathPlace place;
     };
 
-    void enter(NodeId id, PathPlace const& place, Item const& map) {
+    void enter(typename Visitor::Directory const& directory, Item const& map) {
         // An entry takes two bytes at least, so no count can promise more than there is.
         if (map.number > _scanner.left() / 2)
             refuseAsTruncated();
-        _open.push_back({id, map.number, place});
-    }
-
-    void leave() {
-        checkNames(_open.back().id);
-        _open.pop_back();
+        _open.push_back({directory, map.number});
     }
 
     void readEntry() {
-        Directory& directory = _open.back();
-        --directory.left;
+        Level& level = _open.back();
+        --level.left;
         Item const key = _scanner.next();
         std::string_view const name = key.content;
         if (key.kind != Kind::text)
@@ -326,18 +326,43 @@ private:
             refuseAsDamaged("neither a directory nor a file: " + quoted(name));
         if (!Node::fits(name.size(), value.content.size()))
             refuseAsDamaged("too large: " + quoted(name));
-        std::uint32_t const hash = directory.place.hashOf(name);
         if (value.kind == Kind::map)
-            enter(_result.addDirectory(directory.id, name, hash), directory.place.below(name), value);
+            enter(_visitor.addDirectory(level.directory, name), value);
         else
-            _result.addFile(directory.id, name, hash, value.content);
+            _visitor.addFile(level.directory, name, value.content);
+    }
+
+    Visitor& _visitor;
+    Scanner _scanner;
+    std::vector<Level> _open;
+};
+
+/** Builds what is read. */
+class Builder {
+public:
+    struct Directory {
+        NodeId id;
+        PathPlace place;
+    };
+
+    Builder(Tree& tree, Tree::Apart& result, TreePath const& path)
+        : _tree(tree), _result(result), _topPlace(path) {}
+
+    [[nodiscard]] Directory top() const { return {_result.directory(), _topPlace}; }
+
+    Directory addDirectory(Directory const& parent, std::string_view name) {
+        return {_result.addDirectory(parent.id, name, parent.place.hashOf(name)), parent.place.below(name)};
+    }
+
+    void addFile(Directory const& parent, std::string_view name, std::string_view content) {
+        _result.addFile(parent.id, name, parent.place.hashOf(name), content);
     }
 
     /** Refuses a duplicate name, which names in ascending order cannot include. */
-    void checkNames(NodeId directory) {
-        if (_tree.areOrdered(directory))
+    void leave(Directory const& directory) {
+        if (_tree.areOrdered(directory.id))
             return;
-        auto const& sorted = _tree.children(directory);
+        auto const& sorted = _tree.children(directory.id);
         auto const twice =
             std::adjacent_find(sorted.begin(), sorted.end(), [this](NodeId left, NodeId right) {
                 return _tree[left].name() == _tree[right].name();
@@ -346,16 +371,53 @@ private:
             refuseAsDamaged("duplicate name: " + quoted(_tree[*twice].name()));
     }
 
+private:
     Tree& _tree;
     Tree::Apart& _result;
     PathPlace _topPlace;
-    Scanner _scanner;
-    std::vector<Directory> _open;
 };
+
+/** Builds nothing, and only looks whether the names are in order, as those of a sound tree are written. */
+class OrderCheck {
+public:
+    struct Directory {
+        std::string_view last; ///< name, none at first
+    };
+
+    static Directory top() { return {}; }
+
+    static Directory addDirectory(Directory& parent, std::string_view name) {
+        check(parent, name);
+        return {};
+    }
+
+    static void addFile(Directory& parent, std::string_view name, std::string_view /*content*/) {
+        check(parent, name);
+    }
+
+    static void leave(Directory const& /*directory*/) {}
+
+private:
+    static void check(Directory& directory, std::string_view name) {
+        if (!precedes(directory.last, name))
+            refuseAsDamaged("names out of order: " + quoted(name));
+        directory.last = name;
+    }
+};
+
+bool isSound(std::string_view payload) {
+    try {
+        OrderCheck check;
+        Decoder<OrderCheck>(check, payload).read();
+        return true;
+    } catch (utils::Exception const&) {
+        return false;
+    }
+}
 
 } // namespace
 
-Bytes encodeTree(Tree& tree, NodeId directory) {
+std::optional<Bytes> encodeTree(Tree& tree, NodeId directory) {
     char front[longestTreeHead];
     Output out(sizeof front);
     if (directory == noNode)
@@ -364,6 +426,8 @@ Bytes encodeTree(Tree& tree, NodeId directory) {
         Encoder(tree, out).write(directory);
 
     std::string_view const payload = out.content();
+    if (!isSound(payload))
+        return std::nullopt;
     char* end = writeText(front, selfDescribedTag);
     end = writeHead(end, Major::array, 3);
     end = writeHead(end, Major::number, formatVersion);
@@ -411,7 +475,8 @@ void decodeTree(Tree& tree, Tree::Apart& result, TreePath const& path, TreeHead 
         refuseAsTruncated();
     if (checksum(payload) != head.checksum)
         refuseAsDamaged("its checksum does not match");
-    Decoder(tree, result, path, payload).read();
+    Builder builder(tree, result, path);
+    Decoder<Builder>(builder, payload).read();
 }
 
 } // namespace filesystem

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string_view>
 
 #include "Tree.h"
@@ -25,8 +26,11 @@ struct Bytes {
  * itself: a directory is a map from text-string names, in ascending byte order, to directories and files, a
  * file is a byte string. Lengths are definite and heads are the shortest there are, so equal trees give equal
  * bytes.
+ *
+ * The bytes are read again before they are returned. Result: nothing when `decodeTree` would refuse them, because
+ * another thread has changed the tree meanwhile, or has left it broken by an earlier change without a lock.
  */
-[[nodiscard]] Bytes encodeTree(Tree& tree, NodeId directory);
+[[nodiscard]] std::optional<Bytes> encodeTree(Tree& tree, NodeId directory);
 
 /** What precedes the payload. */
 struct TreeHead {

@@ -71,6 +71,12 @@ std::string withoutEmptyLevels(std::string_view path) {
     return result;
 }
 
+/** Whether a name, which is not ASCII, is well-formed. */
+bool isUtf8(std::string_view name) {
+    std::string storage;
+    return canonicalPath(name, storage) == name;
+}
+
 } // namespace
 
 std::string_view canonicalPath(std::string_view path, std::string& storage) {
@@ -97,11 +103,19 @@ QString textOfName(std::string_view name) {
 }
 
 bool isName(std::string_view name) {
-    Traits const traits = examine(name);
-    if (name.empty() || traits.slash || name == "." || name == "..")
-        return false;
-    std::string storage;
-    return traits.ascii || canonicalPath(name, storage) == name;
+    std::uint64_t all = 0;
+    std::uint64_t slash = 0;
+    auto const take = [&](std::uint64_t word) {
+        all |= word;
+        slash |= slashes(word);
+    };
+    std::size_t const size = name.size();
+    // The last word may overlap the one before.
+    for (std::size_t at = 0; at + 8 < size; at += 8)
+        take(loadWord(name.data() + at));
+    take(size < 8 ? loadPartialWord(name.data(), size) : loadWord(name.data() + size - 8));
+    bool const isReserved = size <= 2 && name == std::string_view("..", size);
+    return !isReserved && slash == 0 && ((all & highBits) == 0 || isUtf8(name));
 }
 
 TreePath TreePath::of(std::string_view canonical) {

@@ -86,7 +86,7 @@ public:
     virtual long read(FileHandle* handle, void* buffer, long count) = 0;
 
     /**
-     * Writes `count` bytes from `buffer` at the handle's position.
+     * Writes `count` bytes from `buffer` at the handle's position. With a null buffer the write fails.
      * Result: the bytes moved, fewer on failure.
      */
     virtual long write(FileHandle* handle, void const* buffer, long count) = 0;

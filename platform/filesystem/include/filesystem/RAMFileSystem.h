@@ -57,7 +57,10 @@ public:
 
     /**
      * Writes the directory at `path`, with all that is in it, to a handle of this or another file system.
-     * Equal trees give equal bytes. A path at which nothing stands is written as an empty directory.
+     * Equal trees give equal bytes. `unserialize` takes whatever is written: when that would not be so, since
+     * another thread is changing the tree without a lock, the write fails, and closing a handle of a file on disk
+     * leaves the file as it is; `errno` is then EAGAIN.
+     * A path at which nothing stands is written as an empty directory.
      * Result: whether everything was written; false, with nothing written, when `path` is a file.
      */
     virtual bool serialize(QString const& path, FileHandle& handle) const;
