@@ -150,7 +150,7 @@ public:
 
     /**
      * A path in `directory` at which nothing exists: `directory`, "/", `prefix`, a number and `suffix`.
-     * Nothing is made there.
+     * Nothing is made there. Empty when all of a million names exist, or names exist in what is not a directory.
      */
     [[nodiscard]] virtual QString getUniqueFileName(QString const& directory, QString const& prefix,
                                                     QString const& suffix);
