@@ -16,7 +16,7 @@ namespace {
 
 constexpr char const* accessList = "system.posix_acl_access";
 
-/** What the last call of the system says of an attribute that failed: there are none such. */
+/** Whether the last system call failed because the file does not have the attribute, or cannot have it. */
 bool isMissing() {
     return errno == ENODATA || errno == ENOTSUP;
 }
@@ -46,7 +46,7 @@ bool isComputed(std::string_view name) {
     return name == "security.ima" || name == "security.evm";
 }
 
-/** Those of the file systems' own, other than Linux's, are lists of who may do what. */
+/** Besides POSIX's, file systems have access control lists of their own kinds, such as that of NFS version 4. */
 bool isOfAccess(std::string_view name) {
     constexpr std::string_view system = "system.";
     return name.substr(0, system.size()) == system;

@@ -3,25 +3,26 @@
 
 namespace filesystem {
 
-/** Whether an open file has an access control list; true when the system does not say. */
+/** Whether an open file has an access control list; true if the system does not say. */
 [[nodiscard]] bool hasAccessList(int file);
 
 /**
- * Takes its access control list, as a new file inherits one from its directory, from an open file.
+ * Removes the access control list of an open file; a new file may have inherited one from its directory.
  * Result: false when the list stays.
  */
 [[nodiscard]] bool removeAccessList(int file);
 
 /**
- * Gives the open file `to`, which is new, the access control list of the open file `from`, or none.
- * Result: false when that fails; `to` then has no list, or what it has inherited.
+ * Gives the open file `to`, which is new, the access control list of the open file `from`, or removes its own if
+ * `from` has no list.
+ * Result: false on failure; `to` then has no list, or the one that it has inherited.
  */
 [[nodiscard]] bool copyAccessList(int from, int to);
 
 /**
- * Gives the open file `to` the other extended attributes of the open file `from`, as far as this process may
- * set them. Those in which the system keeps what it has computed from the content are left out.
- * Result: false when one that says who may do what is not among them.
+ * Copies the other extended attributes of the open file `from` to the open file `to`, except those that this
+ * process may not set and those that the system computes from the content.
+ * Result: false when an access control list of another kind was not copied.
  */
 [[nodiscard]] bool copyOtherAttributes(int from, int to);
 

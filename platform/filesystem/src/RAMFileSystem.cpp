@@ -68,7 +68,7 @@ std::set<DirEntry> entriesOf(Tree& tree, NodeId directory) {
 
 /** Reads up to `count` bytes. Errors: `utils::Exception` when the file cannot be read. */
 std::string_view readSome(FileHandle& handle, char* buffer, std::size_t count) {
-    errno = 0; // for a file system that says nothing
+    errno = 0; // for a file system that does not set it
     long const moved = handle.fileSystem().read(&handle, buffer, static_cast<long>(count));
     if (static_cast<std::size_t>(moved) != count && errno != 0)
         refuseAsUnreadable();
@@ -202,7 +202,7 @@ long RAMFileSystem::write(FileHandle* handle, void const* buffer, long count) {
     std::uint64_t const end = own->position + moved;
     if (end > file->file.size) {
         file->growContent(end);
-        // Another handle may have emptied the file behind this one's back: the gap reads as zeros.
+        // Another handle may have emptied the file in the meantime: the gap reads as zeros.
         if (own->position > file->file.size)
             std::memset(file->text() + file->nameLength + file->file.size, 0,
                         own->position - file->file.size);

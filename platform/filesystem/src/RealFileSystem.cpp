@@ -23,14 +23,14 @@ namespace {
 
 constexpr std::size_t readAhead = 16'384;
 
-/** The UTF-8 bytes of a path; none when it is not well-formed, or has a NUL, which would cut it short. */
+/** The UTF-8 bytes of a path; `nullopt` if it is not well-formed or has a NUL, which would truncate it. */
 std::optional<std::string> systemName(QString const& path) {
     if (!path.isValidUtf16() || path.contains(QChar::Null))
         return std::nullopt;
     return path.toUtf8().toStdString();
 }
 
-/** The text of a name on disk; none when it is not UTF-8, so that no path reaches it. */
+/** The text of a name on disk; `nullopt` if it is not UTF-8, so that no path leads to it. */
 std::optional<QString> textOf(std::string const& name) {
     QString const text = textOfName(name);
     if (text.toUtf8().toStdString() != name)
@@ -38,7 +38,7 @@ std::optional<QString> textOf(std::string const& name) {
     return text;
 }
 
-/** Where a path below `root` leads; none when it names nothing. The root itself keeps a "/" at its end. */
+/** Where a path below `root` leads; `nullopt` if it cannot name a file. The root itself keeps a "/" at its end. */
 std::optional<std::string> locate(std::string const& root, QString const& path) {
     auto const name = systemName(path);
     if (root.empty() || !name)
@@ -80,8 +80,8 @@ bool isExaminedAt(std::string const& path, struct stat& status) {
 /** An open file of one of the two kinds. */
 class RealHandle : public FileHandle {
 public:
-    RealHandle(FileSystem& fileSystem, std::string path) noexcept
-        : FileHandle(fileSystem, &_path), _path(std::move(path)) {}
+    RealHandle(FileSystem& fileSystem, std::string const& path)
+        : FileHandle(fileSystem, &_path), _path(path) {}
     RealHandle(RealHandle const&) = delete;
     RealHandle& operator=(RealHandle const&) = delete;
     virtual ~RealHandle() = default;
@@ -106,8 +106,8 @@ namespace {
 
 class ReadHandle final : public RealHandle {
 public:
-    ReadHandle(FileSystem& fileSystem, std::string path, Descriptor file) noexcept
-        : RealHandle(fileSystem, std::move(path)), _file(std::move(file)) {}
+    ReadHandle(FileSystem& fileSystem, std::string const& path, Descriptor file)
+        : RealHandle(fileSystem, path), _file(std::move(file)) {}
 
     long read(char* buffer, long count) override {
         long moved = 0;
@@ -167,8 +167,8 @@ private:
 
 class WriteHandle final : public RealHandle {
 public:
-    WriteHandle(FileSystem& fileSystem, std::string path, std::unique_ptr<Replacement> replacement) noexcept
-        : RealHandle(fileSystem, std::move(path)), _replacement(std::move(replacement)) {}
+    WriteHandle(FileSystem& fileSystem, std::string const& path, std::unique_ptr<Replacement> replacement)
+        : RealHandle(fileSystem, path), _replacement(std::move(replacement)) {}
 
     long write(void const* buffer, long count) override { return _replacement->write(buffer, count); }
     void seek(long position) override { _replacement->seek(position); }

@@ -138,7 +138,7 @@ bool Replacement::examine() {
     return true;
 }
 
-/** What cannot be cleared stays, and does no harm. */
+/** Removes the temporary files of killed processes. One that cannot be removed does no harm. */
 void Replacement::clearStale() const {
     auto const names = entryNames(_target.directory.number());
     if (!names)
@@ -238,9 +238,9 @@ bool Replacement::flush() {
 
 /**
  * Gives the new file the rights of the old one: the owner where possible, or else the group, the access control
- * list and the other extended attributes, and the mode. What cannot be kept grants nobody more than before:
- * what the old group was allowed is not for another one, nor is what runs in the name of either, and without
- * the list that said who may do what only the owner may do anything.
+ * list and the other extended attributes, and the mode. Nobody is granted more than before: a new group does not
+ * get the rights of the old one, nobody new gets a program to run in their name, and without the access control
+ * list only the owner keeps any rights.
  */
 bool Replacement::keepRights() const {
     if (!_replaced)

@@ -27,8 +27,8 @@ class Replacement {
 public:
     /**
      * Begins to replace the file at `path`, or to make it in its directory, which must exist.
-     * Result: null when that is not possible: what stands there is no regular file or may not be written.
-     * `errno` says why.
+     * Result: null when the path leads to something other than a regular file, or to a file that may not be
+     * written; `errno` says why.
      */
     [[nodiscard]] static std::unique_ptr<Replacement> begin(std::string const& path);
 
@@ -86,7 +86,7 @@ private:
     Descriptor _old;                      // the file to be replaced; not open for a new file
     std::optional<struct stat> _replaced; // likewise
     TemporaryNames _names;
-    std::string _temporary; // empty when there is none
+    std::string _temporary; // its name; empty before it is made and after it is moved or removed
     Descriptor _file;
     Descriptor _lock;    // holds the lock once `_file` is closed
     std::string _buffer; // the last bytes written, for `_bufferStart` and on

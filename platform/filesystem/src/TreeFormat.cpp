@@ -199,14 +199,15 @@ public:
     Head nextHead() {
         if (_left.empty())
             refuseAsTruncated();
-        // Heads differ in their first three bits only, which are 0 in that of a number.
-        std::string asNumber(_left.substr(0, longestHead));
-        unsigned const first = static_cast<unsigned char>(asNumber[0]);
-        asNumber[0] = static_cast<char>(first & 0x1FU);
+        unsigned const first = static_cast<unsigned char>(_left[0]);
         if ((first & 0x1FU) > lastDefinite)
             return {Major::other, 0};
+        // Heads differ in their first three bits only, which are 0 in that of a number.
+        char asNumber[longestHead];
+        std::size_t const size = _left.copy(asNumber, longestHead);
+        asNumber[0] = static_cast<char>(first & 0x1FU);
         Item item{Kind::other, 0, {}};
-        _left.remove_prefix(decode(asNumber, item));
+        _left.remove_prefix(decode({asNumber, size}, item));
         return {static_cast<Major>(first >> 5), item.number};
     }
 
@@ -273,15 +274,15 @@ private:
 };
 
 /**
- * Reads a payload without recursion: a stack of the directories whose entries are still to come. What becomes of
- * them is the visitor's; it has a `Directory` of its own kind for each.
+ * Reads a payload without recursion, with a stack of the directories whose entries are still to come, and hands each
+ * entry to a visitor, which keeps a `Directory` of its own kind for each directory on the stack.
  */
 template <class Visitor>
 class Decoder {
 public:
     Decoder(Visitor& visitor, std::string_view payload) : _visitor(visitor), _scanner(payload) {}
 
-    /** Errors: `utils::Exception` for what is not one tree, and what the visitor throws. */
+    /** Errors: `utils::Exception` for anything but one tree; any exception of the visitor's. */
     void read() {
         Item const top = _scanner.next();
         if (top.kind != Kind::map)
@@ -337,7 +338,7 @@ private:
     std::vector<Level> _open;
 };
 
-/** Builds what is read. */
+/** Builds the tree. */
 class Builder {
 public:
     struct Directory {
@@ -377,11 +378,11 @@ private:
     PathPlace _topPlace;
 };
 
-/** Builds nothing, and only looks whether the names are in order, as those of a sound tree are written. */
+/** Builds nothing; checks that the names are in ascending order, as they are in everything that is written. */
 class OrderCheck {
 public:
     struct Directory {
-        std::string_view last; ///< name, none at first
+        std::string_view last; ///< the name before; empty at first
     };
 
     static Directory top() { return {}; }

@@ -32,7 +32,7 @@ struct Bytes {
  */
 [[nodiscard]] std::optional<Bytes> encodeTree(Tree& tree, NodeId directory);
 
-/** What precedes the payload. */
+/** The parts before the payload. */
 struct TreeHead {
     std::size_t size; ///< in bytes
     std::uint64_t checksum;

@@ -26,14 +26,12 @@ inline std::uint64_t slashes(std::uint64_t word) {
 
 struct Traits {
     bool ascii;
-    bool slash;
     bool emptyLevels;
 };
 
-/** What stands in a path's way to being canonical, or a name, eight bytes at a time. */
+/** Looks for what keeps a path from being canonical, eight bytes at a time. */
 Traits examine(std::string_view path) {
     std::uint64_t all = 0;
-    std::uint64_t slash = 0;
     std::uint64_t doubled = 0;
     std::uint64_t before = highBits; // a leading "/" counts as doubled
     for (std::string_view left = path; !left.empty();) {
@@ -41,12 +39,11 @@ Traits examine(std::string_view path) {
         std::uint64_t const word = loadPartialWord(left.data(), count);
         std::uint64_t const here = slashes(word);
         all |= word;
-        slash |= here;
         doubled |= here & (here << 8 | before >> 56);
         before = here;
         left.remove_prefix(count);
     }
-    return {(all & highBits) == 0, slash != 0, doubled != 0 || (!path.empty() && path.back() == '/')};
+    return {(all & highBits) == 0, doubled != 0 || (!path.empty() && path.back() == '/')};
 }
 
 /** Where the last level of a path begins. */

@@ -62,13 +62,13 @@ public:
     /** Removes a file, or a directory with all that is in it. False when nothing was removed. */
     virtual bool remove(QString const& path) = 0;
 
-    /** Makes one directory, whose parent must exist. False when it was not made, also when it was there. */
+    /** Makes one directory, whose parent must exist. False when it was not made, even if it was there already. */
     virtual bool mkdir(QString const& path) = 0;
 
     /**
      * Opens a file and stores its handle in `*handle`. Opening for writing makes a missing file in an
      * existing directory. False, with `*handle` set to null, when the file cannot be opened, is a directory,
-     * or `mode` is none of the two; false also for a null `handle`.
+     * or `mode` is neither of the two; false for a null `handle`, too.
      */
     virtual bool open(QString const& path, FileHandle** handle, FileSystemMode mode) = 0;
 
@@ -150,7 +150,8 @@ public:
 
     /**
      * A path in `directory` at which nothing exists: `directory`, "/", `prefix`, a number and `suffix`.
-     * Nothing is made there. Empty when all of a million names exist, or names exist in what is not a directory.
+     * Nothing is made there. Empty when all of a million names exist, or when a name seems to exist although
+     * `directory` is not a directory.
      */
     [[nodiscard]] virtual QString getUniqueFileName(QString const& directory, QString const& prefix,
                                                     QString const& suffix);

@@ -15,7 +15,7 @@ class Tree;
  * A file system that lives in memory.
  *
  * Paths are absolute; names are any Unicode text except "", ".", ".." and what contains "/". A name with
- * unpaired surrogates is none: nothing exists under it and nothing can be made.
+ * unpaired surrogates is invalid: nothing exists under it and nothing can be made.
  *
  * A file that is removed, replaced or opened again for writing while a handle is open on it leaves that
  * handle safe: it reads what is there now, or nothing. A handle costs only its own size, whatever becomes of
@@ -57,10 +57,12 @@ public:
 
     /**
      * Writes the directory at `path`, with all that is in it, to a handle of this or another file system.
-     * Equal trees give equal bytes. `unserialize` takes whatever is written: when that would not be so, since
-     * another thread is changing the tree without a lock, the write fails, and closing a handle of a file on disk
-     * leaves the file as it is; `errno` is then EAGAIN.
-     * A path at which nothing stands is written as an empty directory.
+     * Equal trees give equal bytes. A path at which nothing stands is written as an empty directory.
+     *
+     * `unserialize` accepts everything that is written. Where it would not, because another thread changes the tree
+     * without a lock, nothing is written and the handle fails: closing it leaves a file on disk as it was. `errno` is
+     * then EAGAIN.
+     *
      * Result: whether everything was written; false, with nothing written, when `path` is a file.
      */
     virtual bool serialize(QString const& path, FileHandle& handle) const;
