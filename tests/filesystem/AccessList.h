@@ -85,7 +85,7 @@ inline bool hasAccessLists(std::string const& directory) {
 
 /** A directory for tests of access control lists, where the file system has them if any at hand does. */
 inline std::filesystem::path parentWithAccessLists() {
-    std::filesystem::path const usual = std::filesystem::temp_directory_path();
+    std::filesystem::path usual = std::filesystem::temp_directory_path();
     for (std::filesystem::path const& parent :
          {usual, std::filesystem::path("/dev/shm"), std::filesystem::path("/var/tmp")}) {
         std::error_code missing;

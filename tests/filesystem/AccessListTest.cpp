@@ -4,7 +4,6 @@
 namespace {
 
 using namespace support;
-using ::testing::ElementsAre;
 
 /** Files of which `directory` says who may do what. */
 class OnDiskWithAccessLists : public ::testing::Test {

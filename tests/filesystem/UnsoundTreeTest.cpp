@@ -20,7 +20,6 @@ struct DirectAccess {
 namespace {
 
 using namespace support;
-using filesystem::Node;
 using filesystem::NodeId;
 using filesystem::Tree;
 

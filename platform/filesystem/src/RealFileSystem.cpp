@@ -80,8 +80,8 @@ bool isExaminedAt(std::string const& path, struct stat& status) {
 /** An open file of one of the two kinds. */
 class RealHandle : public FileHandle {
 public:
-    RealHandle(FileSystem& fileSystem, std::string const& path)
-        : FileHandle(fileSystem, &_path), _path(path) {}
+    RealHandle(FileSystem& fileSystem, std::string&& path) noexcept
+        : FileHandle(fileSystem, &_path), _path(std::move(path)) {}
     RealHandle(RealHandle const&) = delete;
     RealHandle& operator=(RealHandle const&) = delete;
     virtual ~RealHandle() = default;
@@ -107,7 +107,7 @@ namespace {
 class ReadHandle final : public RealHandle {
 public:
     ReadHandle(FileSystem& fileSystem, std::string const& path, Descriptor file)
-        : RealHandle(fileSystem, path), _file(std::move(file)) {}
+        : RealHandle(fileSystem, std::string(path)), _file(std::move(file)) {}
 
     long read(char* buffer, long count) override {
         long moved = 0;
@@ -168,7 +168,7 @@ private:
 class WriteHandle final : public RealHandle {
 public:
     WriteHandle(FileSystem& fileSystem, std::string const& path, std::unique_ptr<Replacement> replacement)
-        : RealHandle(fileSystem, path), _replacement(std::move(replacement)) {}
+        : RealHandle(fileSystem, std::string(path)), _replacement(std::move(replacement)) {}
 
     long write(void const* buffer, long count) override { return _replacement->write(buffer, count); }
     void seek(long position) override { _replacement->seek(position); }
