@@ -28,11 +28,14 @@ std::uint32_t checksum(std::string_view bytes) {
 }
 
 /** CBOR's major types, as far as they occur here; each stands in the first three bits of a head. */
-enum class Major : unsigned char { number = 0, bytes = 2, text = 3, array = 4, map = 5, tag = 6 };
+enum class Major : unsigned char { number = 0, bytes = 2, text = 3, array = 4, map = 5, tag = 6, other = 7 };
 
 constexpr std::uint64_t shortNumbers = 24; // those below stand in a head's first byte
+constexpr unsigned lastDefinite = 27;      // what the first byte has in place of a number of 8 bytes
 
 constexpr std::size_t longestHead = 9;
+
+static_assert(longestTreeHead == selfDescribedTag.size() + 5 * longestHead);
 
 /** Writes a head where there is room for the longest. Result: where it ends. */
 char* writeHead(char* target, Major major, std::uint64_t number) {
@@ -57,7 +60,7 @@ public:
     explicit Output(std::size_t room)
         : _begin(room), _size(room), _capacity(smallest), _block(make(smallest)) {}
 
-    /** The end, with room for `count` bytes behind it. */
+    /** The end, with room for `count` bytes after it. */
     char* end(std::size_t count) {
         if (_capacity - _size < count)
             grow(count);
@@ -150,13 +153,31 @@ private:
     std::vector<Range> _open;
 };
 
-enum class Kind { other, number, text, bytes, array, map, tag };
+[[noreturn]] void refuseAsDamaged(std::string const& damage) {
+    throw utils::Exception("damaged: " + damage);
+}
+
+[[noreturn]] void refuseAsTruncated() {
+    refuseAsDamaged("truncated");
+}
+
+std::string quoted(std::string_view name) {
+    return '"' + std::string(name) + '"';
+}
+
+enum class Kind { other, number, text, bytes, map };
 
 /** One CBOR item's head, with the content of a string. */
 struct Item {
     Kind kind;
-    std::uint64_t number; ///< the value, tag, or number of elements
+    std::uint64_t number; ///< the value, or the number of elements
     std::string_view content;
+};
+
+/** The head of an item alone. */
+struct Head {
+    Major major;
+    std::uint64_t number; ///< the value, the tag, the number of elements or the size of a string
 };
 
 /** Takes items off the front of some bytes. */
@@ -170,21 +191,24 @@ public:
         Item item{Kind::other, 0, {}};
         if (takeShortItem(item))
             return item;
-        cbor_decoder_result const result =
-            cbor_stream_decode(reinterpret_cast<cbor_data>(_left.data()), _left.size(), &callbacks(), &item);
-        if (result.status == CBOR_DECODER_NEDATA)
-            throw utils::Exception("it is cut short");
-        if (result.status == CBOR_DECODER_ERROR)
-            throw utils::Exception("it is not CBOR");
-        _left.remove_prefix(result.read);
+        _left.remove_prefix(decode(_left, item));
         return item;
     }
 
-    Item next(Kind kind, char const* otherwise) {
-        Item const item = next();
-        if (item.kind != kind)
-            throw utils::Exception(otherwise);
-        return item;
+    /** A string's content need not be there. A head without a definite number is of no major type. */
+    Head nextHead() {
+        if (_left.empty())
+            refuseAsTruncated();
+        unsigned const first = static_cast<unsigned char>(_left[0]);
+        if ((first & 0x1FU) > lastDefinite)
+            return {Major::other, 0};
+        // Heads differ in their first three bits only, which are 0 in that of a number.
+        char asNumber[longestHead];
+        std::size_t const size = _left.copy(asNumber, longestHead);
+        asNumber[0] = static_cast<char>(first & 0x1FU);
+        Item item{Kind::other, 0, {}};
+        _left.remove_prefix(decode({asNumber, size}, item));
+        return {static_cast<Major>(first >> 5), item.number};
     }
 
 private:
@@ -209,6 +233,17 @@ private:
         return true;
     }
 
+    /** Result: the bytes that the item takes. */
+    static std::size_t decode(std::string_view data, Item& item) {
+        cbor_decoder_result const result =
+            cbor_stream_decode(reinterpret_cast<cbor_data>(data.data()), data.size(), &callbacks(), &item);
+        if (result.status == CBOR_DECODER_NEDATA)
+            refuseAsTruncated();
+        if (result.status == CBOR_DECODER_ERROR)
+            refuseAsDamaged("not CBOR");
+        return result.read;
+    }
+
     template <Kind Is, class Number>
     static void takeNumber(void* item, Number number) {
         *static_cast<Item*>(item) = {Is, number, {}};
@@ -219,7 +254,7 @@ private:
         *static_cast<Item*>(item) = {Is, size, {reinterpret_cast<char const*>(data), size}};
     }
 
-    /** What is not listed here, indefinite lengths included, stays of the other kind. */
+    /** Whatever is not listed here, indefinite lengths included, stays of the other kind. */
     static cbor_callbacks const& callbacks() {
         static cbor_callbacks const table = [] {
             cbor_callbacks result = cbor_empty_callbacks;
@@ -229,9 +264,7 @@ private:
             result.uint64 = takeNumber<Kind::number>;
             result.byte_string = takeString<Kind::bytes>;
             result.string = takeString<Kind::text>;
-            result.array_start = takeNumber<Kind::array>;
             result.map_start = takeNumber<Kind::map>;
-            result.tag = takeNumber<Kind::tag>;
             return result;
         }();
         return table;
@@ -240,86 +273,153 @@ private:
     std::string_view _left;
 };
 
-/** Reads directories without recursion: a stack of those whose entries are still to come. */
+/**
+ * Reads a payload without recursion, with a stack of the directories whose entries are still to come, and hands each
+ * entry to a visitor, which keeps a `Directory` of its own kind for each directory on the stack.
+ */
+template <class Visitor>
 class Decoder {
 public:
-    Decoder(Tree& tree, Tree::Apart& result, TreePath const& path, std::string_view payload)
-        : _tree(tree), _result(result), _topPlace(path), _scanner(payload) {}
+    Decoder(Visitor& visitor, std::string_view payload) : _visitor(visitor), _scanner(payload) {}
 
+    /** Errors: `utils::Exception` for anything but one tree; any exception of the visitor's. */
     void read() {
-        enter(_result.directory(), _topPlace, _scanner.next(Kind::map, "its payload is not a directory"));
+        Item const top = _scanner.next();
+        if (top.kind != Kind::map)
+            refuseAsDamaged("its payload is not a directory");
+        enter(_visitor.top(), top);
         while (!_open.empty()) {
-            if (_open.back().left == 0)
-                leave();
-            else
+            if (_open.back().left != 0) {
                 readEntry();
+            } else {
+                _visitor.leave(_open.back().directory);
+                _open.pop_back();
+            }
         }
         if (_scanner.left() != 0)
-            throw utils::Exception("its payload goes on behind the tree");
+            refuseAsDamaged("its payload has bytes after the tree");
     }
 
 private:
-    struct Directory {
-        NodeId id;
+    struct Level {
+        typename Visitor::Directory directory;
         std::uint64_t left; ///< entries still to come
-        PathPlace place;
     };
 
-    void enter(NodeId id, PathPlace const& place, Item const& map) {
+    void enter(typename Visitor::Directory const& directory, Item const& map) {
         // An entry takes two bytes at least, so no count can promise more than there is.
         if (map.number > _scanner.left() / 2)
-            throw utils::Exception("it is cut short");
-        _open.push_back({id, map.number, place});
-    }
-
-    void leave() {
-        checkNames(_open.back().id);
-        _open.pop_back();
+            refuseAsTruncated();
+        _open.push_back({directory, map.number});
     }
 
     void readEntry() {
-        Directory& directory = _open.back();
-        --directory.left;
-        std::string_view const name = _scanner.next(Kind::text, "a name in it is not text").content;
+        Level& level = _open.back();
+        --level.left;
+        Item const key = _scanner.next();
+        std::string_view const name = key.content;
+        if (key.kind != Kind::text)
+            refuseAsDamaged("a name is not text");
         if (!isName(name))
-            throw utils::Exception("it holds a name that no path reaches: \"" + std::string(name) + '"');
+            refuseAsDamaged("invalid name: " + quoted(name));
         Item const value = _scanner.next();
         if (value.kind != Kind::map && value.kind != Kind::bytes)
-            throw utils::Exception("it holds what is neither a directory nor a file: \"" + std::string(name) +
-                                   '"');
+            refuseAsDamaged("neither a directory nor a file: " + quoted(name));
         if (!Node::fits(name.size(), value.content.size()))
-            throw utils::Exception("it holds more under a name than memory takes");
-        std::uint32_t const hash = directory.place.hashOf(name);
+            refuseAsDamaged("too large: " + quoted(name));
         if (value.kind == Kind::map)
-            enter(_result.addDirectory(directory.id, name, hash), directory.place.below(name), value);
+            enter(_visitor.addDirectory(level.directory, name), value);
         else
-            _result.addFile(directory.id, name, hash, value.content);
+            _visitor.addFile(level.directory, name, value.content);
     }
 
-    /** No name twice; names that came in ascending order cannot be. */
-    void checkNames(NodeId directory) {
-        if (_tree.areOrdered(directory))
+    Visitor& _visitor;
+    Scanner _scanner;
+    std::vector<Level> _open;
+};
+
+/** Builds the tree. */
+class Builder {
+public:
+    struct Directory {
+        NodeId id;
+        PathPlace place;
+    };
+
+    Builder(Tree& tree, Tree::Apart& result, TreePath const& path)
+        : _tree(tree), _result(result), _topPlace(path) {}
+
+    [[nodiscard]] Directory top() const { return {_result.directory(), _topPlace}; }
+
+    Directory addDirectory(Directory const& parent, std::string_view name) {
+        return {_result.addDirectory(parent.id, name, parent.place.hashOf(name)), parent.place.below(name)};
+    }
+
+    void addFile(Directory const& parent, std::string_view name, std::string_view content) {
+        _result.addFile(parent.id, name, parent.place.hashOf(name), content);
+    }
+
+    /** Refuses a duplicate name, which names in ascending order cannot include. */
+    void leave(Directory const& directory) {
+        if (_tree.areOrdered(directory.id))
             return;
-        auto const& sorted = _tree.children(directory);
+        auto const& sorted = _tree.children(directory.id);
         auto const twice =
             std::adjacent_find(sorted.begin(), sorted.end(), [this](NodeId left, NodeId right) {
                 return _tree[left].name() == _tree[right].name();
             });
         if (twice != sorted.end())
-            throw utils::Exception("it holds a name twice: \"" + std::string(_tree[*twice].name()) + '"');
+            refuseAsDamaged("duplicate name: " + quoted(_tree[*twice].name()));
     }
 
+private:
     Tree& _tree;
     Tree::Apart& _result;
     PathPlace _topPlace;
-    Scanner _scanner;
-    std::vector<Directory> _open;
 };
+
+/** Builds nothing; checks that the names are in ascending order, as they are in everything that is written. */
+class OrderCheck {
+public:
+    struct Directory {
+        std::string_view last; ///< the name before; empty at first
+    };
+
+    static Directory top() { return {}; }
+
+    static Directory addDirectory(Directory& parent, std::string_view name) {
+        check(parent, name);
+        return {};
+    }
+
+    static void addFile(Directory& parent, std::string_view name, std::string_view /*content*/) {
+        check(parent, name);
+    }
+
+    static void leave(Directory const& /*directory*/) {}
+
+private:
+    static void check(Directory& directory, std::string_view name) {
+        if (!precedes(directory.last, name))
+            refuseAsDamaged("names out of order: " + quoted(name));
+        directory.last = name;
+    }
+};
+
+bool isSound(std::string_view payload) {
+    try {
+        OrderCheck check;
+        Decoder<OrderCheck>(check, payload).read();
+        return true;
+    } catch (utils::Exception const&) {
+        return false;
+    }
+}
 
 } // namespace
 
-Bytes encodeTree(Tree& tree, NodeId directory) {
-    char front[selfDescribedTag.size() + 5 * longestHead];
+std::optional<Bytes> encodeTree(Tree& tree, NodeId directory) {
+    char front[longestTreeHead];
     Output out(sizeof front);
     if (directory == noNode)
         out.setEnd(writeHead(out.end(longestHead), Major::map, 0));
@@ -327,6 +427,8 @@ Bytes encodeTree(Tree& tree, NodeId directory) {
         Encoder(tree, out).write(directory);
 
     std::string_view const payload = out.content();
+    if (!isSound(payload))
+        return std::nullopt;
     char* end = writeText(front, selfDescribedTag);
     end = writeHead(end, Major::array, 3);
     end = writeHead(end, Major::number, formatVersion);
@@ -337,24 +439,45 @@ Bytes encodeTree(Tree& tree, NodeId directory) {
     return out.release();
 }
 
-std::size_t decodeTree(Tree& tree, Tree::Apart& result, TreePath const& path, std::string_view data) {
-    if (data.substr(0, selfDescribedTag.size()) != selfDescribedTag.substr(0, data.size()))
-        throw utils::Exception("it is not a register file");
-    Scanner scanner(data);
-    scanner.next(); // that tag, whole
-    if (scanner.next(Kind::array, "it is not a register file").number != 3)
-        throw utils::Exception("it is not a register file");
-    std::uint64_t const version = scanner.next(Kind::number, "it has no format version").number;
-    if (version != formatVersion)
-        throw utils::Exception("its format version is unknown: " + std::to_string(version));
-    std::uint64_t const expected = scanner.next(Kind::number, "it has no checksum").number;
-    if (scanner.next(Kind::tag, "it has no payload").number != embeddedItemTag)
-        throw utils::Exception("it has no payload");
-    std::string_view const payload = scanner.next(Kind::bytes, "it has no payload").content;
-    if (checksum(payload) != expected)
-        throw utils::Exception("its checksum does not match");
-    Decoder(tree, result, path, payload).read();
-    return data.size() - scanner.left();
+TreeHead decodeTreeHead(std::string_view start) {
+    constexpr char const* otherFile = "not a register file";
+    if (start.substr(0, selfDescribedTag.size()) != selfDescribedTag.substr(0, start.size()))
+        throw utils::Exception(otherFile);
+    Scanner scanner(start);
+    scanner.nextHead(); // that tag, whole
+    Head const parts = scanner.nextHead();
+    if (parts.major != Major::array || parts.number == 0)
+        throw utils::Exception(otherFile);
+    // Another version may have other parts, but starts with its number.
+    Head const version = scanner.nextHead();
+    if (version.major == Major::number && version.number != formatVersion)
+        throw utils::Exception("format version " + std::to_string(version.number) +
+                               " is not supported; this library reads version " +
+                               std::to_string(formatVersion));
+    if (parts.number != 3)
+        throw utils::Exception(otherFile);
+    if (version.major != Major::number)
+        refuseAsDamaged("its format version is not a number");
+    Head const crc = scanner.nextHead();
+    if (crc.major != Major::number)
+        refuseAsDamaged("its checksum is not a number");
+    Head const embedded = scanner.nextHead();
+    if (embedded.major != Major::tag || embedded.number != embeddedItemTag)
+        refuseAsDamaged("it has no payload");
+    Head const payload = scanner.nextHead();
+    if (payload.major != Major::bytes)
+        refuseAsDamaged("it has no payload");
+    return {start.size() - scanner.left(), crc.number, payload.number};
+}
+
+void decodeTree(Tree& tree, Tree::Apart& result, TreePath const& path, TreeHead const& head,
+                std::string_view payload) {
+    if (payload.size() != head.payloadSize)
+        refuseAsTruncated();
+    if (checksum(payload) != head.checksum)
+        refuseAsDamaged("its checksum does not match");
+    Builder builder(tree, result, path);
+    Decoder<Builder>(builder, payload).read();
 }
 
 } // namespace filesystem
