@@ -176,13 +176,13 @@ void Disk::apply(Event const& event) {
     } else if (event.is("truncate")) {
         change(words.at(1), [&](std::string& content) { content.resize(std::stoul(words.at(2))); });
     } else if (event.is("sync")) {
-        File& file = *_inodes.at(words.at(1));
-        file.durable = file.present();
-        file.since.clear();
-        file.contents.clear();
-    } else if (event.is("syncdir")) {
+        makeDurable(*_inodes.at(words.at(1)));
+    } else if (event.is("syncdir") || event.is("syncfs")) {
         for (auto& [name, files] : _names)
             files = {files.back()};
+        if (event.is("syncfs"))
+            for (auto& [inode, file] : _inodes)
+                makeDurable(*file);
     } else if (event.is("rename") || event.is("link")) {
         auto const file = at(words.at(1));
         lead(words.at(2), file);
@@ -193,6 +193,12 @@ void Disk::apply(Event const& event) {
     } else if (!event.effect.empty() && !event.is("failed")) {
         throw std::logic_error("the replay does not know " + event.effect[0]);
     }
+}
+
+void Disk::makeDurable(File& file) {
+    file.durable = file.present();
+    file.since.clear();
+    file.contents.clear();
 }
 
 void Disk::change(std::string const& inode, std::function<void(std::string&)> const& edit) {

@@ -70,6 +70,7 @@ private:
 
     static void findContents(File& file, long limit, std::mt19937& chance);
 
+    static void makeDurable(File& file);
     void change(std::string const& inode, std::function<void(std::string&)> const& edit);
     void lead(std::string const& name, std::shared_ptr<File> const& file);
     [[nodiscard]] std::shared_ptr<File> at(std::string const& name) const;

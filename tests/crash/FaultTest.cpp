@@ -103,9 +103,9 @@ public:
 
 /** The calls that a signal may interrupt. */
 bool isInterruptible(Event const& call) {
-    static std::set<std::string> const names = {"open",   "close",  "read",     "write",   "sync",  "access",
-                                                "stat",   "chmod",  "chown",    "flock",   "fcntl", "link",
-                                                "rename", "unlink", "readlink", "truncate"};
+    static std::set<std::string> const names = {"open",   "close",  "read",     "write",    "sync",  "access",
+                                                "stat",   "chmod",  "chown",    "flock",    "fcntl", "link",
+                                                "rename", "unlink", "readlink", "truncate", "xattr"};
     return names.count(call.name) != 0;
 }
 

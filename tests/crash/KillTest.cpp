@@ -6,6 +6,7 @@
 
 #include "Harness.h"
 #include "Trial.h"
+#include "support/TemporaryName.h"
 
 namespace {
 
@@ -82,12 +83,12 @@ TEST(Kill, AtAnyCallOfARunLeavesTheLastSaveOrTheOneUnderWay) {
 TEST(Kill, WhileWhatAnEarlierOneLeftIsClearedLosesNothing) {
     Trial trial(fewSectors);
     std::string const half = trial.bytesOf(2).substr(0, 1000);
-    EXPECT_THAT(
-        killAtEachCall(
-            trial,
-            {{Trial::name, trial.bytesOf(1)}, {".Velmorand.dat.a1B2c3", half}, {".Velmorand.dat.Zzzzzz", ""}},
-            1, "save"),
-        IsEmpty());
+    EXPECT_THAT(killAtEachCall(trial,
+                               {{Trial::name, trial.bytesOf(1)},
+                                {support::temporaryName(Trial::name), half},
+                                {support::temporaryName(Trial::name, "00000000"), ""}},
+                               1, "save"),
+                IsEmpty());
 }
 
 class KillOf : public ::testing::TestWithParam<std::string> {};

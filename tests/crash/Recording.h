@@ -12,14 +12,14 @@ namespace crash {
  * A line of the log of a run: a mark of the application ("mark begin 2"), or a numbered call and what it did
  * to the disk. Paths are relative to the directory; files go by their inode, bytes are hexadecimal:
  *
- *     call 7 open create .Velmorand.dat.a1B2c3 4711
+ *     call 7 open create .Velmorand.dat.velmorand-0123abcd-4a5b6c7d 4711
  *     call 8 write write 4711 0 d9d9f7
  *     call 9 sync sync 4711
- *     call 10 rename rename .Velmorand.dat.a1B2c3 Velmorand.dat
+ *     call 10 rename rename .Velmorand.dat.velmorand-0123abcd-4a5b6c7d Velmorand.dat
  *     call 11 sync syncdir .
  *     call 12 stat failed
  *
- * and "truncate INODE SIZE", "link FROM TO", "unlink PATH"; a call that changed nothing has no more words.
+ * and "syncfs", "truncate INODE SIZE", "link FROM TO", "unlink PATH"; a call that changed nothing has no more words.
  */
 struct Event {
     [[nodiscard]] bool isMark() const { return call == 0; }

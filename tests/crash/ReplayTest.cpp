@@ -211,6 +211,10 @@ TEST_F(WeakDisk, LosesANameUntilTheDirectoryIsSynchronised) {
     EXPECT_THAT(after({"create g 1", "syncdir ."}), ElementsAre("f=old g="));
 }
 
+TEST_F(WeakDisk, LosesNothingOnceTheWholeFileSystemIsSynchronised) {
+    EXPECT_THAT(after({"create g 1", "write 1 0 41", "rename g f", "syncfs"}), ElementsAre("f=A g=-"));
+}
+
 TEST_F(WeakDisk, MovesAFileBeforeItsContent) {
     auto const states = after({"create g 1", "write 1 0 41", "rename g f"});
     EXPECT_THAT(states, ::testing::IsSupersetOf({"f= g=-", "f=A g=-", "f=old g=A"}));

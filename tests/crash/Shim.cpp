@@ -24,6 +24,7 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace {
@@ -219,6 +220,13 @@ int syncNumbered(long call, int file) {
         }));
 }
 
+int syncfsNumbered(int file) {
+    auto const perform = [=](bool /*shortened*/) { return direct(SYS_syncfs, file); };
+    if (!isOurs(pathOf(file)))
+        return static_cast<int>(perform(false));
+    return static_cast<int>(numbered("sync", perform, [](long /*result*/) { return std::string("syncfs"); }));
+}
+
 int truncateNumbered(int file, long size) {
     auto const perform = [=](bool /*shortened*/) { return direct(SYS_ftruncate, file, size); };
     if (!isOurs(pathOf(file)))
@@ -348,6 +356,10 @@ int fdatasync(int file) {
     return syncNumbered(SYS_fdatasync, file);
 }
 
+int syncfs(int file) noexcept {
+    return syncfsNumbered(file);
+}
+
 int ftruncate(int file, ::off_t size) noexcept {
     return truncateNumbered(file, size);
 }
@@ -390,6 +402,23 @@ int fchmod(int file, ::mode_t mode) noexcept {
 
 int fchown(int file, ::uid_t user, ::gid_t group) noexcept {
     return static_cast<int>(onFile("chown", file, [=] { return direct(SYS_fchown, file, user, group); }));
+}
+
+::ssize_t flistxattr(int file, char* names, std::size_t size) noexcept {
+    return onFile("xattr", file, [=] { return direct(SYS_flistxattr, file, names, size); });
+}
+
+::ssize_t fgetxattr(int file, char const* name, void* value, std::size_t size) noexcept {
+    return onFile("xattr", file, [=] { return direct(SYS_fgetxattr, file, name, value, size); });
+}
+
+int fsetxattr(int file, char const* name, void const* value, std::size_t size, int flags) noexcept {
+    return static_cast<int>(
+        onFile("xattr", file, [=] { return direct(SYS_fsetxattr, file, name, value, size, flags); }));
+}
+
+int fremovexattr(int file, char const* name) noexcept {
+    return static_cast<int>(onFile("xattr", file, [=] { return direct(SYS_fremovexattr, file, name); }));
 }
 
 int flock(int file, int operation) noexcept {

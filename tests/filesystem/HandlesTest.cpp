@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <cerrno>
 #include <climits>
 #include <iterator>
 #include <memory>
@@ -156,7 +157,29 @@ TYPED_TEST(Read, MovesTheBytesThereAre) {
     EXPECT_EQ(5, this->files.tell(handle));
 }
 
-TYPED_TEST(Read, LeavesTheBufferBehindTheEndAlone) {
+TYPED_TEST(Read, SetsErrnoToZeroAtTheEnd) {
+    FileHandle* const handle = this->reading("abc");
+    for (long const count : {10L, 100'000L}) {
+        errno = EIO;
+        ASSERT_TRUE(this->files.seek(handle, 0, fromBegin));
+        EXPECT_EQ("abc", read(this->files, handle, count));
+        EXPECT_EQ(0, errno);
+        errno = EIO;
+        EXPECT_EQ("", read(this->files, handle, count));
+        EXPECT_EQ(0, errno);
+    }
+}
+
+TYPED_TEST(Read, SaysOfAHandleThatIsNotForReadingThatItIsBad) {
+    for (FileHandle* const handle :
+         {openedForWriting(this->files, "/f"), static_cast<FileHandle*>(nullptr)}) {
+        errno = 0;
+        EXPECT_EQ("", read(this->files, handle, 1));
+        EXPECT_EQ(EBADF, errno);
+    }
+}
+
+TYPED_TEST(Read, LeavesTheBufferAfterTheEndAlone) {
     FileHandle* const handle = this->reading("ab");
     char buffer[] = "....";
     EXPECT_EQ(2, this->files.read(handle, buffer, 4));

@@ -194,6 +194,23 @@ TEST_F(RealExists, FollowsLinks) {
     EXPECT_EQ("x", readFile(files, "to-file"));
 }
 
+using RealUniqueName = OnDisk;
+
+TEST_F(RealUniqueName, IsRefusedAtOnceBelowALinkThatLeadsToItself) {
+    std::filesystem::create_symlink("loop", at("loop"));
+    struct Counting : RealFileSystem {
+        using RealFileSystem::RealFileSystem;
+        bool exists(QString const& path) const override {
+            ++looks;
+            return RealFileSystem::exists(path);
+        }
+        mutable int looks = 0;
+    };
+    Counting counting(text(directory.string()));
+    EXPECT_EQ("", counting.getUniqueFileName("loop", "n", "").toStdString());
+    EXPECT_EQ(1, counting.looks);
+}
+
 using RealSpecialFiles = OnDisk;
 
 /** What stands at `path` is there, but is no file, opens in no mode and stays. */

@@ -41,7 +41,7 @@ TEST(SizeOfAHandle, IsMinusOneWhenThePositionCannotMove) {
     files.close(handle);
 }
 
-TEST(Unserialise, RefusesAPathThatIsNone) {
+TEST(Unserialise, RefusesAnInvalidPath) {
     RAMFileSystem files;
     ASSERT_TRUE(files.mkdir("/a"));
     FileHandle* handle = openedForWriting(files, "/file");
@@ -52,7 +52,7 @@ TEST(Unserialise, RefusesAPathThatIsNone) {
         files.unserialize("/" + unpairedSurrogate(), *handle);
         ADD_FAILURE() << "it was accepted";
     } catch (utils::Exception const& failure) {
-        EXPECT_THAT(failure.what(), ::testing::EndsWith(": the path is none"));
+        EXPECT_THAT(failure.what(), ::testing::EndsWith(": invalid path in memory"));
     }
     EXPECT_EQ((std::vector<std::string>{"a", "file"}), listing(files, "/"));
     files.close(handle);

@@ -374,11 +374,11 @@ TEST_F(Damaged, ByEachBitTurnedIsRefused) {
     }
 }
 
-TEST_F(Damaged, ByBeingCutShortIsRefused) {
+TEST_F(Damaged, ByBeingTruncatedIsRefused) {
     fill();
     std::string const bytes = saved("/user");
     for (std::size_t length = 0; length < bytes.size(); ++length)
-        EXPECT_THAT(refusal(bytes.substr(0, length)), HasSubstr("cut short")) << length;
+        EXPECT_THAT(refusal(bytes.substr(0, length)), HasSubstr("damaged: truncated")) << length;
 }
 
 TEST_F(Damaged, ByABitTurnedBelowACorrectChecksumNeverHarms) {
@@ -406,52 +406,61 @@ TEST_F(Damaged, IsNotWhatTheHelperMakes) {
 TEST_F(Damaged, ByAnUnknownVersionIsRefused) {
     for (char const version : {'\x00', '\x02', '\x17'})
         EXPECT_THAT(refusal(registerFile("\xA0", version)),
-                    HasSubstr("version is unknown: " + std::to_string(version)));
+                    HasSubstr("format version " + std::to_string(version) +
+                              " is not supported; this library reads version 1"));
+    // Whatever else such a version may change.
+    EXPECT_THAT(refusal("\xD9\xD9\xF7\x85\x02\x61xyz"s), HasSubstr("format version 2 is not supported"));
 }
 
 TEST_F(Damaged, ByWhatIsNoRegisterFileIsRefused) {
     for (std::string const& bytes :
          {name("x"), "\xD9\xD9\xF6\x83\x01"s, "\xD9\xD9\xF7\xA0"s, "\xD9\xD9\xF7\x84\x01"s,
-          "\xD9\xD9\xF7\x9F\x01"s, "\x83\x01\x00"s, "\xA0"s, "\x00"s})
+          "\xD9\xD9\xF7\x80\x02"s, "\xD9\xD9\xF7\x9F\x01"s, "\x83\x01\x00"s, "\xA0"s, "\x00"s})
         EXPECT_THAT(refusal(bytes), HasSubstr("not a register file"));
 }
 
 TEST_F(Damaged, ByFieldsOfOtherTypesIsRefused) {
     EXPECT_THAT(refusal("\xD9\xD9\xF7\x83\x61"
                         "1\x00\xD8\x18\x41\xA0"s),
-                HasSubstr("no format version"));
-    EXPECT_THAT(refusal("\xD9\xD9\xF7\x83\x20\x00\xD8\x18\x41\xA0"s), HasSubstr("no format version"));
-    EXPECT_THAT(refusal("\xD9\xD9\xF7\x83\x01\x40\xD8\x18\x41\xA0"s), HasSubstr("no checksum"));
-    EXPECT_THAT(refusal("\xD9\xD9\xF7\x83\x01\x00\xD8\x19\x41\xA0"s), HasSubstr("no payload"));
-    EXPECT_THAT(refusal("\xD9\xD9\xF7\x83\x01\x00\x41\xA0"s), HasSubstr("no payload"));
-    EXPECT_THAT(refusal("\xD9\xD9\xF7\x83\x01\x00\xD8\x18\xA0"s), HasSubstr("no payload"));
-    EXPECT_THAT(refusal("\xD9\xD9\xF7\x83\x01\x00\xD8\x18\x5F\x41\xA0\xFF"s), HasSubstr("no payload"));
+                HasSubstr("damaged: its format version is not a number"));
+    EXPECT_THAT(refusal("\xD9\xD9\xF7\x83\x20\x00\xD8\x18\x41\xA0"s),
+                HasSubstr("damaged: its format version is not a number"));
+    EXPECT_THAT(refusal("\xD9\xD9\xF7\x83\x01\x40\xD8\x18\x41\xA0"s),
+                HasSubstr("damaged: its checksum is not a number"));
+    EXPECT_THAT(refusal("\xD9\xD9\xF7\x83\x01\x00\xD8\x19\x41\xA0"s),
+                HasSubstr("damaged: it has no payload"));
+    EXPECT_THAT(refusal("\xD9\xD9\xF7\x83\x01\x00\x41\xA0"s), HasSubstr("damaged: it has no payload"));
+    EXPECT_THAT(refusal("\xD9\xD9\xF7\x83\x01\x00\xD8\x18\xA0"s), HasSubstr("damaged: it has no payload"));
+    EXPECT_THAT(refusal("\xD9\xD9\xF7\x83\x01\x00\xD8\x18\x5F\x41\xA0\xFF"s),
+                HasSubstr("damaged: it has no payload"));
 }
 
 TEST_F(Damaged, ByAWrongChecksumIsRefused) {
-    EXPECT_THAT(refusal("\xD9\xD9\xF7\x83\x01\x00\xD8\x18\x41\xA0"s), HasSubstr("checksum does not match"));
+    EXPECT_THAT(refusal("\xD9\xD9\xF7\x83\x01\x00\xD8\x18\x41\xA0"s),
+                HasSubstr("damaged: its checksum does not match"));
     // A 64-bit number with the right low half.
     std::string wide = registerFile("\xA0");
     wide.replace(5, 1, "\x1B\0\0\0\x01"s);
-    EXPECT_THAT(refusal(wide), HasSubstr("checksum does not match"));
+    EXPECT_THAT(refusal(wide), HasSubstr("damaged: its checksum does not match"));
 }
 
 TEST_F(Damaged, ByANameGivenTwiceIsRefused) {
     EXPECT_THAT(refusal(registerFile("\xA2" + name("f") + '\x40' + name("f") + '\x40')),
-                HasSubstr("twice: \"f\""));
+                HasSubstr("damaged: duplicate name: \"f\""));
     EXPECT_THAT(refusal(registerFile("\xA3" + name("f") + '\x40' + name("e") + '\x40' + name("f") + '\xA0')),
-                HasSubstr("twice: \"f\""));
+                HasSubstr("damaged: duplicate name: \"f\""));
     EXPECT_THAT(refusal(registerFile("\xA1" + name("d") + '\xA3' + name("f") + '\xA0' + name("g") + '\x40' +
                                      name("f") + '\xA0')),
-                HasSubstr("twice: \"f\""));
+                HasSubstr("damaged: duplicate name: \"f\""));
 }
 
 TEST_F(Damaged, ByANameThatNoPathReachesIsRefused) {
     for (std::string const& unreached : {""s, "."s, ".."s, "/"s, "a/b"s, "/a"s, "a/"s, "\xFF"s, "a\xC3"s,
                                          "\xC0\xAF"s, "\xED\xA0\x80"s, "\xF4\x90\x80\x80"s}) {
-        EXPECT_THAT(refusal(registerFile("\xA1" + name(unreached) + '\x40')), HasSubstr("no path reaches"));
+        EXPECT_THAT(refusal(registerFile("\xA1" + name(unreached) + '\x40')),
+                    HasSubstr("damaged: invalid name: "));
         EXPECT_THAT(refusal(registerFile("\xA1" + name("d") + '\xA1' + name(unreached) + '\xA0')),
-                    HasSubstr("no path reaches"));
+                    HasSubstr("damaged: invalid name: "));
     }
 }
 
@@ -461,13 +470,13 @@ TEST_F(Damaged, ByANameThatIsNoTextIsRefused) {
                                    "\x01"s, "\xA0"s, "\xF6"s,
                                    "\x7F\x61"
                                    "f\xFF"s})
-        EXPECT_THAT(refusal(registerFile("\xA1" + key + '\x40')), HasSubstr("not text"));
+        EXPECT_THAT(refusal(registerFile("\xA1" + key + '\x40')), HasSubstr("damaged: a name is not text"));
 }
 
 TEST_F(Damaged, ByARootThatIsNoDirectoryIsRefused) {
     for (std::string const& root :
          {content("x"), "\x80"s, name("x"), "\x01"s, "\xF6"s, "\xC1\xA0"s, "\xBF\xFF"s})
-        EXPECT_THAT(refusal(registerFile(root)), HasSubstr("not a directory"));
+        EXPECT_THAT(refusal(registerFile(root)), HasSubstr("damaged: its payload is not a directory"));
 }
 
 TEST_F(Damaged, ByAValueThatIsNeitherDirectoryNorFileIsRefused) {
@@ -475,7 +484,7 @@ TEST_F(Damaged, ByAValueThatIsNeitherDirectoryNorFileIsRefused) {
          {"\x01"s, head(0x20, 0), name("x"), "\x80"s, "\xF5"s, "\xF6"s, "\xF9\x3C\x00"s,
           "\xFB\0\0\0\0\0\0\0\0"s, "\xC1\x40"s, "\x5F\x41x\xFF"s, "\xBF\xFF"s, "\x9F\xFF"s, "\xFF"s})
         EXPECT_THAT(refusal(registerFile("\xA1" + name("f") + value)),
-                    HasSubstr("neither a directory nor a file: \"f\""));
+                    HasSubstr("damaged: neither a directory nor a file: \"f\""));
 }
 
 TEST_F(Damaged, ByReservedHeadsIsRefused) {
@@ -483,9 +492,11 @@ TEST_F(Damaged, ByReservedHeadsIsRefused) {
         EXPECT_THAT(refusal(registerFile("\xA1" + name("f") + head)), HasSubstr("/user: "));
 }
 
-TEST_F(Damaged, ByBytesBehindTheTreeInThePayloadIsRefused) {
-    EXPECT_THAT(refusal(registerFile("\xA0\xA0")), HasSubstr("goes on behind"));
-    EXPECT_THAT(refusal(registerFile("\xA1" + name("f") + "\x40\x00"s)), HasSubstr("goes on behind"));
+TEST_F(Damaged, ByBytesAfterTheTreeInThePayloadIsRefused) {
+    EXPECT_THAT(refusal(registerFile("\xA0\xA0")),
+                HasSubstr("damaged: its payload has bytes after the tree"));
+    EXPECT_THAT(refusal(registerFile("\xA1" + name("f") + "\x40\x00"s)),
+                HasSubstr("damaged: its payload has bytes after the tree"));
 }
 
 TEST_F(Damaged, ByLengthsLargerThanTheFileIsRefused) {
@@ -493,14 +504,16 @@ TEST_F(Damaged, ByLengthsLargerThanTheFileIsRefused) {
                                    bigEndian(~0ULL, 8), bigEndian(1ULL << 62, 8)};
     for (std::string const& length : lengths) {
         EXPECT_THAT(refusal("\xD9\xD9\xF7\x83\x01\x00\xD8\x18\x5B"s + length + '\xA0'),
-                    HasSubstr("cut short"));
-        EXPECT_THAT(refusal(registerFile("\xBB" + length + name("f") + '\x40')), HasSubstr("cut short"));
-        EXPECT_THAT(refusal(registerFile("\xA1\x7B" + length + "f\x40")), HasSubstr("cut short"));
+                    HasSubstr("damaged: truncated"));
+        EXPECT_THAT(refusal(registerFile("\xBB" + length + name("f") + '\x40')),
+                    HasSubstr("damaged: truncated"));
+        EXPECT_THAT(refusal(registerFile("\xA1\x7B" + length + "f\x40")), HasSubstr("damaged: truncated"));
         EXPECT_THAT(refusal(registerFile("\xA1" + name("f") + '\x5B' + length + 'x')),
-                    HasSubstr("cut short"));
-        EXPECT_THAT(refusal(registerFile("\xA1" + name("d") + '\xBB' + length)), HasSubstr("cut short"));
+                    HasSubstr("damaged: truncated"));
+        EXPECT_THAT(refusal(registerFile("\xA1" + name("d") + '\xBB' + length)),
+                    HasSubstr("damaged: truncated"));
     }
-    EXPECT_THAT(refusal(registerFile("\xA2" + name("f") + '\x40')), HasSubstr("cut short"));
+    EXPECT_THAT(refusal(registerFile("\xA2" + name("f") + '\x40')), HasSubstr("damaged: truncated"));
 }
 
 using DeepRegisterFile = RegisterFile;
@@ -561,11 +574,37 @@ protected:
             // Refused files are to cost no more than others.
         }
         EXPECT_LE(MemoryPeak::bytes(), memoryToRead(bytes.size())) << bytes.size();
-        EXPECT_GE(MemoryPeak::bytes(), static_cast<long>(bytes.size())) << "not counted";
     }
 
     static constexpr int many = (1 << 17) + 1; // where what grows by doubling is largest
 };
+
+TEST_F(MemoryOfARegisterFile, IsCounted) {
+    ASSERT_TRUE(writeFile(disk, "/load", registerFile("\xA1" + name("f") + content(std::string(many, 'x')))));
+    FileHandle* const handle = openedForReading(disk, "/load");
+    RAMFileSystem fresh;
+    MemoryPeak const counting;
+    fresh.unserialize(text("/user"), *handle);
+    EXPECT_GE(MemoryPeak::bytes(), 2 * many); // as read, and in the tree
+}
+
+TEST_F(MemoryOfARegisterFile, IsSmallForALargeFileThatIsNone) {
+    std::string const large(10'000'000, 'x');
+    for (std::string const& bytes :
+         {large, registerFile("\xA0") + large, "\xD9\xD9\xF7\x83\x02"s + large,
+          "\xD9\xD9\xF7\x83\x01\x00\xD8\x18\x5B"s + bigEndian(large.size() + 1, 8) + large}) {
+        ASSERT_TRUE(writeFile(disk, "/load", bytes));
+        FileHandle* const handle = openedForReading(disk, "/load");
+        RAMFileSystem fresh;
+        MemoryPeak const counting;
+        try {
+            fresh.unserialize(text("/user"), *handle);
+        } catch (utils::Exception const&) {
+            // The first is none, and the last two are refused.
+        }
+        EXPECT_LE(MemoryPeak::bytes(), memoryToRead(0));
+    }
+}
 
 TEST_F(MemoryOfARegisterFile, IsInProportionForLengthsAndCountsThatAreTooLarge) {
     std::string const filler(many, '\x40');

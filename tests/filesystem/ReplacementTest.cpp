@@ -7,6 +7,7 @@
 #include <sys/resource.h>
 
 #include "DiskSupport.h"
+#include "support/TemporaryName.h"
 
 namespace {
 
@@ -20,9 +21,8 @@ void killSelf() {
     static_cast<void>(::raise(SIGKILL));
 }
 
-/** From here on no file of this process grows beyond `bytes`. */
+/** From here on no file of this process grows beyond `bytes`; SIGXFSZ ends it when it tries. */
 void limitFileSize(rlim_t bytes) {
-    static_cast<void>(::signal(SIGXFSZ, SIG_IGN));
     rlimit const limit = {bytes, bytes};
     ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &limit));
 }
@@ -57,7 +57,7 @@ TEST_F(Replace, WritesBesideTheFileUnderANameMadeFromIt) {
     FileHandle* const handle = openedForWriting(files, "settings.dat");
     ASSERT_NE(nullptr, handle);
     EXPECT_THAT(listing(files, "/"),
-                ElementsAre(::testing::MatchesRegex("\\.settings\\.dat\\.\\w\\w\\w\\w\\w\\w")));
+                ElementsAre(::testing::MatchesRegex("\\.settings\\.dat\\.velmorand-[0-9a-f]+-[0-9a-f]+")));
 }
 
 TEST_F(Replace, ChangesNothingWhenTheHandleIsNeverClosed) {
@@ -110,6 +110,28 @@ TEST_F(ReplaceFailing, ChangesNothingWhenTheLastBytesCannotBeWritten) {
     EXPECT_EQ("old", fileBytes(at("f")));
 }
 
+TEST_F(ReplaceFailing, AtTheLimitOfFileSizesSaysSoWithoutASignal) {
+    putFile(at("f"), "old");
+    for (rlim_t const limit : {rlim_t{0}, rlim_t{100'000}, rlim_t{199'999}})
+        ASSERT_EQ(0, inChild([&] {
+                      limitFileSize(limit);
+                      FileHandle* const handle = openedForWriting(files, "f");
+                      EXPECT_FALSE(write(files, handle, someBytes(200'000)));
+                      EXPECT_FALSE(files.close(handle));
+                      EXPECT_EQ(EFBIG, errno);
+                  }))
+            << limit;
+    EXPECT_EQ("old", fileBytes(at("f")));
+}
+
+TEST_F(ReplaceFailing, IsNotWhatAFileOfTheSizeLimitDoes) {
+    ASSERT_EQ(0, inChild([&] {
+                  limitFileSize(200'000);
+                  EXPECT_TRUE(writeFile(files, "f", someBytes(200'000)));
+              }));
+    EXPECT_EQ(someBytes(200'000), fileBytes(at("f")));
+}
+
 TEST_F(ReplaceFailing, IsNotMadeGoodByALaterWrite) {
     putFile(at("f"), "old");
     ASSERT_EQ(0, inChild([this] {
@@ -149,6 +171,30 @@ TEST_F(ReplaceFailing, OpensNothingInADirectoryThatMayNotBeChanged) {
                   EXPECT_EQ(nullptr, openedForWriting(files, "locked/f"));
                   EXPECT_EQ(nullptr, openedForWriting(files, "locked/g"));
                   EXPECT_EQ("old", readFile(files, "locked/f"));
+              }));
+}
+
+using ReplaceInUnreadableDirectory = OnDisk;
+
+TEST_F(ReplaceInUnreadableDirectory, MakesAndReplacesFiles) {
+    ASSERT_EQ(0, asOrdinaryUser(directory, [this] {
+                  EXPECT_TRUE(files.mkdir(text("d")));
+                  EXPECT_EQ(0, ::chmod(at("d").c_str(), 0300));
+                  EXPECT_TRUE(writeFile(files, "d/f", "old"));
+                  EXPECT_TRUE(writeFile(files, "d/f", "new"));
+                  EXPECT_EQ("new", readFile(files, "d/f"));
+                  EXPECT_EQ(0, ::chmod(at("d").c_str(), 0700));
+                  EXPECT_THAT(listing(files, "d"), ElementsAre("f"));
+              }));
+}
+
+TEST_F(ReplaceInUnreadableDirectory, FollowsALinkThroughIt) {
+    ASSERT_EQ(0, asOrdinaryUser(directory, [this] {
+                  EXPECT_TRUE(files.mkdir(text("d")));
+                  std::filesystem::create_symlink("../f", at("d/link"));
+                  EXPECT_EQ(0, ::chmod(at("d").c_str(), 0100));
+                  EXPECT_TRUE(writeFile(files, "d/link", "new"));
+                  EXPECT_EQ("new", readFile(files, "f"));
               }));
 }
 
@@ -300,11 +346,11 @@ TEST_F(ReplaceThroughLink, RefusesADirectory) {
 using StaleTemporary = OnDisk;
 
 TEST_F(StaleTemporary, IsClearedWhenItsFileIsOpenedForWriting) {
-    putFile(at(".f.abc123"), "left");
-    putFile(at(".f.ZZZZZZ"), "left");
+    putFile(at(temporaryName("f")), "left");
+    putFile(at(temporaryName("f", "00000000")), "left");
     FileHandle* const handle = openedForWriting(files, "f");
-    EXPECT_FALSE(files.exists(text(".f.abc123")));
-    EXPECT_FALSE(files.exists(text(".f.ZZZZZZ")));
+    EXPECT_FALSE(files.exists(text(temporaryName("f"))));
+    EXPECT_FALSE(files.exists(text(temporaryName("f", "00000000"))));
     EXPECT_TRUE(files.close(handle));
     EXPECT_THAT(listing(files, "/"), ElementsAre("f"));
 }
@@ -333,30 +379,46 @@ TEST_F(StaleTemporary, IsNotWhatALiveHandleWrites) {
 }
 
 TEST_F(StaleTemporary, IsNotWhatAnotherProcessHasLocked) {
-    putFile(at(".f.abc123"), "live");
-    int const file = ::open(at(".f.abc123").c_str(), O_RDONLY | O_CLOEXEC);
+    std::string const locked = at(temporaryName("f"));
+    putFile(locked, "live");
+    int const file = ::open(locked.c_str(), O_RDONLY | O_CLOEXEC);
     ASSERT_EQ(0, ::flock(file, LOCK_EX));
     EXPECT_TRUE(writeFile(files, "f", "new"));
-    EXPECT_EQ("live", fileBytes(at(".f.abc123")));
+    EXPECT_EQ("live", fileBytes(locked));
     ::close(file);
     EXPECT_TRUE(writeFile(files, "f", "new"));
-    EXPECT_FALSE(files.exists(text(".f.abc123")));
+    EXPECT_THAT(listing(files, "/"), ElementsAre("f"));
 }
 
 TEST_F(StaleTemporary, IsNotWhatOnlyLooksLikeOne) {
-    std::vector<std::string> const names = {".f.abc12", ".f.abc12!", ".f.abc1234",
-                                            ".fabc123", ".g.abc123", "f.abc123"};
+    std::string const real = temporaryName("f");
+    std::string wrongCheck = real;
+    wrongCheck.back() = wrongCheck.back() == '0' ? '1' : '0';
+    std::string upperCase = real;
+    upperCase.replace(upperCase.find("0123abcd"), 8, "0123ABCD");
+    std::vector<std::string> const names = {
+        ".f.backup",     ".f.202401", ".f.abc123", ".f.velmorand-0123abcd-00000000", temporaryName("g"),
+        wrongCheck,      upperCase,   real + "0",  real.substr(0, real.size() - 1),  real.substr(1),
+        real + ".backup"};
     for (std::string const& name : names)
         putFile(at(name), "kept");
-    ASSERT_TRUE(files.mkdir(text(".f.direct")));
-    std::filesystem::create_symlink(".g.abc123", at(".f.link00"));
-    ASSERT_EQ(0, ::mkfifo(at(".f.pipe00").c_str(), 0666));
     EXPECT_TRUE(writeFile(files, "f", "new"));
     for (std::string const& name : names)
         EXPECT_EQ("kept", fileBytes(at(name))) << name;
-    EXPECT_TRUE(files.isDirectory(text(".f.direct")));
-    EXPECT_TRUE(std::filesystem::is_symlink(at(".f.link00")));
-    EXPECT_TRUE(files.exists(text(".f.pipe00")));
+}
+
+TEST_F(StaleTemporary, IsARegularFile) {
+    std::string const directoryName = temporaryName("f", "00000001");
+    std::string const link = temporaryName("f", "00000002");
+    std::string const pipe = temporaryName("f", "00000003");
+    ASSERT_TRUE(files.mkdir(text(directoryName)));
+    putFile(at("target"), "kept");
+    std::filesystem::create_symlink("target", at(link));
+    ASSERT_EQ(0, ::mkfifo(at(pipe).c_str(), 0666));
+    EXPECT_TRUE(writeFile(files, "f", "new"));
+    EXPECT_TRUE(files.isDirectory(text(directoryName)));
+    EXPECT_TRUE(std::filesystem::is_symlink(at(link)));
+    EXPECT_TRUE(files.exists(text(pipe)));
 }
 
 using LongName = OnDisk;
@@ -367,6 +429,19 @@ TEST_F(LongName, OfTheSystemsLimitIsReplaced) {
     ASSERT_TRUE(writeFile(files, name, "new"));
     EXPECT_EQ("new", fileBytes(at(name)));
     EXPECT_THAT(listing(files, "/"), ElementsAre(name));
+}
+
+TEST_F(LongName, DoesNotShareItsTemporaryFilesWithOneThatIsCutAlike) {
+    std::string const one(NAME_MAX, 'n');
+    std::string const other = std::string(NAME_MAX - 1, 'n') + 'm';
+    ASSERT_EQ(crashed, inChild([&] {
+                  openedForWriting(files, one);
+                  killSelf();
+              }));
+    EXPECT_TRUE(writeFile(files, other, "other"));
+    EXPECT_THAT(listing(files, "/"), SizeIs(2));
+    EXPECT_TRUE(writeFile(files, one, "one"));
+    EXPECT_THAT(listing(files, "/"), ElementsAre(other, one));
 }
 
 TEST_F(LongName, IsCutBetweenCharacters) {

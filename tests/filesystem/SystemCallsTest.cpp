@@ -19,7 +19,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "DiskSupport.h"
+#include "AccessList.h"
+#include "support/TemporaryName.h"
+#include "utils/Exception.h"
 
 // What becomes of an operation when a call to the system fails in the midst of it. The program has the system
 // calls that the library makes in its own hands: it counts them, and fails the one that a test names.
@@ -85,6 +87,21 @@ int stat(char const* path, struct stat* status) noexcept {
 int fsync(int file) {
     VELMORAND_PASS_ON(-1, fsync, file);
 }
+ssize_t fgetxattr(int file, char const* name, void* value, size_t size) noexcept {
+    VELMORAND_PASS_ON(-1, fgetxattr, file, name, value, size);
+}
+ssize_t flistxattr(int file, char* list, size_t size) noexcept {
+    VELMORAND_PASS_ON(-1, flistxattr, file, list, size);
+}
+int fremovexattr(int file, char const* name) noexcept {
+    VELMORAND_PASS_ON(-1, fremovexattr, file, name);
+}
+int fsetxattr(int file, char const* name, void const* value, size_t size, int flags) noexcept {
+    VELMORAND_PASS_ON(-1, fsetxattr, file, name, value, size, flags);
+}
+int syncfs(int file) noexcept {
+    VELMORAND_PASS_ON(-1, syncfs, file);
+}
 int mkdir(char const* path, mode_t mode) noexcept {
     VELMORAND_PASS_ON(-1, mkdir, path, mode);
 }
@@ -108,9 +125,6 @@ ssize_t pwrite(int file, void const* bytes, size_t count, off_t position) {
 }
 ssize_t readlinkat(int base, char const* path, char* buffer, size_t size) noexcept {
     VELMORAND_PASS_ON(-1, readlinkat, base, path, buffer, size);
-}
-ssize_t write(int file, void const* bytes, size_t count) {
-    VELMORAND_PASS_ON(-1, write, file, bytes, count);
 }
 DIR* fdopendir(int file) {
     VELMORAND_PASS_ON(nullptr, fdopendir, file);
@@ -243,7 +257,7 @@ TEST_F(SystemCalls, ThatFailLeaveAReplacedFileOldOrNew) {
             clear();
             putFile(at("file"), "old");
             std::filesystem::permissions(at("file"), std::filesystem::perms(0640));
-            putFile(at(".file.abc123"), "left by a killed process");
+            putFile(at(temporaryName("file")), "left by a killed process");
             // Of another owner, so that this is to be kept as well.
             ASSERT_TRUE(::geteuid() != 0 || ::chown(at("file").c_str(), 65534, 65534) == 0);
         },
@@ -251,10 +265,12 @@ TEST_F(SystemCalls, ThatFailLeaveAReplacedFileOldOrNew) {
         [&] {
             std::string const content = fileBytes(at("file"));
             EXPECT_TRUE(content == "new" || (content == "old" && !replaced)) << content;
-            // Unless the system said that there is no old file.
-            EXPECT_TRUE(permissions(at("file")) == 0640U || (failed == "fstatat" && error == ENOENT));
+            // Unless the system said that there is no old file, or not whether it has an access control list.
+            EXPECT_TRUE(
+                permissions(at("file")) == 0640U || (failed == "fstatat" && error == ENOENT) ||
+                (permissions(at("file")) == 0600U && (failed == "fgetxattr" || failed == "fremovexattr")));
             std::set<std::string> left = entries();
-            left.erase(".file.abc123");
+            left.erase(temporaryName("file"));
             EXPECT_TRUE(left == std::set<std::string>{"file"} || failed == "unlinkat")
                 << failed << ": " << ::testing::PrintToString(left);
             // What could not be removed goes with the next replacement.
@@ -370,13 +386,15 @@ TEST_F(SystemCalls, ThatFailLoadNoModuleThisTime) {
 
 TEST_F(SystemCalls, ThatAreInterruptedAreMadeAgain) {
     for (char const* const call :
-         {"open", "openat", "pread", "pwrite", "fsync", "flock", "fchmod", "fchown", "getrandom", "close",
-          "faccessat", "readlinkat", "stat", "fstat", "fstatat", "fcntl", "renameat", "unlinkat"})
+         {"open",      "openat",   "pread",     "pwrite",     "fsync",        "flock",    "fchmod",  "fchown",
+          "getrandom", "close",    "faccessat", "readlinkat", "stat",         "fstat",    "fstatat", "fcntl",
+          "renameat",  "unlinkat", "fgetxattr", "flistxattr", "fremovexattr", "fsetxattr"})
         for (int nth = 1; nth <= 10; ++nth) {
             SCOPED_TRACE(std::string(call) + ' ' + std::to_string(nth));
             clear();
             putFile(at("file"), "old");
-            putFile(at(".file.abc123"), "left by a killed process");
+            putFile(at(temporaryName("file")), "left by a killed process");
+            static_cast<void>(setAttribute(at("file"), "user.test", "kept")); // where it can be
             ASSERT_TRUE(::geteuid() != 0 || ::chown(at("file").c_str(), 65534, 65534) == 0);
             withFault({nth, EINTR, call, false}, [&] {
                 EXPECT_TRUE(writeFile(files, "file", "new"));
@@ -420,6 +438,94 @@ TEST_F(SystemCalls, ThatCannotSynchroniseADirectoryAreNotNeeded) {
     EXPECT_TRUE(
         withFault({1, EINVAL, "fsync", false}, [&] { EXPECT_FALSE(writeFile(files, "file", "newer")); }));
     EXPECT_EQ("new", fileBytes(at("file")));
+}
+
+TEST_F(SystemCalls, ThatCannotReadADirectorySynchroniseTheFileSystemInstead) {
+    putFile(at("file"), "old");
+    // The first is of the directory, to read it.
+    Fault const unreadable = {1, EACCES, "openat", false};
+    EXPECT_TRUE(withFault(unreadable, [&] { EXPECT_TRUE(writeFile(files, "file", "new")); }));
+    EXPECT_EQ("new", fileBytes(at("file")));
+
+    FileHandle* handle = nullptr;
+    EXPECT_TRUE(withFault(unreadable, [&] { handle = openedForWriting(files, "file"); }));
+    EXPECT_TRUE(withFault({1, EIO, "syncfs", false}, [&] { EXPECT_FALSE(files.close(handle)); }));
+    EXPECT_TRUE(withFault(unreadable, [&] { handle = openedForWriting(files, "file"); }));
+    EXPECT_TRUE(withFault({1, EINTR, "syncfs", false}, [&] { EXPECT_TRUE(files.close(handle)); }));
+}
+
+TEST_F(SystemCalls, ThatCannotKeepAnAccessListGrantLess) {
+    if (!hasAccessLists(directory.string()))
+        GTEST_SKIP() << "the file system has no access control lists";
+    for (int const kind : {EPERM, ENOTSUP, ENOSPC, EACCES, EIO})
+        for (char const* const call : {"fgetxattr", "fsetxattr"}) {
+            if (kind == ENOTSUP && std::string(call) == "fgetxattr")
+                continue; // that there are no lists
+            clear();
+            putFile(at("file"), "old");
+            ASSERT_TRUE(
+                setAttribute(at("file"), accessListName, AccessList(6, 4, 4, 6).withUser(1234, 6).bytes()));
+            EXPECT_TRUE(
+                withFault({1, kind, call, false}, [&] { EXPECT_TRUE(writeFile(files, "file", "new")); }));
+            EXPECT_EQ("new", fileBytes(at("file")));
+            EXPECT_EQ(std::nullopt, attribute(at("file"), accessListName));
+            EXPECT_EQ(0600U, permissions(at("file"))) << call << ' ' << std::strerror(kind);
+        }
+}
+
+TEST_F(SystemCalls, ThatCannotRemoveAnInheritedAccessListGrantLess) {
+    if (!hasAccessLists(directory.string()))
+        GTEST_SKIP() << "the file system has no access control lists";
+    putFile(at("file"), "old");
+    ASSERT_EQ(0, ::chmod(at("file").c_str(), 0664));
+    ASSERT_TRUE(
+        setAttribute(directory.string(), defaultListName, AccessList(6, 6, 6, 6).withUser(1234, 6).bytes()));
+    EXPECT_TRUE(
+        withFault({1, EPERM, "fremovexattr", false}, [&] { EXPECT_TRUE(writeFile(files, "file", "new")); }));
+    EXPECT_EQ(0600U, permissions(at("file"))); // the group's bits limit what the list grants
+}
+
+TEST_F(SystemCalls, ThatCannotListAttributesKeepTheAccessList) {
+    if (!hasAccessLists(directory.string()))
+        GTEST_SKIP() << "the file system has no access control lists";
+    putFile(at("file"), "old");
+    ASSERT_TRUE(setAttribute(at("file"), accessListName, listForOneUser()));
+    EXPECT_TRUE(
+        withFault({1, E2BIG, "flistxattr", false}, [&] { EXPECT_TRUE(writeFile(files, "file", "new")); }));
+    EXPECT_EQ("new", fileBytes(at("file")));
+    EXPECT_EQ(listForOneUser(), attribute(at("file"), accessListName));
+    EXPECT_EQ(0660U, permissions(at("file")));
+}
+
+TEST_F(SystemCalls, ThatFailToReadARegisterFileAreNotTakenForDamage) {
+    RAMFileSystem memory;
+    FileHandle* handle = openedForWriting(files, "file");
+    ASSERT_TRUE(memory.serialize(*handle));
+    ASSERT_TRUE(files.close(handle));
+    for (auto const& [call, kind] : std::map<char const*, int>{{"pread", EIO}, {"fstat", ENOMEM}}) {
+        handle = openedForReading(files, "file");
+        std::string message;
+        EXPECT_TRUE(withFault({1, kind, call, true}, [&] {
+            try {
+                memory.unserialize(*handle);
+            } catch (utils::Exception const& failure) {
+                message = failure.what();
+            }
+        }));
+        EXPECT_EQ(at("file") + ": cannot be read: " + std::strerror(kind), message);
+        EXPECT_TRUE(files.close(handle));
+    }
+}
+
+TEST_F(SystemCalls, ThatFailToReadSayWhy) {
+    putFile(at("file"), "content");
+    FileHandle* const handle = openedForReading(files, "file");
+    EXPECT_TRUE(withFault({1, EIO, "pread", true}, [&] {
+        EXPECT_EQ("", support::read(files, handle, 100));
+        EXPECT_EQ(EIO, errno);
+    }));
+    EXPECT_EQ("content", support::read(files, handle, 100));
+    EXPECT_EQ(0, errno);
 }
 
 TEST_F(SystemCalls, ThatCannotExamineAFileCallItExisting) {

@@ -395,7 +395,7 @@ TEST_F(Live, PutThePreviousFileInPlaceOfADamagedOne) {
     ASSERT_EQ(1U, events.size());
     EXPECT_EQ(LiveEventKind::recovered, events[0].kind);
     EXPECT_EQ(file().string(), events[0].file);
-    EXPECT_EQ("it is not a register file", events[0].reason);
+    EXPECT_EQ("not a register file", events[0].reason);
     EXPECT_EQ("not a register file", bytes(events[0].keptAs));
     EXPECT_EQ(1, stored("a/x"));
 }

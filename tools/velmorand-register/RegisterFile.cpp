@@ -43,15 +43,11 @@ Loaded RegisterFile::load(Settings& settings) const {
         settings.remove("");
         return {false, 0};
     }
-    errno = 0;
     try {
         settings.read(*handle);
-    } catch (utils::Exception const& damage) {
-        if (errno == EIO) // what could not be read looks like the end of the file
-            throw Failure(Status::fileTrouble, refusal(errno));
-        std::string const reason = damage.what();
-        bool const isNamed = reason.compare(0, _path.size(), _path) == 0;
-        throw Failure(Status::fileTrouble, isNamed ? reason : _path + ": " + reason);
+    } catch (utils::Exception const& failure) {
+        // The message starts with the path by which the file system knows the file.
+        throw Failure(Status::fileTrouble, _path + (failure.what() + handle->path().size()));
     }
     long const end = disk.tell(handle);
     disk.seek(handle, 0, FileSystem::ORIGIN_END);

@@ -3,10 +3,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include <cbor.h>
 
+#include "Node.h"
+#include "TreePath.h"
 #include "Words.h"
 #include "utils/Exception.h"
 
@@ -15,9 +18,10 @@ namespace filesystem {
 // The items of CBOR (RFC 8949) that a register file is made of.
 
 /** CBOR's major types, as far as they occur here; each stands in the first three bits of a head. */
-enum class Major : unsigned char { number = 0, bytes = 2, text = 3, array = 4, map = 5, tag = 6 };
+enum class Major : unsigned char { number = 0, bytes = 2, text = 3, array = 4, map = 5, tag = 6, other = 7 };
 
 constexpr std::uint64_t shortNumbers = 24; // those below stand in a head's first byte
+constexpr unsigned lastDefinite = 27;      // what the first byte has in place of a number of 8 bytes
 
 constexpr std::size_t longestHead = 9;
 
@@ -38,13 +42,31 @@ inline char* writeText(char* target, std::string_view text) {
     return target + text.size();
 }
 
-enum class Kind { other, number, text, bytes, array, map, tag };
+[[noreturn]] inline void refuseAsDamaged(std::string const& damage) {
+    throw utils::Exception("damaged: " + damage);
+}
+
+[[noreturn]] inline void refuseAsTruncated() {
+    refuseAsDamaged("truncated");
+}
+
+inline std::string quoted(std::string_view name) {
+    return '"' + std::string(name) + '"';
+}
+
+enum class Kind { other, number, text, bytes, map };
 
 /** One CBOR item's head, with the content of a string. */
 struct Item {
     Kind kind;
-    std::uint64_t number; ///< the value, tag, or number of elements
+    std::uint64_t number; ///< the value, or the number of elements
     std::string_view content;
+};
+
+/** The head of an item alone. */
+struct Head {
+    Major major;
+    std::uint64_t number; ///< the value, the tag, the number of elements or the size of a string
 };
 
 /** Takes items off the front of some bytes. */
@@ -58,21 +80,24 @@ public:
         Item item{Kind::other, 0, {}};
         if (takeShortItem(item))
             return item;
-        cbor_decoder_result const result =
-            cbor_stream_decode(reinterpret_cast<cbor_data>(_left.data()), _left.size(), &callbacks(), &item);
-        if (result.status == CBOR_DECODER_NEDATA)
-            throw utils::Exception("it is cut short");
-        if (result.status == CBOR_DECODER_ERROR)
-            throw utils::Exception("it is not CBOR");
-        _left.remove_prefix(result.read);
+        _left.remove_prefix(decode(_left, item));
         return item;
     }
 
-    Item next(Kind kind, char const* otherwise) {
-        Item const item = next();
-        if (item.kind != kind)
-            throw utils::Exception(otherwise);
-        return item;
+    /** A string's content need not be there. A head without a definite number is of no major type. */
+    Head nextHead() {
+        if (_left.empty())
+            refuseAsTruncated();
+        unsigned const first = static_cast<unsigned char>(_left[0]);
+        if ((first & 0x1FU) > lastDefinite)
+            return {Major::other, 0};
+        // Heads differ in their first three bits only, which are 0 in that of a number.
+        char asNumber[longestHead];
+        std::size_t const size = _left.copy(asNumber, longestHead);
+        asNumber[0] = static_cast<char>(first & 0x1FU);
+        Item item{Kind::other, 0, {}};
+        _left.remove_prefix(decode({asNumber, size}, item));
+        return {static_cast<Major>(first >> 5), item.number};
     }
 
 private:
@@ -97,6 +122,17 @@ private:
         return true;
     }
 
+    /** Result: the bytes that the item takes. */
+    static std::size_t decode(std::string_view data, Item& item) {
+        cbor_decoder_result const result =
+            cbor_stream_decode(reinterpret_cast<cbor_data>(data.data()), data.size(), &callbacks(), &item);
+        if (result.status == CBOR_DECODER_NEDATA)
+            refuseAsTruncated();
+        if (result.status == CBOR_DECODER_ERROR)
+            refuseAsDamaged("not CBOR");
+        return result.read;
+    }
+
     template <Kind Is, class Number>
     static void takeNumber(void* item, Number number) {
         *static_cast<Item*>(item) = {Is, number, {}};
@@ -107,7 +143,7 @@ private:
         *static_cast<Item*>(item) = {Is, size, {reinterpret_cast<char const*>(data), size}};
     }
 
-    /** What is not listed here, indefinite lengths included, stays of the other kind. */
+    /** Whatever is not listed here, indefinite lengths included, stays of the other kind. */
     static cbor_callbacks const& callbacks() {
         static cbor_callbacks const table = [] {
             cbor_callbacks result = cbor_empty_callbacks;
@@ -117,9 +153,7 @@ private:
             result.uint64 = takeNumber<Kind::number>;
             result.byte_string = takeString<Kind::bytes>;
             result.string = takeString<Kind::text>;
-            result.array_start = takeNumber<Kind::array>;
             result.map_start = takeNumber<Kind::map>;
-            result.tag = takeNumber<Kind::tag>;
             return result;
         }();
         return table;
@@ -127,5 +161,27 @@ private:
 
     std::string_view _left;
 };
+
+/** An entry of a directory in a register file. */
+struct NamedItem {
+    std::string_view name;
+    Item value; ///< a map, or bytes
+};
+
+/** Errors: `utils::Exception` for what cannot be an entry. */
+inline NamedItem takeEntry(Scanner& scanner) {
+    Item const key = scanner.next();
+    std::string_view const name = key.content;
+    if (key.kind != Kind::text)
+        refuseAsDamaged("a name is not text");
+    if (!isName(name))
+        refuseAsDamaged("invalid name: " + quoted(name));
+    Item const value = scanner.next();
+    if (value.kind != Kind::map && value.kind != Kind::bytes)
+        refuseAsDamaged("neither a directory nor a file: " + quoted(name));
+    if (!Node::fits(name.size(), value.content.size()))
+        refuseAsDamaged("too large: " + quoted(name));
+    return {name, value};
+}
 
 } // namespace filesystem

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cerrno>
+#include <cstddef>
+#include <string_view>
 #include <utility>
 
 #include <sys/stat.h>
@@ -30,7 +32,7 @@ inline bool isExamined(int file, struct stat& status) {
     return retried([&] { return ::fstat(file, &status); }) == 0;
 }
 
-/** Owns a file descriptor, or none. */
+/** Owns at most one file descriptor. */
 class Descriptor {
 public:
     Descriptor() = default;
@@ -49,13 +51,57 @@ public:
     [[nodiscard]] int release() noexcept { return std::exchange(_number, -1); }
 
     /**
-     * Closes the descriptor, if there is one. False when the system reports an error; the descriptor is gone
-     * all the same. An interruption is no error: Linux has closed the descriptor by then.
+     * Closes the descriptor, if there is one. False when the system reports an error; the descriptor is closed
+     * nevertheless. An interruption does not count as an error: Linux has closed the descriptor by then.
      */
     bool close() noexcept { return !isOpen() || ::close(release()) == 0 || errno == EINTR; }
 
 private:
     int _number = -1;
 };
+
+/**
+ * Takes the numbers of those standard streams that the program has closed, for as long as it lives, so that no
+ * file opened meanwhile gets one of them: what the program then reads from or writes to the stream would be
+ * that file's content.
+ * Locks: one for the whole process, which no other is locked under, until destruction.
+ */
+class StandardStreams {
+public:
+    static constexpr int firstFree = STDERR_FILENO + 1;
+
+    StandardStreams();
+    StandardStreams(StandardStreams const&) = delete;
+    StandardStreams& operator=(StandardStreams const&) = delete;
+    ~StandardStreams();
+
+    /** False when the system had no descriptors left; `errno` says why. */
+    [[nodiscard]] bool areTaken() const noexcept { return _taken; }
+
+private:
+    Descriptor _placeholders[firstFree];
+    bool _taken = false;
+};
+
+/**
+ * Makes the system call `open`, which opens a descriptor, such that its number is not that of a standard
+ * stream. Everything that the library opens is opened here.
+ * Result: not open on failure; `errno` says why.
+ */
+template <class Open>
+[[nodiscard]] Descriptor opened(Open open) {
+    StandardStreams const streams;
+    return Descriptor(streams.areTaken() ? retried(open) : -1);
+}
+
+/** A second descriptor of an open file, with a number of at least `lowest`. */
+[[nodiscard]] Descriptor duplicated(int file, int lowest = StandardStreams::firstFree);
+
+/**
+ * Writes all of `bytes` to an open file, from `position` on. At the process's limit on file sizes it fails with
+ * EFBIG; the system would send SIGXFSZ, which ends a process that does not expect it.
+ * Result: the bytes moved; when they are fewer, `errno` says why.
+ */
+std::size_t writeAt(int file, std::string_view bytes, long position);
 
 } // namespace filesystem

@@ -97,7 +97,12 @@ private:
 
 Descriptor openDirectory(int base, std::string const& path, int flags) {
     int const all = O_RDONLY | O_DIRECTORY | O_CLOEXEC | flags;
-    return Descriptor(retried([&] { return ::openat(base, path.c_str(), all); }));
+    return opened([&] { return ::openat(base, path.c_str(), all); });
+}
+
+Descriptor openBase(int base, std::string const& path) {
+    Descriptor readable = openDirectory(base, path);
+    return readable.isOpen() || errno != EACCES ? std::move(readable) : openDirectory(base, path, O_PATH);
 }
 
 std::optional<std::vector<std::string>> entryNames(int directory) {

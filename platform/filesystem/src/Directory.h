@@ -10,13 +10,20 @@
 namespace filesystem {
 
 /**
- * Opens the directory at `path`, seen from the directory `base` or from AT_FDCWD; `flags` add to the usual
- * ones.
+ * Opens the directory at `path`, relative to the directory `base` or to AT_FDCWD, for reading; `flags` add to the
+ * usual ones.
  */
 [[nodiscard]] Descriptor openDirectory(int base, std::string const& path, int flags = 0);
 
 /**
- * The names in an open directory, in the system's order, without "." and ".."; none when they cannot be read.
+ * Opens a directory as the base of calls that name what is in it. It need not be readable; when it is not,
+ * `fsync` of the result fails with EBADF.
+ */
+[[nodiscard]] Descriptor openBase(int base, std::string const& path);
+
+/**
+ * The names in an open directory, in the system's order, without "." and ".."; `nullopt` when they cannot be
+ * read.
  */
 [[nodiscard]] std::optional<std::vector<std::string>> entryNames(int directory);
 

@@ -13,16 +13,6 @@ namespace filesystem {
 
 namespace {
 
-bool writeAll(int file, std::string_view bytes) {
-    while (!bytes.empty()) {
-        auto const moved = retried([&] { return ::write(file, bytes.data(), bytes.size()); });
-        if (moved <= 0)
-            return false;
-        bytes.remove_prefix(static_cast<std::size_t>(moved));
-    }
-    return true;
-}
-
 bool isLoaded(std::string const& path) {
     void* const module = ::dlopen(path.c_str(), RTLD_LAZY | RTLD_NOLOAD);
     return unloadModule(module);
@@ -38,14 +28,14 @@ void* loadModuleFile(std::string const& path) {
 }
 
 void* loadModuleBytes(std::string_view bytes) {
-    Descriptor file(::memfd_create("module", MFD_CLOEXEC));
-    if (!file.isOpen() || !writeAll(file.number(), bytes))
+    Descriptor file = opened([] { return ::memfd_create("module", MFD_CLOEXEC); });
+    if (!file.isOpen() || writeAt(file.number(), bytes, 0) != bytes.size())
         return nullptr;
-    // The loader tells modules apart by their paths, and a module outlives its descriptor, whose number comes
+    // The loader tells modules apart by their paths, and a module outlives its descriptor, whose number is used
     // again.
     std::string path = "/proc/self/fd/" + std::to_string(file.number());
     while (isLoaded(path)) {
-        file = Descriptor(::fcntl(file.number(), F_DUPFD_CLOEXEC, file.number() + 1));
+        file = duplicated(file.number(), file.number() + 1);
         if (!file.isOpen())
             return nullptr;
         path = "/proc/self/fd/" + std::to_string(file.number());

@@ -17,7 +17,7 @@ namespace filesystem {
 /** Gives back what one of the above returned. False on failure and for null. */
 bool unloadModule(void* module);
 
-/** The address of a symbol of a module; null when there is none, and for a null module. */
+/** The address of a symbol of a module; null when the module has no such symbol, and for a null module. */
 [[nodiscard]] void* symbolAddress(void* module, QString const& symbol);
 
 } // namespace filesystem

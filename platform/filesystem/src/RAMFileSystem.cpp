@@ -2,8 +2,12 @@
 #include "filesystem/RAMFileSystem.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <limits>
+#include <new>
+#include <string>
+#include <system_error>
 #include <utility>
 
 #include "LastListing.h"
@@ -59,14 +63,43 @@ std::set<DirEntry> entriesOf(Tree& tree, NodeId directory) {
     return entries;
 }
 
-/** Everything behind the handle's position. */
-Bytes readRest(FileHandle& handle) {
+[[noreturn]] void refuseAsUnreadable() {
+    throw utils::Exception("cannot be read: " + std::generic_category().message(errno));
+}
+
+/** Reads up to `count` bytes. Errors: `utils::Exception` when the file cannot be read. */
+std::string_view readSome(FileHandle& handle, char* buffer, std::size_t count) {
+    errno = 0; // for a file system that does not set it
+    long const moved = handle.fileSystem().read(&handle, buffer, static_cast<long>(count));
+    if (static_cast<std::size_t>(moved) != count && errno != 0)
+        refuseAsUnreadable();
+    return {buffer, static_cast<std::size_t>(moved)};
+}
+
+/**
+ * Reads the payload, which starts at `position`. Allocates nothing when the file is too short for it.
+ * Errors: `utils::Exception` when the file cannot be read, or is too large for the memory.
+ */
+Bytes readPayload(FileHandle& handle, long position, std::uint64_t size) {
     FileSystem& source = handle.fileSystem();
-    long const left = std::max(source.size(&handle) - source.tell(&handle), 0L);
-    std::unique_ptr<char[]> block(new char[static_cast<std::size_t>(left)]);
-    long const moved = source.read(&handle, block.get(), left);
-    std::string_view const content(block.get(), static_cast<std::size_t>(moved));
+    long const end = source.size(&handle);
+    if (end < 0)
+        refuseAsUnreadable();
+    if (position > end || size > static_cast<std::uint64_t>(end - position))
+        return {};
+    if (!source.seek(&handle, position, FileSystem::ORIGIN_BEGIN))
+        refuseAsUnreadable();
+    std::unique_ptr<char[]> block(new (std::nothrow) char[size]);
+    if (!block)
+        throw utils::Exception("not enough memory to read " + std::to_string(size) + " bytes");
+    std::string_view const content = readSome(handle, block.get(), size);
     return {std::move(block), content};
+}
+
+/** What a message about a file that cannot be unserialized starts with. */
+std::string subject(FileHandle const& handle, QString const& path) {
+    return handle.path().empty() ? "Can't read a register file into " + path.toStdString()
+                                 : std::string(handle.path());
 }
 
 } // namespace
@@ -152,9 +185,13 @@ bool RAMFileSystem::close(FileHandle* handle) {
 long RAMFileSystem::read(FileHandle* handle, void* buffer, long count) {
     RAMHandle* const own = ownHandle(*this, handle, MODE_READ);
     Node const* const file = own != nullptr ? fileOf(*_tree, *own) : nullptr;
-    if (file == nullptr || count <= 0 || own->position >= file->file.size)
+    if (file == nullptr || count <= 0 || own->position >= file->file.size) {
+        errno = own != nullptr ? 0 : EBADF;
         return 0;
+    }
     std::uint64_t const moved = std::min(static_cast<std::uint64_t>(count), file->file.size - own->position);
+    if (moved < static_cast<std::uint64_t>(count))
+        errno = 0;
     std::memcpy(buffer, file->content().data() + own->position, moved);
     own->position += moved;
     return static_cast<long>(moved);
@@ -163,7 +200,7 @@ long RAMFileSystem::read(FileHandle* handle, void* buffer, long count) {
 long RAMFileSystem::write(FileHandle* handle, void const* buffer, long count) {
     RAMHandle* const own = ownHandle(*this, handle, MODE_WRITE);
     Node* const file = own != nullptr ? fileOf(*_tree, *own) : nullptr;
-    if (file == nullptr || count <= 0)
+    if (file == nullptr || buffer == nullptr || count <= 0)
         return 0;
     std::uint64_t const room =
         largestFile - file->nameLength - std::min(own->position, largestFile - file->nameLength);
@@ -172,7 +209,7 @@ long RAMFileSystem::write(FileHandle* handle, void const* buffer, long count) {
     _tree->touch(own->node);
     if (end > file->file.size) {
         file->growContent(end);
-        // Another handle may have emptied the file behind this one's back: the gap reads as zeros.
+        // Another handle may have emptied the file in the meantime: the gap reads as zeros.
         if (own->position > file->file.size)
             std::memset(file->text() + file->nameLength + file->file.size, 0,
                         own->position - file->file.size);
@@ -235,27 +272,33 @@ void RAMFileSystem::unserialize(FileHandle& handle) {
 
 bool RAMFileSystem::serialize(QString const& path, FileHandle& handle) const {
     NodeId const id = find(*_tree, path);
-    Bytes const bytes = encodeTree(*_tree, isDirectoryAt(*_tree, id) ? id : noNode);
-    auto const size = static_cast<long>(bytes.content.size());
-    return handle.fileSystem().write(&handle, bytes.content.data(), size) == size;
+    FileSystem& target = handle.fileSystem();
+    auto const bytes = encodeTree(*_tree, isDirectoryAt(*_tree, id) ? id : noNode);
+    if (!bytes) {
+        // A write that fails, so that closing the handle leaves a good file as it is.
+        target.write(&handle, nullptr, 1);
+        errno = EAGAIN;
+        return false;
+    }
+    auto const size = static_cast<long>(bytes->content.size());
+    return target.write(&handle, bytes->content.data(), size) == size;
 }
 
 void RAMFileSystem::unserialize(QString const& path, FileHandle& handle) {
     CanonicalPath const canonical(path);
-    FileSystem& source = handle.fileSystem();
-    long const start = source.tell(&handle);
-    Bytes const data = readRest(handle);
+    long const start = handle.fileSystem().tell(&handle);
     try {
         if (!canonical.isValid())
-            throw utils::Exception("the path is none");
+            throw utils::Exception("invalid path in memory");
+        char first[longestTreeHead];
+        TreeHead const head = decodeTreeHead(readSome(handle, first, sizeof first));
+        Bytes const payload = readPayload(handle, start + static_cast<long>(head.size), head.payloadSize);
         Tree::Apart result(*_tree);
-        std::size_t const size = decodeTree(*_tree, result, canonical.path(), data.content);
+        decodeTree(*_tree, result, canonical.path(), head, payload.content);
         if (!_tree->graft(std::move(result), canonical.path()))
-            throw utils::Exception("no directory can stand there");
-        source.seek(&handle, start + static_cast<long>(size), ORIGIN_BEGIN);
+            throw utils::Exception("cannot be put in place: no directory can be made there");
     } catch (utils::Exception const& failure) {
-        throw utils::Exception("Can't read a register file into " + path.toStdString() + ": " +
-                               failure.what());
+        throw utils::Exception(subject(handle, path) + ": " + failure.what());
     }
 }
 

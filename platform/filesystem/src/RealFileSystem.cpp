@@ -17,6 +17,7 @@
 #include "Directory.h"
 #include "Module.h"
 #include "Replacement.h"
+#include "TemporaryNames.h"
 #include "TreePath.h"
 
 namespace filesystem {
@@ -25,14 +26,14 @@ namespace {
 
 constexpr std::size_t readAhead = 16'384;
 
-/** The UTF-8 bytes of a path; none when it is not well-formed, or has a NUL, which would cut it short. */
+/** The UTF-8 bytes of a path; `nullopt` if it is not well-formed or has a NUL, which would truncate it. */
 std::optional<std::string> systemName(QString const& path) {
     if (!path.isValidUtf16() || path.contains(QChar::Null))
         return std::nullopt;
     return path.toUtf8().toStdString();
 }
 
-/** The text of a name on disk; none when it is not UTF-8, so that no path reaches it. */
+/** The text of a name on disk; `nullopt` if it is not UTF-8, so that no path leads to it. */
 std::optional<QString> textOf(std::string const& name) {
     QString const text = textOfName(name);
     if (text.toUtf8().toStdString() != name)
@@ -40,7 +41,7 @@ std::optional<QString> textOf(std::string const& name) {
     return text;
 }
 
-/** Where a path below `root` leads; none when it names nothing. The root itself keeps a "/" at its end. */
+/** Where a path below `root` leads; `nullopt` if it cannot name a file. The root itself keeps a "/" at its end. */
 std::optional<std::string> locate(std::string const& root, QString const& path) {
     auto const name = systemName(path);
     if (root.empty() || !name)
@@ -63,6 +64,12 @@ bool isRoot(std::string const& located) {
     return located.back() == '/';
 }
 
+/** A new name for a temporary file of one file, beside another; empty when there are no random bytes for one. */
+std::string temporaryName(std::string const& located, std::string const& beside) {
+    std::string const name = TemporaryNames(located.substr(located.rfind('/') + 1)).make();
+    return name.empty() ? name : beside.substr(0, beside.rfind('/') + 1) + name;
+}
+
 /** Looks at what stands at a path, symbolic links followed. */
 bool isExaminedAt(std::string const& path, struct stat& status) {
     return retried([&] { return ::stat(path.c_str(), &status); }) == 0;
@@ -82,26 +89,35 @@ bool isExaminedAt(std::string const& path, struct stat& status) {
 /** An open file of one of the two kinds. */
 class RealHandle : public FileHandle {
 public:
-    explicit RealHandle(FileSystem& fileSystem) noexcept : FileHandle(fileSystem) {}
+    RealHandle(FileSystem& fileSystem, std::string&& path) noexcept
+        : FileHandle(fileSystem, &_path), _path(std::move(path)) {}
     RealHandle(RealHandle const&) = delete;
     RealHandle& operator=(RealHandle const&) = delete;
     virtual ~RealHandle() = default;
 
-    virtual long read(char* /*buffer*/, long /*count*/) { return 0; }
-    virtual long write(void const* /*buffer*/, long /*count*/) { return 0; }
+    virtual long read(char* /*buffer*/, long /*count*/) { return refused(); }
+    virtual long write(void const* /*buffer*/, long /*count*/) { return refused(); }
     virtual void seek(long position) = 0;
     [[nodiscard]] virtual long tell() const = 0;
     [[nodiscard]] virtual long size() const = 0; // -1 on failure
     virtual bool close() = 0;
     [[nodiscard]] virtual int descriptor() const = 0;
+
+private:
+    static long refused() {
+        errno = EBADF;
+        return 0;
+    }
+
+    std::string _path;
 };
 
 namespace {
 
 class ReadHandle final : public RealHandle {
 public:
-    ReadHandle(FileSystem& fileSystem, Descriptor file) noexcept
-        : RealHandle(fileSystem), _file(std::move(file)) {}
+    ReadHandle(FileSystem& fileSystem, std::string const& path, Descriptor file)
+        : RealHandle(fileSystem, std::string(path)), _file(std::move(file)) {}
 
     long read(char* buffer, long count) override {
         long moved = 0;
@@ -147,7 +163,9 @@ private:
         return std::string_view(_ahead).substr(0, static_cast<std::size_t>(count));
     }
 
+    /** `errno` is 0 after a result of 0, the end of the file. */
     long readDirectly(char* buffer, long count) const {
+        errno = 0;
         return retried(
             [&] { return ::pread(_file.number(), buffer, static_cast<std::size_t>(count), _position); });
     }
@@ -160,8 +178,8 @@ private:
 
 class WriteHandle final : public RealHandle {
 public:
-    WriteHandle(FileSystem& fileSystem, std::unique_ptr<Replacement> replacement) noexcept
-        : RealHandle(fileSystem), _replacement(std::move(replacement)) {}
+    WriteHandle(FileSystem& fileSystem, std::string const& path, std::unique_ptr<Replacement> replacement)
+        : RealHandle(fileSystem, std::string(path)), _replacement(std::move(replacement)) {}
 
     long write(void const* buffer, long count) override { return _replacement->write(buffer, count); }
     void seek(long position) override { _replacement->seek(position); }
@@ -181,15 +199,15 @@ std::unique_ptr<RealHandle> openForReading(FileSystem& fileSystem, std::string c
     if (!isExaminedAt(path, status) || !isRegular(status))
         return nullptr;
     int const flags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
-    Descriptor file(retried([&] { return ::open(path.c_str(), flags); }));
+    Descriptor file = opened([&] { return ::open(path.c_str(), flags); });
     if (!file.isOpen() || !isExamined(file.number(), status) || !isRegular(status))
         return nullptr;
-    return std::make_unique<ReadHandle>(fileSystem, std::move(file));
+    return std::make_unique<ReadHandle>(fileSystem, path, std::move(file));
 }
 
 std::unique_ptr<RealHandle> openForWriting(FileSystem& fileSystem, std::string const& path) {
     auto replacement = Replacement::begin(path);
-    return replacement ? std::make_unique<WriteHandle>(fileSystem, std::move(replacement)) : nullptr;
+    return replacement ? std::make_unique<WriteHandle>(fileSystem, path, std::move(replacement)) : nullptr;
 }
 
 } // namespace
@@ -281,7 +299,10 @@ bool RealFileSystem::close(FileHandle* handle) {
 
 long RealFileSystem::read(FileHandle* handle, void* buffer, long count) {
     RealHandle* const own = _handles->find(handle);
-    return own != nullptr ? own->read(static_cast<char*>(buffer), count) : 0;
+    if (own != nullptr)
+        return own->read(static_cast<char*>(buffer), count);
+    errno = EBADF;
+    return 0;
 }
 
 long RealFileSystem::write(FileHandle* handle, void const* buffer, long count) {
@@ -341,15 +362,25 @@ bool RealFileSystem::keepAs(QString const& path, QString const& second) {
     auto const to = locate(_root, second);
     if (!from || !to || isRoot(*from) || isRoot(*to))
         return false;
-    // A link cannot take the place of another file, a renamed one can.
-    std::string const aside = *to + ".new";
-    retried([&] { return ::unlink(aside.c_str()); });
-    if (retried([&] {
-            return ::linkat(AT_FDCWD, from->c_str(), AT_FDCWD, aside.c_str(), AT_SYMLINK_FOLLOW);
-        }) != 0)
+    // A link cannot take the place of another file, but a file that is renamed can.
+    std::string const aside = temporaryName(*from, *to);
+    if (aside.empty())
+        return false;
+    auto const link = [&] {
+        return ::linkat(AT_FDCWD, from->c_str(), AT_FDCWD, aside.c_str(), AT_SYMLINK_FOLLOW);
+    };
+    if (retried(link) != 0)
         return (errno == EPERM || errno == EXDEV || errno == EMLINK || errno == EOPNOTSUPP) &&
                copy(path, second);
-    return retried([&] { return ::rename(aside.c_str(), to->c_str()); }) == 0;
+    if (retried([&] { return ::rename(aside.c_str(), to->c_str()); }) != 0) {
+        int const reason = errno;
+        retried([&] { return ::unlink(aside.c_str()); });
+        errno = reason;
+        return false;
+    }
+    // Of two names for the same file, renaming one to the other leaves both.
+    retried([&] { return ::unlink(aside.c_str()); });
+    return true;
 }
 
 /** For file systems that have no links, and for files that are on another one. */

@@ -4,14 +4,12 @@
 #include <algorithm>
 #include <array>
 #include <climits>
-#include <cstdio>
-#include <string_view>
 #include <utility>
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/random.h>
 
+#include "Attributes.h"
 #include "Directory.h"
 
 namespace filesystem {
@@ -21,37 +19,9 @@ namespace {
 constexpr int hopLimit = 40; // as many symbolic links as Linux itself follows
 constexpr int nameAttempts = 100;
 constexpr long bufferBytes = 65'536;
-constexpr std::size_t suffixLength = 6;
-constexpr std::string_view suffixCharacters =
-    "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 
-/** Six random characters; empty when the system has no random bytes. */
-std::string randomSuffix() {
-    std::array<unsigned char, suffixLength> bytes = {};
-    auto const got = retried([&] { return ::getrandom(bytes.data(), bytes.size(), 0); });
-    if (got != static_cast<::ssize_t>(bytes.size()))
-        return {};
-    std::string suffix;
-    for (unsigned char const byte : bytes)
-        suffix += suffixCharacters[byte % suffixCharacters.size()];
-    return suffix;
-}
-
-/**
- * What the names of a file's temporary files begin with: cut between characters where they would grow too
- * long.
- */
-std::string stemOf(std::string const& name) {
-    std::size_t length = std::min(name.size(), std::size_t{NAME_MAX} - suffixLength - 2);
-    while (length < name.size() && (static_cast<unsigned char>(name[length]) & 0xC0U) == 0x80U)
-        --length;
-    return '.' + name.substr(0, length) + '.';
-}
-
-bool isTemporary(std::string const& name, std::string const& stem) {
-    return name.size() == stem.size() + suffixLength && name.compare(0, stem.size(), stem) == 0 &&
-           name.find_first_not_of(suffixCharacters, stem.size()) == std::string::npos;
-}
+/** For opening what should be a regular file. */
+constexpr int otherFlags = O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
 bool isLocked(int file) {
     return retried([=] { return ::flock(file, LOCK_EX | LOCK_NB); }) == 0;
@@ -95,7 +65,7 @@ std::unique_ptr<Replacement> Replacement::begin(std::string const& path) {
     return replacement->makeTemporary() ? std::move(replacement) : nullptr;
 }
 
-Replacement::Replacement(Target target) : _target(std::move(target)), _stem(stemOf(_target.name)) {
+Replacement::Replacement(Target target) : _target(std::move(target)), _names(_target.name) {
     _buffer.reserve(bufferBytes);
 }
 
@@ -133,7 +103,7 @@ std::optional<Replacement::Target> Replacement::resolve(std::string const& path)
     return std::nullopt;
 }
 
-/** Goes on from `target`'s directory to the directory and the name that `path` says. */
+/** Moves `target` to the directory and the name that `path`, seen from its directory, leads to. */
 bool Replacement::step(Target& target, std::string const& path) {
     auto const slash = path.rfind('/');
     std::string const name = slash == std::string::npos ? path : path.substr(slash + 1);
@@ -143,34 +113,44 @@ bool Replacement::step(Target& target, std::string const& path) {
     }
     std::string const directory =
         slash == std::string::npos ? "." : path.substr(0, std::max(slash, std::size_t{1}));
-    target.directory =
-        openDirectory(target.directory.isOpen() ? target.directory.number() : AT_FDCWD, directory);
+    target.directory = openBase(target.directory.isOpen() ? target.directory.number() : AT_FDCWD, directory);
     target.name = name;
     return target.directory.isOpen();
 }
 
-/** Looks at what is to be replaced. False when it cannot be. */
+/** Opens the file that is to be replaced. False when it cannot be replaced. */
 bool Replacement::examine() {
     struct stat status = {};
     if (!isExaminedAt(_target.directory.number(), _target.name, status))
         return errno == ENOENT;
+    if (!isRegular(status))
+        return false;
+    // A file that may be written need not be readable.
+    for (int const access : {O_RDONLY, O_WRONLY}) {
+        int const flags = access | otherFlags;
+        _old = opened([&] { return ::openat(_target.directory.number(), _target.name.c_str(), flags); });
+        if (_old.isOpen() || errno != EACCES)
+            break;
+    }
+    if (!_old.isOpen() || !isExamined(_old.number(), status) || !isRegular(status))
+        return false;
     _replaced = status;
-    return isRegular(status);
+    return true;
 }
 
-/** What cannot be cleared stays, and does no harm. */
+/** Removes the temporary files of killed processes. One that cannot be removed does no harm. */
 void Replacement::clearStale() const {
     auto const names = entryNames(_target.directory.number());
     if (!names)
         return;
     for (std::string const& name : *names)
-        if (isTemporary(name, _stem))
+        if (_names.include(name))
             removeIfStale(name);
 }
 
 void Replacement::removeIfStale(std::string const& name) const {
-    int const flags = O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
-    Descriptor const file(retried([&] { return ::openat(_target.directory.number(), name.c_str(), flags); }));
+    int const flags = O_WRONLY | otherFlags;
+    Descriptor const file = opened([&] { return ::openat(_target.directory.number(), name.c_str(), flags); });
     // Its process may have moved it into place before it let go of the lock.
     if (file.isOpen() && isLocked(file.number()) && isAt(file.number(), name))
         remove(_target.directory.number(), name);
@@ -181,12 +161,10 @@ bool Replacement::makeTemporary() {
     ::mode_t const mode = _replaced ? 0600 : 0666;
     int const flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
     for (int attempt = 0; attempt < nameAttempts; ++attempt) {
-        std::string const suffix = randomSuffix();
-        if (suffix.empty())
+        std::string name = _names.make();
+        if (name.empty())
             return false;
-        std::string name = _stem + suffix;
-        _file = Descriptor(
-            retried([&] { return ::openat(_target.directory.number(), name.c_str(), flags, mode); }));
+        _file = opened([&] { return ::openat(_target.directory.number(), name.c_str(), flags, mode); });
         if (_file.isOpen()) {
             _temporary = std::move(name);
             if (lockTemporary())
@@ -222,12 +200,16 @@ long Replacement::write(void const* bytes, long count) {
     auto const buffered = [this] { return static_cast<long>(_buffer.size()); };
     if (count <= 0 || _error != 0)
         return 0;
+    if (source == nullptr) {
+        _error = EFAULT;
+        return 0;
+    }
     bool const adjoins = _position == _bufferStart + buffered();
     if ((!adjoins || count > bufferBytes - buffered()) && !flush())
         return 0;
     long moved = count;
     if (count > bufferBytes) {
-        moved = writeThrough(source, count, _position);
+        moved = writeThrough({source, static_cast<std::size_t>(count)}, _position);
     } else {
         if (_buffer.empty())
             _bufferStart = _position;
@@ -238,63 +220,63 @@ long Replacement::write(void const* bytes, long count) {
     return moved;
 }
 
-/** Result: the bytes moved; after fewer than `count` the replacement has failed. */
-long Replacement::writeThrough(char const* bytes, long count, long position) {
-    long moved = 0;
-    while (moved < count) {
-        auto const step = retried([&] {
-            return ::pwrite(_file.number(), bytes + moved, static_cast<std::size_t>(count - moved),
-                            position + moved);
-        });
-        if (step <= 0) {
-            _error = step < 0 ? errno : EIO;
-            return moved;
-        }
-        moved += step;
-    }
-    return moved;
+/** Result: the bytes moved; when they are fewer than asked for, the replacement has failed. */
+long Replacement::writeThrough(std::string_view bytes, long position) {
+    std::size_t const moved = writeAt(_file.number(), bytes, position);
+    if (moved != bytes.size())
+        _error = errno;
+    return static_cast<long>(moved);
 }
 
 bool Replacement::flush() {
     if (_error == 0)
-        writeThrough(_buffer.data(), static_cast<long>(_buffer.size()), _bufferStart);
+        writeThrough(_buffer, _bufferStart);
     _buffer.clear();
     errno = _error;
     return _error == 0;
 }
 
 /**
- * Gives the new file what the old one had: the mode, and where possible the owner, or else the group. What the
- * mode allows the old file's group is not for another one, and neither is what runs in the name of either.
+ * Gives the new file the rights of the old one: the owner where possible, or else the group, the access control
+ * list and the other extended attributes, and the mode. Nobody is granted more than before: a new group does not
+ * get the rights of the old one, nobody new gets a program to run in their name, and without the access control
+ * list only the owner keeps any rights.
  */
-bool Replacement::keepOwnerAndMode() const {
+bool Replacement::keepRights() const {
     if (!_replaced)
         return true;
+    int const file = _file.number();
     struct stat now = {};
-    if (!isExamined(_file.number(), now))
+    if (!isExamined(file, now))
         return false;
     bool const sameOwner = now.st_uid == _replaced->st_uid && now.st_gid == _replaced->st_gid;
     auto const unchanged = static_cast<::uid_t>(-1);
-    if (!sameOwner &&
-        !(isOwned(_file.number(), unchanged, _replaced->st_gid) &&
-          isOwned(_file.number(), _replaced->st_uid, _replaced->st_gid) && isExamined(_file.number(), now)))
+    if (!sameOwner && !(isOwned(file, unchanged, _replaced->st_gid) &&
+                        isOwned(file, _replaced->st_uid, _replaced->st_gid) && isExamined(file, now)))
         return false;
     ::mode_t mode = _replaced->st_mode & 07777U;
-    if (now.st_gid != _replaced->st_gid)
+    bool const sameGroup = now.st_gid == _replaced->st_gid;
+    if (!sameGroup)
         mode &= ~::mode_t{S_IRWXG | S_ISGID};
     if (now.st_uid != _replaced->st_uid)
         mode &= ~::mode_t{S_ISUID};
-    // After the owner, whose change takes mode bits away.
-    return retried([&] { return ::fchmod(_file.number(), mode); }) == 0;
+    // After the owner, whose change takes rights away; and before the mode, whose group bits limit what a list
+    // grants, so that an inherited one grants nothing until it is gone.
+    bool const listKept = sameGroup ? copyAccessList(_old.number(), file)
+                                    : removeAccessList(file) && !hasAccessList(_old.number());
+    bool const allKept = copyOtherAttributes(_old.number(), file);
+    if (!listKept || !allKept)
+        mode &= ~::mode_t{S_IRWXG | S_IRWXO};
+    return retried([=] { return ::fchmod(file, mode); }) == 0;
 }
 
 /**
  * Brings the temporary file to its final form, on the disk. The lock stays until the file is in its place.
  */
 bool Replacement::settle() {
-    if (!flush() || !keepOwnerAndMode() || !isSynchronised(_file.number()))
+    if (!flush() || !keepRights() || !isSynchronised(_file.number()))
         return false;
-    _lock = Descriptor(retried([&] { return ::fcntl(_file.number(), F_DUPFD_CLOEXEC, 0); }));
+    _lock = duplicated(_file.number());
     return _lock.isOpen() && _file.close();
 }
 
@@ -306,8 +288,15 @@ bool Replacement::commit() {
     if (!settle() || retried(move) != 0)
         return false;
     _temporary.clear();
-    // Where directories cannot be synchronised (EINVAL), their changes need not be.
-    return isSynchronised(directory) || errno == EINVAL;
+    return isMoveDurable();
+}
+
+bool Replacement::isMoveDurable() const {
+    // Where a directory cannot be synchronised (EINVAL), its changes need not be.
+    if (isSynchronised(_target.directory.number()) || errno == EINVAL)
+        return true;
+    // One that may not be read can only be synchronised with its whole file system.
+    return errno == EBADF && retried([this] { return ::syncfs(_lock.number()); }) == 0;
 }
 
 } // namespace filesystem

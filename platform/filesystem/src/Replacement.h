@@ -4,20 +4,22 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include <sys/stat.h>
 
 #include "Descriptor.h"
+#include "TemporaryNames.h"
 
 namespace filesystem {
 
 /**
  * A file on disk that is being replaced, or made. Everything that writes file content to the disk is here.
  *
- * The new content goes to a temporary file beside the old one, named after it: ".", its name, "." and six
- * random characters. The process holds a lock on the temporary file as long as it is at work on it, so a
- * temporary file whose lock can be taken was left by a process that was killed; `begin` clears those of its
- * own file. On a file system that has no locks (`flock`) nobody can tell, and what was left there stays.
+ * The new content goes to a temporary file beside the old one (`TemporaryNames`). The process holds a lock on
+ * it while it works on it, so a temporary file whose lock can be taken was left by a process that was killed;
+ * `begin` removes those of its own file. On a file system without locks (`flock`) they cannot be told apart and
+ * stay.
  *
  * A symbolic link at the path is resolved once, by `begin`; the link stays and its target is replaced.
  */
@@ -25,8 +27,8 @@ class Replacement {
 public:
     /**
      * Begins to replace the file at `path`, or to make it in its directory, which must exist.
-     * Result: null when that is not possible: what stands there is no regular file or may not be written.
-     * `errno` says why.
+     * Result: null when the path leads to something other than a regular file, or to a file that may not be
+     * written; `errno` says why.
      */
     [[nodiscard]] static std::unique_ptr<Replacement> begin(std::string const& path);
 
@@ -75,15 +77,17 @@ private:
     bool makeTemporary();
     [[nodiscard]] bool lockTemporary() const;
     [[nodiscard]] bool isAt(int file, std::string const& name) const;
-    long writeThrough(char const* bytes, long count, long position);
+    long writeThrough(std::string_view bytes, long position);
     bool flush();
-    [[nodiscard]] bool keepOwnerAndMode() const;
+    [[nodiscard]] bool keepRights() const;
     bool settle();
+    [[nodiscard]] bool isMoveDurable() const;
 
     Target _target;
-    std::optional<struct stat> _replaced; // none for a new file
-    std::string _stem;                    // of the names of temporary files
-    std::string _temporary;               // empty when there is none
+    Descriptor _old;                      // the file to be replaced; not open for a new file
+    std::optional<struct stat> _replaced; // likewise
+    TemporaryNames _names;
+    std::string _temporary; // its name; empty before it is made and after it is moved or removed
     Descriptor _file;
     Descriptor _lock;    // holds the lock once `_file` is closed
     std::string _buffer; // the last bytes written, for `_bufferStart` and on

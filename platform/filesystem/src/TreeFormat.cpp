@@ -28,13 +28,15 @@ std::uint32_t checksum(std::string_view bytes) {
         ::crc32_z(0, reinterpret_cast<Bytef const*>(bytes.data()), bytes.size()));
 }
 
+static_assert(longestTreeHead == selfDescribedTag.size() + 5 * longestHead);
+
 /** Bytes that grow at their end, with room in front of them. */
 class Output {
 public:
     explicit Output(std::size_t room)
         : _begin(room), _size(room), _capacity(smallest), _block(make(smallest)) {}
 
-    /** The end, with room for `count` bytes behind it. */
+    /** The end, with room for `count` bytes after it. */
     char* end(std::size_t count) {
         if (_capacity - _size < count)
             grow(count);
@@ -127,119 +129,158 @@ private:
     std::vector<Range> _open;
 };
 
-/** Reads directories without recursion: a stack of those whose entries are still to come. */
+/**
+ * Reads a payload without recursion, with a stack of the directories whose entries are still to come, and hands each
+ * entry to a visitor, which keeps a `Directory` of its own kind for each directory on the stack.
+ */
+template <class Visitor>
 class Decoder {
 public:
-    Decoder(Tree& tree, Tree::Apart& result, TreePath const& path, std::string_view payload)
-        : _tree(tree), _result(result), _topPlace(path), _scanner(payload) {}
+    Decoder(Visitor& visitor, std::string_view payload) : _visitor(visitor), _scanner(payload) {}
 
+    /** Errors: `utils::Exception` for anything but one tree; any exception of the visitor's. */
     void read() {
-        enter(_result.directory(), _topPlace, _scanner.next(Kind::map, "its payload is not a directory"));
+        Item const top = _scanner.next();
+        if (top.kind != Kind::map)
+            refuseAsDamaged("its payload is not a directory");
+        enter(_visitor.top(), top);
         while (!_open.empty()) {
-            if (_open.back().left == 0)
-                leave();
-            else
+            if (_open.back().left != 0) {
                 readEntry();
+            } else {
+                _visitor.leave(_open.back().directory);
+                _open.pop_back();
+            }
         }
         if (_scanner.left() != 0)
-            throw utils::Exception("its payload goes on behind the tree");
+            refuseAsDamaged("its payload has bytes after the tree");
     }
 
 private:
-    struct Directory {
-        NodeId id;
+    struct Level {
+        typename Visitor::Directory directory;
         std::uint64_t left; ///< entries still to come
-        PathPlace place;
     };
 
-    void enter(NodeId id, PathPlace const& place, Item const& map) {
+    void enter(typename Visitor::Directory const& directory, Item const& map) {
         // An entry takes two bytes at least, so no count can promise more than there is.
         if (map.number > _scanner.left() / 2)
-            throw utils::Exception("it is cut short");
-        _open.push_back({id, map.number, place});
-    }
-
-    void leave() {
-        checkNames(_open.back().id);
-        _open.pop_back();
+            refuseAsTruncated();
+        _open.push_back({directory, map.number});
     }
 
     void readEntry() {
-        Directory& directory = _open.back();
-        --directory.left;
-        std::string_view const name = _scanner.next(Kind::text, "a name in it is not text").content;
-        if (!isName(name))
-            throw utils::Exception("it holds a name that no path reaches: \"" + std::string(name) + '"');
-        Item const value = _scanner.next();
-        if (value.kind != Kind::map && value.kind != Kind::bytes)
-            throw utils::Exception("it holds what is neither a directory nor a file: \"" + std::string(name) +
-                                   '"');
-        if (!Node::fits(name.size(), value.content.size()))
-            throw utils::Exception("it holds more under a name than memory takes");
-        std::uint32_t const hash = directory.place.hashOf(name);
+        Level& level = _open.back();
+        --level.left;
+        auto const [name, value] = takeEntry(_scanner);
         if (value.kind == Kind::map)
-            enter(_result.addDirectory(directory.id, name, hash), directory.place.below(name), value);
+            enter(_visitor.addDirectory(level.directory, name), value);
         else
-            _result.addFile(directory.id, name, hash, value.content);
+            _visitor.addFile(level.directory, name, value.content);
     }
 
-    /** No name twice; names that came in ascending order cannot be. */
-    void checkNames(NodeId directory) {
-        if (_tree.areOrdered(directory))
+    Visitor& _visitor;
+    Scanner _scanner;
+    std::vector<Level> _open;
+};
+
+/** Builds the tree. */
+class Builder {
+public:
+    struct Directory {
+        NodeId id;
+        PathPlace place;
+    };
+
+    Builder(Tree& tree, Tree::Apart& result, TreePath const& path)
+        : _tree(tree), _result(result), _topPlace(path) {}
+
+    [[nodiscard]] Directory top() const { return {_result.directory(), _topPlace}; }
+
+    Directory addDirectory(Directory const& parent, std::string_view name) {
+        return {_result.addDirectory(parent.id, name, parent.place.hashOf(name)), parent.place.below(name)};
+    }
+
+    void addFile(Directory const& parent, std::string_view name, std::string_view content) {
+        _result.addFile(parent.id, name, parent.place.hashOf(name), content);
+    }
+
+    /** Refuses a duplicate name, which names in ascending order cannot include. */
+    void leave(Directory const& directory) {
+        if (_tree.areOrdered(directory.id))
             return;
-        auto const& sorted = _tree.children(directory);
+        auto const& sorted = _tree.children(directory.id);
         auto const twice =
             std::adjacent_find(sorted.begin(), sorted.end(), [this](NodeId left, NodeId right) {
                 return _tree[left].name() == _tree[right].name();
             });
         if (twice != sorted.end())
-            throw utils::Exception("it holds a name twice: \"" + std::string(_tree[*twice].name()) + '"');
+            refuseAsDamaged("duplicate name: " + quoted(_tree[*twice].name()));
     }
 
+private:
     Tree& _tree;
     Tree::Apart& _result;
     PathPlace _topPlace;
-    Scanner _scanner;
-    std::vector<Directory> _open;
 };
+
+/** Builds nothing; checks that the names are in ascending order, as they are in everything that is written. */
+class OrderCheck {
+public:
+    struct Directory {
+        std::string_view last; ///< the name before; empty at first
+    };
+
+    static Directory top() { return {}; }
+
+    static Directory addDirectory(Directory& parent, std::string_view name) {
+        check(parent, name);
+        return {};
+    }
+
+    static void addFile(Directory& parent, std::string_view name, std::string_view /*content*/) {
+        check(parent, name);
+    }
+
+    static void leave(Directory const& /*directory*/) {}
+
+private:
+    static void check(Directory& directory, std::string_view name) {
+        if (!precedes(directory.last, name))
+            refuseAsDamaged("names out of order: " + quoted(name));
+        directory.last = name;
+    }
+};
+
+bool isSound(std::string_view payload) {
+    try {
+        OrderCheck check;
+        Decoder<OrderCheck>(check, payload).read();
+        return true;
+    } catch (utils::Exception const&) {
+        return false;
+    }
+}
 
 } // namespace
 
-Bytes encodeTree(Tree& tree, NodeId directory) {
-    char front[longestEnvelope];
+std::optional<Bytes> encodeTree(Tree& tree, NodeId directory) {
+    char front[longestTreeHead];
     Output out(sizeof front);
     if (directory == noNode)
         out.setEnd(writeHead(out.end(longestHead), Major::map, 0));
     else
         Encoder(tree, out).write(directory);
 
-    char const* const end = writeEnvelope(front, out.content());
+    std::string_view const payload = out.content();
+    if (!isSound(payload))
+        return std::nullopt;
+    char const* const end = writeTreeHead(front, payload);
     out.prepend({front, static_cast<std::size_t>(end - front)});
     return out.release();
 }
 
-Envelope readEnvelope(std::string_view data) {
-    if (data.substr(0, selfDescribedTag.size()) != selfDescribedTag.substr(0, data.size()))
-        throw utils::Exception("it is not a register file");
-    Scanner scanner(data);
-    scanner.next(); // that tag, whole
-    if (scanner.next(Kind::array, "it is not a register file").number != 3)
-        throw utils::Exception("it is not a register file");
-    std::uint64_t const version = scanner.next(Kind::number, "it has no format version").number;
-    if (version > formatVersion)
-        throw NewerFormat("its format version is unknown: " + std::to_string(version));
-    if (version != formatVersion)
-        throw utils::Exception("its format version is unknown: " + std::to_string(version));
-    std::uint64_t const expected = scanner.next(Kind::number, "it has no checksum").number;
-    if (scanner.next(Kind::tag, "it has no payload").number != embeddedItemTag)
-        throw utils::Exception("it has no payload");
-    std::string_view const payload = scanner.next(Kind::bytes, "it has no payload").content;
-    if (checksum(payload) != expected)
-        throw utils::Exception("its checksum does not match");
-    return {payload, data.size() - scanner.left()};
-}
-
-char* writeEnvelope(char* target, std::string_view payload) {
+char* writeTreeHead(char* target, std::string_view payload) {
     char* end = writeText(target, selfDescribedTag);
     end = writeHead(end, Major::array, 3);
     end = writeHead(end, Major::number, formatVersion);
@@ -248,10 +289,48 @@ char* writeEnvelope(char* target, std::string_view payload) {
     return writeHead(end, Major::bytes, payload.size());
 }
 
-std::size_t decodeTree(Tree& tree, Tree::Apart& result, TreePath const& path, std::string_view data) {
-    Envelope const envelope = readEnvelope(data);
-    Decoder(tree, result, path, envelope.payload).read();
-    return envelope.size;
+TreeHead decodeTreeHead(std::string_view start) {
+    constexpr char const* otherFile = "not a register file";
+    if (start.substr(0, selfDescribedTag.size()) != selfDescribedTag.substr(0, start.size()))
+        throw utils::Exception(otherFile);
+    Scanner scanner(start);
+    scanner.nextHead(); // that tag, whole
+    Head const parts = scanner.nextHead();
+    if (parts.major != Major::array || parts.number == 0)
+        throw utils::Exception(otherFile);
+    // Another version may have other parts, but starts with its number.
+    Head const version = scanner.nextHead();
+    if (version.major == Major::number && version.number != formatVersion)
+        throw NewerFormat("format version " + std::to_string(version.number) +
+                          " is not supported; this library reads version " + std::to_string(formatVersion));
+    if (parts.number != 3)
+        throw utils::Exception(otherFile);
+    if (version.major != Major::number)
+        refuseAsDamaged("its format version is not a number");
+    Head const crc = scanner.nextHead();
+    if (crc.major != Major::number)
+        refuseAsDamaged("its checksum is not a number");
+    Head const embedded = scanner.nextHead();
+    if (embedded.major != Major::tag || embedded.number != embeddedItemTag)
+        refuseAsDamaged("it has no payload");
+    Head const payload = scanner.nextHead();
+    if (payload.major != Major::bytes)
+        refuseAsDamaged("it has no payload");
+    return {start.size() - scanner.left(), crc.number, payload.number};
+}
+
+void checkPayload(TreeHead const& head, std::string_view payload) {
+    if (payload.size() != head.payloadSize)
+        refuseAsTruncated();
+    if (checksum(payload) != head.checksum)
+        refuseAsDamaged("its checksum does not match");
+}
+
+void decodeTree(Tree& tree, Tree::Apart& result, TreePath const& path, TreeHead const& head,
+                std::string_view payload) {
+    checkPayload(head, payload);
+    Builder builder(tree, result, path);
+    Decoder<Builder>(builder, payload).read();
 }
 
 } // namespace filesystem

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <string_view>
 
 #include "Tree.h"
@@ -24,29 +26,39 @@ struct Bytes {
  * itself: a directory is a map from text-string names, in ascending byte order, to directories and files, a
  * file is a byte string. Lengths are definite and heads are the shortest there are, so equal trees give equal
  * bytes.
+ *
+ * The bytes are read again before they are returned. Result: nothing when `decodeTree` would refuse them, because
+ * another thread has changed the tree meanwhile, or has left it broken by an earlier change without a lock.
  */
-[[nodiscard]] Bytes encodeTree(Tree& tree, NodeId directory);
+[[nodiscard]] std::optional<Bytes> encodeTree(Tree& tree, NodeId directory);
 
-/**
- * Reads the item that `data` starts with into `result`, a directory apart from `tree`, to stand at `path`.
- * Result: the size of the item in bytes; `data` may go on behind it.
- * Errors: `utils::Exception` with what is wrong, `std::bad_alloc`. Memory stays in proportion to the size of
- * `data`.
- */
-std::size_t decodeTree(Tree& tree, Tree::Apart& result, TreePath const& path, std::string_view data);
-
-/** What is around a payload in a register file. */
-struct Envelope {
-    std::string_view payload;
-    std::size_t size; ///< of the whole item
+/** The parts before the payload. */
+struct TreeHead {
+    std::size_t size; ///< in bytes
+    std::uint64_t checksum;
+    std::uint64_t payloadSize; ///< in bytes
 };
 
-/** Errors: as `decodeTree`, as far as they are of the envelope; `NewerFormat`. */
-[[nodiscard]] Envelope readEnvelope(std::string_view data);
+constexpr std::size_t longestTreeHead = 48;
 
-constexpr std::size_t longestEnvelope = 3 + 5 * 9;
+/**
+ * Reads the head from the first `longestTreeHead` bytes of a file, or from all of a shorter one.
+ * Errors: `NewerFormat`; `utils::Exception` with what is wrong.
+ */
+[[nodiscard]] TreeHead decodeTreeHead(std::string_view start);
 
-/** Writes what stands before a payload, at most `longestEnvelope` bytes. Result: where it ends. */
-char* writeEnvelope(char* target, std::string_view payload);
+/** Writes what precedes a payload, at most `longestTreeHead` bytes. Result: where it ends. */
+char* writeTreeHead(char* target, std::string_view payload);
+
+/** Errors: `utils::Exception` if this is not the whole, undamaged payload that a head announces. */
+void checkPayload(TreeHead const& head, std::string_view payload);
+
+/**
+ * Reads the payload that follows a head, or what there is of it, into `result`, a directory apart from `tree`, to
+ * stand at `path`.
+ * Errors: `utils::Exception` with what is wrong, `std::bad_alloc`. Memory stays in proportion to the payload.
+ */
+void decodeTree(Tree& tree, Tree::Apart& result, TreePath const& path, TreeHead const& head,
+                std::string_view payload);
 
 } // namespace filesystem

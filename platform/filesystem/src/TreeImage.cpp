@@ -31,7 +31,10 @@ public:
 
     void parse() {
         _image._entries.assign(1, Entry{});
-        enter(0, _scanner.next(Kind::map, "its payload is not a directory"));
+        Item const top = _scanner.next();
+        if (top.kind != Kind::map)
+            refuseAsDamaged("its payload is not a directory");
+        enter(0, top);
         while (!_open.empty()) {
             if (_open.back().next == _open.back().end)
                 leave();
@@ -39,7 +42,7 @@ public:
                 parseEntry();
         }
         if (_scanner.left() != 0)
-            throw utils::Exception("its payload continues after the tree");
+            refuseAsDamaged("its payload has bytes after the tree");
     }
 
 private:
@@ -55,7 +58,7 @@ private:
     void enter(std::uint32_t entry, Item const& map) {
         // An entry takes at least two bytes, so no count can promise more than there is.
         if (map.number > _scanner.left() / 2)
-            throw utils::Exception("it is cut short");
+            refuseAsTruncated();
         auto& entries = _image._entries;
         auto const first = narrow(entries.size());
         auto const count = narrow(map.number);
@@ -78,15 +81,7 @@ private:
         Directory& directory = _open.back();
         std::uint32_t const entry = directory.next++;
         std::uint32_t const begin = position();
-        std::string_view const name = _scanner.next(Kind::text, "a name in it is not text").content;
-        if (!isName(name))
-            throw utils::Exception("it holds a name that no path reaches: \"" + std::string(name) + '"');
-        Item const value = _scanner.next();
-        if (value.kind != Kind::map && value.kind != Kind::bytes)
-            throw utils::Exception("it holds what is neither a directory nor a file: \"" + std::string(name) +
-                                   '"');
-        if (!Node::fits(name.size(), value.content.size()))
-            throw utils::Exception("it holds more under a name than memory takes");
+        auto const [name, value] = takeEntry(_scanner);
         Entry& made = _image._entries[entry];
         made.item = begin;
         made.name = narrow(static_cast<std::size_t>(name.data() - _begin));
@@ -113,7 +108,7 @@ private:
         auto const twice = std::adjacent_find(
             begin, end, [&](Entry const& left, Entry const& right) { return name(left) == name(right); });
         if (twice != end)
-            throw utils::Exception("it holds a name twice: \"" + std::string(name(*twice)) + '"');
+            refuseAsDamaged("duplicate name: " + quoted(name(*twice)));
     }
 
     TreeImage& _image;
@@ -125,14 +120,15 @@ private:
 
 TreeImage::TreeImage() {
     Tree empty;
-    Bytes const bytes = encodeTree(empty, noNode);
-    *this = TreeImage(std::string(bytes.content));
+    *this = TreeImage(std::string(encodeTree(empty, noNode).value().content));
 }
 
 TreeImage::TreeImage(std::string bytes) : _bytes(std::move(bytes)) {
-    Envelope const envelope = readEnvelope(_bytes);
-    index(static_cast<std::size_t>(envelope.payload.data() - _bytes.data()), envelope.payload.size());
-    _bytes.resize(envelope.size);
+    TreeHead const head = decodeTreeHead(std::string_view(_bytes).substr(0, longestTreeHead));
+    auto const payload = std::string_view(_bytes).substr(head.size, head.payloadSize);
+    checkPayload(head, payload);
+    _bytes.resize(head.size + payload.size());
+    index(head.size, payload.size());
 }
 
 TreeImage TreeImage::of(RAMFileSystem const& fileSystem, std::string const& path) {
@@ -140,12 +136,15 @@ TreeImage TreeImage::of(RAMFileSystem const& fileSystem, std::string const& path
     std::string storage;
     NodeId const id = tree.find(TreePath::of(canonicalPath(path, storage)));
     bool const isDirectory = id != noNode && tree[id].directory != 0;
-    return TreeImage(std::string(encodeTree(tree, isDirectory ? id : noNode).content));
+    auto const bytes = encodeTree(tree, isDirectory ? id : noNode);
+    if (!bytes)
+        throw utils::Exception("changed by another thread without a lock");
+    return TreeImage(std::string(bytes->content));
 }
 
 void TreeImage::index(std::size_t payload, std::size_t size) {
     if (size > std::numeric_limits<std::uint32_t>::max())
-        throw utils::Exception("it holds 4 GiB or more");
+        throw utils::Exception("larger than 4 GiB");
     _payload = payload;
     Parser(*this, std::string_view(_bytes).substr(payload, size)).parse();
 }
@@ -325,8 +324,8 @@ public:
             }
         }
         std::string_view const payload(_begin, static_cast<std::size_t>(_block.get() + _room - _begin));
-        char front[longestEnvelope];
-        char const* const end = writeEnvelope(front, payload);
+        char front[longestTreeHead];
+        char const* const end = writeTreeHead(front, payload);
         auto const size = static_cast<std::size_t>(end - front);
         std::string bytes;
         bytes.reserve(size + payload.size());

@@ -26,14 +26,12 @@ inline std::uint64_t slashes(std::uint64_t word) {
 
 struct Traits {
     bool ascii;
-    bool slash;
     bool emptyLevels;
 };
 
-/** What stands in a path's way to being canonical, or a name, eight bytes at a time. */
+/** Looks for what keeps a path from being canonical, eight bytes at a time. */
 Traits examine(std::string_view path) {
     std::uint64_t all = 0;
-    std::uint64_t slash = 0;
     std::uint64_t doubled = 0;
     std::uint64_t before = highBits; // a leading "/" counts as doubled
     for (std::string_view left = path; !left.empty();) {
@@ -41,12 +39,11 @@ Traits examine(std::string_view path) {
         std::uint64_t const word = loadPartialWord(left.data(), count);
         std::uint64_t const here = slashes(word);
         all |= word;
-        slash |= here;
         doubled |= here & (here << 8 | before >> 56);
         before = here;
         left.remove_prefix(count);
     }
-    return {(all & highBits) == 0, slash != 0, doubled != 0 || (!path.empty() && path.back() == '/')};
+    return {(all & highBits) == 0, doubled != 0 || (!path.empty() && path.back() == '/')};
 }
 
 /** Where the last level of a path begins. */
@@ -69,6 +66,12 @@ std::string withoutEmptyLevels(std::string_view path) {
         begin = end + 1;
     }
     return result;
+}
+
+/** Whether a name, which is not ASCII, is well-formed. */
+bool isUtf8(std::string_view name) {
+    std::string storage;
+    return canonicalPath(name, storage) == name;
 }
 
 } // namespace
@@ -97,11 +100,19 @@ QString textOfName(std::string_view name) {
 }
 
 bool isName(std::string_view name) {
-    Traits const traits = examine(name);
-    if (name.empty() || traits.slash || name == "." || name == "..")
-        return false;
-    std::string storage;
-    return traits.ascii || canonicalPath(name, storage) == name;
+    std::uint64_t all = 0;
+    std::uint64_t slash = 0;
+    auto const take = [&](std::uint64_t word) {
+        all |= word;
+        slash |= slashes(word);
+    };
+    std::size_t const size = name.size();
+    // The last word may overlap the one before.
+    for (std::size_t at = 0; at + 8 < size; at += 8)
+        take(loadWord(name.data() + at));
+    take(size < 8 ? loadPartialWord(name.data(), size) : loadWord(name.data() + size - 8));
+    bool const isReserved = size <= 2 && name == std::string_view("..", size);
+    return !isReserved && slash == 0 && ((all & highBits) == 0 || isUtf8(name));
 }
 
 TreePath TreePath::of(std::string_view canonical) {

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <string>
+#include <string_view>
+
 #include "filesystem/Export.h"
 
 namespace filesystem {
@@ -24,12 +27,23 @@ public:
      */
     [[nodiscard]] FileSystem& fileSystem() const noexcept { return _fileSystem; }
 
+    /**
+     * The path by which messages name the file, in UTF-8, valid as long as the handle; empty for a file that has no
+     * place outside the process.
+     */
+    [[nodiscard]] std::string_view path() const noexcept {
+        return _path != nullptr ? std::string_view(*_path) : std::string_view();
+    }
+
 protected:
-    explicit FileHandle(FileSystem& fileSystem) noexcept : _fileSystem(fileSystem) {}
+    /** `path`, unless it is null, is the derived class's and lives as long as the handle. */
+    explicit FileHandle(FileSystem& fileSystem, std::string const* path = nullptr) noexcept
+        : _fileSystem(fileSystem), _path(path) {}
     ~FileHandle() = default;
 
 private:
     FileSystem& _fileSystem;
+    std::string const* _path;
 };
 
 } // namespace filesystem

@@ -62,13 +62,13 @@ public:
     /** Removes a file, or a directory with all that is in it. False when nothing was removed. */
     virtual bool remove(QString const& path) = 0;
 
-    /** Makes one directory, whose parent must exist. False when it was not made, also when it was there. */
+    /** Makes one directory, whose parent must exist. False when it was not made, even if it was there already. */
     virtual bool mkdir(QString const& path) = 0;
 
     /**
      * Opens a file and stores its handle in `*handle`. Opening for writing makes a missing file in an
      * existing directory. False, with `*handle` set to null, when the file cannot be opened, is a directory,
-     * or `mode` is none of the two; false also for a null `handle`.
+     * or `mode` is neither of the two; false for a null `handle`, too.
      */
     virtual bool open(QString const& path, FileHandle** handle, FileSystemMode mode) = 0;
 
@@ -78,11 +78,15 @@ public:
      */
     virtual bool close(FileHandle* handle) = 0;
 
-    /** Reads up to `count` bytes into `buffer`. Result: the bytes moved, fewer at the end of the file. */
+    /**
+     * Reads up to `count` bytes into `buffer`.
+     * Result: the bytes moved. When they are fewer than `count`, `errno` is 0 at the end of the file, and says why
+     * on failure.
+     */
     virtual long read(FileHandle* handle, void* buffer, long count) = 0;
 
     /**
-     * Writes `count` bytes from `buffer` at the handle's position.
+     * Writes `count` bytes from `buffer` at the handle's position. With a null buffer the write fails.
      * Result: the bytes moved, fewer on failure.
      */
     virtual long write(FileHandle* handle, void const* buffer, long count) = 0;
@@ -146,7 +150,8 @@ public:
 
     /**
      * A path in `directory` at which nothing exists: `directory`, "/", `prefix`, a number and `suffix`.
-     * Nothing is made there.
+     * Nothing is made there. Empty when all of a million names exist, or when a name seems to exist although
+     * `directory` is not a directory.
      */
     [[nodiscard]] virtual QString getUniqueFileName(QString const& directory, QString const& prefix,
                                                     QString const& suffix);

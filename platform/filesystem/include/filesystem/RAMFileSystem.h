@@ -15,7 +15,7 @@ class Tree;
  * A file system that lives in memory.
  *
  * Paths are absolute; names are any Unicode text except "", ".", ".." and what contains "/". A name with
- * unpaired surrogates is none: nothing exists under it and nothing can be made.
+ * unpaired surrogates is invalid: nothing exists under it and nothing can be made.
  *
  * A file that is removed, replaced or opened again for writing while a handle is open on it leaves that
  * handle safe: it reads what is there now, or nothing. A handle costs only its own size, whatever becomes of
@@ -59,15 +59,25 @@ public:
      * Writes the directory at `path` and everything in it to a handle of this or another file system. Equal
      * trees give equal bytes. A path that is not a directory's, a file's included, is written as an empty
      * directory.
+     *
+     * `unserialize` accepts everything that is written. Where it would not, because another thread changes the tree
+     * without a lock, nothing is written and the handle fails: closing it leaves a file on disk as it was. `errno` is
+     * then EAGAIN.
+     *
      * Result: whether everything was written.
      */
     virtual bool serialize(QString const& path, FileHandle& handle) const;
 
     /**
      * Reads what `serialize` wrote, and puts it in place of what stands at `path`, whose parent must exist.
-     * Reading stops exactly behind the tree.
-     * Errors: `utils::Exception`, saying why, for anything that is not a whole, undamaged tree; this file
-     * system is then as it was.
+     * Reading stops exactly after the tree. Memory use stays in proportion to the tree; of a file that is not one
+     * only the first bytes are read.
+     * Errors: `utils::Exception` for anything that is not a whole, undamaged tree, for a file that cannot be read
+     * and for one that is too large for the memory; this file system is then as it was. The message starts with
+     * the file's path, where it has one, and tells the three apart:
+     *
+     *     /home/ada/.config/app/Velmorand.dat: damaged: its checksum does not match
+     *     /home/ada/.config/app/Velmorand.dat: cannot be read: Input/output error
      */
     virtual void unserialize(QString const& path, FileHandle& handle);
 

@@ -20,12 +20,17 @@ class RealHandles;
  * What stands at a path but cannot be examined (a directory without permission, an I/O error) counts as
  * existing, so that it is never taken for missing.
  *
- * Writing replaces a file in one step. The new content is written aside, in the same directory; `close` makes
- * it durable and moves it over the old name. Until `close` has returned true the old content is what everyone
- * sees, whatever happens to the process or the machine; a handle that is never closed, or one on which a
- * write failed, changes nothing. A replaced file keeps its owner and group where possible, and its permissions
- * but for those of a group that it loses; a symbolic link in its place stays, and its target is replaced. What
- * a killed process left aside is cleared when the file is next opened for writing.
+ * Writing replaces a file in one step. The new content is written to a temporary file in the same directory;
+ * `close` makes it durable and renames it over the old file. Until `close` has returned true everyone sees the
+ * old content, whatever happens to the process or the machine; a handle that is never closed, or on which a
+ * write failed, changes nothing. Opening a file for writing removes the temporary files that killed processes
+ * have left beside it, and nothing else.
+ *
+ * A replaced file keeps its owner and group where possible, its permissions, its access control list and its
+ * other extended attributes. Nobody is granted more than before: a group that the file loses takes its
+ * permissions with it, and a file that cannot keep its access control list grants only what its owner may do.
+ * A symbolic link in its place stays, and its target is replaced. The directory must be writable, and need not
+ * be readable.
  *
  * When `open` or `close` returns false, `errno` says why; for `close`, why the first write that failed did.
  */

@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Attributes.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include <linux/limits.h>
+#include <sys/xattr.h>
+
+#include "Descriptor.h"
+
+namespace filesystem {
+
+namespace {
+
+constexpr char const* accessList = "system.posix_acl_access";
+
+/** Whether the last system call failed because the file does not have the attribute, or cannot have it. */
+bool isMissing() {
+    return errno == ENODATA || errno == ENOTSUP;
+}
+
+std::optional<std::string> valueOf(int file, char const* name) {
+    std::string value(XATTR_SIZE_MAX, '\0');
+    auto const size = retried([&] { return ::fgetxattr(file, name, value.data(), value.size()); });
+    if (size < 0)
+        return std::nullopt;
+    value.resize(static_cast<std::size_t>(size));
+    return value;
+}
+
+bool isSet(int file, char const* name, std::string const& value) {
+    return retried([&] { return ::fsetxattr(file, name, value.data(), value.size(), 0); }) == 0;
+}
+
+/** The names of a file's attributes, each with a NUL after it; empty when the system does not say. */
+std::string attributeNames(int file) {
+    std::string names(XATTR_LIST_MAX, '\0');
+    auto const size = retried([&] { return ::flistxattr(file, names.data(), names.size()); });
+    names.resize(size < 0 ? 0 : static_cast<std::size_t>(size));
+    return names;
+}
+
+bool isComputed(std::string_view name) {
+    return name == "security.ima" || name == "security.evm";
+}
+
+/** Besides POSIX's, file systems have access control lists of their own kinds, such as that of NFS version 4. */
+bool isOfAccess(std::string_view name) {
+    constexpr std::string_view system = "system.";
+    return name.substr(0, system.size()) == system;
+}
+
+} // namespace
+
+bool hasAccessList(int file) {
+    return valueOf(file, accessList) || !isMissing();
+}
+
+bool removeAccessList(int file) {
+    return !hasAccessList(file) || retried([=] { return ::fremovexattr(file, accessList); }) == 0 ||
+           isMissing();
+}
+
+bool copyAccessList(int from, int to) {
+    auto const list = valueOf(from, accessList);
+    if (list && isSet(to, accessList, *list))
+        return true;
+    bool const hasNone = !list && isMissing();
+    return removeAccessList(to) && hasNone;
+}
+
+bool copyOtherAttributes(int from, int to) {
+    std::string const names = attributeNames(from);
+    bool complete = true;
+    for (std::size_t at = 0; at < names.size(); at = names.find('\0', at) + 1) {
+        char const* const name = names.data() + at;
+        if (name == std::string_view(accessList) || isComputed(name))
+            continue;
+        auto const value = valueOf(from, name);
+        if ((!value || !isSet(to, name, *value)) && isOfAccess(name))
+            complete = false;
+    }
+    return complete;
+}
+
+} // namespace filesystem

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Descriptor.h"
+
+#include <mutex>
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/resource.h>
+
+namespace filesystem {
+
+namespace {
+
+/** Held while a descriptor is opened; nothing else is locked under it. */
+std::mutex opening;
+
+// A child forked in the meantime must find the lock free, and the standard streams as the program left them.
+[[maybe_unused]] int const handlers =
+    ::pthread_atfork([] { opening.lock(); }, [] { opening.unlock(); }, [] { opening.unlock(); });
+
+} // namespace
+
+StandardStreams::StandardStreams() {
+    opening.lock();
+    // The system hands out the lowest number that is free. A descriptor opened with O_PATH can be neither read
+    // nor written, like one that is closed.
+    for (Descriptor& placeholder : _placeholders) {
+        placeholder = Descriptor(retried([] { return ::open("/", O_PATH | O_CLOEXEC); }));
+        if (placeholder.isOpen() && placeholder.number() < firstFree)
+            continue;
+        _taken = placeholder.isOpen();
+        placeholder.close();
+        return;
+    }
+    _taken = true;
+}
+
+StandardStreams::~StandardStreams() {
+    for (Descriptor& placeholder : _placeholders)
+        placeholder.close();
+    opening.unlock();
+}
+
+Descriptor duplicated(int file, int lowest) {
+    return Descriptor(retried([=] { return ::fcntl(file, F_DUPFD_CLOEXEC, lowest); }));
+}
+
+std::size_t writeAt(int file, std::string_view bytes, long position) {
+    std::size_t moved = 0;
+    while (moved < bytes.size()) {
+        long const next = position + static_cast<long>(moved);
+        rlimit limit = {};
+        if (::getrlimit(RLIMIT_FSIZE, &limit) == 0 && static_cast<rlim_t>(next) >= limit.rlim_cur) {
+            errno = EFBIG;
+            break;
+        }
+        errno = EIO; // where the system moves nothing, and gives no reason
+        auto const step =
+            retried([&] { return ::pwrite(file, bytes.data() + moved, bytes.size() - moved, next); });
+        if (step <= 0)
+            break;
+        moved += static_cast<std::size_t>(step);
+    }
+    return moved;
+}
+
+} // namespace filesystem

@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <sys/resource.h>
+
+#include "DiskSupport.h"
+#include "support/Allocators.h"
+#include "utils/Exception.h"
+
+namespace {
+
+using namespace support;
+using namespace std::string_literals;
+
+class RegisterFileOnDisk : public OnDisk {
+protected:
+    // A file system's destructor may throw, which a test may not.
+    ~RegisterFileOnDisk() noexcept override = default;
+
+    /** Reads the file "f". Result: what it is refused with, empty when it is not. */
+    std::string refusal() {
+        FileHandle* const handle = openedForReading(files, "f");
+        std::string message;
+        try {
+            memory.unserialize(*handle);
+        } catch (utils::Exception const& failure) {
+            message = failure.what();
+        }
+        files.close(handle);
+        return message;
+    }
+
+    /** Makes the file "f" 1 TiB large, of which only `start` takes room on the disk. */
+    void putHugeFile(std::string const& start) {
+        putFile(at("f"), start);
+        ASSERT_EQ(0, ::truncate(at("f").c_str(), hugeSize));
+    }
+
+    static constexpr long hugeSize = 1L << 40;
+
+    RAMFileSystem memory;
+};
+
+TEST_F(RegisterFileOnDisk, IsNamedByItsPathWhenItIsDamaged) {
+    putFile(at("f"), "\xD9\xD9\xF7\x83\x01\x00\xD8\x18\x41\xA0"s);
+    EXPECT_EQ(at("f") + ": damaged: its checksum does not match", refusal());
+    putFile(at("f"), "");
+    EXPECT_EQ(at("f") + ": damaged: truncated", refusal());
+}
+
+TEST_F(RegisterFileOnDisk, IsNamedByItsPathWhenItIsAnotherKindOfFile) {
+    putFile(at("f"), "settings = 1\n");
+    EXPECT_EQ(at("f") + ": not a register file", refusal());
+}
+
+TEST_F(RegisterFileOnDisk, IsNamedByItsPathWhenItIsOfALaterVersion) {
+    putFile(at("f"), "\xD9\xD9\xF7\x83\x02\x00\xD8\x18\x41\xA0"s);
+    EXPECT_EQ(at("f") + ": format version 2 is not supported; this library reads version 1", refusal());
+}
+
+TEST_F(RegisterFileOnDisk, MayBeFollowedByMoreThanFitsIntoMemory) {
+    ASSERT_TRUE(memory.mkdir("/a"));
+    FileHandle* const handle = openedForWriting(files, "f");
+    ASSERT_TRUE(memory.serialize(*handle));
+    ASSERT_TRUE(files.close(handle));
+    ASSERT_TRUE(memory.remove("/a"));
+    ASSERT_EQ(0, ::truncate(at("f").c_str(), hugeSize));
+    EXPECT_EQ("", refusal());
+    EXPECT_TRUE(memory.isDirectory("/a"));
+}
+
+TEST_F(RegisterFileOnDisk, IsRefusedByItsFirstBytesHoweverLargeItIs) {
+    putHugeFile("");
+    EXPECT_EQ(at("f") + ": not a register file", refusal());
+}
+
+TEST_F(RegisterFileOnDisk, IsRefusedWhenItIsTooLargeForTheMemory) {
+#ifdef UNDER_A_SANITIZER
+    GTEST_SKIP() << "a sanitizer ends the process";
+#endif
+    std::string const start = "\xD9\xD9\xF7\x83\x01\x00\xD8\x18\x5B\0\0\0\xFF\0\0\0\0"s;
+    putHugeFile(start);
+    // As on a machine with so little memory, however much this one promises.
+    int const status = inChild([&] {
+        rlimit const limit = {1UL << 32, 1UL << 32};
+        EXPECT_EQ(0, ::setrlimit(RLIMIT_AS, &limit));
+        EXPECT_EQ(at("f") + ": not enough memory to read 1095216660480 bytes", refusal());
+    });
+    EXPECT_EQ(0, status);
+}
+
+using PathOfAHandle = RegisterFileOnDisk;
+
+TEST_F(PathOfAHandle, IsWhereTheFileLies) {
+    ASSERT_TRUE(files.mkdir("a"));
+    for (auto const mode : {FileSystem::MODE_WRITE, FileSystem::MODE_READ}) {
+        FileHandle* const handle = opened(files, "/a//ö/", mode);
+        ASSERT_NE(nullptr, handle);
+        EXPECT_EQ(at("a/ö"), handle->path());
+        EXPECT_TRUE(files.close(handle));
+    }
+}
+
+TEST_F(PathOfAHandle, IsEmptyInMemory) {
+    EXPECT_EQ("", openedForWriting(memory, "/f")->path());
+    EXPECT_EQ("", openedForReading(memory, "/f")->path());
+}
+
+} // namespace

@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+#include <cerrno>
+#include <functional>
+
+#include "DiskSupport.h"
+#include "Tree.h"
+
+// What becomes of a file when the tree to be saved is not sound, as threads leave it that change it at the same
+// time. The tests break one with their own hands.
+
+namespace filesystem {
+
+struct DirectAccess {
+    static Tree& tree(RAMFileSystem& fileSystem) { return *fileSystem._tree; }
+};
+
+} // namespace filesystem
+
+namespace {
+
+using namespace support;
+using filesystem::NodeId;
+using filesystem::Tree;
+
+using Children = std::vector<NodeId>;
+
+class UnsoundTree : public OnDisk {
+protected:
+    // A file system's destructor may throw, which a test may not.
+    ~UnsoundTree() noexcept override = default;
+
+    /** "/d" with the files "a", "b" and "c" and the empty directory "e", in this order. */
+    void fill(RAMFileSystem& memory) {
+        ASSERT_TRUE(memory.mkdir("/d"));
+        for (char const* const path : {"/d/a", "/d/b", "/d/c"})
+            ASSERT_TRUE(writeFile(memory, path, "1"));
+        ASSERT_TRUE(memory.mkdir("/d/e"));
+    }
+
+    static Children& childrenOf(Tree& tree, NodeId directory) { return tree[directory].children->ids; }
+
+    /** Saves over the file "f" what is left of a tree after `breakIt`. Result: whether it was saved. */
+    bool isSaved(std::function<void(Tree&, Children&)> const& breakIt) {
+        putFile(at("f"), "old");
+        RAMFileSystem memory;
+        fill(memory);
+        Tree& tree = filesystem::DirectAccess::tree(memory);
+        Children& children = childrenOf(tree, childrenOf(tree, Tree::root)[0]);
+        Children const whole = children;
+        breakIt(tree, children);
+        FileHandle* const handle = openedForWriting(files, "f");
+        bool const serialized = memory.serialize(*handle);
+        EXPECT_TRUE(serialized || errno == EAGAIN);
+        EXPECT_EQ(serialized, files.close(handle));
+        children = whole; // to be released
+        return serialized;
+    }
+
+    void expectNotSaved(std::function<void(Tree&, Children&)> const& breakIt) {
+        EXPECT_FALSE(isSaved(breakIt));
+        EXPECT_EQ("old", fileBytes(at("f")));
+        EXPECT_EQ((std::vector<std::string>{"f"}), listing(files, "/"));
+    }
+
+    /** Gives a node a name of the same length as it has. */
+    static void rename(Tree& tree, NodeId node, char name) { *tree[node].text() = name; }
+};
+
+TEST_F(UnsoundTree, IsNotWhatTheseTestsBreak) {
+    EXPECT_TRUE(isSaved([](Tree&, Children&) {}));
+    RAMFileSystem memory;
+    memory.unserialize(*openedForReading(files, "f"));
+    EXPECT_EQ((std::vector<std::string>{"a", "b", "c", "e"}), listing(memory, "/d"));
+}
+
+TEST_F(UnsoundTree, WithNamesOutOfOrderIsNotSaved) {
+    expectNotSaved([](Tree&, Children& children) { std::swap(children[0], children[1]); });
+    expectNotSaved([](Tree&, Children& children) { std::swap(children[2], children[3]); });
+}
+
+TEST_F(UnsoundTree, WithADuplicateNameIsNotSaved) {
+    expectNotSaved([](Tree& tree, Children& children) { rename(tree, children[1], 'a'); });
+    expectNotSaved([](Tree& tree, Children& children) { rename(tree, children[3], 'c'); });
+    expectNotSaved([](Tree&, Children& children) { children[1] = children[0]; });
+}
+
+TEST_F(UnsoundTree, WithAnInvalidNameIsNotSaved) {
+    for (char const name : {'/', '.', '\xFF'})
+        for (std::size_t const child : {0U, 3U})
+            expectNotSaved([=](Tree& tree, Children& children) { rename(tree, children[child], name); });
+    expectNotSaved([](Tree& tree, Children& children) { tree[children[0]].nameLength = 0; });
+}
+
+TEST_F(UnsoundTree, WithAReleasedNodeIsNotSaved) {
+    expectNotSaved([](Tree&, Children& children) { children[1] = filesystem::noNode; });
+}
+
+using NullBuffer = OnDisk;
+
+TEST_F(NullBuffer, IsAWriteThatFails) {
+    putFile(at("f"), "old");
+    FileHandle* const handle = openedForWriting(files, "f");
+    ASSERT_TRUE(write(files, handle, "new"));
+    EXPECT_EQ(0, files.write(handle, nullptr, 1));
+    EXPECT_FALSE(files.close(handle));
+    EXPECT_EQ(EFAULT, errno);
+    EXPECT_EQ("old", fileBytes(at("f")));
+}
+
+TEST_F(NullBuffer, OfNoBytesIsNoWrite) {
+    FileHandle* const handle = openedForWriting(files, "f");
+    EXPECT_EQ(0, files.write(handle, nullptr, 0));
+    EXPECT_TRUE(files.close(handle));
+}
+
+TEST_F(NullBuffer, ChangesNothingInMemory) {
+    RAMFileSystem memory;
+    FileHandle* const handle = openedForWriting(memory, "/f");
+    ASSERT_TRUE(write(memory, handle, "new"));
+    EXPECT_EQ(0, memory.write(handle, nullptr, 1));
+    EXPECT_TRUE(memory.close(handle));
+    EXPECT_EQ("new", readFile(memory, "/f"));
+}
+
+} // namespace
