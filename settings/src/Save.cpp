@@ -2,10 +2,17 @@
 #include "velmorand/Save.h"
 
 #include <cerrno>
+#include <cstdint>
+#include <mutex>
+#include <new>
 #include <system_error>
+
+#include <pthread.h>
 
 #include <QString>
 
+#include <filesystem/Direct.h>
+#include <filesystem/RAMFileSystem.h>
 #include <filesystem/RealFileSystem.h>
 
 #include "Access.h"
@@ -15,16 +22,76 @@ namespace velmorand {
 
 namespace {
 
+using filesystem::FileHandle;
+using filesystem::FileSystem;
+using utils::properties::_Register;
+
 /** Where the register saves. */
-struct UserFile : utils::properties::_Register {
+struct UserFile : _Register {
     static std::string const& directory() { return _UserRegisterPath; }
     static std::string const& name() { return _VL_REGISTER_NAME; }
 };
 
-SaveResult failed() {
-    int const error = errno;
-    return {false,
-            UserFile::directory() + "/" + UserFile::name() + ": " + std::generic_category().message(error)};
+/** One moment's settings as a register file, with the place of that file. */
+struct Snapshot {
+    std::string directory;
+    std::string name;
+    std::string bytes;
+    std::uint64_t number = 0; ///< in the order in which snapshots were taken
+};
+
+std::uint64_t snapshots = 0; // guarded by the settings' lock
+
+/** Saves in the order of their snapshots, so that an older one never replaces a newer one. */
+struct Saving {
+    std::mutex mutex;
+    std::uint64_t last = 0; ///< the number of the snapshot that the file holds
+};
+
+Saving& saving() {
+    static Saving& only = []() -> Saving& {
+        // A forked child has no thread that could be saving.
+        ::pthread_atfork(nullptr, nullptr, [] { new (&saving().mutex) std::mutex; });
+        return *new Saving; // never destroyed
+    }();
+    return only;
+}
+
+SaveResult failed(Snapshot const& snapshot, std::string const& reason) {
+    return {false, snapshot.directory + '/' + snapshot.name + ": " + reason};
+}
+
+SaveResult failed(Snapshot const& snapshot) {
+    return failed(snapshot, std::generic_category().message(errno));
+}
+
+/** Result: whether it was taken. It is not if another thread has changed the settings without the lock. */
+bool take(_Register const& settings, Snapshot& snapshot) {
+    filesystem::RAMFileSystem memory;
+    FileHandle* handle = nullptr;
+    memory.open(QStringLiteral("/file"), &handle, FileSystem::MODE_WRITE);
+    if (!settings.serialize(QStringLiteral("/user/"), *handle))
+        return false;
+    snapshot.bytes = filesystem::direct::find(memory, {"file"}, {}).content;
+    snapshot.number = ++snapshots;
+    return true;
+}
+
+SaveResult write(Snapshot const& snapshot) {
+    std::lock_guard<std::mutex> const lock(saving().mutex);
+    if (saving().last > snapshot.number)
+        return {true, {}}; // the file is newer already
+    filesystem::RealFileSystem disk(QString::fromStdString(snapshot.directory));
+    FileHandle* handle = nullptr;
+    if (!disk.open(QString::fromStdString(snapshot.name), &handle, FileSystem::MODE_WRITE))
+        return failed(snapshot);
+    // A handle that is not closed leaves the file as it was.
+    auto const size = static_cast<long>(snapshot.bytes.size());
+    errno = EIO;
+    if (disk.write(handle, snapshot.bytes.data(), size) != size || !disk.close(handle))
+        return failed(snapshot);
+    saving().last = snapshot.number;
+    return {true, {}};
 }
 
 } // namespace
@@ -32,21 +99,19 @@ SaveResult failed() {
 SaveResult saveSettings() {
     if (auto const current = live::Current::get())
         return current->sync();
-    Access const settings;
-    if (!settings)
-        return {false, unavailabilityReason()};
-    if (UserFile::directory().empty())
-        return {false, "no user directory has been set"};
-
-    filesystem::RealFileSystem disk(QString::fromStdString(UserFile::directory()));
-    filesystem::FileHandle* handle = nullptr;
-    if (!disk.open(QString::fromStdString(UserFile::name()), &handle, filesystem::FileSystem::MODE_WRITE))
-        return failed();
-    // A handle that is not closed leaves the file as it was.
-    errno = EIO;
-    if (!settings->serialize(QStringLiteral("/user/"), *handle) || !disk.close(handle))
-        return failed();
-    return {true, {}};
+    Snapshot snapshot;
+    {
+        Access const settings;
+        if (!settings)
+            return {false, unavailabilityReason()};
+        snapshot.directory = UserFile::directory();
+        snapshot.name = UserFile::name();
+        if (snapshot.directory.empty())
+            return {false, "no user directory has been set"};
+        if (!take(*settings, snapshot))
+            return failed(snapshot, "another thread has changed the settings without the lock");
+    }
+    return write(snapshot);
 }
 
 } // namespace velmorand

@@ -6,6 +6,8 @@
 #include <iterator>
 #include <string>
 #include <system_error>
+#include <thread>
+#include <vector>
 
 #include <sys/resource.h>
 
@@ -107,4 +109,20 @@ TEST(SaveSettingsBeforeInitialize, SaysThatThereIsNoDirectory) {
     SaveResult const result = saveSettings();
     EXPECT_FALSE(result.saved);
     EXPECT_EQ("no user directory has been set", result.reason);
+}
+
+TEST_F(SaveSettings, FromSeveralThreadsLeavesTheNewestSettings) {
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread)
+        threads.emplace_back([thread] {
+            for (int i = 1; i <= 25; ++i) {
+                write("thread " + std::to_string(thread), i);
+                EXPECT_TRUE(saveSettings().saved);
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    std::string const saved = bytes();
+    _Register::getInstance()->save();
+    EXPECT_EQ(saved, bytes());
 }

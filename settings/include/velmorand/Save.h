@@ -24,7 +24,8 @@ struct SaveResult {
  *
  * Errors: only those of opening the register, if nothing has opened it yet; every failure of the save itself is
  * in the result, as is a call after the register's end, while the process exits.
- * Locks: takes the settings' lock until the file is on disk, so that the file holds one moment's settings.
+ * With live settings it does what `LiveSettings::sync` does.
+ * Locks: takes the settings' lock to copy one moment's settings, and gives it back before it waits for the disk.
  */
 [[nodiscard]] VELMORAND_SETTINGS_EXPORT SaveResult saveSettings();
 
