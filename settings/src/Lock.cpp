@@ -38,7 +38,8 @@ bool take() {
 Lock::Lock() : _held(take()) {}
 
 Lock::~Lock() {
-    if (_held)
+    // A forked child cannot release what its parent took.
+    if (_held && availability() != Availability::lockAbandoned)
         utils::properties::_Register::_mutex->unlock();
 }
 
