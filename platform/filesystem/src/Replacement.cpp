@@ -293,10 +293,10 @@ bool Replacement::commit() {
 }
 
 bool Replacement::isMoveDurable() const {
-    // Where a directory cannot be synchronised (EINVAL), its changes need not be.
+    // A file system that has no fsync for directories (EINVAL) does not need it.
     if (isSynchronised(_target.directory.number()) || errno == EINVAL)
         return true;
-    // One that may not be read can only be synchronised with its whole file system.
+    // A directory opened without read permission has no fsync: the whole file system is written instead.
     return errno == EBADF && retried([this] { return ::syncfs(_lock.number()); }) == 0;
 }
 
