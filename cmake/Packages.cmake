@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# The Debian packages that `cpack` makes of the install components; scripts/package is the whole way. They are meant for
+# The Debian packages that `cpack` makes of the install components; scripts/package is the whole way. They are for
 # a build with the preset `package`: the prefix /usr, where the libraries lie in the system's directory and need no
 # RPATH. `tool` is there when the command-line tool is built.
 include(CPackComponent)
@@ -59,7 +59,7 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME ${packages_development})
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "${about}
 .
-This package holds the headers, the CMake package and the pkg-config file.")
+This package holds the headers, the CMake package and the pkg-config files.")
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS library)
 set(qt_package qtbase5-dev)
 if(NOT VELMORAND_QT_MAJOR EQUAL 5)

@@ -18,8 +18,8 @@ std::atomic<Availability> state{Availability::available};
 _Register* theRegister = nullptr; // guarded by the lock; null until the first use
 
 /**
- * In a forked child only the forking thread goes on. If another thread held the lock nobody will release it; if the
- * forking thread itself did, the lock does not know it under its new identity.
+ * A lock that was held at the fork stays locked in the child for good: the child does not have the other threads of its
+ * parent, and the lock does not recognise even the forking thread, which has another thread ID there.
  */
 void checkLockAfterFork() {
     if (!_Register::_mutex->try_lock())
@@ -52,7 +52,7 @@ Availability availability() noexcept {
 char const* unavailabilityReason() noexcept {
     return availability() == Availability::destroyed
                ? "the process is exiting and its settings have been closed"
-               : "another thread was using the settings when this process was forked";
+               : "the settings were locked when this process was forked";
 }
 
 Access::Access() : _register(availability() == Availability::available ? openRegister() : nullptr) {}

@@ -13,7 +13,7 @@ namespace velmorand {
 enum class Availability {
     available,     ///< it has one, or will have at the first use
     destroyed,     ///< the process is exiting, and the register has been destroyed
-    lockAbandoned, ///< this process was forked while another thread of its parent held the lock
+    lockAbandoned, ///< this process was forked while a thread of its parent, or the forking one, held the lock
 };
 
 /** Locks: none. */

@@ -40,7 +40,9 @@ bool takeLock(GiveUp const& giveUp) {
 }
 
 void giveLockBack() {
-    utils::properties::_Register::_mutex->unlock();
+    // A forked child cannot release what its parent took.
+    if (availability() != Availability::lockAbandoned)
+        utils::properties::_Register::_mutex->unlock();
 }
 
 Lock::Lock() : _held(takeLock(nullptr)) {}

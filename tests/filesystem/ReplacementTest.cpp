@@ -262,8 +262,8 @@ TEST_F(ReplacePermissions, LetAnotherOwnersFileBeReplaced) {
 TEST_F(ReplacePermissions, OfAGroupAreNotGivenToAnother) {
     if (::geteuid() != 0)
         GTEST_SKIP() << "only root can make a file of another group";
-    for (auto const& [before, after] : std::map<unsigned, unsigned>{
-             {0606U, 0606U}, {0666U, 0606U}, {0676U, 0606U}, {02646U, 0606U}, {06777U, 04707U}}) {
+    for (auto const& [before, after] :
+         std::map<unsigned, unsigned>{{0666U, 0606U}, {0676U, 0606U}, {02664U, 0604U}, {06777U, 04707U}}) {
         putFile(at("f"), "old");
         ASSERT_EQ(0, ::chown(at("f").c_str(), 65534, 1234)); // the user is theirs, the group is not
         ASSERT_EQ(0, ::chmod(at("f").c_str(), before));
@@ -271,6 +271,31 @@ TEST_F(ReplacePermissions, OfAGroupAreNotGivenToAnother) {
         EXPECT_EQ("new", fileBytes(at("f")));
         EXPECT_EQ(after, permissions(at("f")));
     }
+}
+
+TEST_F(ReplacePermissions, OfOthersAreNotGivenToAGroupThatHadFewer) {
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only root can make a file of another group";
+    for (auto const& [before, after] :
+         std::map<unsigned, unsigned>{{0606U, 0600U}, {0604U, 0600U}, {02646U, 0604U}, {0657U, 0605U}}) {
+        putFile(at("f"), "old");
+        ASSERT_EQ(0, ::chown(at("f").c_str(), 65534, 1234)); // the user is theirs, the group is not
+        ASSERT_EQ(0, ::chmod(at("f").c_str(), before));
+        ASSERT_EQ(0, asOrdinaryUser(directory, [this] { EXPECT_TRUE(writeFile(files, "f", "new")); }));
+        EXPECT_EQ("new", fileBytes(at("f")));
+        EXPECT_EQ(after, permissions(at("f")));
+    }
+}
+
+TEST_F(ReplacePermissions, TakenAwayWhileTheFileIsWrittenStayAway) {
+    putFile(at("f"), "old");
+    ASSERT_EQ(0, ::chmod(at("f").c_str(), 0666));
+    FileHandle* const handle = openedForWriting(files, "f");
+    ASSERT_TRUE(write(files, handle, "new"));
+    ASSERT_EQ(0, ::chmod(at("f").c_str(), 0600));
+    EXPECT_TRUE(files.close(handle));
+    EXPECT_EQ("new", fileBytes(at("f")));
+    EXPECT_EQ(0600U, permissions(at("f")));
 }
 
 TEST_F(ReplacePermissions, OfAnOwnerToActInTheirNameAreNotGivenToAnother) {

@@ -191,7 +191,7 @@ int forkedUnderTheLock(std::function<bool()> const& check) {
     return status;
 }
 
-constexpr char const* lost = "another thread was using the settings when this process was forked";
+constexpr char const* lost = "the settings were locked when this process was forked";
 
 } // namespace
 
@@ -219,6 +219,12 @@ TEST(AChildForkedByTheHolderOfTheLock, ReadsFallbacks) {
     write("a/b", 1);
     Lock const lock;
     EXPECT_EQ(0, inChild([] { EXPECT_EQ(5, read<int>("a/b", 5)); }, support::Leave::atOnce));
+}
+
+TEST(AChildForkedByTheHolderOfTheLock, MayLeaveTheScopeOfTheLock) {
+    std::optional<Lock> lock;
+    lock.emplace();
+    EXPECT_EQ(0, inChild([&lock] { lock.reset(); }, support::Leave::atOnce));
 }
 
 TEST(AForkedChild, ReadsAndWritesItsOwnSettings) {

@@ -85,6 +85,10 @@ class VELMORAND_REGISTER_EXPORT PropertyNotFound : utils::Exception {};
  *
  * Exit: from the moment the register is saved, other threads that call an operation which takes the lock wait
  * until the process ends. Do not wait for such a thread in an exit handler or a destructor that runs later.
+ *
+ * Fork: if any thread holds the lock at a fork, the forking one included, it stays locked in the child for good. Such
+ * a child must not call an operation that takes the lock, nor return from a listener: it should call `_exit` or start
+ * another program.
  */
 class VELMORAND_REGISTER_EXPORT _Register : public filesystem::RAMFileSystem {
 public:

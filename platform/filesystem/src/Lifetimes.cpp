@@ -28,14 +28,21 @@ struct Living {
 };
 
 Living& living() {
-    // A forked child must find the mutex free, whatever other threads were doing at the fork.
-    static Living& list = []() -> Living& {
-        ::pthread_atfork([] { living().mutex.lock(); }, [] { living().mutex.unlock(); },
-                         [] { living().mutex.unlock(); });
-        return *new Living; // never destroyed
-    }();
+    static Living& list = *new Living; // never destroyed
     return list;
 }
+
+/**
+ * Makes the list, and has its mutex held during every fork, so that a forked child finds it free. Runs when the library
+ * is loaded: at a fork no other thread can be halfway through it, and a lack of memory cannot make it run twice.
+ */
+int prepareForForks() {
+    static_cast<void>(living());
+    return ::pthread_atfork([] { living().mutex.lock(); }, [] { living().mutex.unlock(); },
+                            [] { living().mutex.unlock(); });
+}
+
+[[maybe_unused]] int const heldDuringForks = prepareForForks();
 
 } // namespace
 

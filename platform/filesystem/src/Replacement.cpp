@@ -132,10 +132,7 @@ bool Replacement::examine() {
         if (_old.isOpen() || errno != EACCES)
             break;
     }
-    if (!_old.isOpen() || !isExamined(_old.number(), status) || !isRegular(status))
-        return false;
-    _replaced = status;
-    return true;
+    return _old.isOpen() && isExamined(_old.number(), status) && isRegular(status);
 }
 
 /** Removes the temporary files of killed processes. One that cannot be removed does no harm. */
@@ -158,7 +155,7 @@ void Replacement::removeIfStale(std::string const& name) const {
 
 bool Replacement::makeTemporary() {
     // Nobody may read the new content who could not read the old one, not even for a moment.
-    ::mode_t const mode = _replaced ? 0600 : 0666;
+    ::mode_t const mode = _old.isOpen() ? 0600 : 0666;
     int const flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
     for (int attempt = 0; attempt < nameAttempts; ++attempt) {
         std::string name = _names.make();
@@ -237,28 +234,32 @@ bool Replacement::flush() {
 }
 
 /**
- * Gives the new file the rights of the old one: the owner where possible, or else the group, the access control
- * list and the other extended attributes, and the mode. Nobody is granted more than before: a new group does not
- * get the rights of the old one, nobody new gets a program to run in their name, and without the access control
- * list only the owner keeps any rights.
+ * Gives the new file the rights that the old one has now: the owner where possible, or else the group, the access
+ * control list and the other extended attributes, and the mode. Nobody is granted more than before: a new group does
+ * not get the rights of the old one, whose members get no more as others than they had; nobody new gets a program to
+ * run in their name; and without the access control list only the owner keeps any rights.
  */
 bool Replacement::keepRights() const {
-    if (!_replaced)
+    if (!_old.isOpen())
         return true;
     int const file = _file.number();
+    struct stat old = {};
     struct stat now = {};
-    if (!isExamined(file, now))
+    if (!isExamined(_old.number(), old) || !isExamined(file, now))
         return false;
-    bool const sameOwner = now.st_uid == _replaced->st_uid && now.st_gid == _replaced->st_gid;
+    bool const sameOwner = now.st_uid == old.st_uid && now.st_gid == old.st_gid;
     auto const unchanged = static_cast<::uid_t>(-1);
-    if (!sameOwner && !(isOwned(file, unchanged, _replaced->st_gid) &&
-                        isOwned(file, _replaced->st_uid, _replaced->st_gid) && isExamined(file, now)))
+    if (!sameOwner && !(isOwned(file, unchanged, old.st_gid) && isOwned(file, old.st_uid, old.st_gid) &&
+                        isExamined(file, now)))
         return false;
-    ::mode_t mode = _replaced->st_mode & 07777U;
-    bool const sameGroup = now.st_gid == _replaced->st_gid;
-    if (!sameGroup)
-        mode &= ~::mode_t{S_IRWXG | S_ISGID};
-    if (now.st_uid != _replaced->st_uid)
+    ::mode_t mode = old.st_mode & 07777U;
+    bool const sameGroup = now.st_gid == old.st_gid;
+    if (!sameGroup) {
+        // The members of the old group are among the others now.
+        ::mode_t const mayStay = (mode & S_IRWXG) >> 3U;
+        mode &= ~::mode_t{S_IRWXG | S_ISGID | S_IRWXO} | mayStay;
+    }
+    if (now.st_uid != old.st_uid)
         mode &= ~::mode_t{S_ISUID};
     // After the owner, whose change takes rights away; and before the mode, whose group bits limit what a list
     // grants, so that an inherited one grants nothing until it is gone.
@@ -292,10 +293,10 @@ bool Replacement::commit() {
 }
 
 bool Replacement::isMoveDurable() const {
-    // Where a directory cannot be synchronised (EINVAL), its changes need not be.
+    // A file system that has no fsync for directories (EINVAL) does not need it.
     if (isSynchronised(_target.directory.number()) || errno == EINVAL)
         return true;
-    // One that may not be read can only be synchronised with its whole file system.
+    // A directory opened without read permission has no fsync: the whole file system is written instead.
     return errno == EBADF && retried([this] { return ::syncfs(_lock.number()); }) == 0;
 }
 

@@ -84,8 +84,7 @@ private:
     [[nodiscard]] bool isMoveDurable() const;
 
     Target _target;
-    Descriptor _old;                      // the file to be replaced; not open for a new file
-    std::optional<struct stat> _replaced; // likewise
+    Descriptor _old; // the file to be replaced; not open for a new file
     TemporaryNames _names;
     std::string _temporary; // its name; empty before it is made and after it is moved or removed
     Descriptor _file;

@@ -57,7 +57,7 @@ public:
 
     /**
      * Makes an empty directory or file at `path`.
-     * Result: `noNode`, with nothing changed, when its parent is not a directory or its name is none.
+     * Result: `noNode`, with nothing changed, when its parent is not a directory or its name is invalid.
      * Errors: `std::bad_alloc`; nothing has changed. Nothing may stand at `path` yet.
      */
     NodeId make(TreePath const& path, bool directory);
@@ -69,9 +69,9 @@ public:
     void clear(NodeId directory) noexcept;
 
     /**
-     * Makes the directory at `path` and those above it that are missing. `outermostMade` is then the
-     * outermost of those that were, `noNode` when none was.
-     * Result: false when a file is in the way or a name is none; what could be made up to there stays.
+     * Makes the directory at `path` and the missing ones above it. `outermostMade` is then the outermost that
+     * was made, or `noNode`.
+     * Result: false when a file is in the way or a name is invalid; the directories made before that stay.
      * Errors: `std::bad_alloc`; nothing has changed.
      */
     bool makeDirectories(TreePath const& path, NodeId& outermostMade);
@@ -106,8 +106,8 @@ public:
     };
 
     /**
-     * Puts a directory built apart in place of what stands at `path`.
-     * Result: false, with nothing changed, when the parent of `path` is not a directory or its name is none.
+     * Puts a directory built apart at `path`, in place of the file or directory there.
+     * Result: false, with nothing changed, when the parent of `path` is not a directory or its name is invalid.
      * Errors: `std::bad_alloc`; nothing has changed.
      */
     bool graft(Apart&& apart, TreePath const& path);

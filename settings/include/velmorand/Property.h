@@ -24,7 +24,8 @@
  *
  * After the register's end, in the destructors of static objects that are older than the register, there are no
  * settings: reads find nothing, writes throw `utils::Exception`. The same holds in a forked child process if
- * another thread held the lock at the moment of the fork.
+ * the lock was held at the moment of the fork, by the forking thread or another. A child that is forked inside a
+ * listener must not return from it: it should call `_exit` or start another program.
  *
  * Locks: each operation takes the settings' lock for the whole call, so it is safe from any thread and from
  * inside a listener.

@@ -68,7 +68,7 @@ public:
     /**
      * Opens a file and stores its handle in `*handle`. Opening for writing makes a missing file in an
      * existing directory. False, with `*handle` set to null, when the file cannot be opened, is a directory,
-     * or `mode` is neither of the two; false for a null `handle`, too.
+     * or `mode` is neither of the two. False for a null `handle` as well.
      */
     virtual bool open(QString const& path, FileHandle** handle, FileSystemMode mode) = 0;
 
@@ -145,7 +145,7 @@ public:
     /** Gives a module back. False on failure and for null. */
     virtual bool unloadModule(void* module) = 0;
 
-    /** The address of an exported symbol of a module; null when it has none such, and for a null module. */
+    /** The address of a symbol that a module exports; null if it does not export it, and for a null module. */
     [[nodiscard]] virtual void* getSymbolAddress(void* module, QString const& symbol) = 0;
 
     /**

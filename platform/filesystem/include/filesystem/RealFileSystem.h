@@ -27,8 +27,9 @@ class RealHandles;
  * have left beside it, and nothing else.
  *
  * A replaced file keeps its owner and group where possible, its permissions, its access control list and its
- * other extended attributes. Nobody is granted more than before: a group that the file loses takes its
- * permissions with it, and a file that cannot keep its access control list grants only what its owner may do.
+ * other extended attributes, all as they are when it is closed. Nobody is granted more than before: a file that
+ * cannot keep its group grants the new group nothing, and others no more than the old group had; a file that cannot
+ * keep its access control list grants only what its owner may do.
  * A symbolic link in its place stays, and its target is replaced. The directory must be writable, and need not
  * be readable.
  *
