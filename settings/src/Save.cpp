@@ -48,14 +48,11 @@ struct Saving {
     std::uint64_t last = 0; ///< the number of the snapshot that the file holds
 };
 
-Saving& saving() {
-    static Saving& only = []() -> Saving& {
-        // A forked child has no thread that could be saving.
-        ::pthread_atfork(nullptr, nullptr, [] { new (&saving().mutex) std::mutex; });
-        return *new Saving; // never destroyed
-    }();
-    return only;
-}
+Saving saving; // without a destructor, so that it serves static objects of any age
+
+/** A forked child has no thread that could be saving. */
+[[maybe_unused]] int const registered =
+    ::pthread_atfork(nullptr, nullptr, [] { new (&saving.mutex) std::mutex; });
 
 SaveResult failed(Snapshot const& snapshot, std::string const& reason) {
     return {false, snapshot.directory + '/' + snapshot.name + ": " + reason};
@@ -78,8 +75,8 @@ bool take(_Register const& settings, Snapshot& snapshot) {
 }
 
 SaveResult write(Snapshot const& snapshot) {
-    std::lock_guard<std::mutex> const lock(saving().mutex);
-    if (saving().last > snapshot.number)
+    std::lock_guard<std::mutex> const lock(saving.mutex);
+    if (saving.last > snapshot.number)
         return {true, {}}; // the file is newer already
     filesystem::RealFileSystem disk(QString::fromStdString(snapshot.directory));
     FileHandle* handle = nullptr;
@@ -90,7 +87,7 @@ SaveResult write(Snapshot const& snapshot) {
     errno = EIO;
     if (disk.write(handle, snapshot.bytes.data(), size) != size || !disk.close(handle))
         return failed(snapshot);
-    saving().last = snapshot.number;
+    saving.last = snapshot.number;
     return {true, {}};
 }
 

@@ -3,7 +3,10 @@
 
 #include <cstdlib>
 #include <mutex>
+#include <new>
 #include <utility>
+
+#include <pthread.h>
 
 #include <utils/Exception.h>
 
@@ -22,6 +25,12 @@ Holder& holder() {
     static auto* const only = new Holder;
     return *only;
 }
+
+/** Made when the library is loaded. A forked child finds the mutex free: it has no thread that could hold it. */
+[[maybe_unused]] int const registered = [] {
+    static_cast<void>(holder());
+    return ::pthread_atfork(nullptr, nullptr, [] { new (&holder().mutex) std::mutex; });
+}();
 
 /** The register was made before this was registered, and so is destroyed after it has run. */
 void endAtExit() {
@@ -55,8 +64,8 @@ Current::Place::~Place() {
 }
 
 void Current::Place::fill(std::shared_ptr<Current> current) {
-    static int const registered = std::atexit(endAtExit);
-    static_cast<void>(registered);
+    static int const atExit = std::atexit(endAtExit);
+    static_cast<void>(atExit);
     std::lock_guard<std::mutex> const lock(holder().mutex);
     holder().current = std::move(current);
     _isFilled = true;
