@@ -44,7 +44,10 @@ private:
     };
 
     Kept exchange(Kept kept) {
-        std::lock_guard<std::mutex> const lock(_mutex);
+        // Nobody waits here, least of all a forked child for a thread that it does not have.
+        std::unique_lock<std::mutex> const lock(_mutex, std::try_to_lock);
+        if (!lock.owns_lock())
+            return {};
         std::swap(_kept, kept);
         return kept;
     }
