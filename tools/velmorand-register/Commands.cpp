@@ -20,6 +20,7 @@
 #include <filesystem/PrivateDirectory.h>
 
 #include "Changes.h"
+#include "Copies.h"
 #include "Exchange.h"
 #include "ParallelWalk.h"
 #include "Record.h"
@@ -258,11 +259,9 @@ Status checkFile(RegisterFile const& file) {
                  counted(static_cast<std::size_t>(loaded.bytesAfter), "byte", "bytes"));
         status = Status::fileTrouble;
     }
-    std::size_t properties = 0;
     for (Walk walk = settings.walk(); walk.next();) {
         if (walk.kind() == Kind::directory)
             continue;
-        ++properties;
         if (Reading const reading = decode(walk.content()); !reading.damage.empty()) {
             complainOf(file, nameOf(walk), reading.damage);
             status = Status::fileTrouble;
@@ -270,7 +269,7 @@ Status checkFile(RegisterFile const& file) {
     }
     if (status == Status::done) {
         printEscaped(std::cout, file.path(), forLine());
-        std::cout << ": sound, " << counted(properties, "property", "properties") << '\n';
+        std::cout << ": sound, " << counted(settings.countProperties(), "property", "properties") << '\n';
     }
     return status;
 }
@@ -398,6 +397,20 @@ Status check(Places const& places, std::optional<std::string> const& path) {
         }
     }
     return worst;
+}
+
+Status restore(Places const& places, std::optional<std::string> const& name) {
+    Directory const directory = theDirectory(places);
+    RegisterFile const file = fileIn(directory);
+    if (!name) {
+        listCopies(file, std::cout);
+        return Status::done;
+    }
+    RegisterFile const copy = findCopy(file, *name);
+    filesystem::DirectoryLock lock;
+    take(lock, directory, places.patience);
+    restoreCopy(file, copy);
+    return Status::done;
 }
 
 Status watch(Places const& places) {
