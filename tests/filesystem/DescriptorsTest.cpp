@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <atomic>
+#include <chrono>
 #include <thread>
 
 #include <unistd.h>
+
+#include <filesystem/FileWatch.h>
+#include <filesystem/PrivateDirectory.h>
 
 #include "DiskSupport.h"
 #include "support/Allocators.h"
@@ -87,6 +91,23 @@ TEST_F(ClosedStandardStreams, AreNotReplacedByAFileOpenForWriting) {
         expectNoStandardStreams();
     });
     EXPECT_EQ(someBytes(100'000), fileBytes(at("f")));
+}
+
+TEST_F(ClosedStandardStreams, AreNotReplacedByAWatch) {
+    inDaemon([this] {
+        filesystem::FileWatch const watch({at("f")});
+        EXPECT_TRUE(watch.isWatching());
+        expectNoStandardStreams();
+    });
+}
+
+TEST_F(ClosedStandardStreams, AreNotReplacedByALock) {
+    inDaemon([this] {
+        filesystem::DirectoryLock lock;
+        EXPECT_EQ(filesystem::DirectoryLock::Outcome::taken,
+                  lock.take(directory.string(), std::chrono::seconds(0)));
+        expectNoStandardStreams();
+    });
 }
 
 TEST_F(ClosedStandardStreams, KeepALogOutOfAFileBeingSaved) {

@@ -114,6 +114,21 @@ TEST_F(Failures, OfAFullDiskLeaveTheOldFile) {
     EXPECT_EQ(1, std::distance(std::filesystem::directory_iterator(user), {}));
 }
 
+TEST_F(Failures, ToRestoreOnAFullDiskLeaveBothFiles) {
+    // So long that only the end of it, which is written last of all, is too much.
+    for (char const* const name : {"a", "b", "c", "d", "e", "f", "g", "h"})
+        answer({"set", "string", name, std::string(room / 8, 'l')});
+    std::string const previous = bytesOf(userFile);
+    answer({"delete", "a"});
+    std::string const current = bytesOf(userFile);
+    ASSERT_EQ(previous, bytesOf(userFile + ".previous"));
+    EXPECT_THAT(runOnAFullDisk({"restore", "previous"}),
+                Complains(3, "not saved: " + userFile + ": File too large"));
+    EXPECT_EQ(current, bytesOf(userFile));
+    EXPECT_EQ(previous, bytesOf(userFile + ".previous"));
+    EXPECT_EQ(2, std::distance(std::filesystem::directory_iterator(user), {}));
+}
+
 TEST_F(Failures, ToPrintAreNotSilent) {
     std::filesystem::remove(outPath());
     std::filesystem::create_symlink("/dev/full", outPath());

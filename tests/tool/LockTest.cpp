@@ -14,6 +14,7 @@ namespace {
 class Lock : public Tool {
 protected:
     Lock() {
+        answer({"set", "integer", "x", "0"});
         answer({"set", "integer", "x", "1"});
         EXPECT_EQ(0, ::flock(_directory, LOCK_EX));
     }
@@ -34,12 +35,14 @@ TEST_F(Lock, IsWaitedForNoLongerThanAsked) {
     EXPECT_THAT(run({"--wait", "0", "set", "integer", "x", "2"}), Complains(3, complaint));
     EXPECT_THAT(run({"--wait", "0", "delete", "x"}), Complains(3, complaint));
     EXPECT_THAT(run({"--wait", "0", "import", "-"}, "{}"), Complains(3, complaint));
+    EXPECT_THAT(run({"--wait", "0", "restore", "previous"}), Complains(3, complaint));
     EXPECT_EQ(before, bytesOf(userFile));
 }
 
 TEST_F(Lock, LetsReadersPass) {
     EXPECT_EQ("1\n", answer({"--wait", "0", "get", "x"}));
     EXPECT_EQ("integer   user   x\n", answer({"--wait", "0", "list"}));
+    EXPECT_NE("", answer({"--wait", "0", "restore"}));
 }
 
 TEST_F(Lock, IsTakenOnceItIsGivenBack) {

@@ -27,7 +27,8 @@ std::vector<Case> wrongCalls() {
         {"NoCommand", {}, "no command given (commands: list, get, "},
         {"NoSuchCommand",
          {"frob"},
-         "no such command: frob (commands: list, get, set, delete, export, import, diff, check, watch)"},
+         "no such command: frob (commands: list, get, set, delete, export, import, diff, check, restore, "
+         "watch)"},
         {"NoSuchOption", {"list", "--frob"}, "no such option: --frob"},
         {"OptionWithoutDirectory", {"list", "--global"}, "--global"},
         {"NoSuchScope",

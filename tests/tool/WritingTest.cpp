@@ -205,3 +205,23 @@ TEST_F(Writing, LosesNothingWhenManyInstancesWriteAtOnce) {
     }
     EXPECT_EQ(userFile + ": sound, 20 properties\n", answer({"check"}));
 }
+
+TEST_F(Writing, KeepsTheFileOfBefore) {
+    std::string before;
+    for (Arguments const& change :
+         {Arguments{"set", "integer", "x", "1"}, {"delete", "x"}, {"import", "--replace", "-"}}) {
+        before = bytesOf(userFile);
+        answer(change, R"({"y": {"type": "integer", "value": 3}})");
+        EXPECT_EQ(before, bytesOf(userFile + ".previous")) << change.front();
+        EXPECT_NE(before, bytesOf(userFile)) << change.front();
+    }
+}
+
+TEST_F(Writing, OfWhatIsThereAlreadyLeavesTheFileOfBefore) {
+    answer({"set", "integer", "x", "1"});
+    answer({"set", "integer", "x", "2"});
+    std::string const before = bytesOf(userFile + ".previous");
+    answer({"set", "integer", "x", "2"});
+    EXPECT_EQ(before, bytesOf(userFile + ".previous"));
+    EXPECT_NE(before, bytesOf(userFile));
+}

@@ -33,7 +33,7 @@ offers() { # EXPECTED WORD...
     fi
 }
 
-offers 'check delete diff export get import list set watch' velmorand-register ''
+offers 'check delete diff export get import list restore set watch' velmorand-register ''
 offers 'diff' velmorand-register --user user di
 offers '--user' velmorand-register get --u
 offers '--replace' velmorand-register import --r
@@ -50,4 +50,8 @@ offers 'deep/er' velmorand-register --user user set string d
 offers '' velmorand-register --user user set string deep/er ''
 offers 'deep' velmorand-register --user user list ''
 offers 'bin user' velmorand-register check ''
+offers 'Velmorand.dat.previous' velmorand-register --user user restore ''
+cp user/Velmorand.dat user/Velmorand.dat.damaged-20261121T093000Z
+offers 'Velmorand.dat.damaged-20261121T093000Z Velmorand.dat.previous' velmorand-register --user user restore Vel
+offers '' velmorand-register --user user restore Velmorand.dat.previous ''
 exit $failed

@@ -17,8 +17,10 @@
 
 #include <sys/stat.h>
 
+#include <filesystem/PrivateDirectory.h>
+
 #include "Changes.h"
-#include "Directory.h"
+#include "Copies.h"
 #include "Exchange.h"
 #include "ParallelWalk.h"
 #include "Record.h"
@@ -116,11 +118,42 @@ std::array<ScopedSettings, 2> settingsToRead(Places const& places) {
     return all;
 }
 
+/** Makes the user's own directory, for the user alone. Errors: `Failure` with the directory that cannot be made. */
+void makeDirectory(std::string const& path) {
+    if (filesystem::makePrivateDirectories(path))
+        return;
+    int const error = errno;
+    std::filesystem::path made;
+    std::error_code ignored;
+    for (std::filesystem::path const& name : std::filesystem::path(path))
+        if (made /= name; !std::filesystem::is_directory(made, ignored))
+            break;
+    throw Failure(Status::fileTrouble, "cannot create the directory " + made.string() + ": " +
+                                           std::generic_category().message(error));
+}
+
+/**
+ * Waits for the lock on a register directory, under which applications and other instances of this program replace
+ * the files in it. Errors: `Failure` when that takes too long, or the directory cannot be opened.
+ */
+void take(filesystem::DirectoryLock& lock, Directory const& directory, std::chrono::seconds patience) {
+    using Outcome = filesystem::DirectoryLock::Outcome;
+    Outcome const outcome = lock.take(directory.path, patience);
+    if (outcome == Outcome::taken)
+        return;
+    throw Failure(Status::fileTrouble,
+                  "nothing changed: " + directory.path + ": " +
+                      (outcome == Outcome::failed
+                           ? std::generic_category().message(errno)
+                           : "locked by another process for more than " + std::to_string(patience.count()) +
+                                 " s (end that process, or wait longer with --wait SECONDS)"));
+}
+
 using Change = std::function<void(Settings&)>;
 
 /**
- * Loads the register file, changes the settings, and saves them, while no other instance does. The file stays
- * untouched when nothing changes.
+ * Loads the register file, changes the settings, and saves them, while no other process replaces the file. The
+ * file stays untouched when nothing changes.
  */
 void edit(Places const& places, Change const& change) {
     Directory const directory = theDirectory(places);
@@ -128,9 +161,10 @@ void edit(Places const& places, Change const& change) {
     if (std::error_code ignored; !directory.isNamed && !std::filesystem::exists(directory.path, ignored)) {
         Settings nothing;
         change(nothing); // a change that fails creates no directory
-        makeDirectories(directory.path);
+        makeDirectory(directory.path);
     }
-    EditLock const lock(directory.path, places.patience);
+    filesystem::DirectoryLock lock;
+    take(lock, directory, places.patience);
     Settings before;
     bool const isThere = file.load(before).isThere;
     Settings after;
@@ -225,11 +259,9 @@ Status checkFile(RegisterFile const& file) {
                  counted(static_cast<std::size_t>(loaded.bytesAfter), "byte", "bytes"));
         status = Status::fileTrouble;
     }
-    std::size_t properties = 0;
     for (Walk walk = settings.walk(); walk.next();) {
         if (walk.kind() == Kind::directory)
             continue;
-        ++properties;
         if (Reading const reading = decode(walk.content()); !reading.damage.empty()) {
             complainOf(file, nameOf(walk), reading.damage);
             status = Status::fileTrouble;
@@ -237,7 +269,7 @@ Status checkFile(RegisterFile const& file) {
     }
     if (status == Status::done) {
         printEscaped(std::cout, file.path(), forLine());
-        std::cout << ": sound, " << counted(properties, "property", "properties") << '\n';
+        std::cout << ": sound, " << counted(settings.countProperties(), "property", "properties") << '\n';
     }
     return status;
 }
@@ -365,6 +397,20 @@ Status check(Places const& places, std::optional<std::string> const& path) {
         }
     }
     return worst;
+}
+
+Status restore(Places const& places, std::optional<std::string> const& name) {
+    Directory const directory = theDirectory(places);
+    RegisterFile const file = fileIn(directory);
+    if (!name) {
+        listCopies(file, std::cout);
+        return Status::done;
+    }
+    RegisterFile const copy = findCopy(file, *name);
+    filesystem::DirectoryLock lock;
+    take(lock, directory, places.patience);
+    restoreCopy(file, copy);
+    return Status::done;
 }
 
 Status watch(Places const& places) {

@@ -30,6 +30,7 @@ Status exportGroup(Places const& places, std::string const& group);
 Status import(Places const& places, std::string const& source, bool isReplacing);
 Status diff(std::string const& before, std::string const& after);
 Status check(Places const& places, std::optional<std::string> const& path);
+Status restore(Places const& places, std::optional<std::string> const& name);
 Status watch(Places const& places);
 
 } // namespace tool

@@ -64,7 +64,9 @@ void RegisterFile::save(Settings const& settings) const {
         throw failed(errno);
     errno = EIO;
     // A handle that is not closed leaves the file as it was.
-    if (!settings.write(*handle) || !disk.close(handle))
+    if (!settings.write(*handle) ||
+        (!disk.keepAs(toQString(_name), toQString(_name + previousEnding)) && errno != ENOENT) ||
+        !disk.close(handle))
         throw failed(errno);
 }
 

@@ -10,6 +10,9 @@ namespace tool {
 /** The register file's name in a register directory. */
 constexpr char const* registerFileName = "Velmorand.dat";
 
+/** What the name of the file before the last save adds to that of a register file. */
+constexpr char const* previousEnding = ".previous";
+
 /** What a register file was found to be. */
 struct Loaded {
     bool isThere;
@@ -33,7 +36,10 @@ public:
     Loaded
     load(Settings& settings) const; // NOLINT(modernize-use-nodiscard): missing is often as good as empty
 
-    /** Replaces the file by settings, in one step. Errors: `Failure`; the file is as it was. */
+    /**
+     * Replaces the file by settings, in one step, and keeps the old one, if there is one, as the previous file, in
+     * place of the one before. Errors: `Failure`; the file is as it was.
+     */
     void save(Settings const& settings) const;
 
 private:

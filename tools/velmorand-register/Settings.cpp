@@ -72,6 +72,14 @@ Walk Settings::walk(std::string const& group) const {
     return Walk(*_files, top, group);
 }
 
+std::size_t Settings::countProperties() const {
+    std::size_t count = 0;
+    for (Walk entry = walk(); entry.next();)
+        if (entry.kind() == Kind::file)
+            ++count;
+    return count;
+}
+
 void Settings::write(std::string const& name, std::string const& record) {
     if (isGroup(name))
         throw Failure(Status::misuse, "cannot set \"" + name + "\": it is a group");

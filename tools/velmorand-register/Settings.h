@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -41,6 +42,8 @@ public:
 
     /** Everything in a group, in the order of the names; that of a group counts with a "/" at its end. */
     [[nodiscard]] Walk walk(std::string const& group = "") const;
+
+    [[nodiscard]] std::size_t countProperties() const;
 
     /**
      * Sets a property's record, whatever it was before, and makes its groups.

@@ -48,7 +48,7 @@ _velmorand_register() {
     local names=''
     case $command in
     '')
-        COMPREPLY=($(compgen -W 'list get set delete export import diff check watch' -- "$cur"))
+        COMPREPLY=($(compgen -W 'list get set delete export import diff check restore watch' -- "$cur"))
         return
         ;;
     diff | check | import)
@@ -66,6 +66,13 @@ _velmorand_register() {
     get) names=properties ;;
     delete) names=both ;;
     list | export) names=groups ;;
+    restore)
+        ((cword == command_at + 1)) || return
+        # A line of the list: the time, the name, a colon.
+        COMPREPLY=($(compgen -W "$(velmorand-register "${places[@]}" restore 2>/dev/null |
+            cut -c 22- | cut -d : -f 1)" -- "$cur"))
+        return
+        ;;
     *) return ;;
     esac
 

@@ -188,6 +188,13 @@ private:
         check->add_option("FILE", _checked, "A register file, or its directory [those of the scopes]")
             ->type_name("");
 
+        auto* const restore = add("restore", "List the kept copies of a register file, or put one back",
+                                  [this] { return tool::restore(_places, _copy); });
+        restore
+            ->add_option("NAME", _copy,
+                         "The copy to put back; \"previous\" is the one before the last change")
+            ->type_name("");
+
         add("watch", "Print what other processes change, old and new",
             [this] { return tool::watch(_places); });
     }
@@ -206,6 +213,7 @@ private:
     std::string _file;
     std::string _otherFile;
     std::optional<std::string> _checked;
+    std::optional<std::string> _copy;
     bool _isRecursive = false;
     bool _isLong = false;
     bool _isReplacing = false;

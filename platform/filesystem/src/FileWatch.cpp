@@ -2,6 +2,7 @@
 #include "filesystem/FileWatch.h"
 
 #include <array>
+#include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <map>
@@ -30,12 +31,17 @@ constexpr std::uint32_t entryEvents = IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FR
 class FileWatch::Watches {
 public:
     explicit Watches(std::vector<std::string> const& paths)
-        : _events(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
-        for (std::string const& path : paths)
-            follow(path, hopLimit);
+        : _events(opened([] { return ::inotify_init1(IN_CLOEXEC | IN_NONBLOCK); })),
+          _error(_events.isOpen() ? 0 : errno) {
+        if (_events.isOpen())
+            for (std::string const& path : paths)
+                follow(path, hopLimit);
     }
 
     [[nodiscard]] int descriptor() const noexcept { return _events.number(); }
+
+    /** Why some file is not watched; 0 if all are. */
+    [[nodiscard]] int error() const noexcept { return _error; }
 
     struct Taken {
         bool concernsFile = false;
@@ -90,6 +96,8 @@ private:
             else if (isNoLink && !watch(place, ownEvents | IN_ONLYDIR) &&
                      (errno == ENOENT || errno == ENOTDIR)) {
                 watchEntry(around, *level, true);
+                if (watch(place, ownEvents | IN_ONLYDIR)) // made meanwhile
+                    follow(path, hops);
                 return;
             }
             if (!isNoLink) {
@@ -109,8 +117,12 @@ private:
     /** Watches for the coming and going of one entry of a directory. */
     void watchEntry(std::filesystem::path const& directory, std::filesystem::path const& name, bool isOnWay) {
         int const watched = add(directory, ownEvents | entryEvents | IN_ONLYDIR);
-        if (watched < 0)
+        if (watched < 0) {
+            // One that was removed meanwhile has been noticed on the way.
+            if (errno != ENOENT && errno != ENOTDIR)
+                _error = errno;
             return;
+        }
         Names& names = _names[watched];
         (isOnWay ? names.missing : names.files).insert(name.string());
     }
@@ -123,6 +135,7 @@ private:
     }
 
     Descriptor _events;
+    int _error;
     std::map<int, Names> _names;
 };
 
@@ -132,7 +145,8 @@ FileWatch::FileWatch(std::vector<std::string> paths)
 FileWatch::~FileWatch() = default;
 
 bool FileWatch::isWatching() const noexcept {
-    return descriptor() >= 0;
+    errno = _watches->error();
+    return errno == 0;
 }
 
 int FileWatch::descriptor() const noexcept {

@@ -23,13 +23,17 @@ public:
     /**
      * Watches files by their absolute UTF-8 paths, from now on: a file that is read after this is not older than
      * what the watch will notice.
-     * Errors: none. Where the system has no watches left, `isWatching()` is false and nothing is noticed.
+     * Errors: none; see `isWatching`.
      */
     explicit FileWatch(std::vector<std::string> paths);
     FileWatch(FileWatch const&) = delete;
     FileWatch& operator=(FileWatch const&) = delete;
     ~FileWatch();
 
+    /**
+     * Whether all files are watched. Otherwise `errno` says why: the system has no watches left, or the directory of
+     * a file may not be read. `takeEvents` tries again when something else on the way to the file has changed.
+     */
     [[nodiscard]] bool isWatching() const noexcept;
 
     /** Readable when something has happened; -1 if nothing is watched. It may differ after `takeEvents`. */

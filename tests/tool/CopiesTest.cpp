@@ -1,0 +1,185 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cstdlib>
+#include <filesystem>
+#include <set>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <velmorand/LiveSettings.h>
+#include <velmorand/Property.h>
+
+#include "Tool.h"
+
+using namespace tool;
+
+namespace {
+
+constexpr char const* damagedName = "Velmorand.dat.damaged-20261121T093000Z";
+
+/** The tool, on a register file in which "x" is 2, and was 1 before. */
+class Copies : public Tool {
+protected:
+    Copies() {
+        answer({"set", "integer", "x", "1"});
+        one = bytesOf(userFile);
+        answer({"set", "integer", "x", "2"});
+        two = bytesOf(userFile);
+    }
+
+    [[nodiscard]] std::set<std::string> files() const {
+        std::set<std::string> names;
+        for (auto const& entry : std::filesystem::directory_iterator(user))
+            names.insert(entry.path().filename().string());
+        return names;
+    }
+
+    /** Makes a copy that was written so many seconds after the beginning of 1970, UTC. */
+    void putCopy(std::string const& name, std::string const& bytes, time_t written) const {
+        std::string const path = user + '/' + name;
+        putBytes(path, bytes);
+        setTime(path, written);
+    }
+
+    static void setTime(std::string const& path, time_t written) {
+        struct timespec const times[] = {{written, 0}, {written, 0}};
+        EXPECT_EQ(0, ::utimensat(AT_FDCWD, path.c_str(), times, 0));
+    }
+
+    std::string previousFile = userFile + ".previous";
+    std::string damagedFile = user + '/' + damagedName;
+    std::string one;
+    std::string two;
+};
+
+} // namespace
+
+TEST_F(Copies, AreListedNewestFirstInLocalTime) {
+    ::setenv("TZ", "Test-2", 1); // two hours east of Greenwich
+    setTime(previousFile, 1'000'000'000);
+    putCopy(damagedName, "garbage", 1'000'000'001);
+    putCopy("Velmorand.dat.damaged-20261121T093000Z-2", two, 999'999'999);
+    putCopy("Velmorand.dat.damaged-20251121T093000Z", two.substr(0, two.size() - 1), 0);
+    std::string const lines = answer({"restore"});
+    EXPECT_THAT(lines,
+                testing::MatchesRegex("2001-09-09T03:46:41  [^ ]*-20261121T093000Z: not a register file\n"
+                                      "2001-09-09T03:46:40  Velmorand.dat.previous: 1 property\n"
+                                      "2001-09-09T03:46:39  [^ ]*-20261121T093000Z-2: 1 property\n"
+                                      "1970-01-01T02:00:00  [^ ]*-20251121T093000Z: [^\n]+\n"));
+    EXPECT_THAT(lines, testing::Not(testing::HasSubstr("Z: 1 property")));
+}
+
+TEST_F(Copies, AreNothingElseBesideTheFile) {
+    std::filesystem::remove(previousFile);
+    for (char const* const other :
+         {"Velmorand.dat.bak", "Velmorand.dat.damaged-\x1b[2J", "Other.dat.previous",
+          ".Velmorand.dat.previous", "Velmorand.dat.previous~"})
+        putBytes(user + '/' + other, one);
+    EXPECT_EQ("", answer({"restore"}));
+}
+
+TEST_F(Copies, NeedNoDirectory) {
+    Outcome const list = runBare({"restore"});
+    EXPECT_EQ(0, list.status);
+    EXPECT_EQ("", list.out + list.err);
+    EXPECT_THAT(runBare({"restore", "previous"}), Complains(1, "no such copy: previous"));
+    EXPECT_FALSE(std::filesystem::exists(at(".config")));
+}
+
+TEST_F(Copies, ThatArePutBackTwiceAreWhereTheyWere) {
+    EXPECT_EQ("", answer({"restore", "previous"}));
+    EXPECT_EQ(one, bytesOf(userFile));
+    EXPECT_EQ(two, bytesOf(previousFile));
+    answer({"restore", "Velmorand.dat.previous"});
+    EXPECT_EQ(two, bytesOf(userFile));
+    EXPECT_EQ(one, bytesOf(previousFile));
+    EXPECT_THAT(files(), testing::ElementsAre("Velmorand.dat", "Velmorand.dat.previous"));
+}
+
+TEST_F(Copies, StayWhenTheyArePutBack) {
+    answer({"set", "integer", "x", "3"});
+    std::string const three = bytesOf(userFile);
+    putBytes(damagedFile, one);
+    answer({"restore", damagedName});
+    EXPECT_EQ(one, bytesOf(userFile));
+    EXPECT_EQ(one, bytesOf(damagedFile));
+    EXPECT_EQ(three, bytesOf(previousFile));
+    answer({"restore", "previous"});
+    EXPECT_EQ(three, bytesOf(userFile));
+    EXPECT_THAT(files(), testing::ElementsAre("Velmorand.dat", damagedName, "Velmorand.dat.previous"));
+}
+
+TEST_F(Copies, WithTheSameSettingsChangeNothing) {
+    putBytes(damagedFile, two);
+    answer({"restore", damagedName});
+    EXPECT_EQ(two, bytesOf(userFile));
+    EXPECT_EQ(one, bytesOf(previousFile));
+}
+
+TEST_F(Copies, ThatAreDamagedAreRefused) {
+    putBytes(damagedFile, two.substr(0, two.size() - 1));
+    std::string const damage = bytesOf(damagedFile);
+    EXPECT_THAT(run({"restore", damagedName}), Complains(3, damagedFile + ": "));
+    EXPECT_EQ(two, bytesOf(userFile));
+    EXPECT_EQ(one, bytesOf(previousFile));
+    EXPECT_EQ(damage, bytesOf(damagedFile));
+    EXPECT_EQ(3U, files().size());
+}
+
+TEST_F(Copies, AreFoundByNoOtherName) {
+    putBytes(at("Velmorand.dat.previous"), one);
+    for (std::string const& name :
+         {std::string("missing"), std::string("Velmorand.dat"), std::string(damagedName),
+          std::string("../Velmorand.dat.previous"), previousFile, std::string()})
+        EXPECT_THAT(run({"restore", name}), Complains(1, "no such copy: " + name)) << name;
+    EXPECT_EQ(two, bytesOf(userFile));
+}
+
+TEST_F(Copies, TakeThePlaceOfAMissingFile) {
+    std::filesystem::remove(userFile);
+    answer({"restore", "previous"});
+    EXPECT_EQ(one, bytesOf(userFile));
+    EXPECT_EQ(one, bytesOf(previousFile));
+}
+
+TEST_F(Copies, TakeThePlaceOfADamagedFileWhichIsKept) {
+    putBytes(at("damaged"), "garbage");
+    std::filesystem::rename(at("damaged"), userFile);
+    answer({"restore", "previous"});
+    EXPECT_EQ(one, bytesOf(userFile));
+    EXPECT_EQ("garbage", bytesOf(previousFile));
+}
+
+TEST_F(Copies, OfTheGlobalFileAreBesideIt) {
+    Arguments const onGlobal{"--global", global, "--scope", "global"};
+    auto const runOnGlobal = [&](Arguments const& arguments) {
+        Arguments all = onGlobal;
+        all.insert(all.end(), arguments.begin(), arguments.end());
+        return answer(all);
+    };
+    runOnGlobal({"set", "integer", "x", "3"});
+    EXPECT_EQ("", runOnGlobal({"restore"}));
+    runOnGlobal({"set", "integer", "x", "4"});
+    EXPECT_THAT(runOnGlobal({"restore"}), testing::EndsWith("  Velmorand.dat.previous: 1 property\n"));
+    runOnGlobal({"restore", "previous"});
+    EXPECT_EQ("3\n", runOnGlobal({"get", "x"}));
+    EXPECT_EQ(two, bytesOf(userFile));
+}
+
+TEST_F(Copies, ThatAKilledRestoreHasLeftCanBePutBack) {
+    putBytes(userFile + ".previous.old", one);
+    putBytes(previousFile, two);
+    EXPECT_THAT(answer({"restore"}), testing::HasSubstr("  Velmorand.dat.previous.old: 1 property\n"));
+    answer({"restore", "Velmorand.dat.previous.old"});
+    EXPECT_EQ(one, bytesOf(userFile));
+    EXPECT_THAT(files(), testing::ElementsAre("Velmorand.dat", "Velmorand.dat.previous"));
+}
+
+TEST_F(Copies, AreSeenByRunningApplications) {
+    velmorand::LiveSettings live({user, global, std::chrono::milliseconds(100), {}});
+    EXPECT_EQ(2, velmorand::read<int>("x"));
+    answer({"restore", "previous"});
+    EXPECT_TRUE(live.sync().saved);
+    EXPECT_EQ(1, velmorand::read<int>("x"));
+    EXPECT_EQ(one, bytesOf(userFile));
+}

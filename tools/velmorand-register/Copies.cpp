@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Copies.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <ctime>
+#include <filesystem>
+#include <ostream>
+#include <string_view>
+#include <system_error>
+#include <tuple>
+#include <vector>
+
+#include <sys/stat.h>
+
+#include <filesystem/RealFileSystem.h>
+
+#include "Changes.h"
+#include "Failure.h"
+#include "Text.h"
+
+namespace tool {
+
+namespace {
+
+// What a restore that was killed may leave: the previous file of before.
+constexpr char const* olderEnding = ".previous.old";
+
+bool isDamagedEnding(std::string_view ending) {
+    constexpr std::string_view begin = ".damaged-"; // and the time in UTC, and perhaps a number
+    return ending.substr(0, begin.size()) == begin &&
+           ending.find_first_not_of("0123456789TZ-", begin.size()) == std::string_view::npos;
+}
+
+/** Whether this is the name of a copy, of whatever file there is under it. */
+bool isCopyName(RegisterFile const& file, std::string_view name) {
+    if (name.substr(0, file.name().size()) != file.name())
+        return false;
+    std::string_view const ending = name.substr(file.name().size());
+    return ending == previousEnding || ending == olderEnding || isDamagedEnding(ending);
+}
+
+RegisterFile beside(RegisterFile const& file, std::string const& name) {
+    return RegisterFile(file.directory() + '/' + name);
+}
+
+struct Copy {
+    std::string name;
+    ::timespec written;
+};
+
+bool isNewer(Copy const& left, Copy const& right) {
+    return std::tie(left.written.tv_sec, left.written.tv_nsec, left.name) >
+           std::tie(right.written.tv_sec, right.written.tv_nsec, right.name);
+}
+
+std::vector<Copy> copiesOf(RegisterFile const& file) {
+    std::vector<Copy> copies;
+    std::error_code error;
+    std::filesystem::directory_iterator entry(file.directory(), error);
+    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+        std::string const name = entry->path().filename().string();
+        struct stat status = {};
+        if (isCopyName(file, name) && ::stat(entry->path().c_str(), &status) == 0)
+            copies.push_back({name, status.st_mtim});
+    }
+    if (error && error.value() != ENOENT)
+        throw Failure(Status::fileTrouble, file.directory() + ": " + error.message());
+    std::sort(copies.begin(), copies.end(), isNewer);
+    return copies;
+}
+
+std::string localTime(std::time_t time) {
+    std::tm parts = {};
+    std::array<char, 64> text{};
+    if (::localtime_r(&time, &parts) == nullptr)
+        return '@' + std::to_string(time); // a year that the system cannot count
+    return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts)};
+}
+
+std::string stateOf(RegisterFile const& copy) {
+    Settings settings;
+    try {
+        copy.load(settings);
+    } catch (Failure const& damage) {
+        return std::string(damage.what()).substr(copy.path().size() + 2); // after the path, which is known
+    }
+    return counted(settings.countProperties(), "property", "properties");
+}
+
+/** Whether a file holds these settings, and no damage. */
+bool holds(RegisterFile const& file, Settings const& settings) {
+    Settings own;
+    try {
+        return file.load(own).isThere && areEqual(own, settings);
+    } catch (Failure const&) {
+        return false;
+    }
+}
+
+/**
+ * Keeps the previous file under a third name while its own is given to the file that is being replaced, so that a
+ * process that is killed, or a disk that is full, never leaves fewer contents than there were.
+ */
+class PreviousKept {
+public:
+    explicit PreviousKept(RegisterFile const& file)
+        : _current(file.path()), _previous(file.name() + previousEnding), _older(file.name() + olderEnding),
+          _directory(file.directory()), _disk(toQString(_directory)) {
+        _isKept = _disk.keepAs(toQString(_previous), toQString(_older));
+        if (!_isKept && errno != ENOENT)
+            throw Failure(Status::fileTrouble,
+                          "not restored: " + at(_older) + ": " + std::generic_category().message(errno));
+    }
+
+    /** The file has been replaced. */
+    void drop() {
+        if (_isKept)
+            _disk.remove(toQString(_older));
+    }
+
+    /** The file could not be replaced. Once it has been all the same, both of its old contents are needed. */
+    void putBack() {
+        if (!_isKept)
+            return;
+        if (isSame(_current, at(_previous)))
+            _disk.keepAs(toQString(_older), toQString(_previous));
+        if (isSame(at(_older), at(_previous)))
+            drop();
+    }
+
+private:
+    [[nodiscard]] std::string at(std::string const& name) const { return _directory + '/' + name; }
+
+    static bool isSame(std::string const& left, std::string const& right) {
+        std::error_code ignored;
+        return std::filesystem::equivalent(left, right, ignored);
+    }
+
+    std::string _current;
+    std::string _previous;
+    std::string _older;
+    std::string _directory;
+    filesystem::RealFileSystem _disk;
+    bool _isKept = false;
+};
+
+} // namespace
+
+void listCopies(RegisterFile const& file, std::ostream& out) {
+    for (Copy const& copy : copiesOf(file)) {
+        out << localTime(copy.written.tv_sec) << "  " << copy.name << ": ";
+        printEscaped(out, stateOf(beside(file, copy.name)), forLine());
+        out << '\n';
+    }
+}
+
+RegisterFile findCopy(RegisterFile const& file, std::string const& name) {
+    std::string const full = name == "previous" ? file.name() + previousEnding : name;
+    std::error_code ignored;
+    if (!isCopyName(file, full) || !std::filesystem::exists(beside(file, full).path(), ignored))
+        throw Failure(Status::notThere, "no such copy: " + name);
+    return beside(file, full);
+}
+
+void restoreCopy(RegisterFile const& file, RegisterFile const& copy) {
+    Settings settings;
+    if (!copy.load(settings).isThere) // it was a moment ago
+        throw Failure(Status::notThere, "no such copy: " + copy.name());
+    if (holds(file, settings))
+        return;
+    PreviousKept previous(file);
+    try {
+        file.save(settings);
+    } catch (Failure const&) {
+        previous.putBack();
+        throw;
+    }
+    previous.drop();
+}
+
+} // namespace tool
