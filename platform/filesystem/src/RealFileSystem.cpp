@@ -390,6 +390,9 @@ bool RealFileSystem::copy(QString const& path, QString const& second) {
     if (!open(path, &from, MODE_READ))
         return false;
     bool isCopied = open(second, &to, MODE_WRITE);
+    // For its owner alone: the file may be readable for fewer than a new one is.
+    if (RealHandle const* const made = isCopied ? _handles->find(to) : nullptr; made != nullptr)
+        isCopied = ::fchmod(made->descriptor(), S_IRUSR | S_IWUSR) == 0;
     std::array<char, 65'536> part{};
     while (isCopied) {
         long const got = read(from, part.data(), static_cast<long>(part.size()));
