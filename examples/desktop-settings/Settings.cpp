@@ -3,6 +3,9 @@
 
 #include <vector>
 
+#include <velmorand/Lock.h>
+#include <velmorand/Property.h>
+
 namespace desktop {
 
 using namespace utils::properties;
@@ -12,30 +15,6 @@ namespace {
 _Register& settings() {
     return *_Register::getInstance();
 }
-
-/** Writes whatever kind it is called with. */
-struct Writer {
-    void* sender;
-    std::string const& name;
-    RegisterScope scope;
-
-    void operator()(std::string const& value) const { settings()._writeString(sender, name, value, scope); }
-    void operator()(int value) const { settings()._writeInteger(sender, name, value, scope); }
-    void operator()(double value) const { settings()._writeNumber(sender, name, value, scope); }
-    void operator()(bool value) const { settings()._writeBoolean(sender, name, value, scope); }
-    void operator()(std::vector<std::string> const& value) const {
-        settings()._writeStrings(sender, name, value, scope);
-    }
-    void operator()(std::vector<int> const& value) const {
-        settings()._writeIntegers(sender, name, value, scope);
-    }
-    void operator()(std::vector<double> const& value) const {
-        settings()._writeNumbers(sender, name, value, scope);
-    }
-    void operator()(std::vector<bool> const& value) const {
-        settings()._writeBooleans(sender, name, value, scope);
-    }
-};
 
 template <class Held>
 Value readWith(void (_Register::*reader)(std::string const&, Held&), std::string const& name) {
@@ -60,10 +39,11 @@ Value readList(std::string const& name, Type elementType) {
 } // namespace
 
 void write(void* sender, std::string const& name, Value const& value, RegisterScope scope) {
-    std::visit(Writer{sender, name, scope}, value);
+    std::visit([&](auto const& held) { velmorand::write(name, held, scope, sender); }, value);
 }
 
 Value read(std::string const& name) {
+    velmorand::Lock const lock; // the type and the value must be the same moment's
     Type elementType{};
     switch (settings().readPropertyType(name, &elementType)) {
     case TYPE_STRING:
@@ -79,6 +59,10 @@ Value read(std::string const& name) {
     }
 }
 
+std::string shortName(std::string const& name) {
+    return name.substr(name.find(desktopGroup) == 0 ? std::string(desktopGroup).size() + 1 : 0);
+}
+
 std::string scopeOf(std::string const& name) {
     if (settings().propertyExists(name, SCOPE_USER))
         return "user";
@@ -90,6 +74,7 @@ std::string scopeOf(std::string const& name) {
 }
 
 int countProperties(std::string const& group, RegisterScope scope) {
+    velmorand::Lock const lock;
     int count = 0;
     std::vector<std::string> groups = {group};
     while (!groups.empty()) {

@@ -19,10 +19,19 @@ void write(void* sender, std::string const& name, Value const& value, utils::pro
 /** Reads a value of any kind. Errors: those of the register's readers. */
 Value read(std::string const& name);
 
-/** The scope that readers take a property from, in words; "nowhere" when there is none. */
+/** The group of most settings. */
+inline constexpr char const* desktopGroup = "org/gnome/desktop";
+
+/** A property of the running application only. */
+inline constexpr char const* sessionProperty = "session/presentation-mode";
+
+/** A setting's name without the group of most settings, for people. */
+std::string shortName(std::string const& name);
+
+/** The scope that readers take a property from, in words; "nowhere" if no scope has it. */
 std::string scopeOf(std::string const& name);
 
-/** How many properties lie in a group and below it; the empty name stands for the whole scope. */
+/** The number of properties in a group and its subgroups; an empty name stands for the whole scope. */
 int countProperties(std::string const& group, utils::properties::RegisterScope scope);
 
 /** Errors: `std::runtime_error` with `message` unless `holds`. */
@@ -32,7 +41,7 @@ inline void require(bool holds, std::string const& message) {
 }
 
 /**
- * Runs a program's body. Result: its exit status, 1 with a message on the error output when the body threw.
+ * Runs a program's body. Result: its exit status, 1 with a message on standard error if the body threw.
  */
 template <class Body>
 int runProgram(char const* name, Body&& body) {

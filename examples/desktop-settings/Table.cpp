@@ -6,8 +6,6 @@
 
 #include <QString>
 
-#include "Settings.h"
-
 namespace desktop {
 
 namespace {
@@ -59,15 +57,6 @@ void Table::print(std::ostream& out) const {
     printLine(out, rules, widths);
     for (std::size_t number = 1; number < _lines.size(); ++number)
         printLine(out, _lines[number], widths);
-}
-
-Table settingsTable() {
-    return Table({"name", "value", "kind", "scope"});
-}
-
-void addSetting(Table& table, std::string const& name) {
-    Value const value = read(name);
-    table.add({name, textOf(value), kindOf(value), scopeOf(name)});
 }
 
 } // namespace desktop

@@ -21,10 +21,4 @@ private:
     std::vector<std::vector<std::string>> _lines;
 };
 
-/** A table for settings: name, value, kind, scope. */
-Table settingsTable();
-
-/** Adds a setting as the register's readers see it now. */
-void addSetting(Table& table, std::string const& name);
-
 } // namespace desktop

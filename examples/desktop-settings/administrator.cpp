@@ -1,22 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// usage: desktop-settings-administrator SCHEMAS REGISTER-DIRECTORY
+// usage: desktop-settings-administrator SCHEMAS DIRECTORY
 //
-// Fills an empty register directory with every default value of the desktop's schemas.
+// Sets every default value of the desktop's schemas for everyone: an administrator's file is an ordinary user's file, in
+// the directory that other users have as the global one.
 
 #include <iostream>
 #include <map>
 #include <string>
 
-#include <utils/properties/Register.h>
+#include <velmorand/LiveSettings.h>
+#include <velmorand/Property.h>
 
-#include "Overrides.h"
 #include "Schemas.h"
 #include "Settings.h"
 #include "Table.h"
 
 using namespace desktop;
-using utils::properties::_Register;
 
 namespace {
 
@@ -24,11 +24,11 @@ std::string groupOf(std::string const& name) {
     return name.substr(0, name.rfind('/'));
 }
 
-/** Result: how many settings each group got. */
+/** Result: the number of settings in each group. */
 std::map<std::string, int> writeDefaults(std::map<std::string, Value> const& defaults) {
     std::map<std::string, int> groups;
     for (auto const& [name, value] : defaults) {
-        write(nullptr, name, value, utils::properties::SCOPE_USER);
+        write(nullptr, name, value, velmorand::SCOPE_USER);
         ++groups[groupOf(name)];
     }
     return groups;
@@ -38,7 +38,7 @@ void verify(std::map<std::string, Value> const& defaults) {
     for (auto const& [name, value] : defaults)
         require(read(name) == value,
                 name + " reads as " + textOf(read(name)) + " instead of " + textOf(value));
-    int const found = countProperties("", utils::properties::SCOPE_USER);
+    int const found = countProperties("", velmorand::SCOPE_USER);
     require(found == static_cast<int>(defaults.size()),
             "the register holds " + std::to_string(found) + " settings");
 }
@@ -55,27 +55,21 @@ void printKinds(Schemas const& schemas) {
     table.print(std::cout);
 }
 
-void administrate(std::string const& schemasDirectory, std::string const& registerDirectory) {
+void administrate(std::string const& schemasDirectory, std::string const& directory) {
     Schemas const schemas = readSchemas(schemasDirectory);
-    _Register::initialize("", registerDirectory);
+    velmorand::LiveSettings const live{{directory, directory + "/nobody-above"}};
     std::map<std::string, int> const groups = writeDefaults(schemas.settings);
     verify(schemas.settings);
-
-    std::cout << "Administrator: wrote " << schemas.settings.size() << " settings in " << groups.size()
-              << " groups and read every one back.\n\n";
+    std::cout << "The administrator sets " << schemas.settings.size() << " settings in " << groups.size()
+              << " groups for everyone:\n\n";
     printKinds(schemas);
-    std::cout << "\nSome of them:\n\n";
-    Table table = settingsTable();
-    for (std::string const& name : shownSettings())
-        addSetting(table, name);
-    table.print(std::cout);
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
     return runProgram("administrator", [&] {
-        require(argc == 3, "usage: desktop-settings-administrator SCHEMAS REGISTER-DIRECTORY");
+        require(argc == 3, "usage: desktop-settings-administrator SCHEMAS DIRECTORY");
         administrate(argv[1], argv[2]);
     });
 }

@@ -1,66 +1,93 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// usage: desktop-settings-check SCHEMAS GLOBAL-DIRECTORY USER-DIRECTORY
+// usage: desktop-settings-check SCHEMAS USER-DIRECTORY GLOBAL-DIRECTORY CHANGES
 //
-// Looks at every setting that the administrator and the application left: the overrides come from the user
-// scope, all others from the global one, and what was temporary is gone.
+// Compares every setting with the changes that have been made: each setting has the value of its last change, in the
+// right scope, or the schemas' value if there was none; nothing else was saved.
 
 #include <iostream>
+#include <map>
 #include <string>
 
-#include <utils/properties/Register.h>
+#include <velmorand/LiveSettings.h>
+#include <velmorand/Property.h>
 
-#include "Overrides.h"
+#include "Changes.h"
 #include "Schemas.h"
 #include "Settings.h"
 #include "Table.h"
 
 using namespace desktop;
-using utils::properties::_Register;
 
 namespace {
 
-void verify(std::string const& name, Value const& expected, std::string const& scope) {
-    Value const found = read(name);
-    require(found == expected, name + " is " + textOf(found) + ", expected " + textOf(expected));
-    require(scopeOf(name) == scope, name + " comes from the scope " + scopeOf(name) + ", expected " + scope);
-}
+/** A setting as it should be. */
+struct Expected {
+    Value value;
+    std::string scope;
+    std::string by; ///< who has changed it, oldest first
+};
 
-void verifyCount(utils::properties::RegisterScope scope, std::size_t expected, std::string const& words) {
-    int const found = countProperties("", scope);
-    require(found == static_cast<int>(expected), "the " + words + " scope holds " + std::to_string(found) +
-                                                     " settings, expected " + std::to_string(expected));
-}
-
-void check(std::string const& schemasDirectory, std::string const& globalDirectory,
-           std::string const& userDirectory) {
-    Schemas const schemas = readSchemas(schemasDirectory);
-    _Register::initialize(globalDirectory, userDirectory);
-
-    for (auto const& [name, value] : schemas.settings) {
-        auto const own = overrides().find(name);
-        bool const overridden = own != overrides().end();
-        verify(name, overridden ? own->second : value, overridden ? "user" : "global");
+std::map<std::string, Expected> expectedSettings(Schemas const& schemas, std::string const& changesFile) {
+    std::map<std::string, Expected> expected;
+    for (auto const& [name, value] : schemas.settings)
+        expected[name] = {value, "global", ""};
+    for (Change const& change : readChanges(changesFile)) {
+        Expected& setting = expected[change.name];
+        setting = {change.value, change.scope, setting.by + (setting.by.empty() ? "" : ", ") + change.by};
     }
-    verifyCount(utils::properties::SCOPE_GLOBAL, schemas.settings.size(), "global");
-    verifyCount(utils::properties::SCOPE_USER, overrides().size(), "user");
-    require(scopeOf(sessionProperty) == "nowhere", std::string(sessionProperty) + " was saved");
+    return expected;
+}
 
-    std::cout << "Check: " << overrides().size() << " settings are the user's, "
-              << schemas.settings.size() - overrides().size()
-              << " the administrator's; every value is right, and the temporary one is gone.\n\n";
-    Table table = settingsTable();
-    for (std::string const& name : shownSettings())
-        addSetting(table, name);
-    table.add({sessionProperty, "(gone)", "", scopeOf(sessionProperty)});
+/** What is wrong with a setting; empty if nothing is. */
+std::string faultOf(std::string const& name, Expected const& expected) {
+    std::string const scope = scopeOf(name);
+    if (scope == "nowhere")
+        return "MISSING";
+    if (read(name) != expected.value)
+        return "WRONG: expected " + textOf(expected.value);
+    return scope == expected.scope ? "" : "WRONG: expected in the scope " + expected.scope;
+}
+
+void verifyCount(velmorand::RegisterScope scope, int expected, std::string const& words) {
+    int const found = countProperties("", scope);
+    require(found == expected, "the " + words + " scope holds " + std::to_string(found) +
+                                   " settings, expected " + std::to_string(expected));
+}
+
+void check(Schemas const& schemas, std::map<std::string, Expected> const& settings) {
+    Table table({"setting", "value", "scope", "changed by", "right?"});
+    int ofUser = 0;
+    int changed = 0;
+    int faults = 0;
+    for (auto const& [name, expected] : settings) {
+        std::string const fault = faultOf(name, expected);
+        faults += fault.empty() ? 0 : 1;
+        changed += expected.by.empty() ? 0 : 1;
+        ofUser += expected.scope == "user" ? 1 : 0;
+        if (expected.by.empty() && fault.empty())
+            continue;
+        bool const isThere = scopeOf(name) != "nowhere";
+        table.add({shortName(name), isThere ? textOf(read(name)) : "-", scopeOf(name), expected.by,
+                   fault.empty() ? "yes" : fault});
+    }
     table.print(std::cout);
+    require(faults == 0, "settings that are not as they should be: " + std::to_string(faults));
+    verifyCount(velmorand::SCOPE_GLOBAL, static_cast<int>(schemas.settings.size()), "global");
+    verifyCount(velmorand::SCOPE_USER, ofUser, "user");
+    require(scopeOf(sessionProperty) == "nowhere", std::string(sessionProperty) + " was saved");
+    std::cout << "\nAll " << changed << " changed settings are there, the other "
+              << schemas.settings.size() - static_cast<std::size_t>(changed)
+              << " are as the administrator left them, and nothing temporary was saved.\n";
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
     return runProgram("check", [&] {
-        require(argc == 4, "usage: desktop-settings-check SCHEMAS GLOBAL-DIRECTORY USER-DIRECTORY");
-        check(argv[1], argv[2], argv[3]);
+        require(argc == 5, "usage: desktop-settings-check SCHEMAS USER-DIRECTORY GLOBAL-DIRECTORY CHANGES");
+        Schemas const schemas = readSchemas(argv[1]);
+        velmorand::LiveSettings const live{{argv[2], argv[3]}};
+        check(schemas, expectedSettings(schemas, argv[4]));
     });
 }

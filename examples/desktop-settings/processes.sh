@@ -1,29 +1,105 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# To be sourced, with the programs' directory in $1: the three processes, and a fresh directory $work to run them in.
+# To be sourced, with the programs' directory in $1 and the command-line tool in $2: the processes, and a fresh directory
+# $work to run them in. Applications run in the background; what their users do goes to them through one pipe, and
+# their answers, a line each, come back through another. So every step waits for the one before it.
 programs=$1
+tool=$2
 schemas=/usr/share/glib-2.0/schemas
+running=
 
 if [ ! -e "$schemas/org.gnome.desktop.interface.gschema.xml" ]; then
     echo "$0: the package gsettings-desktop-schemas is not installed" >&2
     exit 77
 fi
 
+clean_up() {
+    for process in $running; do
+        kill -KILL "$process" 2>/dev/null || true
+    done
+    rm -rf "$work"
+}
 work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+trap clean_up EXIT
+trap 'exit 1' HUP INT TERM PIPE
+mkdir "$work/user" "$work/global"
 
-# Its register file becomes the global one.
 administrator() {
-    mkdir "$work/administrator" "$work/global"
-    "$programs/desktop-settings-administrator" "$schemas" "$work/administrator"
-    mv "$work/administrator/Velmorand.dat" "$work/global/"
+    "$programs/desktop-settings-administrator" "$schemas" "$work/global"
 }
 
-application() {
-    mkdir "$work/user"
-    "$programs/desktop-settings-application" "$work/global" "$work/user"
+# start APPLICATION DESCRIPTOR: uses this file descriptor and the next one for the pipes.
+start() {
+    rm -f "$work/$1.actions" "$work/$1.answers"
+    mkfifo "$work/$1.actions" "$work/$1.answers"
+    "$programs/desktop-settings-application" "$work/user" "$work/global" \
+        <"$work/$1.actions" >"$work/$1.answers" 2>"$work/$1.messages" 3>&- 4<&- 5>&- 6<&- 7>&- 8<&- &
+    running="$running $!"
+    eval "process_$1=$! actions_$1=$2 answers_$1=$(($2 + 1))"
+    eval "exec $2>'$work/$1.actions' $(($2 + 1))<'$work/$1.answers'"
+    answer "$1"
+}
+
+# tell APPLICATION ACTION...
+tell() {
+    eval "descriptor=\$actions_$1"
+    shift
+    printf '%s\n' "$*" >&"$descriptor"
+}
+
+# answer APPLICATION: waits for its next answer and prints it.
+answer() {
+    eval "descriptor=\$answers_$1"
+    if ! IFS= read -r line <&"$descriptor"; then
+        echo "$1 has ended too early:" >&2
+        cat "$work/$1.messages" >&2
+        exit 1
+    fi
+    printf '  %-7s %s\n' "$1" "$line"
+}
+
+# note BY SCOPE TYPE NAME VALUE: for the check.
+note() {
+    printf '%s\n' "$*" >>"$work/changes"
+}
+
+# change APPLICATION TYPE NAME VALUE: goes on without waiting for the answer.
+change() {
+    note "$1" user "$2" "$3" "$4"
+    tell "$1" set "$2" "$3" "$4"
+}
+
+# hear APPLICATION NAME...: waits until it has heard that another process has changed each of the settings.
+hear() {
+    application=$1
+    shift
+    for name in "$@"; do
+        tell "$application" hear "$name"
+        answer "$application"
+    done
+}
+
+# quit APPLICATION...: each must succeed and have had nothing to complain about.
+quit() {
+    for application in "$@"; do
+        tell "$application" quit
+        if ! end_of "$application" || [ -s "$work/$application.messages" ]; then
+            echo "$application has failed:" >&2
+            cat "$work/$application.messages" >&2
+            exit 1
+        fi
+    done
+}
+
+# end_of APPLICATION: waits for its end. Result: its exit status.
+end_of() {
+    eval "process=\$process_$1"
+    ended=0
+    wait "$process" 2>/dev/null || ended=$? # the shell would report a killed process
+    running=$(echo " $running " | sed "s/ $process / /")
+    return "$ended"
 }
 
 check() {
-    "$programs/desktop-settings-check" "$schemas" "$work/global" "$work/user"
+    "$programs/desktop-settings-check" "$schemas" "$work/user" "$work/global" "$work/changes"
 }

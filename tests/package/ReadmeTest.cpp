@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The README's first block does what its comments say.
+// The README's block without a `main` does what its comments say.
 
 #include <string>
 #include <utility>
 #include <vector>
 
 #include <velmorand/Listener.h>
+#include <velmorand/LiveSettings.h>
 #include <velmorand/Property.h>
 
 #include "support/TemporaryDirectory.h"
@@ -33,16 +34,14 @@ struct Read {
 
 struct Editor {
     Read run() {
-#include "Readme/01.inc"
+#include "Readme/02.inc"
         return {theme, size};
     }
 };
 
-/** A register of the process that has loaded nothing and saves into a directory of its own. */
+/** Settings in an empty directory of the test's own. */
 class Readme : public ::testing::Test {
 protected:
-    Readme() { _Register::initialize(_directory.string(), _directory.string()); }
-
     static void prepareTheme() { velmorand::write("editor/theme", "light"); }
 
     static bool exists(std::string const& name, RegisterScope scope) {
@@ -51,6 +50,7 @@ protected:
 
 private:
     support::TemporaryDirectory _directory;
+    velmorand::LiveSettings _live{{_directory / "user", _directory / "global"}};
 };
 
 TEST_F(Readme, ReadsWhatAScopeHolds) {
@@ -104,13 +104,13 @@ TEST_F(Readme, WritesToTheUserScopeUnlessOneIsGiven) {
 TEST_F(Readme, LeavesTheSenderOutOnlyWhereOneIsGiven) {
     prepareTheme();
     Editor editor;
-    std::vector<std::string> told;
-    velmorand::Listener const listener{"editor", [&](std::string const& name) { told.push_back(name); },
+    std::vector<std::string> notified;
+    velmorand::Listener const listener{"editor", [&](std::string const& name) { notified.push_back(name); },
                                        &editor};
 
     editor.run();
 
-    EXPECT_THAT(told, ElementsAre("editor/theme", "editor/recent", "editor/recent"));
+    EXPECT_THAT(notified, ElementsAre("editor/theme", "editor/recent", "editor/recent"));
 }
 
 TEST_F(Readme, SetsAndResetsTheProperty) {

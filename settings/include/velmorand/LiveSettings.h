@@ -39,24 +39,25 @@ struct LiveEvent {
     std::string keptAs; ///< where a damaged file was moved to; empty if it was not
 };
 
+/** Members that are left out of an initializer list have their defaults: `LiveOptions{"user", "global"}`. */
 struct LiveOptions {
     /** Absolute, UTF-8. Empty: $XDG_CONFIG_HOME/velmorand or ~/.config/velmorand. Made, with mode 0700, if missing. */
-    std::string userDirectory;
+    std::string userDirectory{};
 
     /**
      * Absolute, UTF-8. Empty: "velmorand" in the first directory of $XDG_CONFIG_DIRS, or of /etc/xdg, that has a
      * register file there; if none has, in the first of them.
      */
-    std::string globalDirectory;
+    std::string globalDirectory{};
 
     /** How long a change may wait to be saved, at most. */
     std::chrono::milliseconds delay{100};
 
     /**
-     * Told what the user may want to know, one call at a time, on whichever thread has noticed it, with no lock
+     * Called with what the user may want to know, one call at a time, on the thread that has noticed it, with no lock
      * held. Null: a line on standard error.
      */
-    std::function<void(LiveEvent const&)> onEvent;
+    std::function<void(LiveEvent const&)> onEvent{};
 };
 
 /**
