@@ -10,6 +10,22 @@
 
 namespace desktop {
 
+namespace {
+
+Change changeOf(std::string const& line) {
+    std::istringstream words(line);
+    Change change;
+    std::string type;
+    std::string text;
+    words >> change.by >> change.scope >> type >> change.name;
+    if (!std::getline(words, text))
+        throw std::runtime_error("not a change: " + line);
+    change.value = valueOf(type, text);
+    return change;
+}
+
+} // namespace
+
 Value valueOf(std::string const& type, std::string const& text) {
     std::optional<Value> const value = parseVariant(type, text);
     if (!value)
@@ -22,17 +38,8 @@ std::vector<Change> readChanges(std::string const& file) {
     if (!in)
         throw std::runtime_error("cannot read " + file);
     std::vector<Change> changes;
-    for (std::string line; std::getline(in, line);) {
-        std::istringstream words(line);
-        Change change;
-        std::string type;
-        std::string text;
-        words >> change.by >> change.scope >> type >> change.name;
-        if (!std::getline(words, text))
-            throw std::runtime_error(file + ": not a change: " + line);
-        change.value = valueOf(type, text);
-        changes.push_back(change);
-    }
+    for (std::string line; std::getline(in, line);)
+        changes.push_back(changeOf(line));
     return changes;
 }
 

@@ -18,7 +18,7 @@ struct Change {
 
 /**
  * The value that `text` holds for a schema's `type`, as `parseVariant` reads it.
- * Errors: `std::runtime_error` if there is none.
+ * Errors: `std::runtime_error` if no setting can have the type, or if the text is not a value of it.
  */
 Value valueOf(std::string const& type, std::string const& text);
 

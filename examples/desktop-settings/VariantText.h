@@ -13,7 +13,7 @@ namespace desktop {
  *
  * `type` is the schema's letter code: s, i, u, d, b, or one of as, ai, ad, ab.
  * Result: nothing for a type that the register has no kind for, and for an unsigned number above its
- * integers. Errors: `std::runtime_error` for a text that is no value of that type.
+ * integers. Errors: `std::runtime_error` for a text that is not a value of that type.
  */
 std::optional<Value> parseVariant(std::string const& type, std::string const& text);
 

@@ -16,7 +16,7 @@ using desktop::Value;
 namespace {
 
 std::string listOf(support::TemporaryDirectory const& directory, std::string const& lines) {
-    std::string const file = directory / "changes";
+    std::string file = directory / "changes";
     std::ofstream(file) << lines;
     return file;
 }

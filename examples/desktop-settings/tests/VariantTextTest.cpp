@@ -62,7 +62,7 @@ TEST(ParseVariant, HasNoKindForOtherTypes) {
     EXPECT_EQ(parseVariant("(dd)", "(0.0, 0.0)"), std::nullopt);
 }
 
-TEST(ParseVariant, RefusesWhatIsNoValueOfTheType) {
+TEST(ParseVariant, RefusesTextThatIsNotAValueOfTheType) {
     for (char const* text : {"", "24", "'open", "'a' 'b'", R"('\u12')", R"('\uzzzz')"})
         EXPECT_THROW(parseVariant("s", text), std::runtime_error) << text;
     for (char const* text : {"", "x", "1.5", "2147483648", "99999999999999999999", "1 2"})
