@@ -19,13 +19,6 @@ using filesystem::DirectoryLock;
 using filesystem::TreeImage;
 using Found = Reading::Found;
 
-std::vector<std::string> pathsOf(Changes const& changes) {
-    std::vector<std::string> paths;
-    for (filesystem::TreeChange const& change : changes)
-        paths.push_back(change.path);
-    return paths;
-}
-
 Image with(Image const& image, Changes const& changes) {
     return changes.empty() ? image : std::make_shared<TreeImage const>(image->with(changes));
 }
@@ -55,14 +48,13 @@ void Synchroniser::stop() {
 
 Synchroniser::Step Synchroniser::merge(Collected const& collected, Missing missing) {
     std::lock_guard<std::mutex> const lock(_mutex);
-    Merged merged{collected.number, {}, nullptr, {}};
-    if (_isStopped) {
-        merged.unsaved = pathsOf(collected.changes);
-        _memory.post(std::move(merged));
+    if (_isStopped)
         return {{collected.changes.empty(), "live settings have ended"}, false};
-    }
-    // What another thread could not save has come back to memory after this collection was made.
-    bool const again = std::exchange(_hasUnsaved, false) && collected.changes.empty();
+    // Collections and merges of several threads may come in different orders. What was collected before the last
+    // merge was brought in is compared with an older file than that merge has left: it would undo some of it.
+    if (collected.merges != _merges)
+        return {{}, true};
+    Merged merged{collected.number, false, collected.base, {}, collected.base};
     std::string failure;
     try {
         readGlobal();
@@ -70,14 +62,11 @@ Synchroniser::Step Synchroniser::merge(Collected const& collected, Missing missi
     } catch (std::exception const& exception) { // no memory
         failure = _files.user.path() + ": " + exception.what();
     }
-    if (!failure.empty()) {
-        merged.unsaved = pathsOf(collected.changes);
-        _hasUnsaved = !merged.unsaved.empty();
-    }
-    if (!again)
-        report(failure);
+    merged.isSaved = failure.empty();
+    report(failure);
     _memory.post(std::move(merged));
-    return {{failure.empty(), failure}, again};
+    ++_merges;
+    return {{failure.empty(), failure}, false};
 }
 
 std::string Synchroniser::bringIntoFile(Collected const& collected, Merged& merged, Missing missing) {
@@ -107,6 +96,7 @@ std::string Synchroniser::bringIntoFile(Collected const& collected, Merged& merg
         _files.userImage = result;
         _isFileMissing = false;
     }
+    merged.before = memory;
     merged.base = result;
     return {};
 }
