@@ -5,6 +5,8 @@
 #include <mutex>
 #include <utility>
 
+#include <pthread.h>
+
 #include <utils/Exception.h>
 
 namespace velmorand::live {
@@ -28,6 +30,10 @@ void endAtExit() {
     if (auto const current = Current::get())
         current->end();
 }
+
+// The child of a fork exits too, and must not find the holder locked for good by a thread that it does not have.
+[[maybe_unused]] int const registered = ::pthread_atfork(
+    [] { holder().mutex.lock(); }, [] { holder().mutex.unlock(); }, [] { holder().mutex.unlock(); });
 
 } // namespace
 
@@ -55,8 +61,8 @@ Current::Place::~Place() {
 }
 
 void Current::Place::fill(std::shared_ptr<Current> current) {
-    static int const registered = std::atexit(endAtExit);
-    static_cast<void>(registered);
+    static int const isRegistered = std::atexit(endAtExit);
+    static_cast<void>(isRegistered);
     std::lock_guard<std::mutex> const lock(holder().mutex);
     holder().current = std::move(current);
     _isFilled = true;

@@ -82,17 +82,17 @@ struct Pending : _Register {
 
 Memory::Memory(_Register& theRegister, Image user, Image global, std::function<void()> wake)
     : _register(theRegister), _user(std::move(user)), _global(std::move(global)),
-      _log(theRegister, std::string(userScope), std::move(wake)) {}
+      _log(std::make_unique<ChangeLog>(theRegister, std::string(userScope), std::move(wake))) {}
 
 std::optional<Collected> Memory::collect(void* sender, GiveUp const& giveUp) {
     Collected collected{};
     std::vector<State> states;
     {
         AbandonableLock const lock(giveUp);
-        if (!lock.isHeld())
+        if (!lock.isHeld() || _log == nullptr)
             return std::nullopt;
         bringInLocked(sender);
-        addPending(_log.take());
+        addPending(_log->take());
         std::vector<std::string> paths = united(_collected, _pending);
         for (std::string const& path : paths)
             states.push_back(stateOf(_register, path));
@@ -121,13 +121,21 @@ void Memory::postGlobal(Image global) {
 
 void Memory::bringIn(void* sender, GiveUp const& giveUp) {
     AbandonableLock const lock(giveUp);
-    if (lock.isHeld())
+    if (lock.isHeld() && _log != nullptr)
         bringInLocked(sender);
+}
+
+void Memory::end() {
+    AbandonableLock const lock(nullptr);
+    if (lock.isHeld())
+        _log.reset();
+    else
+        static_cast<void>(_log.release()); // there is no register any more that it could leave
 }
 
 bool Memory::isSaved() const {
     AbandonableLock const lock(nullptr);
-    return !lock.isHeld() || (_log.isEmpty() && _pending.empty() && _collected.empty());
+    return !lock.isHeld() || _log == nullptr || (_log->isEmpty() && _pending.empty() && _collected.empty());
 }
 
 void Memory::bringInLocked(void* sender) {
@@ -148,7 +156,7 @@ void Memory::bringInLocked(void* sender) {
 }
 
 void Memory::bringInUser(Merged& merged, std::vector<std::string>& names) {
-    addPending(_log.take());
+    addPending(_log->take());
     if (merged.isSaved && merged.number == _collections)
         _collected.clear();
     // What may have changed here meanwhile waits for the next merge, which finds out whether it has.
@@ -157,7 +165,7 @@ void Memory::bringInUser(Merged& merged, std::vector<std::string>& names) {
     bool const isWhole = end == merged.changes.end();
     merged.changes.erase(end, merged.changes.end());
     apply(SCOPE_USER, merged.changes, names);
-    static_cast<void>(_log.take()); // all of it from the file
+    static_cast<void>(_log->take()); // all of it from the file
     _user = isWhole ? merged.base : std::make_shared<TreeImage const>(merged.before->with(merged.changes));
 }
 

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -49,7 +50,7 @@ public:
     /**
      * Brings in what was merged so far, then collects this process's changes, with those that earlier collections
      * have not got into the file yet: another thread may be about to merge them, or have failed to. Takes the
-     * register's lock, unless the caller gives up: then nothing is collected.
+     * register's lock, unless the caller gives up: then nothing is collected, and nothing after the end.
      */
     [[nodiscard]] std::optional<Collected> collect(void* sender, GiveUp const& giveUp);
 
@@ -66,6 +67,12 @@ public:
      * Brings in what was handed over, all at once, and announces it. Takes the register's lock, as `collect` does.
      */
     void bringIn(void* sender, GiveUp const& giveUp);
+
+    /**
+     * Stops recording changes, so that others may record them: nothing is collected or brought in any more. Takes
+     * the register's lock.
+     */
+    void end();
 
     /** Whether no change waits to be saved. Takes the register's lock. */
     [[nodiscard]] bool isSaved() const;
@@ -88,8 +95,8 @@ private:
     // Guarded by the register's lock.
     Image _user;
     Image _global;
-    filesystem::ChangeLog _log;
-    std::vector<std::string> _pending;   ///< paths changed here, not yet collected
+    std::unique_ptr<filesystem::ChangeLog> _log; ///< null after the end
+    std::vector<std::string> _pending;           ///< paths changed here, not yet collected
     std::vector<std::string> _collected; ///< by the latest collection, and not known to be in the file
     std::uint64_t _collections = 0;
     std::uint64_t _merges = 0; ///< brought in so far

@@ -66,7 +66,8 @@ private:
     // Result: why it failed; empty if it did not.
     std::string bringIntoFile(Collected const& collected, Merged& merged, Missing missing);
     std::string take(filesystem::DirectoryLock& turn);
-    std::string look(filesystem::DirectoryLock& turn, bool& isToBeMade);
+    std::string look(std::string& damage);
+    void noteRecovery(std::string const& damage, std::string const& keptAs);
 
     void readGlobal();
     void report(std::string const& failure);
