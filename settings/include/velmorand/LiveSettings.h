@@ -91,7 +91,8 @@ public:
 
     /**
      * Saves what has changed, and stops sharing. What is in memory stays there for other users of the register.
-     * Locks: takes the settings' lock; do not call it with the lock held.
+     * Locks: takes the settings' lock; do not call it with the lock held, which a listener does, nor from
+     * `onEvent`.
      */
     ~LiveSettings();
 

@@ -3,7 +3,6 @@
 
 #include <cstdlib>
 #include <mutex>
-#include <new>
 #include <utility>
 
 #include <pthread.h>
@@ -26,17 +25,19 @@ Holder& holder() {
     return *only;
 }
 
-/** Made when the library is loaded. A forked child finds the mutex free: it has no thread that could hold it. */
-[[maybe_unused]] int const registered = [] {
-    static_cast<void>(holder());
-    return ::pthread_atfork(nullptr, nullptr, [] { new (&holder().mutex) std::mutex; });
-}();
-
 /** The register was made before this was registered, and so is destroyed after it has run. */
 void endAtExit() {
     if (auto const current = Current::get())
         current->end();
 }
+
+// Made when the library is loaded. The child of a fork exits too, and must not find the holder locked for good by a
+// thread that it does not have.
+[[maybe_unused]] int const registered = [] {
+    static_cast<void>(holder());
+    return ::pthread_atfork([] { holder().mutex.lock(); }, [] { holder().mutex.unlock(); },
+                            [] { holder().mutex.unlock(); });
+}();
 
 } // namespace
 
@@ -64,8 +65,8 @@ Current::Place::~Place() {
 }
 
 void Current::Place::fill(std::shared_ptr<Current> current) {
-    static int const atExit = std::atexit(endAtExit);
-    static_cast<void>(atExit);
+    static int const isRegistered = std::atexit(endAtExit);
+    static_cast<void>(isRegistered);
     std::lock_guard<std::mutex> const lock(holder().mutex);
     holder().current = std::move(current);
     _isFilled = true;

@@ -152,22 +152,21 @@ std::string DiskFile::replace(TreeImage const& image, std::string const& keptAs)
     return {};
 }
 
-std::string DiskFile::setAside() {
+std::string DiskFile::nameForDamaged() {
     std::string const stem = _name + ".damaged-" + timeInUtc();
-    for (int number = 1; number < 100; ++number) {
-        std::string const name = number == 1 ? stem : stem + '-' + std::to_string(number);
-        if (_disk.moveAside(text(_name), text(name))) {
-            removeOldest();
-            return _path.substr(0, _path.size() - _name.size()) + name;
-        }
-        if (errno != EEXIST)
-            break;
-    }
-    return {};
+    std::string name = stem;
+    for (int number = 2; _disk.exists(text(name)); ++number)
+        name = stem + '-' + std::to_string(number);
+    return name;
+}
+
+std::string DiskFile::moveAsideAsDamaged() {
+    std::string name = nameForDamaged();
+    return _disk.moveAside(text(_name), text(name)) ? name : std::string();
 }
 
 /** The names begin alike and go on with the time, so their order is their age. */
-void DiskFile::removeOldest() {
+void DiskFile::removeOldestDamaged() {
     std::string const stem = _name + ".damaged-";
     std::vector<std::string> names;
     for (filesystem::DirEntry const& entry : _disk.getFileList(QString()))

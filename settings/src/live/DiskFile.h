@@ -44,11 +44,17 @@ public:
      */
     [[nodiscard]] std::string replace(filesystem::TreeImage const& image, std::string const& keptAs);
 
+    /** A name for the file in case it is damaged, with the time in UTC, that nothing in its directory has yet. */
+    [[nodiscard]] std::string nameForDamaged();
+
     /**
-     * Moves the file aside as damaged, under a name with the time in UTC, and removes the oldest such files.
-     * Result: where to; empty if it could not be moved.
+     * Gives the file such a name, and makes that durable.
+     * Result: the name; empty if it could not be moved.
      */
-    std::string setAside();
+    [[nodiscard]] std::string moveAsideAsDamaged();
+
+    /** Removes the oldest files with such names, but for a handful. */
+    void removeOldestDamaged();
 
 private:
     /** The first bytes of a register file, which its length and checksum are among, and whose they are. */
@@ -59,7 +65,6 @@ private:
 
     [[nodiscard]] Identity identify(filesystem::FileHandle* handle);
     [[nodiscard]] Reading readFrom(filesystem::FileHandle* handle);
-    void removeOldest();
 
     std::string _name;
     std::string _path;

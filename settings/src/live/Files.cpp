@@ -29,15 +29,16 @@ Image recover(Files& files, Events& events) {
         return reading.image;
     if (reading.found != Found::damaged)
         return empty();
-    std::string const keptAs = files.user.setAside();
     Reading const previous = files.previous.read();
     bool const isRecovered = previous.found == Found::sound;
+    // In one step, so that nobody ever finds no file: that would count as empty.
+    std::string keptAs = isRecovered ? files.user.nameForDamaged() : files.user.moveAsideAsDamaged();
+    if (isRecovered && !files.user.replace(*previous.image, keptAs).empty())
+        keptAs.clear(); // the next save tries again
+    files.user.removeOldestDamaged();
     events.note({isRecovered ? LiveEventKind::recovered : LiveEventKind::startedEmpty, files.user.path(),
-                 reading.reason, keptAs});
-    if (!isRecovered)
-        return empty();
-    static_cast<void>(files.user.replace(*previous.image, {})); // if not, the next save tries again
-    return previous.image;
+                 reading.reason, keptAs.empty() ? keptAs : files.directory + '/' + keptAs});
+    return isRecovered ? previous.image : empty();
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "velmorand/LiveSettings.h"
 
-#include <chrono>
 #include <memory>
 #include <utility>
 
@@ -37,8 +36,7 @@ public:
 
     ~State() noexcept override {
         // Nobody may be woken any more when the worker goes.
-        Lock const lock;
-        _memory.reset();
+        _memory->end();
     }
 
     SaveResult sync() override {
@@ -47,19 +45,22 @@ public:
         return _synchroniser->run(live::Synchroniser::Missing::makeAgain, nullptr);
     }
 
-    // The process may be exiting because somebody holds the lock for good.
+    // The process may be exiting because somebody holds the lock for good. If it exits while another thread is in
+    // here, both wait until all is saved.
     void end() override {
-        if (isForked() || std::exchange(_isEnded, true))
+        if (isForked())
             return;
-        auto const until = std::chrono::steady_clock::now() + std::chrono::seconds(1);
-        _synchroniser->run(live::Synchroniser::Missing::leaveAlone,
-                           [=] { return std::chrono::steady_clock::now() >= until; });
+        int waits = 0;
+        _synchroniser->run(live::Synchroniser::Missing::leaveAlone, [&waits] {
+            return ++waits == 20;
+        }); // of 50 ms each; the disk's time does not count
         _synchroniser->stop();
     }
 
     void stop() {
         end();
         _worker->stop();
+        _memory->end(); // another thread may be saving, and keep this object for a while
     }
 
     [[nodiscard]] bool isSaved() const { return !isForked() && _memory->isSaved(); }
@@ -77,8 +78,7 @@ private:
         _memory = std::make_unique<live::Memory>(*opened, _files.userImage, _files.globalImage,
                                                  [this] { _worker->wake(); });
         _synchroniser = std::make_unique<live::Synchroniser>(_files, *_memory, _events, sender);
-        _worker = std::make_unique<live::Worker>(std::move(_watch), delay, [this] {
-            auto const isStopping = [this] { return _worker->isStopping().load(); };
+        _worker = std::make_unique<live::Worker>(std::move(_watch), delay, [this](GiveUp const& isStopping) {
             return _synchroniser->run(live::Synchroniser::Missing::leaveAlone, isStopping).saved;
         });
     }
@@ -87,7 +87,6 @@ private:
     std::string const _global;
     live::Files _files;
     ::pid_t const _process;
-    bool _isEnded = false;
     std::unique_ptr<filesystem::FileWatch> _watch; // until the worker has it
     std::unique_ptr<live::Memory> _memory;
     std::unique_ptr<live::Synchroniser> _synchroniser;

@@ -64,6 +64,13 @@ Changes differences(TreeImage const& base, State const& state) {
                                     : base.differencesToNothing(state.path);
 }
 
+std::vector<std::string> united(std::vector<std::string> some, std::vector<std::string> const& more) {
+    if (some.empty())
+        return more;
+    some.insert(some.end(), more.begin(), more.end());
+    return ChangeLog::outermost(std::move(some));
+}
+
 /** A register whose pending names can be seen. */
 struct Pending : _Register {
     static std::set<std::string>& names(_Register& theRegister) {
@@ -75,22 +82,25 @@ struct Pending : _Register {
 
 Memory::Memory(_Register& theRegister, Image user, Image global, std::function<void()> wake)
     : _register(theRegister), _user(std::move(user)), _global(std::move(global)),
-      _log(theRegister, std::string(userScope), std::move(wake)) {}
+      _log(std::make_unique<ChangeLog>(theRegister, std::string(userScope), std::move(wake))) {}
 
 std::optional<Collected> Memory::collect(void* sender, GiveUp const& giveUp) {
     Collected collected{};
     std::vector<State> states;
     {
         AbandonableLock const lock(giveUp);
-        if (!lock.isHeld())
+        if (!lock.isHeld() || _log == nullptr)
             return std::nullopt;
         bringInLocked(sender);
-        addPending(_log.take());
-        for (std::string const& path : _pending)
+        addPending(_log->take());
+        std::vector<std::string> paths = united(_collected, _pending);
+        for (std::string const& path : paths)
             states.push_back(stateOf(_register, path));
+        _collected = std::move(paths);
+        _pending.clear();
         collected.number = ++_collections;
+        collected.merges = _merges;
         collected.base = _user;
-        _collected.emplace(collected.number, std::exchange(_pending, {}));
     }
     for (State const& state : states) {
         Changes changes = differences(*collected.base, state);
@@ -111,15 +121,21 @@ void Memory::postGlobal(Image global) {
 
 void Memory::bringIn(void* sender, GiveUp const& giveUp) {
     AbandonableLock const lock(giveUp);
-    if (lock.isHeld())
+    if (lock.isHeld() && _log != nullptr)
         bringInLocked(sender);
+}
+
+void Memory::end() {
+    AbandonableLock const lock(nullptr);
+    if (lock.isHeld())
+        _log.reset();
+    else
+        static_cast<void>(_log.release()); // there is no register any more that it could leave
 }
 
 bool Memory::isSaved() const {
     AbandonableLock const lock(nullptr);
-    return !lock.isHeld() || (_log.isEmpty() && _pending.empty() &&
-                              std::all_of(_collected.begin(), _collected.end(),
-                                          [](auto const& one) { return one.second.empty(); }));
+    return !lock.isHeld() || _log == nullptr || (_log->isEmpty() && _pending.empty() && _collected.empty());
 }
 
 void Memory::bringInLocked(void* sender) {
@@ -130,30 +146,27 @@ void Memory::bringInLocked(void* sender) {
         inbox.swap(_inbox);
         global.swap(_newGlobal);
     }
+    _merges += inbox.size();
     std::vector<std::string> names;
-    for (Merged const& merged : inbox)
+    for (Merged& merged : inbox)
         bringInUser(merged, names);
     if (global != nullptr)
         bringInGlobal(global, names);
     announce(sender, names);
 }
 
-void Memory::bringInUser(Merged const& merged, std::vector<std::string>& names) {
-    _collected.erase(merged.number);
-    // What this process changes meanwhile is newer than what was merged.
-    addPending(_log.take());
-    addPending(merged.unsaved);
-    Changes changes;
-    for (TreeChange const& change : merged.changes) {
-        if (isChangedHere(change.path))
-            addPending({change.path}); // to be compared once more
-        else
-            changes.push_back(change);
-    }
-    apply(SCOPE_USER, changes, names);
-    static_cast<void>(_log.take()); // all of it from the file
-    if (merged.base != nullptr)
-        _user = merged.base;
+void Memory::bringInUser(Merged& merged, std::vector<std::string>& names) {
+    addPending(_log->take());
+    if (merged.isSaved && merged.number == _collections)
+        _collected.clear();
+    // What may have changed here meanwhile waits for the next merge, which finds out whether it has.
+    auto const end = std::remove_if(merged.changes.begin(), merged.changes.end(),
+                                    [this](TreeChange const& change) { return isChangedHere(change.path); });
+    bool const isWhole = end == merged.changes.end();
+    merged.changes.erase(end, merged.changes.end());
+    apply(SCOPE_USER, merged.changes, names);
+    static_cast<void>(_log->take()); // all of it from the file
+    _user = isWhole ? merged.base : std::make_shared<TreeImage const>(merged.before->with(merged.changes));
 }
 
 void Memory::bringInGlobal(Image const& global, std::vector<std::string>& names) {
@@ -162,16 +175,12 @@ void Memory::bringInGlobal(Image const& global, std::vector<std::string>& names)
 }
 
 bool Memory::isChangedHere(std::string const& path) const {
-    return concerns(_pending, path) ||
-           std::any_of(_collected.begin(), _collected.end(),
-                       [&](auto const& collected) { return concerns(collected.second, path); });
+    return concerns(_pending, path) || concerns(_collected, path);
 }
 
 void Memory::addPending(std::vector<std::string> paths) {
-    if (paths.empty())
-        return;
-    std::move(_pending.begin(), _pending.end(), std::back_inserter(paths));
-    _pending = ChangeLog::outermost(std::move(paths));
+    if (!paths.empty())
+        _pending = united(std::move(paths), _pending);
 }
 
 /** Makes changes in the register, and notes the names of the properties that are others now. */

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 #include <deque>
-#include <map>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -23,6 +23,7 @@ using Changes = std::vector<filesystem::TreeChange>;
 /** This process's changes since memory and file were last the same, at one moment. */
 struct Collected {
     std::uint64_t number; ///< of this collection
+    std::uint64_t merges; ///< how many merges had been brought in before it
     Image base;           ///< what memory and file had in common
     Changes changes;      ///< what makes memory of it
 };
@@ -30,9 +31,10 @@ struct Collected {
 /** What a merge means for memory. */
 struct Merged {
     std::uint64_t number; ///< of the collection that was merged
+    bool isSaved;         ///< whether the collection got into the file
+    Image before;         ///< what memory and file have in common as long as memory has none of `changes`
     Changes changes;      ///< of others: what makes the merged settings of memory as it was then
-    Image base;           ///< what memory and file have in common then; null if nothing else than before
-    std::vector<std::string> unsaved; ///< paths of the collection that did not get into the file
+    Image base;           ///< what memory and file have in common when it has all of them
 };
 
 /**
@@ -46,12 +48,16 @@ public:
     Memory(utils::properties::_Register& theRegister, Image user, Image global, std::function<void()> wake);
 
     /**
-     * Brings in what was merged so far, then collects this process's changes. Takes the register's lock, unless
-     * the caller gives up: then nothing is collected.
+     * Brings in what was merged so far, then collects this process's changes, with those that earlier collections
+     * have not got into the file yet: another thread may be about to merge them, or have failed to. Takes the
+     * register's lock, unless the caller gives up: then nothing is collected, and nothing after the end.
      */
     [[nodiscard]] std::optional<Collected> collect(void* sender, GiveUp const& giveUp);
 
-    /** Hands over what a merge has found. Locks: not the register's. */
+    /**
+     * Hands over what a merge has found. Only a collection before which all earlier merges were brought in may be
+     * merged. Locks: not the register's.
+     */
     void post(Merged merged);
 
     /** The same for the administrator's settings. */
@@ -62,12 +68,18 @@ public:
      */
     void bringIn(void* sender, GiveUp const& giveUp);
 
+    /**
+     * Stops recording changes, so that others may record them: nothing is collected or brought in any more. Takes
+     * the register's lock.
+     */
+    void end();
+
     /** Whether no change waits to be saved. Takes the register's lock. */
     [[nodiscard]] bool isSaved() const;
 
 private:
     void bringInLocked(void* sender);
-    void bringInUser(Merged const& merged, std::vector<std::string>& names);
+    void bringInUser(Merged& merged, std::vector<std::string>& names);
     void bringInGlobal(Image const& global, std::vector<std::string>& names);
     void apply(RegisterScope scope, Changes const& changes, std::vector<std::string>& names);
     bool applyOne(std::string_view scope, filesystem::TreeChange const& change);
@@ -83,10 +95,11 @@ private:
     // Guarded by the register's lock.
     Image _user;
     Image _global;
-    filesystem::ChangeLog _log;
-    std::vector<std::string> _pending;                            ///< paths changed here, not yet collected
-    std::map<std::uint64_t, std::vector<std::string>> _collected; ///< collected, not yet merged
+    std::unique_ptr<filesystem::ChangeLog> _log; ///< null after the end
+    std::vector<std::string> _pending;           ///< paths changed here, not yet collected
+    std::vector<std::string> _collected; ///< by the latest collection, and not known to be in the file
     std::uint64_t _collections = 0;
+    std::uint64_t _merges = 0; ///< brought in so far
 
     mutable std::mutex _inboxMutex; ///< nothing else is locked under it
     std::deque<Merged> _inbox;

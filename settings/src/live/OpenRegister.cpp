@@ -66,18 +66,14 @@ _Register* openNew() {
     return &*settings;
 }
 
-/** What makes of a scope the tree of a file. */
-Changes changesTo(_Register const& theRegister, char const* scope, filesystem::TreeImage const& image) {
-    return filesystem::TreeImage::of(theRegister, scope).differencesTo(image);
-}
-
 /** Brings files into a register that is in use. */
 void reload(_Register& theRegister, Files const& files, void* sender) {
     auto const now = [&](char const* scope) {
         return std::make_shared<filesystem::TreeImage const>(filesystem::TreeImage::of(theRegister, scope));
     };
-    Memory memory(theRegister, now("/user"), now("/global"), [] {});
-    memory.post({0, changesTo(theRegister, "/user", *files.userImage), nullptr, {}});
+    Image const user = now("/user");
+    Memory memory(theRegister, user, now("/global"), [] {});
+    memory.post({0, true, user, user->differencesTo(*files.userImage), files.userImage});
     memory.postGlobal(files.globalImage);
     memory.bringIn(sender, [] { return false; });
 }

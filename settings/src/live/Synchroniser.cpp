@@ -8,6 +8,7 @@
 
 #include <filesystem/PrivateDirectory.h>
 
+#include "../Access.h"
 #include "Limits.h"
 #include "Places.h"
 
@@ -19,12 +20,7 @@ using filesystem::DirectoryLock;
 using filesystem::TreeImage;
 using Found = Reading::Found;
 
-std::vector<std::string> pathsOf(Changes const& changes) {
-    std::vector<std::string> paths;
-    for (filesystem::TreeChange const& change : changes)
-        paths.push_back(change.path);
-    return paths;
-}
+constexpr char const* ended = "live settings have ended";
 
 Image with(Image const& image, Changes const& changes) {
     return changes.empty() ? image : std::make_shared<TreeImage const>(image->with(changes));
@@ -40,7 +36,7 @@ SaveResult Synchroniser::run(Missing missing, GiveUp const& giveUp) {
     do {
         auto const collected = _memory.collect(_sender, giveUp);
         if (!collected)
-            return {false, "the process is exiting and its settings have been closed"};
+            return {false, availability() == Availability::available ? ended : unavailabilityReason()};
         step = merge(*collected, missing);
         _memory.bringIn(_sender, giveUp);
         _events.tell();
@@ -55,14 +51,13 @@ void Synchroniser::stop() {
 
 Synchroniser::Step Synchroniser::merge(Collected const& collected, Missing missing) {
     std::lock_guard<std::mutex> const lock(_mutex);
-    Merged merged{collected.number, {}, nullptr, {}};
-    if (_isStopped) {
-        merged.unsaved = pathsOf(collected.changes);
-        _memory.post(std::move(merged));
-        return {{collected.changes.empty(), "live settings have ended"}, false};
-    }
-    // What another thread could not save has come back to memory after this collection was made.
-    bool const again = std::exchange(_hasUnsaved, false) && collected.changes.empty();
+    if (_isStopped)
+        return {{collected.changes.empty(), ended}, false};
+    // Collections and merges of several threads may come in different orders. What was collected before the last
+    // merge was brought in is compared with an older file than that merge has left: it would undo some of it.
+    if (collected.merges != _merges)
+        return {{}, true};
+    Merged merged{collected.number, false, collected.base, {}, collected.base};
     std::string failure;
     try {
         readGlobal();
@@ -70,25 +65,30 @@ Synchroniser::Step Synchroniser::merge(Collected const& collected, Missing missi
     } catch (std::exception const& exception) { // no memory
         failure = _files.user.path() + ": " + exception.what();
     }
-    if (!failure.empty()) {
-        merged.unsaved = pathsOf(collected.changes);
-        _hasUnsaved = !merged.unsaved.empty();
-    }
-    if (!again)
-        report(failure);
+    merged.isSaved = failure.empty();
+    report(failure);
     _memory.post(std::move(merged));
-    return {{failure.empty(), failure}, again};
+    ++_merges;
+    return {{failure.empty(), failure}, false};
 }
 
 std::string Synchroniser::bringIntoFile(Collected const& collected, Merged& merged, Missing missing) {
     DirectoryLock turn;
     bool const hasChanges = !collected.changes.empty();
-    bool isToBeMade = hasChanges || missing == Missing::makeAgain;
-    if (hasChanges)
+    bool const isMadeIfMissing = hasChanges || missing == Missing::makeAgain;
+    std::string damage;
+    // Without changes of this process's own, most looks find nothing to do in turn.
+    if (!hasChanges) {
+        if (std::string failure = look(damage); !failure.empty())
+            return failure;
+    }
+    if (hasChanges || !damage.empty() || (_isFileMissing && isMadeIfMissing)) {
+        damage.clear(); // another process may have mended it
         if (std::string failure = take(turn); !failure.empty())
             return failure;
-    if (std::string failure = look(turn, isToBeMade); !failure.empty())
-        return failure;
+        if (std::string failure = look(damage); !failure.empty())
+            return failure;
+    }
 
     Image const theirs = _files.userImage;
     Image const memory = with(collected.base, collected.changes);
@@ -97,16 +97,17 @@ std::string Synchroniser::bringIntoFile(Collected const& collected, Merged& merg
     if (result != memory)
         merged.changes = memory->differencesTo(*result);
 
-    bool const isMade = _isFileMissing && isToBeMade && (hasChanges || result->fileCount() != 0);
-    if (isMade || (!_isFileMissing && result->bytes() != theirs->bytes())) {
-        if (!turn.isHeld())
-            if (std::string failure = take(turn); !failure.empty())
-                return failure;
-        if (std::string failure = _files.user.replace(*result, previousFileName); !failure.empty())
+    bool const isMade = _isFileMissing && isMadeIfMissing && (hasChanges || result->fileCount() != 0);
+    if (isMade || !damage.empty() || (!_isFileMissing && result->bytes() != theirs->bytes())) {
+        std::string const keptAs = damage.empty() ? previousFileName : _files.user.nameForDamaged();
+        if (std::string failure = _files.user.replace(*result, keptAs); !failure.empty())
             return failure;
         _files.userImage = result;
         _isFileMissing = false;
+        if (!damage.empty())
+            noteRecovery(damage, keptAs);
     }
+    merged.before = memory;
     merged.base = result;
     return {};
 }
@@ -128,24 +129,23 @@ std::string Synchroniser::take(DirectoryLock& turn) {
     return {};
 }
 
-/** Finds out what the user's file holds now. A damaged one is moved aside, and has to be made again. */
-std::string Synchroniser::look(DirectoryLock& turn, bool& isToBeMade) {
-    auto reading = _files.user.readIfChanged();
-    if (reading && reading->found == Found::damaged && !turn.isHeld()) {
-        // Only in turn: another process may be about to mend it.
-        if (std::string failure = take(turn); !failure.empty())
-            return failure;
-        reading = _files.user.readIfChanged();
-    }
+/** Memory knows what the file held, so the previous one is not needed. */
+void Synchroniser::noteRecovery(std::string const& damage, std::string const& keptAs) {
+    _files.user.removeOldestDamaged();
+    _events.note({LiveEventKind::recovered, _files.user.path(), damage, _files.directory + '/' + keptAs});
+}
+
+/** Finds out what the user's file holds now, or what is wrong with it. */
+std::string Synchroniser::look(std::string& damage) {
+    auto const reading = _files.user.readIfChanged();
     if (!reading)
         return {};
     switch (reading->found) {
     case Found::unreadable:
         return _files.user.path() + ": " + reading->reason;
-    case Found::damaged: // memory knows what the file held, so the previous one is not needed
-        _events.note({LiveEventKind::recovered, _files.user.path(), reading->reason, _files.user.setAside()});
-        isToBeMade = true;
-        _isFileMissing = true;
+    case Found::damaged:
+        damage = reading->reason;
+        _isFileMissing = false;
         break;
     case Found::missing:
         _isFileMissing = true;

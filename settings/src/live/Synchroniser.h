@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstdint>
 #include <mutex>
 #include <string>
 
@@ -45,9 +46,9 @@ public:
     enum class Missing { leaveAlone, makeAgain };
 
     /**
-     * One merge. A file that somebody has removed is made again only if `missing` says so, or there are changes.
-     * Nothing is done if
-     * the caller gives up waiting for the register's lock.
+     * One merge, of all that this process has changed. A file that somebody has removed is made again only if
+     * `missing` says so, or there are changes. Nothing is done if the caller gives up waiting for the register's
+     * lock.
      */
     SaveResult run(Missing missing, GiveUp const& giveUp);
 
@@ -57,8 +58,7 @@ public:
 private:
     struct Step {
         SaveResult result{true, {}};
-        bool again =
-            false; ///< another thread's changes did not get into the file: they have to be collected anew
+        bool again = false; ///< another merge came first: the changes have to be collected anew
     };
 
     Step merge(Collected const& collected, Missing missing);
@@ -66,7 +66,8 @@ private:
     // Result: why it failed; empty if it did not.
     std::string bringIntoFile(Collected const& collected, Merged& merged, Missing missing);
     std::string take(filesystem::DirectoryLock& turn);
-    std::string look(filesystem::DirectoryLock& turn, bool& isToBeMade);
+    std::string look(std::string& damage);
+    void noteRecovery(std::string const& damage, std::string const& keptAs);
 
     void readGlobal();
     void report(std::string const& failure);
@@ -81,7 +82,7 @@ private:
     bool _isFailing = false;
     bool _isFileMissing = false;
     bool _isGlobalIgnored = false;
-    bool _hasUnsaved = false; ///< posted back to memory since the last collection that got into the file
+    std::uint64_t _merges = 0; ///< so far, failed ones included
 };
 
 } // namespace velmorand::live

@@ -62,9 +62,9 @@ private:
 } // namespace
 
 Worker::Worker(std::unique_ptr<filesystem::FileWatch> watch, std::chrono::milliseconds delay,
-               std::function<bool()> synchronise)
-    : _watch(std::move(watch)), _delay(delay), _synchronise(std::move(synchronise)), _process(::getpid()),
-      _wake(makeEvent()) {
+               std::function<bool(GiveUp const&)> synchronise)
+    : _watch(std::move(watch)), _delay(std::min(delay, longestDelay)), _synchronise(std::move(synchronise)),
+      _process(::getpid()), _wake(makeEvent()) {
     if (_wake < 0)
         throw utils::Exception("settings cannot be shared: " + std::generic_category().message(errno));
     SignalsBlocked const blocked;
@@ -95,6 +95,14 @@ void Worker::stop() {
     _thread.join();
 }
 
+bool Worker::synchronise() const {
+    try {
+        return _synchronise([this] { return _isStopping.load(); });
+    } catch (std::exception const&) { // no memory; there may be some later
+        return false;
+    }
+}
+
 void Worker::run() {
     std::optional<Clock::time_point> due;
     auto retry = firstRetry;
@@ -109,7 +117,7 @@ void Worker::run() {
         if (_isStopping || (!isNews && (!due || Clock::now() < *due)))
             continue;
         due.reset();
-        if (_synchronise()) {
+        if (synchronise()) {
             retry = firstRetry;
         } else {
             due = Clock::now() + retry;

@@ -11,6 +11,8 @@
 
 #include <filesystem/FileWatch.h>
 
+#include "../Waiting.h"
+
 namespace velmorand::live {
 
 /**
@@ -19,9 +21,12 @@ namespace velmorand::live {
  */
 class Worker {
 public:
-    /** `synchronise` saves and looks; it says whether everything is saved. The files are `watch`'s. */
+    /**
+     * `synchronise` saves and looks; it says whether everything is saved. It gets what tells it to wait no longer,
+     * since the thread is to end. The files are `watch`'s.
+     */
     Worker(std::unique_ptr<filesystem::FileWatch> watch, std::chrono::milliseconds delay,
-           std::function<bool()> synchronise);
+           std::function<bool(GiveUp const&)> synchronise);
     Worker(Worker const&) = delete;
     Worker& operator=(Worker const&) = delete;
     ~Worker();
@@ -32,15 +37,13 @@ public:
     /** Ends the thread and waits for it, unless it is this one. */
     void stop();
 
-    /** Becomes true when the thread is to end, for what it waits for. */
-    [[nodiscard]] std::atomic<bool> const& isStopping() const noexcept { return _isStopping; }
-
 private:
     void run();
+    [[nodiscard]] bool synchronise() const;
 
     std::unique_ptr<filesystem::FileWatch> const _watch;
     std::chrono::milliseconds const _delay;
-    std::function<bool()> const _synchronise;
+    std::function<bool(GiveUp const&)> const _synchronise;
     ::pid_t const _process;
     int _wake;
     std::atomic<bool> _isStopping{false};
