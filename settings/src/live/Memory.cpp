@@ -135,7 +135,13 @@ void Memory::end() {
 
 bool Memory::isSaved() const {
     AbandonableLock const lock(nullptr);
-    return !lock.isHeld() || _log == nullptr || (_log->isEmpty() && _pending.empty() && _collected.empty());
+    if (!lock.isHeld() || _log == nullptr)
+        return true;
+    // Another thread may be about to find out that what it has collected is in the file already.
+    auto const paths = united(_collected, _pending);
+    return _log->isEmpty() && std::all_of(paths.begin(), paths.end(), [this](std::string const& path) {
+               return differences(*_user, stateOf(_register, path)).empty();
+           });
 }
 
 void Memory::bringInLocked(void* sender) {
