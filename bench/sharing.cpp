@@ -160,14 +160,19 @@ void measureOnce(Measured& way, std::string const& name, int value) {
     way.times.push_back((way.listener ? way.listener->waitFor(value) : now()) - begin);
 }
 
+/** Another one each time, in all rows: nobody is notified of an equal value. */
+int nextValue() {
+    static int value = 0;
+    return ++value;
+}
+
 /** Each round begins with another way. */
 template <class NextName>
 void measure(std::string const& row, std::vector<Measured>& ways, int repetitions, NextName const& nextName) {
-    static int value = 0;
     for (int i = 0; i < repetitions; ++i) {
         std::rotate(ways.begin(), ways.begin() + 1, ways.end());
         std::string const& name = nextName();
-        ++value;
+        int const value = nextValue();
         for (Measured& way : ways)
             measureOnce(way, name, value);
     }
