@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// usage: valgrind --tool=callgrind --instr-atstart=no velmorand-bench-instructions
+// usage: valgrind --tool=callgrind --instr-atstart=no velmorand-bench-instructions [--live]
 //
 // Runs each operation of the register a fixed number of times, and lets callgrind write what it counted in a
-// file of its own: its trigger names the operation and how many times it ran, "read_integer 1000".
+// file of its own: its trigger names the operation and how many times it ran, "read_integer 1000". With --live it
+// counts writes while there are live settings, which must be the first use of a process's settings.
+#include <chrono>
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -11,6 +13,7 @@
 #include <valgrind/callgrind.h>
 
 #include <utils/properties/Register.h>
+#include <velmorand/LiveSettings.h>
 
 #include "Names.h"
 #include "Rows.h"
@@ -80,11 +83,37 @@ void countOthers(Register& store) {
     count("load_10000", {"once"}, [&](std::string const&) { store.load(); });
 }
 
+void countLive() {
+    std::filesystem::path const directory = storeDirectory();
+    velmorand::LiveOptions options;
+    options.userDirectory = directory / "user";
+    options.globalDirectory = directory / "global";
+    options.delay = std::chrono::hours(1);
+    velmorand::LiveSettings const live(options);
+    auto& theRegister = *utils::properties::_Register::getInstance();
+    auto const write = [&](std::string const& name) {
+        theRegister._writeInteger(nullptr, name, usualValue, utils::properties::SCOPE_USER);
+    };
+    std::vector<std::string> const& all = names(1'000).shuffled();
+    for (std::string const& name : all)
+        write(name);
+    std::vector<std::string> alternating;
+    for (std::size_t i = 0; i < all.size(); ++i)
+        alternating.push_back(all[i % 2]);
+    count("write_live_same", std::vector<std::string>(all.size(), all.front()), write);
+    count("write_live_alternating", alternating, write);
+    count("write_live_all", all, write);
+}
+
 } // namespace
 
 } // namespace bench
 
-int main() {
+int main(int argc, char** argv) {
+    if (argc == 2 && argv[1] == std::string("--live")) {
+        bench::countLive();
+        return 0;
+    }
     bench::Register store(bench::storeDirectory(), bench::names(0));
     bench::countValues(store);
     bench::countOthers(store);

@@ -19,7 +19,7 @@ HEADER = """\
 def counted(directory):
     """What each file says: its trigger is the operation and how many times it ran."""
     result = {}
-    files = sorted(directory.glob("out.*"), key=lambda file: int(file.suffix[1:]))
+    files = sorted(directory.glob("*.*"), key=lambda file: (file.stem != "out", int(file.suffix[1:])))
     for file in files:
         text = file.read_text(errors="replace")
         trigger = re.search(r"^desc: Trigger: Client Request: (\w+) (\d+)$", text, re.MULTILINE)

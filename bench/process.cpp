@@ -3,13 +3,17 @@
 // usage: velmorand-bench-process
 //
 // Whole processes: each iteration runs this program anew, as a child that does one thing. What a row costs
-// more than "nothing" is the register's.
+// more than "nothing" is the register's. The rows "start_and_read" run small programs, which are linked with nothing
+// but what they use.
 #include <cstddef>
 #include <exception>
 #include <filesystem>
 #include <iostream>
 #include <string>
+#include <vector>
 
+#include <QSettings>
+#include <QString>
 #include <benchmark/benchmark.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -28,26 +32,51 @@ namespace bench {
 namespace {
 
 constexpr std::size_t settingsOfADesktop = 13'000;
+constexpr std::size_t settingsOfAProgram = 371;
+constexpr std::size_t settingsRead = 10;
+
+void fill(std::size_t count) {
+    for (std::string const& name : names(count).ordered())
+        _Register::getInstance()->_writeInteger(nullptr, name, usualValue, utils::properties::SCOPE_USER);
+}
+
+void fillQSettings(std::string const& directory) {
+    QSettings settings(QString::fromStdString(directory + "/settings.ini"), QSettings::IniFormat);
+    for (std::string const& name : names(settingsOfAProgram).ordered())
+        settings.setValue(QString::fromStdString(name), usualValue);
+}
 
 /** What children do, as their first argument says; the others are the global and the user directory. */
 int runChild(std::string const& task, std::string const& global, std::string const& user) {
     if (task != "--nothing")
         _Register::initialize(global, user);
     if (task == "--fill")
-        for (std::string const& name : names(settingsOfADesktop).ordered())
-            _Register::getInstance()->_writeInteger(nullptr, name, usualValue, utils::properties::SCOPE_USER);
-    if (task == "--fill" || task == "--start-and-exit")
+        fill(settingsOfADesktop);
+    if (task == "--fill-some")
+        fill(settingsOfAProgram);
+    if (task == "--fill" || task == "--fill-some" || task == "--start-and-exit")
         return 0;
     ::_exit(0);
 }
 
-bool spawnChild(std::string task, std::string global, std::string user) {
-    std::string program = std::filesystem::read_symlink("/proc/self/exe").string();
-    char* arguments[] = {program.data(), task.data(), global.data(), user.data(), nullptr};
+std::filesystem::path thisProgram() {
+    return std::filesystem::read_symlink("/proc/self/exe");
+}
+
+/** Runs a program, whose path is the first of its arguments. Result: whether it was successful. */
+bool run(std::vector<std::string> arguments) {
+    std::vector<char*> pointers;
+    for (std::string& argument : arguments)
+        pointers.push_back(argument.data());
+    pointers.push_back(nullptr);
     ::pid_t child = 0;
     int status = 0;
-    return ::posix_spawn(&child, program.c_str(), nullptr, nullptr, arguments, environ) == 0 &&
+    return ::posix_spawn(&child, pointers.front(), nullptr, nullptr, pointers.data(), environ) == 0 &&
            ::waitpid(child, &status, 0) == child && status == 0;
+}
+
+bool spawnChild(std::string const& task, std::string const& global, std::string const& user) {
+    return run({thisProgram().string(), task, global, user});
 }
 
 void measure(benchmark::State& state, std::string const& task, std::string const& global,
@@ -55,6 +84,24 @@ void measure(benchmark::State& state, std::string const& task, std::string const
     while (state.KeepRunning())
         if (!spawnChild(task, global, user))
             state.SkipWithError("a child failed");
+}
+
+void addPrograms(std::string const& user, std::string const& global) {
+    auto const add = [&](char const* row, char const* program) {
+        std::vector<std::string> arguments{thisProgram().parent_path() / program, user, global};
+        auto const& all = names(settingsOfAProgram).shuffled();
+        arguments.insert(arguments.end(), all.begin(), all.begin() + settingsRead);
+        auto const measureProgram = [arguments](benchmark::State& state) {
+            while (state.KeepRunning())
+                if (!run(arguments))
+                    state.SkipWithError("a child failed");
+        };
+        benchmark::RegisterBenchmark(row, measureProgram)->UseRealTime()->Unit(benchmark::kMillisecond);
+    };
+    add("process/start_and_read/nothing", "velmorand-bench-start-nothing");
+    add("process/start_and_read/live", "velmorand-bench-start-live");
+    add("process/start_and_read/initialize", "velmorand-bench-start-initialize");
+    add("process/start_and_read/qsettings", "velmorand-bench-start-qsettings");
 }
 
 void addAll(std::string const& empty, std::string const& full) {
@@ -87,9 +134,13 @@ int main(int argc, char** argv) try {
     bench::TemporaryDirectory const fullDirectory;
     std::string const empty = emptyDirectory.path().string();
     std::string const full = fullDirectory.path().string();
-    if (!bench::spawnChild("--fill", empty, full))
+    bench::TemporaryDirectory const someDirectory;
+    std::string const some = someDirectory.path().string();
+    if (!bench::spawnChild("--fill", empty, full) || !bench::spawnChild("--fill-some", empty, some))
         return 1;
+    bench::fillQSettings(some);
     bench::addAll(empty, full);
+    bench::addPrograms(some, empty);
     benchmark::RunSpecifiedBenchmarks();
     return 0;
 } catch (std::exception const& failure) {

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <functional>
+#include <string>
+
+#include "Names.h"
+
+namespace bench::sharing {
+
+/** Called in a listening process: first with `ready` when it listens, then with each value it has heard. */
+using Heard = std::function<void(int value)>;
+constexpr int ready = -1;
+
+/**
+ * What every way to share settings between processes looks like: one header in sharing/, one class of its file's
+ * name. It has
+ *
+ *     static constexpr char const* label
+ *     Class(std::filesystem::path const& directory, Names const& names)
+ *         all of the names saved in the directory, with the values of `isInteger` and `textOf`
+ *     void save(std::string const& name, int value)
+ *         returns when the value is durable, and visible to other processes
+ *
+ * and, if processes are notified of each other's changes,
+ *
+ *     static constexpr bool isHeard = true
+ *     static void hear(directory, std::string const& name, Heard const& heard)
+ *         listens to one integer, until the process is killed
+ */
+struct Sharing {
+    static constexpr bool isHeard = false;
+};
+
+/** Half of the settings are integers, the others short strings. */
+inline bool isInteger(std::size_t place) {
+    return place % 2 == 0;
+}
+inline std::string textOf(std::size_t place) {
+    return "value " + std::to_string(place);
+}
+
+template <class... Ways>
+struct List {};
+
+} // namespace bench::sharing
