@@ -19,8 +19,8 @@
  * A value is a `std::string`, `double`, `int`, `bool`, or a `std::vector` of one of these. Values are not
  * converted from one type to another: a property has the type it was last written with.
  *
- * Call `initialize` first: the first use of the settings opens the register, and without `initialize` it opens
- * without its files.
+  * Create a `LiveSettings` first, or call `initialize`: the first use of the settings opens the register, and without
+ * either it opens without its files.
  *
  * After the register's end, in the destructors of static objects that are older than the register, there are no
  * settings: reads find nothing, writes throw `utils::Exception`. The same holds in a forked child process if
