@@ -175,7 +175,8 @@ TEST_F(LiveWithDamage, KeepAFileThatIsDamagedWhileTheyRun) {
 
 TEST_F(LiveWithDamage, RefuseWhatIsNotARegularFile) {
     auto const refuse = [this](char const* what) {
-        EXPECT_EQ(0, inChild([this] { EXPECT_THROW(LiveSettings const live(options), utils::Exception); })) << what;
+        EXPECT_EQ(0, inChild([this] { EXPECT_THROW(LiveSettings const live(options), utils::Exception); }))
+            << what;
         fs::remove(file());
     };
     fs::remove(file());

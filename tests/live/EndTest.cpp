@@ -105,7 +105,7 @@ TEST_F(LiveAtTheEnd, AChildThatWasForkedWhileOtherThreadsSavedEnds) {
                               static_cast<void>(saveSettings());
                           }
                       });
-                  for (int i = 0; i < 100; ++i)
+                  for (int i = 0; i < 12; ++i)
                       EXPECT_EQ(0, inChild([] { ::alarm(20); })) << "child " << i;
                   isEnough = true;
                   for (std::thread& thread : saving)

@@ -113,7 +113,7 @@ private:
             remove(name);
             break;
         case 3:
-            _Register::getInstance()->addGroup(groupName(_lane) + "/empty", SCOPE_USER);
+            addGroup();
             break;
         case 4:
             clash();
@@ -148,6 +148,11 @@ private:
         own(name).isRemoved = true;
         own(name).newest = absent;
         _Register::getInstance()->delProperty(ownName(_lane, name), SCOPE_USER);
+    }
+
+    void addGroup() {
+        Lock const lock; // which the operation itself does not take
+        _Register::getInstance()->addGroup(groupName(_lane) + "/empty", SCOPE_USER);
     }
 
     void removeGroup() {
