@@ -158,6 +158,13 @@ def page(result):
         yield from details_table(result["details"][row])
 
 
+def shared_section(path):
+    """What the page says of shared settings, which scripts/bench-live measures: it stays as it is."""
+    heading = "\n## Settings shared between processes\n"
+    _, found, section = path.read_text().partition(heading) if path.exists() else ("", "", "")
+    return found + section
+
+
 def main():
     if len(sys.argv) != 3:
         sys.exit(__doc__)
@@ -165,7 +172,8 @@ def main():
     docs = pathlib.Path(sys.argv[2])
     (docs / "performance").mkdir(parents=True, exist_ok=True)
     comparison = result["comparison"]
-    (docs / "performance.md").write_text("\n".join(page(result)) + "\n")
+    target = docs / "performance.md"
+    target.write_text("\n".join(page(result)) + "\n" + shared_section(target))
     (docs / "performance" / "growth.svg").write_text(plots.growth(comparison, rows.GROWTH))
     (docs / "performance" / "comparison.svg").write_text(plots.comparison(comparison, rows.COMPARISON))
     print("\n".join(goal_table(comparison)), "\n")

@@ -56,8 +56,8 @@ public:
         _reports = ends[0];
         std::string program = std::filesystem::read_symlink("/proc/self/exe").string();
         std::string task = "--hear";
-        std::array<char*, 6> arguments{program.data(), task.data(), way.data(), directory.data(), name.data(),
-                                       nullptr};
+        std::array<char*, 6> arguments{program.data(),   task.data(), way.data(),
+                                       directory.data(), name.data(), nullptr};
         ::posix_spawn_file_actions_t actions;
         ::posix_spawn_file_actions_init(&actions);
         ::posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
@@ -116,7 +116,8 @@ std::filesystem::path made(std::filesystem::path const& directory) {
 }
 
 template <class... Ways>
-std::vector<Measured> openAll(List<Ways...> /*all*/, std::filesystem::path const& directory, Names const& names) {
+std::vector<Measured> openAll(List<Ways...> /*all*/, std::filesystem::path const& directory,
+                              Names const& names) {
     std::vector<Measured> all;
     (all.push_back(measured(std::make_shared<Ways>(made(directory / Ways::label), names))), ...);
     auto const bytes = std::filesystem::file_size(directory / Live::label / "Velmorand.dat");

@@ -78,7 +78,8 @@ private:
 
     void note(std::int64_t wait, Switches& before) {
         Switches const after = switches();
-        bool const isInterrupted = after.interruptions != before.interruptions && after.sleeps == before.sleeps;
+        bool const isInterrupted =
+            after.interruptions != before.interruptions && after.sleeps == before.sleeps;
         before = after;
         std::int64_t longest = _longest;
         while (!isInterrupted && wait > longest && !_longest.compare_exchange_weak(longest, wait)) {

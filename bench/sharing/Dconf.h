@@ -36,12 +36,13 @@ public:
     ~Dconf() { g_object_unref(_client); }
 
     void save(std::string const& name, int value) {
-        if (dconf_client_write_sync(_client, pathOf(name).c_str(), g_variant_new_int32(value), nullptr, nullptr,
-                                    nullptr) == FALSE)
+        if (dconf_client_write_sync(_client, pathOf(name).c_str(), g_variant_new_int32(value), nullptr,
+                                    nullptr, nullptr) == FALSE)
             throw std::runtime_error("cannot write to dconf");
     }
 
-    static void hear(std::filesystem::path const& /*directory*/, std::string const& name, Heard const& heard) {
+    static void hear(std::filesystem::path const& /*directory*/, std::string const& name,
+                     Heard const& heard) {
         DConfClient* const client = dconf_client_new();
         Listening listening{pathOf(name), heard};
         g_signal_connect(client, "changed", G_CALLBACK(changed), &listening);

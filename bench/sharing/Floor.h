@@ -27,8 +27,9 @@ public:
     void save(std::string const& /*name*/, int value) {
         _bytes.front() = static_cast<char>(value);
         int const file = ::openat(_directory, "new", O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-        bool const isWritten = ::write(file, _bytes.data(), _bytes.size()) == static_cast<long>(_bytes.size()) &&
-                               ::fsync(file) == 0;
+        bool const isWritten =
+            ::write(file, _bytes.data(), _bytes.size()) == static_cast<long>(_bytes.size()) &&
+            ::fsync(file) == 0;
         ::close(file);
         if (!isWritten || ::renameat(_directory, "new", _directory, "file") != 0 || ::fsync(_directory) != 0)
             throw std::runtime_error("the floor cannot be measured");

@@ -7,7 +7,8 @@
 #include <QString>
 
 int main(int argc, char** argv) {
-    QSettings const settings(QString::fromUtf8(argv[1]) + QStringLiteral("/settings.ini"), QSettings::IniFormat);
+    QSettings const settings(QString::fromUtf8(argv[1]) + QStringLiteral("/settings.ini"),
+                             QSettings::IniFormat);
     int sum = 0;
     for (int i = 3; i < argc; ++i)
         sum += settings.value(QString::fromUtf8(argv[i])).toInt();

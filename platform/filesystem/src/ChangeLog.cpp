@@ -26,7 +26,7 @@ bool isBelow(std::string const& path, std::string const& above) {
 ChangeLog::ChangeLog(RAMFileSystem& fileSystem, std::string const& directory, std::function<void()> wake)
     : _fileSystem(fileSystem) {
     Tree& tree = DirectAccess::tree(fileSystem);
-    if (tree.hasJournal())
+    if (tree.journal() != nullptr)
         throw utils::Exception("The file system has a change log already.");
     if (tree.find(TreePath::below(directory, {})) == noNode)
         throw utils::Exception("There is no directory " + directory + " to record changes in.");

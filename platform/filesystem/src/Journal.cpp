@@ -24,13 +24,14 @@ void Journal::record(NodeId id) noexcept {
 
 void Journal::add(NodeId id) {
     // Changes elsewhere need not wake anybody. Once something has changed here, sorting them out can wait.
-    if (_isEmpty && !isInside(id))
+    if (_isEverything || (_isEmpty && !isInside(id)))
         return;
+    std::size_t const word = id / wordBits;
+    if (word >= _recorded.size())
+        _recorded.resize(std::max(word + 1, 2 * _recorded.size()));
     _touched.push_back({id, _tree[id].generation});
-    _last = id;
+    _recorded[word] |= std::uint64_t{1} << (id % wordBits);
     begin();
-    if (_touched.size() >= _compactAt)
-        compact();
 }
 
 void Journal::begin() noexcept {
@@ -39,14 +40,13 @@ void Journal::begin() noexcept {
 }
 
 void Journal::leave(NodeId id) noexcept {
-    _last = noNode; // its number may be used again
     if (_isEverything)
         return;
     try {
         if (!isInside(id))
             return;
         _left.push_back(pathOf(id));
-        _leftBytes += _left.back().size();
+        _leftBytes += sizeof(std::string) + _left.back().size();
         _isEverything = _leftBytes > mostBytes;
     } catch (...) { // no memory
         _isEverything = true;
@@ -72,27 +72,16 @@ std::string Journal::pathOf(NodeId id) const {
     return path;
 }
 
-void Journal::compact() {
-    auto const key = [](Touched const& touched) { return std::pair(touched.node, touched.generation); };
-    std::sort(_touched.begin(), _touched.end(),
-              [&](Touched const& left, Touched const& right) { return key(left) < key(right); });
-    _touched.erase(
-        std::unique(_touched.begin(), _touched.end(),
-                    [&](Touched const& left, Touched const& right) { return key(left) == key(right); }),
-        _touched.end());
-    _compactAt = std::max(smallest, 2 * _touched.size());
-}
-
 std::vector<std::string> Journal::take() {
     std::vector<std::string> result;
     try {
-        compact();
         result = changedPaths();
     } catch (...) { // no memory: nothing is lost, but what it was
         _isEverything = true;
         throw;
     }
-    _last = noNode;
+    for (Touched const touched : _touched)
+        _recorded[touched.node / wordBits] = 0;
     _isEmpty = true;
     _isEverything = false;
     _touched.clear();

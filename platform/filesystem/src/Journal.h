@@ -17,11 +17,14 @@ class Journal {
 public:
     Journal(Tree const& tree, std::string directory, std::function<void()> wake);
 
-    /** A node has come, or its content is about to change. Once is enough for a file written over and over. */
+    /** The content of a file is about to change. Once is enough for a file written over and over. */
     void touch(NodeId id) noexcept {
-        if (id != _last)
+        if (!isRecorded(id))
             record(id);
     }
+
+    /** A node has come. Its number may have belonged to one that has gone. */
+    void come(NodeId id) noexcept { record(id); }
 
     /** A node is about to go, with everything below it, or everything below it is about to be replaced. */
     void leave(NodeId id) noexcept;
@@ -37,25 +40,28 @@ private:
         std::uint64_t generation;
     };
 
-    static constexpr std::size_t smallest = 4'096;
+    static constexpr std::size_t wordBits = 64;
     static constexpr std::size_t mostBytes = 16'777'216; ///< of paths; beyond, it is everything
+
+    [[nodiscard]] bool isRecorded(NodeId id) const noexcept {
+        std::size_t const word = id / wordBits;
+        return word < _recorded.size() && (_recorded[word] >> (id % wordBits) & 1U) != 0;
+    }
 
     void record(NodeId id) noexcept;
     void add(NodeId id);
     void begin() noexcept;
     [[nodiscard]] bool isInside(NodeId id) const;
     [[nodiscard]] std::string pathOf(NodeId id) const;
-    void compact();
     [[nodiscard]] std::vector<std::string> changedPaths();
 
     Tree const& _tree;
     std::string _directory;
     std::function<void()> _wake;
-    NodeId _last = noNode;
     bool _isEmpty = true;
     bool _isEverything = false; ///< too much to record, or no memory for it
     std::vector<Touched> _touched;
-    std::size_t _compactAt = smallest; ///< how many entries are worth looking for equal ones
+    std::vector<std::uint64_t> _recorded; ///< a bit for each node's number: whether it is in `_touched`
     std::vector<std::string> _left;
     std::size_t _leftBytes = 0;
 };

@@ -98,7 +98,7 @@ NodeId Tree::make(TreePath const& path, bool directory) {
     _index.reserve(1);
     NodeId const id = add(parent, path.name(), hash, directory);
     _index.insert({hash, id});
-    touch(id);
+    come(id);
     return id;
 }
 
@@ -199,7 +199,7 @@ NodeId Tree::childDirectory(NodeId parent, std::string_view name, std::uint32_t 
     _index.reserve(1);
     NodeId const made = add(parent, name, hash, true);
     _index.insert({hash, made});
-    touch(made);
+    come(made);
     if (outermostMade == noNode)
         outermostMade = made;
     return made;
@@ -239,7 +239,7 @@ bool Tree::graft(Apart&& apart, TreePath const& path) {
         if (file != noNode)
             remove(file);
         _index.insert({_nodes[target].hash, target});
-        touch(target);
+        come(target);
     }
     // From here on nothing can fail.
     moveChildren(apart._directory, target);

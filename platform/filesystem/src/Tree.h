@@ -31,7 +31,7 @@ public:
 
     /** Reports all changes from now on to a journal; null for none. */
     void setJournal(Journal* journal) noexcept { _journal = journal; }
-    [[nodiscard]] bool hasJournal() const noexcept { return _journal != nullptr; }
+    [[nodiscard]] Journal* journal() const noexcept { return _journal; }
 
     /** The content of a file is about to change. */
     void touch(NodeId id) noexcept {
@@ -113,6 +113,10 @@ public:
     bool graft(Apart&& apart, TreePath const& path);
 
 private:
+    void come(NodeId id) noexcept {
+        if (_journal != nullptr)
+            _journal->come(id);
+    }
     void leave(NodeId id) noexcept {
         if (_journal != nullptr)
             _journal->leave(id);
