@@ -15,7 +15,8 @@
 
 namespace filesystem {
 
-// The items of CBOR (RFC 8949) that a register file is made of.
+// The items of CBOR (RFC 8949) that a register file is made of. What is called for every entry of a file is inlined
+// even where the compiler thinks it too large: calls would cost as much as the work.
 
 /** CBOR's major types, as far as they occur here; each stands in the first three bits of a head. */
 enum class Major : unsigned char { number = 0, bytes = 2, text = 3, array = 4, map = 5, tag = 6, other = 7 };
@@ -26,7 +27,7 @@ constexpr unsigned lastDefinite = 27;      // what the first byte has in place o
 constexpr std::size_t longestHead = 9;
 
 /** Writes a head where there is room for the longest. Result: where it ends. */
-inline char* writeHead(char* target, Major major, std::uint64_t number) {
+[[gnu::always_inline]] inline char* writeHead(char* target, Major major, std::uint64_t number) {
     auto* const bytes = reinterpret_cast<unsigned char*>(target);
     if (number < shortNumbers) {
         *bytes = static_cast<unsigned char>(static_cast<unsigned>(major) << 5 | number);
@@ -37,7 +38,7 @@ inline char* writeHead(char* target, Major major, std::uint64_t number) {
     return target + length;
 }
 
-inline char* writeText(char* target, std::string_view text) {
+[[gnu::always_inline]] inline char* writeText(char* target, std::string_view text) {
     copyBytes(target, text.data(), text.size());
     return target + text.size();
 }
@@ -76,7 +77,7 @@ public:
 
     [[nodiscard]] std::size_t left() const { return _left.size(); }
 
-    Item next() {
+    [[gnu::always_inline]] Item next() {
         Item item{Kind::other, 0, {}};
         if (takeShortItem(item))
             return item;
@@ -102,7 +103,7 @@ public:
 
 private:
     /** Takes what nearly all items are: a string or a map whose head is one byte. */
-    bool takeShortItem(Item& item) {
+    [[gnu::always_inline]] bool takeShortItem(Item& item) {
         if (_left.empty())
             return false;
         auto const head = static_cast<unsigned char>(_left.front());
@@ -169,7 +170,7 @@ struct NamedItem {
 };
 
 /** Errors: `utils::Exception` for what cannot be an entry. */
-inline NamedItem takeEntry(Scanner& scanner) {
+[[gnu::always_inline]] inline NamedItem takeEntry(Scanner& scanner) {
     Item const key = scanner.next();
     std::string_view const name = key.content;
     if (key.kind != Kind::text)
