@@ -41,12 +41,15 @@ struct LiveEvent {
 
 /** Members that are left out of an initializer list have their defaults: `LiveOptions{"user", "global"}`. */
 struct LiveOptions {
-    /** UTF-8; made absolute at once. Empty: $XDG_CONFIG_HOME/velmorand or ~/.config/velmorand. Made, with mode 0700, if missing. */
+    /**
+     * UTF-8; made absolute at once. Empty: $XDG_CONFIG_HOME/velmorand or ~/.config/velmorand. Created with mode
+     * 0700 if it is missing.
+     */
     std::string userDirectory{};
 
     /**
-     * UTF-8; made absolute at once. Empty: "velmorand" in the first directory of $XDG_CONFIG_DIRS, or of /etc/xdg, that has a
-     * register file there; if none has, in the first of them.
+     * UTF-8; made absolute at once. Empty: "velmorand" in the first directory of $XDG_CONFIG_DIRS, or of /etc/xdg,
+     * that has a register file there; if none has, in the first of them.
      */
     std::string globalDirectory{};
 
