@@ -84,6 +84,12 @@ Reading DiskFile::read() {
     return *readIfChanged();
 }
 
+bool DiskFile::isKnown() {
+    Opened const file(_disk, _name, FileSystem::MODE_READ);
+    Identity const now = file.handle() != nullptr ? identify(file.handle()) : Identity{};
+    return _known && _known->stamp == now.stamp && _known->head == now.head;
+}
+
 std::optional<Reading> DiskFile::readIfChanged() {
     Opened const file(_disk, _name, FileSystem::MODE_READ);
     if (file.handle() == nullptr) {

@@ -35,6 +35,9 @@ public:
 
     [[nodiscard]] Reading read();
 
+    /** Whether the file is the one, with the content, that was last read or written. */
+    [[nodiscard]] bool isKnown();
+
     /** Reads the file unless it is the one, with the content, that was last read or written. */
     [[nodiscard]] std::optional<Reading> readIfChanged();
 

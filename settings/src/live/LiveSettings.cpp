@@ -26,9 +26,6 @@ public:
     State(LiveOptions options, void* sender)
         : _events(std::move(options.onEvent)), _global(live::findGlobalDirectory(options.globalDirectory)),
           _files(live::openUserDirectory(options.userDirectory), _global), _process(::getpid()) {
-        // Watched before they are read, so that no change falls between the two.
-        _watch = std::make_unique<filesystem::FileWatch>(
-            std::vector<std::string>{_files.user.path(), _files.global.path()});
         _files.open(_events);
         open(options.delay, sender);
         _events.tell();
@@ -78,16 +75,19 @@ private:
         _memory = std::make_unique<live::Memory>(*opened, _files.userImage, _files.globalImage,
                                                  [this] { _worker->wake(); });
         _synchroniser = std::make_unique<live::Synchroniser>(_files, *_memory, _events, sender);
-        _worker = std::make_unique<live::Worker>(std::move(_watch), delay, [this](GiveUp const& isStopping) {
-            return _synchroniser->run(live::Synchroniser::Missing::leaveAlone, isStopping).saved;
-        });
+        _worker = std::make_unique<live::Worker>(
+            std::vector<std::string>{_files.user.path(), _files.global.path()}, delay,
+            [this] { return _synchroniser->isNews(); },
+            [this](GiveUp const& isStopping) {
+                return _synchroniser->run(live::Synchroniser::Missing::leaveAlone, isStopping).saved;
+            });
     }
 
     live::Events _events;
     std::string const _global;
     live::Files _files;
     ::pid_t const _process;
-    std::unique_ptr<filesystem::FileWatch> _watch; // until the worker has it
+
     std::unique_ptr<live::Memory> _memory;
     std::unique_ptr<live::Synchroniser> _synchroniser;
     std::unique_ptr<live::Worker> _worker;

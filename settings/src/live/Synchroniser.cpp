@@ -44,6 +44,11 @@ SaveResult Synchroniser::run(Missing missing, GiveUp const& giveUp) {
     return step.result;
 }
 
+bool Synchroniser::isNews() {
+    std::lock_guard<std::mutex> const lock(_mutex);
+    return !_files.user.isKnown() || !_files.global.isKnown();
+}
+
 void Synchroniser::stop() {
     std::lock_guard<std::mutex> const lock(_mutex);
     _isStopped = true;

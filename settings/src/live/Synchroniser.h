@@ -52,6 +52,9 @@ public:
      */
     SaveResult run(Missing missing, GiveUp const& giveUp);
 
+    /** Whether one of the files is no longer the one, with the content, that was last read or written. */
+    [[nodiscard]] bool isNews();
+
     /** Lets a merge that is under way end, and begins no other. */
     void stop();
 

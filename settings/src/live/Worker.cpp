@@ -61,10 +61,10 @@ private:
 
 } // namespace
 
-Worker::Worker(std::unique_ptr<filesystem::FileWatch> watch, std::chrono::milliseconds delay,
+Worker::Worker(std::vector<std::string> files, std::chrono::milliseconds delay, std::function<bool()> isNews,
                std::function<bool(GiveUp const&)> synchronise)
-    : _watch(std::move(watch)), _delay(std::min(delay, longestDelay)), _synchronise(std::move(synchronise)),
-      _process(::getpid()), _wake(makeEvent()) {
+    : _files(std::move(files)), _delay(std::min(delay, longestDelay)), _isNews(std::move(isNews)),
+      _synchronise(std::move(synchronise)), _process(::getpid()), _wake(makeEvent()) {
     if (_wake < 0)
         throw utils::Exception("settings cannot be shared: " + std::generic_category().message(errno));
     SignalsBlocked const blocked;
@@ -103,17 +103,34 @@ bool Worker::synchronise() const {
     }
 }
 
+/** Result: whether a file may have changed since it was read. */
+bool Worker::beginWatch(std::unique_ptr<filesystem::FileWatch>& watch) const {
+    try {
+        watch = std::make_unique<filesystem::FileWatch>(_files);
+        return _isNews();
+    } catch (std::exception const&) {
+        return true;
+    }
+}
+
 void Worker::run() {
+    std::unique_ptr<filesystem::FileWatch> watch;
+    std::optional<Clock::time_point> watchFrom = Clock::now() + unwatched;
     std::optional<Clock::time_point> due;
     auto retry = firstRetry;
     while (!_isStopping) {
-        std::array<::pollfd, 2> waiting{{{_wake, POLLIN, 0}, {_watch->descriptor(), POLLIN, 0}}};
-        if (::poll(waiting.data(), waiting.size(), milliseconds(due)) < 0 && errno != EINTR)
+        std::array<::pollfd, 2> waiting{{{_wake, POLLIN, 0}, {watch ? watch->descriptor() : -1, POLLIN, 0}}};
+        auto const until = due && watchFrom ? std::min(due, watchFrom) : due ? due : watchFrom;
+        if (::poll(waiting.data(), waiting.size(), milliseconds(until)) < 0 && errno != EINTR)
             return;
         std::uint64_t count = 0;
         if (::read(_wake, &count, sizeof count) > 0 && !due)
             due = Clock::now() + _delay;
-        bool const isNews = waiting[1].revents != 0 && _watch->takeEvents();
+        bool isNews = waiting[1].revents != 0 && watch->takeEvents();
+        if (watchFrom && Clock::now() >= *watchFrom && !_isStopping) {
+            isNews = beginWatch(watch);
+            watchFrom.reset();
+        }
         if (_isStopping || (!isNews && (!due || Clock::now() < *due)))
             continue;
         due.reset();

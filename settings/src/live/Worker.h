@@ -5,7 +5,9 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include <sys/types.h>
 
@@ -23,9 +25,9 @@ class Worker {
 public:
     /**
      * `synchronise` saves and looks; it says whether everything is saved. It gets what tells it to wait no longer,
-     * since the thread is to end. The files are `watch`'s.
+     * since the thread is to end. `isNews` says whether some file is no longer the one that was read.
      */
-    Worker(std::unique_ptr<filesystem::FileWatch> watch, std::chrono::milliseconds delay,
+    Worker(std::vector<std::string> files, std::chrono::milliseconds delay, std::function<bool()> isNews,
            std::function<bool(GiveUp const&)> synchronise);
     Worker(Worker const&) = delete;
     Worker& operator=(Worker const&) = delete;
@@ -39,11 +41,15 @@ public:
 
 private:
     void run();
+    [[nodiscard]] bool beginWatch(std::unique_ptr<filesystem::FileWatch>& watch) const;
     [[nodiscard]] bool synchronise() const;
 
-    std::unique_ptr<filesystem::FileWatch> const _watch;
+    std::vector<std::string> const _files;
+
     std::chrono::milliseconds const _delay;
+    std::function<bool()> const _isNews;
     std::function<bool(GiveUp const&)> const _synchronise;
+
     ::pid_t const _process;
     int _wake;
     std::atomic<bool> _isStopping{false};
