@@ -9,9 +9,7 @@
 
 #include "DirectAccess.h"
 
-namespace filesystem {
-
-namespace direct {
+namespace filesystem::direct {
 
 namespace {
 
@@ -234,6 +232,4 @@ std::size_t Walk::nameBegin() const noexcept {
     return _state->nameBegin;
 }
 
-} // namespace direct
-
-} // namespace filesystem
+} // namespace filesystem::direct

@@ -209,23 +209,24 @@ private:
     };
 
     void step(Pair& pair) {
-        Entry const* before = pair.before == pair.beforeEnd ? nullptr : pair.before;
-        Entry const* after = pair.after == pair.afterEnd ? nullptr : pair.after;
-        if (before != nullptr && after != nullptr) {
-            int const order = _from.nameOf(*before).compare(_to.nameOf(*after));
-            if (order < 0)
-                after = nullptr;
-            else if (order > 0)
-                before = nullptr;
-        }
-        pair.before += before != nullptr ? 1 : 0;
-        pair.after += after != nullptr ? 1 : 0;
-        if (before != nullptr && after != nullptr && sameBytes(*before, *after))
+        int const order = orderOf(pair);
+        Entry const* const before = order <= 0 ? pair.before++ : nullptr;
+        Entry const* const after = order >= 0 ? pair.after++ : nullptr;
+        if (order == 0 && sameBytes(*before, *after))
             return;
         if (!_path.empty())
             _path += '/';
-        _path += before != nullptr ? _from.nameOf(*before) : _to.nameOf(*after);
+        _path += order <= 0 ? _from.nameOf(*before) : _to.nameOf(*after);
         compare(before, after);
+    }
+
+    /** Which tree has the next entry: below 0 the one before, above 0 the one after, 0 both. */
+    [[nodiscard]] int orderOf(Pair const& pair) const {
+        if (pair.before == pair.beforeEnd)
+            return 1;
+        if (pair.after == pair.afterEnd)
+            return -1;
+        return _from.nameOf(*pair.before).compare(_to.nameOf(*pair.after));
     }
 
     /** Whether two entries are encoded alike, and so are the same. */

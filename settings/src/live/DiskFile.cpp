@@ -114,9 +114,8 @@ std::optional<Reading> DiskFile::readIfChanged() {
 }
 
 Reading DiskFile::readFrom(FileHandle* handle) {
-    std::string bytes;
     try {
-        bytes.resize(static_cast<std::size_t>(std::max(_disk.size(handle), 0L)));
+        std::string bytes(static_cast<std::size_t>(std::max(_disk.size(handle), 0L)), '\0');
         _disk.seek(handle, 0, FileSystem::ORIGIN_BEGIN);
         errno = 0;
         auto const moved =

@@ -43,7 +43,7 @@ Image recover(Files& files, Events& events) {
 
 } // namespace
 
-Files::Files(std::string userDirectory, std::string globalDirectory)
+Files::Files(std::string userDirectory, std::string const& globalDirectory)
     : directory(std::move(userDirectory)), user(directory, fileName), previous(directory, previousFileName),
       global(globalDirectory, fileName) {}
 

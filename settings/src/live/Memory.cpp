@@ -2,6 +2,7 @@
 #include "Memory.h"
 
 #include <algorithm>
+#include <iterator>
 #include <set>
 #include <string_view>
 #include <utility>
@@ -94,8 +95,8 @@ std::optional<Collected> Memory::collect(void* sender, GiveUp const& giveUp) {
         bringInLocked(sender);
         addPending(_log->take());
         std::vector<std::string> paths = united(_collected, _pending);
-        for (std::string const& path : paths)
-            states.push_back(stateOf(_register, path));
+        std::transform(paths.begin(), paths.end(), std::back_inserter(states),
+                       [this](std::string const& path) { return stateOf(_register, path); });
         _collected = std::move(paths);
         _pending.clear();
         collected.number = ++_collections;

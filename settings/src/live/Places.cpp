@@ -41,7 +41,7 @@ std::string absolute(std::string const& path) {
 } // namespace
 
 std::string openUserDirectory(std::string const& given) {
-    std::string const directory = given.empty() ? standardUserDirectory() : absolute(given);
+    std::string directory = given.empty() ? standardUserDirectory() : absolute(given);
     if (!filesystem::makePrivateDirectories(directory))
         throw utils::Exception(directory + ": cannot be created: " + std::generic_category().message(errno));
     return directory;
@@ -60,7 +60,7 @@ std::string findGlobalDirectory(std::string const& given) {
         begin = end + 1;
         if (!isAbsolute(base))
             continue;
-        std::string const directory = base + folder;
+        std::string directory = base + folder;
         if (first.empty())
             first = directory;
         std::error_code ignored;

@@ -16,7 +16,7 @@ namespace velmorand::live {
 
 /** The files of one `LiveSettings`, and what they held when the process opened them. */
 struct Files {
-    Files(std::string userDirectory, std::string globalDirectory);
+    Files(std::string userDirectory, std::string const& globalDirectory);
 
     /**
      * Reads both files. A damaged user's file is moved aside and the previous one takes its place.
