@@ -18,7 +18,7 @@
  * the program's own loop asks, with no lock held: for everything else, and whenever the work takes a lock,
  * waits, or belongs to one thread, as a user interface does.
  *
-  * Create a `LiveSettings` first, or call `initialize`: creating a listener opens the register, and without either it
+ * Create a `LiveSettings` first, or call `initialize`: creating a listener opens the register, and without either it
  * opens without its files. Keys are compared with names byte by byte, as `_Register::addCallback` describes.
  *
  * A listener may be created in one module of a program and destroyed in another; a plug-in's listeners are gone

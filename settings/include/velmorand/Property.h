@@ -19,7 +19,7 @@
  * A value is a `std::string`, `double`, `int`, `bool`, or a `std::vector` of one of these. Values are not
  * converted from one type to another: a property has the type it was last written with.
  *
-  * Create a `LiveSettings` first, or call `initialize`: the first use of the settings opens the register, and without
+ * Create a `LiveSettings` first, or call `initialize`: the first use of the settings opens the register, and without
  * either it opens without its files.
  *
  * After the register's end, in the destructors of static objects that are older than the register, there are no
@@ -110,9 +110,10 @@ template <class T>
 /**
  * Writes a value, in the user scope unless another is given, and notifies the listeners except those of
  * `sender`. Nothing is saved yet.
- * Errors: `utils::Exception` if the name cannot be a property (it or one of its groups is in the way), if a
- * string, or the list, has more than 2,147,483,647 bytes or elements, and after the register's end; nothing has
- * changed then. An exception of a listener reaches the caller, with the value written.
+ * Errors: `utils::Exception` if a string, or the list, has more than 2,147,483,647 bytes or elements, and after
+ * the register's end, with nothing changed; and if the name cannot be a property: a group has it, one of its
+ * groups is a property, or its last level is empty, "." or "..". The groups before that level have been made
+ * then: a name must not end in "/". An exception of a listener reaches the caller, with the value written.
  */
 template <class T>
 void write(std::string const& name, T const& value, RegisterScope scope = SCOPE_USER,
