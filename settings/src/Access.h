@@ -19,7 +19,7 @@ enum class Availability {
 /** Locks: none. */
 [[nodiscard]] Availability availability() noexcept;
 
-/** Why there is no register, for messages. */
+/** Why the register is not available, for messages. */
 [[nodiscard]] char const* unavailabilityReason() noexcept;
 
 /**

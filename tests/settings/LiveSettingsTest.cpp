@@ -537,7 +537,7 @@ TEST_F(Live, SaveAtAnExitFromAnotherThread) {
 
 namespace {
 
-/** Live settings that save and listen by themselves. */
+/** Live settings whose own thread saves and listens. */
 class LiveByThemselves : public Live {
 protected:
     LiveByThemselves() { options.delay = std::chrono::milliseconds(1); }

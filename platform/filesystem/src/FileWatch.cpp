@@ -45,7 +45,7 @@ public:
 
     struct Taken {
         bool concernsFile = false;
-        bool changesWay = false; ///< what has to be watched is no longer the same
+        bool changesWay = false; ///< other directories or links must be watched now
     };
 
     Taken take() {

@@ -20,7 +20,7 @@ public:
     /** Saves what has changed, for the last time. */
     virtual void end() = 0;
 
-    /** The one there is; null if there is none. */
+    /** The live settings that exist now, or null. */
     [[nodiscard]] static std::shared_ptr<Current> get();
 
     static void leave();

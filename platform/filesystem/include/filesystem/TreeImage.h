@@ -57,7 +57,7 @@ public:
      */
     explicit TreeImage(std::string bytes);
 
-    /** The directory at an absolute path of a file system in memory; an empty tree if there is none. */
+    /** The directory at an absolute path of an in-memory file system; an empty tree if it does not exist. */
     [[nodiscard]] static TreeImage of(RAMFileSystem const& fileSystem, std::string const& path);
 
     /** The register file: equal trees made by this library have equal bytes. */
