@@ -30,6 +30,7 @@ char* rewriteAt(Tree& tree, NodeId id, std::size_t size) {
     Node& node = tree[id];
     if (node.directory != 0 || !Node::fits(node.nameLength, size))
         return nullptr;
+    tree.count();
     Journal* const journal = tree.journal();
     return journal != nullptr ? rewriteRecorded(*journal, node, id, size) : node.replaceContent(size);
 }

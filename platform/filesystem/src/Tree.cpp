@@ -251,7 +251,7 @@ bool Tree::graft(Apart&& apart, TreePath const& path) {
 
 /** Makes the children of one directory, from which none has been taken, those of another, which has none. */
 void Tree::moveChildren(NodeId from, NodeId to) noexcept {
-    ++_version;
+    countEntry();
     Children* const children = std::exchange(_nodes[from].children, nullptr);
     _nodes[to].children = children;
     if (children == nullptr)
@@ -270,7 +270,7 @@ void Tree::link(NodeId parent, NodeId child) {
     Node& node = _nodes[child];
     node.parent = parent;
     node.place = static_cast<std::uint32_t>(directory.children->ids.size() - 1);
-    ++_version;
+    countEntry();
 }
 
 void Tree::append(Children& children, NodeId child) {
@@ -281,7 +281,7 @@ void Tree::append(Children& children, NodeId child) {
 }
 
 void Tree::unlink(NodeId child) noexcept {
-    ++_version;
+    countEntry();
     Node const& node = _nodes[child];
     Node& directory = _nodes[node.parent];
     auto& ids = directory.children->ids;

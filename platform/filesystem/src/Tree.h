@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -33,8 +34,17 @@ public:
     void setJournal(Journal* journal) noexcept { _journal = journal; }
     [[nodiscard]] Journal* journal() const noexcept { return _journal; }
 
+    /** Counts changes in `counter` from now on. */
+    void countIn(std::atomic<std::uint64_t>& counter) noexcept { _changes = &counter; }
+
+    /** Counts a change of a file's content. Changes of entries are counted here. */
+    void count() noexcept {
+        _changes->store(_changes->load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+    }
+
     /** The content of a file is about to change. */
     void touch(NodeId id) noexcept {
+        count();
         if (__builtin_expect(_journal != nullptr, 0))
             _journal->touch(id);
     }
@@ -121,6 +131,10 @@ private:
         if (_journal != nullptr)
             _journal->leave(id);
     }
+    void countEntry() noexcept {
+        ++_version;
+        count();
+    }
     [[nodiscard]] bool standsAt(NodeId id, TreePath const& path) const;
     [[nodiscard]] NodeId directoryAbove(TreePath const& path) const;
     bool makeMissing(TreePath const& path, NodeId& outermostMade);
@@ -139,6 +153,8 @@ private:
     PathIndex _index;
     std::uint64_t _version = 0;
     Journal* _journal = nullptr;
+    std::atomic<std::uint64_t> _ownChanges{0};
+    std::atomic<std::uint64_t>* _changes = &_ownChanges; ///< never null
     std::vector<NodeId> const _none;
 };
 
