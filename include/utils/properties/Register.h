@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstdint>
 #include <map>
 #include <set>
 #include <string>
@@ -13,6 +12,7 @@
 #include <utils/Exception.h>
 
 #include "utils/properties/Export.h"
+#include "utils/properties/Types.h"
 
 /**
  * Whether `file` exists under the directory `root` or could be put there: if it is missing, its directory
@@ -25,36 +25,6 @@
                                                                  std::string const& file);
 
 namespace utils::properties {
-
-/** Where a property lives. Readers search the user scope first, then the global, then the temporary one. */
-enum RegisterScope : int {
-    SCOPE_GLOBAL = 0,    ///< "/global/": read from the global register file, never written back
-    SCOPE_USER = 1,      ///< "/user/": read from the user register file and saved to it
-    SCOPE_TEMPORARY = 2, ///< "/temp/": in memory only
-};
-
-/** The kind of a value: the first byte of its record, or the element tag of a list. */
-enum Type : std::int32_t {
-    TYPE_STRING = 'S',
-    TYPE_NUMBER = 'N',
-    TYPE_INTEGER = 'I',
-    TYPE_BOOLEAN = 'B',
-    TYPE_LIST = 'L', ///< the element tag follows
-};
-
-/**
- * The property holds a value of another kind than the one asked for.
- *
- * Intentional: the base is private, so that a handler for `utils::Exception` or `std::exception` does not
- * catch it. It carries no message.
- */
-class VELMORAND_REGISTER_EXPORT PropertyBadType : utils::Exception {};
-
-/**
- * No scope holds the property. Like `PropertyBadType`, it is caught only by its own name and carries no
- * message.
- */
-class VELMORAND_REGISTER_EXPORT PropertyNotFound : utils::Exception {};
 
 /**
  * The process's property register: named, typed settings in groups and three scopes, saved in register files
