@@ -79,8 +79,8 @@ struct Pending : _Register {
     }
 };
 
-/** A log whose register has been destroyed, so that it can leave none. Kept here, it does not count as lost. */
-[[maybe_unused]] ChangeLog* leftBehind = nullptr;
+/** A log whose register has been destroyed and that so cannot be destroyed itself. Volatile, to stay reachable for leak checkers. */
+ChangeLog* volatile leftBehind = nullptr;
 
 } // namespace
 
