@@ -5,6 +5,7 @@
 
 #include <pthread.h>
 
+#include <filesystem/ChangeCounter.h>
 #include <filesystem/Lifetime.h>
 
 namespace velmorand {
@@ -17,13 +18,18 @@ using utils::properties::_Register;
 std::atomic<Availability> state{Availability::available};
 _Register* theRegister = nullptr; // guarded by the lock; null until the first use
 
+void becomeUnavailable(Availability now) {
+    state = now;
+    registerState.fetch_add(1);
+}
+
 /**
  * A lock that was held at the fork stays locked in the child for good: the child does not have the other threads of its
  * parent, and the lock does not recognise even the forking thread, which has another thread ID there.
  */
 void checkLockAfterFork() {
     if (!_Register::_mutex->try_lock())
-        state = Availability::lockAbandoned;
+        becomeUnavailable(Availability::lockAbandoned);
     else
         _Register::_mutex->unlock();
 }
@@ -36,14 +42,18 @@ _Register* openRegister() {
         return theRegister;
     _Register* const opened = _Register::getInstance();
     // If it was used and destroyed without this library, only its address is left.
-    if (filesystem::callAtEnd(opened, [] { state = Availability::destroyed; }))
+    if (filesystem::callAtEnd(opened, [] { becomeUnavailable(Availability::destroyed); })) {
         theRegister = opened;
-    else
-        state = Availability::destroyed;
+        filesystem::countChanges(*opened, registerState);
+    } else {
+        becomeUnavailable(Availability::destroyed);
+    }
     return theRegister;
 }
 
 } // namespace
+
+std::atomic<std::uint64_t> registerState{1};
 
 Availability availability() noexcept {
     return state.load(std::memory_order_acquire);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <atomic>
+#include <cstdint>
 #include <string>
 
 #include <utils/properties/Register.h>
@@ -15,6 +17,12 @@ enum class Availability {
     destroyed,     ///< the process is exiting, and the register has been destroyed
     lockAbandoned, ///< this process was forked while a thread of its parent, or the forking one, held the lock
 };
+
+/**
+ * Grows whenever the register changes, by whatever operation, and when it becomes unavailable. Never 0. It may be read
+ * without the lock, and grows only with the lock held.
+ */
+extern std::atomic<std::uint64_t> registerState;
 
 /** Locks: none. */
 [[nodiscard]] Availability availability() noexcept;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "velmorand/Property.h"
 
+#include <algorithm>
+#include <cstring>
 #include <limits>
 
 #include "Access.h"
@@ -10,8 +12,9 @@ namespace velmorand::detail {
 namespace {
 
 using utils::properties::_Register;
+using utils::properties::Type;
 
-/** The register's reader and writer of a type. */
+/** The names of a kind, and the register's reader and writer for it. */
 template <class T>
 struct Kind;
 
@@ -22,26 +25,52 @@ struct KindBy {
     static constexpr auto write = Write;
 };
 
+// Each has the name that velmorand-register gives the kind, and how messages call a value of it.
+
 template <>
-struct Kind<std::string> : KindBy<std::string, &_Register::_readString, &_Register::_writeString> {};
+struct Kind<std::string> : KindBy<std::string, &_Register::_readString, &_Register::_writeString> {
+    static constexpr char const* name = "string";
+    static constexpr char const* phrase = "a string";
+};
 template <>
-struct Kind<double> : KindBy<double, &_Register::_readNumber, &_Register::_writeNumber> {};
+struct Kind<double> : KindBy<double, &_Register::_readNumber, &_Register::_writeNumber> {
+    static constexpr char const* name = "number";
+    static constexpr char const* phrase = "a number";
+};
 template <>
-struct Kind<int> : KindBy<int, &_Register::_readInteger, &_Register::_writeInteger> {};
+struct Kind<int> : KindBy<int, &_Register::_readInteger, &_Register::_writeInteger> {
+    static constexpr char const* name = "integer";
+    static constexpr char const* phrase = "an integer";
+};
 template <>
-struct Kind<bool> : KindBy<bool, &_Register::_readBoolean, &_Register::_writeBoolean> {};
+struct Kind<bool> : KindBy<bool, &_Register::_readBoolean, &_Register::_writeBoolean> {
+    static constexpr char const* name = "boolean";
+    static constexpr char const* phrase = "a boolean";
+};
 template <>
 struct Kind<std::vector<std::string>>
-    : KindBy<std::vector<std::string>, &_Register::_readStrings, &_Register::_writeStrings> {};
+    : KindBy<std::vector<std::string>, &_Register::_readStrings, &_Register::_writeStrings> {
+    static constexpr char const* name = "strings";
+    static constexpr char const* phrase = "a list of strings";
+};
 template <>
 struct Kind<std::vector<double>>
-    : KindBy<std::vector<double>, &_Register::_readNumbers, &_Register::_writeNumbers> {};
+    : KindBy<std::vector<double>, &_Register::_readNumbers, &_Register::_writeNumbers> {
+    static constexpr char const* name = "numbers";
+    static constexpr char const* phrase = "a list of numbers";
+};
 template <>
 struct Kind<std::vector<int>>
-    : KindBy<std::vector<int>, &_Register::_readIntegers, &_Register::_writeIntegers> {};
+    : KindBy<std::vector<int>, &_Register::_readIntegers, &_Register::_writeIntegers> {
+    static constexpr char const* name = "integers";
+    static constexpr char const* phrase = "a list of integers";
+};
 template <>
 struct Kind<std::vector<bool>>
-    : KindBy<std::vector<bool>, &_Register::_readBooleans, &_Register::_writeBooleans> {};
+    : KindBy<std::vector<bool>, &_Register::_readBooleans, &_Register::_writeBooleans> {
+    static constexpr char const* name = "booleans";
+    static constexpr char const* phrase = "a list of booleans";
+};
 
 /** A record gives a length or count 31 bits; the register's writers do not check. */
 void requireFits(std::string const& name, std::size_t size, char const* unit) {
@@ -64,6 +93,47 @@ void requireFits(std::string const& name, std::vector<T> const& values) {
     if constexpr (std::is_same_v<T, std::string>)
         for (std::string const& value : values)
             requireFits(name, value);
+}
+
+template <class T>
+bool isSame(T const& left, T const& right) {
+    return left == right;
+}
+
+/** By their bits: NaN is the same as itself, and -0.0 is not the same as 0.0. */
+bool isSame(double left, double right) {
+    return std::memcmp(&left, &right, sizeof left) == 0;
+}
+
+bool isSame(std::vector<double> const& left, std::vector<double> const& right) {
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                      [](double a, double b) { return isSame(a, b); });
+}
+
+char const* phraseFor(Type type, Type elementType) {
+    bool const isList = type == utils::properties::TYPE_LIST;
+    switch (isList ? elementType : type) {
+    case utils::properties::TYPE_STRING:
+        return isList ? Kind<std::vector<std::string>>::phrase : Kind<std::string>::phrase;
+    case utils::properties::TYPE_NUMBER:
+        return isList ? Kind<std::vector<double>>::phrase : Kind<double>::phrase;
+    case utils::properties::TYPE_INTEGER:
+        return isList ? Kind<std::vector<int>>::phrase : Kind<int>::phrase;
+    case utils::properties::TYPE_BOOLEAN:
+        return isList ? Kind<std::vector<bool>>::phrase : Kind<bool>::phrase;
+    default:
+        return "bytes that are not a value";
+    }
+}
+
+/** Why a name that exists cannot be read as a kind. The lock is held. */
+std::string mismatch(_Register const& settings, std::string const& name, std::string const& expected) {
+    if (settings.groupExists(name))
+        return "expected " + expected + ", found a group";
+    Type elementType{};
+    Type const type = settings.readPropertyType(name, &elementType);
+    std::string const found = phraseFor(type, elementType);
+    return "expected " + expected + ", found " + (found == expected ? "damaged bytes" : found);
 }
 
 } // namespace
@@ -94,6 +164,39 @@ void store(std::string const& name, T const& value, RegisterScope scope, void* s
     ((*settings).*Kind<T>::write)(sender, name, value, scope);
 }
 
+template <class T>
+Fetched fetch(std::string const& name, T& value) {
+    Access const settings;
+    if (!settings)
+        return {false, 0, {}};
+    Fetched fetched{false, registerState.load(std::memory_order_relaxed), {}};
+    if (!settings->propertyExists(name))
+        return fetched;
+    try {
+        ((*settings).*Kind<T>::read)(name, value);
+        fetched.isFound = true;
+    } catch (PropertyBadType const&) {
+        fetched.problem = mismatch(*settings, name, Kind<T>::phrase);
+    } catch (PropertyNotFound const&) { // a group, asked for a string
+        fetched.problem = mismatch(*settings, name, Kind<T>::phrase);
+    }
+    return fetched;
+}
+
+template <class T>
+void storeChanged(std::string const& name, T const& value, void* sender) {
+    RequiredAccess const settings(name + " is not written");
+    T old{};
+    if (isSet(name) && fetch(name, old).isFound && isSame(old, value))
+        return;
+    store(name, value, SCOPE_USER, sender);
+}
+
+template <class T>
+std::string kindName() {
+    return Kind<T>::name;
+}
+
 bool isSet(std::string const& name) {
     Access const settings;
     return settings && settings->propertyExists(name, SCOPE_USER) && !settings->groupExists(name, SCOPE_USER);
@@ -107,31 +210,24 @@ void reset(std::string const& name, void* sender) {
     settings->markAsChanged(sender, name);
 }
 
-template std::string get(std::string const&);
-template double get(std::string const&);
-template int get(std::string const&);
-template bool get(std::string const&);
-template std::vector<std::string> get(std::string const&);
-template std::vector<double> get(std::string const&);
-template std::vector<int> get(std::string const&);
-template std::vector<bool> get(std::string const&);
+// The eight kinds.
+#define VELMORAND_KIND(...)                                                                                  \
+    template __VA_ARGS__ get(std::string const&);                                                            \
+    template bool find(std::string const&, __VA_ARGS__&);                                                    \
+    template void store(std::string const&, __VA_ARGS__ const&, RegisterScope, void*);                       \
+    template Fetched fetch(std::string const&, __VA_ARGS__&);                                                \
+    template void storeChanged(std::string const&, __VA_ARGS__ const&, void*);                               \
+    template std::string kindName<__VA_ARGS__>();
 
-template bool find(std::string const&, std::string&);
-template bool find(std::string const&, double&);
-template bool find(std::string const&, int&);
-template bool find(std::string const&, bool&);
-template bool find(std::string const&, std::vector<std::string>&);
-template bool find(std::string const&, std::vector<double>&);
-template bool find(std::string const&, std::vector<int>&);
-template bool find(std::string const&, std::vector<bool>&);
+VELMORAND_KIND(std::string)
+VELMORAND_KIND(double)
+VELMORAND_KIND(int)
+VELMORAND_KIND(bool)
+VELMORAND_KIND(std::vector<std::string>)
+VELMORAND_KIND(std::vector<double>)
+VELMORAND_KIND(std::vector<int>)
+VELMORAND_KIND(std::vector<bool>)
 
-template void store(std::string const&, std::string const&, RegisterScope, void*);
-template void store(std::string const&, double const&, RegisterScope, void*);
-template void store(std::string const&, int const&, RegisterScope, void*);
-template void store(std::string const&, bool const&, RegisterScope, void*);
-template void store(std::string const&, std::vector<std::string> const&, RegisterScope, void*);
-template void store(std::string const&, std::vector<double> const&, RegisterScope, void*);
-template void store(std::string const&, std::vector<int> const&, RegisterScope, void*);
-template void store(std::string const&, std::vector<bool> const&, RegisterScope, void*);
+#undef VELMORAND_KIND
 
 } // namespace velmorand::detail

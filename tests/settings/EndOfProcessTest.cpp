@@ -12,6 +12,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <utils/properties/Register.h>
 #include <velmorand/Initialize.h>
 #include <velmorand/Listener.h>
 #include <velmorand/Lock.h>

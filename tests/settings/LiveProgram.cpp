@@ -8,6 +8,7 @@
 #include <iostream>
 #include <string>
 
+#include <utils/properties/Register.h>
 #include <velmorand/LiveSettings.h>
 #include <velmorand/Property.h>
 

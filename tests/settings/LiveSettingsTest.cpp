@@ -19,6 +19,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <utils/properties/Register.h>
 #include <velmorand/Initialize.h>
 #include <velmorand/Listener.h>
 #include <velmorand/LiveSettings.h>

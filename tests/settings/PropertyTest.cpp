@@ -193,11 +193,6 @@ TEST(PropertyOf, IsSetOnlyByTheUserScope) {
     EXPECT_EQ(1, width.get());
 }
 
-TEST(PropertyOf, ThrowsForAnotherKindOfValue) {
-    write("a/width", "wide");
-    EXPECT_EQ("PropertyBadType", failure([] { static_cast<void>(Property<int>("a/width", 8).get()); }));
-}
-
 TEST(Reset, ShowsTheNextScope) {
     write("a/width", 1, SCOPE_GLOBAL);
     Property<int> const width{"a/width", 8};

@@ -1,23 +1,33 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <memory>
+#include <optional>
 #include <string>
 #include <type_traits>
 #include <utility>
-#include <vector>
 
+#include "velmorand/Declaration.h"
+#include "velmorand/Declared.h"
+#include "velmorand/Duration.h"
+#include "velmorand/Enum.h"
 #include "velmorand/Export.h"
 #include "velmorand/Scope.h"
+#include "velmorand/Stored.h"
 
 /**
  * Typed settings, one line each.
  *
+ *     Property<double> const size{"editor/size", 11.0};
+ *     size.set(size.get() + 1);
+ *
+ * A `Property` declares a setting; whatever a file contains, its value is usable. `read` and `write` access a setting
+ * by its name; they do not convert, so a value of another type than the one asked for is an error:
+ *
  *     auto theme = read<std::string>("editor/theme");
- *     auto size = read<double>("editor/size", 11.0);
  *     write("editor/theme", "dark");
  *
- * A value is a `std::string`, `double`, `int`, `bool`, or a `std::vector` of one of these. Values are not
- * converted from one type to another: a property has the type it was last written with.
+ * velmorand/Stored.h lists the types and says how to add one.
  *
  * Create a `LiveSettings` first, or call `initialize`: the first use of the settings opens the register, and without
  * either it opens without its files.
@@ -34,34 +44,7 @@ namespace velmorand {
 
 namespace detail {
 
-/** Whether a property may have this type. */
-template <class T>
-inline constexpr bool isValue = false;
-template <>
-inline constexpr bool isValue<std::string> = true;
-template <>
-inline constexpr bool isValue<double> = true;
-template <>
-inline constexpr bool isValue<int> = true;
-template <>
-inline constexpr bool isValue<bool> = true;
-template <>
-inline constexpr bool isValue<std::vector<std::string>> = true;
-template <>
-inline constexpr bool isValue<std::vector<double>> = true;
-template <>
-inline constexpr bool isValue<std::vector<int>> = true;
-template <>
-inline constexpr bool isValue<std::vector<bool>> = true;
-
-/** Stops the compilation with an explanation if a property cannot have this type. */
-template <class T>
-constexpr void requireValue() {
-    static_assert(isValue<T>, "a property is a std::string, double, int, bool, "
-                              "or a std::vector of one of these");
-}
-
-// Defined for the eight types above, in the library.
+// For the eight kinds.
 
 template <class T>
 VELMORAND_SETTINGS_EXPORT T get(std::string const& name);
@@ -77,23 +60,27 @@ VELMORAND_SETTINGS_EXPORT void store(std::string const& name, T const& value, Re
 VELMORAND_SETTINGS_EXPORT bool isSet(std::string const& name);
 VELMORAND_SETTINGS_EXPORT void reset(std::string const& name, void* sender);
 
-/** What a value is written as: a string literal or `char` pointer as a string, anything else as it is. */
 template <class T>
-using Written =
-    std::conditional_t<std::is_same_v<std::decay_t<T>, char const*> || std::is_same_v<std::decay_t<T>, char*>,
-                       std::string, T>;
+T valid(std::optional<T> value) {
+    if (!value)
+        throw PropertyBadType();
+    return *std::move(value);
+}
 
 } // namespace detail
 
 /**
  * The value of `name`, from the first scope that has it: user, global, temporary.
- * Errors: `PropertyNotFound` if no scope has the name; `PropertyBadType` if its value has another type or it is
- * a group (for `std::string`, a group is `PropertyNotFound`).
+ * Errors: `PropertyNotFound` if no scope has the name; `PropertyBadType` if its value is of another kind or not valid
+ * for the type, or it is a group (for what is stored as a string, a group is `PropertyNotFound`).
  */
 template <class T>
 [[nodiscard]] T read(std::string const& name) {
-    detail::requireValue<T>();
-    return detail::get<T>(name);
+    using Kind = detail::StoredType<T>;
+    if constexpr (std::is_same_v<T, Kind>)
+        return detail::get<T>(name);
+    else
+        return detail::valid(Stored<T>::load(detail::get<Kind>(name)));
 }
 
 /**
@@ -102,9 +89,14 @@ template <class T>
  */
 template <class T>
 [[nodiscard]] T read(std::string const& name, T fallback) {
-    detail::requireValue<T>();
-    static_cast<void>(detail::find(name, fallback));
-    return fallback;
+    using Kind = detail::StoredType<T>;
+    if constexpr (std::is_same_v<T, Kind>) {
+        static_cast<void>(detail::find(name, fallback));
+        return fallback;
+    } else {
+        Kind value{};
+        return detail::find(name, value) ? detail::valid(Stored<T>::load(value)) : fallback;
+    }
 }
 
 /**
@@ -119,50 +111,104 @@ template <class T>
 void write(std::string const& name, T const& value, RegisterScope scope = SCOPE_USER,
            void* sender = nullptr) {
     using Value = detail::Written<T>;
-    detail::requireValue<Value>();
-    detail::store<Value>(name, value, scope, sender);
+    using Kind = detail::StoredType<Value>;
+    if constexpr (std::is_same_v<T, Value>)
+        detail::store<Kind>(name, Stored<T>::store(value), scope, sender);
+    else
+        detail::store<Kind>(name, Value(value), scope, sender);
 }
 
 /**
- * One of the user's settings, declared once: its name, its type, and its value while nobody has set it.
+ * A setting of the program, declared once: its name, its type, its fallback, and what else is known of it.
  *
- *     Property<std::vector<int>> recent{"editor/recent", {1, 2, 3}};
+ *     Property<std::string> const theme{"editor/theme", "light"};
+ *     Property<double> const size{"editor/size", 11.0, range(6.0, 72.0), description("Font size, in points")};
+ *     Property<int> const threads{"editor/threads", [] { return coresOfThisMachine(); }};
  *
- * It holds no copy of the value and uses the register only in its operations, so it may be a static object.
- * Threads may use one object at the same time.
+ * `T` is any type that velmorand/Stored.h lists, or one of the program's own. Details: velmorand/Declaration.h.
+ *
+ * It uses the register only in its operations, so it may be a static object. Threads may use one object at the same
+ * time. Copies are the same declaration. The program's catalogue (velmorand/Catalogue.h) lists it while it exists.
  */
 template <class T>
 class Property {
-    static_assert((detail::requireValue<T>(), true));
+    using Declared = detail::Declared<T>;
+
+    template <class Call>
+    static constexpr bool isFallbackCall =
+        std::is_invocable_r_v<T, Call const&> && !detail::isAccepted<T, std::decay_t<Call>>();
 
 public:
-    explicit Property(std::string name, T fallback = T())
-        : _name(std::move(name)), _fallback(std::move(fallback)) {}
-
-    [[nodiscard]] std::string const& name() const noexcept { return _name; }
-    [[nodiscard]] T const& fallback() const noexcept { return _fallback; }
+    /** Errors: `utils::Exception` for a limit or choice that the type does not have. */
+    template <class... Details>
+    explicit Property(std::string name, T fallback = T(), Details... details)
+        : Property(std::make_shared<Declared>(std::move(name), std::move(fallback), nullptr,
+                                              std::move(details)...)) {}
 
     /**
-     * The value from the first scope that has one, otherwise the fallback.
-     * Errors: as `read`, if a scope has the name with a value of another type or as a group.
+     * With a fallback that `fallback()` returns, called whenever it is needed, on the thread that needs it and with no
+     * lock held.
      */
-    [[nodiscard]] T get() const { return read<T>(_name, _fallback); }
+    template <class Call, class... Details, std::enable_if_t<isFallbackCall<Call>, int> = 0>
+    Property(std::string name, Call fallback, Details... details)
+        : Property(std::make_shared<Declared>(std::move(name), std::nullopt, std::move(fallback),
+                                              std::move(details)...)) {}
 
-    /** Writes the value to the user scope, as `write` does. */
-    void set(T const& value, void* sender = nullptr) const { write(_name, value, SCOPE_USER, sender); }
+    /** Any other type than `T` that would lose something or change its meaning: `12.5` for an `int`. */
+    template <class Other, class... Details,
+              std::enable_if_t<!detail::isAccepted<T, std::decay_t<Other>>() && !isFallbackCall<Other> &&
+                                   !(std::is_floating_point_v<T> && std::is_floating_point_v<Other>),
+                               int> = 0>
+    Property(std::string name, Other fallback, Details... details) = delete;
+
+    [[nodiscard]] std::string const& name() const noexcept { return _declared->name(); }
+    [[nodiscard]] T fallback() const { return _declared->fallback(); }
+
+    /**
+     * The value from the first scope that has one, otherwise the fallback; also the fallback if that scope's value is
+     * of another kind, is not valid for the type, or is not allowed by the declaration. Nothing that the register
+     * contains makes it throw; what a `fallback()` throws reaches the caller.
+     * Locks: the settings' lock. For a type of at most 8 bytes that can be copied bytewise, such as `int`, `double`,
+     * `bool` and enums: none if the register has not changed since the value was last read.
+     */
+    [[nodiscard]] T get() const { return _declared->get(); }
+
+    /**
+     * Why `get` returns the fallback although some scope has the name, such as
+     * `editor/size: 80 is not allowed (6 to 72)`; empty if there is no problem.
+     */
+    [[nodiscard]] std::string problem() const { return _declared->problem(); }
+
+    /**
+     * Writes the value to the user scope, as `write` does. If the user scope has that value already, nothing is
+     * written and nobody is notified.
+     * Errors: `utils::Exception` if the declaration does not allow the value; those of `write`.
+     */
+    void set(T const& value, void* sender = nullptr) const { _declared->set(value, sender); }
+
+    /** The same for another type of value, if nothing can be lost; an `int` that `T` does not have is refused. */
+    template <class Other, std::enable_if_t<detail::isAccepted<T, std::decay_t<Other>>(), int> = 0>
+    void set(Other const& value, void* sender = nullptr) const {
+        _declared->setFrom(value, sender);
+    }
+    template <class Other, std::enable_if_t<!detail::isAccepted<T, std::decay_t<Other>>(), int> = 0>
+    void set(Other const& value, void* sender = nullptr) const = delete;
 
     /** Whether the user scope has a value of any type; a group does not count. */
-    [[nodiscard]] bool isSet() const { return detail::isSet(_name); }
+    [[nodiscard]] bool isSet() const { return detail::isSet(name()); }
 
     /**
      * Removes the value from the user scope, so that another scope's value or the fallback is in force again,
      * and notifies the listeners except those of `sender`. Does nothing if the value is not set.
      */
-    void reset(void* sender = nullptr) const { detail::reset(_name, sender); }
+    void reset(void* sender = nullptr) const { detail::reset(name(), sender); }
 
 private:
-    std::string _name;
-    T _fallback;
+    explicit Property(std::shared_ptr<Declared> declared) : _declared(std::move(declared)) {
+        detail::declare(_declared);
+    }
+
+    std::shared_ptr<Declared> _declared;
 };
 
 } // namespace velmorand

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <utils/properties/Register.h>
+#include <utils/properties/Types.h>
 
 /** The register's names that applications use, in the namespace they use. */
 namespace velmorand {

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "velmorand/Export.h"
+
+/**
+ * The settings that the program has declared: each `Property` that exists, in any module of the process.
+ *
+ * Locks: a lock of its own for the list; the settings' lock for each property in turn, never both at once. Safe from
+ * any thread. The fallbacks of declarations that compute them are called.
+ */
+namespace velmorand {
+
+/** What is known of a declared setting. Values are JSON texts of what the register keeps: `11.5`, `"light"`, `[1]`. */
+struct DeclaredProperty {
+    std::string name;
+    std::string kind;     ///< "string", "number", "integer", "boolean", or the plural for a list of these
+    std::string format;   ///< "whole" or "duration" for a type that is stored as text or as a number
+    std::string fallback; ///< empty if the program computes it
+    std::string minimum;  ///< of an element; empty if there is none
+    std::string maximum;  ///< likewise
+    std::vector<std::string> choices; ///< the only values of an element; empty if any is allowed
+    std::string description;
+    bool isSet = false;  ///< the user scope has a value
+    std::string problem; ///< as `Property::problem`; empty if there is none
+};
+
+/** The declared settings in byte order of their names. One that is declared more than once counts as first declared. */
+[[nodiscard]] VELMORAND_SETTINGS_EXPORT std::vector<DeclaredProperty> declaredProperties();
+
+/**
+ * Removes the user's values of all declared settings. All are gone before the listeners, except those of `sender`, are
+ * notified.
+ */
+VELMORAND_SETTINGS_EXPORT void resetDeclaredProperties(void* sender = nullptr);
+
+/**
+ * The declared settings as JSON, for the file `share/velmorand/declared/PROGRAM.json` of the program's package, which
+ * `velmorand-register` reads; docs/catalogue-format.md describes it. What is set does not matter.
+ */
+[[nodiscard]] VELMORAND_SETTINGS_EXPORT std::string catalogue(std::string const& program);
+
+} // namespace velmorand

@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <initializer_list>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+/**
+ * What a declaration may say about a setting besides its name, type and fallback, in any order:
+ *
+ *     Property<double> size{"editor/size", 11.0, range(6.0, 72.0), description("Font size, in points")};
+ *
+ * In a list, limits, choices and checks apply to each element. The fallback itself is not checked.
+ */
+namespace velmorand {
+
+namespace detail {
+
+struct Description {
+    std::string text;
+};
+
+template <class T>
+struct Limits {
+    std::optional<T> minimum;
+    std::optional<T> maximum;
+};
+
+template <class T>
+struct Choices {
+    std::vector<T> values;
+};
+
+template <class Allows>
+struct Check {
+    Allows allows;
+    std::string expected;
+};
+
+} // namespace detail
+
+/** What the setting is for, in a sentence for users: with units, without the name. */
+[[nodiscard]] inline detail::Description description(std::string text) {
+    return {std::move(text)};
+}
+
+///@{
+/** The smallest and the largest value; both are allowed. */
+template <class T>
+[[nodiscard]] detail::Limits<T> range(T minimum, T maximum) {
+    return {std::move(minimum), std::move(maximum)};
+}
+template <class T>
+[[nodiscard]] detail::Limits<T> atLeast(T minimum) {
+    return {std::move(minimum), std::nullopt};
+}
+template <class T>
+[[nodiscard]] detail::Limits<T> atMost(T maximum) {
+    return {std::nullopt, std::move(maximum)};
+}
+///@}
+
+/** The only values that are allowed. An enum does not need it: its names are its choices. */
+template <class T>
+[[nodiscard]] detail::Choices<T> choices(std::initializer_list<T> values) {
+    return {values};
+}
+
+/**
+ * A check of the program's own: `allows(value)` returns whether a value is allowed. It may be called on any thread,
+ * must not use the settings or throw, and must depend on the value alone: its result is kept for as long as the
+ * register does not change. `expected` is for messages: "a directory below /srv".
+ */
+template <class Allows>
+[[nodiscard]] detail::Check<Allows> check(Allows allows, std::string expected = {}) {
+    return {std::move(allows), std::move(expected)};
+}
+
+} // namespace velmorand

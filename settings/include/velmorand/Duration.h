@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <type_traits>
+
+#include "velmorand/Stored.h"
+
+/**
+ * Lengths of time as settings: `std::chrono` durations in nanoseconds, microseconds, milliseconds, seconds, minutes,
+ * hours or days. They are stored with their unit, ns, us, ms, s, min, h or d, so that the declared type may change:
+ * "1500ms" and "1.5s" are the same to all of them. A whole-number duration that a text does not give exactly, such as
+ * "1.5s" in seconds, is not valid.
+ */
+namespace velmorand::detail {
+
+/** A unit, in seconds: `numerator / denominator`. */
+struct TimeUnit {
+    std::int64_t numerator;
+    std::int64_t denominator;
+};
+
+VELMORAND_SETTINGS_EXPORT std::string durationText(std::int64_t count, TimeUnit unit);
+VELMORAND_SETTINGS_EXPORT std::string durationText(double count, TimeUnit unit);
+VELMORAND_SETTINGS_EXPORT std::optional<std::int64_t> wholeDuration(std::string const& text, TimeUnit unit);
+VELMORAND_SETTINGS_EXPORT std::optional<double> duration(std::string const& text, TimeUnit unit);
+
+template <class Rep, class Period>
+struct BuiltIn<std::chrono::duration<Rep, Period>> {
+    using Type = std::string;
+    using Duration = std::chrono::duration<Rep, Period>;
+    static constexpr bool isWhole = std::is_integral_v<Rep>;
+    static_assert(isWhole ? holdsEvery<std::int64_t, Rep>() : holdsEvery<double, Rep>(),
+                  "a duration counts in at most a std::int64_t or a double");
+    static_assert(
+        Period::num == 1
+            ? Period::den == 1 || Period::den == 1'000 || Period::den == 1'000'000 ||
+                  Period::den == 1'000'000'000
+            : Period::den == 1 && (Period::num == 60 || Period::num == 3'600 || Period::num == 86'400),
+        "a duration is in nanoseconds, microseconds, milliseconds, seconds, minutes, hours or days");
+
+    static std::string store(Duration value) { return durationText(static_cast<Count>(value.count()), unit); }
+    static std::optional<Duration> load(std::string const& text) {
+        auto const count = [&text] {
+            if constexpr (isWhole)
+                return wholeDuration(text, unit);
+            else
+                return duration(text, unit);
+        }();
+        if (!count)
+            return std::nullopt;
+        if constexpr (isWhole) {
+            auto const rep = exactly<Rep>(*count);
+            return rep ? std::optional(Duration(*rep)) : std::nullopt;
+        } else {
+            return Duration(static_cast<Rep>(*count));
+        }
+    }
+    static constexpr char const* format = "duration";
+    static std::string expected() { return "a length of time such as 1500ms, 2s or 10min"; }
+
+private:
+    using Count = std::conditional_t<isWhole, std::int64_t, double>;
+    static constexpr TimeUnit unit{Period::num, Period::den};
+};
+
+} // namespace velmorand::detail

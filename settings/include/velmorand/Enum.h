@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <optional>
+#include <string>
+#include <type_traits>
+
+#include <utils/Exception.h>
+
+#include "velmorand/Stored.h"
+
+/**
+ * Gives the values of an enum the names under which settings store them:
+ *
+ *     enum class Theme { light, dark, system };
+ *     VELMORAND_ENUM(Theme, {Theme::light, "light"}, {Theme::dark, "dark"}, {Theme::system, "system"})
+ *
+ * Use it once, in the namespace of the enum, after it. Enumerators may be renamed later, the names stay: files have
+ * them. A value may have several names; it is written under the first, and read under each.
+ */
+#define VELMORAND_ENUM(Enum, ...)                                                                            \
+    [[maybe_unused]] inline ::velmorand::detail::EnumNames<Enum> velmorandEnumNames(Enum /*any*/) {          \
+        static constexpr ::velmorand::detail::EnumName<Enum> names[] = {__VA_ARGS__};                        \
+        return {names, names + sizeof(names) / sizeof(names[0])};                                            \
+    }
+
+namespace velmorand::detail {
+
+template <class Enum>
+struct EnumName {
+    Enum value;
+    char const* name;
+};
+
+template <class Enum>
+struct EnumNames {
+    EnumName<Enum> const* first;
+    EnumName<Enum> const* last;
+
+    [[nodiscard]] EnumName<Enum> const* begin() const { return first; }
+    [[nodiscard]] EnumName<Enum> const* end() const { return last; }
+};
+
+template <class Enum>
+struct BuiltIn<Enum,
+               std::enable_if_t<std::is_enum_v<Enum>, std::void_t<decltype(velmorandEnumNames(Enum()))>>> {
+    using Type = std::string;
+
+    /** Errors: `utils::Exception` for a value without a name. */
+    static std::string store(Enum value) {
+        for (EnumName<Enum> const& known : names())
+            if (known.value == value)
+                return known.name;
+        throw utils::Exception("the value " + std::to_string(static_cast<long long>(value)) +
+                               " of the enum has no name");
+    }
+
+    static std::optional<Enum> load(std::string const& name) {
+        for (EnumName<Enum> const& known : names())
+            if (name == known.name)
+                return known.value;
+        return std::nullopt;
+    }
+
+    static EnumNames<Enum> names() { return velmorandEnumNames(Enum()); }
+};
+
+} // namespace velmorand::detail

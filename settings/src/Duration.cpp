@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "velmorand/Duration.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <iterator>
+#include <numeric>
+#include <string_view>
+#include <system_error>
+
+#include <utils/Exception.h>
+
+namespace velmorand::detail {
+
+namespace {
+
+struct NamedUnit {
+    char const* name;
+    TimeUnit unit;
+};
+
+constexpr std::array<NamedUnit, 7> units{{{"ns", {1, 1'000'000'000}},
+                                          {"us", {1, 1'000'000}},
+                                          {"ms", {1, 1'000}},
+                                          {"s", {1, 1}},
+                                          {"min", {60, 1}},
+                                          {"h", {3'600, 1}},
+                                          {"d", {86'400, 1}}}};
+
+char const* nameOf(TimeUnit unit) {
+    return std::find_if(units.begin(), units.end(),
+                        [unit](NamedUnit const& named) {
+                            return named.unit.numerator == unit.numerator &&
+                                   named.unit.denominator == unit.denominator;
+                        })
+        ->name;
+}
+
+/** A text as a number and how many of `unit` the unit behind it is, as a fraction in lowest terms. */
+struct Parts {
+    std::string_view number;
+    TimeUnit factor;
+};
+
+/** How many bytes at the beginning of a text are a decimal number. */
+std::size_t numberSize(std::string_view text) {
+    auto const digits = [text](std::size_t from) {
+        std::size_t end = from;
+        while (end < text.size() && text[end] >= '0' && text[end] <= '9')
+            ++end;
+        return end - from;
+    };
+    std::size_t const sign = !text.empty() && text[0] == '-' ? 1 : 0;
+    std::size_t const whole = sign + digits(sign);
+    if (whole == sign)
+        return 0;
+    std::size_t const fraction = whole < text.size() && text[whole] == '.' ? digits(whole + 1) : 0;
+    return whole + (fraction == 0 ? 0 : 1 + fraction);
+}
+
+std::optional<Parts> split(std::string_view text, TimeUnit unit) {
+    std::size_t const size = numberSize(text);
+    auto const* const named =
+        std::find_if(units.begin(), units.end(),
+                     [name = text.substr(size)](auto const& known) { return name == known.name; });
+    if (named == units.end())
+        return std::nullopt;
+    std::int64_t const numerator = named->unit.numerator * unit.denominator;
+    std::int64_t const denominator = named->unit.denominator * unit.numerator;
+    std::int64_t const common = std::gcd(numerator, denominator);
+    return Parts{text.substr(0, size), {numerator / common, denominator / common}};
+}
+
+/** The number read to its end. */
+template <class T>
+std::optional<T> parsed(std::string_view text) {
+    T value{};
+    auto const result = std::from_chars(text.data(), text.data() + text.size(), value);
+    bool const isWhole = result.ec == std::errc() && result.ptr == text.data() + text.size();
+    return isWhole ? std::optional(value) : std::nullopt;
+}
+
+} // namespace
+
+std::string durationText(std::int64_t count, TimeUnit unit) {
+    return std::to_string(count) + nameOf(unit);
+}
+
+std::string durationText(double count, TimeUnit unit) {
+    if (!std::isfinite(count))
+        throw utils::Exception("a length of time must be finite");
+    std::array<char, 400> text{}; // enough for the digits of any double
+    auto const result = std::to_chars(text.begin(), text.end(), count, std::chars_format::fixed);
+    return std::string(text.begin(), result.ptr) + nameOf(unit);
+}
+
+std::optional<std::int64_t> wholeDuration(std::string const& text, TimeUnit unit) {
+    auto const parts = split(text, unit);
+    if (!parts)
+        return std::nullopt;
+    // 1.50 is 150 / 100.
+    std::string digits(parts->number);
+    std::int64_t divisor = parts->factor.denominator;
+    if (auto const point = digits.find('.'); point != std::string::npos) {
+        digits.erase(point, 1);
+        for (std::size_t place = point; place < digits.size(); ++place)
+            if (__builtin_mul_overflow(divisor, 10, &divisor))
+                return std::nullopt;
+    }
+    auto const number = parsed<std::int64_t>(digits);
+    std::int64_t product = 0;
+    if (!number || __builtin_mul_overflow(*number, parts->factor.numerator, &product) ||
+        product % divisor != 0)
+        return std::nullopt;
+    return product / divisor;
+}
+
+std::optional<double> duration(std::string const& text, TimeUnit unit) {
+    auto const parts = split(text, unit);
+    auto const number = parts ? parsed<double>(parts->number) : std::nullopt;
+    if (!number)
+        return std::nullopt;
+    return *number * static_cast<double>(parts->factor.numerator) /
+           static_cast<double>(parts->factor.denominator);
+}
+
+} // namespace velmorand::detail

@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include <QByteArray>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QString>
+
+#include "velmorand/Declared.h"
+
+namespace velmorand::detail {
+
+// As in the exchange format of velmorand-register.
+
+template <>
+std::string json(std::string const& text) {
+    QByteArray const bytes = QByteArray::fromRawData(text.data(), static_cast<int>(text.size()));
+    QString const decoded = QString::fromUtf8(bytes);
+    if (decoded.toUtf8() != bytes)
+        return R"({"base64": ")" + bytes.toBase64().toStdString() + "\"}";
+    std::string const list = QJsonDocument(QJsonArray{decoded}).toJson(QJsonDocument::Compact).toStdString();
+    return list.substr(1, list.size() - 2);
+}
+
+template <>
+std::string json(double const& number) {
+    if (std::isnan(number))
+        return R"("nan")";
+    if (std::isinf(number))
+        return number > 0 ? R"("inf")" : R"("-inf")";
+    std::array<char, 32> text{}; // enough for the shortest text of any double
+    return {text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr};
+}
+
+template <>
+std::string json(int const& number) {
+    return std::to_string(number);
+}
+
+template <>
+std::string json(bool const& value) {
+    return value ? "true" : "false";
+}
+
+namespace {
+
+template <class T>
+std::string listJson(std::vector<T> const& values) {
+    std::string text = "[";
+    for (auto const& value : values)
+        text += (text.size() == 1 ? "" : ", ") + json<T>(value);
+    return text + "]";
+}
+
+std::string joined(std::vector<std::string> const& texts) {
+    std::string all;
+    for (std::string const& text : texts)
+        all += (all.empty() ? "" : ", ") + text;
+    return all;
+}
+
+} // namespace
+
+template <>
+std::string json(std::vector<std::string> const& values) {
+    return listJson(values);
+}
+template <>
+std::string json(std::vector<double> const& values) {
+    return listJson(values);
+}
+template <>
+std::string json(std::vector<int> const& values) {
+    return listJson(values);
+}
+template <>
+std::string json(std::vector<bool> const& values) {
+    return listJson(values);
+}
+
+std::string notValid(std::string const& value, std::string const& expected) {
+    return value + " is not allowed" + (expected.empty() ? "" : ": expected " + expected);
+}
+
+std::string notWithin(std::string const& value, std::string const& minimum, std::string const& maximum) {
+    if (minimum.empty())
+        return notValid(value, maximum.empty() ? maximum : "at most " + maximum);
+    return notValid(value, maximum.empty() ? "at least " + minimum : minimum + " to " + maximum);
+}
+
+std::string notAmong(std::string const& value, std::vector<std::string> const& choices) {
+    return notValid(value, (choices.size() == 1 ? "" : "one of ") + joined(choices));
+}
+
+} // namespace velmorand::detail

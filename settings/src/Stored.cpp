@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "velmorand/Stored.h"
+
+#include <charconv>
+#include <system_error>
+
+namespace velmorand::detail {
+
+namespace {
+
+/** Nothing but digits, after "-" for a signed type. */
+template <class T>
+std::optional<T> whole(std::string const& text) {
+    T value = 0;
+    char const* const end = text.data() + text.size();
+    auto const result = std::from_chars(text.data(), end, value);
+    bool const isWhole = result.ec == std::errc() && result.ptr == end;
+    return isWhole ? std::optional(value) : std::nullopt;
+}
+
+} // namespace
+
+std::optional<std::int64_t> signedWhole(std::string const& text) {
+    return whole<std::int64_t>(text);
+}
+
+std::optional<std::uint64_t> unsignedWhole(std::string const& text) {
+    return whole<std::uint64_t>(text);
+}
+
+} // namespace velmorand::detail

@@ -1,0 +1,190 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <chrono>
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <velmorand/Catalogue.h>
+#include <velmorand/Listener.h>
+#include <velmorand/Property.h>
+
+namespace {
+
+enum class Theme { light, dark };
+VELMORAND_ENUM(Theme, {Theme::light, "light"}, {Theme::dark, "dark"})
+
+using namespace velmorand;
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+std::vector<std::string> declaredNames() {
+    std::vector<std::string> names;
+    for (DeclaredProperty const& property : declaredProperties())
+        names.push_back(property.name);
+    return names;
+}
+
+/** The entry of the one property that is declared. */
+std::string onlyEntry() {
+    std::string const text = catalogue("p");
+    std::string const before = "{\n  \"program\": \"p\",\n  \"settings\": {\n    ";
+    std::string const after = "\n  }\n}\n";
+    EXPECT_EQ(before, text.substr(0, before.size()));
+    EXPECT_EQ(after, text.substr(text.size() - after.size()));
+    return text.substr(before.size(), text.size() - before.size() - after.size());
+}
+
+} // namespace
+
+TEST(DeclaredProperties, AreSortedByName) {
+    Property<int> const b{"b"};
+    Property<int> const a{"a/x"};
+    EXPECT_THAT(declaredNames(), ElementsAre("a/x", "b"));
+}
+
+TEST(DeclaredProperties, AreThereWhileTheirPropertyExists) {
+    std::optional<Property<int>> copy;
+    {
+        Property<int> const original{"a"};
+        copy = original;
+    }
+    EXPECT_THAT(declaredNames(), ElementsAre("a"));
+    copy.reset();
+    EXPECT_THAT(declaredNames(), IsEmpty());
+}
+
+TEST(DeclaredProperties, CountOnceUnderOneName) {
+    Property<int> const first{"a", 1};
+    Property<int> const second{"a", 2};
+    ASSERT_THAT(declaredNames(), ElementsAre("a"));
+    EXPECT_EQ("1", declaredProperties()[0].fallback);
+}
+
+TEST(DeclaredProperties, TellAllThatIsDeclared) {
+    Property<double> const size{"a/size", 11.5, description("Font size, in points"), range(6, 72)};
+    DeclaredProperty const declared = declaredProperties().at(0);
+    EXPECT_EQ("number", declared.kind);
+    EXPECT_EQ("", declared.format);
+    EXPECT_EQ("11.5", declared.fallback);
+    EXPECT_EQ("6", declared.minimum);
+    EXPECT_EQ("72", declared.maximum);
+    EXPECT_THAT(declared.choices, IsEmpty());
+    EXPECT_EQ("Font size, in points", declared.description);
+}
+
+TEST(DeclaredProperties, TellWhetherTheyAreSetAndWhatIsWrong) {
+    Property<int> const width{"a/width", 7};
+    EXPECT_FALSE(declaredProperties().at(0).isSet);
+    width.set(8);
+    EXPECT_TRUE(declaredProperties().at(0).isSet);
+    EXPECT_EQ("", declaredProperties().at(0).problem);
+    write("a/width", "wide");
+    EXPECT_EQ("a/width: expected an integer, found a string", declaredProperties().at(0).problem);
+}
+
+TEST(DeclaredProperties, AreResetTogether) {
+    Property<int> const width{"a/width", 7};
+    Property<int> const height{"a/height", 8};
+    Property<int> const depth{"a/depth", 9};
+    write("a/other", 1);
+    width.set(1);
+    height.set(2);
+    std::vector<std::string> heard;
+    Listener const listener{"a", [&](std::string const& name) {
+                                heard.push_back(name);
+                                EXPECT_FALSE(width.isSet());
+                                EXPECT_FALSE(height.isSet());
+                            }};
+    resetDeclaredProperties();
+    EXPECT_THAT(heard, ElementsAre("a/height", "a/width"));
+    EXPECT_EQ(1, read<int>("a/other"));
+}
+
+TEST(DeclaredProperties, LeaveTheSenderOutWhenTheyAreReset) {
+    Property<int> const width{"a/width", 7};
+    width.set(1);
+    int sender = 0;
+    int calls = 0;
+    Listener const listener{"a", [&calls](std::string const&) { ++calls; }, &sender};
+    resetDeclaredProperties(&sender);
+    EXPECT_FALSE(width.isSet());
+    EXPECT_EQ(0, calls);
+}
+
+TEST(Catalogue, IsEmptyWithoutDeclarations) {
+    EXPECT_EQ("{\n  \"program\": \"p\",\n  \"settings\": {\n  }\n}\n", catalogue("p"));
+}
+
+TEST(Catalogue, HasAnEntryALine) {
+    Property<int> const b{"b", 1};
+    Property<bool> const a{"a", true};
+    EXPECT_EQ("\"a\": {\"type\": \"boolean\", \"fallback\": true},\n"
+              "    \"b\": {\"type\": \"integer\", \"fallback\": 1}",
+              onlyEntry());
+}
+
+TEST(Catalogue, HasLimitsAndDescription) {
+    Property<double> const size{"a/size", 11, range(6, 72), description("Font \"size\", in points")};
+    EXPECT_EQ(R"("a/size": {"type": "number", "fallback": 11, "minimum": 6, "maximum": 72, )"
+              R"("description": "Font \"size\", in points"})",
+              onlyEntry());
+}
+
+TEST(Catalogue, HasTheNamesOfAnEnumAsChoices) {
+    Property<Theme> const theme{"a/theme", Theme::dark};
+    EXPECT_EQ(R"("a/theme": {"type": "string", "fallback": "dark", "choices": ["light", "dark"]})",
+              onlyEntry());
+}
+
+TEST(Catalogue, HasTheLimitsOfATypeSmallerThanItsKind) {
+    Property<unsigned char> const byte{"a/byte", 1, atMost(9)};
+    EXPECT_EQ(
+        R"("a/byte": {"type": "integer", "format": "whole", "fallback": 1, "minimum": 0, "maximum": 9})",
+        onlyEntry());
+}
+
+TEST(Catalogue, HasLongNumbersAsText) {
+    Property<std::int64_t> const id{"a/id", -1};
+    EXPECT_EQ(R"("a/id": {"type": "string", "format": "whole", "fallback": "-1", )"
+              R"("minimum": "-9223372036854775808", "maximum": "9223372036854775807"})",
+              onlyEntry());
+}
+
+TEST(Catalogue, HasDurationsAsText) {
+    Property<std::chrono::milliseconds> const autosave{"a/autosave", 30s, atLeast(1s)};
+    EXPECT_EQ(
+        R"("a/autosave": {"type": "string", "format": "duration", "fallback": "30000ms", "minimum": "1000ms"})",
+        onlyEntry());
+}
+
+TEST(Catalogue, HasListsOfAnyKind) {
+    Property<std::vector<Theme>> const themes{"a/themes", {Theme::dark, Theme::light}};
+    EXPECT_EQ(
+        R"("a/themes": {"type": "strings", "fallback": ["dark", "light"], "choices": ["light", "dark"]})",
+        onlyEntry());
+}
+
+TEST(Catalogue, LeavesOutAFallbackThatIsComputed) {
+    Property<int> const threads{"a/threads", [] { return 4; }};
+    EXPECT_EQ(R"("a/threads": {"type": "integer"})", onlyEntry());
+}
+
+TEST(Catalogue, HasWhatJsonLacksAsText) {
+    Property<std::vector<double>> const limits{"a/limits",
+                                               {std::numeric_limits<double>::infinity(),
+                                                -std::numeric_limits<double>::infinity(),
+                                                std::numeric_limits<double>::quiet_NaN()}};
+    EXPECT_EQ(R"("a/limits": {"type": "numbers", "fallback": ["inf", "-inf", "nan"]})", onlyEntry());
+}
+
+TEST(Catalogue, HasTextThatIsNotUtf8InBase64) {
+    Property<std::string> const bytes{"a/bytes", "\xff\x01"};
+    EXPECT_EQ(R"("a/bytes": {"type": "string", "fallback": {"base64": "/wE="}})", onlyEntry());
+}
