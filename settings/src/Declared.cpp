@@ -7,6 +7,8 @@
 #include <mutex>
 #include <tuple>
 
+#include <pthread.h>
+
 #include "Access.h"
 #include "Declarations.h"
 
@@ -33,6 +35,11 @@ struct List {
         return *list;
     }
 };
+
+// A child process destroys its declarations when it exits, even if another thread of its parent was at the list.
+[[maybe_unused]] int const registered =
+    ::pthread_atfork([] { List::instance().mutex.lock(); }, [] { List::instance().mutex.unlock(); },
+                     [] { List::instance().mutex.unlock(); });
 
 } // namespace
 

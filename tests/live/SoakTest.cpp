@@ -15,6 +15,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <utils/properties/Register.h>
 #include <velmorand/LiveSettings.h>
 #include <velmorand/Lock.h>
 #include <velmorand/Property.h>

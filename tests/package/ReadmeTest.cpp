@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include <utils/properties/Register.h>
 #include <velmorand/Listener.h>
 #include <velmorand/LiveSettings.h>
 #include <velmorand/Property.h>

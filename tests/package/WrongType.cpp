@@ -4,5 +4,7 @@
 
 #include <velmorand/Property.h>
 
-// Not to compile: TYPE is not the type of a property.
+enum class Unnamed {};
+
+// Must not compile: TYPE is not the type of a property.
 velmorand::Property<TYPE> property{"a/b"};

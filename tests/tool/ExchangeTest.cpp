@@ -5,6 +5,7 @@
 #include <limits>
 #include <random>
 
+#include <utils/properties/Register.h>
 #include <velmorand/Property.h>
 #include <velmorand/Save.h>
 

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 
+#include <utils/properties/Register.h>
 #include <velmorand/Property.h>
 
 #include "Tool.h"
