@@ -128,7 +128,7 @@ public:
     void build(TreePath const& path) {
         enter(_image._entries.front(), _result.directory(), PathPlace(path));
         while (!_open.empty()) {
-            if (_open.back().next == _open.back().end)
+            if (_open.back().left == 0)
                 _open.pop_back();
             else
                 add(_open.back());
@@ -140,16 +140,16 @@ private:
         NodeId id;
         PathPlace place;
         Entry const* next;
-        Entry const* end;
+        std::uint32_t left; ///< entries still to come
     };
 
     void enter(Entry const& entry, NodeId id, PathPlace const& place) {
-        Entry const* const first = _image._entries.data() + entry.first;
-        _open.push_back({id, place, first, first + entry.count});
+        _open.push_back({id, place, _image._entries.data() + entry.first, entry.count});
     }
 
     void add(Directory& directory) {
         Entry const& entry = *directory.next++;
+        --directory.left;
         std::string_view const name = _image.nameOf(entry);
         std::uint32_t const hash = directory.place.hashOf(name);
         if (entry.isDirectory)

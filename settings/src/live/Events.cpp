@@ -33,7 +33,7 @@ void print(LiveEvent const& event) {
         line += "; the damaged file is kept as " + event.keptAs;
     line += '\n';
     // In one write, and not through a stream: starting the streams takes a short program's time.
-    std::fwrite(line.data(), 1, line.size(), stderr);
+    static_cast<void>(std::fwrite(line.data(), 1, line.size(), stderr)); // there is nowhere else to report to
 }
 
 } // namespace
