@@ -48,7 +48,8 @@ SAVING = """
 
 Half of the settings are integers, half short strings. A change counts as saved when it is durable and other processes
 can read it: `write` and `LiveSettings::sync` here, which also keep the previous file; a transaction for LMDB and for
-SQLite (write-ahead log, `synchronous=FULL`); the store's own way for the others. The stores take turns in one process.
+SQLite (write-ahead log, `synchronous=FULL`), which write a few pages and not the whole file; the store's own way for
+the others. The stores take turns in one process.
 """
 
 HEARING = """
@@ -56,8 +57,8 @@ HEARING = """
 
 The time from the change in one process to the listener in another: `Listener` here, `KConfigWatcher` and dconf's client
 library over a private D-Bus. QSettings notifies nobody, so its listener watches the file, reads it again and compares
-the value. LMDB and SQLite have to be polled. A listener can run before the writer's last fsync has returned, so its time
-can be below the floor, which is the writer's.
+the value. LMDB and SQLite have to be polled. A listener can run before the writer's last fsync has returned, so its
+time can be below the floor, which is the writer's.
 """
 
 STARTING = """
@@ -70,7 +71,8 @@ WAITING = """
 ### Reading during a save
 
 The longest wait of a thread that reads without pause, in each of {saves} saves of 100,000 settings. The last column
-leaves out reads during which the thread only lost its processor to another one; on an idle machine there are hardly any.
+leaves out reads during which the thread only lost its processor to another one; on an idle machine there are hardly
+any.
 """
 
 GOALS = """

@@ -19,8 +19,8 @@
 namespace bench::sharing {
 
 /**
- * KDE's configuration files. Each change that is saved is announced over D-Bus, for `KConfigWatcher`, by the file's name,
- * which a path would make invalid there: so the file is in XDG_CONFIG_HOME.
+ * KDE's configuration files. Each change that is saved is announced over D-Bus, for `KConfigWatcher`. The file's
+ * name is part of the announcement and must not be a path then, so the file is in XDG_CONFIG_HOME.
  */
 class KConfig : public Sharing {
 public:
