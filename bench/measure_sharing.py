@@ -1,63 +1,231 @@
 # SPDX-License-Identifier: Apache-2.0
-"""usage: measure_sharing.py [--repetitions N] PROGRAMS-DIRECTORY
+"""usage: measure_sharing.py [--repetitions N] PROGRAMS-DIRECTORY PAGE.md
 
-Measures settings that processes share, and prints the tables for docs/performance.md. Needs dbus-run-session: the
-processes get a session and a home for configuration of their own.
+Measures settings that processes share, and writes what it has measured into the page, in place of the section of that
+name. Needs dbus-run-session: the processes get a session and a home for configuration of their own.
 """
 import argparse
+import json
 import os
 import pathlib
+import statistics
 import subprocess
+import sys
 import tempfile
+import textwrap
 
+HEADING = "## Settings shared between processes"
 COUNTS = [1_000, 13_000]
-GOALS = {1_000: 1.5, 13_000: 1.7}
-ROWS = {"save": "a change durable and visible", "hear": "a change heard in another process"}
+SAVES = 300
+LIVE = "live settings"
+FLOOR = "floor"
+
+GOAL_OF_COUNT = {1_000: 1.5, 13_000: 1.7}
+GOAL_OF_WAITS = 0.5  # ms
+GOAL_OF_START = 1.2
+
+STARTS = {
+    "nothing": "QtCore, and nothing else",
+    "live": LIVE,
+    "qsettings": "QSettings",
+    "initialize": "`initialize`, which also saves",
+}
+WAYS_TO_SAVE = {"live": "`LiveSettings::sync`", "plain": "`saveSettings` without live settings"}
+
+INTRODUCTION = """
+`scripts/bench-live` measures this and writes it here. A change made with live settings is durable, and visible to other
+processes, after {save[0]:.2f} ms with 1,000 settings and after {save[1]:.2f} ms with 13,000: {save_ratio[0]:.2f} and
+{save_ratio[1]:.2f} times the *floor*, which is the time to replace a file of the same size and do nothing else (write,
+fsync, rename, fsync the directory). A listener in another process has heard of it after {hear[0]:.2f} and
+{hear[1]:.2f} ms.
+
+Medians of {repetitions} changes, on {processors} processors, with temporary files on {file_system}. Load average
+{load_before:.2f} before and {load_after:.2f} after.
+"""
+
+SAVING = """
+### Saving a change
+
+Half of the settings are integers, half short strings. A change counts as saved when it is durable and other processes
+can read it: `write` and `LiveSettings::sync` here, which also keep the previous file; a transaction for LMDB and for
+SQLite (write-ahead log, `synchronous=FULL`), which write a few pages and not the whole file; the store's own way for
+the others. The stores take turns in one process.
+"""
+
+HEARING = """
+### Hearing of a change
+
+The time from the change in one process to the listener in another: `Listener` here, `KConfigWatcher` and dconf's client
+library over a private D-Bus. QSettings notifies nobody, so its listener watches the file, reads it again and compares
+the value. LMDB and SQLite have to be polled. A listener can run before the writer's last fsync has returned, so its
+time can be below the floor, which is the writer's.
+"""
+
+STARTING = """
+### Starting a program
+
+A whole process that starts, reads ten of 371 settings and exits.
+"""
+
+WAITING = """
+### Reading during a save
+
+The longest wait of a thread that reads without pause, in each of {saves} saves of 100,000 settings. The last column
+leaves out reads during which the thread only lost its processor to another one; on an idle machine there are hardly
+any.
+"""
+
+GOALS = """
+### Goals
+"""
 
 
 def run_sharing(program, count, repetitions):
-    """The medians in nanoseconds: by row, then by way."""
+    """The medians in milliseconds: by row, then by way."""
     with tempfile.TemporaryDirectory() as home:
-        environment = dict(os.environ, XDG_CONFIG_HOME=home, XDG_RUNTIME_DIR=home)
+        # dconf keeps a file of the same name in each of the two.
+        environment = dict(os.environ)
+        for variable in "XDG_CONFIG_HOME", "XDG_RUNTIME_DIR":
+            environment[variable] = os.path.join(home, variable)
+            os.mkdir(environment[variable], 0o700)
         command = ["dbus-run-session", "--", program, str(count), str(repetitions)]
         output = subprocess.run(command, check=True, env=environment, stdout=subprocess.PIPE, text=True).stdout
     result = {}
     for row, way, median, _ in (line.split("\t") for line in output.splitlines()):
-        result.setdefault(row, {})[way] = float(median)
+        result.setdefault(row, {})[way] = float(median) / 1e6
     return result
 
 
 def run_waits(program, way):
-    lines = subprocess.run([program, way, "100000", "300"], check=True, stdout=subprocess.PIPE, text=True).stdout
-    waits = sorted(int(line) for line in lines.split())
-    return waits[len(waits) // 2], waits[len(waits) * 95 // 100]
+    """In milliseconds: the median, the 95th percentile, and that without interruptions."""
+    command = [program, way, "100000", str(SAVES)]
+    output = subprocess.run(command, check=True, stdout=subprocess.PIPE, text=True).stdout
+    columns = [sorted(float(wait) / 1e6 for wait in column) for column in zip(*map(str.split, output.splitlines()))]
+    return [statistics.median(columns[0])] + [column[len(column) * 95 // 100] for column in columns]
 
 
-def print_sharing(programs, repetitions):
-    print("| operation | settings | way | median in ms | way / floor | goal |\n|---|---:|---|---:|---:|---:|")
+def run_starts(program):
+    """The medians in milliseconds, by program."""
+    with tempfile.NamedTemporaryFile(suffix=".json") as out:
+        command = [
+            program,
+            "--benchmark_filter=start_and_read",
+            "--benchmark_repetitions=15",
+            "--benchmark_enable_random_interleaving=true",
+            "--benchmark_min_time=0.1",
+            f"--benchmark_out={out.name}",
+            "--benchmark_out_format=json",
+        ]
+        subprocess.run(command, check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        runs = json.loads(pathlib.Path(out.name).read_text())["benchmarks"]
+    medians = [run for run in runs if run.get("aggregate_name") == "median"]
+    return {run["run_name"].split("/")[2]: run["real_time"] for run in medians}
+
+
+def measure(programs, repetitions):
+    def program(name):
+        return str(programs / f"velmorand-bench-{name}")
+
+    return {
+        "repetitions": repetitions,
+        "processors": os.cpu_count(),
+        "load_before": os.getloadavg()[0],
+        "sharing": {count: run_sharing(program("sharing"), count, repetitions) for count in COUNTS},
+        "waits": {way: run_waits(program("waits"), way) for way in WAYS_TO_SAVE},
+        "starts": run_starts(program("process")),
+        "load_after": os.getloadavg()[0],
+        "file_system": subprocess.run(
+            ["df", "--output=fstype", tempfile.gettempdir()], check=True, stdout=subprocess.PIPE, text=True
+        ).stdout.split()[-1],
+    }
+
+
+def table(head, lines):
+    yield "| " + " | ".join(head) + " |"
+    yield "|---" + "|---:" * (len(head) - 1) + "|"
+    for line in lines:
+        yield "| " + " | ".join(line) + " |"
+
+
+def sharing_table(sharing, row):
+    head = ["store"]
     for count in COUNTS:
-        measured = run_sharing(programs / "velmorand-bench-sharing", count, repetitions)
-        for row, title in ROWS.items():
-            floor = measured[row]["floor"]
-            for way, median in sorted(measured[row].items(), key=lambda item: item[1]):
-                goal = GOALS[count] if way == "live settings" else "-"
-                print(f"| {title} | {count:,} | {way} | {median / 1e6:.1f} | {median / floor:.2f} | {goal} |")
+        head += [f"{count:,} settings, ms", "times the floor"]
+    first = sharing[COUNTS[0]][row]
+    lines = []
+    for way in sorted(first, key=first.get):
+        line = [f"**{way}**" if way == LIVE else way]
+        for count in COUNTS:
+            measured = sharing[count][row]
+            line += [f"{measured[way]:.2f}", f"{measured[way] / measured[FLOOR]:.2f}"]
+        lines.append(line)
+    return table(head, lines)
 
 
-def print_waits(programs):
-    print("\n| a reader's longest wait in a save | median in ms | 95th percentile in ms |\n|---|---:|---:|")
-    for way, title in {"live": "`LiveSettings::sync`", "plain": "`saveSettings` without live settings"}.items():
-        median, high = run_waits(programs / "velmorand-bench-waits", way)
-        print(f"| {title} | {median / 1e6:.3f} | {high / 1e6:.3f} |")
+def starts_table(starts):
+    least = starts["nothing"]
+    lines = [[title, f"{starts[name]:.2f}", f"{starts[name] / least:.2f}"] for name, title in STARTS.items()]
+    return table(["program with", "ms", "times QtCore"], lines)
+
+
+def waits_table(waits):
+    lines = [[title] + [f"{wait:.3f}" for wait in waits[way]] for way, title in WAYS_TO_SAVE.items()]
+    return table(["saving by", "median, ms", "95 % of the saves, ms", "95 % without interruptions, ms"], lines)
+
+
+def ratios(result, row):
+    return [result["sharing"][count][row][LIVE] / result["sharing"][count][row][FLOOR] for count in COUNTS]
+
+
+def goals_table(result):
+    goals = []
+    for row, title in {"save": "save a change", "hear": "hear of a change"}.items():
+        for count, ratio in zip(COUNTS, ratios(result, row)):
+            goals.append((f"{title}, {count:,} settings, times the floor", ratio, GOAL_OF_COUNT[count]))
+    starts = result["starts"]
+    goals.append(("start with live settings, times QtCore", starts["live"] / starts["nothing"], GOAL_OF_START))
+    goals.append(("longest wait, 95 % of the saves, ms", result["waits"]["live"][1], GOAL_OF_WAITS))
+    lines = [[title, f"{value:.2f}", f"{goal:.1f}", "yes" if value <= goal else "no"] for title, value, goal in goals]
+    return table(["live settings", "measured", "goal", "met"], lines)
+
+
+def wrapped(text):
+    """Text whose paragraphs are filled anew, since figures differ in length."""
+    paragraphs = text.strip().split("\n\n")
+    return "\n\n".join(textwrap.fill(paragraph, 120, break_on_hyphens=False) for paragraph in paragraphs) + "\n"
+
+
+def section(result):
+    save, hear = ([result["sharing"][count][row][LIVE] for count in COUNTS] for row in ("save", "hear"))
+    yield wrapped(INTRODUCTION.format(save=save, hear=hear, save_ratio=ratios(result, "save"), **result))
+    yield wrapped(SAVING)
+    yield from sharing_table(result["sharing"], "save")
+    yield "\n" + wrapped(HEARING)
+    yield from sharing_table(result["sharing"], "hear")
+    yield "\n" + wrapped(STARTING)
+    yield from starts_table(result["starts"])
+    yield "\n" + wrapped(WAITING.format(saves=SAVES))
+    yield from waits_table(result["waits"])
+    yield "\n" + wrapped(GOALS)
+    yield from goals_table(result)
+
+
+def replace_section(page, text):
+    """Puts a section in place of the one with its heading, or at the end."""
+    before, found, rest = page.partition(f"\n{HEADING}\n")
+    _, other, after = rest.partition("\n## ") if found else ("", "", "")
+    return f"{before}\n{HEADING}\n\n{text}\n" + (other + after)
 
 
 def main():
     parser = argparse.ArgumentParser(usage=__doc__)
     parser.add_argument("--repetitions", type=int, default=100)
     parser.add_argument("programs", type=pathlib.Path)
+    parser.add_argument("page", type=pathlib.Path)
     arguments = parser.parse_args()
-    print_sharing(arguments.programs.resolve(), arguments.repetitions)
-    print_waits(arguments.programs.resolve())
+    text = "\n".join(section(measure(arguments.programs.resolve(), arguments.repetitions)))
+    arguments.page.write_text(replace_section(arguments.page.read_text(), text))
+    sys.stdout.write(text + "\n")
 
 
 main()

@@ -23,6 +23,7 @@
 #include <csignal>
 #include <poll.h>
 #include <spawn.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -149,6 +150,14 @@ bool isHeard(List<Ways...> /*all*/, std::string const& label) {
     return ((Ways::isHeard && label == Ways::label) || ...) || label == Floor::label;
 }
 
+/** A listener must not outlive the process that measures, however that ends. */
+void endWithParent() {
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    ::pollfd reports{STDOUT_FILENO, 0, 0};
+    if (::poll(&reports, 1, 0) != 0) // it has ended already
+        ::_exit(1);
+}
+
 /** Lets what the last change has caused in other processes, and on the disk, come to its end. */
 void settle() {
     std::this_thread::sleep_for(std::chrono::milliseconds(3));
@@ -219,8 +228,10 @@ void measureAll(std::size_t count, int repetitions) {
 
 int main(int argc, char** argv) try {
     using namespace bench::sharing;
-    if (argc == 5 && argv[1] == std::string("--hear"))
+    if (argc == 5 && argv[1] == std::string("--hear")) {
+        endWithParent();
         return hear(Ways(), argv[2], argv[3], argv[4]) ? 0 : 2;
+    }
     if (argc != 3)
         return 2;
     measureAll(std::stoul(argv[1]), std::atoi(argv[2]));

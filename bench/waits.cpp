@@ -2,16 +2,14 @@
 //
 // usage: velmorand-bench-waits live|plain COUNT SAVES
 //
-// Holds COUNT settings, and saves a changed one SAVES times on a thread of its own, while another thread reads
-// without pause. Prints the reader's longest wait in each save, in nanoseconds, one in a line.
-//
-// A read during which the reader lost its processor to another thread, but did not sleep, has not waited for the
-// settings, and does not count.
+// Holds COUNT settings, and saves a changed one SAVES times on one thread, while another thread reads without pause.
+// Prints a line for each save: the longest of the reads that began or ended during it or outlasted it, then the longest
+// of those in which the reader did not merely lose its processor to another thread; in nanoseconds, with a tab between.
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <memory>
@@ -33,19 +31,31 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/** Measures how long reads wait, on a thread of its own. */
+/** The longest reads of one save. */
+struct Waits {
+    std::int64_t longest = 0;
+    std::int64_t longestOwn = 0; ///< of those that were not merely interrupted
+};
+
+/** Measures how long reads take, on a thread of its own. */
 class Reader {
 public:
-    explicit Reader(std::vector<std::string> const& names) : _names(names), _thread([this] { run(); }) {}
+    Reader(std::vector<std::string> const& names, std::size_t saves)
+        : _names(names), _waits(saves), _thread([this] { run(); }) {}
     Reader(Reader const&) = delete;
     Reader& operator=(Reader const&) = delete;
-    ~Reader() {
-        _isStopping = true;
-        _thread.join();
-    }
+    ~Reader() { stop(); }
 
-    /** The longest wait since the last call. */
-    std::int64_t takeLongest() { return _longest.exchange(0); }
+    /** A save begins, or ends. */
+    void beginOrEndSave() { ++_begunAndEnded; }
+
+    /** Result: for each save. */
+    std::vector<Waits> const& stop() {
+        _isStopping = true;
+        if (_thread.joinable())
+            _thread.join();
+        return _waits;
+    }
 
 private:
     /** How often this thread has slept, and how often it was interrupted. */
@@ -63,31 +73,39 @@ private:
     void run() {
         bench::Cycle cycle(_names);
         Switches before = switches();
-        auto last = Clock::now();
         while (!_isStopping) {
-            static_cast<void>(velmorand::read<int>(cycle.next()));
-            auto const now = Clock::now();
-            std::int64_t const wait = (now - last) / std::chrono::nanoseconds(1);
-            last = now;
-            if (wait > _longest) {
-                note(wait, before);
-                last = Clock::now();
-            }
+            std::size_t const first = _begunAndEnded / 2;
+            std::string const& name = cycle.next();
+            auto const begin = Clock::now();
+            static_cast<void>(velmorand::read<int>(name));
+            std::int64_t const wait = (Clock::now() - begin) / std::chrono::nanoseconds(1);
+            std::size_t const end = (_begunAndEnded + 1) / 2;
+            if (std::any_of(at(first), at(end),
+                            [wait](Waits const& waits) { return wait > waits.longestOwn; }))
+                note(first, end, wait, before);
         }
     }
 
-    void note(std::int64_t wait, Switches& before) {
+    [[nodiscard]] std::vector<Waits>::const_iterator at(std::size_t save) const {
+        return _waits.begin() + static_cast<std::ptrdiff_t>(save);
+    }
+
+    /** Notes a read during the saves from `first` to before `end`. */
+    void note(std::size_t first, std::size_t end, std::int64_t wait, Switches& before) {
         Switches const after = switches();
         bool const isInterrupted =
             after.interruptions != before.interruptions && after.sleeps == before.sleeps;
         before = after;
-        std::int64_t longest = _longest;
-        while (!isInterrupted && wait > longest && !_longest.compare_exchange_weak(longest, wait)) {
+        for (std::size_t save = first; save < end; ++save) {
+            _waits[save].longest = std::max(_waits[save].longest, wait);
+            if (!isInterrupted)
+                _waits[save].longestOwn = std::max(_waits[save].longestOwn, wait);
         }
     }
 
     std::vector<std::string> const& _names;
-    std::atomic<std::int64_t> _longest{0};
+    std::vector<Waits> _waits;                  // the thread's until it has ended
+    std::atomic<std::size_t> _begunAndEnded{0}; // saves, counted twice: when they begin, and when they end
     std::atomic<bool> _isStopping{false};
     std::thread _thread;
 };
@@ -116,18 +134,26 @@ int main(int argc, char** argv) try {
         return 2;
     bench::TemporaryDirectory const directory;
     bench::Names const names(std::stoul(argv[2]), 100);
-    auto const live = open(argv[1] == std::string("live"), directory.string());
+    auto live = open(argv[1] == std::string("live"), directory.string());
     for (std::string const& name : names.ordered())
         velmorand::write(name, 0);
     save(live.get());
-
-    Reader reader(names.shuffled());
-    for (int i = 1; i <= std::atoi(argv[3]); ++i) {
-        velmorand::write(names.shuffled().front(), i);
-        reader.takeLongest();
-        save(live.get());
-        std::cout << reader.takeLongest() << '\n';
+    if (live != nullptr) {
+        // Opened anew: the worker has begun to save all of that as well, and would go on during the first saves.
+        live.reset();
+        live = open(true, directory.string());
     }
+
+    std::size_t const saves = std::stoul(argv[3]);
+    Reader reader(names.shuffled(), saves);
+    for (std::size_t i = 1; i <= saves; ++i) {
+        velmorand::write(names.shuffled().front(), static_cast<int>(i));
+        reader.beginOrEndSave();
+        save(live.get());
+        reader.beginOrEndSave();
+    }
+    for (Waits const& waits : reader.stop())
+        std::cout << waits.longest << '\t' << waits.longestOwn << '\n';
     return 0;
 } catch (std::exception const& failure) {
     std::cerr << failure.what() << '\n';

@@ -34,10 +34,7 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 # dpkg-shlibdeps finds the packages of the libraries used; the sibling libraries, which no package has yet, come by the
 # dependency on the library's component.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-foreach(library IN ITEMS exception filesystem register settings)
-  get_target_property(directory velmorand-${library} BINARY_DIR)
-  list(APPEND CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${directory})
-endforeach()
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/lib)
 
 # What is built with the packages depends on this version of the libraries or a later one.
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)

@@ -22,10 +22,9 @@ public:
 
     Dconf(std::filesystem::path const& /*directory*/, Names const& names) : _client(dconf_client_new()) {
         DConfChangeset* const all = dconf_changeset_new();
-        for (std::size_t i = 0; i < names.ordered().size(); ++i)
-            dconf_changeset_set(all, pathOf(names.ordered()[i]).c_str(),
-                                isInteger(i) ? g_variant_new_int32(0)
-                                             : g_variant_new_string(textOf(i).c_str()));
+        writeAll(names, [all](std::string const& name, auto const& value) {
+            dconf_changeset_set(all, pathOf(name).c_str(), variant(value));
+        });
         bool const isDone = dconf_client_change_sync(_client, all, nullptr, nullptr, nullptr) != FALSE;
         dconf_changeset_unref(all);
         if (!isDone)
@@ -36,8 +35,8 @@ public:
     ~Dconf() { g_object_unref(_client); }
 
     void save(std::string const& name, int value) {
-        if (dconf_client_write_sync(_client, pathOf(name).c_str(), g_variant_new_int32(value), nullptr,
-                                    nullptr, nullptr) == FALSE)
+        if (dconf_client_write_sync(_client, pathOf(name).c_str(), variant(value), nullptr, nullptr,
+                                    nullptr) == FALSE)
             throw std::runtime_error("cannot write to dconf");
     }
 
@@ -66,6 +65,8 @@ private:
         g_variant_unref(value);
     }
 
+    static GVariant* variant(int value) { return g_variant_new_int32(value); }
+    static GVariant* variant(std::string const& value) { return g_variant_new_string(value.c_str()); }
     static std::string pathOf(std::string const& name) { return '/' + name; }
 
     DConfClient* _client;

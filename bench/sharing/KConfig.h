@@ -2,12 +2,15 @@
 #pragma once
 
 #include <filesystem>
-#include <memory>
 #include <stdexcept>
 #include <string>
 
 #include <KConfig>
 #include <KConfigGroup>
+#include <KConfigWatcher>
+#include <KSharedConfig>
+#include <QByteArray>
+#include <QCoreApplication>
 #include <QString>
 
 #include "Names.h"
@@ -15,32 +18,63 @@
 
 namespace bench::sharing {
 
-/** KDE's configuration files. Processes are notified over D-Bus, which is not measured. */
+/**
+ * KDE's configuration files. Each change that is saved is announced over D-Bus, for `KConfigWatcher`. The file's
+ * name is part of the announcement and must not be a path then, so the file is in XDG_CONFIG_HOME.
+ */
 class KConfig : public Sharing {
 public:
     static constexpr char const* label = "KConfig";
+    static constexpr bool isHeard = true;
 
-    KConfig(std::filesystem::path const& directory, Names const& names)
-        : _config(std::make_unique<::KConfig>(QString::fromStdString((directory / "settings").string()),
-                                              ::KConfig::SimpleConfig)) {
-        for (std::size_t i = 0; i < names.ordered().size(); ++i)
-            if (isInteger(i))
-                write(names.ordered()[i], 0);
-            else
-                write(names.ordered()[i], QString::fromStdString(textOf(i)));
+    KConfig(std::filesystem::path const& /*directory*/, Names const& names) : _config(open()) {
+        writeAll(names, [this](std::string const& name, auto const& value) {
+            write(name, variant(value), ::KConfig::Normal);
+        });
         sync();
     }
 
     void save(std::string const& name, int value) {
-        write(name, value);
+        write(name, value, ::KConfig::Notify);
         sync();
     }
 
-private:
-    template <class Value>
-    void write(std::string const& name, Value const& value) {
+    static void hear(std::filesystem::path const& /*directory*/, std::string const& name,
+                     Heard const& heard) {
+        QCoreApplication const& application = theApplication();
+        auto const watcher = KConfigWatcher::create(open());
         auto const [group, key] = splitName(name);
-        KConfigGroup(_config.get(), group.c_str()).writeEntry(key.c_str(), value);
+        auto const hearIfWanted = [&heard, group = QString::fromStdString(group),
+                                   key = QByteArray::fromStdString(key)](KConfigGroup const& changed,
+                                                                         QByteArrayList const& keys) {
+            if (changed.name() == group && keys.contains(key))
+                heard(changed.readEntry(key.constData(), 0));
+        };
+        QObject::connect(watcher.data(), &KConfigWatcher::configChanged, &application, hearIfWanted);
+        heard(ready);
+        QCoreApplication::exec();
+    }
+
+private:
+    /** What Qt's D-Bus needs in a process. */
+    static QCoreApplication& theApplication() {
+        static int count = 0;
+        static QCoreApplication application(count, nullptr);
+        return application;
+    }
+
+    static KSharedConfig::Ptr open() {
+        theApplication();
+        return KSharedConfig::openConfig(QStringLiteral("settings"), ::KConfig::SimpleConfig);
+    }
+
+    static int variant(int value) { return value; }
+    static QString variant(std::string const& value) { return QString::fromStdString(value); }
+
+    template <class Value>
+    void write(std::string const& name, Value const& value, ::KConfig::WriteConfigFlags flags) {
+        auto const [group, key] = splitName(name);
+        KConfigGroup(_config, group.c_str()).writeEntry(key.c_str(), value, flags);
     }
 
     void sync() {
@@ -48,7 +82,7 @@ private:
             throw std::runtime_error("cannot save the KConfig");
     }
 
-    std::unique_ptr<::KConfig> _config;
+    KSharedConfig::Ptr _config;
 };
 
 } // namespace bench::sharing

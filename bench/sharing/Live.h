@@ -22,11 +22,7 @@ public:
     static constexpr bool isHeard = true;
 
     Live(std::filesystem::path const& directory, Names const& names) : _settings(options(directory)) {
-        for (std::size_t i = 0; i < names.ordered().size(); ++i)
-            if (isInteger(i))
-                velmorand::write(names.ordered()[i], 0);
-            else
-                velmorand::write(names.ordered()[i], textOf(i));
+        writeAll(names, [](std::string const& name, auto const& value) { velmorand::write(name, value); });
         sync();
     }
 

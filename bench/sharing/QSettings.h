@@ -8,6 +8,7 @@
 
 #include <QSettings>
 #include <QString>
+#include <QVariant>
 #include <sys/inotify.h>
 #include <unistd.h>
 
@@ -26,11 +27,9 @@ public:
 
     QSettings(std::filesystem::path const& directory, Names const& names)
         : _settings(fileIn(directory), ::QSettings::IniFormat) {
-        for (std::size_t i = 0; i < names.ordered().size(); ++i)
-            if (isInteger(i))
-                _settings.setValue(text(names.ordered()[i]), 0);
-            else
-                _settings.setValue(text(names.ordered()[i]), text(textOf(i)));
+        writeAll(names, [this](std::string const& name, auto const& value) {
+            _settings.setValue(text(name), variant(value));
+        });
         sync();
     }
 
@@ -56,6 +55,8 @@ public:
     }
 
 private:
+    static QVariant variant(int value) { return value; }
+    static QVariant variant(std::string const& value) { return text(value); }
     static QString text(std::string const& value) { return QString::fromStdString(value); }
     static QString fileIn(std::filesystem::path const& directory) { return text(directory / "settings.ini"); }
 

@@ -20,7 +20,7 @@ constexpr int ready = -1;
  *
  *     static constexpr char const* label
  *     Class(std::filesystem::path const& directory, Names const& names)
- *         all of the names saved in the directory, with the values of `isInteger` and `textOf`
+ *         all of the names saved in the directory, as `writeAll` gives them
  *     void save(std::string const& name, int value)
  *         returns when the value is durable, and visible to other processes
  *
@@ -40,6 +40,16 @@ inline bool isInteger(std::size_t place) {
 }
 inline std::string textOf(std::size_t place) {
     return "value " + std::to_string(place);
+}
+
+/** Calls `write(name, value)` for each setting, with an integer or a string. */
+template <class Write>
+void writeAll(Names const& names, Write const& write) {
+    for (std::size_t i = 0; i < names.ordered().size(); ++i)
+        if (isInteger(i))
+            write(names.ordered()[i], 0);
+        else
+            write(names.ordered()[i], textOf(i));
 }
 
 template <class... Ways>

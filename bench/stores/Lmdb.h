@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstring>
 #include <filesystem>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -13,6 +12,7 @@
 #include <lmdb.h>
 
 #include "Files.h"
+#include "LmdbCalls.h"
 #include "Names.h"
 #include "Store.h"
 
@@ -68,7 +68,7 @@ public:
 
     int readOr(std::string const& name, int fallback) {
         Reading const reading(_reader);
-        MDB_val key = text(name);
+        MDB_val key = lmdb::text(name);
         MDB_val data{};
         if (mdb_get(_reader, _table, &key, &data) == MDB_NOTFOUND)
             return fallback;
@@ -82,12 +82,12 @@ public:
         std::vector<std::string> names;
         std::string const prefix = group + "/";
         MDB_cursor* cursor = nullptr;
-        check(mdb_cursor_open(_reader, _table, &cursor));
-        MDB_val key = text(prefix);
+        lmdb::check(mdb_cursor_open(_reader, _table, &cursor));
+        MDB_val key = lmdb::text(prefix);
         MDB_val data{};
         int result = mdb_cursor_get(cursor, &key, &data, MDB_SET_RANGE);
         while (result == MDB_SUCCESS) {
-            std::string_view const name(static_cast<char const*>(key.mv_data), key.mv_size);
+            std::string_view const name = lmdb::text(key);
             if (name.substr(0, prefix.size()) != prefix)
                 break;
             names.emplace_back(name.substr(prefix.size()));
@@ -105,7 +105,7 @@ public:
     void save() {
         std::filesystem::path const aside = _saved.string() + ".new";
         std::filesystem::create_directory(aside);
-        check(mdb_env_copy(_environment, aside.c_str()));
+        lmdb::check(mdb_env_copy(_environment, aside.c_str()));
         std::filesystem::create_directory(_saved);
         moveInPlace(aside / "data.mdb", _saved / "data.mdb");
     }
@@ -118,8 +118,8 @@ public:
     [[nodiscard]] std::size_t bytesOutsideTheHeap() const {
         MDB_envinfo info{};
         MDB_stat pages{};
-        check(mdb_env_info(_environment, &info));
-        check(mdb_env_stat(_environment, &pages));
+        lmdb::check(mdb_env_info(_environment, &info));
+        lmdb::check(mdb_env_stat(_environment, &pages));
         return (info.me_last_pgno + 1) * pages.ms_psize;
     }
 
@@ -128,7 +128,7 @@ private:
     class Reading {
     public:
         explicit Reading(MDB_txn* transaction) : _transaction(transaction) {
-            check(mdb_txn_renew(transaction));
+            lmdb::check(mdb_txn_renew(transaction));
         }
         Reading(Reading const&) = delete;
         Reading& operator=(Reading const&) = delete;
@@ -138,28 +138,17 @@ private:
         MDB_txn* _transaction;
     };
 
-    static void check(int result) {
-        if (result != MDB_SUCCESS)
-            throw std::runtime_error(std::string("LMDB: ") + mdb_strerror(result));
-    }
-
-    // LMDB takes what it only reads through pointers that are not const.
-    static MDB_val text(std::string_view value) { return {value.size(), const_cast<char*>(value.data())}; }
-
     void put(std::string_view name, std::string_view value) {
-        MDB_txn* transaction = nullptr;
-        check(mdb_txn_begin(_environment, nullptr, 0, &transaction));
-        MDB_val key = text(name);
-        MDB_val data = text(value);
-        check(mdb_put(transaction, _table, &key, &data, 0));
-        check(mdb_txn_commit(transaction));
+        MDB_txn* const transaction = lmdb::begin(_environment);
+        lmdb::put(transaction, _table, name, value);
+        lmdb::check(mdb_txn_commit(transaction));
     }
 
     std::string_view get(std::string_view name) {
-        MDB_val key = text(name);
+        MDB_val key = lmdb::text(name);
         MDB_val data{};
-        check(mdb_get(_reader, _table, &key, &data));
-        return {static_cast<char const*>(data.mv_data), data.mv_size};
+        lmdb::check(mdb_get(_reader, _table, &key, &data));
+        return lmdb::text(data);
     }
 
     void open(std::filesystem::path const& directory) {
@@ -170,13 +159,11 @@ private:
 
     void attach(std::filesystem::path const& directory) {
         constexpr std::size_t mapSize = std::size_t(4) << 30U;
-        check(mdb_env_create(&_environment));
-        check(mdb_env_set_mapsize(_environment, mapSize));
-        check(mdb_env_open(_environment, directory.c_str(), MDB_WRITEMAP | MDB_NOSYNC, 0600));
-        check(mdb_txn_begin(_environment, nullptr, 0, &_reader));
-        check(mdb_dbi_open(_reader, nullptr, 0, &_table));
-        check(mdb_txn_commit(_reader));
-        check(mdb_txn_begin(_environment, nullptr, MDB_RDONLY, &_reader));
+        _environment = lmdb::open(directory, mapSize, MDB_WRITEMAP | MDB_NOSYNC);
+        MDB_txn* const transaction = lmdb::begin(_environment);
+        _table = lmdb::openTable(transaction);
+        lmdb::check(mdb_txn_commit(transaction));
+        _reader = lmdb::begin(_environment, MDB_RDONLY);
         mdb_txn_reset(_reader);
     }
 

@@ -89,6 +89,28 @@ TEST(TreeImage, IsTakenFromAFileSystemInMemory) {
     EXPECT_THAT(content(TreeImage::of(memory, "/nothing")), IsEmpty());
 }
 
+TEST(TreeImage, IsPutIntoAFileSystemInMemoryInPlaceOfADirectory) {
+    RAMFileSystem files;
+    tree({file("old", "0"), file("a/y", "9")}).putInto(files, "/there");
+    sample.putInto(files, "/there");
+    EXPECT_EQ(content(sample), content(TreeImage::of(files, "/there")));
+    EXPECT_TRUE(files.isFile("/there/a/x"));
+    EXPECT_FALSE(files.exists("/there/old"));
+}
+
+TEST(TreeImage, IsPutInPlaceOfAFile) {
+    RAMFileSystem files;
+    tree({file("there", "0")}).putInto(files, "/top");
+    sample.putInto(files, "/top/there/");
+    EXPECT_EQ(content(sample), content(TreeImage::of(files, "/top/there")));
+}
+
+TEST(TreeImage, IsNotPutWhereNoDirectoryCanBeMade) {
+    RAMFileSystem files;
+    EXPECT_THROW(sample.putInto(files, "/missing/there"), utils::Exception);
+    EXPECT_TRUE(files.getFileList("/").empty());
+}
+
 TEST(TreeImage, OfTheSameTreeHasTheSameBytesAsAFileSystemWrites) {
     RAMFileSystem memory;
     memory.mkdir(QStringLiteral("/user"));

@@ -20,7 +20,7 @@ Entry entryAt(Tree const& tree, NodeId id) {
     return node.directory != 0 ? Entry{Kind::directory, {}} : Entry{Kind::file, node.content()};
 }
 
-/** Apart from `rewriteAt`, so that a rewrite that nobody records keeps no registers for it. */
+/** Apart from `rewriteAt`, so that a rewrite that need not be recorded keeps no registers for it. */
 [[gnu::noinline]] char* rewriteRecorded(Journal& journal, Node& node, NodeId id, std::size_t size) {
     journal.touch(id);
     return node.replaceContent(size);
@@ -32,7 +32,8 @@ char* rewriteAt(Tree& tree, NodeId id, std::size_t size) {
         return nullptr;
     tree.count();
     Journal* const journal = tree.journal();
-    return journal != nullptr ? rewriteRecorded(*journal, node, id, size) : node.replaceContent(size);
+    return journal != nullptr && !journal->isRecorded(id) ? rewriteRecorded(*journal, node, id, size)
+                                                          : node.replaceContent(size);
 }
 
 /** `outermostMade`: as in `Tree`. */

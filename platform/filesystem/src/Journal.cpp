@@ -27,8 +27,10 @@ void Journal::add(NodeId id) {
     if (_isEverything || (_isEmpty && !isInside(id)))
         return;
     std::size_t const word = id / wordBits;
-    if (word >= _recorded.size())
+    if (word >= _recorded.size()) {
         _recorded.resize(std::max(word + 1, 2 * _recorded.size()));
+        _recordedBits = _recorded.size() * wordBits;
+    }
     _touched.push_back({id, _tree[id].generation});
     _recorded[word] |= std::uint64_t{1} << (id % wordBits);
     begin();

@@ -23,6 +23,11 @@ public:
             record(id);
     }
 
+    /** Whether touching a file makes no difference. */
+    [[nodiscard]] bool isRecorded(NodeId id) const noexcept {
+        return id < _recordedBits && (_recorded[id / wordBits] >> (id % wordBits) & 1U) != 0;
+    }
+
     /** A node has come. Its number may have belonged to one that has gone. */
     void come(NodeId id) noexcept { record(id); }
 
@@ -43,11 +48,6 @@ private:
     static constexpr std::size_t wordBits = 64;
     static constexpr std::size_t mostBytes = 16'777'216; ///< of paths; beyond, it is everything
 
-    [[nodiscard]] bool isRecorded(NodeId id) const noexcept {
-        std::size_t const word = id / wordBits;
-        return word < _recorded.size() && (_recorded[word] >> (id % wordBits) & 1U) != 0;
-    }
-
     void record(NodeId id) noexcept;
     void add(NodeId id);
     void begin() noexcept;
@@ -62,6 +62,7 @@ private:
     bool _isEverything = false; ///< too much to record, or no memory for it
     std::vector<Touched> _touched;
     std::vector<std::uint64_t> _recorded; ///< a bit for each node's number: whether it is in `_touched`
+    std::size_t _recordedBits = 0;        ///< how many it has
     std::vector<std::string> _left;
     std::size_t _leftBytes = 0;
 };

@@ -36,6 +36,8 @@ bool isDirectory(std::string const& path) {
 } // namespace
 
 bool makePrivateDirectories(std::string const& path) {
+    if (isDirectory(path))
+        return true;
     std::filesystem::path made;
     for (std::filesystem::path const& name : std::filesystem::path(path)) {
         std::string const parent = made.empty() ? "." : made.string();

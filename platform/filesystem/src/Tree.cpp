@@ -264,13 +264,21 @@ void Tree::moveChildren(NodeId from, NodeId to) noexcept {
 void Tree::link(NodeId parent, NodeId child) {
     Node& directory = _nodes[parent];
     if (directory.children == nullptr)
-        directory.children = new Children{{child}};
+        directory.children = makeChildren(child).release();
     else
         append(*directory.children, child);
     Node& node = _nodes[child];
     node.parent = parent;
     node.place = static_cast<std::uint32_t>(directory.children->ids.size() - 1);
     countEntry();
+}
+
+std::unique_ptr<Children> Tree::makeChildren(NodeId first) {
+    constexpr std::size_t room = 6; // as many as the heap's smallest block holds
+    auto children = std::make_unique<Children>();
+    children->ids.reserve(room);
+    children->ids.push_back(first);
+    return children;
 }
 
 void Tree::append(Children& children, NodeId child) {

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string_view>
 #include <vector>
 
@@ -142,6 +143,7 @@ private:
     NodeId add(NodeId parent, std::string_view name, std::uint32_t hash, bool directory,
                std::string_view content = {});
     void link(NodeId parent, NodeId child);
+    static std::unique_ptr<Children> makeChildren(NodeId first);
     void append(Children& children, NodeId child);
     void unlink(NodeId child) noexcept;
     void arrange(Children& children) noexcept;

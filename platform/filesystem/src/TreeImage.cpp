@@ -8,6 +8,7 @@
 
 #include "CborItems.h"
 #include "DirectAccess.h"
+#include "PathPlace.h"
 #include "TreeFormat.h"
 #include "TreePath.h"
 
@@ -118,9 +119,55 @@ private:
     std::vector<Directory> _open;
 };
 
+/** Builds a tree in memory without recursion: a stack of the directories whose entries are still to come. */
+class TreeImage::Builder {
+public:
+    Builder(TreeImage const& image, Tree::Apart& result) : _image(image), _result(result) {}
+
+    /** The result is to stand at `path`. */
+    void build(TreePath const& path) {
+        enter(_image._entries.front(), _result.directory(), PathPlace(path));
+        while (!_open.empty()) {
+            if (_open.back().left == 0)
+                _open.pop_back();
+            else
+                add(_open.back());
+        }
+    }
+
+private:
+    struct Directory {
+        NodeId id;
+        PathPlace place;
+        Entry const* next;
+        std::uint32_t left; ///< entries still to come
+    };
+
+    void enter(Entry const& entry, NodeId id, PathPlace const& place) {
+        _open.push_back({id, place, _image._entries.data() + entry.first, entry.count});
+    }
+
+    void add(Directory& directory) {
+        Entry const& entry = *directory.next++;
+        --directory.left;
+        std::string_view const name = _image.nameOf(entry);
+        std::uint32_t const hash = directory.place.hashOf(name);
+        if (entry.isDirectory)
+            enter(entry, _result.addDirectory(directory.id, name, hash), directory.place.below(name));
+        else
+            _result.addFile(directory.id, name, hash, _image.contentOf(entry));
+    }
+
+    TreeImage const& _image;
+    Tree::Apart& _result;
+    std::vector<Directory> _open;
+};
+
 TreeImage::TreeImage() {
-    Tree empty;
-    *this = TreeImage(std::string(encodeTree(empty, noNode).value().content));
+    constexpr std::string_view payload = "\xA0"; // an empty map
+    char head[longestTreeHead];
+    char const* const end = writeTreeHead(head, payload);
+    *this = TreeImage(std::string(head, static_cast<std::size_t>(end - head)).append(payload));
 }
 
 TreeImage::TreeImage(std::string bytes) : _bytes(std::move(bytes)) {
@@ -140,6 +187,16 @@ TreeImage TreeImage::of(RAMFileSystem const& fileSystem, std::string const& path
     if (!bytes)
         throw utils::Exception("changed by another thread without a lock");
     return TreeImage(std::string(bytes->content));
+}
+
+void TreeImage::putInto(RAMFileSystem& fileSystem, std::string const& path) const {
+    Tree& tree = DirectAccess::tree(fileSystem);
+    std::string storage;
+    TreePath const place = TreePath::of(canonicalPath(path, storage));
+    Tree::Apart built(tree);
+    Builder(*this, built).build(place);
+    if (!tree.graft(std::move(built), place))
+        throw utils::Exception("no directory can be made at " + path);
 }
 
 void TreeImage::index(std::size_t payload, std::size_t size) {

@@ -48,9 +48,12 @@ public:
         if (isForked())
             return;
         int waits = 0;
-        _synchroniser->run(live::Synchroniser::Missing::leaveAlone, [&waits] {
+        GiveUp const giveUp = [&waits] {
             return ++waits == 20;
-        }); // of 50 ms each; the disk's time does not count
+        }; // of 50 ms each; the disk's time does not count
+        // What others have saved since no longer matters here.
+        if (!_memory->isSaved(giveUp))
+            _synchroniser->run(live::Synchroniser::Missing::leaveAlone, giveUp);
         _synchroniser->stop();
     }
 
@@ -60,7 +63,7 @@ public:
         _memory->end(); // another thread may be saving, and keep this object for a while
     }
 
-    [[nodiscard]] bool isSaved() const { return !isForked() && _memory->isSaved(); }
+    [[nodiscard]] bool isSaved() const { return !isForked() && _memory->isSaved(nullptr); }
     [[nodiscard]] live::Events const& events() const { return _events; }
     [[nodiscard]] std::string const& userDirectory() const { return _files.directory; }
     [[nodiscard]] std::string const& globalDirectory() const { return _global; }

@@ -137,8 +137,8 @@ void Memory::end() {
         leftBehind = _log.release();
 }
 
-bool Memory::isSaved() const {
-    AbandonableLock const lock(nullptr);
+bool Memory::isSaved(GiveUp const& giveUp) const {
+    AbandonableLock const lock(giveUp);
     if (!lock.isHeld() || _log == nullptr)
         return true;
     // Another thread may be about to find out that what it has collected is in the file already.

@@ -74,8 +74,11 @@ public:
      */
     void end();
 
-    /** Whether no change waits to be saved. Takes the register's lock. */
-    [[nodiscard]] bool isSaved() const;
+    /**
+     * Whether no change waits to be saved. Takes the register's lock, unless the caller gives up: then it is true,
+     * since nothing can be collected.
+     */
+    [[nodiscard]] bool isSaved(GiveUp const& giveUp) const;
 
 private:
     void bringInLocked(void* sender);

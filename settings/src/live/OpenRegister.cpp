@@ -13,8 +13,6 @@ namespace velmorand::live {
 
 namespace {
 
-using filesystem::FileHandle;
-using filesystem::FileSystem;
 using utils::properties::_Register;
 
 /** Where the register loads and saves: nowhere, unless `putBack`. */
@@ -38,17 +36,6 @@ private:
                 std::exchange(_UserRegisterPath, std::move(values.user))};
     }
 };
-
-/** Puts a tree in place of a scope that is empty. */
-void load(_Register& theRegister, char const* scope, filesystem::TreeImage const& image) {
-    filesystem::RAMFileSystem memory;
-    FileHandle* handle = nullptr;
-    memory.open(QStringLiteral("/file"), &handle, FileSystem::MODE_WRITE);
-    memory.write(handle, image.bytes().data(), static_cast<long>(image.bytes().size()));
-    memory.close(handle);
-    memory.open(QStringLiteral("/file"), &handle, FileSystem::MODE_READ);
-    theRegister.unserialize(QString::fromLatin1(scope), *handle);
-}
 
 bool wasOpenedHere = false; // guarded by the register's lock
 
@@ -95,8 +82,8 @@ _Register* openRegister(Files const& files, std::string const& globalDirectory, 
         return &*settings;
     }
     _Register* const opened = openNew();
-    load(*opened, "/user/", *files.userImage);
-    load(*opened, "/global/", *files.globalImage);
+    files.userImage->putInto(*opened, "/user");
+    files.globalImage->putInto(*opened, "/global");
     record(*opened, files, globalDirectory);
     return opened;
 }

@@ -35,7 +35,7 @@ std::string standardUserDirectory() {
 }
 
 std::string absolute(std::string const& path) {
-    return std::filesystem::absolute(path).string();
+    return isAbsolute(path) ? path : std::filesystem::absolute(path).string();
 }
 
 } // namespace

@@ -68,12 +68,21 @@ Worker::Worker(std::vector<std::string> files, std::chrono::milliseconds delay, 
     if (_wake < 0)
         throw utils::Exception("settings cannot be shared: " + std::generic_category().message(errno));
     SignalsBlocked const blocked;
-    _thread = std::thread([this] { run(); });
+    // Not a `std::thread`, which frees memory at its end: that would give the thread a heap of its own first.
+    if (int const error = ::pthread_create(&_thread, nullptr, begin, this); error != 0) {
+        ::close(_wake);
+        throw utils::Exception("settings cannot be shared: " + std::generic_category().message(error));
+    }
 }
 
 Worker::~Worker() {
     stop();
     ::close(_wake);
+}
+
+void* Worker::begin(void* worker) noexcept {
+    static_cast<Worker*>(worker)->run();
+    return nullptr;
 }
 
 void Worker::wake() noexcept {
@@ -85,14 +94,14 @@ void Worker::wake() noexcept {
 
 void Worker::stop() {
     _isStopping = true;
-    if (!_thread.joinable())
+    if (std::exchange(_isStopped, true) || ::getpid() != _process) // a forked child has no such thread
         return;
-    if (::getpid() != _process || _thread.get_id() == std::this_thread::get_id()) {
-        _thread.detach(); // a forked child has no such thread; and no thread waits for itself
+    if (::pthread_equal(_thread, ::pthread_self()) != 0) {
+        ::pthread_detach(_thread); // no thread waits for itself
         return;
     }
     wake();
-    _thread.join();
+    ::pthread_join(_thread, nullptr);
 }
 
 bool Worker::synchronise() const {

@@ -6,9 +6,9 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
+#include <pthread.h>
 #include <sys/types.h>
 
 #include <filesystem/FileWatch.h>
@@ -40,6 +40,7 @@ public:
     void stop();
 
 private:
+    static void* begin(void* worker) noexcept;
     void run();
     [[nodiscard]] bool beginWatch(std::unique_ptr<filesystem::FileWatch>& watch) const;
     [[nodiscard]] bool synchronise() const;
@@ -53,7 +54,8 @@ private:
     ::pid_t const _process;
     int _wake;
     std::atomic<bool> _isStopping{false};
-    std::thread _thread;
+    ::pthread_t _thread{};
+    bool _isStopped = false;
 };
 
 } // namespace velmorand::live

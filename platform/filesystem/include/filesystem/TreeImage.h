@@ -60,6 +60,12 @@ public:
     /** The directory at an absolute path of an in-memory file system; an empty tree if it does not exist. */
     [[nodiscard]] static TreeImage of(RAMFileSystem const& fileSystem, std::string const& path);
 
+    /**
+     * Puts the tree in place of what is at an absolute path of an in-memory file system.
+     * Errors: `utils::Exception` if no directory can be made there, `std::bad_alloc`; nothing has changed.
+     */
+    void putInto(RAMFileSystem& fileSystem, std::string const& path) const;
+
     /** The register file: equal trees made by this library have equal bytes. */
     [[nodiscard]] std::string const& bytes() const noexcept { return _bytes; }
 
@@ -100,6 +106,7 @@ private:
     };
 
     class Parser;
+    class Builder;
     class Comparison;
     class Patch;
 
