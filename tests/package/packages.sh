@@ -78,7 +78,7 @@ done
 test "$made" -eq $((2 + tool))
 
 grep -q '^libqt[56]core' "$work/$library.depends"
-grep -q '^zlib1g' "$work/$library.depends"
+grep -q '^libcbor' "$work/$library.depends"
 grep -q -x libboost-thread-dev "$work/$development.depends"
 grep -q "^qt.*base.*-dev" "$work/$development.depends"
 

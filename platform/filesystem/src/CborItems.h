@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include <cbor.h>
+
 #include "Node.h"
 #include "TreePath.h"
 #include "Words.h"
@@ -19,9 +21,8 @@ namespace filesystem {
 /** CBOR's major types, as far as they occur here; each stands in the first three bits of a head. */
 enum class Major : unsigned char { number = 0, bytes = 2, text = 3, array = 4, map = 5, tag = 6, other = 7 };
 
-// A head's first byte holds a number below 24, or how long the number after it is: 24 to 27 for 1, 2, 4 and 8 bytes.
-constexpr std::uint64_t shortNumbers = 24;
-constexpr unsigned lastDefinite = 27;
+constexpr std::uint64_t shortNumbers = 24; // those below stand in a head's first byte
+constexpr unsigned lastDefinite = 27;      // what the first byte has in place of a number of 8 bytes
 
 constexpr std::size_t longestHead = 9;
 
@@ -32,12 +33,9 @@ constexpr std::size_t longestHead = 9;
         *bytes = static_cast<unsigned char>(static_cast<unsigned>(major) << 5 | number);
         return target + 1;
     }
-    unsigned const length = number <= 0xFF ? 0 : number <= 0xFFFF ? 1 : number <= 0xFFFFFFFF ? 2 : 3;
-    *bytes = static_cast<unsigned char>(static_cast<unsigned>(major) << 5 | (shortNumbers + length));
-    std::size_t const size = std::size_t{1} << length;
-    for (std::size_t i = 0; i < size; ++i)
-        bytes[size - i] = static_cast<unsigned char>(number >> (8 * i));
-    return target + 1 + size;
+    std::size_t const length = cbor_encode_uint(number, bytes, longestHead);
+    *bytes = static_cast<unsigned char>(*bytes | static_cast<unsigned>(major) << 5);
+    return target + length;
 }
 
 [[gnu::always_inline]] inline char* writeText(char* target, std::string_view text) {
@@ -57,12 +55,12 @@ inline std::string quoted(std::string_view name) {
     return '"' + std::string(name) + '"';
 }
 
-enum class Kind { other, text, bytes, map };
+enum class Kind { other, number, text, bytes, map };
 
 /** One CBOR item's head, with the content of a string. */
 struct Item {
     Kind kind;
-    std::uint64_t number; ///< of elements, or of bytes
+    std::uint64_t number; ///< the value, or the number of elements
     std::string_view content;
 };
 
@@ -83,25 +81,24 @@ public:
         Item item{Kind::other, 0, {}};
         if (takeShortItem(item))
             return item;
-        return nextLongItem();
+        _left.remove_prefix(decode(_left, item));
+        return item;
     }
 
     /** A string's content need not be there. A head without a definite number is of no major type. */
     Head nextHead() {
         if (_left.empty())
             refuseAsTruncated();
-        auto const first = static_cast<unsigned char>(_left.front());
-        unsigned const low = first & 0x1FU;
-        if (low > lastDefinite)
+        unsigned const first = static_cast<unsigned char>(_left[0]);
+        if ((first & 0x1FU) > lastDefinite)
             return {Major::other, 0};
-        std::size_t const size = low < shortNumbers ? 0 : std::size_t{1} << (low - shortNumbers);
-        if (size >= _left.size())
-            refuseAsTruncated();
-        std::uint64_t number = size == 0 ? low : 0;
-        for (std::size_t i = 1; i <= size; ++i)
-            number = number << 8 | static_cast<unsigned char>(_left[i]);
-        _left.remove_prefix(1 + size);
-        return {static_cast<Major>(first >> 5), number};
+        // Heads differ in their first three bits only, which are 0 in that of a number.
+        char asNumber[longestHead];
+        std::size_t const size = _left.copy(asNumber, longestHead);
+        asNumber[0] = static_cast<char>(first & 0x1FU);
+        Item item{Kind::other, 0, {}};
+        _left.remove_prefix(decode({asNumber, size}, item));
+        return {static_cast<Major>(first >> 5), item.number};
     }
 
 private:
@@ -126,18 +123,41 @@ private:
         return true;
     }
 
-    /** Any item; its content is left out unless it is a string. */
-    Item nextLongItem() {
-        Head const head = nextHead();
-        if (head.major == Major::map)
-            return {Kind::map, head.number, {}};
-        if (head.major != Major::text && head.major != Major::bytes)
-            return {Kind::other, 0, {}};
-        if (head.number > _left.size())
+    /** Result: the bytes that the item takes. */
+    static std::size_t decode(std::string_view data, Item& item) {
+        cbor_decoder_result const result =
+            cbor_stream_decode(reinterpret_cast<cbor_data>(data.data()), data.size(), &callbacks(), &item);
+        if (result.status == CBOR_DECODER_NEDATA)
             refuseAsTruncated();
-        std::string_view const content = _left.substr(0, head.number);
-        _left.remove_prefix(content.size());
-        return {head.major == Major::text ? Kind::text : Kind::bytes, head.number, content};
+        if (result.status == CBOR_DECODER_ERROR)
+            refuseAsDamaged("not CBOR");
+        return result.read;
+    }
+
+    template <Kind Is, class Number>
+    static void takeNumber(void* item, Number number) {
+        *static_cast<Item*>(item) = {Is, number, {}};
+    }
+
+    template <Kind Is>
+    static void takeString(void* item, cbor_data data, std::size_t size) {
+        *static_cast<Item*>(item) = {Is, size, {reinterpret_cast<char const*>(data), size}};
+    }
+
+    /** Whatever is not listed here, indefinite lengths included, stays of the other kind. */
+    static cbor_callbacks const& callbacks() {
+        static cbor_callbacks const table = [] {
+            cbor_callbacks result = cbor_empty_callbacks;
+            result.uint8 = takeNumber<Kind::number>;
+            result.uint16 = takeNumber<Kind::number>;
+            result.uint32 = takeNumber<Kind::number>;
+            result.uint64 = takeNumber<Kind::number>;
+            result.byte_string = takeString<Kind::bytes>;
+            result.string = takeString<Kind::text>;
+            result.map_start = takeNumber<Kind::map>;
+            return result;
+        }();
+        return table;
     }
 
     std::string_view _left;
