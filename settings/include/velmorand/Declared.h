@@ -162,7 +162,7 @@ public:
         if constexpr (isKept) {
             if (Recalled const recalled = recall(); recalled.isCurrent) {
                 T value;
-                std::memcpy(&value, &recalled.bits, sizeof(T));
+                std::memcpy(static_cast<void*>(&value), &recalled.bits, sizeof(T));
                 return value;
             }
         }
