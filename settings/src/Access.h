@@ -20,9 +20,9 @@ enum class Availability {
 
 /**
  * Grows whenever the register changes, by whatever operation, and when it becomes unavailable. Never 0. It may be read
- * without the lock, and grows only with the lock held.
+ * without the lock, and grows only with the lock held. Declared as hidden, so that a read needs no table of addresses.
  */
-extern std::atomic<std::uint64_t> registerState;
+[[gnu::visibility("hidden")]] extern std::atomic<std::uint64_t> registerState;
 
 /** Locks: none. */
 [[nodiscard]] Availability availability() noexcept;

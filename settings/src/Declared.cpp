@@ -2,7 +2,6 @@
 #include "velmorand/Declared.h"
 
 #include <algorithm>
-#include <limits>
 #include <map>
 #include <mutex>
 #include <tuple>
@@ -11,13 +10,11 @@
 
 #include "Access.h"
 #include "Declarations.h"
+#include "Recall.h"
 
 namespace velmorand {
 
 namespace {
-
-/** The state of a declaration while a thread replaces its value. */
-constexpr std::uint64_t busy = std::numeric_limits<std::uint64_t>::max();
 
 /** Never destroyed, for declarations that are static objects. */
 struct List {
@@ -53,28 +50,12 @@ Declaration::~Declaration() {
     list.entries.erase(this);
 }
 
-// The register changes only under its lock, and `fetch` notes its state under that lock together with the value. So a
-// value belongs to its state for good: if the register is in the same state, the value is up to date. States only grow,
-// and a thread that has seen one sees no earlier one after that. So if it has seen the effect of a change, all values
-// from before it are out of date.
-//
-// The value and its state are two words. They are replaced while the state says "busy": a reader that gets the new value
-// also sees that state, or a later one, when it looks at the state again.
-
 Recalled Declaration::recall() const noexcept {
-    std::uint64_t const state = _state.load(std::memory_order_acquire);
-    std::uint64_t const bits = _bits.load(std::memory_order_acquire);
-    return {bits, state == registerState.load(std::memory_order_relaxed) &&
-                      state == _state.load(std::memory_order_relaxed)};
+    return recallFrom(_state, _bits, registerState);
 }
 
 void Declaration::remember(std::uint64_t state, std::uint64_t bits) noexcept {
-    std::uint64_t current = _state.load(std::memory_order_relaxed);
-    // Another thread that is at it, or has been, makes this one's value superfluous.
-    if (current >= state || !_state.compare_exchange_strong(current, busy, std::memory_order_acquire))
-        return;
-    _bits.store(bits, std::memory_order_release);
-    _state.store(state, std::memory_order_release);
+    rememberIn(_state, _bits, state, bits);
 }
 
 void declare(std::shared_ptr<Declaration> const& declaration) {

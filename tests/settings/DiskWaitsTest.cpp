@@ -4,13 +4,17 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
+#include <thread>
 
 #include <gtest/gtest.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <utils/properties/Register.h>
 #include <velmorand/Initialize.h>
 #include <velmorand/LiveSettings.h>
+#include <velmorand/Lock.h>
 #include <velmorand/Property.h>
 #include <velmorand/Save.h>
 
@@ -23,6 +27,7 @@ namespace {
 
 std::atomic<int> flushes{0};
 std::atomic<int> flushesUnderTheLock{0};
+std::function<void()> whenFlushed; // set while only one thread flushes
 
 } // namespace
 
@@ -30,6 +35,8 @@ extern "C" int fsync(int file) {
     ++flushes;
     if (!support::lockIsFree())
         ++flushesUnderTheLock;
+    if (whenFlushed)
+        whenFlushed();
     return static_cast<int>(::syscall(SYS_fsync, file));
 }
 
@@ -56,4 +63,20 @@ TEST(WaitingForTheDisk, IsDoneWithoutTheLockByLiveSettings) {
     ASSERT_TRUE(live.sync().saved);
     EXPECT_LT(0, flushes);
     EXPECT_EQ(0, flushesUnderTheLock);
+}
+
+TEST(WaitingForTheDisk, DoesNotDelayAReaderEvenIfTheLockIsHeld) {
+    support::TemporaryDirectory const directory;
+    initialize("", directory.string());
+    Property<int> const width{"a/width", -1};
+    width.set(1);
+    ASSERT_EQ(1, width.get());
+    int read = 0;
+    whenFlushed = [&] { std::thread([&] { read = width.get(); }).join(); };
+    {
+        Lock const lock;
+        utils::properties::_Register::getInstance()->save();
+    }
+    whenFlushed = nullptr;
+    EXPECT_EQ(1, read);
 }

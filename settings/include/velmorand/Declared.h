@@ -162,7 +162,7 @@ public:
         if constexpr (isKept) {
             if (Recalled const recalled = recall(); recalled.isCurrent) {
                 T value;
-                std::memcpy(&value, &recalled.bits, sizeof(T));
+                std::memcpy(static_cast<void*>(&value), &recalled.bits, sizeof(T));
                 return value;
             }
         }
@@ -256,8 +256,8 @@ private:
             throw utils::Exception(name() + " is not set: " + objection);
     }
 
-    /** Apart from `get`, which is short enough to be inlined. */
-    [[nodiscard]] T read() {
+    /** Apart from `get`, which is short, and needs few registers, as long as this is not inlined into it. */
+    [[nodiscard, gnu::noinline]] T read() {
         Loaded loaded = load();
         // What the program computes may differ the next time.
         bool const isLasting = loaded.value || _fallback;

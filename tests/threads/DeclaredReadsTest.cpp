@@ -1,0 +1,412 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Declared settings, read without the lock while another thread changes them: values may be out of date only as long as
+// the reader cannot know it.
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include <filesystem/RealFileSystem.h>
+#include <utils/properties/Register.h>
+#include <velmorand/LiveSettings.h>
+#include <velmorand/Lock.h>
+#include <velmorand/Property.h>
+
+#include "support/RegisterProbe.h"
+#include "support/TemporaryDirectory.h"
+#include "threads/Crew.h"
+
+namespace {
+
+enum class Hand { first, second, third, fourth };
+VELMORAND_ENUM(Hand, {Hand::first, "first"}, {Hand::second, "second"}, {Hand::third, "third"},
+               {Hand::fourth, "fourth"})
+
+/** Eight bytes that prove themselves: the second half is made from the first. */
+struct Pair {
+    std::uint32_t number;
+    std::uint32_t proof;
+};
+
+} // namespace
+
+template <>
+struct velmorand::Stored<Pair> {
+    using Type = std::string;
+    static std::string store(Pair pair) { return std::to_string(pair.number); }
+    static std::optional<Pair> load(std::string const& text) {
+        auto const number = static_cast<std::uint32_t>(std::stoul(text));
+        return Pair{number, ~number};
+    }
+};
+
+namespace {
+
+using namespace velmorand;
+using filesystem::FileHandle;
+using filesystem::FileSystem;
+using support::RegisterProbe;
+using support::TemporaryDirectory;
+using threads::Crew;
+using threads::rounds;
+using utils::properties::_Register;
+
+constexpr char const* pairName = "litmus/pair";
+constexpr char const* numberName = "litmus/number";
+constexpr char const* flagName = "litmus/flag";
+constexpr char const* handName = "litmus/hand";
+constexpr char const* lastName = "litmus/last";
+
+/** A number whose two halves are made from an integer. */
+double patternOf(int value) {
+    std::uint64_t const half = 0x40000000U + static_cast<std::uint32_t>(value);
+    std::uint64_t const bits = half << 32U | half;
+    double pattern = 0;
+    std::memcpy(&pattern, &bits, sizeof pattern);
+    return pattern;
+}
+
+/** The integer, or -1 if the halves do not match. */
+int madeFrom(double pattern) {
+    std::uint64_t bits = 0;
+    std::memcpy(&bits, &pattern, sizeof bits);
+    auto const half = static_cast<std::uint32_t>(bits);
+    return bits >> 32U == half ? static_cast<int>(half - 0x40000000U) : -1;
+}
+
+bool flagOf(int round) {
+    return round % 2 != 0;
+}
+
+Hand handOf(int round) {
+    return static_cast<Hand>(round % 4);
+}
+
+/** The settings of one declaration each, of a type each, in the order in which they are changed. */
+struct Declarations {
+    Property<Pair> pair{pairName, Pair{0, ~0U}};
+    Property<double> number{numberName, patternOf(0)};
+    Property<bool> flag{flagName, false};
+    Property<Hand> hand{handName, Hand::first};
+    Property<int> last{lastName, 0};
+};
+
+/** Changes all settings in their order, by one means: `write(name, value)`. */
+template <class Write>
+void changeInOrder(int round, Write&& write) {
+    write(pairName, std::to_string(round));
+    write(numberName, patternOf(round));
+    write(flagName, flagOf(round));
+    write(handName, std::string(Stored<Hand>::store(handOf(round))));
+    write(lastName, round);
+}
+
+/** The register's writers, each for its kind. */
+struct Writer {
+    _Register& settings;
+    RegisterScope scope;
+
+    void operator()(char const* name, std::string const& value) const {
+        settings._writeString(nullptr, name, value, scope);
+    }
+    void operator()(char const* name, double value) const {
+        settings._writeNumber(nullptr, name, value, scope);
+    }
+    void operator()(char const* name, int value) const {
+        settings._writeInteger(nullptr, name, value, scope);
+    }
+    void operator()(char const* name, bool value) const {
+        settings._writeBoolean(nullptr, name, value, scope);
+    }
+};
+
+/** Writes the record of a value to its file. */
+struct FileWriter {
+    _Register& settings;
+
+    void operator()(char const* name, std::string const& value) const {
+        write(name, [&](FileHandle* file) {
+            settings.writeByte(file, 'S');
+            settings.writeInt(file, static_cast<int>(value.size()));
+            settings.write(file, value.data(), static_cast<long>(value.size()));
+        });
+    }
+    void operator()(char const* name, double value) const { Writer{settings, SCOPE_USER}(name, value); }
+    void operator()(char const* name, bool value) const { Writer{settings, SCOPE_USER}(name, value); }
+    void operator()(char const* name, int value) const {
+        write(name, [&](FileHandle* file) {
+            settings.writeByte(file, 'I');
+            settings.writeInt(file, value);
+        });
+    }
+
+private:
+    template <class Write>
+    void write(char const* name, Write&& write) const {
+        FileHandle* file = nullptr;
+        settings.open(QString::fromStdString(std::string("/user/") + name), &file, FileSystem::MODE_WRITE);
+        write(file);
+        settings.close(file);
+    }
+};
+
+/** Whether all changes of a round become visible together or one after the other. */
+enum class Visible { together, oneByOne };
+
+/** What one reader has seen: no later read may fall behind it. */
+class Reader {
+public:
+    Reader(std::atomic<int>& wrong, Visible visible) : _wrong(wrong), _visible(visible) {}
+
+    /** The last round of which it knows that it is complete. */
+    [[nodiscard]] int complete() const { return _complete; }
+
+    /** It has learned in another way that a round is complete. */
+    void hear(int round) {
+        _complete = std::max(_complete, round);
+        _seen = std::max(_seen, round);
+    }
+
+    /** It has read the value of a round. */
+    int see(int round) {
+        if (round < _seen)
+            ++_wrong;
+        _seen = std::max(_seen, round);
+        if (_visible == Visible::together)
+            hear(round);
+        return round;
+    }
+
+    /** It has read the value that is changed last in its round. */
+    int seeLast(int round) {
+        _seen = _complete;
+        see(round);
+        hear(round);
+        return round;
+    }
+
+    /**
+     * Reads settings in the order opposite to that of their changes. Each must be of the round of the one before it, or
+     * of a later one. The flag and the hand do not tell their round; but if the first and the last read tell the same
+     * one, it is theirs as well.
+     */
+    void readBackwards(Declarations const& settings) {
+        int const begin = seeLast(settings.last.get());
+        Hand const hand = settings.hand.get();
+        bool const flag = settings.flag.get();
+        see(madeFrom(settings.number.get()));
+        int const end = seePair(settings.pair.get());
+        if (begin == end && (flag != flagOf(end) || hand != handOf(end)))
+            ++_wrong;
+    }
+
+    int seePair(Pair pair) {
+        if (pair.proof != ~pair.number)
+            ++_wrong;
+        return see(static_cast<int>(pair.number));
+    }
+
+private:
+    std::atomic<int>& _wrong;
+    Visible _visible;
+    int _complete = 0;
+    int _seen = 0; ///< at least `_complete`
+};
+
+/**
+ * Readers of all settings, and one writer that changes them in every round by `change(round)` and announces the round
+ * through another variable.
+ * Result: how many reads were wrong.
+ */
+template <class Change>
+int wrongReads(int roundCount, Change&& change, Visible visible = Visible::together) {
+    Declarations const shared;
+    std::atomic<int> wrong{0};
+    std::atomic<int> announced{0};
+    Crew crew;
+    crew.add(1, roundCount, 1, [&, round = 0](int /*writer*/, int /*round*/) mutable {
+        change(++round);
+        announced.store(round, std::memory_order_release);
+    });
+    // One that only reads, one that is told, and one that reads other declarations of the same settings as well.
+    crew.add(3, 1, 1, [&](int readerNumber, int /*round*/) {
+        Reader reader(wrong, visible);
+        Declarations const own;
+        Declarations const copies = shared;
+        for (int before = 0; reader.complete() < roundCount; before = reader.complete()) {
+            reader.readBackwards(shared);
+            if (readerNumber == 1)
+                reader.hear(announced.load(std::memory_order_acquire));
+            if (readerNumber == 2) {
+                reader.readBackwards(own);
+                reader.seeLast(copies.last.get());
+            }
+            reader.readBackwards(copies);
+            if (reader.complete() == before)
+                std::this_thread::yield(); // to the writer
+        }
+        reader.readBackwards(own);
+        reader.readBackwards(shared);
+    });
+    crew.run();
+    return wrong;
+}
+
+_Register& theRegister() {
+    return *_Register::getInstance();
+}
+
+} // namespace
+
+TEST(ReadsWithoutTheLock, SeeChangesInTheirOrder) {
+    Declarations const settings;
+    EXPECT_EQ(0, wrongReads(rounds(5000), [&](int round) {
+                  Lock const lock;
+                  settings.pair.set({static_cast<std::uint32_t>(round), 0});
+                  settings.number.set(patternOf(round));
+                  settings.flag.set(flagOf(round));
+                  settings.hand.set(handOf(round));
+                  settings.last.set(round);
+              }));
+}
+
+TEST(ReadsWithoutTheLock, SeeChangesByTheRegistersWritersInTheirOrder) {
+    EXPECT_EQ(0, wrongReads(rounds(5000), [](int round) {
+                  Lock const lock;
+                  changeInOrder(round, Writer{theRegister(), SCOPE_USER});
+              }));
+}
+
+// Without a lock around them, each change can be seen before the next one is made.
+TEST(ReadsWithoutTheLock, SeeChangesOneByOneInTheirOrder) {
+    EXPECT_EQ(0, wrongReads(
+                     rounds(5000),
+                     [](int round) {
+                         changeInOrder(round, Writer{theRegister(), SCOPE_USER});
+                     },
+                     Visible::oneByOne));
+}
+
+TEST(ReadsWithoutTheLock, SeeChangesOfFilesInTheirOrder) {
+    EXPECT_EQ(0, wrongReads(rounds(5000), [](int round) {
+                  Lock const lock;
+                  changeInOrder(round, FileWriter{theRegister()});
+              }));
+}
+
+// The value of a round is in the next scope until the one above it is removed.
+TEST(ReadsWithoutTheLock, SeeRemovalsInTheirOrder) {
+    EXPECT_EQ(0, wrongReads(rounds(5000), [](int round) {
+                  if (round % 2 != 0) {
+                      Lock const lock;
+                      changeInOrder(round, Writer{theRegister(), SCOPE_USER});
+                      return;
+                  }
+                  changeInOrder(round, Writer{theRegister(), SCOPE_TEMPORARY});
+                  Lock const lock;
+                  for (char const* const name : {pairName, numberName, flagName, handName, lastName})
+                      theRegister().delProperty(name, SCOPE_USER);
+              }));
+}
+
+TEST(ReadsWithoutTheLock, SeeAnImageAtOnce) {
+    TemporaryDirectory const directory;
+    RegisterProbe other;
+    filesystem::RealFileSystem disk(QString::fromStdString(directory.string()));
+    EXPECT_EQ(0, wrongReads(rounds(300), [&](int round) {
+                  changeInOrder(round, Writer{other, SCOPE_USER});
+                  FileHandle* file = nullptr;
+                  disk.open("image", &file, FileSystem::MODE_WRITE);
+                  other.serialize("/user", *file);
+                  disk.close(file);
+                  disk.open("image", &file, FileSystem::MODE_READ);
+                  {
+                      Lock const lock;
+                      theRegister().unserialize("/user", *file);
+                  }
+                  disk.close(file);
+              }));
+}
+
+TEST(ReadsWithoutTheLock, SeeALoadedFileAtOnce) {
+    TemporaryDirectory const directory;
+    RegisterProbe other;
+    RegisterProbe::_UserRegisterPath = directory.string();
+    EXPECT_EQ(0, wrongReads(rounds(300), [&](int round) {
+                  changeInOrder(round, Writer{other, SCOPE_USER});
+                  other.save();
+                  Lock const lock;
+                  theRegister().load();
+              }));
+}
+
+// Another process's save, as far as these settings can tell.
+TEST(ReadsWithoutTheLock, SeeAMergeAtOnce) {
+    TemporaryDirectory const user;
+    TemporaryDirectory const global;
+    RegisterProbe other;
+    LiveOptions options;
+    options.userDirectory = user.string();
+    options.globalDirectory = global.string();
+    options.delay = std::chrono::hours(1);
+    LiveSettings live(options);
+    RegisterProbe::_UserRegisterPath = user.string(); // for `other`
+    EXPECT_EQ(0, wrongReads(rounds(200), [&](int round) {
+                  changeInOrder(round, Writer{other, SCOPE_USER});
+                  other.save();
+                  EXPECT_TRUE(live.sync().saved);
+              }));
+}
+
+// Each thread that finds the value out of date reads it and keeps it for all, so several do at once.
+TEST(ReadsWithoutTheLock, AreOfOneValueWhoeverHasKeptIt) {
+    Property<Pair> const shared{pairName, Pair{0, ~0U}};
+    int const roundCount = rounds(20000);
+    std::atomic<int> wrong{0};
+    Crew crew;
+    crew.add(1, roundCount, 1, [&, round = 0](int /*writer*/, int /*round*/) mutable {
+        Writer{theRegister(), SCOPE_USER}(pairName, std::to_string(++round));
+    });
+    crew.add(6, 1, 1, [&](int /*reader*/, int /*round*/) {
+        Reader reader(wrong, Visible::together);
+        while (reader.complete() < roundCount)
+            reader.seePair(shared.get());
+    });
+    crew.run();
+    EXPECT_EQ(0, wrong);
+}
+
+// A thread tells the next one what it has read, and that one must not read anything older.
+TEST(ReadsWithoutTheLock, FollowWhatAnotherReaderTells) {
+    Declarations const settings;
+    int const roundCount = rounds(5000);
+    std::atomic<int> wrong{0};
+    std::atomic<int> told{0};
+    Crew crew;
+    crew.add(1, roundCount, 1, [&, round = 0](int /*writer*/, int /*round*/) mutable {
+        Lock const lock;
+        changeInOrder(++round, Writer{theRegister(), SCOPE_USER});
+    });
+    crew.add(1, 1, 1, [&](int /*teller*/, int /*round*/) {
+        while (told.load(std::memory_order_relaxed) < roundCount)
+            told.store(settings.last.get(), std::memory_order_release);
+    });
+    crew.add(2, 1, 1, [&](int /*listener*/, int /*round*/) {
+        Reader reader(wrong, Visible::together);
+        while (reader.complete() < roundCount) {
+            reader.hear(told.load(std::memory_order_acquire));
+            reader.see(madeFrom(settings.number.get()));
+            reader.seePair(settings.pair.get());
+        }
+    });
+    crew.run();
+    EXPECT_EQ(0, wrong);
+}
