@@ -37,6 +37,12 @@ inline constexpr bool
 template <class T, class From>
 inline constexpr bool canDeclare = std::is_constructible_v<Property<T>, std::string, From>;
 
+/** Converts itself to a `T`. */
+template <class T>
+struct Convertible {
+    operator T() const;
+};
+
 Property<double> sizeProperty() {
     return Property<double>{"a/size", 11.0, range(6.0, 72.0)};
 }
@@ -123,6 +129,11 @@ TEST(Get, ComputesAFallbackWhenItIsNeeded) {
     width.set(9);
     now = 3;
     EXPECT_EQ(9, width.get());
+}
+
+TEST(Get, ComputesAFallbackThatIsABoolean) {
+    Property<bool> const isWide{"a/wide", [] { return false; }};
+    EXPECT_FALSE(isWide.get());
 }
 
 TEST(Set, RefusesWhatTheDeclarationDoesNotAllow) {
@@ -212,6 +223,9 @@ TEST(Set, DoesNotCompileForAValueThatIsConverted) {
     static_assert(!canSet<int, char> && !canSet<float, double> && !canSet<double, std::int64_t>);
     static_assert(!canSet<std::string, int> && !canSet<std::string, char> && !canSet<Theme, int>);
     static_assert(!canSet<Theme, char const*> && !canSet<std::vector<int>, int>);
+    static_assert(canSet<bool, std::vector<bool>::reference> && canSet<double, Convertible<float>>);
+    static_assert(!canSet<int, Convertible<double>> && !canSet<bool, Convertible<void*>>);
+    static_assert(!canSet<bool, Convertible<bool (*)()>>);
     static_assert(!canSet<int, Theme> && !canSet<std::chrono::seconds, int>);
     static_assert(canSet<std::chrono::milliseconds, std::chrono::seconds>);
     static_assert(!canSet<std::chrono::seconds, std::chrono::milliseconds>);
