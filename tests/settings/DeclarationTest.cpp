@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -15,6 +16,22 @@
 #include <velmorand/Property.h>
 
 #include "support/Failure.h"
+
+namespace {
+
+struct Percent {
+    explicit Percent(int from) : value(from) {}
+    int value;
+};
+
+} // namespace
+
+template <>
+struct velmorand::Stored<Percent> {
+    using Type = int;
+    static int store(Percent percent) { return percent.value; }
+    static std::optional<Percent> load(int value) { return Percent(value); }
+};
 
 namespace {
 
@@ -42,6 +59,10 @@ template <class T>
 struct Convertible {
     operator T() const;
 };
+
+int computedWidth() {
+    return 42;
+}
 
 Property<double> sizeProperty() {
     return Property<double>{"a/size", 11.0, range(6.0, 72.0)};
@@ -134,6 +155,25 @@ TEST(Get, ComputesAFallbackWhenItIsNeeded) {
 TEST(Get, ComputesAFallbackThatIsABoolean) {
     Property<bool> const isWide{"a/wide", [] { return false; }};
     EXPECT_FALSE(isWide.get());
+}
+
+TEST(Get, ComputesAFallbackByAFunction) {
+    Property<int> const width{"a/width", computedWidth};
+    EXPECT_EQ(42, width.get());
+}
+
+TEST(Get, GivesTheSameDurationAgain) {
+    Property<std::chrono::seconds> const delay{"a/delay", std::chrono::seconds(1)};
+    delay.set(std::chrono::minutes(1));
+    EXPECT_EQ(std::chrono::seconds(60), delay.get());
+    EXPECT_EQ(std::chrono::seconds(60), delay.get());
+}
+
+TEST(Get, GivesATypeWithoutADefault) {
+    Property<Percent> const share{"a/share", Percent(50)};
+    share.set(Percent(70));
+    EXPECT_EQ(70, share.get().value);
+    EXPECT_EQ(70, share.get().value);
 }
 
 TEST(Set, RefusesWhatTheDeclarationDoesNotAllow) {
