@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -15,6 +16,22 @@
 #include <velmorand/Property.h>
 
 #include "support/Failure.h"
+
+namespace {
+
+struct Percent {
+    explicit Percent(int from) : value(from) {}
+    int value;
+};
+
+} // namespace
+
+template <>
+struct velmorand::Stored<Percent> {
+    using Type = int;
+    static int store(Percent percent) { return percent.value; }
+    static std::optional<Percent> load(int value) { return Percent(value); }
+};
 
 namespace {
 
@@ -36,6 +53,16 @@ inline constexpr bool
 
 template <class T, class From>
 inline constexpr bool canDeclare = std::is_constructible_v<Property<T>, std::string, From>;
+
+/** Converts itself to a `T`. */
+template <class T>
+struct Convertible {
+    operator T() const;
+};
+
+int computedWidth() {
+    return 42;
+}
 
 Property<double> sizeProperty() {
     return Property<double>{"a/size", 11.0, range(6.0, 72.0)};
@@ -125,6 +152,30 @@ TEST(Get, ComputesAFallbackWhenItIsNeeded) {
     EXPECT_EQ(9, width.get());
 }
 
+TEST(Get, ComputesAFallbackThatIsABoolean) {
+    Property<bool> const isWide{"a/wide", [] { return false; }};
+    EXPECT_FALSE(isWide.get());
+}
+
+TEST(Get, ComputesAFallbackByAFunction) {
+    Property<int> const width{"a/width", computedWidth};
+    EXPECT_EQ(42, width.get());
+}
+
+TEST(Get, GivesTheSameDurationAgain) {
+    Property<std::chrono::seconds> const delay{"a/delay", std::chrono::seconds(1)};
+    delay.set(std::chrono::minutes(1));
+    EXPECT_EQ(std::chrono::seconds(60), delay.get());
+    EXPECT_EQ(std::chrono::seconds(60), delay.get());
+}
+
+TEST(Get, GivesATypeWithoutADefault) {
+    Property<Percent> const share{"a/share", Percent(50)};
+    share.set(Percent(70));
+    EXPECT_EQ(70, share.get().value);
+    EXPECT_EQ(70, share.get().value);
+}
+
 TEST(Set, RefusesWhatTheDeclarationDoesNotAllow) {
     Property<double> const size = sizeProperty();
     EXPECT_EQ("a/size is not set: 80 is not allowed: expected 6 to 72", failure([&] { size.set(80.0); }));
@@ -212,6 +263,9 @@ TEST(Set, DoesNotCompileForAValueThatIsConverted) {
     static_assert(!canSet<int, char> && !canSet<float, double> && !canSet<double, std::int64_t>);
     static_assert(!canSet<std::string, int> && !canSet<std::string, char> && !canSet<Theme, int>);
     static_assert(!canSet<Theme, char const*> && !canSet<std::vector<int>, int>);
+    static_assert(canSet<bool, std::vector<bool>::reference> && canSet<double, Convertible<float>>);
+    static_assert(!canSet<int, Convertible<double>> && !canSet<bool, Convertible<void*>>);
+    static_assert(!canSet<bool, Convertible<bool (*)()>>);
     static_assert(!canSet<int, Theme> && !canSet<std::chrono::seconds, int>);
     static_assert(canSet<std::chrono::milliseconds, std::chrono::seconds>);
     static_assert(!canSet<std::chrono::seconds, std::chrono::milliseconds>);

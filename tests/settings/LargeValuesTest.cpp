@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <velmorand/Property.h>
+#include <velmorand/QtTypes.h>
 
 #include "support/Failure.h"
 
@@ -38,4 +39,9 @@ TEST(AValueWithoutRoomInARecord, IsRefusedAsAStringOfAList) {
 TEST(AValueWithoutRoomInARecord, IsRefusedAsAList) {
     EXPECT_EQ("a/b: too long: 2147483648 elements (at most 2147483647)",
               failure([] { write("a/b", std::vector<bool>(tooMany)); }));
+}
+
+TEST(AValueWithoutRoomInAQtType, IsNotValid) {
+    EXPECT_FALSE(Stored<QString>::load(std::string(std::size_t{1} << 30, 'x')));
+    EXPECT_FALSE(Stored<QByteArray>::load(std::string(tooMany - 1, 'x')));
 }

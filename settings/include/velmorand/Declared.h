@@ -147,7 +147,8 @@ public:
     using Element = typename ElementOf<T>::Type;
 
     /** Whether the last value read is kept. */
-    static constexpr bool isKept = std::is_trivially_copyable_v<T> && sizeof(T) <= sizeof(std::uint64_t);
+    static constexpr bool isKept = std::is_trivially_copyable_v<T> && std::is_default_constructible_v<T> &&
+                                   sizeof(T) <= sizeof(std::uint64_t);
 
     /** With either a fallback or a function that computes it. */
     template <class... Details>

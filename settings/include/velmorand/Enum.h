@@ -41,14 +41,14 @@ struct EnumNames {
     [[nodiscard]] EnumName<Enum> const* end() const { return last; }
 };
 
-template <class Enum>
-struct BuiltIn<Enum,
-               std::enable_if_t<std::is_enum_v<Enum>, std::void_t<decltype(velmorandEnumNames(Enum()))>>> {
+/** How an enum is stored whose names `Source::names()` lists. */
+template <class Enum, class Source>
+struct StoredByName : Source {
     using Type = std::string;
 
     /** Errors: `utils::Exception` for a value without a name. */
     static std::string store(Enum value) {
-        for (EnumName<Enum> const& known : names())
+        for (EnumName<Enum> const& known : Source::names())
             if (known.value == value)
                 return known.name;
         throw utils::Exception("the value " + std::to_string(static_cast<long long>(value)) +
@@ -56,13 +56,26 @@ struct BuiltIn<Enum,
     }
 
     static std::optional<Enum> load(std::string const& name) {
-        for (EnumName<Enum> const& known : names())
+        for (EnumName<Enum> const& known : Source::names())
             if (name == known.name)
                 return known.value;
         return std::nullopt;
     }
+};
 
+template <class Enum>
+struct GivenNames {
     static EnumNames<Enum> names() { return velmorandEnumNames(Enum()); }
 };
+
+/** Whether an enum has a `VELMORAND_ENUM`. */
+template <class Enum, class Enable = void>
+inline constexpr bool hasGivenNames = false;
+template <class Enum>
+inline constexpr bool hasGivenNames<Enum, std::void_t<decltype(velmorandEnumNames(Enum()))>> = true;
+
+template <class Enum>
+struct BuiltIn<Enum, std::enable_if_t<std::is_enum_v<Enum> && hasGivenNames<Enum>>>
+    : StoredByName<Enum, GivenNames<Enum>> {};
 
 } // namespace velmorand::detail

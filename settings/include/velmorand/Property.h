@@ -146,12 +146,12 @@ public:
                                               std::move(details)...)) {}
 
     /**
-     * With a fallback that `fallback()` returns, called whenever it is needed, on the thread that needs it and with no
+     * With a fallback that `compute()` returns, called whenever it is needed, on the thread that needs it and with no
      * lock held.
      */
     template <class Call, class... Details, std::enable_if_t<isFallbackCall<Call>, int> = 0>
-    Property(std::string name, Call fallback, Details... details)
-        : Property(std::make_shared<Declared>(std::move(name), std::nullopt, std::move(fallback),
+    Property(std::string name, Call compute, Details... details)
+        : Property(std::make_shared<Declared>(std::move(name), std::nullopt, std::move(compute),
                                               std::move(details)...)) {}
 
     /** Any other type than `T` that would lose something or change its meaning: `12.5` for an `int`. */
@@ -167,7 +167,7 @@ public:
     /**
      * The value from the first scope that has one, otherwise the fallback; also the fallback if that scope's value is
      * of another kind, is not valid for the type, or is not allowed by the declaration. Nothing that the register
-     * contains makes it throw; what a `fallback()` throws reaches the caller.
+     * contains makes it throw; an exception of a function that computes the fallback reaches the caller.
      * Locks: the settings' lock. For a type of at most 8 bytes that can be copied bytewise, such as `int`, `double`,
      * `bool` and enums: none if the register has not changed since the value was last read.
      */

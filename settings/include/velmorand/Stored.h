@@ -128,7 +128,8 @@ template <class T, class Enable>
 struct BuiltIn {
     static_assert(!std::is_enum_v<T>, "name the values of the enum with VELMORAND_ENUM (velmorand/Enum.h)");
     static_assert(std::is_enum_v<T> || alwaysFalse<T>,
-                  "this type is not built in: specialise velmorand::Stored for it (velmorand/Stored.h)");
+                  "this type is not built in: include velmorand/QtTypes.h for a type of Qt, or specialise "
+                  "velmorand::Stored (velmorand/Stored.h)");
     using Type = std::string;
 };
 
@@ -217,6 +218,12 @@ struct BuiltIn<std::vector<T>, std::enable_if_t<!isElementKind<T>>> {
     }
 };
 
+/** Whether `To{from}` compiles: nothing is narrowed, and no pointer becomes a `bool`, such as that to a lambda. */
+template <class To, class From, class Enable = void>
+inline constexpr bool isBraceable = false;
+template <class To, class From>
+inline constexpr bool isBraceable<To, From, std::void_t<decltype(To{std::declval<From const&>()})>> = true;
+
 /**
  * Whether a value of type `From` may be given for a setting of type `To`: an `int` for any number, so that literals
  * need no suffix; other numbers only for a type that holds all of their values; `bool` only for `bool`.
@@ -228,7 +235,7 @@ constexpr bool isAccepted() {
     else if constexpr (isNumeric<To> && isNumeric<From>)
         return std::is_same_v<From, int> || holdsEvery<To, From>();
     else if constexpr (std::is_arithmetic_v<To>)
-        return std::is_class_v<From> && std::is_convertible_v<From const&, To>;
+        return std::is_class_v<From> && std::is_convertible_v<From const&, To> && isBraceable<To, From>;
     else
         return std::is_convertible_v<From const&, To> ||
                (std::is_same_v<To, std::string> && std::is_same_v<From, std::string_view>);

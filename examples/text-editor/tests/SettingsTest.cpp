@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <velmorand/Catalogue.h>
+
+#include "Session.h"
+#include "Settings.h"
+
+#include "support/Failure.h"
+
+namespace {
+
+using namespace editor;
+using namespace std::chrono_literals;
+using support::failure;
+using velmorand::declaredProperties;
+using velmorand::write;
+
+} // namespace
+
+TEST(TextEditorSettings, AreAllInTheCatalogue) {
+    EXPECT_EQ(33U, declaredProperties().size());
+}
+
+TEST(TextEditorSettings, HaveFallbacksThatTheyAllow) {
+    for (velmorand::DeclaredProperty const& property : declaredProperties())
+        EXPECT_EQ("", property.problem);
+    settings::lineColour.set(settings::lineColour.fallback());
+    settings::languages.set(settings::languages.fallback());
+    settings::backups.set(settings::backups.fallback());
+}
+
+TEST(TextEditorSettings, AreUsableWhateverTheFileHas) {
+    write("view/scheme", "purple");
+    write("view/font", "\xff");
+    write("view/line colour", "orange");
+    write("edit/tab width", "eight");
+    write("files/autosave", "0s");
+    write("updates/last", "yesterday");
+    EXPECT_EQ(Scheme::System, settings::scheme.get());
+    EXPECT_EQ("Monospace", settings::font.get());
+    EXPECT_EQ("#fff8dc", settings::lineColour.get());
+    EXPECT_EQ(8, settings::tabWidth.get());
+    EXPECT_EQ(30s, settings::autosave.get());
+    EXPECT_TRUE(settings::lastUpdate.get().isNull());
+    EXPECT_EQ("edit/tab width: expected an integer, found a string\n"
+              "files/autosave: \"0s\" is not allowed: expected at least \"1s\"\n"
+              "updates/last: \"yesterday\" is not allowed: expected a date and time such as "
+              "2026-03-01T08:30:00.000+01:00 or 2026-03-01T07:30:00.000Z\n"
+              "view/font: {\"base64\": \"/w==\"} is not allowed: expected text in UTF-8\n"
+              "view/line colour: \"orange\" is not allowed: expected a colour such as #ff8000\n"
+              "view/scheme: \"purple\" is not allowed: expected one of \"System\", \"Light\", \"Dark\"",
+              problems().join('\n').toStdString());
+}
+
+TEST(TextEditorSettings, RefuseWhatIsNotAllowed) {
+    EXPECT_EQ("view/line colour is not set: \"#FFF\" is not allowed: expected a colour such as #ff8000",
+              failure([] { settings::lineColour.set("#FFF"); }));
+    EXPECT_EQ(
+        "edit/languages is not set: \"xx\" is not allowed: expected one of \"de\", \"en\", \"fr\", \"pl\"",
+        failure([] {
+            settings::languages.set({"de", "xx"});
+        }));
+}
+
+TEST(TextEditorSettings, AreReadUnderOldNames) {
+    write("files/line end", "windows");
+    EXPECT_EQ(LineEnd::CrLf, settings::lineEnd.get());
+    settings::lineEnd.set(LineEnd::CrLf);
+    EXPECT_EQ("dos", velmorand::read<std::string>("files/line end"));
+}
+
+TEST(TextEditorSession, KeepsTheRecentFilesInOrder) {
+    Session const session;
+    for (char const* const file : {"a", "ü", "c", "a"})
+        session.open(file);
+    EXPECT_EQ(QStringList({"a", "c", "ü"}), settings::recent.get());
+    settings::recentCount.set(2);
+    session.open("d");
+    EXPECT_EQ(QStringList({"d", "a"}), settings::recent.get());
+}
+
+TEST(TextEditorSession, KeepsTheSearchHistory) {
+    Session const session;
+    for (int i = 0; i < 30; ++i)
+        session.search(QString::number(i));
+    EXPECT_EQ(20, settings::searched.get().size());
+    EXPECT_EQ("29", settings::searched.get().first());
+}
+
+TEST(TextEditorSession, KeepsTheGeometry) {
+    QByteArray const geometry("\x01\xd9\x00\xff", 4);
+    Session().close(geometry);
+    EXPECT_EQ(geometry, settings::geometry.get());
+}
+
+TEST(TextEditorSession, LooksForAnUpdateOnceAWeek) {
+    QDateTime const now(QDate(2026, 3, 1), QTime(8, 30), Qt::UTC);
+    EXPECT_TRUE(Session().isUpdateDue(now));
+    settings::lastUpdate.set(now);
+    EXPECT_FALSE(Session().isUpdateDue(now.addDays(7).addSecs(-1)));
+    EXPECT_TRUE(Session().isUpdateDue(now.addDays(7)));
+}

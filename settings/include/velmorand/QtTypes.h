@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <optional>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include <QByteArray>
+#include <QDateTime>
+#include <QMetaEnum>
+#include <QString>
+#include <QStringList>
+#include <QUrl>
+
+#include "velmorand/Enum.h"
+#include "velmorand/Export.h"
+#include "velmorand/Stored.h"
+
+/**
+ * QtCore's types as settings.
+ *
+ * | type                                          | stored as                                                        |
+ * |-----------------------------------------------|------------------------------------------------------------------|
+ * | `QString`                                     | a string, in UTF-8                                               |
+ * | `QStringList`                                 | a list of such strings                                           |
+ * | `QByteArray`                                  | a string of any bytes                                            |
+ * | `QUrl`                                        | a string, with everything encoded that has to be                 |
+ * | `QDateTime`                                   | a string in ISO 8601: "2026-03-01T08:30:00.000+01:00"            |
+ * | an enum with `Q_ENUM` or `Q_ENUM_NS`          | a string, the name of the enumerator                             |
+ *
+ * For an enum, `VELMORAND_ENUM` takes precedence: its names need not change when the enumerators are renamed.
+ *
+ * Null and empty values are stored alike. They are read as an empty `QString`, `QByteArray` or `QUrl`, and as a null
+ * `QDateTime`.
+ */
+namespace velmorand {
+
+template <>
+struct VELMORAND_SETTINGS_EXPORT Stored<QString> {
+    using Type = std::string;
+
+    /** Errors: `utils::Exception` for a text that UTF-8 does not have, with half of a surrogate pair. */
+    static std::string store(QString const& text);
+    static std::optional<QString> load(std::string const& bytes);
+    static std::string expected() { return "text in UTF-8"; }
+};
+
+template <>
+struct Stored<QStringList> {
+    using Type = std::vector<std::string>;
+
+    /** Errors: as for `QString`. */
+    static Type store(QStringList const& texts) {
+        Type stored;
+        stored.reserve(static_cast<std::size_t>(texts.size()));
+        for (QString const& text : texts)
+            stored.push_back(Stored<QString>::store(text));
+        return stored;
+    }
+    static std::optional<QStringList> load(Type const& stored) {
+        QStringList texts;
+        for (std::string const& bytes : stored) {
+            std::optional<QString> text = Stored<QString>::load(bytes);
+            if (!text)
+                return std::nullopt;
+            texts.append(*std::move(text));
+        }
+        return texts;
+    }
+};
+
+template <>
+struct VELMORAND_SETTINGS_EXPORT Stored<QByteArray> {
+    using Type = std::string;
+    static std::string store(QByteArray const& bytes);
+    static std::optional<QByteArray> load(std::string const& bytes);
+};
+
+template <>
+struct VELMORAND_SETTINGS_EXPORT Stored<QUrl> {
+    using Type = std::string;
+
+    /** Errors: `utils::Exception` for an invalid URL that is not empty. */
+    static std::string store(QUrl const& url);
+    static std::optional<QUrl> load(std::string const& text);
+    static std::string expected() { return "a URL such as https://example.org/a%20name"; }
+};
+
+/**
+ * The moment survives, to the millisecond, and its offset from UTC, to the minute; the name of the time zone does not.
+ * Text without an offset is not valid: which moment it is would depend on the machine. The milliseconds may be missing.
+ */
+template <>
+struct VELMORAND_SETTINGS_EXPORT Stored<QDateTime> {
+    using Type = std::string;
+
+    /** Errors: `utils::Exception` for an invalid time that is not null, and outside the years 1 to 9999. */
+    static std::string store(QDateTime const& time);
+    static std::optional<QDateTime> load(std::string const& text);
+    static std::string expected() {
+        return "a date and time such as 2026-03-01T08:30:00.000+01:00 or 2026-03-01T07:30:00.000Z";
+    }
+};
+
+namespace detail {
+
+/** The names that QtCore knows of an enum. */
+template <class Enum>
+struct MetaNames {
+    static std::vector<EnumName<Enum>> names() {
+        QMetaEnum const known = QMetaEnum::fromType<Enum>();
+        std::vector<EnumName<Enum>> all;
+        for (int i = 0; i < known.keyCount(); ++i)
+            all.push_back({static_cast<Enum>(known.value(i)), known.key(i)});
+        return all;
+    }
+};
+
+/** Whether an enum has a `Q_ENUM` or `Q_ENUM_NS`, which make this function. */
+template <class Enum, class Enable = void>
+inline constexpr bool hasMetaNames = false;
+template <class Enum>
+inline constexpr bool hasMetaNames<Enum, std::void_t<decltype(qt_getEnumMetaObject(Enum()))>> = true;
+
+template <class Enum>
+struct BuiltIn<Enum, std::enable_if_t<std::is_enum_v<Enum> && hasMetaNames<Enum> && !hasGivenNames<Enum>>>
+    : StoredByName<Enum, MetaNames<Enum>> {};
+
+} // namespace detail
+
+} // namespace velmorand
