@@ -1,25 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "Failure.h"
+#include "Places.h"
 
 /** The program's commands. Each prints its answer on standard output; errors are `Failure`. */
 namespace tool {
-
-enum class Scope { user, global, temporary };
-
-/** Where the register files are, which of them a command is about, and how long it waits to change one. */
-struct Places {
-    std::optional<std::string> globalDirectory;
-    std::optional<std::string> userDirectory;
-    std::optional<Scope> scope;
-    std::chrono::seconds patience{5};
-};
 
 Status list(Places const& places, std::string const& group, bool isRecursive, bool isLong);
 Status get(Places const& places, std::string const& name);
