@@ -108,10 +108,18 @@ bool isExport(std::string const& path) {
 Settings settingsAt(std::string const& path) {
     Settings settings;
     RegisterFile const file = fileAt(path);
-    if (isExport(file.path()))
+    if (isExport(file.path())) {
         importSettings(path, readAll(path), settings);
-    else if (!file.load(settings).isThere)
-        throw noFile(file.path(), Status::fileTrouble);
+        return settings;
+    }
+    try {
+        if (!file.load(settings).isThere)
+            throw noFile(file.path(), Status::fileTrouble);
+    } catch (Failure const& failure) {
+        if (failure.what() == file.path() + ": not a register file")
+            throw Failure(failure.status(), file.path() + ": neither a register file nor exported settings");
+        throw;
+    }
     return settings;
 }
 
@@ -169,7 +177,7 @@ Status exportGroup(Places const& places, std::string const& group) {
     Settings settings;
     file.load(settings);
     if (!settings.isGroup(around))
-        throw noGroup(around);
+        throw noGroup(around, settings.exists(around));
     exportSettings(settings, around, std::cout);
     return Status::done;
 }
@@ -193,7 +201,8 @@ Status restore(Places const& places, std::optional<std::string> const& name) {
     Directory const directory = theDirectory(places);
     RegisterFile const file = fileIn(directory);
     if (!name) {
-        listCopies(file, std::cout);
+        if (!listCopies(file, std::cout))
+            complain("note: no copies of " + file.path() + " are kept");
         return Status::done;
     }
     RegisterFile const copy = findCopy(file, *name);

@@ -169,16 +169,12 @@ public:
         : _source(source), _text(text), _settings(settings), _progress("importing", text.size()) {}
 
     void run() {
-        if (auto const end = _text.find('\0'); end != std::string::npos) // the parser takes it for the end
-            throw Failure(Status::misuse, _source + ": unexpected NUL at byte " + std::to_string(end + 1));
         try {
             parseJson(_text, _place, [this](int depth, json::parse_event_t event, json& parsed) {
                 return take(depth, event, parsed);
             });
-        } catch (json::out_of_range const& error) {
-            throw refusal(reasonOf(error.what()));
-        } catch (json::exception const& error) {
-            throw Failure(Status::misuse, _source + ": " + reasonOf(error.what()));
+        } catch (BadJson const& error) {
+            throw Failure(Status::misuse, _source + ": " + error.what());
         } catch (BadEntry const& error) {
             throw refusal(error.what());
         } catch (Failure const& error) {
@@ -239,12 +235,6 @@ private:
         std::string const place = _source + ": line " + std::to_string(_line);
         std::string const name = _name.empty() ? "\"\"" : _name;
         return {Status::misuse, place + (_names.empty() ? "" : ", " + name) + ": " + reason};
-    }
-
-    /** The parser's message without its own name. */
-    static std::string reasonOf(std::string const& message) {
-        auto const end = message.find("] ");
-        return end == std::string::npos ? message : message.substr(end + 2);
     }
 
     std::string const& _source;

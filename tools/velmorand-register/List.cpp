@@ -31,7 +31,7 @@ Status list(Places const& places, std::string const& group, bool isRecursive, bo
     std::string const around = cleanName(group);
     auto const [first, second] = settingsToRead(places);
     if (!first.settings.isGroup(around) && !second.settings.isGroup(around))
-        throw noGroup(around);
+        throw noGroup(around, first.settings.exists(around) || second.settings.exists(around));
     ParallelWalk walk(first.settings.walk(around), second.settings.walk(around));
     while (walk.next()) {
         Walk const& entry = walk.either();

@@ -78,8 +78,8 @@ std::array<ScopedSettings, 2> settingsToRead(Places const& places) {
     return all;
 }
 
-Failure noGroup(std::string const& group) {
-    return {Status::notThere, "no such group: " + group};
+Failure noGroup(std::string const& name, bool isProperty) {
+    return {Status::notThere, isProperty ? name + " is a property, not a group" : "no such group: " + name};
 }
 
 } // namespace tool

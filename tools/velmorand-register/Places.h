@@ -56,6 +56,7 @@ struct ScopedSettings {
 /** What these files hold, a missing one nothing. */
 std::array<ScopedSettings, 2> settingsToRead(Places const& places);
 
-Failure noGroup(std::string const& group);
+/** Why there is no group of a name, which may be that of a property. */
+Failure noGroup(std::string const& name, bool isProperty);
 
 } // namespace tool

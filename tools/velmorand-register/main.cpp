@@ -71,7 +71,8 @@ public:
     [[nodiscard]] std::string unexpected() const {
         std::string const text = _line.remaining(true).front();
         if (text.size() > 1 && text.front() == '-')
-            return "no such option: " + text + R"( (put -- before a value that begins with "-"))";
+            return "no such option: " + text +
+                   (_line.got_subcommand("set") ? R"( (put -- before a value that begins with "-"))" : "");
         if (_line.get_subcommands().empty())
             return "no such command: " + text + " (commands: " + commands() + ")";
         return "too many arguments: " + text;
