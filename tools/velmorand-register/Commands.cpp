@@ -12,9 +12,11 @@
 
 #include <filesystem/PrivateDirectory.h>
 
+#include "Catalogues.h"
 #include "Changes.h"
 #include "Copies.h"
 #include "Exchange.h"
+#include "Expectation.h"
 #include "Input.h"
 #include "Record.h"
 #include "Terminal.h"
@@ -123,6 +125,16 @@ Settings settingsAt(std::string const& path) {
     return settings;
 }
 
+/** Errors: `Failure` if a setting is declared and may not have this value. */
+void requireAllowed(Places const& places, std::string const& name, Value const& value) {
+    Declarations const declarations = readCatalogues(places.catalogues);
+    auto const declared = declarations.find(name);
+    std::string const wrong =
+        declared == declarations.end() ? std::string() : objectionTo(value, declared->second);
+    if (!wrong.empty())
+        throw Failure(Status::misuse, name + ": " + wrong + " (--force sets it anyway)");
+}
+
 } // namespace
 
 Status get(Places const& places, std::string const& name) {
@@ -151,9 +163,12 @@ Status get(Places const& places, std::string const& name) {
 }
 
 Status set(Places const& places, std::string const& kind, std::string const& name,
-           std::vector<std::string> const& texts) {
+           std::vector<std::string> const& texts, bool isForced) {
     std::string const clean = propertyName(name);
-    std::string const record = encode(parseValue(kind, texts));
+    Value const value = parseValue(kind, texts);
+    if (!isForced)
+        requireAllowed(places, clean, value);
+    std::string const record = encode(value);
     edit(places, [&](Settings& settings) { settings.write(clean, record); });
     return Status::done;
 }

@@ -12,14 +12,16 @@
 namespace tool {
 
 Status list(Places const& places, std::string const& group, bool isRecursive, bool isLong);
+Status listDeclared(Places const& places, std::string const& group, bool isRecursive);
 Status get(Places const& places, std::string const& name);
 Status set(Places const& places, std::string const& kind, std::string const& name,
-           std::vector<std::string> const& texts);
+           std::vector<std::string> const& texts, bool isForced);
 Status remove(Places const& places, std::string const& name);
 Status exportGroup(Places const& places, std::string const& group);
 Status import(Places const& places, std::string const& source, bool isReplacing);
 Status diff(std::string const& before, std::string const& after);
 Status check(Places const& places, std::optional<std::string> const& path);
+Status checkDeclared(Places const& places, std::optional<std::string> const& path);
 Status restore(Places const& places, std::optional<std::string> const& name);
 Status watch(Places const& places);
 

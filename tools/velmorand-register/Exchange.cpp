@@ -125,10 +125,7 @@ Value givenValue(std::string const& type, std::size_t kind, Members& members) {
 
 /** The record that an entry's members give. */
 std::string recordFrom(std::string const& type, Members& members) {
-    auto const* const found = std::find(kindNames.begin(), kindNames.end(), type);
-    if (found == kindNames.end())
-        throw BadEntry("no such type: " + type);
-    auto const value = givenValue(type, static_cast<std::size_t>(found - kindNames.begin()), members);
+    auto const value = givenValue(type, kindNamed(type), members);
     std::string written = encode(value);
     auto const* const given = members.take("record");
     if (given == nullptr)

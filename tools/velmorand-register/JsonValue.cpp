@@ -34,6 +34,8 @@ T elementOf(json const& value);
 
 template <>
 std::string elementOf(json const& value) {
+    if (value.is_object() && value.size() == 1 && value.contains("base64"))
+        return fromBase64(value["base64"]); // among the elements that are plain text
     if (!value.is_string())
         throw BadEntry(value.dump() + " is not a string");
     return value.get<std::string>();
@@ -113,6 +115,13 @@ Value plainValueOf(std::size_t kind, json const& value, std::index_sequence<Kind
 }
 
 } // namespace
+
+std::size_t kindNamed(std::string const& name) {
+    auto const* const found = std::find(kindNames.begin(), kindNames.end(), name);
+    if (found == kindNames.end())
+        throw BadEntry("no such type: " + name);
+    return static_cast<std::size_t>(found - kindNames.begin());
+}
 
 Value valueFrom(json const& value, std::size_t kind) {
     return plainValueOf(kind, value, std::make_index_sequence<kindNames.size()>());

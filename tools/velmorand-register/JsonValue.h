@@ -20,6 +20,9 @@ public:
 /** The bytes that a string of base64 gives. Errors: `BadEntry`. */
 std::string fromBase64(nlohmann::json const& text);
 
+/** The kind of this name, as an index of `kindNames`. Errors: `BadEntry`. */
+std::size_t kindNamed(std::string const& name);
+
 /** The value of a kind, an index of `kindNames`. Errors: `BadEntry`. */
 Value valueFrom(nlohmann::json const& value, std::size_t kind);
 

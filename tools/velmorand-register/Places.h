@@ -20,6 +20,7 @@ struct Places {
     std::optional<std::string> userDirectory;
     std::optional<Scope> scope;
     std::chrono::seconds patience{5};
+    std::vector<std::string> catalogues; ///< in place of those that are installed
 };
 
 /** A register directory. One that was named must be there; the user's own need not. */
