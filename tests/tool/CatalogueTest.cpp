@@ -24,7 +24,7 @@ protected:
 
     /** The directory for catalogues below a data directory. */
     std::string placeFor(std::string const& data) {
-        std::string const place = at(data + "/velmorand/declared");
+        std::string place = at(data + "/velmorand/declared");
         std::filesystem::create_directories(place);
         return place;
     }
@@ -36,7 +36,7 @@ protected:
     }
 
     static std::string line(std::string const& fallback) {
-        return "string    unset  a/x: \"" + fallback + "\"\n";
+        return R"(string    unset  a/x: ")" + fallback + "\"\n";
     }
 };
 
@@ -64,38 +64,39 @@ std::vector<Case> everyBadCatalogue() {
         {"Nothing", "", ": line 1, column 1: not valid JSON: it ends too early"},
         {"HalfOfIt", "{\n\"settings\": {", ": line 2, column 14: not valid JSON: it ends too early"},
         {"AList", "[]", ": line 1: " + format},
-        {"NoSettings", "{}", ": line 1: \"settings\" is missing"},
+        {"NoSettings", "{}", R"(: line 1: "settings" is missing)"},
+        {"OtherSections", R"({"program": {"settings": {}}, "s": {}})", ": line 1: \"settings\" is missing"},
         {"AListOfSettings", "{\n\"settings\": []}", ": line 2: " + format},
         {"ANumberAsSettings", "{\n\"settings\": 1}", ": line 2: " + format},
         {"ANumberAsDeclaration", "{\"settings\": {\n\"a/x\": 1}}", ": line 2, a/x: " + format},
         {"AListAsDeclaration", "{\"settings\": {\"a/x\":\n[]}}", ": line 1, a/x: " + format},
-        {"ABadName", "{\"settings\": {\"a//x\": {\"type\": \"string\"}}}", ": line 1, a//x: not a name"},
-        {"NoName", "{\"settings\": {\"\": {\"type\": \"string\"}}}", ": line 1: not a name"},
-        {"Dots", "{\"settings\": {\"a/..\": {\"type\": \"string\"}}}", "a level cannot be"},
-        {"OneNameTwice", "{\"settings\": {\"a\": {\"type\": \"string\"}, \"a\": {\"type\": \"string\"}}}",
+        {"ABadName", R"({"settings": {"a//x": {"type": "string"}}})", ": line 1, a//x: not a name"},
+        {"NoName", R"({"settings": {"": {"type": "string"}}})", ": line 1: not a name"},
+        {"Dots", R"({"settings": {"a/..": {"type": "string"}}})", "a level cannot be"},
+        {"OneNameTwice", R"({"settings": {"a": {"type": "string"}, "a": {"type": "string"}}})",
          ": line 1, a: declared twice"},
         {"NoType", declarationOf(R"("fallback": 1)"), place + "\"type\" is missing"},
         {"NoSuchType", declarationOf(R"("type": "int")"), place + "no such type: int"},
         {"AFallbackOfAnotherKind", declarationOf(R"("type": "integer", "fallback": 1.5)"),
-         place + "\"fallback\": 1.5 is not a 32-bit integer"},
+         place + R"("fallback": 1.5 is not a 32-bit integer)"},
         {"AHugeFallback", declarationOf(R"("type": "number", "fallback": 1e999)"),
          place + "1e999 is out of range for a number"},
         {"AMinimumOfAnotherKind", declarationOf(R"("type": "number", "minimum": "low")"),
-         place + "\"minimum\": \"low\" is not a number"},
+         place + R"("minimum": "low" is not a number)"},
         {"AMaximumThatIsAList", declarationOf(R"("type": "integers", "maximum": [1])"),
-         place + "\"maximum\": [1] is not a 32-bit integer"},
+         place + R"("maximum": [1] is not a 32-bit integer)"},
         {"AMinimumWithAFraction", declarationOf(R"("type": "number", "format": "whole", "minimum": 0.5)"),
-         place + "\"minimum\": 0.5 is not a whole number"},
+         place + R"("minimum": 0.5 is not a whole number)"},
         {"AMinimumThatIsNotATime", declarationOf(R"("type": "string", "format": "duration", "minimum": "1")"),
-         place + "\"minimum\": \"1\" is not a duration such as \"1.5s\""},
+         place + R"("minimum": "1" is not a duration such as "1.5s")"},
         {"AChoice", declarationOf(R"("type": "string", "choices": "a")"),
-         place + "\"choices\": \"a\" is not a list"},
+         place + R"("choices": "a" is not a list)"},
         {"AChoiceOfAnotherKind", declarationOf(R"("type": "strings", "choices": ["a", 1])"),
-         place + "\"choices\": 1 is not a string"},
+         place + R"("choices": 1 is not a string)"},
         {"ADescriptionThatIsNotText", declarationOf(R"("type": "string", "description": 1)"),
-         place + "\"description\": 1 is not a string"},
+         place + R"("description": 1 is not a string)"},
         {"BadBase64", declarationOf(R"("type": "string", "fallback": {"base64": "?"})"),
-         place + "\"fallback\": \"?\" is not base64"},
+         place + R"("fallback": "?" is not base64)"},
     };
 }
 
@@ -218,7 +219,7 @@ TEST_F(Catalogue, ThatIsGivenMustBeThere) {
 TEST_F(Catalogue, ThatIsGivenInADirectoryMustBeValid) {
     putBytes(placeFor("mine") + "/a.json", "{}");
     EXPECT_THAT(run({"--catalogue", placeFor("mine"), "list", "--declared"}),
-                Complains(2, placeFor("mine") + "/a.json: line 1: \"settings\" is missing"));
+                Complains(2, placeFor("mine") + R"(/a.json: line 1: "settings" is missing)"));
 }
 
 TEST_F(Catalogue, ThatIsInvalidDoesNotKeepFromSetting) {

@@ -108,9 +108,7 @@ private:
             _isInSettings = parsed == "settings";
         else if (depth == setting && isKey && _isInSettings)
             begin(parsed.get_ref<std::string const&>());
-        else if (depth == top)
-            expect(event == Event::object_start || event == Event::object_end);
-        else if (depth <= setting && _isInSettings)
+        else if (depth == top || (depth <= setting && _isInSettings))
             expect(event == Event::object_start || event == Event::object_end);
         if (depth == section && event == Event::object_end)
             _hasSettings = _hasSettings || _isInSettings;
