@@ -2,7 +2,6 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "Declaration.h"
@@ -23,12 +22,5 @@ Declarations readCatalogues(std::vector<std::string> const& given);
 constexpr char const* nothingDeclared =
     "note: no settings are declared in velmorand/declared below $XDG_DATA_HOME and $XDG_DATA_DIRS "
     "(give a catalogue with --catalogue PATH)";
-
-/** The declarations of the settings in a group, as a range of the map's iterators. */
-struct DeclaredGroup {
-    Declarations::const_iterator begin;
-    Declarations::const_iterator end;
-};
-DeclaredGroup declaredIn(Declarations const& declarations, std::string_view group);
 
 } // namespace tool

@@ -22,10 +22,10 @@ std::string about(RegisterFile const& file, std::string_view name, std::string c
 
 /** Why nobody declares a name; empty if its group is not one in which settings are declared. */
 std::string undeclared(std::string_view name, Declarations const& declarations) {
-    auto const [begin, end] = declaredIn(declarations, name.substr(0, name.find('/')));
-    if (begin == end)
+    DeclaredGroup const group = declaredIn(declarations, name.substr(0, name.find('/')));
+    if (group.begin == group.end)
         return {};
-    auto const nearest = nearestName(declarations, name);
+    auto const nearest = nearestName(group, name);
     return "not declared" + (nearest ? " (did you mean \"" + *nearest + "\"?)" : std::string());
 }
 

@@ -5,6 +5,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Value.h"
@@ -31,5 +32,14 @@ struct Declaration {
 
 /** Declarations by the settings' names, which are clean. */
 using Declarations = std::map<std::string, Declaration, std::less<>>;
+
+/** The declarations in a group. */
+struct DeclaredGroup {
+    Declarations::const_iterator begin;
+    Declarations::const_iterator end;
+};
+
+/** The declarations of the settings in a group; in the empty one, all. */
+DeclaredGroup declaredIn(Declarations const& declarations, std::string_view group);
 
 } // namespace tool
