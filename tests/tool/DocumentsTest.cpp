@@ -58,6 +58,21 @@ TEST_F(Documents, NameEachOption) {
     }
 }
 
+TEST_F(Documents, ShowACatalogueAndItsList) {
+    std::string text = std::regex_replace(bytesOf(VELMORAND_CATALOGUE_DOCUMENT), std::regex("\n    "), "\n");
+    text.erase(0, text.find("\n{\n") + 1);
+    std::string const end = "\n}\n";
+    auto const listing = text.find("\n$ velmorand-register list --declared -r\n");
+    ASSERT_GT(listing, text.find(end));
+    putBytes(at("editor.json"), text.substr(0, text.find(end) + end.size()));
+    answer({"--catalogue", at("editor.json"), "set", "number", "editor/size", "12.5"});
+    auto const lines = text.find('\n', listing + 1) + 1;
+    EXPECT_EQ(text.substr(lines, text.find("$ ", lines) - lines),
+              answer({"--catalogue", at("editor.json"), "list", "--declared", "-r"}));
+    EXPECT_THAT(text, testing::HasSubstr(
+                          run({"--catalogue", at("editor.json"), "set", "number", "editor/size", "99"}).err));
+}
+
 TEST_F(Documents, HelpGoesToStandardOutput) {
     for (std::string const& command : commands())
         EXPECT_NE("", answer({command, "--help"})) << command;

@@ -29,7 +29,9 @@ std::vector<Case> wrongCalls() {
          {"frob"},
          "no such command: frob (commands: list, get, set, delete, export, import, diff, check, restore, "
          "watch)"},
-        {"NoSuchOption", {"list", "--frob"}, "no such option: --frob"},
+        {"NoSuchOption", {"list", "--frob"}, "no such option: --frob\n"},
+        {"NoSuchOptionOfNoCommand", {"--frob"}, "no such option: --frob\n"},
+        {"NoSuchOptionOfGet", {"get", "x", "--frob"}, "no such option: --frob\n"},
         {"OptionWithoutDirectory", {"list", "--global"}, "--global"},
         {"NoSuchScope",
          {"--scope", "local", "list"},

@@ -98,8 +98,14 @@ TEST_F(Reading, ListsNamesInOneLineEach) {
 
 TEST_F(Reading, OfAGroupThatIsNotThereSaysSo) {
     EXPECT_THAT(run({"list", "nowhere"}), Complains(1, "no such group: nowhere"));
-    EXPECT_THAT(run({"list", "both"}), Complains(1, "no such group: both"));
     EXPECT_THAT(run({"export", "nowhere"}), Complains(1, "no such group: nowhere"));
+}
+
+TEST_F(Reading, OfAPropertyInPlaceOfAGroupSaysSo) {
+    EXPECT_THAT(run({"list", "a/text"}), Complains(1, "a/text is a property, not a group"));
+    EXPECT_THAT(run({"--global", global, "list", "a/ratio"}),
+                Complains(1, "a/ratio is a property, not a group"));
+    EXPECT_THAT(run({"export", "both"}), Complains(1, "both is a property, not a group"));
 }
 
 TEST_F(Reading, SaysWhatIsNotExported) {
@@ -222,8 +228,16 @@ TEST_F(Reading, OfAWrongExportSaysWhatIsWrong) {
     putBytes(at("settings.json"), "{\n\"x\": {}}");
     EXPECT_THAT(run({"diff", at("settings.json"), user}),
                 Complains(2, at("settings.json") + ": line 2, x: \"type\" is missing"));
-    putBytes(at("settings.json"), "neither");
-    EXPECT_THAT(run({"diff", user, at("settings.json")}), Complains(3, at("settings.json") + ": "));
+}
+
+TEST_F(Reading, OfAFileThatIsNotComparableSaysWhatIsExpected) {
+    for (std::string const other : {"neither", "[1]"}) {
+        putBytes(at("other"), other);
+        EXPECT_THAT(run({"diff", user, at("other")}),
+                    Complains(3, at("other") + ": neither a register file nor exported settings\n"));
+    }
+    putBytes(at("other"), bytesOf(userFile).substr(0, 20));
+    EXPECT_THAT(run({"diff", at("other"), user}), Complains(3, at("other") + ": damaged: "));
 }
 
 TEST_F(Reading, ShowsNothingWhenNothingDiffers) {

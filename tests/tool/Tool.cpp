@@ -26,6 +26,8 @@ Tool::Tool() {
     std::filesystem::create_directory(global);
     ::setenv("HOME", directory.string().c_str(), 1);
     ::unsetenv("XDG_CONFIG_HOME");
+    ::unsetenv("XDG_DATA_HOME");
+    ::setenv("XDG_DATA_DIRS", at("share").c_str(), 1);
 }
 
 namespace {

@@ -22,12 +22,13 @@ protected:
     }
 
     void watch(Arguments const& arguments) {
+        std::filesystem::remove(outPath());
         std::filesystem::remove(errPath());
         _watcher = start(arguments);
         // The runs from here on must not write over the watcher's output.
         _out = at("watched");
         _err = at("complained");
-        while (!std::filesystem::exists(errPath()))
+        while (!std::filesystem::exists(outPath()) || !std::filesystem::exists(errPath()))
             ::sched_yield();
         std::filesystem::rename(outPath(), _out);
         std::filesystem::rename(errPath(), _err);

@@ -11,6 +11,7 @@
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work" || exit 1
+export HOME=$work XDG_DATA_HOME=$work/data XDG_DATA_DIRS=$work/share
 mkdir user bin
 ln -s "$1" bin/velmorand-register
 PATH=$work/bin:$PATH
@@ -50,8 +51,42 @@ offers 'deep/er' velmorand-register --user user set string d
 offers '' velmorand-register --user user set string deep/er ''
 offers 'deep' velmorand-register --user user list ''
 offers 'bin user' velmorand-register check ''
+offers '--declared' velmorand-register list --d
+offers '--declared' velmorand-register check --d
+offers '--force' velmorand-register set --f
+offers '--catalogue' velmorand-register --c
+offers 'bin user' velmorand-register --catalogue ''
 offers 'Velmorand.dat.previous' velmorand-register --user user restore ''
 cp user/Velmorand.dat user/Velmorand.dat.damaged-20261121T093000Z
 offers 'Velmorand.dat.damaged-20261121T093000Z Velmorand.dat.previous' velmorand-register --user user restore Vel
 offers '' velmorand-register --user user restore Velmorand.dat.previous ''
+
+mkdir -p data/velmorand/declared
+cat >data/velmorand/declared/a.json <<'EOF'
+{"settings": {
+  "app/line\nbreak": {"type": "number"},
+  "app/size": {"type": "number", "fallback": 1, "description": "a: size"},
+  "app/tab width": {"type": "integer", "fallback": 8},
+  "recent": {"type": "integers"}
+}}
+EOF
+echo '{"settings": {"other/x": {"type": "boolean"}}}' >other.json
+offers 'app/size app/tab\ width' velmorand-register --user user get app
+offers 'app app/size app/tab\ width' velmorand-register --user user delete app
+offers '\* app/size deep/er recent with\ space' velmorand-register --user user set number ''
+offers '\* app/size deep/er recent with\ space' velmorand-register --user user set --force number ''
+offers 'app/tab\ width' velmorand-register --user user set integer app
+offers 'other/x' velmorand-register --user user --catalogue other.json get o
+offers 'other/x' velmorand-register get --catalogue=other.json o
+offers 'app' velmorand-register --user user list --declared ''
+offers 'deep' velmorand-register --user user list ''
+
+# The cursor may stand before the name.
+COMP_WORDS=(velmorand-register --user user set '' app/size) COMP_CWORD=4
+COMP_LINE="${COMP_WORDS[*]}" COMPREPLY=() COMP_POINT=35
+_velmorand_register
+if [[ ${COMPREPLY[*]} != number ]]; then
+    echo "completing the kind of app/size offers \"${COMPREPLY[*]}\", not \"number\""
+    failed=1
+fi
 exit $failed

@@ -1,30 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Commands.h"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <iomanip>
 #include <iostream>
-#include <memory>
 #include <string_view>
 #include <system_error>
 
-#include <sys/stat.h>
-
 #include <filesystem/PrivateDirectory.h>
 
+#include "Catalogues.h"
 #include "Changes.h"
 #include "Copies.h"
 #include "Exchange.h"
-#include "ParallelWalk.h"
+#include "Expectation.h"
+#include "Input.h"
 #include "Record.h"
-#include "RegisterFile.h"
 #include "Terminal.h"
 #include "Text.h"
 #include "Watch.h"
@@ -32,91 +26,6 @@
 namespace tool {
 
 namespace {
-
-/** A register directory. One that was named must be there; the user's own need not. */
-struct Directory {
-    std::string path;
-    bool isNamed;
-};
-
-Directory named(std::string const& path) {
-    struct stat status = {};
-    int const error = ::stat(path.c_str(), &status) != 0 ? errno : S_ISDIR(status.st_mode) ? 0 : ENOTDIR;
-    if (error != 0)
-        throw Failure(error == EACCES ? Status::fileTrouble : Status::misuse,
-                      (path.empty() ? "\"\"" : path) + ": " + std::generic_category().message(error));
-    return {path, true};
-}
-
-Directory userDirectory(Places const& places) {
-    if (places.userDirectory)
-        return named(*places.userDirectory);
-    char const* const configuration = std::getenv("XDG_CONFIG_HOME");
-    if (configuration != nullptr && *configuration == '/') // relative ones are to be ignored
-        return {std::string(configuration) + "/velmorand", false};
-    char const* const home = std::getenv("HOME");
-    if (home != nullptr && *home != '\0')
-        return {std::string(home) + "/.config/velmorand", false};
-    throw Failure(Status::misuse,
-                  "no user directory: neither XDG_CONFIG_HOME nor HOME is set (give one with --user DIR)");
-}
-
-RegisterFile fileIn(Directory const& directory) {
-    return RegisterFile(directory.path + "/" + registerFileName);
-}
-
-/** A file that was named; a directory stands for the register file in it. */
-RegisterFile fileAt(std::string const& path) {
-    std::error_code ignored;
-    return std::filesystem::is_directory(path, ignored) ? fileIn({path, true}) : RegisterFile(path);
-}
-
-Directory directoryOf(Places const& places, Scope scope) {
-    if (scope == Scope::user)
-        return userDirectory(places);
-    if (!places.globalDirectory)
-        throw WrongCall("--scope global needs --global DIR");
-    return named(*places.globalDirectory);
-}
-
-/** The directory of the one register file that a command is about: the user's, unless a scope is given. */
-Directory theDirectory(Places const& places) {
-    if (places.scope == Scope::temporary)
-        throw WrongCall("--scope temporary: the temporary scope is never stored in a file");
-    return directoryOf(places, places.scope.value_or(Scope::user));
-}
-
-/** The settings of a scope. */
-struct ScopedSettings {
-    char const* scope = "";
-    Settings settings;
-};
-
-struct ScopedFile {
-    char const* scope;
-    RegisterFile file;
-};
-
-/** The register files that readers look into, at most two, in their order; or that of the scope that is given. */
-std::vector<ScopedFile> filesToRead(Places const& places) {
-    std::vector<ScopedFile> files;
-    if (places.scope.value_or(Scope::user) == Scope::user)
-        files.push_back({"user", fileIn(directoryOf(places, Scope::user))});
-    if (places.scope == Scope::global || (!places.scope && places.globalDirectory))
-        files.push_back({"global", fileIn(directoryOf(places, Scope::global))});
-    return files;
-}
-
-/** What these files hold, a missing one nothing. */
-std::array<ScopedSettings, 2> settingsToRead(Places const& places) {
-    std::array<ScopedSettings, 2> all;
-    std::size_t count = 0;
-    for (ScopedFile const& scoped : filesToRead(places)) {
-        scoped.file.load(all.at(count).settings);
-        all.at(count++).scope = scoped.scope;
-    }
-    return all;
-}
 
 /** Makes the user's own directory, for the user alone. Errors: `Failure` with the directory that cannot be made. */
 void makeDirectory(std::string const& path) {
@@ -181,38 +90,6 @@ std::string propertyName(std::string const& name) {
     return clean;
 }
 
-Failure noGroup(std::string const& group) {
-    return {Status::notThere, "no such group: " + group};
-}
-
-Failure noFile(std::string const& path, Status status) {
-    return {status, path + ": " + std::generic_category().message(ENOENT)};
-}
-
-/** What a file to read, or standard input ("-"), is called in messages. */
-std::string titleOf(std::string const& source) {
-    return source == "-" ? "standard input" : source;
-}
-
-/** All bytes of a file, or of standard input ("-"). */
-std::string readAll(std::string const& source) {
-    auto const failed = [&source] {
-        return Failure(Status::misuse, titleOf(source) + ": " + std::generic_category().message(errno));
-    };
-    std::unique_ptr<std::FILE, int (*)(std::FILE*)> const opened(
-        source == "-" ? nullptr : std::fopen(source.c_str(), "rbe"), std::fclose);
-    std::FILE* const file = source == "-" ? stdin : opened.get();
-    if (file == nullptr)
-        throw failed();
-    std::string text;
-    std::array<char, 65'536> part{};
-    while (std::size_t const got = std::fread(part.data(), 1, part.size(), file))
-        text.append(part.data(), got);
-    if (std::ferror(file) != 0)
-        throw failed();
-    return text;
-}
-
 /** Whether a file holds exported settings: a JSON object. A pipe, which cannot be looked into first, counts as one. */
 bool isExport(std::string const& path) {
     std::error_code ignored;
@@ -233,83 +110,32 @@ bool isExport(std::string const& path) {
 Settings settingsAt(std::string const& path) {
     Settings settings;
     RegisterFile const file = fileAt(path);
-    if (isExport(file.path()))
+    if (isExport(file.path())) {
         importSettings(path, readAll(path), settings);
-    else if (!file.load(settings).isThere)
-        throw noFile(file.path(), Status::fileTrouble);
+        return settings;
+    }
+    try {
+        if (!file.load(settings).isThere)
+            throw noFile(file.path(), Status::fileTrouble);
+    } catch (Failure const& failure) {
+        if (failure.what() == file.path() + ": not a register file")
+            throw Failure(failure.status(), file.path() + ": neither a register file nor exported settings");
+        throw;
+    }
     return settings;
 }
 
-void complainOf(RegisterFile const& file, std::string_view name, std::string const& damage) {
-    complain(file.path() + ": \"" + std::string(name) + "\": " + damage);
-}
-
-/**
- * Checks a register file and the records in it, and prints that it is sound, or what is damaged.
- * Errors: `Failure` when it is not a whole register file.
- */
-Status checkFile(RegisterFile const& file) {
-    Settings settings;
-    Loaded const loaded = file.load(settings);
-    if (!loaded.isThere)
-        throw noFile(file.path(), Status::notThere);
-    Status status = Status::done;
-    if (loaded.bytesAfter != 0) {
-        complain(file.path() + ": unexpected data after the settings: " +
-                 counted(static_cast<std::size_t>(loaded.bytesAfter), "byte", "bytes"));
-        status = Status::fileTrouble;
-    }
-    for (Walk walk = settings.walk(); walk.next();) {
-        if (walk.kind() == Kind::directory)
-            continue;
-        if (Reading const reading = decode(walk.content()); !reading.damage.empty()) {
-            complainOf(file, nameOf(walk), reading.damage);
-            status = Status::fileTrouble;
-        }
-    }
-    if (status == Status::done) {
-        printEscaped(std::cout, file.path(), forLine());
-        std::cout << ": sound, " << counted(settings.countProperties(), "property", "properties") << '\n';
-    }
-    return status;
-}
-
-/** Prints a line of a list. */
-void printLine(Walk const& entry, char const* scope, std::string const& group, bool isLong) {
-    bool const isGroup = entry.kind() == Kind::directory;
-    Reading const reading = isGroup ? Reading() : decode(entry.content());
-    std::cout << std::left << std::setw(9) << (isGroup ? "group" : reading.kind()) << ' ' << std::setw(6)
-              << scope << ' ';
-    printEscaped(std::cout, group, forLine());
-    std::cout << (group.empty() ? "" : "/");
-    printEscaped(std::cout, nameOf(entry), forLine());
-    if (isLong && reading.value)
-        std::cout << ": " << jsonText(*reading.value, forJsonLine());
-    std::cout << '\n';
+/** Errors: `Failure` if a setting is declared and may not have this value. */
+void requireAllowed(Places const& places, std::string const& name, Value const& value) {
+    Declarations const declarations = readCatalogues(places.catalogues);
+    auto const declared = declarations.find(name);
+    std::string const wrong =
+        declared == declarations.end() ? std::string() : objectionTo(value, declared->second);
+    if (!wrong.empty())
+        throw Failure(Status::misuse, name + ": " + wrong + " (--force sets it anyway)");
 }
 
 } // namespace
-
-Status list(Places const& places, std::string const& group, bool isRecursive, bool isLong) {
-    std::string const around = cleanName(group);
-    auto const [first, second] = settingsToRead(places);
-    if (!first.settings.isGroup(around) && !second.settings.isGroup(around))
-        throw noGroup(around);
-    ParallelWalk walk(first.settings.walk(around), second.settings.walk(around));
-    while (walk.next()) {
-        Walk const& entry = walk.either();
-        if (!isRecursive && entry.kind() == Kind::directory)
-            walk.skip();
-        else if (entry.kind() == Kind::directory && !entry.isEmptyDirectory())
-            continue;
-        if (walk.first() != nullptr)
-            printLine(entry, first.scope, around, isLong);
-        // Of a property and a group with one name, readers find the first scope's.
-        else if (!first.settings.exists(inGroup(around, nameOf(entry))))
-            printLine(entry, second.scope, around, isLong);
-    }
-    return Status::done;
-}
 
 Status get(Places const& places, std::string const& name) {
     std::string const clean = propertyName(name);
@@ -337,9 +163,12 @@ Status get(Places const& places, std::string const& name) {
 }
 
 Status set(Places const& places, std::string const& kind, std::string const& name,
-           std::vector<std::string> const& texts) {
+           std::vector<std::string> const& texts, bool isForced) {
     std::string const clean = propertyName(name);
-    std::string const record = encode(parseValue(kind, texts));
+    Value const value = parseValue(kind, texts);
+    if (!isForced)
+        requireAllowed(places, clean, value);
+    std::string const record = encode(value);
     edit(places, [&](Settings& settings) { settings.write(clean, record); });
     return Status::done;
 }
@@ -363,7 +192,7 @@ Status exportGroup(Places const& places, std::string const& group) {
     Settings settings;
     file.load(settings);
     if (!settings.isGroup(around))
-        throw noGroup(around);
+        throw noGroup(around, settings.exists(around));
     exportSettings(settings, around, std::cout);
     return Status::done;
 }
@@ -383,27 +212,12 @@ Status diff(std::string const& before, std::string const& after) {
     return printChanges(old, settingsAt(after), std::cout) ? Status::notThere : Status::done;
 }
 
-Status check(Places const& places, std::optional<std::string> const& path) {
-    if (path)
-        return checkFile(fileAt(*path));
-    theDirectory(places); // refuses the temporary scope
-    Status worst = Status::done;
-    for (ScopedFile const& scoped : filesToRead(places)) {
-        try {
-            worst = std::max(worst, checkFile(scoped.file));
-        } catch (Failure const& failure) {
-            complain(failure.what());
-            worst = std::max(worst, failure.status());
-        }
-    }
-    return worst;
-}
-
 Status restore(Places const& places, std::optional<std::string> const& name) {
     Directory const directory = theDirectory(places);
     RegisterFile const file = fileIn(directory);
     if (!name) {
-        listCopies(file, std::cout);
+        if (!listCopies(file, std::cout))
+            complain("note: no copies of " + file.path() + " are kept");
         return Status::done;
     }
     RegisterFile const copy = findCopy(file, *name);

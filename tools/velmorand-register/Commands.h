@@ -1,35 +1,27 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "Failure.h"
+#include "Places.h"
 
 /** The program's commands. Each prints its answer on standard output; errors are `Failure`. */
 namespace tool {
 
-enum class Scope { user, global, temporary };
-
-/** Where the register files are, which of them a command is about, and how long it waits to change one. */
-struct Places {
-    std::optional<std::string> globalDirectory;
-    std::optional<std::string> userDirectory;
-    std::optional<Scope> scope;
-    std::chrono::seconds patience{5};
-};
-
 Status list(Places const& places, std::string const& group, bool isRecursive, bool isLong);
+Status listDeclared(Places const& places, std::string const& group, bool isRecursive);
 Status get(Places const& places, std::string const& name);
 Status set(Places const& places, std::string const& kind, std::string const& name,
-           std::vector<std::string> const& texts);
+           std::vector<std::string> const& texts, bool isForced);
 Status remove(Places const& places, std::string const& name);
 Status exportGroup(Places const& places, std::string const& group);
 Status import(Places const& places, std::string const& source, bool isReplacing);
 Status diff(std::string const& before, std::string const& after);
 Status check(Places const& places, std::optional<std::string> const& path);
+Status checkDeclared(Places const& places, std::optional<std::string> const& path);
 Status restore(Places const& places, std::optional<std::string> const& name);
 Status watch(Places const& places);
 

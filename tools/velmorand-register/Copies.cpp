@@ -148,12 +148,14 @@ private:
 
 } // namespace
 
-void listCopies(RegisterFile const& file, std::ostream& out) {
-    for (Copy const& copy : copiesOf(file)) {
+bool listCopies(RegisterFile const& file, std::ostream& out) {
+    std::vector<Copy> const copies = copiesOf(file);
+    for (Copy const& copy : copies) {
         out << localTime(copy.written.tv_sec) << "  " << copy.name << ": ";
         printEscaped(out, stateOf(beside(file, copy.name)), forLine());
         out << '\n';
     }
+    return !copies.empty();
 }
 
 RegisterFile findCopy(RegisterFile const& file, std::string const& name) {

@@ -15,9 +15,10 @@ namespace tool {
 /**
  * Prints a line for each copy, the newest first: when it was written, in local time; its name; and its number of
  * properties, or what is wrong with it. A missing directory holds none.
+ * Result: whether there was any.
  * Errors: `Failure` when the directory cannot be read.
  */
-void listCopies(RegisterFile const& file, std::ostream& out);
+bool listCopies(RegisterFile const& file, std::ostream& out);
 
 /** The copy of this name; "previous" stands for the previous file. Errors: `Failure` when there is no such copy. */
 RegisterFile findCopy(RegisterFile const& file, std::string const& name);

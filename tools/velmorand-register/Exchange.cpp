@@ -3,20 +3,17 @@
 
 #include <algorithm>
 #include <cmath>
-#include <iterator>
 #include <limits>
 #include <optional>
 #include <ostream>
 #include <set>
 #include <string_view>
-#include <tuple>
 #include <unordered_set>
 #include <utility>
 
-#include <QByteArray>
-#include <nlohmann/json.hpp>
-
 #include "Failure.h"
+#include "JsonText.h"
+#include "JsonValue.h"
 #include "Record.h"
 #include "Terminal.h"
 #include "Text.h"
@@ -95,115 +92,6 @@ std::string entryText(Walk const& entry) {
     return text + '}';
 }
 
-/** What is wrong with an entry, without its place. */
-class BadEntry : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
-
-std::string fromBase64(json const& text) {
-    if (!text.is_string())
-        throw BadEntry(text.dump() + " is not a string of base64");
-    auto const& encoded = text.get_ref<std::string const&>();
-    auto const decoded = QByteArray::fromBase64Encoding(
-        QByteArray::fromRawData(encoded.data(), static_cast<int>(encoded.size())),
-        QByteArray::AbortOnBase64DecodingErrors);
-    if (!decoded || decoded.decoded.toBase64().toStdString() != encoded) // which also finds a missing end
-        throw BadEntry("\"" + encoded + "\" is not base64");
-    return decoded.decoded.toStdString();
-}
-
-template <class T>
-T elementOf(json const& value);
-
-template <>
-std::string elementOf(json const& value) {
-    if (!value.is_string())
-        throw BadEntry(value.dump() + " is not a string");
-    return value.get<std::string>();
-}
-
-template <>
-double elementOf(json const& value) {
-    if (value.is_number_integer() && !value.is_number_unsigned() && value == 0)
-        return -0.0; // "-0", as some programs write it
-    if (value.is_number())
-        return value.get<double>();
-    if (value == "nan")
-        return std::numeric_limits<double>::quiet_NaN();
-    if (value == "inf" || value == "-inf")
-        return value == "inf" ? std::numeric_limits<double>::infinity()
-                              : -std::numeric_limits<double>::infinity();
-    throw BadEntry(value.dump() + " is not a number");
-}
-
-template <>
-int elementOf(json const& value) {
-    bool const fits =
-        value.is_number_unsigned()
-            ? value.get<std::uint64_t>() <= std::uint64_t{std::numeric_limits<int>::max()}
-            : value.is_number_integer() && value.get<std::int64_t>() >= std::numeric_limits<int>::min();
-    if (!fits)
-        throw BadEntry(value.dump() + " is not a 32-bit integer");
-    return value.get<int>();
-}
-
-template <>
-bool elementOf(json const& value) {
-    if (!value.is_boolean())
-        throw BadEntry(value.dump() + " is not a boolean");
-    return value.get<bool>();
-}
-
-/** Makes a value of a kind from JSON, with a function for its elements. */
-template <class T>
-struct Form {
-    template <class Convert>
-    static T from(json const& value, Convert convert) {
-        return convert(value);
-    }
-};
-
-template <class T>
-struct Form<std::vector<T>> {
-    template <class Convert>
-    static std::vector<T> from(json const& value, Convert convert) {
-        if (!value.is_array())
-            throw BadEntry(value.dump() + " is not a list");
-        std::vector<T> values;
-        std::transform(value.begin(), value.end(), std::back_inserter(values), convert);
-        return values;
-    }
-};
-
-template <class T>
-struct ElementOf {
-    using type = T;
-};
-template <class T>
-struct ElementOf<std::vector<T>> {
-    using type = T;
-};
-
-template <class T>
-Value plainValue(json const& value) {
-    return Form<T>::from(value, elementOf<typename ElementOf<T>::type>);
-}
-
-template <std::size_t... Kinds>
-Value plainValueOf(std::size_t kind, json const& value, std::index_sequence<Kinds...> /*all*/) {
-    constexpr std::array makers{&plainValue<std::variant_alternative_t<Kinds, Value>>...};
-    return makers.at(kind)(value);
-}
-
-Value encodedValueOf(std::string const& type, json const& value) {
-    if (type == "string")
-        return fromBase64(value);
-    if (type == "strings")
-        return Form<std::vector<std::string>>::from(value, fromBase64);
-    throw BadEntry("an entry of type " + type + R"( has a "value", not "base64")");
-}
-
 /** The members of an entry; each may be taken once, and all must be. */
 class Members {
 public:
@@ -229,18 +117,15 @@ private:
 
 Value givenValue(std::string const& type, std::size_t kind, Members& members) {
     if (auto const* const plain = members.take("value"))
-        return plainValueOf(kind, *plain, std::make_index_sequence<kindNames.size()>());
+        return valueFrom(*plain, kind);
     if (auto const* const encoded = members.take("base64"))
-        return encodedValueOf(type, *encoded);
+        return encodedValueFrom(*encoded, type);
     throw BadEntry("\"value\" is missing");
 }
 
 /** The record that an entry's members give. */
 std::string recordFrom(std::string const& type, Members& members) {
-    auto const* const found = std::find(kindNames.begin(), kindNames.end(), type);
-    if (found == kindNames.end())
-        throw BadEntry("no such type: " + type);
-    auto const value = givenValue(type, static_cast<std::size_t>(found - kindNames.begin()), members);
+    auto const value = givenValue(type, kindNamed(type), members);
     std::string written = encode(value);
     auto const* const given = members.take("record");
     if (given == nullptr)
@@ -274,46 +159,6 @@ void importEntry(std::string const& name, json const& entry, Settings& settings)
     members.expectAllTaken(type);
 }
 
-/** Goes through text, for the parser, and counts the lines. */
-class CountingIterator {
-public:
-    using iterator_category = std::input_iterator_tag;
-    using value_type = char;
-    using difference_type = std::ptrdiff_t;
-    using pointer = char const*;
-    using reference = char const&;
-
-    struct Place {
-        std::size_t line = 1;
-        std::size_t byte = 0;
-    };
-
-    CountingIterator(char const* at, Place* place) : _at(at), _place(place) {}
-
-    reference operator*() const { return *_at; }
-    CountingIterator& operator++() {
-        _place->line += *_at == '\n' ? 1U : 0U;
-        ++_place->byte;
-        ++_at;
-        return *this;
-    }
-    CountingIterator operator++(int) {
-        CountingIterator const old = *this;
-        ++*this;
-        return old;
-    }
-    friend bool operator==(CountingIterator const& left, CountingIterator const& right) {
-        return left._at == right._at;
-    }
-    friend bool operator!=(CountingIterator const& left, CountingIterator const& right) {
-        return !(left == right);
-    }
-
-private:
-    char const* _at;
-    Place* _place;
-};
-
 /** Imports each entry as soon as it is read, and keeps none. */
 class Importer {
 public:
@@ -321,19 +166,12 @@ public:
         : _source(source), _text(text), _settings(settings), _progress("importing", text.size()) {}
 
     void run() {
-        char const* const begin = _text.data();
-        if (auto const end = _text.find('\0'); end != std::string::npos) // the parser takes it for the end
-            throw Failure(Status::misuse, _source + ": unexpected NUL at byte " + std::to_string(end + 1));
         try {
-            std::ignore =
-                json::parse(CountingIterator(begin, &_place), CountingIterator(begin + _text.size(), &_place),
-                            [this](int depth, json::parse_event_t event, json& parsed) {
-                                return take(depth, event, parsed);
-                            });
-        } catch (json::out_of_range const& error) {
-            throw refusal(reasonOf(error.what()));
-        } catch (json::exception const& error) {
-            throw Failure(Status::misuse, _source + ": " + reasonOf(error.what()));
+            parseJson(_text, _place, [this](int depth, json::parse_event_t event, json& parsed) {
+                return take(depth, event, parsed);
+            });
+        } catch (BadJson const& error) {
+            throw Failure(Status::misuse, _source + ": " + error.what());
         } catch (BadEntry const& error) {
             throw refusal(error.what());
         } catch (Failure const& error) {
@@ -396,17 +234,11 @@ private:
         return {Status::misuse, place + (_names.empty() ? "" : ", " + name) + ": " + reason};
     }
 
-    /** The parser's message without its own name. */
-    static std::string reasonOf(std::string const& message) {
-        auto const end = message.find("] ");
-        return end == std::string::npos ? message : message.substr(end + 2);
-    }
-
     std::string const& _source;
     std::string const& _text;
     Settings& _settings;
     Progress _progress;
-    CountingIterator::Place _place;
+    JsonPlace _place;
     std::unordered_set<std::string> _names; // so far
     std::set<std::string> _members;         // of the entry
     std::string _name;

@@ -9,9 +9,10 @@ namespace tool {
 /** The program's exit status. */
 enum class Status : int {
     done = 0,
-    notThere = 1,    ///< or different
-    misuse = 2,      ///< the command is wrong, whatever the files hold
-    fileTrouble = 3, ///< a register file is damaged, cannot be read or was not saved
+    notThere = 1,      ///< or different
+    misuse = 2,        ///< the command is wrong, whatever the files hold
+    fileTrouble = 3,   ///< a register file is damaged, cannot be read or was not saved
+    notAsDeclared = 4, ///< settings are not as their programs declare them
 };
 
 /** Ends the command. The message is one line, without the program's name. */

@@ -75,6 +75,7 @@ struct Form {
         return Element<T>::parse(texts.front());
     }
     static std::vector<std::string> texts(T const& value) { return {Element<T>::text(value)}; }
+    static std::vector<Value> elements(T const& value) { return {value}; }
 };
 
 template <class T>
@@ -88,6 +89,12 @@ struct Form<std::vector<T>> {
         std::vector<std::string> texts;
         std::transform(values.begin(), values.end(), std::back_inserter(texts), Element<T>::text);
         return texts;
+    }
+    static std::vector<Value> elements(std::vector<T> const& values) {
+        std::vector<Value> elements;
+        std::transform(values.begin(), values.end(), std::back_inserter(elements),
+                       [](T const& value) { return Value(value); });
+        return elements;
     }
 };
 
@@ -115,6 +122,11 @@ Value parseValue(std::string const& kind, std::vector<std::string> const& texts)
 std::vector<std::string> elementTexts(Value const& value) {
     return std::visit(
         [](auto const& content) { return Form<std::decay_t<decltype(content)>>::texts(content); }, value);
+}
+
+std::vector<Value> elementsOf(Value const& value) {
+    return std::visit(
+        [](auto const& content) { return Form<std::decay_t<decltype(content)>>::elements(content); }, value);
 }
 
 } // namespace tool

@@ -26,4 +26,7 @@ Value parseValue(std::string const& kind, std::vector<std::string> const& texts)
 /** The elements of a value, each as `parseValue` takes it; a single value has one. */
 std::vector<std::string> elementTexts(Value const& value);
 
+/** The elements of a value, each as a single value; a single value has one, itself. */
+std::vector<Value> elementsOf(Value const& value);
+
 } // namespace tool

@@ -1,30 +1,53 @@
 # SPDX-License-Identifier: Apache-2.0
 #
 # Completion for bash: commands, options, kinds, files, and the names of the settings in the directories that the
-# command line gives.
+# command line gives and in the catalogues.
+
+# Prints the kind and the name of each declared setting, with a tab between them. Arguments: options for the program.
+_velmorand_register_declared() {
+    local line name
+    # A line of the list: the kind, the scope, the name, a colon. In the temporary scope nothing is set, so the kind is
+    # the declared one.
+    velmorand-register "$@" --scope temporary list -r --declared 2>/dev/null | while IFS= read -r line; do
+        name=${line:17}
+        printf '%s\t%s\n' "${line%% *}" "${name%%: *}"
+    done
+}
+
 _velmorand_register() {
     local cur prev words cword
     _init_completion -n := || return
+    [[ $cur == *[![:space:]]* ]] || cur='' # before another word it is a space
     local -
     set -f # names are not patterns
 
-    local places=() command='' command_at=0 i
+    local places=() catalogues=() command='' arguments=() declared='' i
     for ((i = 1; i < cword; i++)); do
         case ${words[i]} in
         --user | --global | --scope)
             places+=("${words[i]}" "${words[i + 1]/#\~/$HOME}")
             ((i++))
             ;;
+        --catalogue)
+            catalogues+=("${words[i]}" "${words[i + 1]/#\~/$HOME}")
+            ((i++))
+            ;;
         --wait) ((i++)) ;;
         --user=* | --global=* | --scope=*) places+=("${words[i]}") ;;
+        --catalogue=*) catalogues+=("${words[i]}") ;;
+        --declared) declared=1 ;;
         -*) ;;
-        *) [[ $command ]] || { command=${words[i]} command_at=$i; } ;;
+        *) if [[ $command ]]; then arguments+=("${words[i]}"); else command=${words[i]}; fi ;;
         esac
     done
 
     case $prev in
     --user | --global)
         _filedir -d
+        return
+        ;;
+    --catalogue)
+        _filedir
         return
         ;;
     --scope)
@@ -34,18 +57,20 @@ _velmorand_register() {
     --wait) return ;;
     esac
 
-    local options='--user --global --scope --wait --help'
+    local options='--user --global --scope --catalogue --wait --help'
     case $command in
     '') options+=' --version' ;;
-    list) options+=' --recursive --long' ;;
+    list) options+=' --recursive --long --declared' ;;
+    set) options+=' --force' ;;
     import) options+=' --replace' ;;
+    check) options+=' --declared' ;;
     esac
     if [[ $cur == -* ]]; then
         COMPREPLY=($(compgen -W "$options" -- "$cur"))
         return
     fi
 
-    local names=''
+    local names='' kind name
     case $command in
     '')
         COMPREPLY=($(compgen -W 'list get set delete export import diff check restore watch' -- "$cur"))
@@ -56,18 +81,25 @@ _velmorand_register() {
         return
         ;;
     set)
-        if ((cword == command_at + 1)); then
-            COMPREPLY=($(compgen -W 'string number integer boolean strings numbers integers booleans' -- "$cur"))
+        case ${#arguments[@]} in
+        0)
+            local kinds='string number integer boolean strings numbers integers booleans'
+            # The name may be there already.
+            while IFS=$'\t' read -r kind name; do
+                [[ $name != "${words[cword + 1]:-}" ]] || kinds=$kind
+            done < <(_velmorand_register_declared "${catalogues[@]}")
+            COMPREPLY=($(compgen -W "$kinds" -- "$cur"))
             return
-        fi
-        ((cword == command_at + 2)) || return
-        names=properties
+            ;;
+        1) names=properties ;;
+        *) return ;;
+        esac
         ;;
     get) names=properties ;;
     delete) names=both ;;
     list | export) names=groups ;;
     restore)
-        ((cword == command_at + 1)) || return
+        ((${#arguments[@]} == 0)) || return
         # A line of the list: the time, the name, a colon.
         COMPREPLY=($(compgen -W "$(velmorand-register "${places[@]}" restore 2>/dev/null |
             cut -c 22- | cut -d : -f 1)" -- "$cur"))
@@ -76,9 +108,16 @@ _velmorand_register() {
     *) return ;;
     esac
 
+    local IFS=$'\n' all=() candidates=()
     # A line of the list: the kind, the scope, the name, in columns.
-    local IFS=$'\n' name candidates=()
-    for name in $(velmorand-register "${places[@]}" list -r 2>/dev/null | cut -c 18-); do
+    [[ $declared ]] || all+=($(velmorand-register "${places[@]}" list -r 2>/dev/null | cut -c 18-))
+    if [[ $declared || $names != groups ]]; then
+        while IFS=$'\t' read -r kind name; do
+            # What is to be set has the kind that has been given.
+            [[ $command == set && $kind != "${arguments[0]}" ]] || all+=("$name")
+        done < <(_velmorand_register_declared "${catalogues[@]}")
+    fi
+    for name in "${all[@]}"; do
         [[ $name != *\\* ]] || continue # shown with escapes, so this is not its name
         [[ $names == groups ]] || candidates+=("$name")
         while [[ $names != properties && $name == */* ]]; do

@@ -33,7 +33,8 @@ constexpr char const* footer =
     R"("velmorand-register COMMAND --help" describes a command; see also the manual page.
 
 Exit status: 0 success; 1 a name does not exist, or something differs; 2 wrong
-usage; 3 a register file is damaged, cannot be read, or was not saved.)";
+usage; 3 a register file is damaged, cannot be read, or was not saved; 4 only
+"check --declared" has something to say.)";
 
 /** The command line, and what it says. */
 class CommandLine {
@@ -71,7 +72,8 @@ public:
     [[nodiscard]] std::string unexpected() const {
         std::string const text = _line.remaining(true).front();
         if (text.size() > 1 && text.front() == '-')
-            return "no such option: " + text + R"( (put -- before a value that begins with "-"))";
+            return "no such option: " + text +
+                   (_line.got_subcommand("set") ? R"( (put -- before a value that begins with "-"))" : "");
         if (_line.get_subcommands().empty())
             return "no such command: " + text + " (commands: " + commands() + ")";
         return "too many arguments: " + text;
@@ -122,6 +124,12 @@ private:
                            : "no such scope: " + scope + " (scopes: user, global, temporary)";
             });
         _line
+            .add_option(
+                "--catalogue", _places.catalogues,
+                "A catalogue of declared settings, or a directory of\nthem [those that are installed]")
+            ->type_name("PATH")
+            ->allow_extra_args(false);
+        _line
             .add_option_function<unsigned>(
                 "--wait", [this](unsigned seconds) { _places.patience = std::chrono::seconds(seconds); },
                 "How long to wait for a locked directory [5]")
@@ -135,11 +143,14 @@ private:
     }
 
     void addReading() {
-        auto* const list = add("list", "List the properties and groups in a group",
-                               [this] { return tool::list(_places, _group, _isRecursive, _isLong); });
+        auto* const list = add("list", "List the properties and groups in a group", [this] {
+            return _isDeclared ? tool::listDeclared(_places, _group, _isRecursive)
+                               : tool::list(_places, _group, _isRecursive, _isLong);
+        });
         list->add_option("GROUP", _group, "The group [the outermost]")->type_name("");
         list->add_flag("-r,--recursive", _isRecursive, "List the groups within it as well");
         list->add_flag("-l,--long", _isLong, "Print the values, too");
+        list->add_flag("--declared", _isDeclared, "List what programs declare, with values or fallbacks");
 
         auto* const get = add("get", "Print a property's value, one element a line",
                               [this] { return tool::get(_places, _name); });
@@ -147,8 +158,9 @@ private:
     }
 
     void addWriting() {
-        auto* const set = add("set", "Set a property",
-                              [this] { return tool::set(_places, _kind, _name, _values->results()); });
+        auto* const set = add("set", "Set a property", [this] {
+            return tool::set(_places, _kind, _name, _values->results(), _isForced);
+        });
         set->add_option("KIND", _kind,
                         "string, number, integer, boolean, or a list:\nstrings, numbers, integers, booleans")
             ->required()
@@ -158,6 +170,7 @@ private:
         _values = set->add_option("VALUE", "The value, or the elements of a list");
         constexpr int most = CLI::detail::expected_max_vector_size;
         _values->take_all()->expected(most - 1, most)->allow_extra_args(false)->type_name("");
+        set->add_flag("--force", _isForced, "Set it even if its program declares something else");
         set->footer("Put -- before values that begin with \"-\", unless a digit follows.\n" +
                     set->get_footer());
 
@@ -183,8 +196,11 @@ private:
             ->type_name("");
         diff->add_option("OTHER", _otherFile, "The file to compare it with")->required()->type_name("");
 
-        auto* const check = add("check", "Check that a register file and all values in it are intact",
-                                [this] { return tool::check(_places, _checked); });
+        auto* const check =
+            add("check", "Check that a register file and all values in it are intact", [this] {
+                return _isDeclared ? tool::checkDeclared(_places, _checked) : tool::check(_places, _checked);
+            });
+        check->add_flag("--declared", _isDeclared, "Compare with what programs declare, too");
         check->add_option("FILE", _checked, "A register file, or its directory [those of the scopes]")
             ->type_name("");
 
@@ -217,6 +233,8 @@ private:
     bool _isRecursive = false;
     bool _isLong = false;
     bool _isReplacing = false;
+    bool _isDeclared = false;
+    bool _isForced = false;
 };
 
 Status complained(Status status, std::string const& message) {

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "Tool.h"
+
+namespace tool {
+
+/** A catalogue that declares these settings, which are given as the members of a JSON object. */
+std::string catalogueOf(std::string const& settings);
+
+/** The tool, with a catalogue of settings of each sort in the user's data directory. */
+class Declared : public Tool {
+protected:
+    Declared();
+
+    /** Puts a catalogue in place of the user's own. */
+    void declare(std::string const& settings) const;
+
+    std::string installed = at(".local/share/velmorand/declared");
+};
+
+} // namespace tool

@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Declared.h"
+
+using namespace tool;
+
+using SetDeclared = Declared;
+
+TEST_F(SetDeclared, RefusesAnotherKindAndSaysWhatIsExpected) {
+    EXPECT_THAT(run({"set", "string", "editor/size", "12"}),
+                Complains(2, "editor/size: a string is not allowed: expected a number from 6 to 72 "
+                             "(--force sets it anyway)\n"));
+    EXPECT_EQ("no file", bytesOf(userFile));
+}
+
+TEST_F(SetDeclared, RefusesAValueThatIsNotAllowed) {
+    answer({"set", "number", "editor/size", "12"});
+    EXPECT_THAT(run({"set", "number", "editor/size", "99"}),
+                Complains(2, "editor/size: 99 is not allowed: expected a number from 6 to 72 "
+                             "(--force sets it anyway)\n"));
+    EXPECT_THAT(run({"set", "string", "editor/autosave", "30"}),
+                Complains(2, "editor/autosave: \"30\" is not allowed: expected a duration such as \"1.5s\""));
+    EXPECT_EQ("12\n", answer({"get", "editor/size"}));
+}
+
+TEST_F(SetDeclared, TakesWhatIsAllowed) {
+    answer({"set", "string", "editor/autosave", "2min"});
+    answer({"set", "integers", "editor/margins", "0", "9"});
+    EXPECT_EQ("2min\n", answer({"get", "editor/autosave"}));
+}
+
+TEST_F(SetDeclared, TakesAnythingByForce) {
+    answer({"set", "--force", "string", "editor/size", "big"});
+    EXPECT_EQ("big\n", answer({"get", "editor/size"}));
+    answer({"set", "number", "editor/size", "99", "--force"});
+    EXPECT_EQ("99\n", answer({"get", "editor/size"}));
+}
+
+TEST_F(SetDeclared, TakesNamesThatAreNotDeclared) {
+    answer({"set", "integer", "editor/other", "1"});
+    EXPECT_EQ("1\n", answer({"get", "editor/other"}));
+}
+
+TEST_F(SetDeclared, RefusesTheSameInTheGlobalFile) {
+    EXPECT_THAT(run({"--global", global, "--scope", "global", "set", "string", "/editor//theme", "blue"}),
+                Complains(2, "editor/theme: \"blue\" is not allowed"));
+}
+
+TEST_F(SetDeclared, LeavesImportAlone) {
+    answer({"import", "-"}, R"({"editor/size": {"type": "string", "value": "big"}})");
+    EXPECT_EQ("big\n", answer({"get", "editor/size"}));
+}

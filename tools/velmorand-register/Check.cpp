@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+#include <iostream>
+#include <utility>
+
+#include "Catalogues.h"
+#include "Commands.h"
+#include "Expectation.h"
+#include "Input.h"
+#include "NearestName.h"
+#include "Record.h"
+#include "Text.h"
+
+namespace tool {
+
+namespace {
+
+/** What is wrong with an entry of a register file. */
+std::string about(RegisterFile const& file, std::string_view name, std::string const& reason) {
+    return file.path() + ": \"" + std::string(name) + "\": " + reason;
+}
+
+/** Why nobody declares a name; empty if its group is not one in which settings are declared. */
+std::string undeclared(std::string_view name, Declarations const& declarations) {
+    DeclaredGroup const group = declaredIn(declarations, name.substr(0, name.find('/')));
+    if (group.begin == group.end)
+        return {};
+    auto const nearest = nearestName(group, name);
+    return "not declared" + (nearest ? " (did you mean \"" + *nearest + "\"?)" : std::string());
+}
+
+/** How an entry differs from what programs declare; empty if it does not. */
+std::string difference(Walk const& entry, Reading const& reading, Declarations const& declarations) {
+    std::string_view const name = nameOf(entry);
+    bool const isGroup = entry.kind() == Kind::directory;
+    auto const declared = declarations.find(name);
+    if (declared == declarations.end())
+        return isGroup ? std::string() : undeclared(name, declarations);
+    if (reading.value)
+        return objectionTo(*reading.value, declared->second);
+    return objection(isGroup ? "a group" : "a property without a value", declared->second);
+}
+
+/** Checks register files, on their own or against what programs declare. */
+class Checker {
+public:
+    explicit Checker(Declarations declarations = {}) : _declarations(std::move(declarations)) {}
+
+    /**
+     * Prints that a register file is sound, or what is wrong with it.
+     * Errors: `Failure` when it is not a whole register file.
+     */
+    [[nodiscard]] Status check(RegisterFile const& file) const {
+        Settings settings;
+        Loaded const loaded = file.load(settings);
+        if (!loaded.isThere)
+            throw noFile(file.path(), Status::notThere);
+        bool isSound = loaded.bytesAfter == 0;
+        if (!isSound)
+            complain(file.path() + ": unexpected data after the settings: " +
+                     counted(static_cast<std::size_t>(loaded.bytesAfter), "byte", "bytes"));
+        std::size_t warnings = 0;
+        for (Walk walk = settings.walk(); walk.next();) {
+            Reading const reading = walk.kind() == Kind::file ? decode(walk.content()) : Reading();
+            if (!reading.damage.empty()) {
+                complain(about(file, nameOf(walk), reading.damage));
+                isSound = false;
+            } else if (std::string const wrong = difference(walk, reading, _declarations); !wrong.empty()) {
+                complain("warning: " + about(file, nameOf(walk), wrong));
+                ++warnings;
+            }
+        }
+        if (!isSound)
+            return Status::fileTrouble;
+        printEscaped(std::cout, file.path(), forLine());
+        std::cout << ": " << (warnings == 0 ? "sound, " : "")
+                  << counted(settings.countProperties(), "property", "properties");
+        if (warnings > 0)
+            std::cout << ", " << counted(warnings, "warning", "warnings");
+        std::cout << '\n';
+        return warnings == 0 ? Status::done : Status::notAsDeclared;
+    }
+
+    /** Checks the file at a path, or those that readers look into. */
+    [[nodiscard]] Status check(Places const& places, std::optional<std::string> const& path) const {
+        if (path)
+            return check(fileAt(*path));
+        theDirectory(places); // refuses the temporary scope
+        Status worst = Status::done;
+        for (ScopedFile const& scoped : filesToRead(places)) {
+            try {
+                worst = worse(worst, check(scoped.file));
+            } catch (Failure const& failure) {
+                complain(failure.what());
+                worst = worse(worst, failure.status());
+            }
+        }
+        return worst;
+    }
+
+private:
+    /** The status for two files: warnings count less than anything else that is wrong. */
+    static Status worse(Status one, Status other) {
+        if (one == Status::notAsDeclared && other != Status::done)
+            return other;
+        if (other == Status::notAsDeclared && one != Status::done)
+            return one;
+        return std::max(one, other);
+    }
+
+    Declarations _declarations;
+};
+
+} // namespace
+
+Status check(Places const& places, std::optional<std::string> const& path) {
+    return Checker().check(places, path);
+}
+
+Status checkDeclared(Places const& places, std::optional<std::string> const& path) {
+    Declarations declarations = readCatalogues(places.catalogues);
+    if (declarations.empty())
+        complain(nothingDeclared);
+    return Checker(std::move(declarations)).check(places, path);
+}
+
+} // namespace tool

@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Expectation.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "Quantity.h"
+#include "Text.h"
+
+namespace tool {
+
+namespace {
+
+constexpr char const* someDuration = R"(such as "1.5s" (units: ns, us, ms, s, min, h, d))";
+
+/** An element in a message: text in quotes, anything else as the command line takes it. */
+std::string shown(Value const& element) {
+    return std::holds_alternative<std::string>(element) ? jsonText(element, forJsonLine())
+                                                        : elementTexts(element).front();
+}
+
+std::optional<Quantity> quantityIn(std::string const& text, Format format) {
+    return format == Format::duration ? Quantity::ofDuration(text) : Quantity::ofWhole(text);
+}
+
+struct HasFormat {
+    Format format;
+
+    bool operator()(std::string const& text) const {
+        return format == Format::plain || quantityIn(text, format);
+    }
+    bool operator()(double number) const {
+        return format != Format::whole || (std::isfinite(number) && std::trunc(number) == number);
+    }
+    template <class T>
+    bool operator()(T const& /*element*/) const {
+        return true;
+    }
+};
+
+/** Whether an element is not above a limit; nothing that is not a number is. */
+struct IsAtMost {
+    Format format;
+
+    bool operator()(std::string const& element, std::string const& limit) const {
+        return format == Format::plain || !(*quantityIn(limit, format) < *quantityIn(element, format));
+    }
+    template <class T>
+    bool operator()(T const& element, T const& limit) const {
+        return element <= limit;
+    }
+    template <class T, class Other>
+    bool operator()(T const& /*element*/, Other const& /*limit*/) const {
+        return false; // limits are of the elements' kind
+    }
+};
+
+bool isAllowed(Value const& element, Declaration const& declaration) {
+    if (declaration.choices && std::find(declaration.choices->begin(), declaration.choices->end(), element) ==
+                                   declaration.choices->end())
+        return false;
+    if (!std::visit(HasFormat{declaration.format}, element))
+        return false;
+    IsAtMost const isAtMost{declaration.format};
+    return (!declaration.minimum || std::visit(isAtMost, *declaration.minimum, element)) &&
+           (!declaration.maximum || std::visit(isAtMost, element, *declaration.maximum));
+}
+
+std::string nounOf(Declaration const& declaration) {
+    constexpr std::size_t singles = kindNames.size() / 2;
+    constexpr std::array<char const*, singles> one{"a string", "a number", "an integer", "a boolean"};
+    constexpr std::array<char const*, singles> several{"strings", "numbers", "integers", "booleans"};
+    bool const isList = declaration.kind >= singles;
+    std::string const begin = isList ? "a list of " : "";
+    std::size_t const element = declaration.kind % singles;
+    switch (declaration.format) {
+    case Format::whole:
+        return begin + (isList ? "whole numbers" : "a whole number") +
+               (element == 0 ? (isList ? " as strings" : " as a string") : "");
+    case Format::duration:
+        return begin + (isList ? "durations " : "a duration ") + someDuration;
+    case Format::plain:
+        break;
+    }
+    return begin + (isList ? several : one).at(element);
+}
+
+std::string rangeOf(Declaration const& declaration) {
+    if (declaration.minimum && declaration.maximum)
+        return " from " + shown(*declaration.minimum) + " to " + shown(*declaration.maximum);
+    if (declaration.minimum)
+        return " of at least " + shown(*declaration.minimum);
+    if (declaration.maximum)
+        return " of at most " + shown(*declaration.maximum);
+    return {};
+}
+
+} // namespace
+
+std::string expectationOf(Declaration const& declaration) {
+    std::string text = nounOf(declaration) + rangeOf(declaration);
+    if (declaration.choices) {
+        char const* separator = ": one of ";
+        for (Value const& choice : *declaration.choices) {
+            text += separator + shown(choice);
+            separator = ", ";
+        }
+    }
+    return text;
+}
+
+std::string objection(std::string const& found, Declaration const& declaration) {
+    return found + " is not allowed: expected " + expectationOf(declaration);
+}
+
+std::string objectionTo(Value const& value, Declaration const& declaration) {
+    if (value.index() != declaration.kind) {
+        Declaration found;
+        found.kind = value.index();
+        return objection(nounOf(found), declaration);
+    }
+    for (Value const& element : elementsOf(value))
+        if (!isAllowed(element, declaration))
+            return objection(shown(element), declaration);
+    return {};
+}
+
+std::string objectionToLimit(Value const& limit, Format format) {
+    if (std::visit(HasFormat{format}, limit))
+        return {};
+    Declaration expected;
+    expected.kind = limit.index();
+    expected.format = format;
+    return shown(limit) + " is not " + nounOf(expected);
+}
+
+} // namespace tool

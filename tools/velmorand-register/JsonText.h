@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <stdexcept>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+namespace tool {
+
+/** Where the parser is in a text. */
+struct JsonPlace {
+    std::size_t line = 1;
+    std::size_t byte = 0;
+};
+
+/** Why a text is not JSON, and where. */
+class BadJson : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/**
+ * Parses JSON and hands each part to `take` as soon as it has been read, with `place` after it. What `take` does not
+ * want to keep is dropped.
+ * Errors: `BadJson` for text that is not JSON; `BadEntry` for a number that is out of range; those of `take`.
+ */
+void parseJson(std::string const& text, JsonPlace& place, nlohmann::json::parser_callback_t const& take);
+
+} // namespace tool

@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <iomanip>
+#include <iostream>
+
+#include "Catalogues.h"
+#include "Commands.h"
+#include "Expectation.h"
+#include "ParallelWalk.h"
+#include "Record.h"
+#include "Text.h"
+
+namespace tool {
+
+namespace {
+
+/** Prints the beginning of a line of a list. */
+void printColumns(std::string_view kind, char const* scope) {
+    std::cout << std::left << std::setw(9) << kind << ' ' << std::setw(6) << scope << ' ';
+}
+
+/** Prints a line of a list. */
+void printLine(Walk const& entry, char const* scope, std::string const& group, bool isLong) {
+    bool const isGroup = entry.kind() == Kind::directory;
+    Reading const reading = isGroup ? Reading() : decode(entry.content());
+    printColumns(isGroup ? "group" : reading.kind(), scope);
+    printEscaped(std::cout, group, forLine());
+    std::cout << (group.empty() ? "" : "/");
+    printEscaped(std::cout, nameOf(entry), forLine());
+    if (isLong && reading.value)
+        std::cout << ": " << jsonText(*reading.value, forJsonLine());
+    std::cout << '\n';
+}
+
+/** What readers find under a name. */
+struct Found {
+    char const* scope;
+    filesystem::direct::Entry entry;
+};
+
+Found find(std::array<ScopedSettings, 2> const& all, std::string const& name) {
+    for (ScopedSettings const& scoped : all)
+        if (auto const entry = scoped.settings.find(name); entry.kind != Kind::none)
+            return {scoped.scope, entry};
+    return {"unset", {}};
+}
+
+void printDeclaredGroup(std::string const& name, char const* scope) {
+    printColumns("group", scope);
+    printEscaped(std::cout, name, forLine());
+    std::cout << '\n';
+}
+
+/** Prints a declared setting: its value, or its fallback if it is not set, and its description. */
+void printDeclared(std::string const& name, Declaration const& declaration, Found const& found) {
+    bool const isSet = found.entry.kind != Kind::none;
+    bool const isGroup = found.entry.kind == Kind::directory;
+    Reading const reading = found.entry.kind == Kind::file ? decode(found.entry.content) : Reading();
+    printColumns(!isSet ? kindNames.at(declaration.kind) : isGroup ? "group" : reading.kind(), found.scope);
+    printEscaped(std::cout, name, forLine());
+    std::cout << ':';
+    if (auto const& value = isSet ? reading.value : declaration.fallback)
+        std::cout << ' ' << jsonText(*value, forJsonLine());
+    else if (!isSet)
+        std::cout << " (computed by the program)";
+    if (isSet && (!reading.value || !objectionTo(*reading.value, declaration).empty()))
+        std::cout << " (invalid: expected " << expectationOf(declaration) << ')';
+    if (!declaration.description.empty()) {
+        std::cout << "  # ";
+        printEscaped(std::cout, declaration.description, forLine());
+    }
+    std::cout << '\n';
+}
+
+} // namespace
+
+Status list(Places const& places, std::string const& group, bool isRecursive, bool isLong) {
+    std::string const around = cleanName(group);
+    auto const [first, second] = settingsToRead(places);
+    if (!first.settings.isGroup(around) && !second.settings.isGroup(around))
+        throw noGroup(around, first.settings.exists(around) || second.settings.exists(around));
+    ParallelWalk walk(first.settings.walk(around), second.settings.walk(around));
+    while (walk.next()) {
+        Walk const& entry = walk.either();
+        if (!isRecursive && entry.kind() == Kind::directory)
+            walk.skip();
+        else if (entry.kind() == Kind::directory && !entry.isEmptyDirectory())
+            continue;
+        if (walk.first() != nullptr)
+            printLine(entry, first.scope, around, isLong);
+        // Of a property and a group with one name, readers find the first scope's.
+        else if (!first.settings.exists(inGroup(around, nameOf(entry))))
+            printLine(entry, second.scope, around, isLong);
+    }
+    return Status::done;
+}
+
+Status listDeclared(Places const& places, std::string const& group, bool isRecursive) {
+    std::string const around = cleanName(group);
+    auto const settings = settingsToRead(places);
+    Declarations const declarations = readCatalogues(places.catalogues);
+    if (declarations.empty()) {
+        complain(nothingDeclared);
+        return Status::done;
+    }
+    auto [next, end] = declaredIn(declarations, around);
+    if (next == end)
+        throw Failure(Status::notThere, declarations.count(around) > 0
+                                            ? around + " is a property, not a group"
+                                            : "no declared settings in the group: " + around);
+    std::size_t const begin = around.empty() ? 0 : around.size() + 1; // of the names in the group
+    while (next != end) {
+        auto const& [name, declaration] = *next;
+        std::size_t const level = name.find('/', begin);
+        if (isRecursive || level == std::string::npos) {
+            printDeclared(name, declaration, find(settings, name));
+            ++next;
+        } else {
+            std::string const inner = name.substr(0, level);
+            printDeclaredGroup(inner, find(settings, inner).scope);
+            next = declaredIn(declarations, inner).end;
+        }
+    }
+    return Status::done;
+}
+
+} // namespace tool

@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Places.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+
+#include <sys/stat.h>
+
+namespace tool {
+
+namespace {
+
+Directory named(std::string const& path) {
+    struct stat status = {};
+    int const error = ::stat(path.c_str(), &status) != 0 ? errno : S_ISDIR(status.st_mode) ? 0 : ENOTDIR;
+    if (error != 0)
+        throw Failure(error == EACCES ? Status::fileTrouble : Status::misuse,
+                      (path.empty() ? "\"\"" : path) + ": " + std::generic_category().message(error));
+    return {path, true};
+}
+
+Directory userDirectory(Places const& places) {
+    if (places.userDirectory)
+        return named(*places.userDirectory);
+    char const* const configuration = std::getenv("XDG_CONFIG_HOME");
+    if (configuration != nullptr && *configuration == '/') // relative ones are to be ignored
+        return {std::string(configuration) + "/velmorand", false};
+    char const* const home = std::getenv("HOME");
+    if (home != nullptr && *home != '\0')
+        return {std::string(home) + "/.config/velmorand", false};
+    throw Failure(Status::misuse,
+                  "no user directory: neither XDG_CONFIG_HOME nor HOME is set (give one with --user DIR)");
+}
+
+} // namespace
+
+RegisterFile fileIn(Directory const& directory) {
+    return RegisterFile(directory.path + "/" + registerFileName);
+}
+
+RegisterFile fileAt(std::string const& path) {
+    std::error_code ignored;
+    return std::filesystem::is_directory(path, ignored) ? fileIn({path, true}) : RegisterFile(path);
+}
+
+Directory directoryOf(Places const& places, Scope scope) {
+    if (scope == Scope::user)
+        return userDirectory(places);
+    if (!places.globalDirectory)
+        throw WrongCall("--scope global needs --global DIR");
+    return named(*places.globalDirectory);
+}
+
+Directory theDirectory(Places const& places) {
+    if (places.scope == Scope::temporary)
+        throw WrongCall("--scope temporary: the temporary scope is never stored in a file");
+    return directoryOf(places, places.scope.value_or(Scope::user));
+}
+
+std::vector<ScopedFile> filesToRead(Places const& places) {
+    std::vector<ScopedFile> files;
+    if (places.scope.value_or(Scope::user) == Scope::user)
+        files.push_back({"user", fileIn(directoryOf(places, Scope::user))});
+    if (places.scope == Scope::global || (!places.scope && places.globalDirectory))
+        files.push_back({"global", fileIn(directoryOf(places, Scope::global))});
+    return files;
+}
+
+std::array<ScopedSettings, 2> settingsToRead(Places const& places) {
+    std::array<ScopedSettings, 2> all;
+    std::size_t count = 0;
+    for (ScopedFile const& scoped : filesToRead(places)) {
+        scoped.file.load(all.at(count).settings);
+        all.at(count++).scope = scoped.scope;
+    }
+    return all;
+}
+
+Failure noGroup(std::string const& name, bool isProperty) {
+    return {Status::notThere, isProperty ? name + " is a property, not a group" : "no such group: " + name};
+}
+
+} // namespace tool

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tool {
+
+/** A decimal number of any length, without rounding. */
+class Quantity {
+public:
+    /** A whole number that fits in 64 bits, signed or unsigned. Result: none for any other text. */
+    static std::optional<Quantity> ofWhole(std::string_view text);
+
+    /**
+     * The length of a time, such as "30s" or "-1.5h", in nanoseconds: digits, perhaps with "-" before them and a
+     * fraction after them, and one of the units ns, us, ms, s, min, h, d. Result: none for any other text.
+     */
+    static std::optional<Quantity> ofDuration(std::string_view text);
+
+    friend bool operator<(Quantity const& left, Quantity const& right);
+
+private:
+    static std::optional<Quantity> ofNumber(std::string_view text);
+    static bool isSmaller(Quantity const& left, Quantity const& right);
+    void multiply(std::uint64_t factor);
+    void normalise();
+
+    bool _isNegative = false; // never zero
+    std::string _whole;       // digits, without zeros in front
+    std::string _fraction;    // digits, without zeros at the end
+};
+
+} // namespace tool
