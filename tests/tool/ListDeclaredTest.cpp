@@ -56,7 +56,7 @@ TEST_F(ListDeclared, ShowsGroupsInPlaceOfWhatIsInThem) {
         testing::EndsWith("\nstring    unset  editor/theme: \"light\"\ngroup     unset  editor/view\n"));
 }
 
-TEST_F(ListDeclared, ShowsNoneOfTheOtherSettings) {
+TEST_F(ListDeclared, LeavesOutUndeclaredSettings) {
     answer({"set", "integer", "viewer/other", "1"});
     EXPECT_EQ("integer   unset  viewer/zoom: 100\n", answer({"list", "--declared", "-l", "viewer"}));
 }
