@@ -286,5 +286,6 @@ TEST_F(CheckDeclared, WithoutCataloguesSaysSo) {
     Outcome const outcome = run({"check", "--declared"});
     EXPECT_EQ(0, outcome.status);
     EXPECT_EQ(userFile + ": sound, 1 property\n", outcome.out);
-    EXPECT_THAT(outcome.err, testing::StartsWith("velmorand-register: note: no settings are declared in "));
+    EXPECT_THAT(outcome.err,
+                testing::StartsWith("velmorand-register: note: no catalogue declares any settings ("));
 }

@@ -101,5 +101,6 @@ TEST_F(ListDeclared, WithoutCataloguesSaysSo) {
     Outcome const outcome = run({"list", "--declared", "editor"});
     EXPECT_EQ(0, outcome.status);
     EXPECT_EQ("", outcome.out);
-    EXPECT_THAT(outcome.err, testing::StartsWith("velmorand-register: note: no settings are declared in "));
+    EXPECT_THAT(outcome.err,
+                testing::StartsWith("velmorand-register: note: no catalogue declares any settings ("));
 }
