@@ -157,7 +157,7 @@ TEST_F(Catalogue, NeedsNoHome) {
     EXPECT_EQ(line("shared"), fallback());
 }
 
-TEST_F(Catalogue, IsReadInTheOrderOfItsFilesName) {
+TEST_F(Catalogue, IsReadInTheOrderOfFileNames) {
     install("share", "b.json", "b");
     install("share", "B.json", "B");
     EXPECT_EQ(line("B"), fallback());
@@ -171,7 +171,7 @@ TEST_F(Catalogue, IsAddedToOthers) {
     EXPECT_EQ(line("a") + "boolean   unset  b/y: false\n", fallback());
 }
 
-TEST_F(Catalogue, IsNoOtherFileBesideIt) {
+TEST_F(Catalogue, ExcludesOtherFilesBesideIt) {
     for (char const* const other : {"a.json~", "a.txt", ".a.json", ".#a.json", "json"})
         install("share", other, "other");
     EXPECT_EQ("", run({"list", "--declared"}).out);
@@ -222,7 +222,7 @@ TEST_F(Catalogue, ThatIsGivenInADirectoryMustBeValid) {
                 Complains(2, placeFor("mine") + R"(/a.json: line 1: "settings" is missing)"));
 }
 
-TEST_F(Catalogue, ThatIsInvalidDoesNotKeepFromSetting) {
+TEST_F(Catalogue, ThatIsInvalidDoesNotStopSet) {
     putBytes(placeFor("share") + "/a.json", "{}");
     Outcome const outcome = run({"set", "integer", "x", "1"});
     EXPECT_EQ(0, outcome.status);

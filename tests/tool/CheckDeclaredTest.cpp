@@ -144,7 +144,7 @@ TEST_F(CheckDeclared, NamesTheNearestDeclaredName) {
                    "4 properties, 4 warnings");
 }
 
-TEST_F(CheckDeclared, NamesNoneThatIsFar) {
+TEST_F(CheckDeclared, SuggestsNothingThatIsFar) {
     for (char const* const name : {"editor/colour", "editor/sz", "editor/x"})
         set({"integer", name, "1"});
     expectWarnings(warning("editor/colour", "not declared") + warning("editor/sz", "not declared") +
@@ -202,7 +202,7 @@ TEST_F(CheckDeclared, LimitsWholeNumbersWithoutLimitsTo64Bits) {
         "1 property, 1 warning");
 }
 
-TEST_F(CheckDeclared, TakesInfinityForNoWholeNumber) {
+TEST_F(CheckDeclared, RejectsInfinityAsAWholeNumber) {
     declare(R"("a/x": {"type": "number", "format": "whole"})");
     set({"number", "a/x", "inf"});
     expectWarnings(warning("a/x", "inf is not allowed: expected a whole number"), "1 property, 1 warning");
@@ -275,7 +275,7 @@ TEST_F(CheckDeclared, ChecksEachFile) {
     EXPECT_EQ(1, run({"--global", global, "check", "--declared"}).status);
 }
 
-TEST_F(CheckDeclared, IsNotWhatCheckAloneDoes) {
+TEST_F(CheckDeclared, IsOnlyDoneOnRequest) {
     set({"string", "editor/sizes", "x"});
     EXPECT_EQ(userFile + ": sound, 1 property\n", answer({"check"}));
 }
@@ -286,5 +286,6 @@ TEST_F(CheckDeclared, WithoutCataloguesSaysSo) {
     Outcome const outcome = run({"check", "--declared"});
     EXPECT_EQ(0, outcome.status);
     EXPECT_EQ(userFile + ": sound, 1 property\n", outcome.out);
-    EXPECT_THAT(outcome.err, testing::StartsWith("velmorand-register: note: no settings are declared in "));
+    EXPECT_THAT(outcome.err,
+                testing::StartsWith("velmorand-register: note: no catalogue declares any settings ("));
 }

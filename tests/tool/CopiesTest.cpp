@@ -47,7 +47,7 @@ protected:
     }
 
     /** A list without copies: scripts get an empty one, people a note. */
-    static auto SaysThatThereAreNone(std::string const& path) {
+    static auto SaysThatNoneAreKept(std::string const& path) {
         return testing::AllOf(
             testing::Field(&Outcome::status, 0), testing::Field(&Outcome::out, ""),
             testing::Field(&Outcome::err, "velmorand-register: note: no copies of " + path + " are kept\n"));
@@ -82,11 +82,11 @@ TEST_F(Copies, AreNothingElseBesideTheFile) {
          {"Velmorand.dat.bak", "Velmorand.dat.damaged-\x1b[2J", "Other.dat.previous",
           ".Velmorand.dat.previous", "Velmorand.dat.previous~"})
         putBytes(user + '/' + other, one);
-    EXPECT_THAT(run({"restore"}), SaysThatThereAreNone(userFile));
+    EXPECT_THAT(run({"restore"}), SaysThatNoneAreKept(userFile));
 }
 
 TEST_F(Copies, NeedNoDirectory) {
-    EXPECT_THAT(runBare({"restore"}), SaysThatThereAreNone(at(".config/velmorand/Velmorand.dat")));
+    EXPECT_THAT(runBare({"restore"}), SaysThatNoneAreKept(at(".config/velmorand/Velmorand.dat")));
     EXPECT_THAT(runBare({"restore", "previous"}), Complains(1, "no such copy: previous"));
     EXPECT_FALSE(std::filesystem::exists(at(".config")));
 }
@@ -165,7 +165,7 @@ TEST_F(Copies, OfTheGlobalFileAreBesideIt) {
     runOnGlobal({"set", "integer", "x", "3"});
     Arguments listing = onGlobal;
     listing.emplace_back("restore");
-    EXPECT_THAT(run(listing), SaysThatThereAreNone(globalFile));
+    EXPECT_THAT(run(listing), SaysThatNoneAreKept(globalFile));
     runOnGlobal({"set", "integer", "x", "4"});
     EXPECT_THAT(runOnGlobal({"restore"}), testing::EndsWith("  Velmorand.dat.previous: 1 property\n"));
     runOnGlobal({"restore", "previous"});

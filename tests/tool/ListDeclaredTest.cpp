@@ -56,7 +56,7 @@ TEST_F(ListDeclared, ShowsGroupsInPlaceOfWhatIsInThem) {
         testing::EndsWith("\nstring    unset  editor/theme: \"light\"\ngroup     unset  editor/view\n"));
 }
 
-TEST_F(ListDeclared, ShowsNoneOfTheOtherSettings) {
+TEST_F(ListDeclared, LeavesOutUndeclaredSettings) {
     answer({"set", "integer", "viewer/other", "1"});
     EXPECT_EQ("integer   unset  viewer/zoom: 100\n", answer({"list", "--declared", "-l", "viewer"}));
 }
@@ -101,5 +101,6 @@ TEST_F(ListDeclared, WithoutCataloguesSaysSo) {
     Outcome const outcome = run({"list", "--declared", "editor"});
     EXPECT_EQ(0, outcome.status);
     EXPECT_EQ("", outcome.out);
-    EXPECT_THAT(outcome.err, testing::StartsWith("velmorand-register: note: no settings are declared in "));
+    EXPECT_THAT(outcome.err,
+                testing::StartsWith("velmorand-register: note: no catalogue declares any settings ("));
 }

@@ -72,7 +72,7 @@ void add(Declarations& all, std::string const& path) {
     all.merge(declared); // keeps those that are there
 }
 
-/** Adds what a catalogue declares that nobody has asked for by its name. */
+/** Adds what an installed catalogue declares; an invalid one is only a warning. */
 void addFound(Declarations& all, std::string const& path) {
     try {
         std::error_code error;

@@ -10,17 +10,17 @@
 namespace tool {
 
 /**
- * What the catalogues declare; of two declarations of one name, the first found. They are the files named *.json, byte
- * by byte in the order of their names, in the directory velmorand/declared below $XDG_DATA_HOME and each of
+ * What the catalogues declare; of two declarations of one name, the first found. They are the files named *.json, in
+ * the byte order of their names, in the directory velmorand/declared below $XDG_DATA_HOME and each of
  * $XDG_DATA_DIRS; or, if any are given, these files and the files in these directories.
- * Errors: `Failure` if one that is given is missing or invalid. Of the others, each that is invalid is reported on
+ * Errors: `Failure` if a given catalogue is missing or invalid. An invalid catalogue that was found is reported on
  * standard error and left out.
  */
 Declarations readCatalogues(std::vector<std::string> const& given);
 
-/** A note for whoever asks for declarations where there are none. */
+/** The note to print when no catalogue declares anything. */
 constexpr char const* nothingDeclared =
-    "note: no settings are declared in velmorand/declared below $XDG_DATA_HOME and $XDG_DATA_DIRS "
-    "(give a catalogue with --catalogue PATH)";
+    "note: no catalogue declares any settings (installed ones are in velmorand/declared below $XDG_DATA_HOME "
+    "and $XDG_DATA_DIRS; --catalogue PATH replaces them)";
 
 } // namespace tool

@@ -20,7 +20,7 @@ std::string about(RegisterFile const& file, std::string_view name, std::string c
     return file.path() + ": \"" + std::string(name) + "\": " + reason;
 }
 
-/** Why nobody declares a name; empty if its group is not one in which settings are declared. */
+/** The warning about an undeclared name; empty if its outermost group has no declared settings. */
 std::string undeclared(std::string_view name, Declarations const& declarations) {
     DeclaredGroup const group = declaredIn(declarations, name.substr(0, name.find('/')));
     if (group.begin == group.end)

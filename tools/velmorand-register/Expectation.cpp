@@ -39,7 +39,7 @@ struct HasFormat {
     }
 };
 
-/** Whether an element is not above a limit; nothing that is not a number is. */
+/** Whether one element is at most another; NaN never is. */
 struct IsAtMost {
     Format format;
 

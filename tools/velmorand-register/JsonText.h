@@ -22,8 +22,8 @@ public:
 };
 
 /**
- * Parses JSON and hands each part to `take` as soon as it has been read, with `place` after it. What `take` does not
- * want to keep is dropped.
+ * Parses JSON and hands each part to `take` as soon as it has been read, with `place` after it. Parts for
+ * which `take` returns false are dropped.
  * Errors: `BadJson` for text that is not JSON; `BadEntry` for a number that is out of range; those of `take`.
  */
 void parseJson(std::string const& text, JsonPlace& place, nlohmann::json::parser_callback_t const& take);

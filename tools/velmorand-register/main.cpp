@@ -33,8 +33,8 @@ constexpr char const* footer =
     R"("velmorand-register COMMAND --help" describes a command; see also the manual page.
 
 Exit status: 0 success; 1 a name does not exist, or something differs; 2 wrong
-usage; 3 a register file is damaged, cannot be read, or was not saved; 4 only
-"check --declared" has something to say.)";
+usage; 3 a register file is damaged, cannot be read, or was not saved; 4 "check
+--declared" found undeclared names or invalid values, and nothing else.)";
 
 /** The command line, and what it says. */
 class CommandLine {
@@ -170,7 +170,7 @@ private:
         _values = set->add_option("VALUE", "The value, or the elements of a list");
         constexpr int most = CLI::detail::expected_max_vector_size;
         _values->take_all()->expected(most - 1, most)->allow_extra_args(false)->type_name("");
-        set->add_flag("--force", _isForced, "Set it even if its program declares something else");
+        set->add_flag("--force", _isForced, "Set it even if its declaration does not allow it");
         set->footer("Put -- before values that begin with \"-\", unless a digit follows.\n" +
                     set->get_footer());
 
@@ -200,7 +200,7 @@ private:
             add("check", "Check that a register file and all values in it are intact", [this] {
                 return _isDeclared ? tool::checkDeclared(_places, _checked) : tool::check(_places, _checked);
             });
-        check->add_flag("--declared", _isDeclared, "Compare with what programs declare, too");
+        check->add_flag("--declared", _isDeclared, "Also compare with what programs declare");
         check->add_option("FILE", _checked, "A register file, or its directory [those of the scopes]")
             ->type_name("");
 
