@@ -7,6 +7,7 @@
 
 #include <utils/properties/Register.h>
 
+#include "Waiting.h"
 #include "velmorand/Lock.h"
 
 namespace velmorand {
@@ -20,7 +21,7 @@ enum class Availability {
 
 /**
  * Grows whenever the register changes, by whatever operation, and when it becomes unavailable. Never 0. It may be read
- * without the lock, and grows only with the lock held. Declared as hidden, so that a read needs no table of addresses.
+ * without the lock, and grows only with the lock held, except at the register's end. Declared as hidden, so that a read needs no table of addresses.
  */
 [[gnu::visibility("hidden")]] extern std::atomic<std::uint64_t> registerState;
 
@@ -40,6 +41,10 @@ public:
     Access();
 
     explicit operator bool() const noexcept { return _register != nullptr; }
+
+    /** Whether this thread did not hold the lock before. It may if it took the register's mutex itself. */
+    [[nodiscard]] bool isOutermost() const noexcept { return holdsOfThisThread() == 1; }
+
     utils::properties::_Register* operator->() const noexcept { return _register; }
     utils::properties::_Register& operator*() const noexcept { return *_register; }
 

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "velmorand/Catalogue.h"
 
-#include <algorithm>
+#include <QString>
 
 #include "Access.h"
+#include "Announcement.h"
 #include "Declarations.h"
 #include "velmorand/Property.h"
 
@@ -35,6 +36,16 @@ std::string list(std::vector<std::string> const& elements) {
     return text.empty() ? text : text + "]";
 }
 
+/** Text as a JSON string; bytes that are not UTF-8 become U+FFFD. */
+std::string jsonText(std::string const& text) {
+    return detail::json(QString::fromUtf8(text.data(), static_cast<int>(text.size())).toStdString());
+}
+
+/** Whether a JSON object can have a member of that name. */
+bool isText(std::string const& name) {
+    return QString::fromUtf8(name.data(), static_cast<int>(name.size())).toStdString() == name;
+}
+
 std::string entry(DeclaredProperty const& property) {
     Members members;
     members.addText("type", property.kind);
@@ -43,7 +54,8 @@ std::string entry(DeclaredProperty const& property) {
     members.add("minimum", property.minimum);
     members.add("maximum", property.maximum);
     members.add("choices", list(property.choices));
-    members.addText("description", property.description);
+    if (!property.description.empty())
+        members.add("description", jsonText(property.description));
     return detail::json(property.name) + ": " + members.object();
 }
 
@@ -51,37 +63,37 @@ std::string entry(DeclaredProperty const& property) {
 
 std::vector<DeclaredProperty> declaredProperties() {
     std::vector<DeclaredProperty> result;
-    for (auto const& declaration : declarations()) {
+    eachDeclaration([&result](detail::Declaration const& declaration) {
         DeclaredProperty& property = result.emplace_back();
-        property.name = declaration->name();
+        property.name = declaration.name();
         property.isSet = detail::isSet(property.name);
-        declaration->describe(property);
-    }
+        declaration.describe(property);
+    });
     return result;
 }
 
 void resetDeclaredProperties(void* sender) {
-    auto const all = declarations();
     Access const settings;
     if (!settings)
         return;
     std::vector<std::string> names;
-    for (auto const& declaration : all)
-        if (detail::isSet(declaration->name()))
-            names.push_back(declaration->name());
+    eachDeclaration([&names](detail::Declaration const& declaration) {
+        if (detail::isSet(declaration.name()))
+            names.push_back(declaration.name());
+    });
     for (std::string const& name : names)
         settings->delProperty(name, SCOPE_USER);
-    for (std::string const& name : names)
-        settings->markAsChanged(sender, name);
+    announce(*settings, sender, names);
 }
 
 std::string catalogue(std::string const& program) {
-    std::string text = "{\n  \"program\": " + detail::json(program) + ",\n  \"settings\": {";
+    std::string text = "{\n  \"program\": " + jsonText(program) + ",\n  \"settings\": {";
     char const* separator = "\n    ";
-    for (DeclaredProperty const& property : declaredProperties()) {
-        text += separator + entry(property);
-        separator = ",\n    ";
-    }
+    for (DeclaredProperty const& property : declaredProperties())
+        if (isText(property.name)) {
+            text += separator + entry(property);
+            separator = ",\n    ";
+        }
     return text + "\n  }\n}\n";
 }
 

@@ -2,9 +2,11 @@
 #include "velmorand/Declared.h"
 
 #include <algorithm>
+#include <condition_variable>
 #include <map>
 #include <mutex>
 #include <tuple>
+#include <vector>
 
 #include <pthread.h>
 
@@ -16,14 +18,15 @@ namespace velmorand {
 
 namespace {
 
-/** Never destroyed, for declarations that are static objects. */
+/** The declarations that are alive. Never destroyed, for declarations that are static objects. */
 struct List {
     struct Entry {
-        std::uint64_t number;
-        std::weak_ptr<detail::Declaration> declaration;
+        std::uint64_t number; ///< in the order of declaration
+        int users;            ///< threads that are using it
     };
 
     std::mutex mutex;
+    std::condition_variable released;
     std::map<detail::Declaration const*, Entry> entries;
     std::uint64_t declaredSoFar = 0;
 
@@ -33,10 +36,67 @@ struct List {
     }
 };
 
-// A child process destroys its declarations when it exits, even if another thread of its parent was at the list.
-[[maybe_unused]] int const registered =
-    ::pthread_atfork([] { List::instance().mutex.lock(); }, [] { List::instance().mutex.unlock(); },
-                     [] { List::instance().mutex.unlock(); });
+void afterForkInChild() {
+    for (auto& [declaration, entry] : List::instance().entries)
+        entry.users = 0; // the parent's threads are not here
+    List::instance().mutex.unlock();
+}
+
+// A child process destroys its declarations when it exits, even if another thread held the list's lock at the fork.
+[[maybe_unused]] int const registered = ::pthread_atfork(
+    [] { List::instance().mutex.lock(); }, [] { List::instance().mutex.unlock(); }, afterForkInChild);
+
+/** Keeps a declaration alive, unless it is gone already. */
+class Use {
+public:
+    Use(detail::Declaration const* declaration, std::uint64_t number) {
+        List& list = List::instance();
+        std::lock_guard<std::mutex> const lock(list.mutex);
+        auto const found = list.entries.find(declaration);
+        if (found == list.entries.end() || found->second.number != number)
+            return;
+        ++found->second.users;
+        _declaration = declaration;
+    }
+    Use(Use const&) = delete;
+    Use& operator=(Use const&) = delete;
+    ~Use() {
+        if (_declaration == nullptr)
+            return;
+        List& list = List::instance();
+        std::lock_guard<std::mutex> const lock(list.mutex);
+        --list.entries.at(_declaration).users;
+        list.released.notify_all();
+    }
+
+    [[nodiscard]] detail::Declaration const* get() const { return _declaration; }
+
+private:
+    detail::Declaration const* _declaration = nullptr;
+};
+
+struct Known {
+    std::string name;
+    std::uint64_t number;
+    detail::Declaration const* declaration;
+};
+
+/** In byte order of their names, the first declared of each. */
+std::vector<Known> knownDeclarations() {
+    std::vector<Known> known;
+    {
+        List& list = List::instance();
+        std::lock_guard<std::mutex> const lock(list.mutex);
+        for (auto const& [declaration, entry] : list.entries)
+            known.push_back({declaration->name(), entry.number, declaration});
+    }
+    std::sort(known.begin(), known.end(), [](Known const& left, Known const& right) {
+        return std::tie(left.name, left.number) < std::tie(right.name, right.number);
+    });
+    auto const isSameName = [](Known const& left, Known const& right) { return left.name == right.name; };
+    known.erase(std::unique(known.begin(), known.end(), isSameName), known.end());
+    return known;
+}
 
 } // namespace
 
@@ -44,10 +104,22 @@ namespace detail {
 
 Declaration::Declaration(std::string name) : _name(std::move(name)) {}
 
-Declaration::~Declaration() {
+Declaration::~Declaration() = default;
+
+void Declaration::publish() {
     List& list = List::instance();
     std::lock_guard<std::mutex> const lock(list.mutex);
-    list.entries.erase(this);
+    list.entries.insert({this, {list.declaredSoFar++, 0}});
+}
+
+void Declaration::withdraw() noexcept {
+    List& list = List::instance();
+    std::unique_lock<std::mutex> lock(list.mutex);
+    auto const entry = list.entries.find(this);
+    if (entry == list.entries.end())
+        return;
+    list.released.wait(lock, [entry] { return entry->second.users == 0; });
+    list.entries.erase(entry);
 }
 
 Recalled Declaration::recall() const noexcept {
@@ -58,31 +130,14 @@ void Declaration::remember(std::uint64_t state, std::uint64_t bits) noexcept {
     rememberIn(_state, _bits, state, bits);
 }
 
-void declare(std::shared_ptr<Declaration> const& declaration) {
-    List& list = List::instance();
-    std::lock_guard<std::mutex> const lock(list.mutex);
-    list.entries.insert({declaration.get(), {list.declaredSoFar++, declaration}});
-}
-
 } // namespace detail
 
-std::vector<std::shared_ptr<detail::Declaration>> declarations() {
-    std::vector<std::tuple<std::uint64_t, std::shared_ptr<detail::Declaration>>> alive;
-    {
-        List& list = List::instance();
-        std::lock_guard<std::mutex> const lock(list.mutex);
-        for (auto const& [address, entry] : list.entries)
-            if (auto declaration = entry.declaration.lock())
-                alive.emplace_back(entry.number, std::move(declaration));
+void eachDeclaration(std::function<void(detail::Declaration const&)> const& use) {
+    for (Known const& known : knownDeclarations()) {
+        Lock const lock;
+        if (Use const used(known.declaration, known.number); used.get() != nullptr)
+            use(*used.get());
     }
-    std::sort(alive.begin(), alive.end());
-    std::map<std::string, std::shared_ptr<detail::Declaration>> byName;
-    for (auto& [number, declaration] : alive)
-        byName.insert({declaration->name(), std::move(declaration)});
-    std::vector<std::shared_ptr<detail::Declaration>> result;
-    for (auto& [name, declaration] : byName)
-        result.push_back(std::move(declaration));
-    return result;
 }
 
 } // namespace velmorand

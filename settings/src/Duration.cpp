@@ -38,7 +38,7 @@ char const* nameOf(TimeUnit unit) {
         ->name;
 }
 
-/** A text as a number and how many of `unit` the unit behind it is, as a fraction in lowest terms. */
+/** A text as a number and the ratio of its unit to `unit`, in lowest terms. */
 struct Parts {
     std::string_view number;
     TimeUnit factor;
@@ -100,21 +100,31 @@ std::optional<std::int64_t> wholeDuration(std::string const& text, TimeUnit unit
     auto const parts = split(text, unit);
     if (!parts)
         return std::nullopt;
-    // 1.50 is 150 / 100.
+    // "1.50" is 15 / 10.
     std::string digits(parts->number);
     std::int64_t divisor = parts->factor.denominator;
+    std::int64_t factor = parts->factor.numerator;
     if (auto const point = digits.find('.'); point != std::string::npos) {
+        digits.erase(std::max(digits.find_last_not_of('0'), point) + 1);
         digits.erase(point, 1);
         for (std::size_t place = point; place < digits.size(); ++place)
-            if (__builtin_mul_overflow(divisor, 10, &divisor))
+            if (factor % 10 == 0)
+                factor /= 10;
+            else if (__builtin_mul_overflow(divisor, 10, &divisor))
                 return std::nullopt;
     }
     auto const number = parsed<std::int64_t>(digits);
-    std::int64_t product = 0;
-    if (!number || __builtin_mul_overflow(*number, parts->factor.numerator, &product) ||
-        product % divisor != 0)
+    if (!number)
         return std::nullopt;
-    return product / divisor;
+    auto const unsignedNumber = static_cast<std::uint64_t>(*number);
+    std::uint64_t const magnitude = *number < 0 ? 0 - unsignedNumber : unsignedNumber;
+    auto const common = static_cast<std::int64_t>(std::gcd(magnitude, static_cast<std::uint64_t>(divisor)));
+    std::int64_t product = 0;
+    if (common != divisor && factor % (divisor / common) != 0)
+        return std::nullopt;
+    if (__builtin_mul_overflow(*number / common, factor / (divisor / common), &product))
+        return std::nullopt;
+    return product;
 }
 
 std::optional<double> duration(std::string const& text, TimeUnit unit) {
@@ -122,8 +132,9 @@ std::optional<double> duration(std::string const& text, TimeUnit unit) {
     auto const number = parts ? parsed<double>(parts->number) : std::nullopt;
     if (!number)
         return std::nullopt;
-    return *number * static_cast<double>(parts->factor.numerator) /
-           static_cast<double>(parts->factor.denominator);
+    double const count = *number * static_cast<double>(parts->factor.numerator) /
+                         static_cast<double>(parts->factor.denominator);
+    return std::isfinite(count) ? std::optional(count) : std::nullopt;
 }
 
 } // namespace velmorand::detail

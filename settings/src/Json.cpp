@@ -14,7 +14,7 @@
 
 namespace velmorand::detail {
 
-// As in the exchange format of velmorand-register.
+// The encoding of values in the exchange format of velmorand-register.
 
 template <>
 std::string json(std::string const& text) {
@@ -56,6 +56,17 @@ std::string listJson(std::vector<T> const& values) {
     return text + "]";
 }
 
+/** A text that is short enough for a message. */
+std::string shortened(std::string text) {
+    constexpr std::size_t longest = 200;
+    if (text.size() <= longest)
+        return text;
+    std::size_t end = longest;
+    while ((static_cast<unsigned char>(text[end]) & 0xc0) == 0x80) // in the middle of a character
+        --end;
+    return text.substr(0, end) + "...";
+}
+
 std::string joined(std::vector<std::string> const& texts) {
     std::string all;
     for (std::string const& text : texts)
@@ -83,7 +94,7 @@ std::string json(std::vector<bool> const& values) {
 }
 
 std::string notValid(std::string const& value, std::string const& expected) {
-    return value + " is not allowed" + (expected.empty() ? "" : ": expected " + expected);
+    return shortened(value) + " is not allowed" + (expected.empty() ? "" : ": expected " + expected);
 }
 
 std::string notWithin(std::string const& value, std::string const& minimum, std::string const& maximum) {

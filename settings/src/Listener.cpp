@@ -2,6 +2,7 @@
 #include "velmorand/Listener.h"
 
 #include "Access.h"
+#include "Waiting.h"
 
 namespace velmorand {
 
@@ -19,6 +20,7 @@ public:
     void* owner() override { return _sender; }
 
     void propertyChanged(std::string const& name) override {
+        RegistersHold const hold;
         auto const self = shared_from_this(); // the call may destroy the listener
         _call(name);
     }

@@ -12,6 +12,8 @@ namespace velmorand {
 
 namespace {
 
+thread_local int holds = 0;
+
 /** Takes the lock, waiting about 50 ms at most. */
 bool takeSoon() {
     constexpr long wait = 50'000'000;
@@ -31,8 +33,10 @@ bool takeSoon() {
 // The exiting thread keeps the lock for good, so a thread that waits for it looks up now and then.
 bool takeLock(GiveUp const& giveUp) {
     while (availability() == Availability::available) {
-        if (utils::properties::_Register::_mutex->try_lock() || takeSoon())
+        if (utils::properties::_Register::_mutex->try_lock() || takeSoon()) {
+            ++holds;
             return true;
+        }
         if (giveUp && giveUp())
             return false;
     }
@@ -40,9 +44,22 @@ bool takeLock(GiveUp const& giveUp) {
 }
 
 void giveLockBack() {
+    --holds;
     // A forked child cannot release what its parent took.
     if (availability() != Availability::lockAbandoned)
         utils::properties::_Register::_mutex->unlock();
+}
+
+int holdsOfThisThread() noexcept {
+    return holds;
+}
+
+RegistersHold::RegistersHold() noexcept {
+    ++holds;
+}
+
+RegistersHold::~RegistersHold() {
+    --holds;
 }
 
 Lock::Lock() : _held(takeLock(nullptr)) {}

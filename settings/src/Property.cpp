@@ -5,14 +5,16 @@
 #include <cstring>
 #include <limits>
 
+#include <filesystem/Direct.h>
+
 #include "Access.h"
+#include "RecordBytes.h"
 
 namespace velmorand::detail {
 
 namespace {
 
 using utils::properties::_Register;
-using utils::properties::Type;
 
 /** The names of a kind, and the register's reader and writer for it. */
 template <class T>
@@ -110,32 +112,6 @@ bool isSame(std::vector<double> const& left, std::vector<double> const& right) {
                       [](double a, double b) { return isSame(a, b); });
 }
 
-char const* phraseFor(Type type, Type elementType) {
-    bool const isList = type == utils::properties::TYPE_LIST;
-    switch (isList ? elementType : type) {
-    case utils::properties::TYPE_STRING:
-        return isList ? Kind<std::vector<std::string>>::phrase : Kind<std::string>::phrase;
-    case utils::properties::TYPE_NUMBER:
-        return isList ? Kind<std::vector<double>>::phrase : Kind<double>::phrase;
-    case utils::properties::TYPE_INTEGER:
-        return isList ? Kind<std::vector<int>>::phrase : Kind<int>::phrase;
-    case utils::properties::TYPE_BOOLEAN:
-        return isList ? Kind<std::vector<bool>>::phrase : Kind<bool>::phrase;
-    default:
-        return "bytes that are not a value";
-    }
-}
-
-/** Why a name that exists cannot be read as a kind. The lock is held. */
-std::string mismatch(_Register const& settings, std::string const& name, std::string const& expected) {
-    if (settings.groupExists(name))
-        return "expected " + expected + ", found a group";
-    Type elementType{};
-    Type const type = settings.readPropertyType(name, &elementType);
-    std::string const found = phraseFor(type, elementType);
-    return "expected " + expected + ", found " + (found == expected ? "damaged bytes" : found);
-}
-
 } // namespace
 
 template <class T>
@@ -169,18 +145,24 @@ Fetched fetch(std::string const& name, T& value) {
     Access const settings;
     if (!settings)
         return {false, 0, {}};
-    Fetched fetched{false, registerState.load(std::memory_order_relaxed), {}};
-    if (!settings->propertyExists(name))
-        return fetched;
-    try {
-        ((*settings).*Kind<T>::read)(name, value);
-        fetched.isFound = true;
-    } catch (PropertyBadType const&) {
-        fetched.problem = mismatch(*settings, name, Kind<T>::phrase);
-    } catch (PropertyNotFound const&) { // a group, asked for a string
-        fetched.problem = mismatch(*settings, name, Kind<T>::phrase);
+    // What a thread changes while it holds the lock is not for other threads yet.
+    std::uint64_t const now = settings.isOutermost() ? registerState.load(std::memory_order_relaxed) : 0;
+    auto const entry = filesystem::direct::find(*settings, {"user", "global", "temp"}, name);
+    std::string const expected = Kind<T>::phrase;
+    switch (entry.kind) {
+    case filesystem::direct::Kind::none:
+        return {false, now, {}};
+    case filesystem::direct::Kind::directory:
+        return {false, now, "expected " + expected + ", found a group"};
+    case filesystem::direct::Kind::file:
+        break;
     }
-    return fetched;
+    if (char const* const found = phraseFor(entry.content); found != expected)
+        return {false, now, "expected " + expected + ", found " + found};
+    if (!isComplete(entry.content))
+        return {false, now, "expected " + expected + ", found a truncated one"};
+    ((*settings).*Kind<T>::read)(name, value);
+    return {true, now, {}};
 }
 
 template <class T>

@@ -36,7 +36,7 @@ Recalled recallFrom(Word const& keptState, Word const& keptBits, Word const& reg
 template <class Word>
 void rememberIn(Word& keptState, Word& keptBits, std::uint64_t state, std::uint64_t bits) {
     std::uint64_t current = keptState.load(std::memory_order_relaxed);
-    // Another thread that is at it, or has been, makes this one's value superfluous.
+    // Another thread is storing, or has stored, a value at least as new.
     if (current >= state || !keptState.compare_exchange_strong(current, busy, std::memory_order_acquire))
         return;
     keptBits.store(bits, std::memory_order_release);

@@ -16,6 +16,18 @@ using GiveUp = std::function<bool()>;
 
 void giveLockBack();
 
+/** How often this thread holds the settings' lock, as far as this library has taken it. */
+[[nodiscard]] int holdsOfThisThread() noexcept;
+
+/** Counts a hold of the lock that this library has not taken: the register's, while it calls a listener. */
+class RegistersHold {
+public:
+    RegistersHold() noexcept;
+    RegistersHold(RegistersHold const&) = delete;
+    RegistersHold& operator=(RegistersHold const&) = delete;
+    ~RegistersHold();
+};
+
 /** Holds the settings' lock, for a thread that must not wait for it for ever. */
 class AbandonableLock {
 public:

@@ -14,6 +14,9 @@
 #include <velmorand/Listener.h>
 #include <velmorand/Property.h>
 
+#include "support/BlockedThread.h"
+#include "support/Failure.h"
+
 namespace {
 
 enum class Theme { light, dark };
@@ -118,6 +121,41 @@ TEST(DeclaredProperties, LeaveTheSenderOutWhenTheyAreReset) {
     EXPECT_EQ(0, calls);
 }
 
+TEST(DeclaredProperties, AreAnnouncedAgainIfAListenerThrows) {
+    Property<int> const a{"a/x"};
+    Property<int> const b{"b/x"};
+    a.set(1);
+    b.set(1);
+    int calls = 0;
+    std::optional<Listener> throwing;
+    throwing.emplace("a", [](std::string const&) { throw utils::Exception("from the listener"); });
+    Listener const other{"b", [&calls](std::string const&) { ++calls; }};
+    EXPECT_EQ("from the listener", support::failure([] { resetDeclaredProperties(); }));
+    EXPECT_FALSE(b.isSet());
+    throwing.reset();
+    write("c", 1);
+    EXPECT_EQ(1, calls);
+}
+
+TEST(DeclaredProperties, LiveUntilAnotherThreadHasDescribedThem) {
+    std::optional<support::BlockedThread> destroying;
+    bool isDestroyed = false;
+    std::optional<Property<int>> property;
+    property.emplace("a/x", 1, check([&](int) {
+                         if (!destroying)
+                             destroying.emplace([&] {
+                                 property.reset();
+                                 isDestroyed = true;
+                             });
+                         EXPECT_FALSE(isDestroyed);
+                         return true;
+                     }));
+    write("a/x", 2);
+    EXPECT_EQ(1U, declaredProperties().size());
+    destroying->join();
+    EXPECT_TRUE(isDestroyed);
+}
+
 TEST(Catalogue, IsEmptyWithoutDeclarations) {
     EXPECT_EQ("{\n  \"program\": \"p\",\n  \"settings\": {\n  }\n}\n", catalogue("p"));
 }
@@ -145,9 +183,7 @@ TEST(Catalogue, HasTheNamesOfAnEnumAsChoices) {
 
 TEST(Catalogue, HasTheLimitsOfATypeSmallerThanItsKind) {
     Property<unsigned char> const byte{"a/byte", 1, atMost(9)};
-    EXPECT_EQ(
-        R"("a/byte": {"type": "integer", "format": "whole", "fallback": 1, "minimum": 0, "maximum": 9})",
-        onlyEntry());
+    EXPECT_EQ(R"("a/byte": {"type": "integer", "fallback": 1, "minimum": 0, "maximum": 9})", onlyEntry());
 }
 
 TEST(Catalogue, HasLongNumbersAsText) {
@@ -182,6 +218,16 @@ TEST(Catalogue, HasWhatJsonLacksAsText) {
                                                 -std::numeric_limits<double>::infinity(),
                                                 std::numeric_limits<double>::quiet_NaN()}};
     EXPECT_EQ(R"("a/limits": {"type": "numbers", "fallback": ["inf", "-inf", "nan"]})", onlyEntry());
+}
+
+TEST(Catalogue, LeavesOutWhatCannotBeStored) {
+    Property<Theme> const theme{"a/theme", static_cast<Theme>(7)};
+    EXPECT_EQ(R"("a/theme": {"type": "string", "choices": ["light", "dark"]})", onlyEntry());
+}
+
+TEST(Catalogue, LeavesOutANameThatIsNotUtf8) {
+    Property<int> const property{"a/\xff"};
+    EXPECT_EQ("{\n  \"program\": \"p\",\n  \"settings\": {\n  }\n}\n", catalogue("p"));
 }
 
 TEST(Catalogue, HasTextThatIsNotUtf8InBase64) {

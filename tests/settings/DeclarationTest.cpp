@@ -3,21 +3,31 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem/Direct.h>
+#include <utils/properties/Register.h>
 #include <velmorand/Listener.h>
+#include <velmorand/Lock.h>
 #include <velmorand/Property.h>
 
+#include "support/BlockedThread.h"
 #include "support/Failure.h"
 
 namespace {
+
+struct Parsed {
+    int value = 0;
+};
 
 struct Percent {
     explicit Percent(int from) : value(from) {}
@@ -25,6 +35,13 @@ struct Percent {
 };
 
 } // namespace
+
+template <>
+struct velmorand::Stored<Parsed> {
+    using Type = std::string;
+    static std::string store(Parsed parsed) { return std::to_string(parsed.value); }
+    static std::optional<Parsed> load(std::string const& text) { return Parsed{std::stoi(text)}; }
+};
 
 template <>
 struct velmorand::Stored<Percent> {
@@ -39,6 +56,7 @@ enum class Theme { light, dark };
 VELMORAND_ENUM(Theme, {Theme::light, "light"}, {Theme::dark, "dark"})
 
 using namespace velmorand;
+using namespace std::chrono_literals;
 using support::failure;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -62,6 +80,14 @@ struct Convertible {
 
 int computedWidth() {
     return 42;
+}
+
+/** Makes a property of the user's with bytes of any kind. */
+void putRecord(std::string const& name, std::string_view bytes) {
+    auto& settings = *utils::properties::_Register::getInstance();
+    char* const content = filesystem::direct::make(settings, "user", "a", name, bytes.size());
+    ASSERT_NE(nullptr, content);
+    bytes.copy(content, bytes.size());
 }
 
 Property<double> sizeProperty() {
@@ -128,6 +154,83 @@ TEST(Get, GivesTheFallbackForAnInvalidElementOfAList) {
     write("a/widths", std::vector<int>{3, 0});
     EXPECT_THAT(widths.get(), ElementsAre(5));
     EXPECT_EQ("a/widths: 0 is not allowed: expected at least 1", widths.problem());
+}
+
+TEST(Get, GivesTheFallbackForATruncatedValue) {
+    Property<int> const width{"a/width", 7};
+    putRecord("a/width", "I\x01");
+    EXPECT_EQ(7, width.get());
+    EXPECT_EQ("a/width: expected an integer, found a truncated one", width.problem());
+}
+
+TEST(Get, AllocatesNothingForADamagedCount) {
+    Property<std::vector<double>> const numbers{"a/numbers", {1.5}};
+    putRecord("a/numbers", "LN\xff\xff\xff\x7f");
+    EXPECT_THAT(numbers.get(), ElementsAre(1.5));
+    Property<std::vector<std::string>> const texts{"a/texts"};
+    putRecord("a/texts", "LS\xff\xff\xff\x7f");
+    EXPECT_THAT(texts.get(), IsEmpty());
+}
+
+TEST(Get, GivesTheFallbackForBytesThatAreNotAValue) {
+    Property<int> const width{"a/width", 7};
+    putRecord("a/width", "?");
+    EXPECT_EQ("a/width: expected an integer, found bytes that are not a value", width.problem());
+    putRecord("a/width", "");
+    EXPECT_EQ("a/width: expected an integer, found an empty property", width.problem());
+}
+
+TEST(Get, GivesTheFallbackIfTheProgramsConversionThrows) {
+    Property<Parsed> const parsed{"a/parsed"};
+    write("a/parsed", "not a number");
+    EXPECT_EQ(0, parsed.get().value);
+    EXPECT_EQ("a/parsed: \"not a number\" is not allowed", parsed.problem());
+    write("a/parsed", "7");
+    EXPECT_EQ(7, parsed.get().value);
+}
+
+TEST(Get, SaysWhatTheFirstScopeHas) {
+    Property<std::string> const text{"a/x"};
+    write("a/x", 1);
+    write("a/x/y", 1, SCOPE_GLOBAL);
+    EXPECT_EQ("a/x: expected a string, found an integer", text.problem());
+}
+
+TEST(Get, ShortensALongValueInTheProblem) {
+    Property<std::string> const unit{"a/unit", "cm", choices({"cm"})};
+    write("a/unit", std::string(1'000'000, 'x'));
+    EXPECT_GT(300U, unit.problem().size());
+}
+
+TEST(Get, ShowsOtherThreadsNothingOfChangesUnderALock) {
+    Property<int> const width{"a/width", 1};
+    int seen = 0;
+    std::optional<support::BlockedThread> reader;
+    {
+        Lock const lock;
+        width.set(2);
+        EXPECT_EQ(2, width.get());
+        reader.emplace([&] { seen = width.get(); });
+        width.set(3);
+    }
+    reader->join();
+    EXPECT_EQ(3, seen);
+}
+
+TEST(Get, ShowsOtherThreadsNothingOfChangesThatAreBeingAnnounced) {
+    Property<int> const width{"a/width", 1};
+    int seen = 0;
+    std::optional<support::BlockedThread> reader;
+    Listener const listener{"a", [&](std::string const&) {
+                                if (width.get() == 2) {
+                                    reader.emplace([&] { seen = width.get(); });
+                                    utils::properties::_Register::getInstance()->_writeInteger(
+                                        nullptr, "a/width", 3, SCOPE_USER);
+                                }
+                            }};
+    utils::properties::_Register::getInstance()->_writeInteger(nullptr, "a/width", 2, SCOPE_USER);
+    reader->join();
+    EXPECT_EQ(3, seen);
 }
 
 TEST(Get, TakesTheFirstScopeThatHasTheName) {
@@ -203,6 +306,30 @@ TEST(Set, RefusesAnIntegerThatTheTypeDoesNotHave) {
               failure([&] { count.set(-1); }));
 }
 
+TEST(Set, RefusesWhatCannotBeStored) {
+    Property<Theme> const theme{"a/theme"};
+    EXPECT_EQ("a/theme is not set: the value 7 of the enum has no name",
+              failure([&] { theme.set(static_cast<Theme>(7)); }));
+}
+
+TEST(Set, RefusesANumberThatTheTypeRounds) {
+    Property<float> const scale{"a/scale"};
+    EXPECT_EQ("a/scale is not set: 2147483647 is not allowed: expected a number that the type has",
+              failure([&] { scale.set(2'147'483'647); }));
+    scale.set(16'777'216);
+    EXPECT_EQ(16'777'216.0F, scale.get());
+}
+
+TEST(Set, RefusesADurationThatTheTypeCannotCount) {
+    Property<std::chrono::nanoseconds> const wait{"a/wait"};
+    EXPECT_EQ("a/wait is not set: the type does not have the value", failure([&] { wait.set(10'000'000h); }));
+    Property<std::chrono::duration<int>> const small{"a/small"};
+    EXPECT_EQ("a/small is not set: the type does not have the value",
+              failure([&] { small.set(std::chrono::seconds(5'000'000'000)); }));
+    wait.set(10h);
+    EXPECT_EQ(10h, wait.get());
+}
+
 TEST(Set, WritesAndAnnouncesAnEqualValueOnce) {
     std::vector<std::string> heard;
     Listener const listener{"a", [&heard](std::string const& name) { heard.push_back(name); }};
@@ -259,12 +386,14 @@ TEST(Set, DoesNotCompileForAValueThatIsConverted) {
     static_assert(!canSet<bool, char const*> && !canSet<bool, char const(&)[6]> && !canSet<bool, int>);
     static_assert(!canSet<bool, std::nullptr_t> && !canSet<int, bool> && !canSet<double, bool>);
     static_assert(!canSet<int, double> && !canSet<int, float> && !canSet<int, long long> &&
-                  !canSet<int, unsigned>);
-    static_assert(!canSet<int, char> && !canSet<float, double> && !canSet<double, std::int64_t>);
+                  !canSet<unsigned, long>);
+    static_assert(!canSet<int, char> && !canSet<float, double> && !canSet<float, std::int64_t>);
     static_assert(!canSet<std::string, int> && !canSet<std::string, char> && !canSet<Theme, int>);
     static_assert(!canSet<Theme, char const*> && !canSet<std::vector<int>, int>);
-    static_assert(canSet<bool, std::vector<bool>::reference> && canSet<double, Convertible<float>>);
-    static_assert(!canSet<int, Convertible<double>> && !canSet<bool, Convertible<void*>>);
+    static_assert(canSet<bool, std::vector<bool>::reference> && canSet<std::uint64_t, long>);
+    static_assert(!canSet<int, Convertible<double>> && !canSet<bool, Convertible<void*>> &&
+                  !canSet<double, Convertible<float>>);
+    static_assert(!canSet<std::string, std::nullptr_t>);
     static_assert(!canSet<bool, Convertible<bool (*)()>>);
     static_assert(!canSet<int, Theme> && !canSet<std::chrono::seconds, int>);
     static_assert(canSet<std::chrono::milliseconds, std::chrono::seconds>);
@@ -277,9 +406,53 @@ TEST(Declaring, DoesNotCompileWithAFallbackThatIsConverted) {
     static_assert(!canDeclare<std::string, int> && !canDeclare<Theme, int>);
 }
 
-TEST(Declaring, RefusesALimitThatTheTypeDoesNotHave) {
-    EXPECT_EQ("a/x is declared with a limit or choice that its type does not have",
-              failure([] { Property<unsigned> const property("a/x", 0, atLeast(-1)); }));
+TEST(Declaring, RefusesValuesThatTheTypeDoesNotHave) {
+    std::string const refusal = "a/x is declared with a value that its type does not have";
+    EXPECT_EQ(refusal, failure([] { Property<unsigned> const property("a/x", 0, atLeast(-1)); }));
+    EXPECT_EQ(refusal, failure([] { Property<unsigned> const property("a/x", -1); }));
+    EXPECT_EQ(refusal, failure([] { Property<unsigned char> const property("a/x", 300); }));
+    EXPECT_EQ(refusal, failure([] { Property<float> const property("a/x", 1e300); }));
+    EXPECT_EQ(refusal,
+              failure([] { Property<std::chrono::nanoseconds> const property("a/x", 10'000'000h); }));
+}
+
+TEST(Declaring, RefusesAMinimumAboveTheMaximum) {
+    EXPECT_EQ("a/x is declared with a minimum that is greater than its maximum",
+              failure([] { Property<int> const property("a/x", 5, range(9, 2)); }));
+}
+
+TEST(Declaring, TakesConstantsOfOtherTypes) {
+    Property<double> const size{"a/size", 11, range(0, 4.5)};
+    EXPECT_EQ("a/size is not set: 5 is not allowed: expected 0 to 4.5", failure([&] { size.set(5); }));
+    Property<float> const scale{"a/scale", 0.1, range(0.5, 4)};
+    EXPECT_EQ(0.1F, scale.fallback());
+    Property<std::uint64_t> const id{"a/id", 5'000'000'000, atMost(6'000'000'000)};
+    id.set(5'000'000'001);
+    EXPECT_EQ(5'000'000'001U, id.get());
+    Property<std::chrono::milliseconds> const wait{"a/wait", 2s, range(0ms, 1h)};
+    EXPECT_EQ(2000ms, wait.get());
+    Property<std::string> const text{"a/text", std::string_view("view")};
+    EXPECT_EQ("view", text.get());
+}
+
+TEST(Declaring, ComputesTheFallbackOfABoolean) {
+    Property<bool> const isLarge{"a/large", [] { return false; }};
+    EXPECT_FALSE(isLarge.get());
+}
+
+TEST(Declaring, ComputesTheFallbackWithAnyFunction) {
+    Property<int> const next{"a/next", [now = 0]() mutable { return ++now; }};
+    EXPECT_EQ(1, next.get());
+    EXPECT_EQ(2, next.get());
+    Property<int> const held{"a/held", [value = std::make_unique<int>(7)] { return *value; }};
+    EXPECT_EQ(7, held.get());
+}
+
+TEST(Declaring, IsSharedByCopies) {
+    Property<int> original{"a/x", 1};
+    Property<int> const moved = std::move(original);
+    EXPECT_EQ("a/x", original.name()); // NOLINT(bugprone-use-after-move): moving copies
+    EXPECT_EQ(1, moved.get());
 }
 
 TEST(Declaring, NamesAreKept) {

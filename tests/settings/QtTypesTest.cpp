@@ -98,7 +98,8 @@ TEST(QtStrings, KeepEveryCharacter) {
 TEST(QtStrings, WithHalfOfASurrogatePairAreRefused) {
     Property<QString> const name{"a/name", "none"};
     for (QString const& value : {QString(QChar(0xD83C)), text("a") + QChar(0xDF0D) + text("b")}) {
-        EXPECT_EQ("a text with half of a surrogate pair cannot be stored", failure([&] { name.set(value); }));
+        EXPECT_EQ("a/name is not set: a text with half of a surrogate pair cannot be stored",
+                  failure([&] { name.set(value); }));
         EXPECT_FALSE(name.isSet());
     }
 }

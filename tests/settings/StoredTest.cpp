@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <limits>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -43,6 +44,31 @@ struct velmorand::Stored<editor::Colour> {
     static std::optional<editor::Colour> load(Type const& values) {
         return values.size() == 3 ? std::optional(editor::Colour{values[0], values[1], values[2]})
                                   : std::nullopt;
+    }
+};
+
+namespace {
+
+using Names = std::map<std::string, std::string>;
+
+} // namespace
+
+template <>
+struct velmorand::Stored<Names> {
+    using Type = std::vector<std::string>;
+    static Type store(Names const& names) {
+        Type texts;
+        for (auto const& [name, value] : names) {
+            texts.push_back(name);
+            texts.push_back(value);
+        }
+        return texts;
+    }
+    static std::optional<Names> load(Type const& texts) {
+        Names names;
+        for (std::size_t i = 0; i + 1 < texts.size(); i += 2)
+            names[texts[i]] = texts[i + 1];
+        return names;
     }
 };
 
@@ -184,6 +210,23 @@ TEST(Stored, DurationsAreReadInOtherUnits) {
     EXPECT_EQ(-250ms, read<std::chrono::milliseconds>("a/x"));
 }
 
+TEST(Stored, DurationsAreExact) {
+    write("a/x", "12345.123456s");
+    EXPECT_EQ(12'345'123'456'000ns, read<std::chrono::nanoseconds>("a/x"));
+    write("a/x", "106751.5d");
+    EXPECT_EQ(106'751 * 24h + 12h, read<std::chrono::nanoseconds>("a/x"));
+    write("a/x", "1.5" + std::string(30, '0') + "s");
+    EXPECT_EQ(1500ms, read<std::chrono::milliseconds>("a/x"));
+    write("a/x", "-9223372036854775808ns");
+    EXPECT_EQ(std::chrono::nanoseconds::min(), read<std::chrono::nanoseconds>("a/x"));
+}
+
+TEST(Stored, DurationsThatAreTooLongForTheTypeAreNotValid) {
+    EXPECT_EQ("PropertyBadType", reading<std::chrono::duration<float>>(std::string(60, '9') + "s"));
+    using Nano = std::chrono::duration<double, std::nano>;
+    EXPECT_EQ("PropertyBadType", reading<Nano>(std::string(300, '9') + "d"));
+}
+
 TEST(Stored, DurationsThatAreNotWholeOrOutOfRangeAreNotValid) {
     EXPECT_EQ("PropertyBadType", reading<std::chrono::seconds>("1500ms"));
     EXPECT_EQ("PropertyBadType", reading<std::chrono::nanoseconds>("106752d"));
@@ -224,6 +267,13 @@ TEST(Stored, TypesOfTheProgramAreConvertedByIt) {
     EXPECT_THAT(read<std::vector<int>>("a/x"), ElementsAre(1, 2, 3));
     EXPECT_EQ(3, read<editor::Colour>("a/x").blue);
     EXPECT_EQ("PropertyBadType", reading<editor::Colour>(std::vector<int>{1, 2}));
+}
+
+TEST(Stored, ContainersOfTheProgramAreConvertedByIt) {
+    Property<Names> const names{"a/names", {{"a", "b"}}};
+    names.set({{"x", "y"}});
+    EXPECT_THAT(read<std::vector<std::string>>("a/names"), ElementsAre("x", "y"));
+    EXPECT_EQ("y", names.get().at("x"));
 }
 
 TEST(Stored, ReadWithAFallbackConvertsToo) {

@@ -9,8 +9,8 @@
 /**
  * The settings that the program has declared: each `Property` that exists, in any module of the process.
  *
- * Locks: a lock of its own for the list; the settings' lock for each property in turn, never both at once. Safe from
- * any thread. The fallbacks of declarations that compute them are called.
+ * Locks: each function takes the settings' lock for one property after the other, and calls the program's checks with it
+ * held. Safe from any thread; destroying a `Property` waits until another thread has finished with it.
  */
 namespace velmorand {
 
@@ -28,18 +28,20 @@ struct DeclaredProperty {
     std::string problem; ///< as `Property::problem`; empty if there is none
 };
 
-/** The declared settings in byte order of their names. One that is declared more than once counts as first declared. */
+/** The declared settings in byte order of their names. One that is declared more than once appears as first declared. */
 [[nodiscard]] VELMORAND_SETTINGS_EXPORT std::vector<DeclaredProperty> declaredProperties();
 
 /**
  * Removes the user's values of all declared settings. All are gone before the listeners, except those of `sender`, are
  * notified.
+ * Errors: what a listener throws; the values are removed, and all names are announced with the next change.
  */
 VELMORAND_SETTINGS_EXPORT void resetDeclaredProperties(void* sender = nullptr);
 
 /**
  * The declared settings as JSON, for the file `share/velmorand/declared/PROGRAM.json` of the program's package, which
- * `velmorand-register` reads; docs/catalogue-format.md describes it. What is set does not matter.
+ * `velmorand-register` reads; docs/catalogue-format.md describes it. It does not depend on current values. A setting
+ * whose name is not UTF-8 is left out, and so is a fallback that cannot be stored.
  */
 [[nodiscard]] VELMORAND_SETTINGS_EXPORT std::string catalogue(std::string const& program);
 

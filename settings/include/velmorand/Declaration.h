@@ -22,10 +22,10 @@ struct Description {
     std::string text;
 };
 
-template <class T>
+template <class Minimum, class Maximum>
 struct Limits {
-    std::optional<T> minimum;
-    std::optional<T> maximum;
+    std::optional<Minimum> minimum;
+    std::optional<Maximum> maximum;
 };
 
 template <class T>
@@ -48,16 +48,16 @@ struct Check {
 
 ///@{
 /** The smallest and the largest value; both are allowed. */
-template <class T>
-[[nodiscard]] detail::Limits<T> range(T minimum, T maximum) {
+template <class Minimum, class Maximum>
+[[nodiscard]] detail::Limits<Minimum, Maximum> range(Minimum minimum, Maximum maximum) {
     return {std::move(minimum), std::move(maximum)};
 }
-template <class T>
-[[nodiscard]] detail::Limits<T> atLeast(T minimum) {
+template <class Minimum>
+[[nodiscard]] detail::Limits<Minimum, Minimum> atLeast(Minimum minimum) {
     return {std::move(minimum), std::nullopt};
 }
-template <class T>
-[[nodiscard]] detail::Limits<T> atMost(T maximum) {
+template <class Maximum>
+[[nodiscard]] detail::Limits<Maximum, Maximum> atMost(Maximum maximum) {
     return {std::nullopt, std::move(maximum)};
 }
 ///@}
@@ -69,9 +69,9 @@ template <class T>
 }
 
 /**
- * A check of the program's own: `allows(value)` returns whether a value is allowed. It may be called on any thread,
- * must not use the settings or throw, and must depend on the value alone: its result is kept for as long as the
- * register does not change. `expected` is for messages: "a directory below /srv".
+ * A check that the program defines: `allows(value)` returns whether a value is allowed. It may be called on any thread,
+ * even with the settings' lock held. It must not use the settings, throw, or destroy the property, and must depend on the value alone, because
+ * its result is kept until the register changes. `expected` is for messages: "a directory below /srv".
  */
 template <class Allows>
 [[nodiscard]] detail::Check<Allows> check(Allows allows, std::string expected = {}) {

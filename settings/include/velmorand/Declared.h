@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdint>
 #include <cstring>
+#include <exception>
 #include <functional>
 #include <limits>
 #include <memory>
@@ -16,7 +17,9 @@
 
 #include <utils/Exception.h>
 
+#include "velmorand/Callable.h"
 #include "velmorand/Catalogue.h"
+#include "velmorand/Conversion.h"
 #include "velmorand/Declaration.h"
 #include "velmorand/Enum.h"
 #include "velmorand/Scope.h"
@@ -44,6 +47,9 @@ public:
 
     [[nodiscard]] std::string const& name() const noexcept { return _name; }
 
+    /** Adds it to the catalogue. */
+    void publish();
+
     /** Fills in what depends on the type. */
     virtual void describe(DeclaredProperty& description) const = 0;
 
@@ -53,18 +59,19 @@ public:
     /** Keeps a value that was read while the register was in a state that `fetch` has named. Locks: as `recall`. */
     void remember(std::uint64_t state, std::uint64_t bits) noexcept;
 
+protected:
+    /** Takes it out of the catalogue, after waiting for other threads that are describing it. */
+    void withdraw() noexcept;
+
 private:
     std::string const _name;
     std::atomic<std::uint64_t> _state{0}; ///< of the register, at which the value was read
     std::atomic<std::uint64_t> _bits{0};
 };
 
-/** Adds a declaration to the catalogue, in which it stays for as long as it lives. */
-VELMORAND_SETTINGS_EXPORT void declare(std::shared_ptr<Declaration> const& declaration);
-
 struct Fetched {
     bool isFound;
-    std::uint64_t state; ///< of the register, for `remember`; 0 if it must not be remembered
+    std::uint64_t state; ///< of the register, for `remember`; 0 if the value must not be remembered
     std::string problem; ///< why there is no value although some scope has the name
 };
 
@@ -84,16 +91,21 @@ VELMORAND_SETTINGS_EXPORT std::string kindName();
 template <class Kind>
 VELMORAND_SETTINGS_EXPORT std::string json(Kind const& value);
 
-// What is wrong with a value, all of them JSON texts.
+// What is wrong with a value. All arguments but `expected` are JSON.
 VELMORAND_SETTINGS_EXPORT std::string notValid(std::string const& value, std::string const& expected);
 VELMORAND_SETTINGS_EXPORT std::string notWithin(std::string const& value, std::string const& minimum,
                                                 std::string const& maximum);
 VELMORAND_SETTINGS_EXPORT std::string notAmong(std::string const& value,
                                                std::vector<std::string> const& choices);
 
+/** A value as JSON; empty if it cannot be stored. */
 template <class T>
 std::string storedJson(T const& value) {
-    return json<StoredType<T>>(Stored<T>::store(value));
+    try {
+        return json<StoredType<T>>(Stored<T>::store(value));
+    } catch (std::exception const&) {
+        return {};
+    }
 }
 
 /** What limits and choices apply to: the elements of a list, otherwise the value. */
@@ -103,7 +115,9 @@ struct ElementOf {
     using Type = T;
 };
 template <class T>
-struct ElementOf<T, std::enable_if_t<isListKind<StoredType<T>>, std::void_t<typename T::value_type>>> {
+struct ElementOf<
+    T, std::enable_if_t<std::is_same_v<typename Stored<T>::Type,
+                                       std::vector<typename Stored<typename T::value_type>::Type>>>> {
     static constexpr bool isList = true;
     using Type = typename T::value_type;
 };
@@ -136,7 +150,7 @@ inline constexpr bool hasNames = false;
 template <class T>
 inline constexpr bool hasNames<T, std::void_t<decltype(Stored<T>::names())>> = true;
 
-/** Whether the type has limits that its kind does not have. */
+/** Whether the type is a whole number with other limits than its kind. */
 template <class T>
 inline constexpr bool isLimited = isNumeric<T>&& std::is_integral_v<T> && !std::is_same_v<T, int>;
 
@@ -150,14 +164,30 @@ public:
     static constexpr bool isKept = std::is_trivially_copyable_v<T> && std::is_default_constructible_v<T> &&
                                    sizeof(T) <= sizeof(std::uint64_t);
 
-    /** With either a fallback or a function that computes it. */
-    template <class... Details>
-    Declared(std::string name, std::optional<T> fallback, std::function<T()> computed, Details&&... details)
-        : Declaration(std::move(name)), _fallback(std::move(fallback)), _computed(std::move(computed)) {
+    template <class Fallback>
+    struct Constant {
+        Fallback const& value;
+    };
+
+    /** With a fallback of an accepted type. */
+    template <class Fallback, class... Details>
+    Declared(std::string name, Constant<Fallback> fallback, Details&... details)
+        : Declaration(std::move(name)), _fallback(declared<T>(fallback.value)) {
         (add(std::move(details)), ...);
     }
 
-    [[nodiscard]] T fallback() const { return _fallback ? *_fallback : _computed(); }
+    /** With a function that computes the fallback. */
+    template <class... Details>
+    Declared(std::string name, std::function<T()> compute, Details&... details)
+        : Declaration(std::move(name)), _compute(std::move(compute)) {
+        (add(std::move(details)), ...);
+    }
+
+    Declared(Declared const&) = delete;
+    Declared& operator=(Declared const&) = delete;
+    ~Declared() override { withdraw(); }
+
+    [[nodiscard]] T fallback() const { return _fallback ? *_fallback : _compute(); }
 
     [[nodiscard]] T get() {
         if constexpr (isKept) {
@@ -171,24 +201,23 @@ public:
     }
 
     void set(T const& value, void* sender) const {
-        require(objection(value));
-        storeChanged<Kind>(name(), Stored<T>::store(value), sender);
+        if (Fault const fault = faultOf(value); fault.element)
+            refuse(textOf(fault, storedJson(*fault.element)));
+        storeChanged<Kind>(name(), stored(value), sender);
     }
 
     /** For an accepted value of another type. */
     template <class From>
     void setFrom(From const& from, void* sender) const {
-        std::optional<T> const value = accepted<T>(from);
-        if constexpr (isNumeric<From>)
-            if (!value)
-                require(notWithin(std::to_string(from), storedJson(std::numeric_limits<T>::lowest()),
-                                  storedJson(std::numeric_limits<T>::max())));
+        std::optional<T> const value = ConversionOf<T, From>::convert(from);
+        if (!value)
+            refuse(textOfMissing(from));
         set(*value, sender);
     }
 
     [[nodiscard]] std::string problem() const {
-        std::string const text = load().problem;
-        return text.empty() ? text : name() + ": " + text;
+        Loaded const loaded = load(true);
+        return loaded.problem.empty() ? std::string() : name() + ": " + loaded.problem;
     }
 
     void describe(DeclaredProperty& description) const override {
@@ -218,48 +247,77 @@ private:
         std::string problem;
     };
 
-    template <class From>
-    Element element(From const& from) const {
-        static_assert(isAccepted<Element, std::decay_t<From>>(),
+    enum class Reason { limits, choices, rule };
+
+    /** Why the declaration does not allow a value. */
+    struct Fault {
+        std::optional<Element> element{}; ///< the value, or the element of a list; none if it is allowed
+        Reason reason{};
+        Rule const* rule = nullptr;
+    };
+
+    /** A fallback, limit or choice. */
+    template <class To, class From>
+    To declared(From const& from) const {
+        static_assert(isAllowedInDeclaration<To, From>,
                       "limits and choices have the type of the setting, or of its elements");
-        std::optional<Element> value = accepted<Element>(from);
+        std::optional<To> value = ConversionOf<To, From>::convert(from);
         if (!value)
-            throw utils::Exception(name() +
-                                   " is declared with a limit or choice that its type does not have");
+            throw utils::Exception(name() + " is declared with a value that its type does not have");
         return *std::move(value);
+    }
+
+    template <class Detail>
+    void add(Detail&& /*detail*/) {
+        static_assert(!std::is_same_v<Detail, Detail>,
+                      "after the fallback of a property come description(...), range(...), "
+                      "atLeast(...), atMost(...), choices({...}) and check(...)");
     }
 
     void add(Description&& description) { _description = std::move(description.text); }
 
-    template <class Limit>
-    void add(Limits<Limit>&& limits) {
+    template <class Minimum, class Maximum>
+    void add(Limits<Minimum, Maximum>&& limits) {
         static_assert(hasOrder<Element>, "a type with limits needs an operator<");
         if (limits.minimum)
-            _minimum = element(*limits.minimum);
+            _minimum = declared<Element>(*limits.minimum);
         if (limits.maximum)
-            _maximum = element(*limits.maximum);
+            _maximum = declared<Element>(*limits.maximum);
+        if (_minimum && _maximum && !isOrdered(*_minimum, *_maximum))
+            throw utils::Exception(name() + " is declared with a minimum that is greater than its maximum");
     }
 
     template <class Choice>
     void add(Choices<Choice>&& choices) {
         static_assert(hasEquality<Element>, "a type with choices needs an operator==");
         for (Choice const& choice : choices.values)
-            _choices.push_back(element(choice));
+            _choices.push_back(declared<Element>(choice));
     }
 
     template <class Allows>
     void add(Check<Allows>&& check) {
-        _rules.push_back({std::move(check.allows), std::move(check.expected)});
+        static_assert(std::is_invocable_r_v<bool, Allows&, Element const&>,
+                      "a check takes a value of the setting, or one of its elements, and returns whether it "
+                      "is allowed");
+        _rules.push_back(
+            {asFunction<bool(Element const&)>(std::move(check.allows)), std::move(check.expected)});
     }
 
-    void require(std::string const& objection) const {
-        if (!objection.empty())
-            throw utils::Exception(name() + " is not set: " + objection);
+    [[noreturn]] void refuse(std::string const& text) const {
+        throw utils::Exception(name() + " is not set: " + text);
+    }
+
+    [[nodiscard]] Kind stored(T const& value) const {
+        try {
+            return Stored<T>::store(value);
+        } catch (utils::Exception const& thrown) {
+            refuse(thrown.what());
+        }
     }
 
     /** Apart from `get`, which is short, and needs few registers, as long as this is not inlined into it. */
     [[nodiscard, gnu::noinline]] T read() {
-        Loaded loaded = load();
+        Loaded loaded = load(false);
         // What the program computes may differ the next time.
         bool const isLasting = loaded.value || _fallback;
         T value = loaded.value ? *std::move(loaded.value) : fallback();
@@ -273,21 +331,34 @@ private:
         return value;
     }
 
-    [[nodiscard]] Loaded load() const {
+    /** Says what is wrong only if it is to explain. */
+    [[nodiscard]] Loaded load(bool explains) const {
         Kind kept{};
         Fetched fetched = fetch<Kind>(name(), kept);
         Loaded loaded{std::nullopt, fetched.state, std::move(fetched.problem)};
         if (!fetched.isFound)
             return loaded;
-        loaded.value = Stored<T>::load(kept);
-        loaded.problem = loaded.value ? objection(*loaded.value) : objectionToStored(kept);
-        if (!loaded.problem.empty())
+        try {
+            loaded.value = Stored<T>::load(kept);
+        } catch (std::exception const&) {
             loaded.value.reset();
+        }
+        Fault const fault = loaded.value ? faultOf(*loaded.value) : Fault();
+        if (loaded.value && !fault.element)
+            return loaded;
+        if (explains && !loaded.value)
+            loaded.problem = textOfInvalid(kept);
+        else if (explains)
+            loaded.problem =
+                textOf(fault, ElementOf<T>::isList ? storedJson(*fault.element) : json<Kind>(kept));
+        loaded.value.reset();
         return loaded;
     }
 
-    [[nodiscard]] std::string objectionToStored(Kind const& kept) const {
-        if constexpr (hasNames<Element>)
+    [[nodiscard]] std::string textOfInvalid(Kind const& kept) const {
+        if constexpr (hasExpected<T>)
+            return notValid(json<Kind>(kept), Stored<T>::expected());
+        else if constexpr (hasNames<Element>)
             return notAmong(json<Kind>(kept), choicesJson());
         else if constexpr (hasExpected<Element>)
             return notValid(json<Kind>(kept), Stored<Element>::expected());
@@ -295,28 +366,51 @@ private:
             return notWithin(json<Kind>(kept), minimumJson(), maximumJson());
     }
 
-    /** Why the declaration does not allow a value; empty if it does. */
-    [[nodiscard]] std::string objection(T const& value) const {
+    /** For a value of another type that this one does not have. */
+    template <class From>
+    [[nodiscard]] std::string textOfMissing(From const& from) const {
+        if constexpr (isNumeric<From> && isLimited<T>)
+            return notWithin(std::to_string(from), storedJson(std::numeric_limits<T>::lowest()),
+                             storedJson(std::numeric_limits<T>::max()));
+        else if constexpr (isNumeric<From>)
+            return notValid(std::to_string(from), "a number that the type has");
+        else
+            return "the type does not have the value";
+    }
+
+    [[nodiscard]] std::string textOf(Fault const& fault, std::string const& value) const {
+        switch (fault.reason) {
+        case Reason::limits:
+            return notWithin(value, minimumJson(), maximumJson());
+        case Reason::choices:
+            return notAmong(value, choicesJson());
+        case Reason::rule:
+            break;
+        }
+        return notValid(value, fault.rule->expected);
+    }
+
+    [[nodiscard]] Fault faultOf(T const& value) const {
         if constexpr (ElementOf<T>::isList) {
-            for (Element const& element : value)
-                if (std::string text = objectionToElement(element); !text.empty())
-                    return text;
+            for (auto const& element : value)
+                if (Fault fault = faultOfElement(element); fault.element)
+                    return fault;
             return {};
         } else {
-            return objectionToElement(value);
+            return faultOfElement(value);
         }
     }
 
-    [[nodiscard]] std::string objectionToElement(Element const& value) const {
+    [[nodiscard]] Fault faultOfElement(Element const& value) const {
         if constexpr (hasOrder<Element>)
             if ((_minimum && !isOrdered(*_minimum, value)) || (_maximum && !isOrdered(value, *_maximum)))
-                return notWithin(storedJson(value), minimumJson(), maximumJson());
+                return {value, Reason::limits, nullptr};
         if constexpr (hasEquality<Element>)
             if (!_choices.empty() && std::find(_choices.begin(), _choices.end(), value) == _choices.end())
-                return notAmong(storedJson(value), choicesJson());
+                return {value, Reason::choices, nullptr};
         for (Rule const& rule : _rules)
             if (!rule.allows(value))
-                return notValid(storedJson(value), rule.expected);
+                return {value, Reason::rule, &rule};
         return {};
     }
 
@@ -356,7 +450,7 @@ private:
     }
 
     std::optional<T> const _fallback;
-    std::function<T()> const _computed; ///< if there is no `_fallback`
+    std::function<T()> const _compute; ///< if there is no `_fallback`
     std::string _description;
     std::optional<Element> _minimum;
     std::optional<Element> _maximum;

@@ -50,14 +50,8 @@ struct BuiltIn<std::chrono::duration<Rep, Period>> {
             else
                 return duration(text, unit);
         }();
-        if (!count)
-            return std::nullopt;
-        if constexpr (isWhole) {
-            auto const rep = exactly<Rep>(*count);
-            return rep ? std::optional(Duration(*rep)) : std::nullopt;
-        } else {
-            return Duration(static_cast<Rep>(*count));
-        }
+        auto const rep = count ? fromCount(*count) : std::nullopt;
+        return rep ? std::optional(Duration(*rep)) : std::nullopt;
     }
     static constexpr char const* format = "duration";
     static std::string expected() { return "a length of time such as 1500ms, 2s or 10min"; }
@@ -65,6 +59,38 @@ struct BuiltIn<std::chrono::duration<Rep, Period>> {
 private:
     using Count = std::conditional_t<isWhole, std::int64_t, double>;
     static constexpr TimeUnit unit{Period::num, Period::den};
+
+    static std::optional<Rep> fromCount(Count count) {
+        if constexpr (isWhole)
+            return exactly<Rep>(count);
+        else
+            return nearest<Rep>(count);
+    }
+};
+
+/** A duration as one in the same or a smaller unit, if it counts no further there than it can. */
+template <class Rep, class Period, class OtherRep, class OtherPeriod>
+struct Conversion<std::chrono::duration<Rep, Period>, std::chrono::duration<OtherRep, OtherPeriod>,
+                  std::enable_if_t<!std::is_same_v<std::chrono::duration<Rep, Period>,
+                                                   std::chrono::duration<OtherRep, OtherPeriod>>>> {
+    using To = std::chrono::duration<Rep, Period>;
+    using From = std::chrono::duration<OtherRep, OtherPeriod>;
+    using Factor = std::ratio_divide<OtherPeriod, Period>;
+    static constexpr bool isAllowed = std::is_convertible_v<From, To>;
+    static constexpr bool isAllowedInDeclaration = isAllowed;
+
+    static std::optional<To> convert(From const& from) {
+        if constexpr (std::is_integral_v<Rep>) {
+            auto const count = exactly<std::int64_t>(from.count());
+            std::int64_t product = 0;
+            if (!count || __builtin_mul_overflow(*count, std::int64_t{Factor::num}, &product))
+                return std::nullopt;
+            auto const rep = exactly<Rep>(product);
+            return rep ? std::optional(To(*rep)) : std::nullopt;
+        } else {
+            return To(from);
+        }
+    }
 };
 
 } // namespace velmorand::detail

@@ -8,6 +8,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "velmorand/Callable.h"
 #include "velmorand/Export.h"
 
 /**
@@ -29,22 +30,6 @@
  * a lock while using the settings, or while creating or destroying a listener.
  */
 namespace velmorand {
-
-namespace detail {
-
-/** A callable as a `std::function`, even if it can only be moved. */
-template <class Signature, class Call>
-std::function<Signature> asFunction(Call&& call) {
-    using Callable = std::decay_t<Call>;
-    if constexpr (std::is_copy_constructible_v<Callable>)
-        return std::function<Signature>(std::forward<Call>(call));
-    else
-        return [callable = std::make_shared<Callable>(std::forward<Call>(call))](auto const&... arguments) {
-            (*callable)(arguments...);
-        };
-}
-
-} // namespace detail
 
 /**
  * Calls a function whenever a property changes, for as long as this object lives.

@@ -99,6 +99,10 @@ template <class T>
     }
 }
 
+/** Deleted: a fallback whose conversion to `T` could lose something or change its meaning. */
+template <class T, class Other, std::enable_if_t<!detail::isAllowed<T, Other>, int> = 0>
+T read(std::string const& name, Other const& fallback) = delete;
+
 /**
  * Writes a value, in the user scope unless another is given, and notifies the listeners except those of
  * `sender`. Nothing is saved yet.
@@ -118,6 +122,11 @@ void write(std::string const& name, T const& value, RegisterScope scope = SCOPE_
         detail::store<Kind>(name, Value(value), scope, sender);
 }
 
+/** Deleted: a value whose conversion to `T` could lose something or change its meaning. */
+template <class T, class Other, std::enable_if_t<!detail::isAllowed<T, Other>, int> = 0>
+void write(std::string const& name, Other const& value, RegisterScope scope = SCOPE_USER,
+           void* sender = nullptr) = delete;
+
 /**
  * A setting of the program, declared once: its name, its type, its fallback, and what else is known of it.
  *
@@ -134,39 +143,60 @@ template <class T>
 class Property {
     using Declared = detail::Declared<T>;
 
+    template <class Fallback>
+    using Constant = typename Declared::template Constant<Fallback>;
+
     template <class Call>
-    static constexpr bool isFallbackCall =
-        std::is_invocable_r_v<T, Call const&> && !detail::isAccepted<T, std::decay_t<Call>>();
+    static constexpr bool isCall = std::is_invocable_r_v<T, Call&>;
+
+    template <class Fallback>
+    static constexpr bool isConstant = detail::isAllowedInDeclaration<T, Fallback> && !isCall<Fallback>;
 
 public:
-    /** Errors: `utils::Exception` for a limit or choice that the type does not have. */
+    using Value = T;
+
+    /** With the fallback `T()`. */
+    explicit Property(std::string name) : Property(std::move(name), T()) {}
+
+    ///@{
+    /**
+     * With a fallback and details, see velmorand/Declaration.h.
+     * Errors: `utils::Exception` for a fallback, limit or choice that the type does not have, and for a minimum that is
+     * greater than the maximum.
+     */
     template <class... Details>
-    explicit Property(std::string name, T fallback = T(), Details... details)
-        : Property(std::make_shared<Declared>(std::move(name), std::move(fallback), nullptr,
-                                              std::move(details)...)) {}
+    Property(std::string name, T const& fallback, Details... details)
+        : Property(std::make_shared<Declared>(std::move(name), Constant<T>{fallback}, details...)) {}
+    template <class Fallback, class... Details,
+              std::enable_if_t<isConstant<Fallback> && !std::is_same_v<T, Fallback>, int> = 0>
+    Property(std::string name, Fallback const& fallback, Details... details)
+        : Property(std::make_shared<Declared>(std::move(name), Constant<Fallback>{fallback}, details...)) {}
+    ///@}
 
     /**
-     * With a fallback that `compute()` returns, called whenever it is needed, on the thread that needs it and with no
-     * lock held.
+     * With a fallback that `compute()` returns. It is called whenever the fallback is needed, on the thread that needs
+     * it, and never by the library while it holds a lock.
      */
-    template <class Call, class... Details, std::enable_if_t<isFallbackCall<Call>, int> = 0>
+    template <class Call, class... Details, std::enable_if_t<isCall<Call>, int> = 0>
     Property(std::string name, Call compute, Details... details)
-        : Property(std::make_shared<Declared>(std::move(name), std::nullopt, std::move(compute),
-                                              std::move(details)...)) {}
+        : Property(std::make_shared<Declared>(std::move(name), detail::asFunction<T()>(std::move(compute)),
+                                              details...)) {}
 
-    /** Any other type than `T` that would lose something or change its meaning: `12.5` for an `int`. */
-    template <class Other, class... Details,
-              std::enable_if_t<!detail::isAccepted<T, std::decay_t<Other>>() && !isFallbackCall<Other> &&
-                                   !(std::is_floating_point_v<T> && std::is_floating_point_v<Other>),
-                               int> = 0>
-    Property(std::string name, Other fallback, Details... details) = delete;
+    /** Deleted: a fallback whose conversion to `T` could lose something or change its meaning, `12.5` for an `int`. */
+    template <class Other, class... Details, std::enable_if_t<!isConstant<Other> && !isCall<Other>, int> = 0>
+    Property(std::string name, Other const& fallback, Details... details) = delete;
+
+    // A property is never without its declaration: what is moved is copied.
+    Property(Property const&) noexcept = default;
+    Property& operator=(Property const&) noexcept = default;
+    ~Property() = default;
 
     [[nodiscard]] std::string const& name() const noexcept { return _declared->name(); }
     [[nodiscard]] T fallback() const { return _declared->fallback(); }
 
     /**
-     * The value from the first scope that has one, otherwise the fallback; also the fallback if that scope's value is
-     * of another kind, is not valid for the type, or is not allowed by the declaration. Nothing that the register
+     * The value from the first scope that has one, or the fallback: if no scope has one, and if that scope's value is of
+     * another kind, is not valid for the type, or is not allowed by the declaration. Nothing that the register
      * contains makes it throw; an exception of a function that computes the fallback reaches the caller.
      * Locks: the settings' lock. For a type of at most 8 bytes that can be copied bytewise, such as `int`, `double`,
      * `bool` and enums: none if the register has not changed since the value was last read.
@@ -175,7 +205,7 @@ public:
 
     /**
      * Why `get` returns the fallback although some scope has the name, such as
-     * `editor/size: 80 is not allowed (6 to 72)`; empty if there is no problem.
+     * `editor/size: 80 is not allowed: expected 6 to 72`; empty if there is no problem.
      */
     [[nodiscard]] std::string problem() const { return _declared->problem(); }
 
@@ -186,12 +216,12 @@ public:
      */
     void set(T const& value, void* sender = nullptr) const { _declared->set(value, sender); }
 
-    /** The same for another type of value, if nothing can be lost; an `int` that `T` does not have is refused. */
-    template <class Other, std::enable_if_t<detail::isAccepted<T, std::decay_t<Other>>(), int> = 0>
+    /** The same for a value of another type that can lose nothing. An `int` is refused if `T` does not have it. */
+    template <class Other, std::enable_if_t<detail::isAllowed<T, Other>, int> = 0>
     void set(Other const& value, void* sender = nullptr) const {
         _declared->setFrom(value, sender);
     }
-    template <class Other, std::enable_if_t<!detail::isAccepted<T, std::decay_t<Other>>(), int> = 0>
+    template <class Other, std::enable_if_t<!detail::isAllowed<T, Other>, int> = 0>
     void set(Other const& value, void* sender = nullptr) const = delete;
 
     /** Whether the user scope has a value of any type; a group does not count. */
@@ -205,7 +235,7 @@ public:
 
 private:
     explicit Property(std::shared_ptr<Declared> declared) : _declared(std::move(declared)) {
-        detail::declare(_declared);
+        _declared->publish();
     }
 
     std::shared_ptr<Declared> _declared;

@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <limits>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+// Which values of other types a setting accepts: those that lose nothing. Programs do not use it directly.
+namespace velmorand::detail {
+
+template <class T>
+inline constexpr bool isCharacter = std::is_same_v<T, char> || std::is_same_v<T, wchar_t> ||
+                                    std::is_same_v<T, char16_t> || std::is_same_v<T, char32_t>;
+#ifdef __cpp_char8_t
+template <>
+inline constexpr bool isCharacter<char8_t> = true;
+#endif
+
+template <class T>
+inline constexpr bool isNumeric =
+    std::is_arithmetic_v<T> && !std::is_same_v<T, bool> && !isCharacter<T> && !std::is_same_v<T, long double>;
+
+/** Whether every value of the numeric type `From` is a value of the numeric type `To`. */
+template <class To, class From>
+constexpr bool holdsEvery() {
+    constexpr bool fits = std::numeric_limits<From>::digits <= std::numeric_limits<To>::digits;
+    if constexpr (std::is_floating_point_v<To>)
+        return fits;
+    else
+        return fits && std::is_integral_v<From> && (std::is_signed_v<To> || std::is_unsigned_v<From>);
+}
+
+/** Whether a floating value, cut off to a whole number, is in the range of an integral type. */
+template <class Whole, class Floating>
+constexpr bool isInRange(Floating value) {
+    // The greatest value may not be a `Floating`, but the power of two above it is.
+    constexpr auto above = static_cast<Floating>(std::numeric_limits<Whole>::max() / 2 + 1) * 2;
+    return value >= static_cast<Floating>(std::numeric_limits<Whole>::lowest()) && value < above;
+}
+
+/** A number as another type, if that type has its value. */
+template <class To, class From>
+std::optional<To> exactly(From from) {
+    if constexpr (holdsEvery<To, From>()) {
+        return static_cast<To>(from);
+    } else if constexpr (std::is_floating_point_v<From>) {
+        if (!isInRange<To>(from))
+            return std::nullopt;
+        auto const to = static_cast<To>(from);
+        return static_cast<From>(to) == from ? std::optional(to) : std::nullopt;
+    } else if constexpr (std::is_floating_point_v<To>) {
+        auto const to = static_cast<To>(from);
+        return isInRange<From>(to) && static_cast<From>(to) == from ? std::optional(to) : std::nullopt;
+    } else {
+        auto const to = static_cast<To>(from);
+        bool const keepsSign = (from < From()) == (to < To());
+        return static_cast<From>(to) == from && keepsSign ? std::optional(to) : std::nullopt;
+    }
+}
+
+/** The nearest value of a floating type; nothing for a finite number beyond its greatest. */
+template <class To>
+std::optional<To> nearest(double from) {
+    constexpr double most = std::numeric_limits<To>::max();
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    bool const isTooGreat = (from > most && from != infinity) || (from < -most && from != -infinity);
+    return isTooGreat ? std::nullopt : std::optional(static_cast<To>(from));
+}
+
+/**
+ * Converts values of type `From` that are given for a setting of type `To`.
+ *
+ * `isAllowed`: for `Property::set`. `isAllowedInDeclaration`: for fallbacks, limits and choices, which are constants as a
+ * rule. `convert` returns nothing for a value that `To` does not have.
+ */
+template <class To, class From, class Enable = void>
+struct Conversion {
+    static constexpr bool isAllowed =
+        !std::is_arithmetic_v<To> && !std::is_null_pointer_v<From> && std::is_convertible_v<From const&, To>;
+    static constexpr bool isAllowedInDeclaration = isAllowed;
+    static std::optional<To> convert(From const& from) { return std::optional<To>(std::in_place, from); }
+};
+
+template <class T>
+struct Conversion<T, T> {
+    static constexpr bool isAllowed = true;
+    static constexpr bool isAllowedInDeclaration = true;
+    static std::optional<T> convert(T const& value) { return value; }
+};
+
+/**
+ * An `int` for every numeric type, so that literals need no suffix; a whole number for a type of at least its size,
+ * whose range is checked; a floating one only for a floating type that holds it, but in a declaration for each.
+ */
+template <class To, class From>
+struct Conversion<To, From, std::enable_if_t<isNumeric<To> && isNumeric<From> && !std::is_same_v<To, From>>> {
+    static constexpr bool isAllowed = std::is_integral_v<From>
+                                          ? std::is_same_v<From, int> || sizeof(From) <= sizeof(To)
+                                          : std::is_floating_point_v<To> && holdsEvery<To, From>();
+    static constexpr bool isAllowedInDeclaration =
+        isAllowed || (std::is_floating_point_v<To> && std::is_floating_point_v<From>);
+    static std::optional<To> convert(From from) {
+        if constexpr (std::is_floating_point_v<To> && std::is_floating_point_v<From>)
+            return nearest<To>(from);
+        else
+            return exactly<To>(from);
+    }
+};
+
+template <>
+struct Conversion<bool, std::vector<bool>::reference> {
+    static constexpr bool isAllowed = true;
+    static constexpr bool isAllowedInDeclaration = true;
+    static std::optional<bool> convert(std::vector<bool>::reference const& value) { return value; }
+};
+
+template <>
+struct Conversion<std::string, std::string_view> {
+    static constexpr bool isAllowed = true;
+    static constexpr bool isAllowedInDeclaration = true;
+    static std::optional<std::string> convert(std::string_view text) { return std::string(text); }
+};
+
+/** The conversion of an argument `From const&`. */
+template <class To, class From>
+using ConversionOf = Conversion<To, std::decay_t<From const&>>;
+
+template <class To, class From>
+inline constexpr bool isAllowed = ConversionOf<To, From>::isAllowed;
+
+template <class To, class From>
+inline constexpr bool isAllowedInDeclaration = ConversionOf<To, From>::isAllowedInDeclaration;
+
+/** What a value is written as: any kind of text as a string, anything else as it is. */
+template <class T>
+using Written =
+    std::conditional_t<std::is_same_v<std::decay_t<T>, char const*> ||
+                           std::is_same_v<std::decay_t<T>, char*> || std::is_same_v<T, std::string_view>,
+                       std::string, T>;
+
+} // namespace velmorand::detail
