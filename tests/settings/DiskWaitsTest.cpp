@@ -3,9 +3,12 @@
 // A program with an fsync of its own, to see what threads hold while they wait for the disk.
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
+#include <thread>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -15,6 +18,7 @@
 #include <velmorand/Save.h>
 
 #include "support/RegisterProbe.h"
+#include "support/StillThreads.h"
 #include "support/TemporaryDirectory.h"
 
 using namespace velmorand;
@@ -22,6 +26,8 @@ using namespace velmorand;
 namespace {
 
 std::atomic<int> flushes{0};
+std::atomic<bool> areDirectoriesBroken{false};
+std::atomic<int> failures{0};
 std::atomic<int> flushesUnderTheLock{0};
 
 } // namespace
@@ -30,6 +36,12 @@ extern "C" int fsync(int file) {
     ++flushes;
     if (!support::lockIsFree())
         ++flushesUnderTheLock;
+    struct stat status = {};
+    if (areDirectoriesBroken && ::fstat(file, &status) == 0 && S_ISDIR(status.st_mode)) {
+        ++failures;
+        errno = EIO;
+        return -1;
+    }
     return static_cast<int>(::syscall(SYS_fsync, file));
 }
 
@@ -56,4 +68,46 @@ TEST(WaitingForTheDisk, IsDoneWithoutTheLockByLiveSettings) {
     ASSERT_TRUE(live.sync().saved);
     EXPECT_LT(0, flushes);
     EXPECT_EQ(0, flushesUnderTheLock);
+}
+
+TEST(SavingAgain, KeepsAChangeBackToWhatAFailedSaveHasReplaced) {
+    support::TemporaryDirectory const directory;
+    LiveOptions options;
+    options.userDirectory = directory.string();
+    options.globalDirectory = directory.string() + "/global";
+    options.delay = std::chrono::hours(1);
+    options.onEvent = [](LiveEvent const&) {};
+    LiveSettings live(options);
+    write("a/x", 1);
+    ASSERT_TRUE(live.sync().saved);
+    areDirectoriesBroken = true;
+    write("a/x", 2);
+    ASSERT_FALSE(live.sync().saved);
+    EXPECT_FALSE(live.isSaved());
+    areDirectoriesBroken = false;
+    write("a/x", 1);
+    EXPECT_TRUE(live.sync().saved);
+    EXPECT_TRUE(live.isSaved());
+    EXPECT_EQ(1, read<int>("a/x"));
+}
+
+// The file is replaced all the same, which the program's own watch notices.
+TEST(SavingAgain, WaitsForItsTimeIfTheFileWasReplacedByASaveThatFailed) {
+    using Clock = std::chrono::steady_clock;
+    support::TemporaryDirectory const directory;
+    LiveOptions options;
+    options.userDirectory = directory.string();
+    options.globalDirectory = directory.string() + "/global";
+    options.delay = std::chrono::milliseconds(1);
+    options.onEvent = [](LiveEvent const&) {};
+    LiveSettings const live(options);
+    support::waitUntilAnotherThreadIsStill(); // the watch has begun
+    areDirectoriesBroken = true;
+    auto const begin = Clock::now();
+    write("a/x", 1);
+    while (failures < 3)
+        std::this_thread::yield();
+    EXPECT_LE(std::chrono::milliseconds(1500), Clock::now() - begin); // after 500 ms, and 1000 more
+    EXPECT_FALSE(live.isSaved());
+    areDirectoriesBroken = false;
 }

@@ -580,6 +580,21 @@ TEST_F(LiveByThemselves, SaveAChange) {
     EXPECT_EQ(1, stored("a/x"));
 }
 
+// The save is due from the first change, so that further ones do not put it off.
+TEST_F(LiveByThemselves, SaveWhileChangesGoOnAndOn) {
+    options.delay = std::chrono::milliseconds(50);
+    LiveSettings const live(options);
+    for (int i = 0; !fs::exists(file()); ++i)
+        write("a/x", i);
+}
+
+TEST_F(LiveByThemselves, KeepStillWhileNothingChanges) {
+    LiveSettings const live(options);
+    write("a/x", 1);
+    waitUntil([&] { return live.isSaved(); });
+    support::waitUntilAnotherThreadIsStill();
+}
+
 TEST_F(LiveByThemselves, HearWhatAnotherProcessSaves) {
     LiveSettings const live(options);
     Heard heard{"a"};

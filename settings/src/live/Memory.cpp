@@ -141,6 +141,8 @@ bool Memory::isSaved() const {
     AbandonableLock const lock(nullptr);
     if (!lock.isHeld() || _log == nullptr)
         return true;
+    if (!_isDurable)
+        return false;
     // Another thread may be about to find out that what it has collected is in the file already.
     auto const paths = united(_collected, _pending);
     return _log->isEmpty() && std::all_of(paths.begin(), paths.end(), [this](std::string const& path) {
@@ -167,6 +169,7 @@ void Memory::bringInLocked(void* sender) {
 
 void Memory::bringInUser(Merged& merged, std::vector<std::string>& names) {
     addPending(_log->take());
+    _isDurable = merged.isDurable;
     if (merged.isSaved && merged.number == _collections)
         _collected.clear();
     // What may have changed here meanwhile waits for the next merge, which finds out whether it has.
