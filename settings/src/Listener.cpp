@@ -1,9 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "velmorand/Listener.h"
 
+#include <iostream>
+
 #include "Access.h"
+#include "Unwritten.h"
 
 namespace velmorand {
+
+bool Unwritten::_isNow = false; // guarded by the settings' lock
+
+void Unwritten::report(std::string const& name, std::string const& thrown) {
+    std::cerr << "settings: a listener has thrown for a change of " + name +
+                     " by another program: " + thrown + '\n';
+}
 
 /**
  * What the register knows of a listener. The register calls it through a plain pointer, so while a call is running
@@ -20,7 +30,7 @@ public:
 
     void propertyChanged(std::string const& name) override {
         auto const self = shared_from_this(); // the call may destroy the listener
-        _call(name);
+        Unwritten::call(name, [&] { _call(name); });
     }
 
     void enter() {

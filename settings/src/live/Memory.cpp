@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <map>
 #include <set>
 #include <string_view>
 #include <utility>
@@ -10,6 +11,8 @@
 #include <QString>
 
 #include <filesystem/Direct.h>
+
+#include "../Unwritten.h"
 
 namespace velmorand::live {
 
@@ -78,6 +81,34 @@ struct Pending : _Register {
         return theRegister.*(&Pending::_changedProperties);
     }
 };
+
+/** A register whose listeners can be seen. */
+struct Listeners : _Register {
+    static std::multimap<std::string, Callback*> const& of(_Register const& theRegister) {
+        return theRegister.*(&Listeners::_callbacks);
+    }
+};
+
+/** Whether a listener is still one of a key's: another one may have removed it. */
+bool listens(_Register const& theRegister, std::string const& key, _Register::Callback* listener) {
+    auto const [first, last] = Listeners::of(theRegister).equal_range(key);
+    return std::any_of(first, last, [=](auto const& entry) { return entry.second == listener; });
+}
+
+/** Notifies the listeners of a name, whatever some of them throw: those that have been notified, once more. */
+void notifyEach(_Register const& theRegister, void* sender, std::string const& name) {
+    for (std::string key = name; !key.empty();) {
+        std::vector<_Register::Callback*> listeners;
+        auto const [first, last] = Listeners::of(theRegister).equal_range(key);
+        std::transform(first, last, std::back_inserter(listeners),
+                       [](auto const& entry) { return entry.second; });
+        for (_Register::Callback* const listener : listeners)
+            if (listens(theRegister, key, listener) && listener->owner() != sender)
+                Unwritten::call(name, [&] { listener->propertyChanged(name); });
+        std::size_t const slash = key.rfind('/');
+        key.resize(slash == std::string::npos ? 0 : slash);
+    }
+}
 
 /** A log whose register has been destroyed, so that it can leave none. Kept here, it does not count as lost. */
 [[maybe_unused]] ChangeLog* leftBehind = nullptr;
@@ -256,13 +287,15 @@ void Memory::makeRoom(std::string_view scope, std::string const& path) {
             return;
 }
 
-/** Announces names, each once. What a listener throws must not keep the others from hearing. */
+/** Announces names, each once. */
 void Memory::announce(void* sender, std::vector<std::string> const& names) {
+    Unwritten const unwritten;
     for (std::string const& name : std::set<std::string>(names.begin(), names.end())) {
         try {
             _register.markAsChanged(sender, name);
-        } catch (...) {
+        } catch (...) { // a `_Register::Callback`, since a `Listener` lets nothing out
             Pending::names(_register).erase(name);
+            notifyEach(_register, sender, name);
         }
     }
 }
