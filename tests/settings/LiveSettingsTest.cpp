@@ -698,7 +698,7 @@ TEST_F(LiveByThemselves, KeepStillWhileNothingChanges) {
     LiveSettings const live(options);
     write("a/x", 1);
     waitUntil([&] { return live.isSaved(); });
-    support::waitUntilOthersAreStill();
+    support::waitUntilAnotherThreadIsStill();
 }
 
 TEST_F(LiveByThemselves, HearWhatAnotherProcessSaves) {
