@@ -1,10 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "velmorand/Listener.h"
 
+#include <cstdio>
+
 #include "Access.h"
+#include "Unwritten.h"
 #include "Waiting.h"
 
 namespace velmorand {
+
+bool Unwritten::_isNow = false; // guarded by the settings' lock
+
+void Unwritten::report(std::string const& name, std::string const& thrown) {
+    std::string const line =
+        "settings: a listener has thrown for a change of " + name + " by another program: " + thrown + '\n';
+    static_cast<void>(std::fputs(line.c_str(), stderr));
+}
 
 /**
  * What the register knows of a listener. The register calls it through a plain pointer, so while a call is running
@@ -22,7 +33,7 @@ public:
     void propertyChanged(std::string const& name) override {
         RegistersHold const hold;
         auto const self = shared_from_this(); // the call may destroy the listener
-        _call(name);
+        Unwritten::call(name, [&] { _call(name); });
     }
 
     void enter() {

@@ -5,6 +5,7 @@
 #include <set>
 #include <stdexcept>
 #include <string_view>
+#include <tuple>
 #include <utility>
 
 #include <sys/stat.h>
@@ -185,6 +186,9 @@ void Disk::apply(Event const& event) {
                 makeDurable(*file);
     } else if (event.is("rename") || event.is("link")) {
         auto const file = at(words.at(1));
+        // Of two names for the same file, renaming one to the other leaves both.
+        if (leadsTo(words.at(2), file))
+            return;
         lead(words.at(2), file);
         if (event.is("rename"))
             lead(words.at(1), nullptr);
@@ -222,6 +226,11 @@ std::shared_ptr<Disk::File> Disk::at(std::string const& name) const {
     if (found == _names.end() || !found->second.back())
         throw std::logic_error("the replay does not know the file " + name);
     return found->second.back();
+}
+
+bool Disk::leadsTo(std::string const& name, std::shared_ptr<File> const& file) const {
+    auto const found = _names.find(name);
+    return found != _names.end() && found->second.back() == file;
 }
 
 Files Disk::present() const {
@@ -283,25 +292,37 @@ Findings replay(Recording const& recording, Disk::Beginning const& beginning, Tr
     Findings findings;
     Disk disk(beginning);
     std::mt19937 chance(1); // the same states at each run
-    Allowed allowed(initial);
-    std::set<std::pair<std::string, std::set<std::string>>> seen;
+    auto const previousAtFirst = beginning.files.find(Trial::previousName);
+    Allowed allowed(initial, previousAtFirst == beginning.files.end()
+                                 ? std::nullopt
+                                 : trial.stateOf(previousAtFirst->second));
+    std::set<std::tuple<std::string, std::string, std::set<std::string>>> seen;
+    auto const contentAt = [](Disk::State const& state, char const* name) {
+        auto const file = state.find(name);
+        return file == state.end() ? nullptr : file->second;
+    };
     auto const examine = [&](Disk::State const& state) {
-        auto const file = state.find(Trial::name);
-        std::string const* const content = file == state.end() ? nullptr : file->second;
+        std::string const* const content = contentAt(state, Trial::name);
+        std::string const* const previous = contentAt(state, Trial::previousName);
         auto const isThat = [&](std::optional<int> which) {
             return which && content != nullptr && trial.bytesOf(*which) == *content;
         };
         bool const isAllowed = content == nullptr ? allowed.has(std::nullopt)
                                                   : isThat(allowed.finished()) || isThat(allowed.underWay());
-        if (!isAllowed && findings.forbidden++ == 0)
-            findings.first = content == nullptr ? "no file" : std::to_string(content->size()) + " bytes";
-        if (!distinct || !isAllowed)
+        bool const isPreviousAllowed =
+            !trial.isLive() ||
+            allowed.hasPrevious(previous == nullptr ? std::nullopt : trial.stateOf(*previous));
+        if ((!isAllowed || !isPreviousAllowed) && findings.forbidden++ == 0)
+            findings.first = (content == nullptr ? "no file" : std::to_string(content->size()) + " bytes") +
+                             (isPreviousAllowed ? "" : ", and the wrong previous file");
+        if (!distinct || !isAllowed || !isPreviousAllowed)
             return;
         std::set<std::string> names;
         for (auto const& [name, bytes] : state)
             if (bytes != nullptr)
                 names.insert(name);
-        if (seen.emplace(content == nullptr ? "" : *content, names).second)
+        auto const textOf = [](std::string const* bytes) { return bytes == nullptr ? "" : *bytes; };
+        if (seen.emplace(textOf(content), textOf(previous), names).second)
             distinct(state, allowed);
     };
     auto const cutThePower = [&] {

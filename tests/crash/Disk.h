@@ -74,6 +74,7 @@ private:
     void change(std::string const& inode, std::function<void(std::string&)> const& edit);
     void lead(std::string const& name, std::shared_ptr<File> const& file);
     [[nodiscard]] std::shared_ptr<File> at(std::string const& name) const;
+    [[nodiscard]] bool leadsTo(std::string const& name, std::shared_ptr<File> const& file) const;
 
     std::map<std::string, std::shared_ptr<File>> _inodes;
     std::map<std::string, Name> _names;
@@ -90,9 +91,10 @@ struct Findings {
 
 /**
  * Cuts the power after each event of a recording, and looks at every state that may be left: the file must be
- * one of the two that are allowed, byte for byte; `initial` is the state before. `skipped` is the number of a
- * call that is taken for not made. `distinct` is shown each pair of an allowed register file and the names
- * beside it once.
+ * one of the two that are allowed, byte for byte, and so must the previous file that live settings keep; `initial`
+ * is the state before. `skipped` is the number of a
+ * call that is taken for not made. `distinct` is shown each allowed combination of a register file, a
+ * previous one and the names beside them once.
  */
 Findings replay(Recording const& recording, Disk::Beginning const& beginning, Trial& trial,
                 std::optional<int> initial, long limit, long skipped = 0,

@@ -4,34 +4,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "Harness.h"
+#include "FullDisk.h"
 #include "Trial.h"
-#include "support/SmallDisk.h"
 
 namespace {
 
 using namespace crash;
-using support::cannotMount;
 using support::withSmallDisk;
-
-constexpr long page = 4096;
-
-/** The end of a test with a small disk, which `scripts/crash-test` must not go without. */
-void finish(int status) {
-    if (status != cannotMount)
-        EXPECT_EQ(0, status);
-    else if (isThorough())
-        FAIL() << "this process may not mount a small tmpfs";
-    else
-        GTEST_SKIP() << "this process may not mount a small tmpfs";
-}
-
-/** Fills the disk but for some bytes. */
-void fillUp(std::filesystem::path const& directory, long leave) {
-    long const room = static_cast<long>(std::filesystem::space(directory).available);
-    std::ofstream(directory / "ballast", std::ios::binary)
-        << std::string(static_cast<std::size_t>(room - leave), 'x');
-}
 
 /** Saves state 2 over state 1, and then, with room again, state 3. Result: what the first save left. */
 std::optional<int> saveInto(Trial& trial, std::function<void()> const& fill) {
@@ -52,7 +31,7 @@ std::optional<int> saveInto(Trial& trial, std::function<void()> const& fill) {
 
 TEST(FullDisk, KeepsTheOldFileUntilThereIsRoomForTheNew) {
     support::TemporaryDirectory const directory;
-    finish(withSmallDisk(directory.path(), "size=256k", [&] {
+    finishFullDisk(withSmallDisk(directory.path(), "size=256k", [&] {
         Trial trial(std::filesystem::canonical(directory.path()), 40'000);
         long failed = 0;
         long pages = 0;
@@ -70,7 +49,7 @@ TEST(FullDisk, KeepsTheOldFileUntilThereIsRoomForTheNew) {
 
 TEST(FullDisk, KeepsTheOldFileWhenThereAreNoInodesLeft) {
     support::TemporaryDirectory const directory;
-    finish(withSmallDisk(directory.path(), "size=256k,nr_inodes=12", [&] {
+    finishFullDisk(withSmallDisk(directory.path(), "size=256k,nr_inodes=12", [&] {
         Trial trial(std::filesystem::canonical(directory.path()), oneSector);
         auto const state = saveInto(trial, [&] {
             for (int i = 0; std::ofstream(trial.directory() / ("ballast" + std::to_string(i))); ++i)

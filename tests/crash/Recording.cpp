@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Recording.h"
 
+#include <algorithm>
 #include <sstream>
 #include <stdexcept>
 
@@ -37,11 +38,28 @@ std::vector<Event> Recording::callsOf(int state) const {
     bool inside = false;
     for (Event const& event : _events) {
         if (event.isMark())
-            inside = event.name == "begin" && event.state == state;
+            inside = (event.name == "begin" || event.name == "keep") && event.state == state;
         else if (inside)
             calls.push_back(event);
     }
     return calls;
+}
+
+std::optional<std::string> Recording::failureOf(int state) const {
+    for (Event const& event : _events) {
+        if (!event.isMark() || event.name != "failed" || event.state != state)
+            continue;
+        std::string reason;
+        for (std::string const& word : event.effect)
+            reason += reason.empty() ? word : ' ' + word;
+        return reason;
+    }
+    return std::nullopt;
+}
+
+bool Recording::hasFailed(std::string const& name) const {
+    return std::any_of(_events.begin(), _events.end(),
+                       [&](Event const& event) { return event.name == name && event.is("failed"); });
 }
 
 std::optional<int> Recording::found() const {

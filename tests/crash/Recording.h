@@ -25,10 +25,10 @@ struct Event {
     [[nodiscard]] bool isMark() const { return call == 0; }
     [[nodiscard]] bool is(std::string const& what) const { return !effect.empty() && effect[0] == what; }
 
-    long call = 0;                   // its number; 0 for a mark
-    std::string name;                // of the call, or of the mark: "begin", "end" or "found"
-    int state = 0;                   // of a mark
-    std::vector<std::string> effect; // "write" and its words
+    long call = 0;    // its number; 0 for a mark
+    std::string name; // of the call, or of the mark: "begin", "keep", "end", "failed" or "found"
+    int state = 0;    // of a mark
+    std::vector<std::string> effect; // "write" and its words; of the mark "failed" the reason, in words
 };
 
 /** All that happened in a run, in order. */
@@ -45,6 +45,12 @@ public:
     /** The calls between the start of the save of `state` and its end. */
     [[nodiscard]] std::vector<Event> callsOf(int state) const;
 
+    /** The reason of the save of `state`, if it has failed. */
+    [[nodiscard]] std::optional<std::string> failureOf(int state) const;
+
+    /** Whether a call of this name has failed. */
+    [[nodiscard]] bool hasFailed(std::string const& name) const;
+
     /** The state that a fresh process found. */
     [[nodiscard]] std::optional<int> found() const;
 
@@ -52,19 +58,33 @@ private:
     std::vector<Event> _events;
 };
 
-/** The states that may be on the disk: the last whose save has finished, and the one being saved. */
+/**
+ * The states that may be on the disk: the last whose save has finished, and the one being saved, as one that has
+ * failed counts. A save after the mark "keep" keeps the file before it as the previous one.
+ */
 class Allowed {
 public:
-    explicit Allowed(std::optional<int> initial) : _finished(initial) {}
-    Allowed(std::optional<int> initial, Recording const& recording) : Allowed(initial) {
+    /** `previous` is the state of the previous file, if there is one. */
+    explicit Allowed(std::optional<int> initial, std::optional<int> previous = {})
+        : _finished(initial), _previous{previous} {}
+    Allowed(std::optional<int> initial, Recording const& recording, std::optional<int> previous = {})
+        : Allowed(initial, previous) {
         for (Event const& event : recording.events())
             apply(event);
     }
 
     void apply(Event const& event) {
-        if (event.isMark() && event.name == "begin")
+        if (!event.isMark())
+            return;
+        if (event.name == "keep")
+            _previous.insert(_finished);
+        if (event.name == "keep" || event.name == "begin") {
+            _isKept = event.name == "keep";
             _underWay = event.state;
-        if (event.isMark() && event.name == "end") {
+        }
+        if (event.name == "end") {
+            if (_isKept)
+                _previous = {_finished};
             _finished = event.state;
             _underWay.reset();
         }
@@ -75,12 +95,17 @@ public:
         return state == _finished || (state && state == _underWay);
     }
 
+    /** Whether the previous file may be that of a state, or, for none, missing. */
+    [[nodiscard]] bool hasPrevious(std::optional<int> state) const { return _previous.count(state) != 0; }
+
     [[nodiscard]] std::optional<int> finished() const { return _finished; }
     [[nodiscard]] std::optional<int> underWay() const { return _underWay; }
 
 private:
     std::optional<int> _finished;
     std::optional<int> _underWay;
+    std::set<std::optional<int>> _previous;
+    bool _isKept = false;
 };
 
 } // namespace crash

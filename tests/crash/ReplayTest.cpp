@@ -222,6 +222,10 @@ TEST_F(WeakDisk, MovesAFileBeforeItsContent) {
                 ElementsAre("f=A g=-"));
 }
 
+TEST_F(WeakDisk, KeepsBothNamesOfAFileWhenOneIsRenamedToTheOther) {
+    EXPECT_THAT(after({"link f g", "rename g f", "syncdir ."}), ElementsAre("f=old g=old"));
+}
+
 TEST_F(WeakDisk, RemovesAFileAtAnyMomentUntilTheDirectoryIsSynchronised) {
     EXPECT_THAT(after({"unlink f"}), ElementsAre("f=-", "f=old"));
     EXPECT_THAT(after({"unlink f", "syncdir ."}), ElementsAre("f=-"));

@@ -6,7 +6,11 @@
 // CRASH_DIRECTORY  the directory, without symbolic links in its path; without it nothing is done
 // CRASH_LOG        the file that a line is added to for each call, see `Recording.h`
 // CRASH_PLAN       "count"; "record", which writes down the bytes as well; or what to do at the Nth call:
-//                  "kill-before N", "kill-after N", "fail N ERROR", "fail-from N ERROR" or "short N"
+//                  "kill-before N", "kill-after N", "stop-before N", "fail N ERROR" (bytes too), "fail-from N ERROR"
+//                  or "short N"
+// CRASH_THREAD     "main" leaves the calls of other threads alone, whose moments differ from run to run; and time stands
+//                  still for them, so that they do nothing that is due later
+// CRASH_NO_LINKS   set: as on a file system without hard links
 //
 // A call that fails by plan does nothing, but for `close`, which closes all the same, as Linux does.
 #include <atomic>
@@ -16,6 +20,7 @@
 #include <cstdarg>
 #include <cstdint>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <sstream>
 #include <string>
@@ -50,6 +55,7 @@ struct Plan {
     }
 
     [[nodiscard]] bool is(char const* what, long call) const { return call == number && action == what; }
+    [[nodiscard]] bool wantsBytes() const { return action == "record" || action == "fail"; }
     [[nodiscard]] bool fails(long call) const {
         return is("fail", call) || (action == "fail-from" && call >= number);
     }
@@ -58,6 +64,8 @@ struct Plan {
     long number = 0;
     int error = 0;
     std::string directory = variable("CRASH_DIRECTORY");
+    bool isOfMainThread = variable("CRASH_THREAD") == "main";
+    bool hasLinks = std::getenv("CRASH_NO_LINKS") == nullptr;
     int log = static_cast<int>(direct(SYS_openat, AT_FDCWD, variable("CRASH_LOG").c_str(),
                                       O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600));
     std::atomic<long> calls = 0;
@@ -86,8 +94,15 @@ std::string pathAt(int base, char const* path) {
     return (base == AT_FDCWD ? linkAt("/proc/self/cwd") : pathOf(base)) + '/' + path;
 }
 
+/** Whether this thread is not the one whose calls count. */
+bool isLeftAlone() {
+    return Plan::get().isOfMainThread && direct(SYS_gettid) != direct(SYS_getpid);
+}
+
 bool isOurs(std::string const& path) {
     std::string const& directory = Plan::get().directory;
+    if (isLeftAlone())
+        return false;
     return !directory.empty() && path.compare(0, directory.size(), directory) == 0 &&
            (path.size() == directory.size() || path[directory.size()] == '/');
 }
@@ -137,6 +152,8 @@ long numbered(char const* name, Perform perform, Describe describe) {
     long const number = ++plan.calls;
     if (plan.is("kill-before", number))
         die();
+    if (plan.is("stop-before", number))
+        direct(SYS_kill, direct(SYS_getpid), SIGSTOP);
     long result = -1;
     if (!plan.fails(number)) {
         result = perform(plan.is("short", number));
@@ -198,7 +215,7 @@ long writeNumbered(int file, void const* bytes, std::size_t count, long position
         "write", [=](bool shortened) { return perform(shortened ? (count + 1) / 2 : count); },
         [=](long moved) {
             return "write " + inodeOf(file) + ' ' + std::to_string(position) +
-                   (Plan::get().action == "record" ? ' ' + hexadecimal(bytes, moved) : "");
+                   (Plan::get().wantsBytes() ? ' ' + hexadecimal(bytes, moved) : "");
         });
 }
 
@@ -254,6 +271,10 @@ int renameNumbered(int oldBase, char const* from, int newBase, char const* to, u
 
 int linkNumbered(int oldBase, char const* from, int newBase, char const* to, int flags) {
     return toNewName("link", pathAt(oldBase, from), pathAt(newBase, to), [=](bool /*shortened*/) {
+        if (!Plan::get().hasLinks) {
+            errno = EPERM;
+            return -1L;
+        }
         return direct(SYS_linkat, oldBase, from, newBase, to, flags);
     });
 }
@@ -394,6 +415,18 @@ int unlink(char const* path) noexcept {
 
 int unlinkat(int base, char const* path, int flags) noexcept {
     return unlinkNumbered(base, path, flags);
+}
+
+int clock_gettime(::clockid_t clock, ::timespec* time) noexcept {
+    if (clock != CLOCK_MONOTONIC || !isLeftAlone())
+        return static_cast<int>(direct(SYS_clock_gettime, clock, time));
+    *time = {};
+    return 0;
+}
+
+int mkdir(char const* path, ::mode_t mode) noexcept {
+    return static_cast<int>(
+        onPath("mkdir", AT_FDCWD, path, [=] { return direct(SYS_mkdirat, AT_FDCWD, path, mode); }));
 }
 
 int fchmod(int file, ::mode_t mode) noexcept {

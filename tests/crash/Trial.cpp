@@ -61,8 +61,8 @@ Trial::Trial(std::size_t size, std::string manner)
     std::filesystem::create_directory(_directory);
 }
 
-Trial::Trial(std::filesystem::path inside, std::size_t size)
-    : _directory(std::move(inside)), _size(size), _manner("register") {}
+Trial::Trial(std::filesystem::path inside, std::size_t size, std::string manner)
+    : _directory(std::move(inside)), _size(size), _manner(std::move(manner)) {}
 
 std::filesystem::path Trial::parent() {
     bool const isChosen = std::getenv("TMPDIR") != nullptr || ::access("/dev/shm", W_OK | X_OK) != 0;
@@ -76,11 +76,19 @@ Files Trial::files() const {
     return files;
 }
 
+void Trial::setTheirs(std::optional<int> state) {
+    if (state)
+        put(_place / "theirs", bytesOf(*state));
+    else
+        std::filesystem::remove(_place / "theirs");
+}
+
 void Trial::reset(std::optional<int> state) {
     reset(state ? Files{{name, bytesOf(*state)}} : Files{});
 }
 
 void Trial::reset(Files const& files) {
+    std::filesystem::create_directory(_directory);
     for (auto const& entry : std::filesystem::directory_iterator(_directory))
         std::filesystem::remove_all(entry.path());
     for (auto const& [file, bytes] : files)
@@ -91,7 +99,7 @@ std::string const& Trial::bytesOf(int state) {
     auto const known = _bytes.find(state);
     if (known != _bytes.end())
         return known->second;
-    Trial maker(_size);
+    Trial maker(_size, isLive() ? _manner : "register");
     if (!maker.run("", "make", state).exitedWith(0))
         throw std::runtime_error("cannot make state " + std::to_string(state));
     return _bytes[state] = maker.registerFile().value();
@@ -110,6 +118,24 @@ Outcome Trial::run(std::string const& plan, std::string const& mode, int state, 
     return finish(start(plan, mode, state, more));
 }
 
+std::pair<Outcome, Outcome> Trial::runBeside(std::string const& plan, std::string const& mode, Trial& other,
+                                             std::string const& otherMode, int state) {
+    int const process = start(plan, mode, state, "");
+    int status = 0;
+    if (::waitpid(process, &status, WUNTRACED) != process)
+        throw std::runtime_error("cannot wait for a process");
+    if (!WIFSTOPPED(status))
+        throw std::runtime_error(plan + " stopped nothing");
+    int const beside = other.start("count", otherMode, state, "");
+    siginfo_t ended = {};
+    while (::waitid(P_PID, static_cast<::id_t>(beside), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+           ended.si_pid == 0 && !other.recorded().hasFailed("flock"))
+        std::this_thread::yield();
+    ::kill(process, SIGCONT);
+    Outcome first = finish(process);
+    return {std::move(first), other.finish(beside)};
+}
+
 Outcome Trial::killAfter(std::chrono::microseconds delay, std::string const& mode, int state) {
     int const process = start("", mode, state, "");
     std::this_thread::sleep_for(delay);
@@ -122,20 +148,24 @@ int Trial::start(std::string const& plan, std::string const& mode, int state, st
     std::string const log = _place / "log";
     std::filesystem::remove(log);
     std::filesystem::remove(observed());
+    char const* const application = isLive() ? CRASH_LIVE_APPLICATION : CRASH_APPLICATION;
     std::vector<std::string> arguments = {
-        CRASH_APPLICATION,    _manner, log, mode, _directory.string(), std::to_string(_size),
-        std::to_string(state)};
+        application, _manner, log, mode, _directory.string(), std::to_string(_size), std::to_string(state)};
     if (!more.empty())
         arguments.push_back(more);
     std::vector<std::string> variables;
-    if (!plan.empty())
-        variables = {"CRASH_PLAN=" + plan, "CRASH_LOG=" + log, "CRASH_DIRECTORY=" + _directory.string(),
-                     "LD_PRELOAD=" CRASH_SHIM};
+    if (!plan.empty() || !_hasLinks)
+        variables = {"CRASH_PLAN=" + (plan.empty() ? "count" : plan), "CRASH_LOG=" + log,
+                     "CRASH_DIRECTORY=" + _directory.string(), "LD_PRELOAD=" CRASH_SHIM};
+    if (isLive() && mode != "worker")
+        variables.emplace_back("CRASH_THREAD=main");
+    if (!_hasLinks)
+        variables.emplace_back("CRASH_NO_LINKS=1");
     auto environment = environmentWith(variables);
     ::pid_t process = 0;
-    if (::posix_spawn(&process, CRASH_APPLICATION, nullptr, nullptr, pointers(arguments).data(),
+    if (::posix_spawn(&process, application, nullptr, nullptr, pointers(arguments).data(),
                       pointers(environment).data()) != 0)
-        throw std::runtime_error("cannot start " CRASH_APPLICATION);
+        throw std::runtime_error(std::string("cannot start ") + application);
     return process;
 }
 
@@ -143,14 +173,20 @@ Outcome Trial::finish(int process) {
     Outcome run;
     if (::waitpid(process, &run.status, 0) != process)
         throw std::runtime_error("cannot wait for a process");
-    run.recording = Recording(contentOf(_place / "log").value_or(""));
+    run.recording = recorded();
     return run;
+}
+
+Recording Trial::recorded() const {
+    return Recording(contentOf(_place / "log").value_or(""));
 }
 
 std::string Trial::problem(Allowed const& allowed, std::optional<int>* state) {
     auto const before = registerFile();
     if (!before && !allowed.has(std::nullopt))
         return "the file is missing";
+    if (isLive() && !allowed.hasPrevious(stateOf(previousFile())))
+        return "the previous file is that of state " + std::to_string(stateOf(previousFile()).value_or(0));
     Outcome const fresh = run("", "check", 0, observed().string());
     auto const found = fresh.recording.found();
     if (!fresh.exitedWith(0) || !found)
@@ -163,7 +199,11 @@ std::string Trial::problem(Allowed const& allowed, std::optional<int>* state) {
     // byte.
     if (before && before != contentOf(observed()))
         return "the file is not that of state " + std::to_string(*found);
-    auto const left = files();
+    auto left = files();
+    if (isLive() && before && before != previousFile())
+        return "the next save has not kept the file as the previous one";
+    if (isLive())
+        left.erase(previousName);
     if (left.size() != 1 || left.begin()->first != name)
         return "after the next save there are " + std::to_string(left.size()) + " files";
     if (state != nullptr)

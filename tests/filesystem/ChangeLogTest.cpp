@@ -96,6 +96,67 @@ TEST_F(Changes, NameWhatIsRemovedAndMadeAgain) {
     EXPECT_THAT(log->take(), ElementsAre("a/x", "y"));
 }
 
+// The number of a node that has gone is given to the next one, which must not pass for the one recorded already.
+TEST_F(Changes, NameWhatComesInThePlaceOfWhatWasWrittenAndRemoved) {
+    write("/user/a/x", "2");
+    memory.remove(QStringLiteral("/user/a/x"));
+    write("/user/y", "1");
+    EXPECT_THAT(log->take(), ElementsAre("a/x", "y"));
+}
+
+TEST_F(Changes, NameWhatIsWrittenInThePlaceOfWhatWasRemovedElsewhere) {
+    write("/user/a/x", "2");
+    memory.remove(QStringLiteral("/user/a/x"));
+    write("/temp/y", "1");
+    memory.remove(QStringLiteral("/temp/y"));
+    write("/user/y", "1");
+    write("/user/y", "2");
+    EXPECT_THAT(log->take(), ElementsAre("a/x", "y"));
+}
+
+TEST_F(Changes, NameWhatIsWrittenAgainAfterTheyWereTaken) {
+    for (int i = 0; i < 3; ++i) {
+        write("/user/a/x", "2");
+        EXPECT_THAT(log->take(), ElementsAre("a/x"));
+    }
+}
+
+namespace {
+
+constexpr int longNames = 17;
+
+/** The path of one of some files whose names are 1 MiB long: all of them are more than the log holds. */
+QString longPath(int number) {
+    return QStringLiteral("/user/") + QString(1 << 20, QChar('a' + number));
+}
+
+} // namespace
+
+TEST_F(Changes, NameEverythingIfTheRemovedPathsAreTooLong) {
+    for (int i = 0; i < longNames; ++i)
+        memory.mkdir(longPath(i));
+    static_cast<void>(log->take());
+    for (int i = 0; i < longNames - 2; ++i)
+        memory.remove(longPath(i));
+    EXPECT_EQ(longNames - 2U, log->take().size());
+    for (int i = 0; i < longNames - 2; ++i)
+        memory.mkdir(longPath(i));
+    static_cast<void>(log->take());
+    for (int i = 0; i < longNames; ++i)
+        memory.remove(longPath(i));
+    EXPECT_THAT(log->take(), ElementsAre(""));
+    write("/user/a/x", "2");
+    EXPECT_THAT(log->take(), ElementsAre("a/x"));
+}
+
+TEST_F(Changes, NameEverythingIfTheWrittenPathsAreTooLong) {
+    for (int i = 0; i < longNames; ++i)
+        memory.mkdir(longPath(i));
+    EXPECT_THAT(log->take(), ElementsAre(""));
+    write("/user/a/x", "2");
+    EXPECT_THAT(log->take(), ElementsAre("a/x"));
+}
+
 TEST_F(Changes, NameEverythingWhenTheDirectoryIsRemovedOrReplaced) {
     memory.remove(QStringLiteral("/user"));
     EXPECT_THAT(log->take(), ElementsAre(""));

@@ -160,6 +160,16 @@ TEST_F(Watching, NoticesThatALinkToTheFileIsRepointed) {
     EXPECT_FALSE(notices([&] { replace(file); }));
 }
 
+TEST_F(Watching, FollowsTheLinkThatAFileIsReplacedBy) {
+    putFile(at("other"), "other");
+    watch({file});
+    EXPECT_TRUE(notices([&] {
+        disk::create_symlink("../other", at("next"));
+        disk::rename(at("next"), file);
+    }));
+    EXPECT_TRUE(notices([&] { replace(at("other")); }));
+}
+
 TEST_F(Watching, NoticesThatALinkToTheDirectoryIsRepointed) {
     disk::create_directory(at("other"));
     disk::create_symlink("directory", at("link"));

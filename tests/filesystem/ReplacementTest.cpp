@@ -60,6 +60,39 @@ TEST_F(Replace, WritesBesideTheFileUnderANameMadeFromIt) {
                 ElementsAre(::testing::MatchesRegex("\\.settings\\.dat\\.velmorand-[0-9a-f]+-[0-9a-f]+")));
 }
 
+TEST_F(Replace, ShowsTheOldContentAfterAFlush) {
+    putFile(at("f"), "old");
+    FileHandle* const handle = openedForWriting(files, "f");
+    ASSERT_TRUE(write(files, handle, "new"));
+    EXPECT_TRUE(files.flush(handle));
+    EXPECT_EQ("old", fileBytes(at("f")));
+    EXPECT_TRUE(files.close(handle));
+    EXPECT_EQ("new", fileBytes(at("f")));
+}
+
+TEST_F(Replace, ChangesNothingWhenTheHandleIsWrittenToAfterAFlush) {
+    putFile(at("f"), "old");
+    FileHandle* const handle = openedForWriting(files, "f");
+    ASSERT_TRUE(write(files, handle, "new"));
+    EXPECT_TRUE(files.flush(handle));
+    EXPECT_FALSE(write(files, handle, "more"));
+    EXPECT_FALSE(files.flush(handle));
+    EXPECT_FALSE(files.close(handle));
+    EXPECT_EQ(EBADF, errno);
+    EXPECT_EQ("old", fileBytes(at("f")));
+}
+
+TEST_F(Replace, FlushesOnlyWhatIsOpenForWriting) {
+    putFile(at("f"), "old");
+    FileHandle* handle = nullptr;
+    ASSERT_TRUE(files.open(text("f"), &handle, RealFileSystem::MODE_READ));
+    EXPECT_FALSE(files.flush(handle));
+    EXPECT_EQ(EBADF, errno);
+    files.close(handle);
+    EXPECT_FALSE(files.flush(handle));
+    EXPECT_EQ(EBADF, errno);
+}
+
 TEST_F(Replace, ChangesNothingWhenTheHandleIsNeverClosed) {
     putFile(at("f"), "old");
     {

@@ -3,11 +3,13 @@
 // A program with an fsync of its own, to see what threads hold while they wait for the disk.
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <functional>
 #include <thread>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -19,6 +21,7 @@
 #include <velmorand/Save.h>
 
 #include "support/RegisterProbe.h"
+#include "support/StillThreads.h"
 #include "support/TemporaryDirectory.h"
 
 using namespace velmorand;
@@ -26,6 +29,8 @@ using namespace velmorand;
 namespace {
 
 std::atomic<int> flushes{0};
+std::atomic<bool> areDirectoriesBroken{false};
+std::atomic<int> failures{0};
 std::atomic<int> flushesUnderTheLock{0};
 std::function<void()> whenFlushed; // set while only one thread flushes
 
@@ -37,6 +42,12 @@ extern "C" int fsync(int file) {
         ++flushesUnderTheLock;
     if (whenFlushed)
         whenFlushed();
+    struct stat status = {};
+    if (areDirectoriesBroken && ::fstat(file, &status) == 0 && S_ISDIR(status.st_mode)) {
+        ++failures;
+        errno = EIO;
+        return -1;
+    }
     return static_cast<int>(::syscall(SYS_fsync, file));
 }
 
@@ -79,4 +90,46 @@ TEST(WaitingForTheDisk, DoesNotDelayAReaderEvenIfTheLockIsHeld) {
     }
     whenFlushed = nullptr;
     EXPECT_EQ(1, read);
+}
+
+TEST(SavingAgain, KeepsAChangeBackToWhatAFailedSaveHasReplaced) {
+    support::TemporaryDirectory const directory;
+    LiveOptions options;
+    options.userDirectory = directory.string();
+    options.globalDirectory = directory.string() + "/global";
+    options.delay = std::chrono::hours(1);
+    options.onEvent = [](LiveEvent const&) {};
+    LiveSettings live(options);
+    write("a/x", 1);
+    ASSERT_TRUE(live.sync().saved);
+    areDirectoriesBroken = true;
+    write("a/x", 2);
+    ASSERT_FALSE(live.sync().saved);
+    EXPECT_FALSE(live.isSaved());
+    areDirectoriesBroken = false;
+    write("a/x", 1);
+    EXPECT_TRUE(live.sync().saved);
+    EXPECT_TRUE(live.isSaved());
+    EXPECT_EQ(1, read<int>("a/x"));
+}
+
+// The file is replaced all the same, which the program's own watch notices.
+TEST(SavingAgain, WaitsForItsTimeIfTheFileWasReplacedByASaveThatFailed) {
+    using Clock = std::chrono::steady_clock;
+    support::TemporaryDirectory const directory;
+    LiveOptions options;
+    options.userDirectory = directory.string();
+    options.globalDirectory = directory.string() + "/global";
+    options.delay = std::chrono::milliseconds(1);
+    options.onEvent = [](LiveEvent const&) {};
+    LiveSettings const live(options);
+    support::waitUntilAnotherThreadIsStill(); // the watch has begun
+    areDirectoriesBroken = true;
+    auto const begin = Clock::now();
+    write("a/x", 1);
+    while (failures < 3)
+        std::this_thread::yield();
+    EXPECT_LE(std::chrono::milliseconds(1500), Clock::now() - begin); // after 500 ms, and 1000 more
+    EXPECT_FALSE(live.isSaved());
+    areDirectoriesBroken = false;
 }

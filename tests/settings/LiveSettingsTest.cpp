@@ -27,6 +27,7 @@
 
 #include "support/ChildProcess.h"
 #include "support/Failure.h"
+#include "support/StillThreads.h"
 #include "support/TemporaryDirectory.h"
 
 using namespace velmorand;
@@ -276,6 +277,29 @@ TEST_F(Live, MakeAFileAgainThatHasBeenRemoved) {
     EXPECT_EQ(1, stored("a/x"));
 }
 
+TEST_F(Live, SaveEverythingWithTheNextChangeIfTheFileHasBeenRemoved) {
+    {
+        LiveSettings const live(options);
+        write("a/x", 1);
+        ASSERT_TRUE(saveSettings().saved);
+        fs::remove(file());
+        write("a/y", 2);
+    }
+    EXPECT_EQ(1, stored("a/x"));
+    EXPECT_EQ(2, stored("a/y"));
+}
+
+TEST_F(Live, LeaveARemovedFileMissingIfNothingChanges) {
+    {
+        LiveSettings const live(options);
+        write("a/x", 1);
+        ASSERT_TRUE(saveSettings().saved);
+        fs::remove(file());
+        EXPECT_EQ(1, read<int>("a/x"));
+    }
+    EXPECT_FALSE(fs::exists(file()));
+}
+
 TEST_F(Live, MakeTheirDirectoryForTheUserAlone) {
     fs::remove_all(options.userDirectory);
     options.userDirectory = (directory / "new" / "user").string();
@@ -359,6 +383,86 @@ TEST_F(Live, LetEveryListenerHearEvenIfOneThrows) {
     EXPECT_THAT(heard, ElementsAre("b", "b"));
 }
 
+TEST_F(Live, LetTheOtherListenersOfANameHearEvenIfOneThrows) {
+    LiveSettings live(options);
+    std::vector<std::string> heard;
+    Listener const first{"a/x", [&](std::string const&) { heard.emplace_back("first"); }};
+    Listener const throwing{"a/x", [](std::string const&) { throw std::runtime_error("no"); }};
+    Listener const throwingOddly{"a/x", [](std::string const&) { throw 1; }};
+    Listener const second{"a/x", [&](std::string const&) { heard.emplace_back("second"); }};
+    QueuedListener queued{"a", [] { throw std::runtime_error("no wake"); }};
+    Listener const around{"a", [&](std::string const&) { heard.emplace_back("around"); }};
+    inOther("set a/x 1");
+    testing::internal::CaptureStderr();
+    ASSERT_TRUE(live.sync().saved);
+    EXPECT_EQ("settings: a listener has thrown for a change of a/x by another program: no\n"
+              "settings: a listener has thrown for a change of a/x by another program: an exception\n"
+              "settings: a listener has thrown for a change of a/x by another program: no wake\n",
+              testing::internal::GetCapturedStderr());
+    EXPECT_THAT(heard, ElementsAre("first", "second", "around"));
+    EXPECT_FALSE(queued.empty());
+}
+
+TEST_F(Live, LeaveTheExceptionToAListenerThatWritesItself) {
+    LiveSettings live(options);
+    std::string caught;
+    Listener const throwing{"b", [](std::string const&) { throw std::runtime_error("no"); }};
+    Listener const writing{"a", [&](std::string const&) {
+                               try {
+                                   write("b", 1);
+                               } catch (std::runtime_error const& thrown) {
+                                   caught = thrown.what();
+                               }
+                           }};
+    inOther("set a/x 1");
+    ASSERT_TRUE(live.sync().saved);
+    EXPECT_EQ("no", caught);
+    EXPECT_THROW(write("b", 2), std::runtime_error);
+}
+
+TEST_F(Live, LetTheOtherListenersHearEvenIfACallbackOfTheRegisterThrows) {
+    struct Throwing : _Register::Callback {
+        void* owner() override { return this; }
+        void propertyChanged(std::string const& /*name*/) override { throw std::runtime_error("no"); }
+    } throwing;
+    LiveSettings live(options);
+    _Register::getInstance()->addCallback("a/x", &throwing);
+    std::vector<std::string> heard;
+    Listener const same{"a/x", [&](std::string const&) { heard.emplace_back("same"); }};
+    Listener const around{"a", [&](std::string const&) { heard.emplace_back("around"); }};
+    Listener const other{"b", [&](std::string const&) { heard.emplace_back("other"); }};
+    Listener const own{"a", [&](std::string const&) { heard.emplace_back("own"); }, &live};
+    inOther("set a/x 1 set b 1");
+    testing::internal::CaptureStderr();
+    ASSERT_TRUE(live.sync().saved);
+    EXPECT_EQ("settings: a listener has thrown for a change of a/x by another program: no\n",
+              testing::internal::GetCapturedStderr());
+    EXPECT_THAT(heard, ElementsAre("same", "around", "other"));
+    write("b", 2);
+    EXPECT_THAT(heard, ElementsAre("same", "around", "other", "other"));
+    _Register::getInstance()->removeCallback(&throwing);
+}
+
+TEST_F(Live, SurviveThatAListenerRemovesAnotherAfterACallbackOfTheRegisterHasThrown) {
+    struct Throwing : _Register::Callback {
+        void* owner() override { return this; }
+        void propertyChanged(std::string const& /*name*/) override { throw std::runtime_error("no"); }
+    } throwing;
+    LiveSettings live(options);
+    _Register::getInstance()->addCallback("a", &throwing);
+    std::vector<std::string> heard;
+    std::optional<Listener> removed;
+    Listener const removing{"a", [&](std::string const&) {
+                                heard.emplace_back("removing");
+                                removed.reset();
+                            }};
+    removed.emplace("a", [&](std::string const&) { heard.emplace_back("removed"); });
+    inOther("set a 1");
+    ASSERT_TRUE(live.sync().saved);
+    EXPECT_THAT(heard, ElementsAre("removing"));
+    _Register::getInstance()->removeCallback(&throwing);
+}
+
 TEST_F(Live, FollowTheAdministratorsFile) {
     LiveSettings live(options);
     std::vector<std::string> heard;
@@ -431,6 +535,8 @@ TEST_F(Live, MendAFileThatIsDamagedWhileTheyRun) {
     EXPECT_TRUE(live.sync().saved);
     ASSERT_EQ(1U, events.size());
     EXPECT_EQ(LiveEventKind::recovered, events[0].kind);
+    EXPECT_EQ("not a register file; nothing is lost, since the running program has all settings in memory",
+              events[0].reason);
     EXPECT_EQ(1, stored("a/x"));
     EXPECT_EQ(2, stored("a/y"));
 }
@@ -579,6 +685,21 @@ TEST_F(LiveByThemselves, SaveAChange) {
     write("a/x", 1);
     waitUntil([&] { return live.isSaved(); });
     EXPECT_EQ(1, stored("a/x"));
+}
+
+// The save is due from the first change, so that further ones do not put it off.
+TEST_F(LiveByThemselves, SaveWhileChangesGoOnAndOn) {
+    options.delay = std::chrono::milliseconds(50);
+    LiveSettings const live(options);
+    for (int i = 0; !fs::exists(file()); ++i)
+        write("a/x", i);
+}
+
+TEST_F(LiveByThemselves, KeepStillWhileNothingChanges) {
+    LiveSettings const live(options);
+    write("a/x", 1);
+    waitUntil([&] { return live.isSaved(); });
+    support::waitUntilAnotherThreadIsStill();
 }
 
 TEST_F(LiveByThemselves, HearWhatAnotherProcessSaves) {

@@ -63,8 +63,9 @@ void RegisterFile::save(Settings const& settings) const {
     if (!disk.open(toQString('/' + _name), &handle, FileSystem::MODE_WRITE))
         throw failed(errno);
     errno = EIO;
-    // A handle that is not closed leaves the file as it was.
-    if (!settings.write(*handle) ||
+    // A handle that is not closed leaves the file as it was; and the previous file goes when nothing is left to fail
+    // for want of room.
+    if (!settings.write(*handle) || !disk.flush(handle) ||
         (!disk.keepAs(toQString(_name), toQString(_name + previousEnding)) && errno != ENOENT) ||
         !disk.close(handle))
         throw failed(errno);

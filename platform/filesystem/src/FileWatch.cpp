@@ -67,6 +67,7 @@ public:
 
 private:
     struct Names {
+        std::filesystem::path directory; ///< that has them
         std::set<std::string, std::less<>> files;
         std::set<std::string, std::less<>> missing; ///< the next level of a way that ends here
     };
@@ -79,23 +80,36 @@ private:
             taken.changesWay = true;
         if (isEntry && found->second.missing.count(name) > 0)
             taken.changesWay = true;
-        if (isEntry && found->second.files.count(name) > 0)
+        if (isEntry && found->second.files.count(name) > 0) {
             taken.concernsFile = true;
+            taken.changesWay = taken.changesWay || isLink(found->second.directory / name);
+        }
     }
 
-    /** Watches everything on the way to a file. */
+    static bool isLink(std::filesystem::path const& path) {
+        std::error_code ignored;
+        return std::filesystem::is_symlink(path, ignored);
+    }
+
+    /**
+     * Watches everything on the way to a file. Each place is watched before it is looked at, so that whatever becomes
+     * of it in between is noticed.
+     */
     void follow(std::filesystem::path const& path, int hops) {
         std::filesystem::path around;
         for (auto level = path.begin(); level != path.end(); ++level) {
             std::filesystem::path const place = around / *level;
+            bool const isLast = std::next(level) == path.end();
+            Names* const names = isLast ? watchEntries(around) : nullptr;
+            if (!isLast)
+                watch(place, ownEvents | IN_DONT_FOLLOW);
             std::error_code isNoLink;
             auto const target = std::filesystem::read_symlink(place, isNoLink);
-            bool const isLast = std::next(level) == path.end();
-            if (isLast)
-                watchEntry(around, *level, !isNoLink);
-            else if (isNoLink && !watch(place, ownEvents | IN_ONLYDIR) &&
-                     (errno == ENOENT || errno == ENOTDIR)) {
-                watchEntry(around, *level, true);
+            if (names != nullptr)
+                (isNoLink ? names->files : names->missing).insert(level->string());
+            if (!isLast && isNoLink && !isDirectory(place) && (errno == ENOENT || errno == ENOTDIR)) {
+                if (Names* const there = watchEntries(around))
+                    there->missing.insert(level->string());
                 if (watch(place, ownEvents | IN_ONLYDIR)) // made meanwhile
                     follow(path, hops);
                 return;
@@ -114,17 +128,23 @@ private:
         }
     }
 
-    /** Watches for the coming and going of one entry of a directory. */
-    void watchEntry(std::filesystem::path const& directory, std::filesystem::path const& name, bool isOnWay) {
+    /** Watches for the coming and going of the entries of a directory. Result: those to notice; null on failure. */
+    Names* watchEntries(std::filesystem::path const& directory) {
         int const watched = add(directory, ownEvents | entryEvents | IN_ONLYDIR);
         if (watched < 0) {
             // One that was removed meanwhile has been noticed on the way.
             if (errno != ENOENT && errno != ENOTDIR)
                 _error = errno;
-            return;
+            return nullptr;
         }
         Names& names = _names[watched];
-        (isOnWay ? names.missing : names.files).insert(name.string());
+        names.directory = directory;
+        return &names;
+    }
+
+    /** Whether a directory, and not a link to one, is watched. */
+    bool isDirectory(std::filesystem::path const& path) {
+        return watch(path, ownEvents | IN_ONLYDIR | IN_DONT_FOLLOW);
     }
 
     bool watch(std::filesystem::path const& path, std::uint32_t events) { return add(path, events) >= 0; }

@@ -81,12 +81,16 @@ DirectoryLock::Outcome DirectoryLock::tryOnce(std::string const& path) {
     Descriptor directory = openDirectory(AT_FDCWD, path);
     if (!directory.isOpen())
         return errno == EACCES ? Outcome::taken : Outcome::failed; // may be written to, but not locked
-    if (::flock(directory.number(), LOCK_EX | LOCK_NB) != 0)
+    if (retried([&] { return ::flock(directory.number(), LOCK_EX | LOCK_NB); }) != 0)
         return errno == EWOULDBLOCK ? Outcome::timedOut : Outcome::taken; // or there are no locks
     struct stat own = {};
     struct stat there = {};
-    if (!isExamined(directory.number(), own) || ::stat(path.c_str(), &there) != 0 ||
-        own.st_dev != there.st_dev || own.st_ino != there.st_ino)
+    if (!isExamined(directory.number(), own))
+        return Outcome::failed;
+    bool const isThere = retried([&] { return ::stat(path.c_str(), &there); }) == 0;
+    if (!isThere && errno != ENOENT && errno != ENOTDIR)
+        return Outcome::failed;
+    if (!isThere || own.st_dev != there.st_dev || own.st_ino != there.st_ino)
         return Outcome::timedOut; // it has been replaced meanwhile
     _directory = directory.release();
     return Outcome::taken;

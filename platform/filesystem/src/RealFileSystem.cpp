@@ -100,6 +100,10 @@ public:
     virtual void seek(long position) = 0;
     [[nodiscard]] virtual long tell() const = 0;
     [[nodiscard]] virtual long size() const = 0; // -1 on failure
+    virtual bool flush() {
+        refused();
+        return false;
+    }
     virtual bool close() = 0;
     [[nodiscard]] virtual int descriptor() const = 0;
 
@@ -185,6 +189,7 @@ public:
     void seek(long position) override { _replacement->seek(position); }
     [[nodiscard]] long tell() const override { return _replacement->tell(); }
     [[nodiscard]] long size() const override { return _replacement->size(); }
+    bool flush() override { return _replacement->settle(); }
     bool close() override { return _replacement->commit(); }
     [[nodiscard]] int descriptor() const override { return _replacement->descriptor(); }
 
@@ -356,6 +361,14 @@ RealFileSystem::Stamp RealFileSystem::stamp(FileHandle* handle) const {
     return {status.st_dev, status.st_ino, status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
 }
 
+bool RealFileSystem::flush(FileHandle* handle) {
+    RealHandle* const own = _handles->find(handle);
+    if (own != nullptr)
+        return own->flush();
+    errno = EBADF;
+    return false;
+}
+
 bool RealFileSystem::keepAs(QString const& path, QString const& second) {
     errno = EINVAL;
     auto const from = locate(_root, path);
@@ -395,9 +408,12 @@ bool RealFileSystem::copy(QString const& path, QString const& second) {
         isCopied = ::fchmod(made->descriptor(), S_IRUSR | S_IWUSR) == 0;
     std::array<char, 65'536> part{};
     while (isCopied) {
+        errno = 0;
         long const got = read(from, part.data(), static_cast<long>(part.size()));
-        if (got == 0)
+        if (got == 0) {
+            isCopied = errno == 0; // otherwise this is not the end
             break;
+        }
         isCopied = write(to, part.data(), got) == got;
     }
     isCopied = isCopied && close(to);

@@ -197,8 +197,8 @@ long Replacement::write(void const* bytes, long count) {
     auto const buffered = [this] { return static_cast<long>(_buffer.size()); };
     if (count <= 0 || _error != 0)
         return 0;
-    if (source == nullptr) {
-        _error = EFAULT;
+    if (source == nullptr || !_file.isOpen()) {
+        _error = source == nullptr ? EFAULT : EBADF;
         return 0;
     }
     bool const adjoins = _position == _bufferStart + buffered();
@@ -275,6 +275,10 @@ bool Replacement::keepRights() const {
  * Brings the temporary file to its final form, on the disk. The lock stays until the file is in its place.
  */
 bool Replacement::settle() {
+    if (_lock.isOpen()) { // it has been already
+        errno = _error;
+        return _error == 0;
+    }
     if (!flush() || !keepRights() || !isSynchronised(_file.number()))
         return false;
     _lock = duplicated(_file.number());

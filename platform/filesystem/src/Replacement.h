@@ -52,6 +52,12 @@ public:
     [[nodiscard]] int descriptor() const noexcept { return _file.number(); }
 
     /**
+     * Makes the new content durable, ahead of `commit`; nothing can be written after it.
+     * Result: false when that failed, or an earlier write; `errno` says why.
+     */
+    bool settle();
+
+    /**
      * Makes the new content durable and moves it over the old one; the last call before destruction.
      * Result: false when a step failed, now or in an earlier write; `errno` says why. The old content is then
      * in place, except when the last step failed, making the move itself durable: the new content is in place
@@ -80,7 +86,6 @@ private:
     long writeThrough(std::string_view bytes, long position);
     bool flush();
     [[nodiscard]] bool keepRights() const;
-    bool settle();
     [[nodiscard]] bool isMoveDurable() const;
 
     Target _target;

@@ -47,7 +47,8 @@ public:
 
     /**
      * Listens to the property or group `key` and calls `call(name)` with the name as its writer gave it.
-     * Changes made with `sender` are left out, unless it is null. Exceptions of the call reach the writer.
+     * Changes made with `sender` are left out, unless it is null. Exceptions of the call reach the writer; those for a
+     * change by another program are written on standard error (`LiveSettings.h`).
      */
     template <class Call>
     Listener(std::string const& key, Call&& call, void* sender = nullptr)

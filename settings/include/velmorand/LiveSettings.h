@@ -25,7 +25,12 @@
 namespace velmorand {
 
 enum class LiveEventKind {
-    recovered,     ///< the user's file was damaged; the previous one is in its place
+    /**
+     * The user's file was damaged, and an intact one has replaced it. If it was found at the start, that is the previous
+     * file, and what the last save had changed is lost. If it was found later, the settings in memory have been written
+     * again; then nothing is lost, and the reason says so.
+     */
+    recovered,
     startedEmpty,  ///< the user's file was damaged, and so was the previous one, or there was none
     globalIgnored, ///< the administrator's file is damaged or cannot be read, and is not used until it can be
     saveFailed,    ///< changes could not be saved; saving is tried again until it succeeds
@@ -74,9 +79,18 @@ struct LiveOptions {
  * A thread of its own saves and watches the files; it sleeps while nothing changes. It takes the settings' lock
  * only to look at what has changed and to bring in what others have changed; never while it waits for the disk.
  * Changes by other processes become visible together and are announced on that thread, or on the thread that calls
- * `sync`, with this object's address as the sender.
+ * `sync`, with this object's address as the sender. They have no writer who could get what a listener throws: it is
+ * written on standard error, and all other listeners are notified. If it is not a `Listener` but a
+ * `_Register::Callback` that throws, some listeners hear that name twice.
  *
- * A forked child process shares nothing: its changes stay in its memory.
+ * A user's file that is removed meanwhile, with or without its directory, resets nothing: the settings stay in memory,
+ * and the next change, or `sync`, writes all of them again. Without either the file stays missing, and the next start
+ * finds no settings. To reset programs while they run, delete the settings themselves, as `velmorand-register delete`
+ * does.
+ *
+ * A forked child process shares nothing: its changes stay in its memory. If any thread held the settings' lock at the
+ * moment of the fork, be it only the thread that saves, the child cannot use the settings at all (`Property.h`), and its
+ * `exit` may wait for a second.
  */
 class VELMORAND_SETTINGS_EXPORT LiveSettings {
 public:
@@ -101,7 +115,8 @@ public:
 
     /**
      * Saves this process's changes now and brings in those of others: durable and visible when it returns.
-     * Result: whether everything is saved; otherwise the file and the reason.
+     * Result: whether everything is saved; otherwise the file and the reason. After a failure the file may hold the
+     * changes already, until the power fails; the next save makes sure of them.
      * Locks: takes the settings' lock for a moment, not while it waits for the disk.
      */
     SaveResult sync();

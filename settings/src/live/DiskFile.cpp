@@ -26,13 +26,12 @@ QString text(std::string const& utf8) {
     return QString::fromUtf8(utf8.data(), static_cast<int>(utf8.size()));
 }
 
-/** Gives a handle back at the end of a scope. */
+/** A file that is open for reading until the end of a scope. */
 class Opened {
 public:
-    Opened(filesystem::RealFileSystem& disk, std::string const& name, FileSystem::FileSystemMode mode)
-        : _disk(disk) {
+    Opened(filesystem::RealFileSystem& disk, std::string const& name) : _disk(disk) {
         errno = 0;
-        if (!disk.open(text(name), &_handle, mode))
+        if (!disk.open(text(name), &_handle, FileSystem::MODE_READ))
             _error = errno;
     }
     Opened(Opened const&) = delete;
@@ -45,13 +44,15 @@ public:
     [[nodiscard]] FileHandle* handle() const noexcept { return _handle; }
     [[nodiscard]] int error() const noexcept { return _error; }
 
-    bool close() { return _disk.close(std::exchange(_handle, nullptr)); }
-
 private:
     filesystem::RealFileSystem& _disk;
     FileHandle* _handle = nullptr;
     int _error = 0;
 };
+
+bool isMissing(int error) {
+    return error == ENOENT || error == ENOTDIR;
+}
 
 std::string because(int error) {
     if (error == EINVAL)
@@ -71,7 +72,7 @@ std::string timeInUtc() {
 } // namespace
 
 DiskFile::DiskFile(std::string const& directory, std::string const& name)
-    : _name(name), _path(directory + '/' + name), _disk(text(directory)) {}
+    : _directory(text(directory)), _name(name), _path(directory + '/' + name), _disk(_directory) {}
 
 DiskFile::Identity DiskFile::identify(FileHandle* handle) {
     Identity identity{_disk.stamp(handle), std::string(headSize, '\0')};
@@ -85,19 +86,20 @@ Reading DiskFile::read() {
 }
 
 bool DiskFile::isKnown() {
-    Opened const file(_disk, _name, FileSystem::MODE_READ);
-    Identity const now = file.handle() != nullptr ? identify(file.handle()) : Identity{};
+    Opened const file(_disk, _name);
+    if (file.handle() == nullptr)
+        return isMissing(file.error()) && _known && _known->stamp.number == 0;
+    Identity const now = identify(file.handle());
     return _known && _known->stamp == now.stamp && _known->head == now.head;
 }
 
 std::optional<Reading> DiskFile::readIfChanged() {
-    Opened const file(_disk, _name, FileSystem::MODE_READ);
+    Opened const file(_disk, _name);
     if (file.handle() == nullptr) {
-        bool const isMissing = file.error() == ENOENT || file.error() == ENOTDIR;
-        if (isMissing && _known && _known->stamp.number == 0)
+        if (isMissing(file.error()) && _known && _known->stamp.number == 0)
             return std::nullopt;
         _known.reset();
-        if (!isMissing)
+        if (!isMissing(file.error()))
             return Reading{Found::unreadable, nullptr, because(file.error())};
         _known = Identity{};
         return Reading{Found::missing, nullptr, {}};
@@ -106,17 +108,24 @@ std::optional<Reading> DiskFile::readIfChanged() {
     if (_known && _known->stamp == now.stamp && _known->head == now.head)
         return std::nullopt;
     Reading reading = readFrom(file.handle());
+    _known.reset();
     if (reading.found == Found::sound)
-        _known = std::move(now);
-    else
-        _known.reset();
+        know(std::move(now));
     return reading;
+}
+
+/** A file that the system cannot examine stays unknown. */
+void DiskFile::know(Identity identity) {
+    if (identity.stamp.number != 0)
+        _known = std::move(identity);
 }
 
 Reading DiskFile::readFrom(FileHandle* handle) {
     try {
-        std::string bytes(static_cast<std::size_t>(std::max(_disk.size(handle), 0L)), '\0');
-        _disk.seek(handle, 0, FileSystem::ORIGIN_BEGIN);
+        long const size = _disk.size(handle);
+        if (size < 0 || !_disk.seek(handle, 0, FileSystem::ORIGIN_BEGIN))
+            return {Found::unreadable, nullptr, because(errno)};
+        std::string bytes(static_cast<std::size_t>(size), '\0');
         errno = 0;
         auto const moved =
             static_cast<std::size_t>(_disk.read(handle, bytes.data(), static_cast<long>(bytes.size())));
@@ -133,35 +142,50 @@ Reading DiskFile::readFrom(FileHandle* handle) {
     }
 }
 
-std::string DiskFile::replace(TreeImage const& image, std::string const& keptAs) {
-    _known.reset();
-    auto const failed = [this](int error) { return _path + ": " + because(error); };
-    Opened file(_disk, _name, FileSystem::MODE_WRITE);
-    if (file.handle() == nullptr)
-        return failed(file.error());
+DiskFile::Replaced DiskFile::replace(TreeImage const& image, std::string const& keptAs) {
+    auto const failed = [this](int error) { return Replaced{false, _path + ": " + because(error)}; };
+    // Of its own, so that what is written leaves no trace unless it is closed.
+    filesystem::RealFileSystem disk(_directory);
+    FileHandle* handle = nullptr;
+    errno = 0;
+    if (!disk.open(text(_name), &handle, FileSystem::MODE_WRITE))
+        return failed(errno);
     auto const size = static_cast<long>(image.bytes().size());
     errno = EIO;
-    if (_disk.write(file.handle(), image.bytes().data(), size) != size)
+    if (disk.write(handle, image.bytes().data(), size) != size || !disk.flush(handle))
         return failed(errno);
-    if (!keptAs.empty() && !_disk.keepAs(text(_name), text(keptAs)) && errno != ENOENT)
+    // Not earlier: a save that fails must not cost the previous file.
+    if (!keptAs.empty() && !disk.keepAs(text(_name), text(keptAs)) && errno != ENOENT)
         return failed(errno);
-    if (!file.close())
-        return failed(errno);
+    _known.reset();
+    Replaced replaced{true, {}};
+    if (!disk.close(handle))
+        replaced = failed(errno);
+    knowIfItHolds(image);
+    replaced.isInPlace = replaced.isInPlace || _known;
+    return replaced;
+}
 
-    // From now on it is known, unless somebody else has replaced it already.
-    if (Opened const written(_disk, _name, FileSystem::MODE_READ); written.handle() != nullptr) {
-        Identity now = identify(written.handle());
-        if (image.bytes().compare(0, now.head.size(), now.head) == 0 && now.stamp.size == size)
-            _known = std::move(now);
-    }
-    return {};
+/** After a replacement the file is known, unless somebody else has replaced it already. */
+void DiskFile::knowIfItHolds(TreeImage const& image) {
+    Opened const written(_disk, _name);
+    if (written.handle() == nullptr)
+        return;
+    Identity now = identify(written.handle());
+    if (image.bytes().compare(0, now.head.size(), now.head) == 0 &&
+        now.stamp.size == static_cast<long>(image.bytes().size()))
+        know(std::move(now));
 }
 
 std::string DiskFile::nameForDamaged() {
+    constexpr int mostNames = 1000; // a name that cannot be examined counts as taken
     std::string const stem = _name + ".damaged-" + timeInUtc();
     std::string name = stem;
-    for (int number = 2; _disk.exists(text(name)); ++number)
+    for (int number = 2; _disk.exists(text(name)); ++number) {
+        if (number > mostNames)
+            return ".";
         name = stem + '-' + std::to_string(number);
+    }
     return name;
 }
 

@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+#include <QString>
+
 #include <filesystem/RealFileSystem.h>
 #include <filesystem/TreeImage.h>
 
@@ -41,13 +43,18 @@ public:
     /** Reads the file unless it is the one, with the content, that was last read or written. */
     [[nodiscard]] std::optional<Reading> readIfChanged();
 
-    /**
-     * Replaces the file in one step and makes that durable; what it held is kept as `keptAs` unless that is empty.
-     * Result: why it failed; empty if it did not.
-     */
-    [[nodiscard]] std::string replace(filesystem::TreeImage const& image, std::string const& keptAs);
+    struct Replaced {
+        bool isInPlace;      ///< the file holds the new content; if there is a failure, perhaps only as long as there is power
+        std::string failure; ///< why it failed; empty if it did not
+    };
 
-    /** A name for the file in case it is damaged, with the time in UTC, that nothing in its directory has yet. */
+    /** Replaces the file in one step and makes that durable; what it held is kept as `keptAs` unless that is empty. */
+    [[nodiscard]] Replaced replace(filesystem::TreeImage const& image, std::string const& keptAs);
+
+    /**
+     * A name for the file in case it is damaged, with the time in UTC, that nothing in its directory has yet. If none
+     * can be found it is one that cannot be given to a file.
+     */
     [[nodiscard]] std::string nameForDamaged();
 
     /**
@@ -67,8 +74,11 @@ private:
     };
 
     [[nodiscard]] Identity identify(filesystem::FileHandle* handle);
+    void know(Identity identity);
+    void knowIfItHolds(filesystem::TreeImage const& image);
     [[nodiscard]] Reading readFrom(filesystem::FileHandle* handle);
 
+    QString _directory;
     std::string _name;
     std::string _path;
     filesystem::RealFileSystem _disk;

@@ -11,7 +11,7 @@ namespace {
 char const* consequence(LiveEventKind kind) {
     switch (kind) {
     case LiveEventKind::recovered:
-        return "it has been replaced by an intact one";
+        return "an intact file has replaced it";
     case LiveEventKind::startedEmpty:
         return "starting with empty settings";
     case LiveEventKind::globalIgnored:

@@ -33,7 +33,7 @@ Image recover(Files& files, Events& events) {
     bool const isRecovered = previous.found == Found::sound;
     // In one step, so that nobody ever finds no file: that would count as empty.
     std::string keptAs = isRecovered ? files.user.nameForDamaged() : files.user.moveAsideAsDamaged();
-    if (isRecovered && !files.user.replace(*previous.image, keptAs).empty())
+    if (isRecovered && !files.user.replace(*previous.image, keptAs).isInPlace)
         keptAs.clear(); // the next save tries again
     files.user.removeOldestDamaged();
     events.note({isRecovered ? LiveEventKind::recovered : LiveEventKind::startedEmpty, files.user.path(),

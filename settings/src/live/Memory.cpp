@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <map>
 #include <set>
 #include <string_view>
 #include <utility>
@@ -10,6 +11,8 @@
 #include <QString>
 
 #include <filesystem/Direct.h>
+
+#include "../Unwritten.h"
 
 namespace velmorand::live {
 
@@ -79,7 +82,35 @@ struct Pending : _Register {
     }
 };
 
-/** A log whose register has been destroyed and that so cannot be destroyed itself. Volatile, to stay reachable for leak checkers. */
+/** A register whose listeners can be seen. */
+struct Listeners : _Register {
+    static std::multimap<std::string, Callback*> const& of(_Register const& theRegister) {
+        return theRegister.*(&Listeners::_callbacks);
+    }
+};
+
+/** Whether a listener is still one of a key's: another one may have removed it. */
+bool listens(_Register const& theRegister, std::string const& key, _Register::Callback* listener) {
+    auto const [first, last] = Listeners::of(theRegister).equal_range(key);
+    return std::any_of(first, last, [=](auto const& entry) { return entry.second == listener; });
+}
+
+/** Notifies the listeners of a name, whatever some of them throw: those that have been notified, once more. */
+void notifyEach(_Register const& theRegister, void* sender, std::string const& name) {
+    for (std::string key = name; !key.empty();) {
+        std::vector<_Register::Callback*> listeners;
+        auto const [first, last] = Listeners::of(theRegister).equal_range(key);
+        std::transform(first, last, std::back_inserter(listeners),
+                       [](auto const& entry) { return entry.second; });
+        for (_Register::Callback* const listener : listeners)
+            if (listens(theRegister, key, listener) && listener->owner() != sender)
+                Unwritten::call(name, [&] { listener->propertyChanged(name); });
+        std::size_t const slash = key.rfind('/');
+        key.resize(slash == std::string::npos ? 0 : slash);
+    }
+}
+
+/** A log whose register has been destroyed first. Volatile, so that it stays reachable for leak checkers. */
 ChangeLog* volatile leftBehind = nullptr;
 
 } // namespace
@@ -141,6 +172,8 @@ bool Memory::isSaved(GiveUp const& giveUp) const {
     AbandonableLock const lock(giveUp);
     if (!lock.isHeld() || _log == nullptr)
         return true;
+    if (!_isDurable)
+        return false;
     // Another thread may be about to find out that what it has collected is in the file already.
     auto const paths = united(_collected, _pending);
     return _log->isEmpty() && std::all_of(paths.begin(), paths.end(), [this](std::string const& path) {
@@ -167,6 +200,7 @@ void Memory::bringInLocked(void* sender) {
 
 void Memory::bringInUser(Merged& merged, std::vector<std::string>& names) {
     addPending(_log->take());
+    _isDurable = merged.isDurable;
     if (merged.isSaved && merged.number == _collections)
         _collected.clear();
     // What may have changed here meanwhile waits for the next merge, which finds out whether it has.
@@ -253,13 +287,15 @@ void Memory::makeRoom(std::string_view scope, std::string const& path) {
             return;
 }
 
-/** Announces names, each once. What a listener throws must not keep the others from hearing. */
+/** Announces names, each once. */
 void Memory::announce(void* sender, std::vector<std::string> const& names) {
+    Unwritten const unwritten;
     for (std::string const& name : std::set<std::string>(names.begin(), names.end())) {
         try {
             _register.markAsChanged(sender, name);
-        } catch (...) {
+        } catch (...) { // a `_Register::Callback`, since a `Listener` lets nothing out
             Pending::names(_register).erase(name);
+            notifyEach(_register, sender, name);
         }
     }
 }

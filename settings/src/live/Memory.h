@@ -31,7 +31,8 @@ struct Collected {
 /** What a merge means for memory. */
 struct Merged {
     std::uint64_t number; ///< of the collection that was merged
-    bool isSaved;         ///< whether the collection got into the file
+    bool isSaved;         ///< whether the collection got into the file, durably
+    bool isDurable;       ///< whether the file is as it should be on the disk
     Image before;         ///< what memory and file have in common as long as memory has none of `changes`
     Changes changes;      ///< of others: what makes the merged settings of memory as it was then
     Image base;           ///< what memory and file have in common when it has all of them
@@ -103,6 +104,7 @@ private:
     std::vector<std::string> _collected; ///< by the latest collection, and not known to be in the file
     std::uint64_t _collections = 0;
     std::uint64_t _merges = 0; ///< brought in so far
+    bool _isDurable = true;    ///< whether the file is as it should be on the disk
 
     mutable std::mutex _inboxMutex; ///< nothing else is locked under it
     std::deque<Merged> _inbox;

@@ -60,7 +60,7 @@ void reload(_Register& theRegister, Files const& files, void* sender) {
     };
     Image const user = now("/user");
     Memory memory(theRegister, user, now("/global"), [] {});
-    memory.post({0, true, user, user->differencesTo(*files.userImage), files.userImage});
+    memory.post({0, true, true, user, user->differencesTo(*files.userImage), files.userImage});
     memory.postGlobal(files.globalImage);
     memory.bringIn(sender, [] { return false; });
 }

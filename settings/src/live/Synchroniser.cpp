@@ -62,7 +62,7 @@ Synchroniser::Step Synchroniser::merge(Collected const& collected, Missing missi
     // merge was brought in is compared with an older file than that merge has left: it would undo some of it.
     if (collected.merges != _merges)
         return {{}, true};
-    Merged merged{collected.number, false, collected.base, {}, collected.base};
+    Merged merged{collected.number, false, true, collected.base, {}, collected.base};
     std::string failure;
     try {
         readGlobal();
@@ -71,6 +71,7 @@ Synchroniser::Step Synchroniser::merge(Collected const& collected, Missing missi
         failure = _files.user.path() + ": " + exception.what();
     }
     merged.isSaved = failure.empty();
+    merged.isDurable = _isFileDurable;
     report(failure);
     _memory.post(std::move(merged));
     ++_merges;
@@ -87,7 +88,7 @@ std::string Synchroniser::bringIntoFile(Collected const& collected, Merged& merg
         if (std::string failure = look(damage); !failure.empty())
             return failure;
     }
-    if (hasChanges || !damage.empty() || (_isFileMissing && isMadeIfMissing)) {
+    if (hasChanges || !damage.empty() || !_isFileDurable || (_isFileMissing && isMadeIfMissing)) {
         damage.clear(); // another process may have mended it
         if (std::string failure = take(turn); !failure.empty())
             return failure;
@@ -103,10 +104,18 @@ std::string Synchroniser::bringIntoFile(Collected const& collected, Merged& merg
         merged.changes = memory->differencesTo(*result);
 
     bool const isMade = _isFileMissing && isMadeIfMissing && (hasChanges || result->fileCount() != 0);
-    if (isMade || !damage.empty() || (!_isFileMissing && result->bytes() != theirs->bytes())) {
-        std::string const keptAs = damage.empty() ? previousFileName : _files.user.nameForDamaged();
-        if (std::string failure = _files.user.replace(*result, keptAs); !failure.empty())
+    bool const isOther = !_isFileMissing && result->bytes() != theirs->bytes();
+    std::string failure;
+    if (isMade || isOther || !damage.empty() || (!_isFileMissing && !_isFileDurable)) {
+        // A file that is only made durable has been kept already.
+        std::string const keptAs = !damage.empty()     ? _files.user.nameForDamaged()
+                                   : isMade || isOther ? previousFileName
+                                                       : "";
+        auto replaced = _files.user.replace(*result, keptAs);
+        failure = std::move(replaced.failure);
+        if (!replaced.isInPlace)
             return failure;
+        _isFileDurable = failure.empty();
         _files.userImage = result;
         _isFileMissing = false;
         if (!damage.empty())
@@ -114,7 +123,7 @@ std::string Synchroniser::bringIntoFile(Collected const& collected, Merged& merg
     }
     merged.before = memory;
     merged.base = result;
-    return {};
+    return failure;
 }
 
 /** Waits for this process's turn to replace the file. */
@@ -137,7 +146,9 @@ std::string Synchroniser::take(DirectoryLock& turn) {
 /** Memory knows what the file held, so the previous one is not needed. */
 void Synchroniser::noteRecovery(std::string const& damage, std::string const& keptAs) {
     _files.user.removeOldestDamaged();
-    _events.note({LiveEventKind::recovered, _files.user.path(), damage, _files.directory + '/' + keptAs});
+    _events.note({LiveEventKind::recovered, _files.user.path(),
+                  damage + "; nothing is lost, since the running program has all settings in memory",
+                  _files.directory + '/' + keptAs});
 }
 
 /** Finds out what the user's file holds now, or what is wrong with it. */
@@ -154,6 +165,7 @@ std::string Synchroniser::look(std::string& damage) {
         break;
     case Found::missing:
         _isFileMissing = true;
+        _isFileDurable = true; // nothing is left of it that could be lost
         break;
     case Found::sound:
         _files.userImage = reading->image;

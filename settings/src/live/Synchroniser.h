@@ -84,6 +84,7 @@ private:
     bool _isStopped = false;
     bool _isFailing = false;
     bool _isFileMissing = false;
+    bool _isFileDurable = true; ///< a replacement may be in its place and yet not survive a power cut
     bool _isGlobalIgnored = false;
     std::uint64_t _merges = 0; ///< so far, failed ones included
 };

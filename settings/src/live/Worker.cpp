@@ -88,6 +88,7 @@ void* Worker::begin(void* worker) noexcept {
 void Worker::wake() noexcept {
     if (::getpid() != _process) // the parent's event must not be touched
         return;
+    _changedAt = Clock::now();
     std::uint64_t const one = 1;
     static_cast<void>(::write(_wake, &one, sizeof one) == 0); // if it is full it is awake
 }
@@ -112,14 +113,23 @@ bool Worker::synchronise() const {
     }
 }
 
+/** Whether a file may have changed since it was read. What this process has written itself is no reason to look. */
+bool Worker::mayBeNews() const {
+    try {
+        return _isNews();
+    } catch (std::exception const&) { // no memory
+        return true;
+    }
+}
+
 /** Result: whether a file may have changed since it was read. */
 bool Worker::beginWatch(std::unique_ptr<filesystem::FileWatch>& watch) const {
     try {
         watch = std::make_unique<filesystem::FileWatch>(_files);
-        return _isNews();
-    } catch (std::exception const&) {
+    } catch (std::exception const&) { // no memory
         return true;
     }
+    return mayBeNews();
 }
 
 void Worker::run() {
@@ -134,8 +144,8 @@ void Worker::run() {
             return;
         std::uint64_t count = 0;
         if (::read(_wake, &count, sizeof count) > 0 && !due)
-            due = Clock::now() + _delay;
-        bool isNews = waiting[1].revents != 0 && watch->takeEvents();
+            due = _changedAt.load() + _delay;
+        bool isNews = waiting[1].revents != 0 && watch->takeEvents() && mayBeNews();
         if (watchFrom && Clock::now() >= *watchFrom && !_isStopping) {
             isNews = beginWatch(watch);
             watchFrom.reset();

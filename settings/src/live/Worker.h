@@ -33,7 +33,7 @@ public:
     Worker& operator=(Worker const&) = delete;
     ~Worker();
 
-    /** There is something to save. From any thread, a forked child's included, with whatever locks held. */
+    /** There is something to save, and there was nothing before. From any thread, a forked child's included, with whatever locks held. */
     void wake() noexcept;
 
     /** Ends the thread and waits for it, unless it is this one. */
@@ -42,6 +42,7 @@ public:
 private:
     static void* begin(void* worker) noexcept;
     void run();
+    [[nodiscard]] bool mayBeNews() const;
     [[nodiscard]] bool beginWatch(std::unique_ptr<filesystem::FileWatch>& watch) const;
     [[nodiscard]] bool synchronise() const;
 
@@ -53,6 +54,7 @@ private:
 
     ::pid_t const _process;
     int _wake;
+    std::atomic<std::chrono::steady_clock::time_point> _changedAt{}; ///< the first change that is not saved
     std::atomic<bool> _isStopping{false};
     ::pthread_t _thread{};
     bool _isStopped = false;

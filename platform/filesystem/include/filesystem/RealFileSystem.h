@@ -78,6 +78,13 @@ public:
     [[nodiscard]] Stamp stamp(FileHandle* handle) const;
 
     /**
+     * Makes what was written to a handle durable ahead of `close`, which is then left with moving it into its place.
+     * Nothing can be written to the handle after that.
+     * Result: whether all of it is; otherwise `errno` says why, and `close` will fail too.
+     */
+    bool flush(FileHandle* handle);
+
+    /**
      * Keeps what a file holds now under a second name as well, in place of what that name held, for when the file
      * is replaced. Durable together with the replacement.
      * Result: whether it is kept; otherwise `errno` says why, and the second name is as it was.
