@@ -6,6 +6,8 @@
 #include <mutex>
 #include <tuple>
 
+#include <pthread.h>
+
 #include "Access.h"
 #include "Declarations.h"
 #include "Recall.h"
@@ -30,6 +32,15 @@ struct List {
         return *list;
     }
 };
+
+/** Makes the list when the library is loaded, and has its mutex held during forks, so that a child finds it free. */
+int prepareForForks() {
+    static_cast<void>(List::instance());
+    return ::pthread_atfork([] { List::instance().mutex.lock(); }, [] { List::instance().mutex.unlock(); },
+                            [] { List::instance().mutex.unlock(); });
+}
+
+[[maybe_unused]] int const heldDuringForks = prepareForForks();
 
 } // namespace
 
