@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Reading declared settings that have not changed, beside stores that are asked for the same values by their names:
-// "declared_integer/threads/store". The floor is a mirror of the value in an atomic variable, which nothing keeps up to
+// "declared_integer/store", and by several threads "declared_threads/threads/store". The floor is a mirror of the value in an atomic variable, which nothing keeps up to
 // date.
 #include <atomic>
 #include <cstddef>
@@ -123,27 +123,26 @@ void readMirror(benchmark::State& state) {
     }
 }
 
-void addRow(std::string const& row, std::string const& label, int threads,
-            void (*function)(benchmark::State&)) {
-    std::string const name = row + "/" + std::to_string(threads) + "/" + label;
-    auto* const added = benchmark::RegisterBenchmark(name.c_str(), function)->Threads(threads);
-    if (threads > 1)
-        added->UseRealTime(); // they may wait for each other
+benchmark::internal::Benchmark* addRow(std::string const& row, std::string const& label,
+                                       void (*function)(benchmark::State&)) {
+    return benchmark::RegisterBenchmark((row + "/" + label).c_str(), function);
 }
 
 template <class T, class... Stores>
 void addType(std::string const& row, StoreList<Stores...>) {
-    for (int threads = 1; threads <= 4; threads *= 2) {
-        addRow(row, "declared", threads, readDeclared<T>);
-        addRow(row, "mirror", threads, readMirror<T>);
-        addRow(row, Limit::label, threads, readByName<Limit, T>);
-        addRow(row, Register::label, threads, readByName<Register, T>);
-    }
-    // Most others leave it to the program to lock them.
-    (((std::string(Stores::label) == Limit::label || std::string(Stores::label) == Register::label)
-          ? void()
-          : addRow(row, Stores::label, 1, readByName<Stores, T>)),
-     ...);
+    addRow(row, "declared", readDeclared<T>);
+    addRow(row, "mirror", readMirror<T>);
+    (addRow(row, Stores::label, readByName<Stores, T>), ...);
+}
+
+/** Without the others, most of which leave it to the program to lock them. */
+void addThreads(int threads) {
+    std::string const row = "declared_threads/" + std::to_string(threads);
+    for (auto* const added :
+         {addRow(row, "declared", readDeclared<int>), addRow(row, "mirror", readMirror<int>),
+          addRow(row, Limit::label, readByName<Limit, int>),
+          addRow(row, Register::label, readByName<Register, int>)})
+        added->Threads(threads)->UseRealTime();
 }
 
 template <class... Stores>
@@ -164,6 +163,8 @@ int main(int argc, char** argv) {
     bench::addType<double>("declared_number", stores);
     bench::addType<bool>("declared_boolean", stores);
     bench::addType<Theme>("declared_enum", stores);
+    for (int threads = 1; threads <= 4; threads *= 2)
+        bench::addThreads(threads);
     benchmark::RunSpecifiedBenchmarks();
     bench::releaseAll(stores);
     return 0;

@@ -143,7 +143,7 @@ relaxed load.
 def declared_goal_table(declared):
     lines = []
     for row, title in rows.DECLARED:
-        time, limit, mirror = (declared[row][f"1/{store}"] for store in ("declared", LIMIT, "mirror"))
+        time, limit, mirror = (declared[row][store] for store in ("declared", LIMIT, "mirror"))
         ratio = time / limit
         met = "yes" if ratio <= rows.DECLARED_GOAL else "**no**"
         lines.append([title, f"{time:.1f} ns", f"{mirror:.1f} ns", f"{limit:.1f} ns", f"{ratio:.2f}",
@@ -153,16 +153,15 @@ def declared_goal_table(declared):
 
 def declared_others_table(declared):
     """How many times what a declared setting takes each store takes."""
-    stores = [store for store in rows.STORES if f"1/{store}" in declared[rows.DECLARED[0][0]]]
+    stores = [store for store in rows.STORES if store in declared[rows.DECLARED[0][0]]]
     lines = []
     for row, title in rows.DECLARED:
-        lines.append([title] + [ratio_text(declared[row][f"1/{store}"] / declared[row]["1/declared"])
+        lines.append([title] + [ratio_text(declared[row][store] / declared[row]["declared"])
                                 for store in stores])
     return table(["type"] + ["read" if store == OURS else store for store in stores], lines)
 
 
-def declared_threads_table(declared):
-    times = declared[rows.DECLARED[0][0]]
+def declared_threads_table(times):
     stores = ["declared", "mirror", LIMIT, OURS]
     lines = [
         [str(threads)] + [f"{times[f'{threads}/{store}']:.1f} ns" for store in stores]
@@ -188,7 +187,7 @@ def declared_section(result):
     yield "\nHow many times as long the others take:\n"
     yield from declared_others_table(declared)
     yield "\nAn `int`, read by several threads: the time that passes for each read, of whichever thread.\n"
-    yield from declared_threads_table(declared)
+    yield from declared_threads_table(result["declared threads"])
     yield "\nWhat the header costs the compiler, processor's time:\n"
     yield from compile_table(result["compile"])
 

@@ -84,6 +84,7 @@ std::vector<std::shared_ptr<detail::Declaration>> declarations() {
     for (auto& [number, declaration] : alive)
         byName.insert({declaration->name(), std::move(declaration)});
     std::vector<std::shared_ptr<detail::Declaration>> result;
+    result.reserve(byName.size());
     for (auto& [name, declaration] : byName)
         result.push_back(std::move(declaration));
     return result;
