@@ -14,6 +14,7 @@
 
 #include <utils/properties/Register.h>
 #include <velmorand/LiveSettings.h>
+#include <velmorand/Property.h>
 
 #include "Names.h"
 #include "Rows.h"
@@ -83,6 +84,22 @@ void countOthers(Register& store) {
     count("load_10000", {"once"}, [&](std::string const&) { store.load(); });
 }
 
+/** Declared settings that have not changed since they were read. */
+template <class T>
+void countDeclared(Register& store, std::string const& kind, T const& value) {
+    std::vector<std::string> const& all = names(1'000).shuffled();
+    std::vector<velmorand::Property<T>> settings;
+    for (std::string const& name : all) {
+        store.write(name, value);
+        settings.emplace_back(name);
+    }
+    for (auto const& setting : settings)
+        static_cast<void>(setting.get());
+    std::size_t next = 0;
+    T read{};
+    count("read_declared_" + kind, all, [&](std::string const&) { read = settings[next++].get(); });
+}
+
 void countLive() {
     std::filesystem::path const directory = storeDirectory();
     velmorand::LiveOptions options;
@@ -117,5 +134,7 @@ int main(int argc, char** argv) {
     bench::Register store(bench::storeDirectory(), bench::names(0));
     bench::countValues(store);
     bench::countOthers(store);
+    bench::countDeclared(store, "integer", bench::usualValue);
+    bench::countDeclared(store, "number", 0.5);
     return 0;
 }

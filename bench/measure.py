@@ -105,6 +105,8 @@ def main():
     result["comparison"] = {row: measured("compare", row) for row in compared}
     result["comparison"]["memory"] = measure_memory(program("memory"))
     result["details"] = {row: measured("details", row) for row, _ in rows.DETAILS}
+    result["declared"] = {row: measured("declared", row) for row, _ in rows.DECLARED}
+    result["declared threads"] = measured("declared", "declared_threads")
     result["process"] = measured("process", "process")
     arguments.result.write_text(json.dumps(result, indent=1) + "\n")
 

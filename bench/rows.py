@@ -49,6 +49,24 @@ DETAILS = [
     ("threads", "two threads"),
 ]
 
+# Declared settings that have not changed since they were read, by their type.
+DECLARED = [
+    ("declared_integer", "`int`"),
+    ("declared_number", "`double`"),
+    ("declared_boolean", "`bool`"),
+    ("declared_enum", "enum, kept as a string"),
+]
+
+DECLARED_GOAL = 0.15
+DECLARED_THREADS = [1, 2, 4]
+
+# What is compiled, and beside what.
+COMPILED = [
+    ("property", "QSettings", "the header alone"),
+    ("property used", "QSettings used", "one setting, read once"),
+]
+COMPILED_GOAL = 1.1
+
 PROCESS = [
     ("nothing", "a process that does not use the register"),
     ("start", "`initialize`, no register file"),

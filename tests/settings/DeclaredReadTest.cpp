@@ -3,6 +3,7 @@
 // A declared setting that has been read keeps its value: every way to change the register makes the next read take the
 // new one, and until then a read takes no lock.
 
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <functional>
@@ -15,6 +16,7 @@
 
 #include <boost/thread/lock_types.hpp>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem/RAMFileSystem.h>
 #include <filesystem/RealFileSystem.h>
@@ -27,6 +29,7 @@
 #include <velmorand/Property.h>
 
 #include "register/RegisterFile.h"
+#include "support/Allocators.h"
 #include "support/ChildProcess.h"
 #include "support/TemporaryDirectory.h"
 
@@ -553,6 +556,28 @@ TEST(KeptValueOfAForkedChild, IsItsOwn) {
                      },
                      support::Leave::atOnce));
     EXPECT_EQ(1, width.get());
+}
+
+TEST(AForkedChild, DeclaresSettingsWhateverOtherThreadsWereDeclaring) {
+#ifdef UNDER_A_SANITIZER
+    GTEST_SKIP() << "a child forked beside another thread may find the sanitizer's allocator locked";
+#endif
+    std::atomic<bool> isDone{false};
+    std::thread declaring([&] {
+        while (!isDone)
+            Property<int> const passing{"a/passing", 1};
+    });
+    int crashes = 0;
+    for (int i = 0; i < 300 && crashes == 0; ++i)
+        crashes += inChild(
+                       [] {
+                           ::alarm(30); // in place of a wait for ever
+                           Property<int> const own{"a/own", 1};
+                       },
+                       support::Leave::atOnce) != 0;
+    isDone = true;
+    declaring.join();
+    EXPECT_EQ(0, crashes);
 }
 
 // The lock. A read that waits for it never returns here: the holder waits for the reader.

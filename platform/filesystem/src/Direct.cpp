@@ -26,7 +26,8 @@ Entry entryAt(Tree const& tree, NodeId id) {
     return node.replaceContent(size);
 }
 
-char* rewriteAt(Tree& tree, NodeId id, std::size_t size) {
+/** In line, as it is a step of every write. */
+[[gnu::always_inline]] inline char* rewriteAt(Tree& tree, NodeId id, std::size_t size) {
     Node& node = tree[id];
     if (node.directory != 0 || !Node::fits(node.nameLength, size))
         return nullptr;
