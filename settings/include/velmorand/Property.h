@@ -37,8 +37,8 @@
  * the lock was held at the moment of the fork, by the forking thread or another. A child that is forked inside a
  * listener must not return from it: it should call `_exit` or start another program.
  *
- * Locks: each operation takes the settings' lock for the whole call, so it is safe from any thread and from
- * inside a listener.
+ * Locks: each operation takes the settings' lock for the whole call; `Property::get` says when it needs none. All are
+ * safe from any thread and from inside a listener.
  */
 namespace velmorand {
 
@@ -175,7 +175,7 @@ public:
 
     /**
      * Why `get` returns the fallback although some scope has the name, such as
-     * `editor/size: 80 is not allowed (6 to 72)`; empty if there is no problem.
+     * `editor/size: 80 is not allowed: expected 6 to 72`; empty if there is no problem.
      */
     [[nodiscard]] std::string problem() const { return _declared->problem(); }
 
