@@ -37,8 +37,8 @@
  * the lock was held at the moment of the fork, by the forking thread or another. A child that is forked inside a
  * listener must not return from it: it should call `_exit` or start another program.
  *
- * Locks: each operation takes the settings' lock for the whole call, so it is safe from any thread and from
- * inside a listener.
+ * Locks: each operation takes the settings' lock for the whole call; `Property::get` says when it needs none. All are
+ * safe from any thread and from inside a listener.
  */
 namespace velmorand {
 

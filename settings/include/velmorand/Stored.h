@@ -82,9 +82,10 @@ template <class T>
 struct RequireStored {
     static_assert(isStored<T> || !std::is_enum_v<T>,
                   "name the values of the enum with VELMORAND_ENUM (velmorand/Enum.h)");
-    static_assert(isStored<T> || std::is_enum_v<T>,
-                  "this type is not built in: include velmorand/QtTypes.h for a type of Qt, or specialise "
-                  "velmorand::Stored (velmorand/Stored.h)");
+    static_assert(
+        isStored<T> || std::is_enum_v<T>,
+        "this type is not built in: specialise velmorand::Stored for it (velmorand/Stored.h), or include "
+        "velmorand/QtTypes.h if it is one of Qt");
     using Type = typename Stored<T>::Type;
 };
 
