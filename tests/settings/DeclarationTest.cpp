@@ -377,6 +377,8 @@ TEST(Set, TakesANumberWithoutASuffix) {
     Property<float> const scale{"a/scale", 1.5};
     scale.set(2);
     EXPECT_EQ(2.0F, scale.get());
+    size.set(0.5F);
+    EXPECT_EQ(0.5, size.get());
 }
 
 TEST(Set, DoesNotCompileForAValueThatIsConverted) {

@@ -37,7 +37,8 @@ constexpr bool holdsEvery() {
 template <class Whole, class Floating>
 constexpr bool isInRange(Floating value) {
     // The greatest value may not be a `Floating`, but the power of two above it is.
-    constexpr auto above = static_cast<Floating>(std::numeric_limits<Whole>::max() / 2 + 1) * 2;
+    constexpr Whole half = std::numeric_limits<Whole>::max() / 2 + 1;
+    constexpr auto above = static_cast<Floating>(half) * 2;
     return value >= static_cast<Floating>(std::numeric_limits<Whole>::lowest()) && value < above;
 }
 
@@ -64,7 +65,7 @@ std::optional<To> exactly(From from) {
 /** The nearest value of a floating type; nothing for a finite number beyond its greatest. */
 template <class To>
 std::optional<To> nearest(double from) {
-    constexpr double most = std::numeric_limits<To>::max();
+    constexpr auto most = static_cast<double>(std::numeric_limits<To>::max());
     constexpr double infinity = std::numeric_limits<double>::infinity();
     bool const isTooGreat = (from > most && from != infinity) || (from < -most && from != -infinity);
     return isTooGreat ? std::nullopt : std::optional(static_cast<To>(from));
@@ -103,7 +104,8 @@ struct Conversion<To, From, std::enable_if_t<isNumeric<To> && isNumeric<From> &&
     static constexpr bool isAllowedInDeclaration =
         isAllowed || (std::is_floating_point_v<To> && std::is_floating_point_v<From>);
     static std::optional<To> convert(From from) {
-        if constexpr (std::is_floating_point_v<To> && std::is_floating_point_v<From>)
+        if constexpr (std::is_floating_point_v<To> && std::is_floating_point_v<From> &&
+                      !holdsEvery<To, From>())
             return nearest<To>(from);
         else
             return exactly<To>(from);

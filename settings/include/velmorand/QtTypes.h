@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <type_traits>
@@ -112,6 +113,7 @@ struct MetaNames {
     static std::vector<EnumName<Enum>> names() {
         QMetaEnum const known = QMetaEnum::fromType<Enum>();
         std::vector<EnumName<Enum>> all;
+        all.reserve(static_cast<std::size_t>(known.keyCount()));
         for (int i = 0; i < known.keyCount(); ++i)
             all.push_back({static_cast<Enum>(known.value(i)), known.key(i)});
         return all;

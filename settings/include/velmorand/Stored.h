@@ -115,7 +115,7 @@ struct BuiltIn<T, std::enable_if_t<isKind<T>>> {
 template <class T>
 struct BuiltIn<T, std::enable_if_t<isNumeric<T> && !isKind<T> && !isLong<T>>> {
     using Type = std::conditional_t<holdsEvery<int, T>(), int, double>;
-    static Type store(T value) { return value; }
+    static Type store(T value) { return static_cast<Type>(value); }
     static std::optional<T> load(Type value) {
         if constexpr (std::is_floating_point_v<T>)
             return nearest<T>(value);
