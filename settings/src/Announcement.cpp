@@ -9,7 +9,9 @@ using utils::properties::_Register;
 
 /** A register whose pending names can be reached. */
 struct Open : _Register {
-    static std::set<std::string>& pending(_Register& settings) { return settings.*(&Open::_changedProperties); }
+    static std::set<std::string>& pending(_Register& settings) {
+        return settings.*(&Open::_changedProperties);
+    }
 };
 
 } // namespace

@@ -641,7 +641,8 @@ TEST_F(KeptValue, IsReadThroughACopyWithoutTheLock) {
 
 TEST_F(KeptValue, IsReadWithoutTheLockWhileAListenerIsNotified) {
     int read = 0;
-    Listener const listener{"a/height", [&](std::string const&) { read = onAnotherThread([&] { return width.get(); }); }};
+    Listener const listener{"a/height",
+                            [&](std::string const&) { read = onAnotherThread([&] { return width.get(); }); }};
     utils::properties::_Register::getInstance()->markAsChanged(nullptr, "a/height"); // without a change
     EXPECT_EQ(1, read);
 }

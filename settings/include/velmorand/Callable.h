@@ -15,9 +15,8 @@ std::function<Signature> asFunction(Call&& call) {
     if constexpr (std::is_copy_constructible_v<Callable>)
         return std::function<Signature>(std::forward<Call>(call));
     else
-        return [callable = std::make_shared<Callable>(std::forward<Call>(call))](auto const&... arguments) -> decltype(auto) {
-            return (*callable)(arguments...);
-        };
+        return [callable = std::make_shared<Callable>(std::forward<Call>(call))](
+                   auto const&... arguments) -> decltype(auto) { return (*callable)(arguments...); };
 }
 
 } // namespace velmorand::detail

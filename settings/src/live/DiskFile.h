@@ -44,7 +44,8 @@ public:
     [[nodiscard]] std::optional<Reading> readIfChanged();
 
     struct Replaced {
-        bool isInPlace;      ///< the file holds the new content; if there is a failure, perhaps only as long as there is power
+        bool
+            isInPlace; ///< the file holds the new content; if there is a failure, perhaps only as long as there is power
         std::string failure; ///< why it failed; empty if it did not
     };
 
