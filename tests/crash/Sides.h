@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include <utils/properties/Register.h>
 #include <velmorand/Lock.h>
 #include <velmorand/Property.h>
 
