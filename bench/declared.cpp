@@ -68,7 +68,7 @@ template <class Store, class T>
 void readByName(benchmark::State& state) {
     std::vector<std::string> const names = declaredNames();
     std::unique_lock<std::mutex> lock(filling);
-    Store& store = holdingSamples<Store, T>();
+    auto& store = holdingSamples<Store, T>();
     lock.unlock();
     auto value = Sample<T>::stored();
     Cycle cycle(names);

@@ -221,6 +221,25 @@ private:
     int _seen = 0; ///< at least `_complete`
 };
 
+/** Lets a writer go on only when a reader has read again, so that each change is made beside readers. */
+class Pace {
+public:
+    void haveRead(bool isNew) {
+        _reads.fetch_add(1, std::memory_order_relaxed);
+        if (!isNew)
+            std::this_thread::yield(); // to the writer
+    }
+
+    void waitForAReader() {
+        int const before = _reads.load(std::memory_order_relaxed);
+        while (_reads.load(std::memory_order_relaxed) == before)
+            std::this_thread::yield();
+    }
+
+private:
+    std::atomic<int> _reads{0};
+};
+
 /**
  * Readers of all settings, and one writer that changes them in every round by `change(round)` and announces the round
  * through another variable.
@@ -231,8 +250,10 @@ int wrongReads(int roundCount, Change&& change, Visible visible = Visible::toget
     Declarations const shared;
     std::atomic<int> wrong{0};
     std::atomic<int> announced{0};
+    Pace pace;
     Crew crew;
     crew.add(1, roundCount, 1, [&, round = 0](int /*writer*/, int /*round*/) mutable {
+        pace.waitForAReader();
         change(++round);
         announced.store(round, std::memory_order_release);
     });
@@ -250,8 +271,7 @@ int wrongReads(int roundCount, Change&& change, Visible visible = Visible::toget
                 reader.seeLast(copies.last.get());
             }
             reader.readBackwards(copies);
-            if (reader.complete() == before)
-                std::this_thread::yield(); // to the writer
+            pace.haveRead(reader.complete() != before);
         }
         reader.readBackwards(own);
         reader.readBackwards(shared);
@@ -296,6 +316,7 @@ TEST(ReadsWithoutTheLock, SeeChangesOneByOneInTheirOrder) {
 }
 
 TEST(ReadsWithoutTheLock, SeeChangesOfFilesInTheirOrder) {
+    theRegister().addGroup("litmus", SCOPE_USER);
     EXPECT_EQ(0, wrongReads(rounds(5000), [](int round) {
                   Lock const lock;
                   changeInOrder(round, FileWriter{theRegister()});
@@ -369,16 +390,20 @@ TEST(ReadsWithoutTheLock, SeeAMergeAtOnce) {
 // Each thread that finds the value out of date reads it and keeps it for all, so several do at once.
 TEST(ReadsWithoutTheLock, AreOfOneValueWhoeverHasKeptIt) {
     Property<Pair> const shared{pairName, Pair{0, ~0U}};
-    int const roundCount = rounds(20000);
+    int const roundCount = rounds(5000);
     std::atomic<int> wrong{0};
+    Pace pace;
     Crew crew;
     crew.add(1, roundCount, 1, [&, round = 0](int /*writer*/, int /*round*/) mutable {
+        pace.waitForAReader();
         Writer{theRegister(), SCOPE_USER}(pairName, std::to_string(++round));
     });
     crew.add(6, 1, 1, [&](int /*reader*/, int /*round*/) {
         Reader reader(wrong, Visible::together);
-        while (reader.complete() < roundCount)
+        for (int before = 0; reader.complete() < roundCount; before = reader.complete()) {
             reader.seePair(shared.get());
+            pace.haveRead(reader.complete() != before);
+        }
     });
     crew.run();
     EXPECT_EQ(0, wrong);
@@ -390,21 +415,26 @@ TEST(ReadsWithoutTheLock, FollowWhatAnotherReaderTells) {
     int const roundCount = rounds(5000);
     std::atomic<int> wrong{0};
     std::atomic<int> told{0};
+    Pace pace;
     Crew crew;
     crew.add(1, roundCount, 1, [&, round = 0](int /*writer*/, int /*round*/) mutable {
+        pace.waitForAReader();
         Lock const lock;
         changeInOrder(++round, Writer{theRegister(), SCOPE_USER});
     });
     crew.add(1, 1, 1, [&](int /*teller*/, int /*round*/) {
-        while (told.load(std::memory_order_relaxed) < roundCount)
+        while (told.load(std::memory_order_relaxed) < roundCount) {
             told.store(settings.last.get(), std::memory_order_release);
+            std::this_thread::yield();
+        }
     });
     crew.add(2, 1, 1, [&](int /*listener*/, int /*round*/) {
         Reader reader(wrong, Visible::together);
-        while (reader.complete() < roundCount) {
+        for (int before = 0; reader.complete() < roundCount; before = reader.complete()) {
             reader.hear(told.load(std::memory_order_acquire));
             reader.see(madeFrom(settings.number.get()));
             reader.seePair(settings.pair.get());
+            pace.haveRead(reader.complete() != before);
         }
     });
     crew.run();
