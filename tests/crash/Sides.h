@@ -6,8 +6,10 @@
 #include <string>
 #include <vector>
 
+#include <utils/properties/Register.h>
 #include <velmorand/Lock.h>
 #include <velmorand/Property.h>
+#include <velmorand/Scope.h>
 
 namespace crash {
 
