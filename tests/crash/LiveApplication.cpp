@@ -98,7 +98,7 @@ public:
     }
 
     /** Result: whether it was saved. */
-    bool sync() const {
+    [[nodiscard]] bool sync() const {
         velmorand::SaveResult const result = _live->sync();
         if (result.saved)
             mark("end", _state);
@@ -202,11 +202,11 @@ Application* atExit;
     if (mode == "save") {
         application.start();
         application.change();
-        application.sync();
+        static_cast<void>(application.sync()); // it has marked what came of it
         if (all.size() > 6) {
             application.observe(all[6]);
             application.change();
-            application.sync();
+            static_cast<void>(application.sync());
         }
     } else if (mode == "retry") {
         application.start();

@@ -9,6 +9,7 @@
 #include <utils/properties/Register.h>
 #include <velmorand/Lock.h>
 #include <velmorand/Property.h>
+#include <velmorand/Scope.h>
 
 namespace crash {
 

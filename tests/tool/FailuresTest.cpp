@@ -114,16 +114,6 @@ TEST_F(Failures, OfAFullDiskLeaveTheOldFile) {
     EXPECT_EQ(1, std::distance(std::filesystem::directory_iterator(user), {}));
 }
 
-TEST_F(Failures, OfAFullDiskLeaveThePreviousFile) {
-    // So long that only the end of it, which is written last of all, is too much.
-    for (char const* const name : {"a", "b", "c", "d", "e", "f", "g"})
-        answer({"set", "string", name, std::string(room / 8, 'l')});
-    std::string const previous = bytesOf(userFile + ".previous");
-    EXPECT_THAT(runOnAFullDisk({"set", "string", "h", std::string(room / 8, 'l')}),
-                Complains(3, "not saved: " + userFile + ": File too large"));
-    EXPECT_EQ(previous, bytesOf(userFile + ".previous"));
-}
-
 TEST_F(Failures, ToRestoreOnAFullDiskLeaveBothFiles) {
     // So long that only the end of it, which is written last of all, is too much.
     for (char const* const name : {"a", "b", "c", "d", "e", "f", "g", "h"})

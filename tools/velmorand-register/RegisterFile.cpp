@@ -63,8 +63,8 @@ void RegisterFile::save(Settings const& settings) const {
     if (!disk.open(toQString('/' + _name), &handle, FileSystem::MODE_WRITE))
         throw failed(errno);
     errno = EIO;
-    // A handle that is not closed leaves the file as it was; and the previous file goes when nothing is left to fail
-    // for want of room.
+    // A handle that is not closed leaves the file as it was; and the previous file goes when the new one is on
+    // the disk, some of which say only then that they are full.
     if (!settings.write(*handle) || !disk.flush(handle) ||
         (!disk.keepAs(toQString(_name), toQString(_name + previousEnding)) && errno != ENOENT) ||
         !disk.close(handle))
