@@ -6,7 +6,8 @@
 namespace velmorand {
 
 /**
- * Holds the lock of all settings for as long as it lives, so that other threads see several operations as one.
+ * Holds the lock of all settings for as long as it lives, so that other threads see several operations as one: they
+ * read all of the changes or none.
  *
  *     Lock const lock;
  *     width.set(800);

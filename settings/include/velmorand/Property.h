@@ -32,13 +32,12 @@
  * Create a `LiveSettings` first, or call `initialize`: the first use of the settings opens the register, and without
  * either it opens without its files.
  *
- * After the register's end, in the destructors of static objects that are older than the register, there are no
- * settings: reads find nothing, writes throw `utils::Exception`. The same holds in a forked child process if
- * the lock was held at the moment of the fork, by the forking thread or another. A child that is forked inside a
- * listener must not return from it: it should call `_exit` or start another program.
+ * Static objects that are older than the register outlive it. In their destructors reads find nothing, and writes throw
+ * `utils::Exception`. The same holds in a forked child process if any thread held the lock at the fork. A child that is
+ * forked inside a listener must not return from it: it should call `_exit` or start another program.
  *
- * Locks: each operation takes the settings' lock for the whole call; `Property::get` says when it needs none. All are
- * safe from any thread and from inside a listener.
+ * Locks: reading and writing take the settings' lock for the whole call; `Property::get` says when it needs none. All
+ * operations are safe from any thread and from inside a listener.
  */
 namespace velmorand {
 
@@ -128,13 +127,14 @@ void write(std::string const& name, Other const& value, RegisterScope scope = SC
            void* sender = nullptr) = delete;
 
 /**
- * A setting of the program, declared once: its name, its type, its fallback, and what else is known of it.
+ * A setting of the program, declared once: its name, its type, its fallback, and optional details.
  *
  *     Property<std::string> const theme{"editor/theme", "light"};
  *     Property<double> const size{"editor/size", 11.0, range(6.0, 72.0), description("Font size, in points")};
  *     Property<int> const threads{"editor/threads", [] { return coresOfThisMachine(); }};
  *
- * `T` is any type that velmorand/Stored.h lists, or one of the program's own. Details: velmorand/Declaration.h.
+ * `T` is a type that velmorand/Stored.h lists, or one that the program has added. velmorand/Declaration.h has the
+ * details.
  *
  * It uses the register only in its operations, so it may be a static object. Threads may use one object at the same
  * time. Copies are the same declaration. The program's catalogue (velmorand/Catalogue.h) lists it while it exists.
