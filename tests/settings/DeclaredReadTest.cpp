@@ -500,8 +500,8 @@ struct AtEnd {
 
 TEST(KeptValueOfAnEndedRegister, IsReplacedByTheFallback) {
     EXPECT_EQ(held, inChild([] {
-                  static AtEnd end;
                   static Property<int> const width{"a/width", -1};
+                  static AtEnd end; // older than the register, so destroyed after it
                   width.set(1);
                   if (width.get() == 1)
                       end.check = [] { return width.get() == -1; };
