@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <cstring>
@@ -406,12 +405,19 @@ private:
             if ((_minimum && !isOrdered(*_minimum, value)) || (_maximum && !isOrdered(value, *_maximum)))
                 return {value, Reason::limits, nullptr};
         if constexpr (hasEquality<Element>)
-            if (!_choices.empty() && std::find(_choices.begin(), _choices.end(), value) == _choices.end())
+            if (!_choices.empty() && !isChoice(value))
                 return {value, Reason::choices, nullptr};
         for (Rule const& rule : _rules)
             if (!rule.allows(value))
                 return {value, Reason::rule, &rule};
         return {};
+    }
+
+    [[nodiscard]] bool isChoice(Element const& value) const {
+        for (Element const& choice : _choices)
+            if (choice == value)
+                return true;
+        return false;
     }
 
     /** Whether one value is at most the other; not if one of them is NaN. */
