@@ -2,6 +2,7 @@
 #include "velmorand/Property.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 
@@ -102,9 +103,15 @@ bool isSame(T const& left, T const& right) {
     return left == right;
 }
 
+std::uint64_t bitsOf(double number) {
+    std::uint64_t bits = 0;
+    std::memcpy(&bits, &number, sizeof bits);
+    return bits;
+}
+
 /** By their bits: NaN is the same as itself, and -0.0 is not the same as 0.0. */
 bool isSame(double left, double right) {
-    return std::memcmp(&left, &right, sizeof left) == 0;
+    return bitsOf(left) == bitsOf(right);
 }
 
 bool isSame(std::vector<double> const& left, std::vector<double> const& right) {
