@@ -8,7 +8,7 @@
 namespace velmorand {
 
 /**
- * Calls `use` for each declaration that is alive, in byte order of their names, for each name with the first declared.
+ * Calls `use` for each declaration that is alive, in byte order of their names; of those with one name, for the first.
  *
  * Locks: takes the settings' lock for each in turn, and holds it while `use` runs; a declaration that another thread is
  * about to destroy lives until then. A thread that holds the settings' lock never waits for that: no declaration is in

@@ -19,7 +19,7 @@ public:
     Unwritten& operator=(Unwritten const&) = delete;
     ~Unwritten() { _isNow = _outer; }
 
-    /** Calls a listener to a name; reports what it throws if there is no writer. */
+    /** Calls a listener to a name, and reports what it throws unless a writer gets it. */
     template <class Call>
     static void call(std::string const& name, Call&& call) {
         if (!_isNow) {

@@ -20,12 +20,12 @@ struct DeclaredProperty {
     std::string kind;     ///< "string", "number", "integer", "boolean", or the plural for a list of these
     std::string format;   ///< "whole" or "duration" for a type that is stored as text or as a number
     std::string fallback; ///< empty if the program computes it
-    std::string minimum;  ///< of an element; empty if there is none
+    std::string minimum;  ///< of an element; empty: no lower limit
     std::string maximum;  ///< likewise
     std::vector<std::string> choices; ///< the only values of an element; empty if any is allowed
     std::string description;
     bool isSet = false;  ///< the user scope has a value
-    std::string problem; ///< as `Property::problem`; empty if there is none
+    std::string problem; ///< as `Property::problem`
 };
 
 /** The declared settings in byte order of their names. One that is declared more than once appears as first declared. */

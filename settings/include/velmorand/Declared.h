@@ -71,7 +71,7 @@ private:
 struct Fetched {
     bool isFound;
     std::uint64_t state; ///< of the register, for `remember`; 0 if the value must not be remembered
-    std::string problem; ///< why there is no value although some scope has the name
+    std::string problem; ///< why the value that some scope has cannot be read
 };
 
 // For the eight kinds.

@@ -205,7 +205,7 @@ public:
 
     /**
      * Why `get` returns the fallback although some scope has the name, such as
-     * `editor/size: 80 is not allowed: expected 6 to 72`; empty if there is no problem.
+     * `editor/size: 80 is not allowed: expected 6 to 72`; otherwise empty.
      */
     [[nodiscard]] std::string problem() const { return _declared->problem(); }
 
