@@ -164,7 +164,7 @@ void Memory::end() {
     AbandonableLock const lock(nullptr);
     if (lock.isHeld())
         _log.reset();
-    else
+    else if (_log != nullptr) // the end may come twice: from the destructor and from the exit
         leftBehind = _log.release();
 }
 
