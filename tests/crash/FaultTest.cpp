@@ -76,7 +76,7 @@ public:
         return isOldOrNew(saved) ? afterwards() : "neither the old nor the new file";
     }
 
-    /** Makes a call end in a way that is no failure. Result: what is wrong, or empty. */
+    /** Makes a call end early without failing. Result: what is wrong, or empty. */
     std::string surviving(Event const& call, std::string const& plan) {
         Outcome const run = attempt(plan + ' ' + std::to_string(call.call) + " 4"); // EINTR
         if (!run.exitedWith(0))

@@ -57,7 +57,7 @@ struct ScopedSettings {
 /** What these files hold, a missing one nothing. */
 std::array<ScopedSettings, 2> settingsToRead(Places const& places);
 
-/** Why there is no group of a name, which may be that of a property. */
+/** Why a name does not lead to a group: it does not exist, or is a property. */
 Failure noGroup(std::string const& name, bool isProperty);
 
 } // namespace tool

@@ -52,7 +52,7 @@ public:
      */
     SaveResult run(Missing missing, GiveUp const& giveUp);
 
-    /** Whether one of the files is no longer the one, with the content, that was last read or written. */
+    /** Whether one of the files has been replaced or changed since it was last read or written. */
     [[nodiscard]] bool isNews();
 
     /** Lets a merge that is under way end, and begins no other. */

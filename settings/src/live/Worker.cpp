@@ -113,7 +113,7 @@ bool Worker::synchronise() const {
     }
 }
 
-/** Whether a file may have changed since it was read. What this process has written itself is no reason to look. */
+/** Whether a file may have changed since it was read. This process's own writes do not count. */
 bool Worker::mayBeNews() const {
     try {
         return _isNews();

@@ -25,7 +25,7 @@ class Worker {
 public:
     /**
      * `synchronise` saves and looks; it says whether everything is saved. It gets what tells it to wait no longer,
-     * since the thread is to end. `isNews` says whether some file is no longer the one that was read.
+     * since the thread is to end. `isNews` says whether a file has changed since it was read.
      */
     Worker(std::vector<std::string> files, std::chrono::milliseconds delay, std::function<bool()> isNews,
            std::function<bool(GiveUp const&)> synchronise);
