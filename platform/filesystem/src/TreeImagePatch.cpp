@@ -1,0 +1,186 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "filesystem/TreeImage.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+
+#include "CborItems.h"
+#include "TreeFormat.h"
+
+namespace filesystem {
+
+/**
+ * Writes a payload from its end to its beginning, so that a directory's count of children is known when its turn
+ * comes. Without recursion: a stack of the directories that changes lie in. Everything else is copied.
+ */
+class TreeImage::Patch {
+public:
+    using Changes = std::vector<TreeChange>;
+
+    Patch(TreeImage const& from, Changes const& changes)
+        : _from(from), _room(roomFor(from, changes)), _block(new char[_room]), _begin(_block.get() + _room) {
+        open(&from._entries.front(), changes.data(), changes.data() + changes.size(), 0, {});
+        _open.back().isKept = true;
+    }
+
+    /** Result: the bytes of a register file. */
+    std::string run() {
+        while (!_open.empty()) {
+            Directory& directory = _open.back();
+            if (directory.lastChange == directory.firstChange) {
+                copyChildren(directory, 0);
+                close();
+            } else {
+                step(directory);
+            }
+        }
+        std::string_view const payload(_begin, static_cast<std::size_t>(_block.get() + _room - _begin));
+        char front[longestTreeHead];
+        char const* const end = writeTreeHead(front, payload);
+        auto const size = static_cast<std::size_t>(end - front);
+        std::string bytes;
+        bytes.reserve(size + payload.size());
+        return bytes.append(front, size).append(payload);
+    }
+
+private:
+    struct Directory {
+        Entry const* before; ///< null if it is new
+        std::uint32_t left;  ///< of its children, those still to come
+        TreeChange const* firstChange;
+        TreeChange const* lastChange; ///< one past those still to come
+        std::size_t depth; ///< how many bytes of the changes' paths lead here, with a "/" at the end
+        std::string_view name;
+        std::uint32_t count = 0;
+        bool isKept = false;         ///< even if nothing is left in it
+        Entry const* file = nullptr; ///< what is here instead if nothing comes into it
+    };
+
+    static std::size_t roomFor(TreeImage const& from, Changes const& changes) {
+        std::size_t room = from._entries.front().end + longestHead;
+        for (TreeChange const& change : changes) {
+            auto const levels = 1 + std::count(change.path.begin(), change.path.end(), '/');
+            room += change.path.size() + change.content.size() +
+                    static_cast<std::size_t>(levels + 1) * 2 * longestHead;
+        }
+        return room;
+    }
+
+    void open(Entry const* before, TreeChange const* first, TreeChange const* last, std::size_t depth,
+              std::string_view name) {
+        std::uint32_t const children = before != nullptr ? before->count : 0;
+        _open.push_back({before, children, first, last, depth, name});
+    }
+
+    /** Takes the last child that a change concerns, after those behind it. */
+    void step(Directory& directory) {
+        std::string_view const path = directory.lastChange[-1].path;
+        std::string_view const name =
+            path.substr(directory.depth, path.find('/', directory.depth) - directory.depth);
+        std::size_t const depth = directory.depth + name.size();
+        TreeChange const* first = directory.lastChange;
+        while (first != directory.firstChange && leadsTo(first[-1].path, directory.depth, name))
+            --first;
+        TreeChange const* const last = std::exchange(directory.lastChange, first);
+
+        copyChildren(directory, childrenUpTo(directory, name));
+        Entry const* before = nullptr;
+        if (directory.left != 0 && _from.nameOf(childAt(directory, directory.left - 1)) == name)
+            before = &childAt(directory, --directory.left);
+        bool const isExact = first->path.size() == depth;
+        if (isExact && first->kind == TreeChange::Kind::file) {
+            prepend(Major::bytes, first->content);
+            prepend(Major::text, name);
+            ++directory.count;
+            return;
+        }
+        bool const wasDirectory = before != nullptr && before->isDirectory;
+        bool const isRemoved = isExact && first->kind == TreeChange::Kind::removed;
+        bool const isMade = isExact && first->kind == TreeChange::Kind::directory;
+        open(wasDirectory ? before : nullptr, isExact ? first + 1 : first, last, depth + 1, name);
+        _open.back().isKept = isMade || (wasDirectory && !isRemoved);
+        _open.back().file = !wasDirectory && !isMade && !isRemoved ? before : nullptr;
+    }
+
+    /** Whether a path goes through the child `name` of the directory at `depth`, or ends there. */
+    static bool leadsTo(std::string const& path, std::size_t depth, std::string_view name) {
+        return path.compare(depth, name.size(), name) == 0 &&
+               (path.size() == depth + name.size() || path[depth + name.size()] == '/');
+    }
+
+    [[nodiscard]] Entry const& childAt(Directory const& directory, std::uint32_t place) const {
+        return _from._entries[directory.before->first + place];
+    }
+
+    /** How many of a directory's children, of those still to come, stand before `name` or have it. */
+    [[nodiscard]] std::uint32_t childrenUpTo(Directory const& directory, std::string_view name) const {
+        if (directory.left == 0)
+            return 0;
+        auto const begin = _from._entries.begin() + directory.before->first;
+        auto const end = std::upper_bound(
+            begin, begin + directory.left, name,
+            [this](std::string_view wanted, Entry const& entry) { return wanted < _from.nameOf(entry); });
+        return static_cast<std::uint32_t>(end - begin);
+    }
+
+    /** Copies the children still to come, but for the first `until`. */
+    void copyChildren(Directory& directory, std::uint32_t until) {
+        while (directory.left > until) {
+            // Those that lie side by side in the payload go at once.
+            Entry const& last = childAt(directory, directory.left - 1);
+            Entry const* first = &last;
+            while (--directory.left > until && childAt(directory, directory.left - 1).end == first->item) {
+                first = &childAt(directory, directory.left - 1);
+                ++directory.count;
+            }
+            ++directory.count;
+            prepend({_from._bytes.data() + _from._payload + first->item, last.end - first->item});
+        }
+    }
+
+    /** Ends a directory whose children are all written. */
+    void close() {
+        Directory const directory = _open.back();
+        _open.pop_back();
+        if (directory.count == 0 && !directory.isKept) {
+            if (directory.file == nullptr)
+                return;
+            prepend(Major::bytes, _from.contentOf(*directory.file));
+        } else {
+            prependHead(Major::map, directory.count);
+        }
+        if (_open.empty())
+            return;
+        prepend(Major::text, directory.name);
+        ++_open.back().count;
+    }
+
+    void prepend(std::string_view bytes) {
+        _begin -= bytes.size();
+        std::memcpy(_begin, bytes.data(), bytes.size());
+    }
+    void prepend(Major major, std::string_view bytes) {
+        prepend(bytes);
+        prependHead(major, bytes.size());
+    }
+    void prependHead(Major major, std::uint64_t number) {
+        char head[longestHead];
+        char const* const end = writeHead(head, major, number);
+        prepend({head, static_cast<std::size_t>(end - head)});
+    }
+
+    TreeImage const& _from;
+    std::size_t _room;
+    std::unique_ptr<char[]> _block;
+    char* _begin;
+    std::vector<Directory> _open;
+};
+
+TreeImage TreeImage::with(std::vector<TreeChange> const& changes) const {
+    if (changes.empty())
+        return *this;
+    return TreeImage(Patch(*this, changes).run());
+}
+
+} // namespace filesystem
