@@ -49,7 +49,7 @@ SAVING = """
 Half of the settings are integers, half short strings. A change counts as saved when it is durable and other processes
 can read it: `write` and `LiveSettings::sync` here, which also keep the previous file; a transaction for LMDB and for
 SQLite (write-ahead log, `synchronous=FULL`), which write a few pages and not the whole file; the store's own way for
-the others. The stores take turns in one process.
+the others. The stores take turns, each in a process of its own.
 """
 
 HEARING = """

@@ -17,6 +17,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -41,74 +42,98 @@ std::int64_t now() {
     return std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
 }
 
-/** What a listening process writes to its standard output. */
+/** What a process of a way writes to its standard output. */
 struct Report {
     int value;
-    std::int64_t time;
+    std::int64_t begin; ///< of a save
+    std::int64_t end;   ///< of a save, or when the value was heard
 };
 
-/** A process of this program that listens in one of the ways. */
-class Listening {
+/** What a saving process reads from its standard input: one of the integers, and what it is to be. */
+struct Change {
+    std::size_t place;
+    int value;
+};
+
+/**
+ * A process of this program, with a task in one of the ways. Each way saves in a process of its own as well: what one
+ * leaves behind in memory would be cleared up in another's time.
+ */
+class Process {
 public:
-    Listening(std::string way, std::string directory, std::string name) : _way(way) {
-        std::array<int, 2> ends{};
-        if (::pipe2(ends.data(), O_CLOEXEC) != 0)
+    Process(std::string task, std::string way, std::string directory, std::string what) : _way(way) {
+        std::array<int, 2> changes{};
+        std::array<int, 2> reports{};
+        if (::pipe2(changes.data(), O_CLOEXEC) != 0 || ::pipe2(reports.data(), O_CLOEXEC) != 0)
             throw std::runtime_error("cannot make a pipe");
-        _reports = ends[0];
+        _changes = changes[1];
+        _reports = reports[0];
         std::string program = std::filesystem::read_symlink("/proc/self/exe").string();
-        std::string task = "--hear";
         std::array<char*, 6> arguments{program.data(),   task.data(), way.data(),
-                                       directory.data(), name.data(), nullptr};
+                                       directory.data(), what.data(), nullptr};
         ::posix_spawn_file_actions_t actions;
         ::posix_spawn_file_actions_init(&actions);
-        ::posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
+        ::posix_spawn_file_actions_adddup2(&actions, changes[0], STDIN_FILENO);
+        ::posix_spawn_file_actions_adddup2(&actions, reports[1], STDOUT_FILENO);
         int const error =
             ::posix_spawn(&_process, program.c_str(), &actions, nullptr, arguments.data(), environ);
         ::posix_spawn_file_actions_destroy(&actions);
-        ::close(ends[1]);
+        ::close(changes[0]);
+        ::close(reports[1]);
         if (error != 0)
-            throw std::runtime_error("cannot start a listener");
+            throw std::runtime_error("cannot start a process");
         waitFor(ready);
     }
-    Listening(Listening const&) = delete;
-    Listening& operator=(Listening const&) = delete;
-    ~Listening() {
+    Process(Process const&) = delete;
+    Process& operator=(Process const&) = delete;
+    ~Process() {
         ::kill(_process, SIGKILL);
         ::waitpid(_process, nullptr, 0);
+        ::close(_changes);
         ::close(_reports);
     }
 
-    /** Result: when the listener heard the value. */
-    std::int64_t waitFor(int value) const {
-        constexpr int mostMilliseconds = 10'000;
+    Report save(Change change) const {
+        if (::write(_changes, &change, sizeof change) != sizeof change)
+            throw std::runtime_error(_way + ": a process has ended");
+        return waitFor(change.value);
+    }
+
+    Report waitFor(int value) const {
+        constexpr int mostMilliseconds = 60'000;
         Report report{};
         do {
             ::pollfd waiting{_reports, POLLIN, 0};
             if (::poll(&waiting, 1, mostMilliseconds) != 1)
-                throw std::runtime_error(_way + ": a listener does not hear");
+                throw std::runtime_error(_way + ": no answer");
             if (::read(_reports, &report, sizeof report) != sizeof report)
-                throw std::runtime_error(_way + ": a listener has ended");
+                throw std::runtime_error(_way + ": a process has ended");
         } while (report.value != value);
-        return report.time;
+        return report;
     }
 
 private:
     std::string const _way;
     ::pid_t _process = 0;
+    int _changes = -1;
     int _reports = -1;
 };
 
-/** One way under measurement, whatever its class. */
+void send(Report const& report) {
+    if (::write(STDOUT_FILENO, &report, sizeof report) != sizeof report)
+        ::_exit(1);
+}
+
+/** One way under measurement. */
 struct Measured {
     std::string label;
-    std::function<void(std::string const&, int)> save;
-    std::unique_ptr<Listening> listener;
+    std::unique_ptr<Process> saving;
+    std::unique_ptr<Process> listening;
     std::vector<std::int64_t> times;
 };
 
-template <class Way>
-Measured measured(std::shared_ptr<Way> way) {
-    return {Way::label, [way](std::string const& name, int value) { way->save(name, value); }, nullptr, {}};
+Names namesOf(std::size_t count) {
+    return {count, 100};
 }
 
 std::filesystem::path made(std::filesystem::path const& directory) {
@@ -116,25 +141,69 @@ std::filesystem::path made(std::filesystem::path const& directory) {
     return directory;
 }
 
+Measured opened(std::string const& label, std::filesystem::path const& directory, std::size_t size) {
+    return {
+        label,
+        std::make_unique<Process>("--save", label, made(directory / label).string(), std::to_string(size)),
+        nullptr,
+        {}};
+}
+
 template <class... Ways>
 std::vector<Measured> openAll(List<Ways...> /*all*/, std::filesystem::path const& directory,
-                              Names const& names) {
+                              std::size_t count) {
     std::vector<Measured> all;
-    (all.push_back(measured(std::make_shared<Ways>(made(directory / Ways::label), names))), ...);
+    (all.push_back(opened(Ways::label, directory, count)), ...);
     auto const bytes = std::filesystem::file_size(directory / Live::label / "Velmorand.dat");
-    all.push_back(measured(std::make_shared<Floor>(made(directory / Floor::label), bytes)));
+    all.push_back(opened(Floor::label, directory, bytes));
     return all;
+}
+
+std::vector<std::string> integersOf(Names const& names) {
+    std::vector<std::string> integers;
+    for (std::size_t i = 0; i < names.ordered().size(); ++i)
+        if (isInteger(i))
+            integers.push_back(names.ordered()[i]);
+    std::shuffle(integers.begin(), integers.end(), std::minstd_rand(12345));
+    return integers;
+}
+
+/** `size` is the number of settings, for the floor that of bytes. */
+template <class Way>
+bool saveIf(std::string const& label, std::filesystem::path const& directory, std::size_t size) {
+    if (label != Way::label)
+        return false;
+    bool constexpr isFloor = std::is_same_v<Way, Floor>;
+    Names const names = namesOf(isFloor ? 2 : size);
+    std::vector<std::string> const integers = integersOf(names);
+    auto const way = [&] {
+        if constexpr (isFloor)
+            return std::make_unique<Way>(directory, size);
+        else
+            return std::make_unique<Way>(directory, names);
+    }();
+    send({ready, 0, 0});
+    Change change{};
+    while (::read(STDIN_FILENO, &change, sizeof change) == sizeof change) {
+        std::string const& name = integers[change.place % integers.size()];
+        std::int64_t const begin = now();
+        way->save(name, change.value);
+        send({change.value, begin, now()});
+    }
+    return true;
+}
+
+template <class... Ways>
+bool save(List<Ways...> /*all*/, std::string const& label, std::filesystem::path const& directory,
+          std::size_t size) {
+    return (saveIf<Ways>(label, directory, size) || ...) || saveIf<Floor>(label, directory, size);
 }
 
 template <class Way>
 bool hearIf(std::string const& label, std::filesystem::path const& directory, std::string const& name) {
     if constexpr (Way::isHeard) {
         if (label == Way::label)
-            Way::hear(directory, name, [](int value) {
-                Report const report{value, now()};
-                if (::write(STDOUT_FILENO, &report, sizeof report) != sizeof report)
-                    ::_exit(1);
-            });
+            Way::hear(directory, name, [](int value) { send({value, 0, now()}); });
     }
     return label == Way::label;
 }
@@ -150,7 +219,7 @@ bool isHeard(List<Ways...> /*all*/, std::string const& label) {
     return ((Ways::isHeard && label == Ways::label) || ...) || label == Floor::label;
 }
 
-/** A listener must not outlive the process that measures, however that ends. */
+/** A process must not outlive the process that measures, however that ends. */
 void endWithParent() {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     ::pollfd reports{STDOUT_FILENO, 0, 0};
@@ -163,11 +232,10 @@ void settle() {
     std::this_thread::sleep_for(std::chrono::milliseconds(3));
 }
 
-void measureOnce(Measured& way, std::string const& name, int value) {
+void measureOnce(Measured& way, Change change) {
     settle();
-    std::int64_t const begin = now();
-    way.save(name, value);
-    way.times.push_back((way.listener ? way.listener->waitFor(value) : now()) - begin);
+    Report const saved = way.saving->save(change);
+    way.times.push_back((way.listening ? way.listening->waitFor(change.value).end : saved.end) - saved.begin);
 }
 
 /** Another one each time, in all rows: nobody is notified of an equal value. */
@@ -177,14 +245,13 @@ int nextValue() {
 }
 
 /** Each round begins with another way. */
-template <class NextName>
-void measure(std::string const& row, std::vector<Measured>& ways, int repetitions, NextName const& nextName) {
+template <class NextPlace>
+void measure(std::string const& row, std::vector<Measured>& ways, int repetitions, NextPlace nextPlace) {
     for (int i = 0; i < repetitions; ++i) {
         std::rotate(ways.begin(), ways.begin() + 1, ways.end());
-        std::string const& name = nextName();
-        int const value = nextValue();
+        Change const change{nextPlace(), nextValue()};
         for (Measured& way : ways)
-            measureOnce(way, name, value);
+            measureOnce(way, change);
     }
     for (Measured& way : ways) {
         std::sort(way.times.begin(), way.times.end());
@@ -194,32 +261,20 @@ void measure(std::string const& row, std::vector<Measured>& ways, int repetition
     }
 }
 
-std::vector<std::string> integersOf(Names const& names) {
-    std::vector<std::string> integers;
-    for (std::size_t i = 0; i < names.ordered().size(); ++i)
-        if (isInteger(i))
-            integers.push_back(names.ordered()[i]);
-    std::shuffle(integers.begin(), integers.end(), std::minstd_rand(12345));
-    return integers;
-}
-
 void measureAll(std::size_t count, int repetitions) {
     TemporaryDirectory const directory;
-    Names const names(count, 100);
-    std::vector<Measured> ways = openAll(Ways(), directory.path(), names);
-    std::vector<std::string> const integers = integersOf(names);
-    Cycle cycle(integers);
-    measure("save", ways, repetitions, [&]() -> std::string const& { return cycle.next(); });
+    std::vector<Measured> ways = openAll(Ways(), directory.path(), count);
+    measure("save", ways, repetitions, [place = std::size_t{0}]() mutable { return place++; });
 
     auto const end = std::remove_if(ways.begin(), ways.end(),
                                     [](Measured const& way) { return !isHeard(Ways(), way.label); });
     ways.erase(end, ways.end());
-    std::string const& heard = integers.front();
+    std::string const heard = integersOf(namesOf(count)).front();
     for (Measured& way : ways)
         if (way.label != Floor::label)
-            way.listener =
-                std::make_unique<Listening>(way.label, (directory.path() / way.label).string(), heard);
-    measure("hear", ways, repetitions, [&]() -> std::string const& { return heard; });
+            way.listening = std::make_unique<Process>("--hear", way.label,
+                                                      (directory.path() / way.label).string(), heard);
+    measure("hear", ways, repetitions, [] { return std::size_t{0}; });
 }
 
 } // namespace
@@ -231,6 +286,10 @@ int main(int argc, char** argv) try {
     if (argc == 5 && argv[1] == std::string("--hear")) {
         endWithParent();
         return hear(Ways(), argv[2], argv[3], argv[4]) ? 0 : 2;
+    }
+    if (argc == 5 && argv[1] == std::string("--save")) {
+        endWithParent();
+        return save(Ways(), argv[2], argv[3], std::stoul(argv[4])) ? 0 : 2;
     }
     if (argc != 3)
         return 2;
