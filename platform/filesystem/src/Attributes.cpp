@@ -21,13 +21,25 @@ bool isMissing() {
     return errno == ENODATA || errno == ENOTSUP;
 }
 
-std::optional<std::string> valueOf(int file, char const* name) {
-    std::string value(XATTR_SIZE_MAX, '\0');
-    auto const size = retried([&] { return ::fgetxattr(file, name, value.data(), value.size()); });
+/** Calls `read(target, room)`, with more room if what is usual does not do. Result: nothing if it fails. */
+template <class Read>
+std::optional<std::string> readWhole(Read const& read, std::size_t most) {
+    constexpr std::size_t usual = 512;
+    std::string bytes(usual, '\0');
+    auto size = retried([&] { return read(bytes.data(), bytes.size()); });
+    if (size < 0 && errno == ERANGE) {
+        bytes.resize(most);
+        size = retried([&] { return read(bytes.data(), bytes.size()); });
+    }
     if (size < 0)
         return std::nullopt;
-    value.resize(static_cast<std::size_t>(size));
-    return value;
+    bytes.resize(static_cast<std::size_t>(size));
+    return bytes;
+}
+
+std::optional<std::string> valueOf(int file, char const* name) {
+    return readWhole([=](char* target, std::size_t room) { return ::fgetxattr(file, name, target, room); },
+                     XATTR_SIZE_MAX);
 }
 
 bool isSet(int file, char const* name, std::string const& value) {
@@ -36,10 +48,9 @@ bool isSet(int file, char const* name, std::string const& value) {
 
 /** The names of a file's attributes, each with a NUL after it; empty when the system does not say. */
 std::string attributeNames(int file) {
-    std::string names(XATTR_LIST_MAX, '\0');
-    auto const size = retried([&] { return ::flistxattr(file, names.data(), names.size()); });
-    names.resize(size < 0 ? 0 : static_cast<std::size_t>(size));
-    return names;
+    return readWhole([=](char* target, std::size_t room) { return ::flistxattr(file, target, room); },
+                     XATTR_LIST_MAX)
+        .value_or(std::string());
 }
 
 bool isComputed(std::string_view name) {

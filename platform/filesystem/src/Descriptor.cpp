@@ -18,10 +18,20 @@ std::mutex opening;
 [[maybe_unused]] int const handlers =
     ::pthread_atfork([] { opening.lock(); }, [] { opening.unlock(); }, [] { opening.unlock(); });
 
+bool areOpen() {
+    for (int stream = 0; stream < StandardStreams::firstFree; ++stream)
+        if (::fcntl(stream, F_GETFD) < 0)
+            return false;
+    return true;
+}
+
 } // namespace
 
 StandardStreams::StandardStreams() {
     opening.lock();
+    _taken = areOpen();
+    if (_taken)
+        return;
     // The system hands out the lowest number that is free. A descriptor opened with O_PATH can be neither read
     // nor written, like one that is closed.
     for (Descriptor& placeholder : _placeholders) {

@@ -84,6 +84,10 @@ bool isExaminedAt(std::string const& path, struct stat& status) {
     return located && isExaminedAt(*located, status) ? status.st_mode & S_IFMT : 0;
 }
 
+RealFileSystem::Stamp stampOf(struct stat const& status) {
+    return {status.st_dev, status.st_ino, status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
+}
+
 } // namespace
 
 /** An open file of one of the two kinds. */
@@ -358,7 +362,13 @@ RealFileSystem::Stamp RealFileSystem::stamp(FileHandle* handle) const {
     struct stat status = {};
     if (own == nullptr || !isExamined(own->descriptor(), status))
         return {};
-    return {status.st_dev, status.st_ino, status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
+    return stampOf(status);
+}
+
+RealFileSystem::Stamp RealFileSystem::stampAt(QString const& path) const {
+    auto const located = locate(_root, path);
+    struct stat status = {};
+    return located && isExaminedAt(*located, status) ? stampOf(status) : Stamp();
 }
 
 bool RealFileSystem::flush(FileHandle* handle) {

@@ -49,7 +49,7 @@ public:
 
     [[nodiscard]] long tell() const noexcept { return _position; }
     [[nodiscard]] long size() const noexcept { return _size; }
-    [[nodiscard]] int descriptor() const noexcept { return _file.number(); }
+    [[nodiscard]] int descriptor() const noexcept { return _file.isOpen() ? _file.number() : _lock.number(); }
 
     /**
      * Makes the new content durable, ahead of `commit`; nothing can be written after it.

@@ -77,6 +77,9 @@ public:
     /** The stamp of the file that a handle reads, or of the one that a handle writes aside. */
     [[nodiscard]] Stamp stamp(FileHandle* handle) const;
 
+    /** The stamp of what stands at a path, symbolic links followed; that of no file if it cannot be examined. */
+    [[nodiscard]] Stamp stampAt(QString const& path) const;
+
     /**
      * Makes what was written to a handle durable ahead of `close`, which is then left with moving it into its place.
      * Nothing can be written to the handle after that.
