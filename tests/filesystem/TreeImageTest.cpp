@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <map>
 #include <random>
 #include <string>
 #include <vector>
@@ -8,6 +9,8 @@
 
 #include <filesystem/RAMFileSystem.h>
 #include <filesystem/TreeImage.h>
+
+#include "RegisterFileBytes.h"
 
 namespace {
 
@@ -70,11 +73,11 @@ TEST(TreeImage, HoldsWhatWasPutIntoIt) {
 }
 
 TEST(TreeImage, IsReadFromItsBytes) {
-    EXPECT_THAT(TreeImage(sample.bytes()).differencesTo(sample), IsEmpty());
+    EXPECT_THAT(TreeImage(std::string(sample.bytes())).differencesTo(sample), IsEmpty());
 }
 
 TEST(TreeImage, DropsWhatFollowsTheTree) {
-    EXPECT_EQ(sample.bytes(), TreeImage(sample.bytes() + "more").bytes());
+    EXPECT_EQ(sample.bytes(), TreeImage(std::string(sample.bytes()) + "more").bytes());
 }
 
 TEST(TreeImage, IsTakenFromAFileSystemInMemory) {
@@ -241,6 +244,162 @@ TEST(TreeImageWithChanges, OfTheDifferencesToAnotherTreeIsThatTree) {
         TreeImage const from = random.make();
         TreeImage const to = random.make();
         ASSERT_EQ(to.bytes(), from.with(from.differencesTo(to)).bytes()) << "round " << round;
+    }
+}
+
+namespace {
+
+/** What comes of some bytes: the content of the tree, or why they are refused. */
+template <class... Similar>
+std::vector<std::string> outcome(std::string const& bytes, Similar const&... similar) {
+    try {
+        TreeImage const image(bytes, similar...);
+        std::vector<std::string> result = content(image);
+        result.push_back(std::to_string(image.fileCount()));
+        result.emplace_back(image.bytes());
+        return result;
+    } catch (utils::Exception const& refusal) {
+        return {refusal.what()};
+    }
+}
+
+/** Bytes with a few random changes, insertions and removals. */
+class Damage {
+public:
+    explicit Damage(unsigned seed) : _random(seed) {}
+
+    std::string to(std::string bytes) {
+        for (std::size_t change = number(3) + 1; change > 0; --change)
+            changeOne(bytes);
+        return bytes;
+    }
+
+private:
+    void changeOne(std::string& bytes) {
+        std::size_t const place = number(bytes.size() + 1);
+        std::size_t const size = number(4);
+        switch (number(3)) {
+        case 0:
+            bytes.insert(place, bytes.substr(number(bytes.size()), size));
+            break;
+        case 1:
+            bytes.erase(place, size);
+            break;
+        default:
+            if (place < bytes.size())
+                bytes[place] = static_cast<char>(bytes[place] ^ 1 << number(8));
+        }
+    }
+
+    std::size_t number(std::size_t below) {
+        return std::uniform_int_distribution<std::size_t>(0, below - 1)(_random);
+    }
+
+    std::mt19937 _random;
+};
+
+/** The payload of a tree that takes more than one piece of a checksum. */
+std::string largePayload() {
+    std::vector<TreeChange> changes;
+    for (int group = 100; group < 200; ++group)
+        for (int i = 100; i < 120; ++i)
+            changes.push_back(file("group" + std::to_string(group) + "/name" + std::to_string(i), "content"));
+    std::string const bytes(tree(changes).bytes());
+    return bytes.substr(bytes.find("group100") - 3); // with the heads before the name
+}
+
+} // namespace
+
+TEST(TreeImageLikeAnother, IsTheSameAsIfItWereReadOnItsOwn) {
+    RandomTree random(2);
+    TreeImage similar;
+    for (int round = 0; round < 300; ++round) {
+        TreeImage const image = random.make();
+        std::string const bytes(image.bytes());
+        ASSERT_EQ(outcome(bytes), outcome(bytes, similar)) << "round " << round;
+        TreeImage const like(bytes, similar);
+        TreeImage const next = random.make();
+        ASSERT_EQ(next.bytes(), like.with(like.differencesTo(next)).bytes()) << "round " << round;
+        similar = like;
+    }
+}
+
+TEST(TreeImageLikeAnother, IsRefusedForTheSameReasonAsOnItsOwn) {
+    std::string const payload = largePayload();
+    TreeImage const similar(support::registerFile(payload));
+    ASSERT_EQ(2'000U, similar.fileCount());
+    Damage damage(3);
+    for (int round = 0; round < 2'000; ++round) {
+        std::string const bytes = support::registerFile(damage.to(payload));
+        ASSERT_EQ(outcome(bytes), outcome(bytes, similar)) << "round " << round;
+    }
+}
+
+TEST(TreeImageLikeAnother, IsCheckedByItsChecksum) {
+    std::string const payload = largePayload();
+    std::string bytes = support::registerFile(payload);
+    TreeImage const similar(bytes);
+    bytes[bytes.size() / 2] = static_cast<char>(bytes[bytes.size() / 2] ^ 1);
+    EXPECT_THAT(outcome(bytes, similar), ElementsAre("damaged: its checksum does not match"));
+}
+
+TEST(TreeImageLikeAnother, MayBeLikeOneWhoseNamesAreOutOfOrder) {
+    using support::content;
+    using support::name;
+    std::string const bytes =
+        support::registerFile("\xA3" + name("c") + "\xA1" + name("x") + content("1") + name("b") + "\xA1" +
+                              name("y") + content("2") + name("a") + "\xA1" + name("z") + content("3"));
+    EXPECT_EQ(outcome(bytes), outcome(bytes, TreeImage(bytes)));
+}
+
+namespace {
+
+/** Small random changes of a tree of three levels, most of which stays as it is each time. */
+class SmallChanges {
+public:
+    explicit SmallChanges(unsigned seed) : _random(seed) {}
+
+    std::vector<TreeChange> next() {
+        std::map<std::string, TreeChange> changes;
+        for (int count = number(3) + 1; count > 0; --count) {
+            std::string const path = name(12) + '/' + name(4) + '/' + name(4);
+            changes.insert({path, number(4) == 0 ? removed(path) : file(path, contentOf(number(60)))});
+        }
+        if (number(4) == 0)
+            return {file("new" + name(9) + "/x/y", "1")};
+        std::vector<TreeChange> sorted;
+        for (auto const& [path, change] : changes)
+            sorted.push_back(change);
+        return sorted;
+    }
+
+private:
+    static std::string contentOf(int size) { return std::string(static_cast<std::size_t>(size), '='); }
+    std::string name(int count) { return std::string(1, static_cast<char>('a' + number(count))); }
+    int number(int below) { return std::uniform_int_distribution<int>(0, below - 1)(_random); }
+
+    std::mt19937 _random;
+};
+
+} // namespace
+
+TEST(TreeImageLikeAnother, StaysRightThroughManySmallChanges) {
+    SmallChanges random(4);
+    TreeImage changed;
+    TreeImage read;
+    for (int step = 0; step < 1'000; ++step) {
+        auto const changes = random.next();
+        changed = changed.with(changes);
+        std::string const bytes(changed.bytes());
+        read = TreeImage(bytes, read);
+        TreeImage const alone(bytes);
+        ASSERT_EQ(content(alone), content(changed)) << "step " << step;
+        ASSERT_EQ(content(alone), content(read)) << "step " << step;
+        auto const further = random.next();
+        ASSERT_EQ(alone.with(further).bytes(), read.with(further).bytes()) << "step " << step;
+        ASSERT_EQ(lines(alone.differencesTo(alone.with(further))),
+                  lines(read.differencesTo(changed.with(further))))
+            << "step " << step;
     }
 }
 

@@ -77,6 +77,9 @@ public:
 
     [[nodiscard]] std::size_t left() const { return _left.size(); }
 
+    /** Leaves out bytes that are there. */
+    void skip(std::size_t count) { _left.remove_prefix(count); }
+
     [[gnu::always_inline]] Item next() {
         Item item{Kind::other, 0, {}};
         if (takeShortItem(item))

@@ -7,9 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include <zlib.h>
-
 #include "CborItems.h"
+#include "Checksum.h"
 #include "PathPlace.h"
 #include "Words.h"
 #include "filesystem/TreeImage.h"
@@ -22,11 +21,6 @@ namespace {
 constexpr std::string_view selfDescribedTag = "\xD9\xD9\xF7"; // 55799
 constexpr std::uint64_t embeddedItemTag = 24;
 constexpr std::uint64_t formatVersion = 1;
-
-std::uint32_t checksum(std::string_view bytes) {
-    return static_cast<std::uint32_t>(
-        ::crc32_z(0, reinterpret_cast<Bytef const*>(bytes.data()), bytes.size()));
-}
 
 static_assert(longestTreeHead == selfDescribedTag.size() + 5 * longestHead);
 
@@ -275,18 +269,18 @@ std::optional<Bytes> encodeTree(Tree& tree, NodeId directory) {
     std::string_view const payload = out.content();
     if (!isSound(payload))
         return std::nullopt;
-    char const* const end = writeTreeHead(front, payload);
+    char const* const end = writeTreeHead(front, checksumOf(payload), payload.size());
     out.prepend({front, static_cast<std::size_t>(end - front)});
     return out.release();
 }
 
-char* writeTreeHead(char* target, std::string_view payload) {
+char* writeTreeHead(char* target, std::uint32_t checksum, std::size_t payloadSize) {
     char* end = writeText(target, selfDescribedTag);
     end = writeHead(end, Major::array, 3);
     end = writeHead(end, Major::number, formatVersion);
-    end = writeHead(end, Major::number, checksum(payload));
+    end = writeHead(end, Major::number, checksum);
     end = writeHead(end, Major::tag, embeddedItemTag);
-    return writeHead(end, Major::bytes, payload.size());
+    return writeHead(end, Major::bytes, payloadSize);
 }
 
 TreeHead decodeTreeHead(std::string_view start) {
@@ -319,16 +313,16 @@ TreeHead decodeTreeHead(std::string_view start) {
     return {start.size() - scanner.left(), crc.number, payload.number};
 }
 
-void checkPayload(TreeHead const& head, std::string_view payload) {
-    if (payload.size() != head.payloadSize)
+void checkPayload(TreeHead const& head, std::size_t size, std::uint32_t checksum) {
+    if (size != head.payloadSize)
         refuseAsTruncated();
-    if (checksum(payload) != head.checksum)
+    if (checksum != head.checksum)
         refuseAsDamaged("its checksum does not match");
 }
 
 void decodeTree(Tree& tree, Tree::Apart& result, TreePath const& path, TreeHead const& head,
                 std::string_view payload) {
-    checkPayload(head, payload);
+    checkPayload(head, payload.size(), checksumOf(payload));
     Builder builder(tree, result, path);
     Decoder<Builder>(builder, payload).read();
 }

@@ -48,10 +48,10 @@ constexpr std::size_t longestTreeHead = 48;
 [[nodiscard]] TreeHead decodeTreeHead(std::string_view start);
 
 /** Writes what precedes a payload, at most `longestTreeHead` bytes. Result: where it ends. */
-char* writeTreeHead(char* target, std::string_view payload);
+char* writeTreeHead(char* target, std::uint32_t checksum, std::size_t payloadSize);
 
-/** Errors: `utils::Exception` if this is not the whole, undamaged payload that a head announces. */
-void checkPayload(TreeHead const& head, std::string_view payload);
+/** Errors: `utils::Exception` if this is not the size and checksum of the payload that a head announces. */
+void checkPayload(TreeHead const& head, std::size_t size, std::uint32_t checksum);
 
 /**
  * Reads the payload that follows a head, or what there is of it, into `result`, a directory apart from `tree`, to

@@ -4,12 +4,18 @@
 #include <cstring>
 #include <iterator>
 
+#include "IndexedTree.h"
+
 namespace filesystem {
 
+namespace {
+
+using Entry = IndexedTree::Entry;
+
 /** Compares two trees without recursion: a stack of the pairs of directories that are being gone through. */
-class TreeImage::Comparison {
+class Comparison {
 public:
-    Comparison(TreeImage const& from, TreeImage const& to, std::string path)
+    Comparison(IndexedTree const& from, IndexedTree const& to, std::string path)
         : _from(from), _to(to), _path(std::move(path)) {}
 
     /** Compares two entries at the path; null for nothing. */
@@ -62,13 +68,12 @@ private:
     [[nodiscard]] bool sameBytes(Entry const& before, Entry const& after) const {
         std::size_t const size = before.end - before.item;
         return size == after.end - after.item &&
-               std::memcmp(_from._bytes.data() + _from._payload + before.item,
-                           _to._bytes.data() + _to._payload + after.item, size) == 0;
+               std::memcmp(_from.payload.data() + before.item, _to.payload.data() + after.item, size) == 0;
     }
 
     void compare(Entry const* before, Entry const* after) {
-        bool const wasDirectory = before != nullptr && before->isDirectory;
-        bool const isDirectory = after != nullptr && after->isDirectory;
+        bool const wasDirectory = before != nullptr && before->isDirectory();
+        bool const isDirectory = after != nullptr && after->isDirectory();
         if (isDirectory && !wasDirectory)
             _changes.push_back({_path, Kind::directory, {}});
         else if (after != nullptr && !isDirectory)
@@ -83,40 +88,42 @@ private:
 
     void compareFile(Entry const* before, Entry const& after) {
         std::string_view const content = _to.contentOf(after);
-        if (before == nullptr || before->isDirectory || _from.contentOf(*before) != content)
+        if (before == nullptr || before->isDirectory() || _from.contentOf(*before) != content)
             _changes.push_back({_path, Kind::file, std::string(content)});
     }
 
-    static Entry const* childrenOf(TreeImage const& image, Entry const* directory, bool isDirectory) {
-        return isDirectory ? image._entries.data() + directory->first : nullptr;
+    static Entry const* childrenOf(IndexedTree const& image, Entry const* directory, bool isDirectory) {
+        return isDirectory ? image.entries.data() + directory->first : nullptr;
     }
-    static Entry const* endOfChildren(TreeImage const& image, Entry const* directory, bool isDirectory) {
-        return isDirectory ? image._entries.data() + directory->first + directory->count : nullptr;
+    static Entry const* endOfChildren(IndexedTree const& image, Entry const* directory, bool isDirectory) {
+        return isDirectory ? image.entries.data() + directory->first + directory->count : nullptr;
     }
 
-    TreeImage const& _from;
-    TreeImage const& _to;
+    IndexedTree const& _from;
+    IndexedTree const& _to;
     std::string _path;
     std::vector<Pair> _open;
     std::vector<TreeChange> _changes;
 };
+
+} // namespace
 
 std::vector<TreeChange> TreeImage::differencesTo(TreeImage const& other) const {
     return differencesToDirectory({}, other);
 }
 
 std::vector<TreeChange> TreeImage::differencesToNothing(std::string const& path) const {
-    return Comparison(*this, *this, path).run(find(path), nullptr);
+    return Comparison(*_tree, *_tree, path).run(_tree->find(path), nullptr);
 }
 
 std::vector<TreeChange> TreeImage::differencesToFile(std::string const& path,
                                                      std::string_view content) const {
-    Entry const* const before = find(path);
-    if (before != nullptr && !before->isDirectory && contentOf(*before) == content)
+    Entry const* const before = _tree->find(path);
+    if (before != nullptr && !before->isDirectory() && _tree->contentOf(*before) == content)
         return {};
     std::vector<TreeChange> changes{{path, TreeChange::Kind::file, std::string(content)}};
-    if (before != nullptr && before->isDirectory) {
-        auto below = Comparison(*this, *this, path).run(before, nullptr);
+    if (before != nullptr && before->isDirectory()) {
+        auto below = Comparison(*_tree, *_tree, path).run(before, nullptr);
         changes.insert(changes.end(), std::make_move_iterator(below.begin() + 1),
                        std::make_move_iterator(below.end()));
     }
@@ -125,7 +132,7 @@ std::vector<TreeChange> TreeImage::differencesToFile(std::string const& path,
 
 std::vector<TreeChange> TreeImage::differencesToDirectory(std::string const& path,
                                                           TreeImage const& tree) const {
-    return Comparison(*this, tree, path).run(find(path), &tree._entries.front());
+    return Comparison(*_tree, *tree._tree, path).run(_tree->find(path), &tree._tree->root());
 }
 
 } // namespace filesystem

@@ -4,28 +4,32 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 #include "CborItems.h"
+#include "IndexedTree.h"
 #include "TreeFormat.h"
 
 namespace filesystem {
+
+namespace {
+
+using Entry = IndexedTree::Entry;
+using Changes = std::vector<TreeChange>;
 
 /**
  * Writes a payload from its end to its beginning, so that a directory's count of children is known when its turn
  * comes. Without recursion: a stack of the directories that changes lie in. Everything else is copied.
  */
-class TreeImage::Patch {
+class Patch {
 public:
-    using Changes = std::vector<TreeChange>;
-
-    Patch(TreeImage const& from, Changes const& changes)
+    Patch(IndexedTree const& from, Changes const& changes)
         : _from(from), _room(roomFor(from, changes)), _block(new char[_room]), _begin(_block.get() + _room) {
-        open(&from._entries.front(), changes.data(), changes.data() + changes.size(), 0, {});
+        open(&from.root(), changes.data(), changes.data() + changes.size(), 0, {});
         _open.back().isKept = true;
     }
 
-    /** Result: the bytes of a register file. */
-    std::string run() {
+    std::shared_ptr<IndexedTree const> run() {
         while (!_open.empty()) {
             Directory& directory = _open.back();
             if (directory.lastChange == directory.firstChange) {
@@ -35,13 +39,8 @@ public:
                 step(directory);
             }
         }
-        std::string_view const payload(_begin, static_cast<std::size_t>(_block.get() + _room - _begin));
-        char front[longestTreeHead];
-        char const* const end = writeTreeHead(front, payload);
-        auto const size = static_cast<std::size_t>(end - front);
-        std::string bytes;
-        bytes.reserve(size + payload.size());
-        return bytes.append(front, size).append(payload);
+        auto const size = static_cast<std::size_t>(_block.get() + _room - _begin);
+        return IndexedTree::ofPayload(_block, _begin, size, _from);
     }
 
 private:
@@ -57,8 +56,8 @@ private:
         Entry const* file = nullptr; ///< what is here instead if nothing comes into it
     };
 
-    static std::size_t roomFor(TreeImage const& from, Changes const& changes) {
-        std::size_t room = from._entries.front().end + longestHead;
+    static std::size_t roomFor(IndexedTree const& from, Changes const& changes) {
+        std::size_t room = longestTreeHead + from.payload.size() + longestHead;
         for (TreeChange const& change : changes) {
             auto const levels = 1 + std::count(change.path.begin(), change.path.end(), '/');
             room += change.path.size() + change.content.size() +
@@ -95,7 +94,7 @@ private:
             ++directory.count;
             return;
         }
-        bool const wasDirectory = before != nullptr && before->isDirectory;
+        bool const wasDirectory = before != nullptr && before->isDirectory();
         bool const isRemoved = isExact && first->kind == TreeChange::Kind::removed;
         bool const isMade = isExact && first->kind == TreeChange::Kind::directory;
         open(wasDirectory ? before : nullptr, isExact ? first + 1 : first, last, depth + 1, name);
@@ -110,14 +109,14 @@ private:
     }
 
     [[nodiscard]] Entry const& childAt(Directory const& directory, std::uint32_t place) const {
-        return _from._entries[directory.before->first + place];
+        return _from.entries[directory.before->first + place];
     }
 
     /** How many of a directory's children, of those still to come, stand before `name` or have it. */
     [[nodiscard]] std::uint32_t childrenUpTo(Directory const& directory, std::string_view name) const {
         if (directory.left == 0)
             return 0;
-        auto const begin = _from._entries.begin() + directory.before->first;
+        auto const begin = _from.entries.begin() + directory.before->first;
         auto const end = std::upper_bound(
             begin, begin + directory.left, name,
             [this](std::string_view wanted, Entry const& entry) { return wanted < _from.nameOf(entry); });
@@ -135,7 +134,7 @@ private:
                 ++directory.count;
             }
             ++directory.count;
-            prepend({_from._bytes.data() + _from._payload + first->item, last.end - first->item});
+            prepend({_from.payload.data() + first->item, last.end - first->item});
         }
     }
 
@@ -170,17 +169,19 @@ private:
         prepend({head, static_cast<std::size_t>(end - head)});
     }
 
-    TreeImage const& _from;
+    IndexedTree const& _from;
     std::size_t _room;
-    std::unique_ptr<char[]> _block;
+    std::shared_ptr<char[]> _block;
     char* _begin;
     std::vector<Directory> _open;
 };
 
+} // namespace
+
 TreeImage TreeImage::with(std::vector<TreeChange> const& changes) const {
     if (changes.empty())
         return *this;
-    return TreeImage(Patch(*this, changes).run());
+    return TreeImage(Patch(*_tree, changes).run());
 }
 
 } // namespace filesystem

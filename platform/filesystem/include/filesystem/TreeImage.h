@@ -2,11 +2,9 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
-#include <optional>
+#include <memory>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include <utils/Exception.h>
@@ -15,6 +13,7 @@
 
 namespace filesystem {
 
+struct IndexedTree;
 class RAMFileSystem;
 
 /** A register file in a format version that this library does not read yet. */
@@ -57,6 +56,14 @@ public:
      */
     explicit TreeImage(std::string bytes);
 
+    /** The same, but what the content has in common with `similar` is not examined again, which takes far less time. */
+    TreeImage(std::string bytes, TreeImage const& similar);
+
+    // Copies share the bytes. A move is a copy, so that no image is ever without them.
+    TreeImage(TreeImage const& other) = default;
+    TreeImage& operator=(TreeImage const& other) = default;
+    ~TreeImage() = default;
+
     /** The directory at an absolute path of an in-memory file system; an empty tree if it does not exist. */
     [[nodiscard]] static TreeImage of(RAMFileSystem const& fileSystem, std::string const& path);
 
@@ -66,11 +73,11 @@ public:
      */
     void putInto(RAMFileSystem& fileSystem, std::string const& path) const;
 
-    /** The register file: equal trees made by this library have equal bytes. */
-    [[nodiscard]] std::string const& bytes() const noexcept { return _bytes; }
+    /** The register file, as long as this object or a copy lives. Equal trees made by this library have equal bytes. */
+    [[nodiscard]] std::string_view bytes() const noexcept;
 
-    /** The number of files in the tree. */
-    [[nodiscard]] std::size_t fileCount() const noexcept { return _fileCount; }
+    /** The number of files in the tree, which are counted. */
+    [[nodiscard]] std::size_t fileCount() const noexcept;
 
     /**
      * What makes the other tree of this one, sorted as a tree is walked. A directory that is only in one of them
@@ -95,31 +102,9 @@ public:
     [[nodiscard]] TreeImage with(std::vector<TreeChange> const& changes) const;
 
 private:
-    struct Entry {
-        std::uint32_t item; ///< where the name's item begins in the payload
-        std::uint32_t name; ///< where the name begins
-        std::uint32_t nameSize;
-        std::uint32_t end;   ///< where the value's item ends
-        std::uint32_t first; ///< a file's content: where it begins; a directory: its first child
-        std::uint32_t count; ///< a file's content: bytes; a directory: children
-        bool isDirectory;
-    };
+    explicit TreeImage(std::shared_ptr<IndexedTree const> tree);
 
-    class Parser;
-    class Builder;
-    class Comparison;
-    class Patch;
-
-    void index(std::size_t payload, std::size_t size);
-    [[nodiscard]] std::string_view nameOf(Entry const& entry) const;
-    [[nodiscard]] std::string_view contentOf(Entry const& entry) const;
-    [[nodiscard]] Entry const* child(Entry const& directory, std::string_view name) const;
-    [[nodiscard]] Entry const* find(std::string_view path) const;
-
-    std::string _bytes;
-    std::size_t _payload = 0;    ///< where the payload begins in the bytes
-    std::vector<Entry> _entries; ///< the root first; the children of a directory side by side, in order
-    std::size_t _fileCount = 0;
+    std::shared_ptr<IndexedTree const> _tree; ///< never null
 };
 
 } // namespace filesystem

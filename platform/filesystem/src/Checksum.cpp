@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Checksum.h"
+
+#include <zlib.h>
+
+namespace filesystem {
+
+namespace {
+
+/** Computed in a few microseconds, and large enough for few pieces to make up a file. */
+constexpr std::size_t pieceSize = 8'192;
+
+} // namespace
+
+std::uint32_t checksumOf(std::string_view bytes) {
+    return static_cast<std::uint32_t>(
+        ::crc32_z(0, reinterpret_cast<Bytef const*>(bytes.data()), bytes.size()));
+}
+
+PieceChecksums::PieceChecksums(std::string_view bytes, PieceChecksums const& similar, std::size_t prefix,
+                               std::size_t suffix) {
+    auto front = similar._pieces.begin();
+    auto back = similar._pieces.end();
+    std::size_t begin = 0;
+    while (front != back && front->size <= prefix - begin)
+        begin += front++->size;
+    std::size_t end = bytes.size();
+    while (back != front && back[-1].size <= suffix - (bytes.size() - end))
+        end -= (--back)->size;
+
+    _pieces.assign(similar._pieces.begin(), front);
+    while (begin != end) {
+        // The last one takes what is left, so that changes do not break the pieces into smaller and smaller ones.
+        std::size_t const size = end - begin < 2 * pieceSize ? end - begin : pieceSize;
+        _pieces.push_back({size, checksumOf(bytes.substr(begin, size))});
+        begin += size;
+    }
+    _pieces.insert(_pieces.end(), back, similar._pieces.end());
+}
+
+std::uint32_t PieceChecksums::whole() const {
+    unsigned long checksum = 0;
+    for (Piece const& piece : _pieces)
+        checksum = ::crc32_combine(checksum, piece.checksum, static_cast<z_off_t>(piece.size));
+    return static_cast<std::uint32_t>(checksum);
+}
+
+} // namespace filesystem

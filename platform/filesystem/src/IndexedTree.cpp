@@ -1,0 +1,297 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "IndexedTree.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <utility>
+
+#include "CborItems.h"
+#include "TreeFormat.h"
+
+namespace filesystem {
+
+namespace {
+
+using Entry = IndexedTree::Entry;
+
+std::uint32_t narrow(std::size_t number) {
+    return static_cast<std::uint32_t>(number);
+}
+
+constexpr std::size_t compared = 1024; // bytes that are compared at once
+
+std::size_t commonPrefix(std::string_view left, std::string_view right) {
+    std::size_t const most = std::min(left.size(), right.size());
+    std::size_t size = 0;
+    while (most - size >= compared && std::memcmp(left.data() + size, right.data() + size, compared) == 0)
+        size += compared;
+    auto const begin = left.begin() + size;
+    auto const end = left.begin() + std::min(most, size + compared);
+    return size + static_cast<std::size_t>(std::mismatch(begin, end, right.begin() + size).first - begin);
+}
+
+std::size_t commonSuffix(std::string_view left, std::string_view right) {
+    std::size_t const most = std::min(left.size(), right.size());
+    std::size_t size = compared;
+    while (size <= most && std::memcmp(left.end() - size, right.end() - size, compared) == 0)
+        size += compared;
+    size -= compared;
+    auto const begin = left.rbegin() + static_cast<std::ptrdiff_t>(size);
+    auto const end = left.rbegin() + static_cast<std::ptrdiff_t>(std::min(most, size + compared));
+    auto const other = right.rbegin() + static_cast<std::ptrdiff_t>(size);
+    return size + static_cast<std::size_t>(std::mismatch(begin, end, other).first - begin);
+}
+
+/** The bytes that a payload has in common with that of another tree, whose index and checksums hold for them. */
+struct Likeness {
+    Likeness(std::string_view payload, IndexedTree const* similar) {
+        // Elsewhere the children of a directory are in another order than their bytes.
+        if (similar == nullptr || !similar->isInOrder)
+            return;
+        other = similar;
+        prefix = commonPrefix(payload, other->payload);
+        suffix = commonSuffix(payload.substr(prefix), other->payload.substr(prefix));
+    }
+
+    IndexedTree const* other = nullptr; ///< null if there is none
+    std::size_t prefix = 0;             ///< the first bytes of both
+    std::size_t suffix = 0;             ///< the last bytes of both, none of which is among the first
+};
+
+/** Indexes a payload without recursion: a stack of the directories whose entries are still to come. */
+class Parser {
+public:
+    Parser(IndexedTree& tree, Likeness const& likeness)
+        : _tree(tree), _other(likeness.other), _prefix(narrow(likeness.prefix)),
+          _suffix(narrow(tree.payload.size() - likeness.suffix)), _scanner(tree.payload) {
+        if (_other != nullptr)
+            _shift = narrow(tree.payload.size()) - narrow(_other->payload.size());
+    }
+
+    void parse() {
+        if (_other != nullptr)
+            _tree.entries.reserve(_other->entries.size() + spareEntries);
+        _tree.entries.assign(1, Entry{});
+        Item const top = _scanner.next();
+        if (top.kind != Kind::map)
+            refuseAsDamaged("its payload is not a directory");
+        if (_other != nullptr)
+            enter(0, top, &_other->root(), narrow(_other->entries.size()));
+        else
+            enter(0, top, nullptr, 0);
+        while (!_open.empty()) {
+            if (_open.back().next == _open.back().end)
+                leave();
+            else
+                takeNext();
+        }
+        if (_scanner.left() != 0)
+            refuseAsDamaged("its payload has bytes after the tree");
+    }
+
+private:
+    static constexpr std::size_t spareEntries = 64;
+
+    struct Directory {
+        std::uint32_t entry;
+        std::uint32_t next;
+        std::uint32_t end;
+        bool isOrdered;
+        Entry const* other;       ///< the next child of the directory in the other tree that this one is like
+        Entry const* othersEnd;   ///< the end of those children
+        std::uint32_t othersLast; ///< the place after the last entry below that directory
+        Entry const* lastCopied;  ///< if that is the child before the next one; else null
+    };
+
+    [[nodiscard]] std::uint32_t position() const { return narrow(_tree.payload.size() - _scanner.left()); }
+
+    /** `like` is the directory in the other tree that this one is like, null if there is none; `last` as above. */
+    void enter(std::uint32_t entry, Item const& map, Entry const* like, std::uint32_t last) {
+        // An entry takes at least two bytes, so no count can promise more than there is.
+        if (map.number > _scanner.left() / 2)
+            refuseAsTruncated();
+        auto& entries = _tree.entries;
+        auto const first = narrow(entries.size());
+        auto const count = narrow(map.number);
+        entries[entry].first = first;
+        entries[entry].count = count;
+        entries.resize(entries.size() + count);
+        Entry const* others = nullptr;
+        Entry const* othersEnd = nullptr;
+        if (like != nullptr) {
+            others = _other->entries.data() + like->first;
+            othersEnd = others + like->count;
+        }
+        _open.push_back({entry, first, first + count, true, others, othersEnd, last, nullptr});
+    }
+
+    void leave() {
+        Directory const directory = _open.back();
+        _open.pop_back();
+        _tree.entries[directory.entry].end = position();
+        if (!directory.isOrdered)
+            sort(_tree.entries[directory.entry]);
+    }
+
+    void takeNext() {
+        Directory& directory = _open.back();
+        std::uint32_t const entry = directory.next++;
+        std::uint32_t const begin = position();
+        Entry const* const like = counterpart(directory, begin);
+        if (like != nullptr && (begin >= _suffix || like->end <= _prefix))
+            copy(directory, entry, *like);
+        else
+            parseEntry(directory, entry, like);
+    }
+
+    /** The child in the other tree whose bytes begin where those of the child at `begin` do; null if none does. */
+    Entry const* counterpart(Directory& directory, std::uint32_t begin) const {
+        if (begin >= _prefix && begin < _suffix)
+            return nullptr;
+        std::uint32_t const there = begin < _prefix ? begin : begin - _shift;
+        while (directory.other != directory.othersEnd && directory.other->item < there)
+            ++directory.other;
+        return directory.other != directory.othersEnd && directory.other->item == there ? directory.other
+                                                                                        : nullptr;
+    }
+
+    /** Takes an entry whose bytes, with those of all below it, are those of one in the other tree. */
+    void copy(Directory& directory, std::uint32_t entry, Entry const& like) {
+        std::uint32_t const shift = position() - like.item;
+        auto& entries = _tree.entries;
+        entries[entry] = {like.item + shift, like.end + shift, 0, like.count};
+        if (like.isDirectory())
+            entries[entry].first = copyBelow(like.first, lastBelow(directory, like), shift);
+        if (directory.lastCopied == nullptr || directory.lastCopied + 1 != &like)
+            noteOrder(directory, entry, _tree.nameOf(entries[entry]));
+        directory.lastCopied = &like;
+        _scanner.skip(like.end - like.item);
+    }
+
+    /** The place after the last entry below a child, a directory, in the other tree. */
+    static std::uint32_t lastBelow(Directory const& directory, Entry const& like) {
+        auto const* const next = std::find_if(&like + 1, directory.othersEnd,
+                                              [](Entry const& entry) { return entry.isDirectory(); });
+        return next != directory.othersEnd ? next->first : directory.othersLast;
+    }
+
+    /** Copies entries of the other tree. Result: where the first of them is now. */
+    std::uint32_t copyBelow(std::uint32_t first, std::uint32_t last, std::uint32_t shift) {
+        auto& entries = _tree.entries;
+        auto const copied = narrow(entries.size());
+        std::uint32_t const move = copied - first;
+        entries.insert(entries.end(), _other->entries.begin() + first, _other->entries.begin() + last);
+        if (shift != 0 || move != 0) {
+            for (auto entry = entries.begin() + copied; entry != entries.end(); ++entry) {
+                entry->item += shift;
+                entry->end += shift;
+                entry->first += entry->isDirectory() ? move : 0;
+            }
+        }
+        return copied;
+    }
+
+    void parseEntry(Directory& directory, std::uint32_t entry, Entry const* like) {
+        std::uint32_t const begin = position();
+        auto const [name, value] = takeEntry(_scanner);
+        _tree.entries[entry].item = begin;
+        directory.lastCopied = nullptr;
+        noteOrder(directory, entry, name);
+        if (value.kind == Kind::map) {
+            bool const isLike = like != nullptr && like->isDirectory();
+            enter(entry, value, isLike ? like : nullptr, isLike ? lastBelow(directory, *like) : 0);
+            return;
+        }
+        _tree.entries[entry].end = position();
+    }
+
+    void noteOrder(Directory& directory, std::uint32_t entry, std::string_view name) const {
+        auto const& entries = _tree.entries;
+        if (entry != entries[directory.entry].first && _tree.nameOf(entries[entry - 1]) >= name)
+            directory.isOrdered = false;
+    }
+
+    void sort(Entry const& directory) {
+        _tree.isInOrder = false;
+        auto const begin = _tree.entries.begin() + directory.first;
+        auto const end = begin + directory.count;
+        auto const name = [this](Entry const& entry) { return _tree.nameOf(entry); };
+        std::sort(begin, end,
+                  [&](Entry const& left, Entry const& right) { return name(left) < name(right); });
+        auto const twice = std::adjacent_find(
+            begin, end, [&](Entry const& left, Entry const& right) { return name(left) == name(right); });
+        if (twice != end)
+            refuseAsDamaged("duplicate name: " + quoted(name(*twice)));
+    }
+
+    IndexedTree& _tree;
+    IndexedTree const* _other;
+    std::uint32_t _prefix;    ///< where the first bytes that are like the other's end
+    std::uint32_t _suffix;    ///< where the last ones begin
+    std::uint32_t _shift = 0; ///< how much later those stand than in the other; modulo 2^32
+    Scanner _scanner;
+    std::vector<Directory> _open;
+};
+
+Entry const* child(IndexedTree const& tree, Entry const& directory, std::string_view name) {
+    Entry const* const begin = tree.entries.data() + directory.first;
+    Entry const* const end = begin + directory.count;
+    Entry const* const found =
+        std::lower_bound(begin, end, name, [&tree](Entry const& entry, std::string_view wanted) {
+            return tree.nameOf(entry) < wanted;
+        });
+    return found != end && tree.nameOf(*found) == name ? found : nullptr;
+}
+
+/** Computes the checksums of `tree.payload`. */
+Likeness compare(IndexedTree& tree, IndexedTree const* similar) {
+    if (tree.payload.size() > std::numeric_limits<std::uint32_t>::max())
+        throw utils::Exception("larger than 4 GiB");
+    Likeness const likeness(tree.payload, similar);
+    PieceChecksums const none;
+    tree.checksums = PieceChecksums(tree.payload, similar != nullptr ? similar->checksums : none,
+                                    likeness.prefix, likeness.suffix);
+    return likeness;
+}
+
+} // namespace
+
+std::shared_ptr<IndexedTree const> IndexedTree::ofFile(std::shared_ptr<void const> owner,
+                                                       std::string_view bytes, IndexedTree const* similar) {
+    TreeHead const head = decodeTreeHead(bytes.substr(0, longestTreeHead));
+    auto tree = std::make_shared<IndexedTree>();
+    tree->owner = std::move(owner);
+    tree->payload = bytes.substr(head.size, head.payloadSize);
+    tree->bytes = bytes.substr(0, head.size + tree->payload.size());
+    Likeness const likeness = compare(*tree, similar);
+    checkPayload(head, tree->payload.size(), tree->checksums.whole());
+    Parser(*tree, likeness).parse();
+    return tree;
+}
+
+std::shared_ptr<IndexedTree const> IndexedTree::ofPayload(std::shared_ptr<void const> owner, char* payload,
+                                                          std::size_t size, IndexedTree const& similar) {
+    auto tree = std::make_shared<IndexedTree>();
+    tree->owner = std::move(owner);
+    tree->payload = {payload, size};
+    Likeness const likeness = compare(*tree, &similar);
+    char head[longestTreeHead];
+    auto const headSize = static_cast<std::size_t>(writeTreeHead(head, tree->checksums.whole(), size) - head);
+    std::memcpy(payload - headSize, head, headSize);
+    tree->bytes = {payload - headSize, headSize + size};
+    Parser(*tree, likeness).parse();
+    return tree;
+}
+
+Entry const* IndexedTree::find(std::string_view path) const {
+    Entry const* entry = &root();
+    while (!path.empty() && entry != nullptr) {
+        std::string_view const name = path.substr(0, path.find('/'));
+        path.remove_prefix(std::min(path.size(), name.size() + 1));
+        entry = entry->isDirectory() ? child(*this, *entry, name) : nullptr;
+    }
+    return entry;
+}
+
+} // namespace filesystem
