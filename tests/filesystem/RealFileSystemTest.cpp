@@ -414,4 +414,32 @@ TEST_F(RealClose, GivesTheDescriptorsBack) {
     EXPECT_EQ(before, descriptors());
 }
 
+using RealStamp = OnDisk;
+
+TEST_F(RealStamp, OfAHandleIsThatOfItsPath) {
+    putFile(at("f"), "x");
+    FileHandle* const handle = openedForReading(files, "f");
+    EXPECT_TRUE(files.stamp(handle) == files.stampAt(text("f")));
+    EXPECT_NE(0U, files.stampAt(text("f")).number);
+}
+
+TEST_F(RealStamp, OfAFlushedFileStaysWhenItIsMovedIntoPlace) {
+    FileHandle* const handle = openedForWriting(files, "f");
+    ASSERT_EQ(1, files.write(handle, "x", 1));
+    ASSERT_TRUE(files.flush(handle));
+    auto const written = files.stamp(handle);
+    ASSERT_TRUE(files.close(handle));
+    EXPECT_TRUE(written == files.stampAt(text("f")));
+}
+
+TEST_F(RealStamp, DiffersBetweenFiles) {
+    putFile(at("f"), "x");
+    putFile(at("g"), "x");
+    EXPECT_FALSE(files.stampAt(text("f")) == files.stampAt(text("g")));
+}
+
+TEST_F(RealStamp, OfAMissingFileHasNoNumber) {
+    EXPECT_EQ(0U, files.stampAt(text("f")).number);
+}
+
 } // namespace

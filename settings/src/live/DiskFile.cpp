@@ -82,10 +82,15 @@ DiskFile::Identity DiskFile::identify(FileHandle* handle) {
 
 Reading DiskFile::read() {
     _known.reset();
-    return *readIfChanged();
+    return *readIfChanged(nullptr);
 }
 
 bool DiskFile::isKnown() {
+    if (_known && _known->stamp.number != 0) {
+        auto const now = _disk.stampAt(text(_name));
+        if (now.number != 0 && !(now == _known->stamp))
+            return false;
+    }
     Opened const file(_disk, _name);
     if (file.handle() == nullptr)
         return isMissing(file.error()) && _known && _known->stamp.number == 0;
@@ -93,7 +98,7 @@ bool DiskFile::isKnown() {
     return _known && _known->stamp == now.stamp && _known->head == now.head;
 }
 
-std::optional<Reading> DiskFile::readIfChanged() {
+std::optional<Reading> DiskFile::readIfChanged(Image const& similar) {
     Opened const file(_disk, _name);
     if (file.handle() == nullptr) {
         if (isMissing(file.error()) && _known && _known->stamp.number == 0)
@@ -107,7 +112,7 @@ std::optional<Reading> DiskFile::readIfChanged() {
     Identity now = identify(file.handle());
     if (_known && _known->stamp == now.stamp && _known->head == now.head)
         return std::nullopt;
-    Reading reading = readFrom(file.handle());
+    Reading reading = readFrom(file.handle(), similar);
     _known.reset();
     if (reading.found == Found::sound)
         know(std::move(now));
@@ -120,7 +125,7 @@ void DiskFile::know(Identity identity) {
         _known = std::move(identity);
 }
 
-Reading DiskFile::readFrom(FileHandle* handle) {
+Reading DiskFile::readFrom(FileHandle* handle, Image const& similar) {
     try {
         long const size = _disk.size(handle);
         if (size < 0 || !_disk.seek(handle, 0, FileSystem::ORIGIN_BEGIN))
@@ -132,7 +137,10 @@ Reading DiskFile::readFrom(FileHandle* handle) {
         if (moved < bytes.size() && errno != 0)
             return {Found::unreadable, nullptr, because(errno)};
         bytes.resize(moved);
-        return {Found::sound, std::make_shared<TreeImage const>(std::move(bytes)), {}};
+        return {Found::sound,
+                similar != nullptr ? std::make_shared<TreeImage const>(std::move(bytes), *similar)
+                                   : std::make_shared<TreeImage const>(std::move(bytes)),
+                {}};
     } catch (filesystem::NewerFormat const& newer) {
         return {Found::unreadable, nullptr, newer.what()};
     } catch (utils::Exception const& damage) {
@@ -157,22 +165,25 @@ DiskFile::Replaced DiskFile::replace(TreeImage const& image, std::string const& 
     // Not earlier: a save that fails must not cost the previous file.
     if (!keptAs.empty() && !disk.keepAs(text(_name), text(keptAs)) && errno != ENOENT)
         return failed(errno);
+    Identity written{disk.stamp(handle), std::string(image.bytes().substr(0, headSize))};
     _known.reset();
-    Replaced replaced{true, {}};
-    if (!disk.close(handle))
-        replaced = failed(errno);
+    if (disk.close(handle)) {
+        know(std::move(written));
+        return {true, {}};
+    }
+    Replaced replaced = failed(errno);
     knowIfItHolds(image);
-    replaced.isInPlace = replaced.isInPlace || _known;
+    replaced.isInPlace = _known.has_value();
     return replaced;
 }
 
-/** After a replacement the file is known, unless somebody else has replaced it already. */
+/** After a replacement of which it is not known whether it took place. */
 void DiskFile::knowIfItHolds(TreeImage const& image) {
     Opened const written(_disk, _name);
     if (written.handle() == nullptr)
         return;
     Identity now = identify(written.handle());
-    if (image.bytes().compare(0, now.head.size(), now.head) == 0 &&
+    if (image.bytes().substr(0, now.head.size()) == now.head &&
         now.stamp.size == static_cast<long>(image.bytes().size()))
         know(std::move(now));
 }

@@ -40,8 +40,11 @@ public:
     /** Whether the file is the one, with the content, that was last read or written. */
     [[nodiscard]] bool isKnown();
 
-    /** Reads the file unless it is the one, with the content, that was last read or written. */
-    [[nodiscard]] std::optional<Reading> readIfChanged();
+    /**
+     * Reads the file unless it is the one, with the content, that was last read or written. The more it has in common
+     * with `similar`, which may be null, the less time it takes.
+     */
+    [[nodiscard]] std::optional<Reading> readIfChanged(Image const& similar);
 
     struct Replaced {
         bool
@@ -77,7 +80,7 @@ private:
     [[nodiscard]] Identity identify(filesystem::FileHandle* handle);
     void know(Identity identity);
     void knowIfItHolds(filesystem::TreeImage const& image);
-    [[nodiscard]] Reading readFrom(filesystem::FileHandle* handle);
+    [[nodiscard]] Reading readFrom(filesystem::FileHandle* handle, Image const& similar);
 
     QString _directory;
     std::string _name;

@@ -153,7 +153,7 @@ void Synchroniser::noteRecovery(std::string const& damage, std::string const& ke
 
 /** Finds out what the user's file holds now, or what is wrong with it. */
 std::string Synchroniser::look(std::string& damage) {
-    auto const reading = _files.user.readIfChanged();
+    auto const reading = _files.user.readIfChanged(_files.userImage);
     if (!reading)
         return {};
     switch (reading->found) {
@@ -176,7 +176,7 @@ std::string Synchroniser::look(std::string& damage) {
 }
 
 void Synchroniser::readGlobal() {
-    auto const reading = _files.global.readIfChanged();
+    auto const reading = _files.global.readIfChanged(_files.globalImage);
     if (!reading)
         return;
     if (reading->found == Found::damaged || reading->found == Found::unreadable) {
