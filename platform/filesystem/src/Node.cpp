@@ -5,6 +5,7 @@
 #include <cstring>
 #include <limits>
 #include <stdexcept>
+#include <utility>
 
 #include "Words.h"
 
@@ -80,6 +81,14 @@ void Node::setText(std::string_view name, std::string_view content) {
     copyBytes(target + name.size(), content.data(), content.size());
     file.size = length - nameLength;
     file.capacity = std::max(length, inlineCapacity);
+}
+
+void Node::exchangeText(Node& other) noexcept {
+    bool const wasOnHeap = onHeap != 0;
+    onHeap = other.onHeap;
+    other.onHeap = wasOnHeap ? 1 : 0;
+    std::swap(file, other.file);
+    std::swap(inlineText, other.inlineText); // in which a block's address is, too
 }
 
 void Node::freeAll() noexcept {

@@ -85,6 +85,9 @@ struct alignas(64) Node {
      */
     void setText(std::string_view name, std::string_view content);
 
+    /** Gives two files of the same name each other's text. */
+    void exchangeText(Node& other) noexcept;
+
     /** Gives back what the node owns. */
     void freeAll() noexcept;
 };

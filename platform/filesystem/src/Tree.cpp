@@ -218,9 +218,11 @@ NodeId Tree::Apart::addDirectory(NodeId parent, std::string_view name, std::uint
     return id;
 }
 
-void Tree::Apart::addFile(NodeId parent, std::string_view name, std::uint32_t hash,
-                          std::string_view content) {
-    _entries.push_back({hash, _tree.add(parent, name, hash, false, content)});
+NodeId Tree::Apart::addFile(NodeId parent, std::string_view name, std::uint32_t hash,
+                            std::string_view content) {
+    NodeId const id = _tree.add(parent, name, hash, false, content);
+    _entries.push_back({hash, id});
+    return id;
 }
 
 bool Tree::graft(Apart&& apart, TreePath const& path) {

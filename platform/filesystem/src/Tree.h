@@ -87,6 +87,12 @@ public:
      */
     bool makeDirectories(TreePath const& path, NodeId& outermostMade);
 
+    /** Gives two files of the same name each other's content. The second one is apart. */
+    void exchangeContents(NodeId id, NodeId apart) noexcept {
+        touch(id);
+        _nodes[id].exchangeText(_nodes[apart]);
+    }
+
     /**
      * A directory built where no path reaches it, to be put in place as a whole; released with this object.
      */
@@ -106,7 +112,7 @@ public:
          * Errors: `std::bad_alloc`; nothing is in the tree yet.
          */
         NodeId addDirectory(NodeId parent, std::string_view name, std::uint32_t hash);
-        void addFile(NodeId parent, std::string_view name, std::uint32_t hash, std::string_view content);
+        NodeId addFile(NodeId parent, std::string_view name, std::uint32_t hash, std::string_view content);
 
     private:
         friend class Tree;

@@ -4,7 +4,9 @@
 #include <cstddef>
 #include <initializer_list>
 #include <memory>
+#include <optional>
 #include <string_view>
+#include <vector>
 
 #include "filesystem/Export.h"
 
@@ -61,6 +63,23 @@ struct Entry {
  */
 VELMORAND_FILESYSTEM_EXPORT bool makeDirectories(RAMFileSystem& fileSystem, std::string_view directory,
                                                  std::string_view path);
+
+/** What is to be at a path: a file with this content or, without one, nothing. */
+struct Change {
+    std::string_view path;
+    std::optional<std::string_view> content;
+};
+
+/**
+ * Makes changes below a directory, all of them or none. Missing directories are made. A removed directory goes with
+ * everything in it, and after each removal go the directories around it that are empty then, up to the first level. No
+ * two changes may have the same path, and no path may be below one that is removed.
+ * Result: null, or the first change that cannot be made, with nothing changed: a directory is at its path, a file is
+ * where a directory is needed, a name is invalid, or the size is 4 GiB or more.
+ * Errors: `std::bad_alloc`; nothing has changed.
+ */
+[[nodiscard]] VELMORAND_FILESYSTEM_EXPORT Change const*
+apply(RAMFileSystem& fileSystem, std::string_view directory, std::vector<Change> const& changes);
 
 /**
  * A walk through everything below a directory, depth first, a directory before what is in it.
