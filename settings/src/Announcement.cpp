@@ -8,19 +8,24 @@ namespace {
 using utils::properties::_Register;
 
 /** A register whose pending names can be reached. */
-struct Open : _Register {
-    static std::set<std::string>& pending(_Register& settings) {
-        return settings.*(&Open::_changedProperties);
+struct Pending : _Register {
+    static std::set<std::string>& names(_Register& settings) {
+        return settings.*(&Pending::_changedProperties);
     }
 };
 
 } // namespace
 
-void announce(_Register& settings, void* sender, std::vector<std::string> const& names) {
+void announce(_Register& settings, void* sender, std::set<std::string> names) {
     if (names.empty())
         return;
-    Open::pending(settings).insert(names.begin(), names.end());
+    std::set<std::string>& pending = Pending::names(settings);
+    pending.merge(names); // which leaves in `names` those that are pending already
     settings.notify(sender);
+    // Inside a listener, `notify` leaves out the names that are being announced, but these have changed again.
+    for (std::string const& name : names)
+        if (pending.count(name) != 0)
+            settings.markAsChanged(sender, name);
 }
 
 } // namespace velmorand

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <set>
 #include <string>
-#include <vector>
 
 #include <utils/properties/Register.h>
 
@@ -10,8 +10,8 @@ namespace velmorand {
 
 /**
  * Notifies the listeners, except those of `sender`, of changes that are all in place. The lock is held.
- * Errors: what a listener throws; all names stay pending then, and are announced with the next change.
+ * Errors: what a listener throws; the names stay pending then, and are announced again with the next change.
  */
-void announce(utils::properties::_Register& settings, void* sender, std::vector<std::string> const& names);
+void announce(utils::properties::_Register& settings, void* sender, std::set<std::string> names);
 
 } // namespace velmorand

@@ -6,6 +6,8 @@
 #include "Access.h"
 #include "Announcement.h"
 #include "Declarations.h"
+#include "Names.h"
+#include "UserChanges.h"
 #include "velmorand/Property.h"
 
 namespace velmorand {
@@ -41,11 +43,6 @@ std::string jsonText(std::string const& text) {
     return detail::json(QString::fromUtf8(text.data(), static_cast<int>(text.size())).toStdString());
 }
 
-/** Whether a JSON object can have a member of that name. */
-bool isText(std::string const& name) {
-    return QString::fromUtf8(name.data(), static_cast<int>(name.size())).toStdString() == name;
-}
-
 std::string entry(DeclaredProperty const& property) {
     Members members;
     members.addText("type", property.kind);
@@ -76,21 +73,23 @@ void resetDeclaredProperties(void* sender) {
     Access const settings;
     if (!settings)
         return;
-    std::vector<std::string> names;
-    eachDeclaration([&names](detail::Declaration const& declaration) {
-        if (detail::isSet(declaration.name()))
-            names.push_back(declaration.name());
+    UserChanges removals;
+    std::set<std::string> names;
+    eachDeclaration([&](detail::Declaration const& declaration) {
+        if (!canBeName(declaration.name()) || !detail::isSet(declaration.name()))
+            return;
+        removals.emplace(declaration.name(), std::nullopt);
+        names.insert(declaration.name());
     });
-    for (std::string const& name : names)
-        settings->delProperty(name, SCOPE_USER);
-    announce(*settings, sender, names);
+    makeChanges(*settings, removals);
+    announce(*settings, sender, std::move(names));
 }
 
 std::string catalogue(std::string const& program) {
     std::string text = "{\n  \"program\": " + jsonText(program) + ",\n  \"settings\": {";
     char const* separator = "\n    ";
     for (DeclaredProperty const& property : declaredProperties())
-        if (isText(property.name)) {
+        if (canBeName(property.name)) {
             text += separator + entry(property);
             separator = ",\n    ";
         }

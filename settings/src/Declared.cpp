@@ -12,6 +12,7 @@
 
 #include "Access.h"
 #include "Declarations.h"
+#include "Names.h"
 #include "Recall.h"
 
 namespace velmorand {
@@ -102,7 +103,7 @@ std::vector<Known> knownDeclarations() {
 
 namespace detail {
 
-Declaration::Declaration(std::string name) : _name(std::move(name)) {}
+Declaration::Declaration(std::string name) : _name(cleanName(std::move(name))) {}
 
 Declaration::~Declaration() = default;
 

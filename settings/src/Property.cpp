@@ -9,7 +9,10 @@
 #include <filesystem/Direct.h>
 
 #include "Access.h"
+#include "Announcement.h"
+#include "Names.h"
 #include "RecordBytes.h"
+#include "UserChanges.h"
 
 namespace velmorand::detail {
 
@@ -143,8 +146,17 @@ bool find(std::string const& name, T& value) {
 template <class T>
 void store(std::string const& name, T const& value, RegisterScope scope, void* sender) {
     RequiredAccess const settings(name + " is not written");
-    requireFits(name, value);
-    ((*settings).*Kind<T>::write)(sender, name, value, scope);
+    std::string storage;
+    std::string const& clean = propertyName(name, storage);
+    requireFits(clean, value);
+    std::uint64_t const before = registerState;
+    try {
+        ((*settings).*Kind<T>::write)(sender, clean, value, scope);
+    } catch (Exception const&) {
+        if (registerState == before) // otherwise it is written, and a listener has thrown
+            requireRoom(*settings, clean, scope);
+        throw;
+    }
 }
 
 template <class T>
@@ -195,8 +207,10 @@ void reset(std::string const& name, void* sender) {
     Access const settings;
     if (!settings || !isSet(name))
         return;
-    settings->delProperty(name, SCOPE_USER);
-    settings->markAsChanged(sender, name);
+    std::string const clean = cleanName(name);
+    std::set<std::string> names{clean};
+    makeChanges(*settings, {{clean, std::nullopt}});
+    announce(*settings, sender, std::move(names));
 }
 
 // The eight kinds.

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <velmorand/Catalogue.h>
 #include <velmorand/Property.h>
 
 #include "support/Failure.h"
@@ -235,4 +236,21 @@ TEST(Reset, LeavesTheLockFreeWhenAListenerThrows) {
     EXPECT_EQ("no", failure([&] { width.reset(); }));
     EXPECT_TRUE(support::lockIsFree());
     EXPECT_FALSE(width.isSet());
+}
+
+TEST(Reset, RemovesTheGroupsThatHaveBecomeEmpty) {
+    Property<int> const property{"a/b/x"};
+    property.set(1);
+    write("a/y", 1);
+    property.reset();
+    EXPECT_FALSE(_Register::getInstance()->propertyExists("a/b", SCOPE_USER));
+    EXPECT_TRUE(_Register::getInstance()->propertyExists("a", SCOPE_USER));
+}
+
+TEST(Reset, RemovesTheGroupsThatAllDeclaredPropertiesLeaveEmpty) {
+    Property<int> const one{"a/b/x"};
+    Property<int> const other{"a//b/x/"};
+    one.set(1);
+    resetDeclaredProperties();
+    EXPECT_FALSE(_Register::getInstance()->propertyExists("a", SCOPE_USER));
 }

@@ -104,11 +104,11 @@ T read(std::string const& name, Other const& fallback) = delete;
 
 /**
  * Writes a value, in the user scope unless another is given, and notifies the listeners except those of
- * `sender`. Nothing is saved yet.
+ * `sender`. Doubled, leading and trailing "/" of the name are left out. Nothing is saved yet.
  * Errors: `utils::Exception` if a string, or the list, has more than 2,147,483,647 bytes or elements, and after
- * the register's end, with nothing changed; and if the name cannot be a property: a group has it, one of its
- * groups is a property, or its last level is empty, "." or "..". The groups before that level have been made
- * then: a name must not end in "/". An exception of a listener reaches the caller, with the value written.
+ * the register's end, and if the name cannot be that of a property: it is a group, one of its groups is a property, it
+ * has no level, or one that is "." or "..". Nothing has changed then. An exception of a listener reaches the caller, with
+ * the value written.
  */
 template <class T>
 void write(std::string const& name, T const& value, RegisterScope scope = SCOPE_USER,
@@ -229,7 +229,8 @@ public:
 
     /**
      * Removes the value from the user scope, so that another scope's value or the fallback is in force again,
-     * and notifies the listeners except those of `sender`. Does nothing if the value is not set.
+     * and notifies the listeners except those of `sender`. Groups that become empty are removed. Does nothing if the
+     * value is not set.
      */
     void reset(void* sender = nullptr) const { detail::reset(name(), sender); }
 

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Names.h"
+
+#include <QString>
+#include <algorithm>
+
+#include "velmorand/Scope.h"
+
+namespace velmorand {
+
+namespace {
+
+/** Whether there is nothing to clean or to refuse, judged by the bytes: true for nearly every name. */
+bool isPlain(std::string const& name) {
+    char before = '/';
+    for (char const byte : name) {
+        bool const isAscii = static_cast<unsigned char>(byte) < 0x80;
+        if (!isAscii || (before == '/' && (byte == '/' || byte == '.')))
+            return false;
+        before = byte;
+    }
+    return before != '/';
+}
+
+/** Why no property can have a clean name; empty if one can. */
+std::string faultOf(std::string const& clean) {
+    if (clean.empty())
+        return "it has no level";
+    if (!isUtf8(clean))
+        return "it is not UTF-8";
+    for (std::size_t begin = 0; begin < clean.size();) {
+        std::size_t const end = std::min(clean.find('/', begin), clean.size());
+        std::string_view const level = std::string_view(clean).substr(begin, end - begin);
+        if (level == "." || level == "..")
+            return "no level can be \"" + std::string(level) + '"';
+        begin = end + 1;
+    }
+    return {};
+}
+
+} // namespace
+
+bool isUtf8(std::string_view text) {
+    std::string marked = "/"; // the conversion drops a byte order mark at the start
+    marked += text;
+    return QString::fromUtf8(marked.data(), static_cast<int>(marked.size())).toStdString() == marked;
+}
+
+std::string cleanName(std::string name) {
+    auto const areSlashes = [](char left, char right) { return left == '/' && right == '/'; };
+    name.erase(std::unique(name.begin(), name.end(), areSlashes), name.end());
+    if (!name.empty() && name.back() == '/')
+        name.pop_back();
+    if (!name.empty() && name.front() == '/')
+        name.erase(0, 1);
+    return name;
+}
+
+bool canBeName(std::string const& clean) {
+    return faultOf(clean).empty();
+}
+
+std::string const& propertyName(std::string const& name, std::string& storage) {
+    if (isPlain(name))
+        return name;
+    storage = cleanName(name);
+    if (std::string const fault = faultOf(storage); !fault.empty())
+        throw Exception('"' + name + "\" is not a name: " + fault);
+    return storage;
+}
+
+bool isIn(std::string const& name, std::string const& group) {
+    return name.size() > group.size() && name[group.size()] == '/' &&
+           name.compare(0, group.size(), group) == 0;
+}
+
+} // namespace velmorand

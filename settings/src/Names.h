@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace velmorand {
+
+/** A name with one "/" between its levels and none around them. */
+[[nodiscard]] std::string cleanName(std::string name);
+
+[[nodiscard]] bool isUtf8(std::string_view text);
+
+/** Whether a property can have a clean name: it is UTF-8, not empty, and no level is "." or "..". */
+[[nodiscard]] bool canBeName(std::string const& clean);
+
+/**
+ * The clean form of a name that is to be written. It refers to `name`, which nearly always is its own clean form, or to
+ * `storage`.
+ * Errors: `utils::Exception` if no property can have the name.
+ */
+[[nodiscard]] std::string const& propertyName(std::string const& name, std::string& storage);
+
+/** Whether a clean name is below another. */
+[[nodiscard]] bool isIn(std::string const& name, std::string const& group);
+
+} // namespace velmorand

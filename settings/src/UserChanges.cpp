@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "UserChanges.h"
+
+#include <algorithm>
+#include <iterator>
+#include <vector>
+
+#include <filesystem/Direct.h>
+
+#include "Names.h"
+
+namespace velmorand {
+
+namespace {
+
+using filesystem::direct::Change;
+using utils::properties::_Register;
+
+/** Errors: `utils::Exception` if other changes keep a clean name from being a property. */
+void requireRoom(UserChanges const& changes, std::string const& name) {
+    for (auto const& [group, record] : changes)
+        if (isIn(name, group))
+            throw Exception(name + " is not written: " + group + " is to be a property");
+}
+
+} // namespace
+
+void makeChanges(_Register& settings, UserChanges const& changes) {
+    std::vector<Change> all;
+    std::transform(changes.begin(), changes.end(), std::back_inserter(all), [](auto const& change) {
+        return Change{change.first, change.second};
+    });
+    Change const* const refused = filesystem::direct::apply(settings, "user", all);
+    if (refused == nullptr)
+        return;
+    std::string const name(refused->path);
+    requireRoom(settings, name, SCOPE_USER);
+    requireRoom(changes, name);
+    throw Exception(name + " is not written: too long");
+}
+
+void requireRoom(_Register const& settings, std::string const& name, RegisterScope scope) {
+    if (settings.groupExists(name, scope))
+        throw Exception(name + " is not written: it is a group");
+    for (std::size_t end = name.find('/'); end != std::string::npos; end = name.find('/', end + 1)) {
+        std::string const group = name.substr(0, end);
+        if (!settings.propertyExists(group, scope))
+            return;
+        if (!settings.groupExists(group, scope))
+            throw Exception(name + " is not written: " + group + " is a property");
+    }
+}
+
+} // namespace velmorand

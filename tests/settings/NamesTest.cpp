@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <utils/properties/Register.h>
+#include <velmorand/Catalogue.h>
+#include <velmorand/Listener.h>
+#include <velmorand/Property.h>
+
+#include "support/Failure.h"
+
+using namespace velmorand;
+using utils::properties::_Register;
+
+namespace {
+
+using support::failure;
+using testing::ElementsAre;
+
+bool isInUserScope(std::string const& name) {
+    return _Register::getInstance()->propertyExists(name, SCOPE_USER);
+}
+
+} // namespace
+
+TEST(Names, AreCleanedWhenTheyAreWritten) {
+    std::vector<std::string> heard;
+    Listener const listener{"a", [&heard](std::string const& name) { heard.push_back(name); }};
+    write("/a//x/", 1);
+    EXPECT_THAT(heard, ElementsAre("a/x"));
+    EXPECT_EQ(1, read<int>("a/x"));
+}
+
+TEST(Names, ThatEndInASlashLeaveNoGroupInTheWay) {
+    write("cfg/size/", 1);
+    write("cfg/size", 2);
+    EXPECT_EQ(2, read<int>("cfg/size/"));
+}
+
+TEST(Names, ThatCannotBeAreRefusedAndLeaveNothing) {
+    EXPECT_EQ("\"\" is not a name: it has no level", failure([] { write("", 1); }));
+    EXPECT_EQ("\"//\" is not a name: it has no level", failure([] { write("//", 1); }));
+    EXPECT_EQ("\"b/../x\" is not a name: no level can be \"..\"", failure([] { write("b/../x", 1); }));
+    EXPECT_EQ("\"b/.\" is not a name: no level can be \".\"", failure([] { write("b/.", 1); }));
+    EXPECT_EQ("\"b/\xff\" is not a name: it is not UTF-8", failure([] { write("b/\xff", 1); }));
+    EXPECT_FALSE(isInUserScope("b"));
+}
+
+TEST(Names, MayHaveLevelsThatBeginWithADot) {
+    write("a/.x/..y", 1);
+    EXPECT_EQ(1, read<int>("a/.x/..y"));
+}
+
+TEST(Names, ThatAreTakenSayByWhat) {
+    write("a/x", 1);
+    EXPECT_EQ("a is not written: it is a group", failure([] { write("a", 1); }));
+    EXPECT_EQ("a/x/y/z is not written: a/x is a property", failure([] { write("a/x/y/z", 1); }));
+}
+
+TEST(Names, OfListenersThatThrowKeepTheListenersError) {
+    Listener const listener{"a", [](std::string const&) { throw utils::Exception("from the listener"); }};
+    EXPECT_EQ("from the listener", failure([] { write("a/x", 1); }));
+}
+
+TEST(Names, OfListenersThatThrowKeepItEvenIfTheNameHasBecomeAGroup) {
+    Listener const listener{"a", [](std::string const&) {
+                                _Register::getInstance()->delProperty("a", SCOPE_USER);
+                                _Register::getInstance()->addGroup("a", SCOPE_USER);
+                                throw utils::Exception("from the listener");
+                            }};
+    EXPECT_EQ("from the listener", failure([] { write("a", 1); }));
+}
+
+TEST(Names, MayHaveAnyCharacters) {
+    for (std::string const name : {"Größe", "a/Größe", "a/\xEF\xBB\xBFx", "\xEF\xBB\xBFx", "a b"}) {
+        write(name, 1);
+        EXPECT_EQ(1, read<int>(name)) << name;
+    }
+}
+
+TEST(Names, AreCleanedInEveryScope) {
+    write("a//x/", 1, SCOPE_GLOBAL);
+    write("a//y/", 1, SCOPE_TEMPORARY);
+    EXPECT_EQ(1, read<int>("a/x"));
+    EXPECT_EQ(1, read<int>("a/y"));
+}
+
+TEST(Names, OfDeclaredPropertiesAreClean) {
+    Property<int> const property{"/a//x/", 1};
+    EXPECT_EQ("a/x", property.name());
+    property.set(2);
+    EXPECT_EQ(2, read<int>("a/x"));
+    EXPECT_EQ(2, property.get());
+    property.reset();
+    EXPECT_FALSE(isInUserScope("a"));
+}
+
+TEST(Names, ThatCannotBeAreNotInTheCatalogue) {
+    Property<int> const empty{""};
+    Property<int> const dots{"a/../x"};
+    Property<int> const bytes{"a/\xff"};
+    Property<int> const fine{"a/x"};
+    EXPECT_EQ("{\n  \"program\": \"p\",\n  \"settings\": {\n    \"a/x\": {\"type\": \"integer\", "
+              "\"fallback\": 0}\n  }\n}\n",
+              catalogue("p"));
+}
