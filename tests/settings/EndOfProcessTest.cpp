@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <utils/properties/Register.h>
+#include <velmorand/Group.h>
 #include <velmorand/Initialize.h>
 #include <velmorand/Listener.h>
 #include <velmorand/Lock.h>
@@ -101,6 +102,16 @@ TEST_F(AfterTheRegister, WritingIsRefused) {
     EXPECT_EQ(held, check([] {
                   return failure([] { write("a/b", 2); }) == std::string("a/b is not written: ") + exiting;
               }));
+}
+
+TEST_F(AfterTheRegister, AGroupIsEmptyAndCannotBeChanged) {
+    EXPECT_EQ(
+        held, check([] {
+            Group const group("a");
+            return group.properties().empty() && !group.contains("b") &&
+                   failure([&group] { group.remove(); }) == std::string("a is not removed: ") + exiting &&
+                   failure([&group] { group.copy("c"); }) == std::string("a is not copied: c: ") + exiting;
+        }));
 }
 
 TEST_F(AfterTheRegister, SavingIsRefused) {

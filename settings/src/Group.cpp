@@ -1,0 +1,246 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "velmorand/Group.h"
+
+#include <array>
+#include <charconv>
+#include <optional>
+#include <set>
+
+#include <filesystem/Direct.h>
+
+#include "Access.h"
+#include "Announcement.h"
+#include "Names.h"
+#include "UserChanges.h"
+
+namespace velmorand {
+
+namespace {
+
+using filesystem::direct::Kind;
+using filesystem::direct::Walk;
+using utils::properties::_Register;
+
+constexpr std::array<RegisterScope, 3> allScopes{SCOPE_USER, SCOPE_GLOBAL, SCOPE_TEMPORARY};
+
+char const* directoryOf(RegisterScope scope) {
+    switch (scope) {
+    case SCOPE_GLOBAL:
+        return "global";
+    case SCOPE_USER:
+        return "user";
+    case SCOPE_TEMPORARY:
+        return "temp";
+    }
+    throw Exception("Bad scope value.");
+}
+
+std::string inGroup(std::string const& group, std::string_view name) {
+    std::string full = group;
+    if (!full.empty())
+        full += '/';
+    return full += name;
+}
+
+/** The name of a walk's entry, from the walk's group. */
+std::string_view nameOf(Walk const& entry) {
+    std::string_view const path = entry.path();
+    return entry.kind() == Kind::directory ? path.substr(0, path.size() - 1) : path;
+}
+
+Kind usersKind(_Register const& settings, std::string const& name) {
+    return filesystem::direct::find(settings, {directoryOf(SCOPE_USER)}, name).kind;
+}
+
+/** Adds the names of one kind directly in a group. */
+void addNames(_Register const& settings, RegisterScope scope, std::string const& group, Kind kind,
+              std::set<std::string>& names) {
+    for (Walk walk(settings, directoryOf(scope), group); walk.next(); walk.skip())
+        if (walk.kind() == kind)
+            names.emplace(nameOf(walk));
+}
+
+template <class Scopes>
+std::vector<std::string> list(Scopes const& scopes, std::string const& group, Kind kind) {
+    std::set<std::string> names;
+    if (Access const settings; settings)
+        for (RegisterScope const scope : scopes)
+            addNames(*settings, scope, group, kind, names);
+    return {names.begin(), names.end()};
+}
+
+/** What removes the user's group of a name. */
+struct Removal {
+    UserChanges changes;
+    std::set<std::string> names; ///< of the properties that will be gone
+};
+
+Removal removalOf(_Register const& settings, std::string const& group) {
+    Removal removal;
+    for (Walk walk(settings, directoryOf(SCOPE_USER), group); walk.next();) {
+        if (walk.kind() == Kind::file)
+            removal.names.insert(inGroup(group, walk.path()));
+        if (group.empty() && walk.nameBegin() == 0) // the scope itself stays
+            removal.changes.emplace(nameOf(walk), std::nullopt);
+    }
+    if (!group.empty() && usersKind(settings, group) == Kind::directory)
+        removal.changes.emplace(group, std::nullopt);
+    return removal;
+}
+
+void make(_Register& settings, Removal removal, void* sender) {
+    makeChanges(settings, removal.changes);
+    announce(settings, sender, std::move(removal.names));
+}
+
+/** What gives the user copies of the user's and the global properties in a group. */
+UserChanges copiesOf(_Register const& settings, std::string const& from, std::string const& to) {
+    UserChanges copies;
+    for (Walk walk(settings, directoryOf(SCOPE_USER), from); walk.next();)
+        if (walk.kind() == Kind::file)
+            copies.emplace(inGroup(to, walk.path()), walk.content());
+    for (Walk walk(settings, directoryOf(SCOPE_GLOBAL), from); walk.next();) {
+        Kind const users = usersKind(settings, inGroup(from, nameOf(walk)));
+        if (walk.kind() == Kind::file && users == Kind::none)
+            copies.emplace(inGroup(to, walk.path()), walk.content());
+        else if (walk.kind() == Kind::directory && users == Kind::file)
+            walk.skip();
+    }
+    return copies;
+}
+
+std::string subjectOf(std::string const& group) {
+    return group.empty() ? "the group of all settings" : group;
+}
+
+/** What makes a copy of a group. Errors: `utils::Exception`, beginning with `what`, if it cannot be made. */
+UserChanges checkedCopiesOf(_Register const& settings, std::string const& what, std::string const& from,
+                            std::string const& to) {
+    if (from.empty() || isIn(to, from))
+        throw Exception(what + to + " is in it");
+    if (settings.propertyExists(to))
+        throw Exception(what + to + " exists already");
+    return copiesOf(settings, from, to);
+}
+
+void addNames(UserChanges const& copies, std::set<std::string>& names) {
+    for (auto const& [name, record] : copies)
+        names.insert(name);
+}
+
+} // namespace
+
+Group::Group(std::string const& name) : _name(cleanName(name)) {}
+
+std::string Group::nameOf(std::string const& relative) const {
+    return cleanName(_name + '/' + relative);
+}
+
+std::vector<std::string> Group::properties() const {
+    return list(allScopes, _name, Kind::file);
+}
+
+std::vector<std::string> Group::properties(RegisterScope scope) const {
+    return list(std::array{scope}, _name, Kind::file);
+}
+
+std::vector<std::string> Group::groups() const {
+    return list(allScopes, _name, Kind::directory);
+}
+
+std::vector<std::string> Group::groups(RegisterScope scope) const {
+    return list(std::array{scope}, _name, Kind::directory);
+}
+
+bool Group::contains(std::string const& relative) const {
+    Access const settings;
+    return settings && settings->propertyExists(nameOf(relative));
+}
+
+bool Group::contains(std::string const& relative, RegisterScope scope) const {
+    Access const settings;
+    return settings && settings->propertyExists(nameOf(relative), scope);
+}
+
+void Group::remove(void* sender) const {
+    RequiredAccess const settings(subjectOf(_name) + " is not removed");
+    make(*settings, removalOf(*settings, _name), sender);
+}
+
+void Group::remove(std::string const& relative, void* sender) const {
+    std::string const name = nameOf(relative);
+    RequiredAccess const settings(subjectOf(name) + " is not removed");
+    if (usersKind(*settings, name) == Kind::file)
+        make(*settings, {{{name, std::nullopt}}, {name}}, sender);
+    else
+        make(*settings, removalOf(*settings, name), sender);
+}
+
+Group Group::copy(std::string const& name, void* sender) const {
+    std::string const what = subjectOf(_name) + " is not copied: ";
+    std::string storage;
+    std::string const& to = propertyName(name, storage);
+    RequiredAccess const settings(what + to);
+    UserChanges const copies = checkedCopiesOf(*settings, what, _name, to);
+    std::set<std::string> names;
+    addNames(copies, names);
+    Group group(to);
+    makeChanges(*settings, copies);
+    announce(*settings, sender, std::move(names));
+    return group;
+}
+
+Group Group::rename(std::string const& name, void* sender) const {
+    std::string const what = subjectOf(_name) + " is not renamed: ";
+    std::string storage;
+    std::string const& to = propertyName(name, storage);
+    if (to == _name)
+        return *this;
+    RequiredAccess const settings(what + to);
+    UserChanges changes = checkedCopiesOf(*settings, what, _name, to);
+    Removal removal = removalOf(*settings, _name);
+    addNames(changes, removal.names);
+    changes.merge(removal.changes);
+    Group group(to);
+    makeChanges(*settings, changes);
+    announce(*settings, sender, std::move(removal.names));
+    return group;
+}
+
+std::string levelFrom(std::string_view text) {
+    if (text.empty())
+        return "%"; // what no other text becomes
+    bool const isText = isUtf8(text);
+    bool const isReserved = text == "." || text == "..";
+    constexpr std::string_view digits = "0123456789ABCDEF";
+    std::string level;
+    for (char const character : text) {
+        auto const byte = static_cast<unsigned char>(character);
+        bool const isAscii = byte < 0x80;
+        bool const isControl = byte < 0x20 || byte == 0x7F;
+        bool const isKept =
+            !isReserved && !isControl && character != '/' && character != '%' && (isAscii || isText);
+        if (isKept)
+            level += character;
+        else
+            level += {'%', digits[byte >> 4U], digits[byte & 0xFU]};
+    }
+    return level;
+}
+
+std::string textFrom(std::string_view level) {
+    if (level == "%")
+        return {};
+    std::string text;
+    while (!level.empty()) {
+        unsigned char value = 0;
+        char const* const digits = level.data() + 1;
+        bool const isEscape = level[0] == '%' && level.size() >= 3 &&
+                              std::from_chars(digits, digits + 2, value, 16).ptr == digits + 2;
+        text += isEscape ? static_cast<char>(value) : level[0];
+        level.remove_prefix(isEscape ? 3 : 1);
+    }
+    return text;
+}
+
+} // namespace velmorand
