@@ -194,6 +194,12 @@ void storeChanged(std::string const& name, T const& value, void* sender) {
 }
 
 template <class T>
+std::string record(std::string const& name, T const& value) {
+    requireFits(name, value);
+    return recordOf(value);
+}
+
+template <class T>
 std::string kindName() {
     return Kind<T>::name;
 }
@@ -220,6 +226,7 @@ void reset(std::string const& name, void* sender) {
     template void store(std::string const&, __VA_ARGS__ const&, RegisterScope, void*);                       \
     template Fetched fetch(std::string const&, __VA_ARGS__&);                                                \
     template void storeChanged(std::string const&, __VA_ARGS__ const&, void*);                               \
+    template std::string record(std::string const&, __VA_ARGS__ const&);                                     \
     template std::string kindName<__VA_ARGS__>();
 
 VELMORAND_KIND(std::string)

@@ -5,7 +5,9 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <optional>
+#include <vector>
 
 namespace velmorand {
 
@@ -80,7 +82,77 @@ private:
     std::string_view _bytes;
 };
 
+template <class Bits>
+void appendBits(std::string& record, Bits bits) {
+    for (std::size_t i = 0; i < sizeof bits; ++i)
+        record += static_cast<char>(bits >> (8 * i) & 0xFFU);
+}
+
+void append(std::string& record, std::string const& value) {
+    appendBits(record, static_cast<std::uint32_t>(value.size()));
+    record += value;
+}
+
+void append(std::string& record, double value) {
+    std::uint64_t bits = 0;
+    std::memcpy(&bits, &value, sizeof bits);
+    appendBits(record, bits);
+}
+
+void append(std::string& record, int value) {
+    appendBits(record, static_cast<std::uint32_t>(value));
+}
+
+void append(std::string& record, bool value) {
+    record += value ? '\1' : '\0';
+}
+
+template <class T>
+constexpr char tagOf = '\0';
+template <>
+constexpr char tagOf<std::string> = 'S';
+template <>
+constexpr char tagOf<double> = 'N';
+template <>
+constexpr char tagOf<int> = 'I';
+template <>
+constexpr char tagOf<bool> = 'B';
+
+template <class T>
+struct Record {
+    static void write(std::string& record, T const& value) {
+        record = tagOf<T>;
+        append(record, value);
+    }
+};
+
+template <class T>
+struct Record<std::vector<T>> {
+    static void write(std::string& record, std::vector<T> const& values) {
+        record = {'L', tagOf<T>};
+        appendBits(record, static_cast<std::uint32_t>(values.size()));
+        for (T const& value : values)
+            append(record, value);
+    }
+};
+
 } // namespace
+
+template <class T>
+std::string recordOf(T const& value) {
+    std::string record;
+    Record<T>::write(record, value);
+    return record;
+}
+
+template std::string recordOf(std::string const&);
+template std::string recordOf(double const&);
+template std::string recordOf(int const&);
+template std::string recordOf(bool const&);
+template std::string recordOf(std::vector<std::string> const&);
+template std::string recordOf(std::vector<double> const&);
+template std::string recordOf(std::vector<int> const&);
+template std::string recordOf(std::vector<bool> const&);
 
 char const* phraseFor(std::string_view record) {
     if (record.empty())

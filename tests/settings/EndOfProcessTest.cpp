@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <utils/properties/Register.h>
+#include <velmorand/Changes.h>
 #include <velmorand/Group.h>
 #include <velmorand/Initialize.h>
 #include <velmorand/Listener.h>
@@ -112,6 +113,16 @@ TEST_F(AfterTheRegister, AGroupIsEmptyAndCannotBeChanged) {
                    failure([&group] { group.remove(); }) == std::string("a is not removed: ") + exiting &&
                    failure([&group] { group.copy("c"); }) == std::string("a is not copied: c: ") + exiting;
         }));
+}
+
+TEST_F(AfterTheRegister, ChangesAreNotMade) {
+    EXPECT_EQ(held, check([] {
+                  Changes changes;
+                  changes.write("a/b", 2);
+                  return failure([&changes] { changes.apply(); }) ==
+                             std::string("the changes are not made: ") + exiting &&
+                         !changes.empty();
+              }));
 }
 
 TEST_F(AfterTheRegister, SavingIsRefused) {

@@ -157,6 +157,7 @@ inline constexpr bool isLimited = isNumeric<T>&& std::is_integral_v<T> && !std::
 template <class T>
 class Declared final : public Declaration {
 public:
+    using Kind = StoredType<T>;
     using Element = typename ElementOf<T>::Type;
 
     /** Whether the last value read is kept. */
@@ -199,19 +200,22 @@ public:
         return read();
     }
 
-    void set(T const& value, void* sender) const {
+    void set(T const& value, void* sender) const { storeChanged<Kind>(name(), allowed(value), sender); }
+
+    /** How a value is stored. Errors: `utils::Exception` if the declaration does not allow it. */
+    [[nodiscard]] Kind allowed(T const& value) const {
         if (Fault const fault = faultOf(value); fault.element)
             refuse(textOf(fault, storedJson(*fault.element)));
-        storeChanged<Kind>(name(), stored(value), sender);
+        return stored(value);
     }
 
-    /** For an accepted value of another type. */
+    /** A value of an accepted type. Errors: `utils::Exception` if this type does not have it. */
     template <class From>
-    void setFrom(From const& from, void* sender) const {
-        std::optional<T> const value = ConversionOf<T, From>::convert(from);
+    [[nodiscard]] T converted(From const& from) const {
+        std::optional<T> value = ConversionOf<T, From>::convert(from);
         if (!value)
             refuse(textOfMissing(from));
-        set(*value, sender);
+        return *std::move(value);
     }
 
     [[nodiscard]] std::string problem() const {
@@ -233,8 +237,6 @@ public:
     }
 
 private:
-    using Kind = StoredType<T>;
-
     struct Rule {
         std::function<bool(Element const&)> allows;
         std::string expected;

@@ -56,6 +56,10 @@ template <class T>
 VELMORAND_SETTINGS_EXPORT void store(std::string const& name, T const& value, RegisterScope scope,
                                      void* sender);
 
+/** The value as it is stored. Errors: `utils::Exception` if it is too long for that. */
+template <class T>
+VELMORAND_SETTINGS_EXPORT std::string record(std::string const& name, T const& value);
+
 VELMORAND_SETTINGS_EXPORT bool isSet(std::string const& name);
 VELMORAND_SETTINGS_EXPORT void reset(std::string const& name, void* sender);
 
@@ -219,7 +223,7 @@ public:
     /** The same for a value of another type that can lose nothing. An `int` is refused if `T` does not have it. */
     template <class Other, std::enable_if_t<detail::isAllowed<T, Other>, int> = 0>
     void set(Other const& value, void* sender = nullptr) const {
-        _declared->setFrom(value, sender);
+        _declared->set(_declared->converted(value), sender);
     }
     template <class Other, std::enable_if_t<!detail::isAllowed<T, Other>, int> = 0>
     void set(Other const& value, void* sender = nullptr) const = delete;
@@ -235,6 +239,8 @@ public:
     void reset(void* sender = nullptr) const { detail::reset(name(), sender); }
 
 private:
+    friend class Changes;
+
     explicit Property(std::shared_ptr<Declared> declared) : _declared(std::move(declared)) {
         _declared->publish();
     }
