@@ -33,6 +33,7 @@ function(document_examples name document)
 #include <string>
 #include <vector>
 
+#include <velmorand/Changes.h>
 #include <velmorand/Listener.h>
 #include <velmorand/Lock.h>
 #include <velmorand/Property.h>

@@ -13,8 +13,9 @@ namespace velmorand {
  *     width.set(800);
  *     height.set(600);
  *
- * The lock is recursive: a thread that holds it may take it again. Never wait for another thread while holding
- * it. After the register's end, while the process exits, there is nothing to guard, and it is held by nobody.
+ * Listeners are notified of each change before the next is made; `Changes` notifies them when all are in place. The
+ * lock is recursive: a thread that holds it may take it again. Never wait for another thread while holding it. After
+ * the register's end, while the process exits, there is nothing to guard, and it is held by nobody.
  */
 class VELMORAND_SETTINGS_EXPORT Lock {
 public:
