@@ -56,6 +56,10 @@ _Register* openRegister() {
 // On a cache line of its own, so that its readers wait for nothing but changes of the register.
 alignas(64) std::atomic<std::uint64_t> registerState{1};
 
+void countChange() noexcept {
+    registerState.fetch_add(1);
+}
+
 Availability availability() noexcept {
     return state.load(std::memory_order_acquire);
 }

@@ -20,10 +20,14 @@ enum class Availability {
 };
 
 /**
- * Grows whenever the register changes, by whatever operation, and when it becomes unavailable. Never 0. It may be read
- * without the lock, and grows only with the lock held, except at the register's end. Declared as hidden, so that a read needs no table of addresses.
+ * Grows whenever the register changes, by whatever operation, whenever an override does, and when the register becomes
+ * unavailable. Never 0. It may be read without the lock, and grows only with the lock held, except at the register's end.
+ * Declared as hidden, so that a read needs no table of addresses.
  */
 [[gnu::visibility("hidden")]] extern std::atomic<std::uint64_t> registerState;
+
+/** Counts a change of what is in force that is not one of the register. The lock is held. */
+void countChange() noexcept;
 
 /** Locks: none. */
 [[nodiscard]] Availability availability() noexcept;

@@ -64,6 +64,8 @@ std::vector<DeclaredProperty> declaredProperties() {
         DeclaredProperty& property = result.emplace_back();
         property.name = declaration.name();
         property.isSet = detail::isSet(property.name);
+        property.isLocked = isLocked(property.name);
+        property.isOverridden = detail::isOverridden(property.name);
         declaration.describe(property);
     });
     return result;

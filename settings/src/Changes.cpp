@@ -8,6 +8,7 @@
 
 #include "Access.h"
 #include "Announcement.h"
+#include "Locks.h"
 #include "Names.h"
 #include "UserChanges.h"
 
@@ -41,11 +42,14 @@ void Changes::apply(void* sender) {
     RequiredAccess const settings("the changes are not made");
     UserChanges changes;
     std::set<std::string> names;
-    for (auto const& [name, record] : _changes)
+    for (auto const& [name, record] : _changes) {
+        if (record)
+            requireUnlocked(*settings, name, name + " is not written");
         if (!isInPlace(*settings, name, record)) {
             changes.emplace(name, record);
             names.insert(name);
         }
+    }
     makeChanges(*settings, changes);
     _changes.clear();
     announce(*settings, sender, std::move(names));

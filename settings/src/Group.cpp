@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "velmorand/Group.h"
 
-#include <array>
 #include <charconv>
 #include <optional>
 #include <set>
@@ -10,6 +9,7 @@
 
 #include "Access.h"
 #include "Announcement.h"
+#include "Locks.h"
 #include "Names.h"
 #include "UserChanges.h"
 
@@ -20,8 +20,6 @@ namespace {
 using filesystem::direct::Kind;
 using filesystem::direct::Walk;
 using utils::properties::_Register;
-
-constexpr std::array<RegisterScope, 3> allScopes{SCOPE_USER, SCOPE_GLOBAL, SCOPE_TEMPORARY};
 
 char const* directoryOf(RegisterScope scope) {
     switch (scope) {
@@ -60,12 +58,25 @@ void addNames(_Register const& settings, RegisterScope scope, std::string const&
             names.emplace(nameOf(walk));
 }
 
-template <class Scopes>
-std::vector<std::string> list(Scopes const& scopes, std::string const& group, Kind kind) {
+std::vector<std::string> list(RegisterScope scope, std::string const& group, Kind kind) {
     std::set<std::string> names;
     if (Access const settings; settings)
-        for (RegisterScope const scope : scopes)
-            addNames(*settings, scope, group, kind, names);
+        addNames(*settings, scope, group, kind, names);
+    return {names.begin(), names.end()};
+}
+
+/** From all scopes, but without what only the user has and the administrator has locked. */
+std::vector<std::string> list(std::string const& group, Kind kind) {
+    std::set<std::string> names;
+    if (Access const settings; settings) {
+        std::set<std::string> users;
+        addNames(*settings, SCOPE_USER, group, kind, users);
+        for (std::string const& name : users)
+            if (!isLocked(*settings, inGroup(group, name)))
+                names.insert(name);
+        addNames(*settings, SCOPE_GLOBAL, group, kind, names);
+        addNames(*settings, SCOPE_TEMPORARY, group, kind, names);
+    }
     return {names.begin(), names.end()};
 }
 
@@ -97,10 +108,11 @@ void make(_Register& settings, Removal removal, void* sender) {
 UserChanges copiesOf(_Register const& settings, std::string const& from, std::string const& to) {
     UserChanges copies;
     for (Walk walk(settings, directoryOf(SCOPE_USER), from); walk.next();)
-        if (walk.kind() == Kind::file)
+        if (walk.kind() == Kind::file && !isLocked(settings, inGroup(from, walk.path())))
             copies.emplace(inGroup(to, walk.path()), walk.content());
     for (Walk walk(settings, directoryOf(SCOPE_GLOBAL), from); walk.next();) {
-        Kind const users = usersKind(settings, inGroup(from, nameOf(walk)));
+        std::string const name = inGroup(from, nameOf(walk));
+        Kind const users = isLocked(settings, name) ? Kind::none : usersKind(settings, name);
         if (walk.kind() == Kind::file && users == Kind::none)
             copies.emplace(inGroup(to, walk.path()), walk.content());
         else if (walk.kind() == Kind::directory && users == Kind::file)
@@ -120,7 +132,10 @@ UserChanges checkedCopiesOf(_Register const& settings, std::string const& what, 
         throw Exception(what + to + " is in it");
     if (settings.propertyExists(to))
         throw Exception(what + to + " exists already");
-    return copiesOf(settings, from, to);
+    UserChanges copies = copiesOf(settings, from, to);
+    for (auto const& [name, record] : copies)
+        requireUnlocked(settings, name, what + name);
+    return copies;
 }
 
 void addNames(UserChanges const& copies, std::set<std::string>& names) {
@@ -137,24 +152,24 @@ std::string Group::nameOf(std::string const& relative) const {
 }
 
 std::vector<std::string> Group::properties() const {
-    return list(allScopes, _name, Kind::file);
+    return list(_name, Kind::file);
 }
 
 std::vector<std::string> Group::properties(RegisterScope scope) const {
-    return list(std::array{scope}, _name, Kind::file);
+    return list(scope, _name, Kind::file);
 }
 
 std::vector<std::string> Group::groups() const {
-    return list(allScopes, _name, Kind::directory);
+    return list(_name, Kind::directory);
 }
 
 std::vector<std::string> Group::groups(RegisterScope scope) const {
-    return list(std::array{scope}, _name, Kind::directory);
+    return list(scope, _name, Kind::directory);
 }
 
 bool Group::contains(std::string const& relative) const {
     Access const settings;
-    return settings && settings->propertyExists(nameOf(relative));
+    return settings && findInScopes(*settings, nameOf(relative)).kind != Kind::none;
 }
 
 bool Group::contains(std::string const& relative, RegisterScope scope) const {

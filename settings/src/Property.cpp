@@ -1,17 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "velmorand/Property.h"
 
-#include <algorithm>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 
 #include <filesystem/Direct.h>
 
 #include "Access.h"
 #include "Announcement.h"
+#include "Locks.h"
 #include "Names.h"
+#include "Overrides.h"
 #include "RecordBytes.h"
+#include "RecordValue.h"
 #include "UserChanges.h"
 
 namespace velmorand::detail {
@@ -101,25 +102,22 @@ void requireFits(std::string const& name, std::vector<T> const& values) {
             requireFits(name, value);
 }
 
+/**
+ * Reads the value in force; the lock is held.
+ * Errors: those of the register's readers; `PropertyBadType` for a truncated value of a locked name as well.
+ */
 template <class T>
-bool isSame(T const& left, T const& right) {
-    return left == right;
-}
-
-std::uint64_t bitsOf(double number) {
-    std::uint64_t bits = 0;
-    std::memcpy(&bits, &number, sizeof bits);
-    return bits;
-}
-
-/** By their bits: NaN is the same as itself, and -0.0 is not the same as 0.0. */
-bool isSame(double left, double right) {
-    return bitsOf(left) == bitsOf(right);
-}
-
-bool isSame(std::vector<double> const& left, std::vector<double> const& right) {
-    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                      [](double a, double b) { return isSame(a, b); });
+void readInForce(_Register& settings, std::string const& name, T& value) {
+    if (!isLocked(settings, name) && !velmorand::isOverridden(settings, name)) {
+        (settings.*Kind<T>::read)(name, value);
+        return;
+    }
+    using EntryKind = filesystem::direct::Kind;
+    auto const entry = findInForce(settings, name);
+    bool const isString = std::is_same_v<T, std::string>; // its reader does not see groups
+    if (entry.kind == EntryKind::none || (isString && entry.kind == EntryKind::directory))
+        throw PropertyNotFound();
+    value = valid(valueIn<T>(entry.content));
 }
 
 } // namespace
@@ -130,16 +128,16 @@ T get(std::string const& name) {
     if (!settings)
         throw PropertyNotFound();
     T value{};
-    ((*settings).*Kind<T>::read)(name, value);
+    readInForce(*settings, name, value);
     return value;
 }
 
 template <class T>
 bool find(std::string const& name, T& value) {
     Access const settings;
-    if (!settings || !settings->propertyExists(name))
+    if (!settings || findInForce(*settings, name).kind == filesystem::direct::Kind::none)
         return false;
-    ((*settings).*Kind<T>::read)(name, value);
+    readInForce(*settings, name, value);
     return true;
 }
 
@@ -149,6 +147,8 @@ void store(std::string const& name, T const& value, RegisterScope scope, void* s
     std::string storage;
     std::string const& clean = propertyName(name, storage);
     requireFits(clean, value);
+    if (scope == SCOPE_USER)
+        requireUnlocked(*settings, clean, clean + " is not written");
     std::uint64_t const before = registerState;
     try {
         ((*settings).*Kind<T>::write)(sender, clean, value, scope);
@@ -166,7 +166,7 @@ Fetched fetch(std::string const& name, T& value) {
         return {false, 0, {}};
     // What a thread changes while it holds the lock is not for other threads yet.
     std::uint64_t const now = settings.isOutermost() ? registerState.load(std::memory_order_relaxed) : 0;
-    auto const entry = filesystem::direct::find(*settings, {"user", "global", "temp"}, name);
+    auto const entry = findInForce(*settings, name);
     std::string const expected = Kind<T>::phrase;
     switch (entry.kind) {
     case filesystem::direct::Kind::none:
@@ -180,17 +180,17 @@ Fetched fetch(std::string const& name, T& value) {
         return {false, now, "expected " + expected + ", found " + found};
     if (!isComplete(entry.content))
         return {false, now, "expected " + expected + ", found a truncated one"};
-    ((*settings).*Kind<T>::read)(name, value);
+    readInForce(*settings, name, value);
     return {true, now, {}};
 }
 
 template <class T>
 void storeChanged(std::string const& name, T const& value, void* sender) {
     RequiredAccess const settings(name + " is not written");
-    T old{};
-    if (isSet(name) && fetch(name, old).isFound && isSame(old, value))
-        return;
-    store(name, value, SCOPE_USER, sender);
+    requireFits(name, value);
+    bool const isSame = filesystem::direct::find(*settings, {"user"}, name).content == recordOf(value);
+    if (!isSame || isLocked(*settings, name))
+        store(name, value, SCOPE_USER, sender);
 }
 
 template <class T>

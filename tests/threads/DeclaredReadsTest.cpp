@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -335,6 +336,39 @@ TEST(ReadsWithoutTheLock, SeeRemovalsInTheirOrder) {
                   Lock const lock;
                   for (char const* const name : {pairName, numberName, flagName, handName, lastName})
                       theRegister().delProperty(name, SCOPE_USER);
+              }));
+}
+
+// The value of a round is an override, or in the scope below it.
+TEST(ReadsWithoutTheLock, SeeOverridesInTheirOrder) {
+    Declarations const settings;
+    EXPECT_EQ(0, wrongReads(rounds(5000), [&](int round) {
+                  if (round % 2 != 0) {
+                      Lock const lock;
+                      settings.pair.override({static_cast<std::uint32_t>(round), 0});
+                      settings.number.override(patternOf(round));
+                      settings.flag.override(flagOf(round));
+                      settings.hand.override(handOf(round));
+                      settings.last.override(round);
+                      return;
+                  }
+                  changeInOrder(round, Writer{theRegister(), SCOPE_USER});
+                  Lock const lock;
+                  settings.pair.clearOverride();
+                  settings.number.clearOverride();
+                  settings.flag.clearOverride();
+                  settings.hand.clearOverride();
+                  settings.last.clearOverride();
+              }));
+}
+
+// The value of a round is the administrator's while the settings are locked, and the user's otherwise.
+TEST(ReadsWithoutTheLock, SeeLocksInTheirOrder) {
+    EXPECT_EQ(0, wrongReads(rounds(5000), [](int round) {
+                  bool const isLocked = round % 2 != 0;
+                  changeInOrder(round, Writer{theRegister(), isLocked ? SCOPE_GLOBAL : SCOPE_USER});
+                  std::vector<std::string> const list(isLocked ? 1 : 0, "litmus");
+                  theRegister()._writeStrings(nullptr, "velmorand/locked", list, SCOPE_GLOBAL);
               }));
 }
 

@@ -24,8 +24,10 @@ struct DeclaredProperty {
     std::string maximum;  ///< likewise
     std::vector<std::string> choices; ///< the only values of an element; empty if any is allowed
     std::string description;
-    bool isSet = false;  ///< the user scope has a value
-    std::string problem; ///< as `Property::problem`
+    bool isSet = false;        ///< as `Property::isSet`
+    bool isLocked = false;     ///< as `Property::isLocked`
+    bool isOverridden = false; ///< as `Property::isOverridden`
+    std::string problem;       ///< as `Property::problem`
 };
 
 /** The declared settings in byte order of their names. One that is declared more than once appears as first declared. */

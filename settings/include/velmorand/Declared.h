@@ -85,6 +85,9 @@ template <class Kind>
 VELMORAND_SETTINGS_EXPORT void storeChanged(std::string const& name, Kind const& value, void* sender);
 
 template <class Kind>
+VELMORAND_SETTINGS_EXPORT void putOverride(std::string const& name, Kind const& value, void* sender);
+
+template <class Kind>
 VELMORAND_SETTINGS_EXPORT std::string kindName();
 
 template <class Kind>
@@ -201,6 +204,8 @@ public:
     }
 
     void set(T const& value, void* sender) const { storeChanged<Kind>(name(), allowed(value), sender); }
+
+    void override(T const& value, void* sender) const { putOverride<Kind>(name(), allowed(value), sender); }
 
     /** How a value is stored. Errors: `utils::Exception` if the declaration does not allow it. */
     [[nodiscard]] Kind allowed(T const& value) const {

@@ -48,7 +48,7 @@ public:
     ///@{
     /**
      * The names of the properties, and of the groups, directly in this group, in byte order, each once: from one scope
-     * or from all.
+     * or from all. From all, what only the user has is left out if the administrator has locked it.
      */
     [[nodiscard]] std::vector<std::string> properties() const;
     [[nodiscard]] std::vector<std::string> properties(RegisterScope scope) const;
@@ -57,9 +57,17 @@ public:
     ///@}
 
     ///@{
-    /** Whether there is a property or a group of that name, in any scope or in one. */
+    /** Whether there is a property or a group of that name, in any scope or in one; in any, as for the lists above. */
     [[nodiscard]] bool contains(std::string const& relative) const;
     [[nodiscard]] bool contains(std::string const& relative, RegisterScope scope) const;
+    ///@}
+
+    ///@{
+    /** Whether the administrator has locked the whole group, or something in it (`velmorand::isLocked`). */
+    [[nodiscard]] bool isLocked() const { return velmorand::isLocked(_name); }
+    [[nodiscard]] bool isLocked(std::string const& relative) const {
+        return velmorand::isLocked(nameOf(relative));
+    }
     ///@}
 
     ///@{
@@ -97,12 +105,12 @@ public:
 
     /**
      * Copies the group: the properties in it, with the user's values or else the global ones, become the user's settings
-     * in a group of the full name `name`. Temporary values are not copied, since the user's are saved. Where the user has
-     * a property and the global scope a group of the same name, or the other way round, the user's is copied. The
+     * in a group of the full name `name`. Temporary values and overrides are not copied, since the user's are saved, and
+     * neither are the user's of what the administrator has locked. Where the user has a property and the global scope a group of the same name, or the other way round, the user's is copied. The
      * listeners, except those of `sender`, are notified of each copy when all are in place.
      * Result: the new group; of an empty group it is empty.
      * Errors: `utils::Exception` if any scope has something of that name, if it is in this group, if one of its groups is
-     * a property, or if it is not a name; `std::bad_alloc`. Nothing has changed then. What a listener throws, with the
+     * a property, if the administrator has locked the name of a copy, or if it is not a name; `std::bad_alloc`. Nothing has changed then. What a listener throws, with the
      * copies in place.
      */
     Group copy(std::string const& name, void* sender = nullptr) const;

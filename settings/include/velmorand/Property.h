@@ -29,6 +29,18 @@
  *
  * velmorand/Stored.h lists the types and says how to add one.
  *
+ * The value in force comes from the first scope that has the name: user, global, temporary. Two rules of this library come
+ * before that, in this order:
+ *
+ * - The administrator may *lock* names: the property `velmorand/locked` in the administrator's file is a list of strings,
+ *   each the name of a property, or of a group for everything in it. For a locked name, the user scope counts as empty,
+ *   and writing to it is an error. An entry that is not a name is left out; a list of another type locks nothing. The
+ *   property of that name in the user scope has no effect.
+ * - A program may *override* a declared setting for the process (`Property::override`): that value counts instead of
+ *   those in the scopes.
+ *
+ * The register's own readers and writers (`_Register`) know neither rule.
+ *
  * Create a `LiveSettings` first, or call `initialize`: the first use of the settings opens the register, and without
  * either it opens without its files.
  *
@@ -63,6 +75,9 @@ VELMORAND_SETTINGS_EXPORT std::string record(std::string const& name, T const& v
 VELMORAND_SETTINGS_EXPORT bool isSet(std::string const& name);
 VELMORAND_SETTINGS_EXPORT void reset(std::string const& name, void* sender);
 
+VELMORAND_SETTINGS_EXPORT void clearOverride(std::string const& name, void* sender);
+VELMORAND_SETTINGS_EXPORT bool isOverridden(std::string const& name);
+
 template <class T>
 T valid(std::optional<T> value) {
     if (!value)
@@ -73,9 +88,16 @@ T valid(std::optional<T> value) {
 } // namespace detail
 
 /**
- * The value of `name`, from the first scope that has it: user, global, temporary.
- * Errors: `PropertyNotFound` if no scope has the name; `PropertyBadType` if its value is of another kind or not valid
- * for the type, or it is a group (for what is stored as a string, a group is `PropertyNotFound`).
+ * Whether the administrator has locked `name`, be it a property or a group, or a group around it. A group is not locked
+ * because something in it is. For greying out what the user cannot change; listen to `velmorand/locked` to notice when
+ * that changes. Locks: the settings' lock.
+ */
+[[nodiscard]] VELMORAND_SETTINGS_EXPORT bool isLocked(std::string const& name);
+
+/**
+ * The value in force of `name`: its override, or that of the first scope that has it.
+ * Errors: `PropertyNotFound` if there is none; `PropertyBadType` if it is of another kind or not valid for the type, or
+ * is a group (for what is stored as a string, a group is `PropertyNotFound`).
  */
 template <class T>
 [[nodiscard]] T read(std::string const& name) {
@@ -87,8 +109,8 @@ template <class T>
 }
 
 /**
- * The value of `name` as above, or `fallback` if no scope has the name.
- * Errors: as above if a scope has the name, with a value of another type or as a group.
+ * The value of `name` as above, or `fallback` if there is none.
+ * Errors: as above if there is one, of another type or a group.
  */
 template <class T>
 [[nodiscard]] T read(std::string const& name, T fallback) {
@@ -111,8 +133,8 @@ T read(std::string const& name, Other const& fallback) = delete;
  * `sender`. Doubled, leading and trailing "/" of the name are left out. Nothing is saved yet.
  * Errors: `utils::Exception` if a string, or the list, has more than 2,147,483,647 bytes or elements, and after
  * the register's end, and if the name cannot be that of a property: it is a group, one of its groups is a property, it
- * has no level, or one that is "." or "..". Nothing has changed then. An exception of a listener reaches the caller, with
- * the value written.
+ * has no level, or one that is "." or "..", and in the user scope if the administrator has locked the name. Nothing has
+ * changed then. An exception of a listener reaches the caller, with the value written.
  */
 template <class T>
 void write(std::string const& name, T const& value, RegisterScope scope = SCOPE_USER,
@@ -199,24 +221,27 @@ public:
     [[nodiscard]] T fallback() const { return _declared->fallback(); }
 
     /**
-     * The value from the first scope that has one, or the fallback: if no scope has one, and if that scope's value is of
-     * another kind, is not valid for the type, or is not allowed by the declaration. Nothing that the register
-     * contains makes it throw; an exception of a function that computes the fallback reaches the caller.
+     * The value in force: the override, or that of the first scope that has one; without the user scope if the
+     * administrator has locked the setting. It is the fallback if there is none, and if it is of another kind, is not
+     * valid for the type, or is not allowed by the declaration. Nothing that the register contains makes it throw; an
+     * exception of a function that computes the fallback reaches the caller.
      * Locks: the settings' lock. For a type of at most 8 bytes that can be copied bytewise, such as `int`, `double`,
-     * `bool` and enums: none if the register has not changed since the value was last read.
+     * `bool` and enums: none if neither the register nor an override has changed since the value was last read.
      */
     [[nodiscard]] T get() const { return _declared->get(); }
 
     /**
-     * Why `get` returns the fallback although some scope has the name, such as
+     * Why `get` returns the fallback although there is a value, such as
      * `editor/size: 80 is not allowed: expected 6 to 72`; otherwise empty.
      */
     [[nodiscard]] std::string problem() const { return _declared->problem(); }
 
     /**
      * Writes the value to the user scope, as `write` does. If the user scope has that value already, nothing is
-     * written and nobody is notified.
-     * Errors: `utils::Exception` if the declaration does not allow the value; those of `write`.
+     * written and nobody is notified. While the setting is overridden, the value is stored and announced like any other,
+     * and `get` still returns the override.
+     * Errors: `utils::Exception` if the declaration does not allow the value, or the administrator has locked the
+     * setting, whatever the value; those of `write`.
      */
     void set(T const& value, void* sender = nullptr) const { _declared->set(value, sender); }
 
@@ -228,15 +253,52 @@ public:
     template <class Other, std::enable_if_t<!detail::isAllowed<T, Other>, int> = 0>
     void set(Other const& value, void* sender = nullptr) const = delete;
 
-    /** Whether the user scope has a value of any type; a group does not count. */
+    /** Whether the user scope has a value of any type, even if it is not in force; a group does not count. */
     [[nodiscard]] bool isSet() const { return detail::isSet(name()); }
 
     /**
      * Removes the value from the user scope, so that another scope's value or the fallback is in force again,
      * and notifies the listeners except those of `sender`. Groups that become empty are removed. Does nothing if the
-     * value is not set.
+     * value is not set. A locked setting may be reset: the user's value is not in force anyway.
      */
     void reset(void* sender = nullptr) const { detail::reset(name(), sender); }
+
+    /** Whether the administrator has locked the setting: `set` and `override` would throw. */
+    [[nodiscard]] bool isLocked() const { return velmorand::isLocked(name()); }
+
+    /**
+     * Puts a value in force in this process, in place of what the scopes have: for an option of the command line, such
+     * as `--theme dark`. All declarations of the name, and `read`, see it; no scope has it, so it is never saved, and
+     * `Group` neither lists nor copies it. It replaces an earlier override, and lasts until `clearOverride` or the end
+     * of the process, not only as long as this object. A forked child process keeps the overrides of its parent.
+     *
+     * Notifies the listeners, except those of `sender`, if the value in force is another one now. If the administrator
+     * locks the setting later, the administrator's value is in force for as long as it is locked.
+     * Errors: `utils::Exception`, with nothing changed, if the declaration does not allow the value, the administrator
+     * has locked the setting, or it cannot be the name of a property, and after the register's end. What a listener
+     * throws, with the override in place.
+     * Locks: the settings' lock. It opens the settings if nothing has yet: create the `LiveSettings` first.
+     */
+    void override(T const& value, void* sender = nullptr) const { _declared->override(value, sender); }
+
+    ///@{
+    /** The same for a value of another type, as for `set`. */
+    template <class Other, std::enable_if_t<detail::isAllowed<T, Other>, int> = 0>
+    void override(Other const& value, void* sender = nullptr) const {
+        _declared->override(_declared->converted(value), sender);
+    }
+    template <class Other, std::enable_if_t<!detail::isAllowed<T, Other>, int> = 0>
+    void override(Other const& value, void* sender = nullptr) const = delete;
+    ///@}
+
+    /**
+     * Removes the override, whoever has made it, and notifies the listeners, except those of `sender`, if the value in
+     * force is another one then. Does nothing if there is no override. Locks: the settings' lock.
+     */
+    void clearOverride(void* sender = nullptr) const { detail::clearOverride(name(), sender); }
+
+    /** Whether an override is in force: there is one, and the administrator has not locked the setting. */
+    [[nodiscard]] bool isOverridden() const { return detail::isOverridden(name()); }
 
 private:
     friend class Changes;

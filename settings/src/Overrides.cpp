@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Overrides.h"
+
+#include <functional>
+#include <map>
+#include <utility>
+#include <vector>
+
+#include "Access.h"
+#include "Announcement.h"
+#include "Locks.h"
+#include "Names.h"
+#include "velmorand/Declared.h"
+#include "velmorand/Property.h"
+
+namespace velmorand {
+
+namespace {
+
+using utils::properties::_Register;
+
+/** Records by clean names. */
+using Overrides = std::map<std::string, std::string>;
+
+/** Guarded by the register's lock. Never destroyed: static objects may read while the process exits. */
+Overrides& overrides() {
+    static auto* const all = new Overrides;
+    return *all;
+}
+
+/** The override that is in force; null if there is none. */
+std::string const* overrideOf(_Register const& settings, std::string const& name) {
+    Overrides const& all = overrides();
+    if (all.empty())
+        return nullptr;
+    auto const found = all.find(cleanName(name));
+    return found == all.end() || isLocked(settings, found->first) ? nullptr : &found->second;
+}
+
+/** Changes the override of a clean name, and notifies the listeners if another value is in force then. */
+template <class Change>
+void changeOverride(_Register& settings, std::string const& name, void* sender, Change&& change) {
+    auto const before = findInForce(settings, name);
+    std::string const content(before.content);
+    std::forward<Change>(change)();
+    countChange();
+    auto const now = findInForce(settings, name);
+    if (now.kind != before.kind || now.content != content)
+        announce(settings, sender, {name});
+}
+
+} // namespace
+
+bool isOverridden(_Register const& settings, std::string const& name) {
+    return overrideOf(settings, name) != nullptr;
+}
+
+filesystem::direct::Entry findInForce(_Register const& settings, std::string const& name) {
+    std::string const* const overriding = overrideOf(settings, name);
+    return overriding != nullptr ? filesystem::direct::Entry{filesystem::direct::Kind::file, *overriding}
+                                 : findInScopes(settings, name);
+}
+
+namespace detail {
+
+template <class T>
+void putOverride(std::string const& name, T const& value, void* sender) {
+    RequiredAccess const settings(name + " is not overridden");
+    std::string storage;
+    std::string const& clean = propertyName(name, storage);
+    requireUnlocked(*settings, clean, clean + " is not overridden");
+    std::string content = record(clean, value);
+    changeOverride(*settings, clean, sender,
+                   [&] { overrides().insert_or_assign(clean, std::move(content)); });
+}
+
+void clearOverride(std::string const& name, void* sender) {
+    Access const settings;
+    if (!settings)
+        return;
+    std::string const clean = cleanName(name);
+    if (auto const found = overrides().find(clean); found != overrides().end())
+        changeOverride(*settings, clean, sender, [found] { overrides().erase(found); });
+}
+
+bool isOverridden(std::string const& name) {
+    Access const settings;
+    return settings && velmorand::isOverridden(*settings, name);
+}
+
+template void putOverride(std::string const&, std::string const&, void*);
+template void putOverride(std::string const&, double const&, void*);
+template void putOverride(std::string const&, int const&, void*);
+template void putOverride(std::string const&, bool const&, void*);
+template void putOverride(std::string const&, std::vector<std::string> const&, void*);
+template void putOverride(std::string const&, std::vector<double> const&, void*);
+template void putOverride(std::string const&, std::vector<int> const&, void*);
+template void putOverride(std::string const&, std::vector<bool> const&, void*);
+
+} // namespace detail
+
+} // namespace velmorand

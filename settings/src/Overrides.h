@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+
+#include <filesystem/Direct.h>
+#include <utils/properties/Register.h>
+
+/**
+ * The values that this process has put in place of those in the scopes. They are not in the register, so that they are
+ * never saved, and its own readers do not see them. The register's lock is held in all of these.
+ */
+namespace velmorand {
+
+/** Whether a name, clean or not, has an override that is in force: the administrator's locks come first. */
+[[nodiscard]] bool isOverridden(utils::properties::_Register const& settings, std::string const& name);
+
+/** What is in force under a name, clean or not: its override, or what the scopes have. Valid until either changes. */
+[[nodiscard]] filesystem::direct::Entry findInForce(utils::properties::_Register const& settings,
+                                                    std::string const& name);
+
+} // namespace velmorand
