@@ -39,7 +39,7 @@ protected:
 } // namespace
 
 TEST_F(Documents, NameEachCommand) {
-    EXPECT_EQ(10U, commands().size());
+    EXPECT_EQ(12U, commands().size());
     auto const begin = completion.find("'list get ");
     ASSERT_NE(std::string::npos, begin);
     std::string const offered =

@@ -27,8 +27,9 @@ std::vector<Case> wrongCalls() {
         {"NoCommand", {}, "no command given (commands: list, get, "},
         {"NoSuchCommand",
          {"frob"},
-         "no such command: frob (commands: list, get, set, delete, export, import, diff, check, restore, "
-         "watch)"},
+         "no such command: frob (commands: list, get, set, lock, unlock, delete, export, import, diff, "
+         "check, "
+         "restore, watch)"},
         {"NoSuchOption", {"list", "--frob"}, "no such option: --frob\n"},
         {"NoSuchOptionOfNoCommand", {"--frob"}, "no such option: --frob\n"},
         {"NoSuchOptionOfGet", {"get", "x", "--frob"}, "no such option: --frob\n"},

@@ -34,7 +34,7 @@ offers() { # EXPECTED WORD...
     fi
 }
 
-offers 'check delete diff export get import list restore set watch' velmorand-register ''
+offers 'check delete diff export get import list lock restore set unlock watch' velmorand-register ''
 offers 'diff' velmorand-register --user user di
 offers '--user' velmorand-register get --u
 offers '--replace' velmorand-register import --r
@@ -57,6 +57,13 @@ offers '--force' velmorand-register set --f
 offers '--catalogue' velmorand-register --c
 offers 'bin user' velmorand-register --catalogue ''
 offers 'Velmorand.dat.previous' velmorand-register --user user restore ''
+offers 'deep deep/er' velmorand-register --user user lock d
+mkdir global
+velmorand-register --global global lock deep 'with space' >/dev/null || exit 1
+offers 'deep with\ space' velmorand-register --user user --global global unlock ''
+offers 'with\ space' velmorand-register --global global unlock deep w
+offers '' velmorand-register unlock ''
+rm -r global
 cp user/Velmorand.dat user/Velmorand.dat.damaged-20261121T093000Z
 offers 'Velmorand.dat.damaged-20261121T093000Z Velmorand.dat.previous' velmorand-register --user user restore Vel
 offers '' velmorand-register --user user restore Velmorand.dat.previous ''

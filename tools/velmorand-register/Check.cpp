@@ -7,6 +7,7 @@
 #include "Commands.h"
 #include "Expectation.h"
 #include "Input.h"
+#include "Locks.h"
 #include "NearestName.h"
 #include "Record.h"
 #include "Text.h"
@@ -29,10 +30,12 @@ std::string undeclared(std::string_view name, Declarations const& declarations) 
     return "not declared" + (nearest ? " (did you mean \"" + *nearest + "\"?)" : std::string());
 }
 
-/** How an entry differs from what programs declare; empty if it does not. */
+/** How an entry differs from what programs declare, or from a list of locks if it is that; empty if it does not. */
 std::string difference(Walk const& entry, Reading const& reading, Declarations const& declarations) {
     std::string_view const name = nameOf(entry);
     bool const isGroup = entry.kind() == Kind::directory;
+    if (name == lockListName)
+        return objectionToLocks(entry.kind(), reading);
     auto const declared = declarations.find(name);
     if (declared == declarations.end())
         return isGroup ? std::string() : undeclared(name, declarations);

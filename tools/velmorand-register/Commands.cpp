@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Commands.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <iostream>
+#include <iterator>
+#include <sstream>
 #include <string_view>
 #include <system_error>
 
@@ -17,7 +20,9 @@
 #include "Copies.h"
 #include "Exchange.h"
 #include "Expectation.h"
+#include "InForce.h"
 #include "Input.h"
+#include "Locks.h"
 #include "Record.h"
 #include "Terminal.h"
 #include "Text.h"
@@ -135,41 +140,148 @@ void requireAllowed(Places const& places, std::string const& name, Value const& 
         throw Failure(Status::misuse, name + ": " + wrong + " (--force sets it anyway)");
 }
 
+/** Errors: `Failure` if a setting is the user's, and the administrator has locked it in the directory that is given. */
+void requireUnlocked(Places const& places, std::string const& name) {
+    if (!places.globalDirectory || places.scope.value_or(Scope::user) != Scope::user)
+        return;
+    Settings global;
+    fileIn(directoryOf(places, Scope::global)).load(global);
+    if (auto const entry = Locks(global).entryFor(name))
+        throw Failure(Status::misuse, name + ": the administrator has locked " +
+                                          (*entry == name ? "it" : *entry) + " (--force sets it anyway)");
+}
+
+/** The places with the administrator's scope, for a command that is about it alone. Errors: `WrongCall`. */
+Places administrators(Places places, std::string const& command) {
+    if (places.scope.value_or(Scope::global) != Scope::global)
+        throw WrongCall(command + " changes only the global register file");
+    if (!places.globalDirectory)
+        throw WrongCall(command + " needs --global DIR");
+    places.scope = Scope::global;
+    return places;
+}
+
+std::vector<std::string> propertyNames(std::vector<std::string> const& names) {
+    if (names.empty())
+        throw WrongCall("NAME is required");
+    std::vector<std::string> clean;
+    std::transform(names.begin(), names.end(), std::back_inserter(clean), propertyName);
+    return clean;
+}
+
+/** A line of the answer: what has become of a name, and the group with which it is locked, if there is one. */
+std::string lineAbout(char const* what, std::string const& name, std::string const& with = {}) {
+    std::ostringstream line;
+    line << what << ": ";
+    printEscaped(line, name, forLine());
+    if (!with.empty() && with != name) {
+        line << " (with ";
+        printEscaped(line, with, forLine());
+        line << ')';
+    }
+    line << '\n';
+    return line.str();
+}
+
+/** Puts a list of locks in place; one without entries is removed, and so is its group if nothing else is in it. */
+void writeLockList(Settings& settings, std::vector<std::string> const& list) {
+    if (!list.empty()) {
+        settings.write(lockListName, encode(list));
+        return;
+    }
+    settings.remove(lockListName);
+    if (!settings.walk(lockListGroup).next())
+        settings.remove(lockListGroup);
+}
+
+/** Removes the entries of a list that stand for a clean name. Result: whether there was one. */
+bool removeEntries(std::vector<std::string>& list, std::string const& name) {
+    auto const gone = std::remove_if(list.begin(), list.end(),
+                                     [&name](std::string const& entry) { return entryName(entry) == name; });
+    bool const wasThere = gone != list.end();
+    list.erase(gone, list.end());
+    return wasThere;
+}
+
 } // namespace
 
 Status get(Places const& places, std::string const& name) {
     std::string const clean = propertyName(name);
-    for (ScopedFile const& scoped : filesToRead(places)) {
-        Settings settings;
-        scoped.file.load(settings);
-        auto const entry = settings.find(clean);
-        if (entry.kind == Kind::none)
-            continue;
-        if (entry.kind == Kind::directory)
-            throw Failure(Status::notThere, clean + " is a group, not a property");
-        Reading const reading = decode(entry.content);
-        if (!reading.value)
-            throw Failure(Status::notThere, clean + " has no value that can be read");
-        for (std::string const& text : elementTexts(*reading.value)) {
-            if (isTerminal())
-                printEscaped(std::cout, text, forTerminal);
-            else
-                std::cout << text;
-            std::cout << '\n';
-        }
-        return Status::done;
+    InForce const inForce(places);
+    auto const entry = inForce.find(clean).entry;
+    if (entry.kind == Kind::none)
+        throw Failure(Status::notThere,
+                      "no such property: " + clean +
+                          (inForce.isLocked(clean) ? " (the administrator has locked it)" : ""));
+    if (entry.kind == Kind::directory)
+        throw Failure(Status::notThere, clean + " is a group, not a property");
+    Reading const reading = decode(entry.content);
+    if (!reading.value)
+        throw Failure(Status::notThere, clean + " has no value that can be read");
+    for (std::string const& text : elementTexts(*reading.value)) {
+        if (isTerminal())
+            printEscaped(std::cout, text, forTerminal);
+        else
+            std::cout << text;
+        std::cout << '\n';
     }
-    throw Failure(Status::notThere, "no such property: " + clean);
+    return Status::done;
 }
 
 Status set(Places const& places, std::string const& kind, std::string const& name,
            std::vector<std::string> const& texts, bool isForced) {
     std::string const clean = propertyName(name);
     Value const value = parseValue(kind, texts);
-    if (!isForced)
+    if (!isForced) {
         requireAllowed(places, clean, value);
+        requireUnlocked(places, clean);
+    }
     std::string const record = encode(value);
     edit(places, [&](Settings& settings) { settings.write(clean, record); });
+    return Status::done;
+}
+
+Status lock(Places const& places, std::vector<std::string> const& names) {
+    std::vector<std::string> const clean = propertyNames(names);
+    std::string report;
+    edit(administrators(places, "lock"), [&](Settings& settings) {
+        std::vector<std::string> list = lockList(settings);
+        for (std::string const& name : clean) {
+            if (auto const entry = Locks(list).entryFor(name)) {
+                report += lineAbout("already locked", name, *entry);
+                continue;
+            }
+            list.push_back(name);
+            report += lineAbout("locked", name);
+        }
+        writeLockList(settings, list);
+    });
+    std::cout << report;
+    return Status::done;
+}
+
+Status unlock(Places const& places, std::vector<std::string> const& names) {
+    std::vector<std::string> const clean = propertyNames(names);
+    std::string report;
+    edit(administrators(places, "unlock"), [&](Settings& settings) {
+        std::vector<std::string> list = lockList(settings);
+        bool isChanged = false;
+        for (std::string const& name : clean) {
+            bool const wasListed = removeEntries(list, name);
+            auto const entry = Locks(list).entryFor(name);
+            if (entry && !wasListed)
+                throw Failure(Status::notThere, "nothing changed: " + name + " is locked with the group " +
+                                                    *entry + " (unlock that)");
+            if (entry)
+                report += lineAbout("still locked", name, *entry);
+            else
+                report += lineAbout(wasListed ? "unlocked" : "not locked", name);
+            isChanged = isChanged || wasListed;
+        }
+        if (isChanged)
+            writeLockList(settings, list);
+    });
+    std::cout << report;
     return Status::done;
 }
 

@@ -16,6 +16,8 @@ Status listDeclared(Places const& places, std::string const& group, bool isRecur
 Status get(Places const& places, std::string const& name);
 Status set(Places const& places, std::string const& kind, std::string const& name,
            std::vector<std::string> const& texts, bool isForced);
+Status lock(Places const& places, std::vector<std::string> const& names);
+Status unlock(Places const& places, std::vector<std::string> const& names);
 Status remove(Places const& places, std::string const& name);
 Status exportGroup(Places const& places, std::string const& group);
 Status import(Places const& places, std::string const& source, bool isReplacing);

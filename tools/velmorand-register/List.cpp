@@ -5,6 +5,7 @@
 #include "Catalogues.h"
 #include "Commands.h"
 #include "Expectation.h"
+#include "InForce.h"
 #include "ParallelWalk.h"
 #include "Record.h"
 #include "Text.h"
@@ -29,19 +30,6 @@ void printLine(Walk const& entry, char const* scope, std::string const& group, b
     if (isLong && reading.value)
         std::cout << ": " << jsonText(*reading.value, forJsonLine());
     std::cout << '\n';
-}
-
-/** What readers find under a name. */
-struct Found {
-    char const* scope;
-    filesystem::direct::Entry entry;
-};
-
-Found find(std::array<ScopedSettings, 2> const& all, std::string const& name) {
-    for (ScopedSettings const& scoped : all)
-        if (auto const entry = scoped.settings.find(name); entry.kind != Kind::none)
-            return {scoped.scope, entry};
-    return {"unset", {}};
 }
 
 void printDeclaredGroup(std::string const& name, char const* scope) {
@@ -75,28 +63,33 @@ void printDeclared(std::string const& name, Declaration const& declaration, Foun
 
 Status list(Places const& places, std::string const& group, bool isRecursive, bool isLong) {
     std::string const around = cleanName(group);
-    auto const [first, second] = settingsToRead(places);
+    InForce const inForce(places);
+    auto const& [first, second] = inForce.scopes();
     if (!first.settings.isGroup(around) && !second.settings.isGroup(around))
         throw noGroup(around, first.settings.exists(around) || second.settings.exists(around));
     ParallelWalk walk(first.settings.walk(around), second.settings.walk(around));
     while (walk.next()) {
-        Walk const& entry = walk.either();
-        if (!isRecursive && entry.kind() == Kind::directory)
+        auto const name = [&] { return inGroup(around, nameOf(walk.either())); };
+        bool const isLocked = inForce.hasLocks() && inForce.isLocked(name());
+        bool const isHidden = isLocked && isUsers(first) && walk.first() != nullptr;
+        Walk const* const entry = isHidden ? walk.second() : &walk.either();
+        if (!isRecursive && walk.either().kind() == Kind::directory)
             walk.skip();
-        else if (entry.kind() == Kind::directory && !entry.isEmptyDirectory())
+        else if (entry != nullptr && entry->kind() == Kind::directory && !entry->isEmptyDirectory())
             continue;
-        if (walk.first() != nullptr)
-            printLine(entry, first.scope, around, isLong);
+        if (entry == nullptr)
+            continue;
+        char const* const scope = isLocked ? "locked" : entry == walk.first() ? first.scope : second.scope;
         // Of a property and a group with one name, readers find the first scope's.
-        else if (!first.settings.exists(inGroup(around, nameOf(entry))))
-            printLine(entry, second.scope, around, isLong);
+        if (entry == walk.first() || isLocked || !first.settings.exists(name()))
+            printLine(*entry, scope, around, isLong);
     }
     return Status::done;
 }
 
 Status listDeclared(Places const& places, std::string const& group, bool isRecursive) {
     std::string const around = cleanName(group);
-    auto const settings = settingsToRead(places);
+    InForce const inForce(places);
     Declarations const declarations = readCatalogues(places.catalogues);
     if (declarations.empty()) {
         complain(nothingDeclared);
@@ -112,11 +105,11 @@ Status listDeclared(Places const& places, std::string const& group, bool isRecur
         auto const& [name, declaration] = *next;
         std::size_t const level = name.find('/', begin);
         if (isRecursive || level == std::string::npos) {
-            printDeclared(name, declaration, find(settings, name));
+            printDeclared(name, declaration, inForce.find(name));
             ++next;
         } else {
             std::string const inner = name.substr(0, level);
-            printDeclaredGroup(inner, find(settings, inner).scope);
+            printDeclaredGroup(inner, inForce.find(inner).scope);
             next = declaredIn(declarations, inner).end;
         }
     }

@@ -73,7 +73,7 @@ _velmorand_register() {
     local names='' kind name
     case $command in
     '')
-        COMPREPLY=($(compgen -W 'list get set delete export import diff check restore watch' -- "$cur"))
+        COMPREPLY=($(compgen -W 'list get set lock unlock delete export import diff check restore watch' -- "$cur"))
         return
         ;;
     diff | check | import)
@@ -96,7 +96,17 @@ _velmorand_register() {
         esac
         ;;
     get) names=properties ;;
-    delete) names=both ;;
+    delete | lock) names=both ;;
+    unlock)
+        # The names that have been locked, one a line.
+        local IFS=$'\n'
+        for name in $(velmorand-register "${places[@]}" --scope global get velmorand/locked 2>/dev/null); do
+            printf -v name %q "$name"
+            [[ $name == "$cur"* ]] && COMPREPLY+=("$name")
+        done
+        __ltrim_colon_completions "$cur"
+        return
+        ;;
     list | export) names=groups ;;
     restore)
         ((${#arguments[@]} == 0)) || return

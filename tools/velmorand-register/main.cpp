@@ -33,8 +33,8 @@ constexpr char const* footer =
     R"("velmorand-register COMMAND --help" describes a command; see also the manual page.
 
 Exit status: 0 success; 1 a name does not exist, or something differs; 2 wrong
-usage; 3 a register file is damaged, cannot be read, or was not saved; 4 "check
---declared" found undeclared names or invalid values, and nothing else.)";
+usage; 3 a register file is damaged, cannot be read, or was not saved; 4 "check"
+found only undeclared names, invalid values or an invalid list of locks.)";
 
 /** The command line, and what it says. */
 class CommandLine {
@@ -166,13 +166,18 @@ private:
             ->required()
             ->type_name("");
         addName(set, "The property's name");
-        // Any number of values, each as it is: where CLI11 is to take some more, "[a,b]" is two of them.
-        _values = set->add_option("VALUE", "The value, or the elements of a list");
-        constexpr int most = CLI::detail::expected_max_vector_size;
-        _values->take_all()->expected(most - 1, most)->allow_extra_args(false)->type_name("");
-        set->add_flag("--force", _isForced, "Set it even if its declaration does not allow it");
+        _values = addWords(set, "VALUE", "The value, or the elements of a list");
+        set->add_flag("--force", _isForced, "Set it even if it is locked, or invalid for its declaration");
         set->footer("Put -- before values that begin with \"-\", unless a digit follows.\n" +
                     set->get_footer());
+
+        constexpr char const* locked = "The names of properties, and of groups for everything in them";
+        _toLock = addWords(add("lock", "Keep users from changing settings",
+                               [this] { return tool::lock(_places, _toLock->results()); }),
+                           "NAME", locked);
+        _toUnlock = addWords(add("unlock", "Let users change locked settings again",
+                                 [this] { return tool::unlock(_places, _toUnlock->results()); }),
+                             "NAME", locked);
 
         addName(add("delete", "Remove a property, or a group with everything in it",
                     [this] { return tool::remove(_places, _name); }),
@@ -219,6 +224,13 @@ private:
         command->add_option("NAME", _name, what)->required()->type_name("");
     }
 
+    /** Any number of words, each as it is: where CLI11 is to take some more, "[a,b]" is two of them. */
+    static CLI::Option* addWords(CLI::App* command, std::string const& name, std::string const& what) {
+        constexpr int most = CLI::detail::expected_max_vector_size;
+        CLI::Option* const words = command->add_option(name, what);
+        return words->take_all()->expected(most - 1, most)->allow_extra_args(false)->type_name("");
+    }
+
     CLI::App _line;
     std::function<Status()> _command;
     Places _places;
@@ -226,6 +238,8 @@ private:
     std::string _name;
     std::string _kind;
     CLI::Option* _values = nullptr;
+    CLI::Option* _toLock = nullptr;
+    CLI::Option* _toUnlock = nullptr;
     std::string _file;
     std::string _otherFile;
     std::optional<std::string> _checked;

@@ -1,0 +1,223 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <velmorand/Initialize.h>
+#include <velmorand/Property.h>
+
+#include "Declared.h"
+
+using namespace tool;
+
+namespace {
+
+/** The tool, for settings that the administrator has locked. */
+class Locking : public Declared {
+protected:
+    std::string administer(Arguments arguments) {
+        arguments.insert(arguments.begin(), {"--global", global});
+        return answer(arguments);
+    }
+
+    void setGlobally(Arguments arguments) {
+        arguments.insert(arguments.begin(), {"--scope", "global", "set"});
+        administer(arguments);
+    }
+
+    Outcome runOnBoth(Arguments arguments) {
+        arguments.insert(arguments.begin(), {"--global", global});
+        return run(arguments);
+    }
+
+    std::string list() { return administer({"--scope", "global", "get", "velmorand/locked"}); }
+};
+
+} // namespace
+
+TEST_F(Locking, ListsNamesInTheGlobalFile) {
+    EXPECT_EQ("locked: editor/theme\nlocked: viewer\n", administer({"lock", "editor/theme", "/viewer/"}));
+    EXPECT_EQ("editor/theme\nviewer\n", list());
+    EXPECT_EQ("locked: a\n", administer({"--scope", "global", "lock", "a"}));
+    EXPECT_EQ("editor/theme\nviewer\na\n", list());
+    EXPECT_EQ("no file", bytesOf(userFile));
+}
+
+TEST_F(Locking, CountsForApplications) {
+    setGlobally({"integer", "viewer/zoom", "50"});
+    answer({"set", "integer", "viewer/zoom", "75"});
+    administer({"lock", "viewer"});
+    velmorand::initialize(global, user);
+    EXPECT_TRUE(velmorand::isLocked("viewer/zoom"));
+    EXPECT_EQ(50, velmorand::read<int>("viewer/zoom"));
+}
+
+TEST_F(Locking, MayBeRepeated) {
+    administer({"lock", "editor"});
+    std::string const before = bytesOf(globalFile);
+    EXPECT_EQ("already locked: editor\nalready locked: editor/theme (with editor)\n",
+              administer({"lock", "editor/", "editor/theme"}));
+    EXPECT_EQ(before, bytesOf(globalFile));
+}
+
+TEST_F(Locking, PrintsNamesWithEscapes) {
+    EXPECT_EQ("locked: a\\nb\n", administer({"lock", "a\nb"}));
+    EXPECT_EQ("locked: [a,b]\n", administer({"lock", "[a,b]"}));
+}
+
+TEST_F(Locking, CanBeUndone) {
+    administer({"lock", "editor/theme", "viewer"});
+    EXPECT_EQ("unlocked: viewer\nnot locked: editor/size\n",
+              administer({"unlock", "//viewer", "editor/size"}));
+    EXPECT_EQ("editor/theme\n", list());
+}
+
+TEST_F(Locking, LeavesNothingWhenAllIsUndone) {
+    setGlobally({"integer", "viewer/zoom", "50"});
+    std::string const before = bytesOf(globalFile);
+    administer({"lock", "viewer", "editor"});
+    administer({"unlock", "editor", "viewer"});
+    EXPECT_EQ(before, bytesOf(globalFile));
+}
+
+TEST_F(Locking, OfAGroupCannotBeUndoneForANameInIt) {
+    administer({"lock", "viewer", "editor"});
+    EXPECT_THAT(
+        runOnBoth({"unlock", "viewer", "editor/theme"}),
+        Complains(1, "nothing changed: editor/theme is locked with the group editor (unlock that)\n"));
+    EXPECT_EQ("viewer\neditor\n", list());
+}
+
+TEST_F(Locking, OfAGroupRemainsForANameThatIsUnlocked) {
+    administer({"lock", "editor/theme", "editor"});
+    EXPECT_THAT(runOnBoth({"set", "number", "editor/size", "12"}),
+                Complains(2, "the administrator has locked editor"));
+    EXPECT_EQ("still locked: editor/theme (with editor)\n", administer({"unlock", "editor/theme"}));
+    EXPECT_EQ("editor\n", list());
+}
+
+TEST_F(Locking, NeedsTheGlobalDirectoryAndNames) {
+    EXPECT_THAT(run({"lock", "a"}), ShowsUsage("lock needs --global DIR"));
+    EXPECT_THAT(run({"unlock", "a"}), ShowsUsage("unlock needs --global DIR"));
+    EXPECT_THAT(runOnBoth({"--scope", "user", "lock", "a"}),
+                ShowsUsage("lock changes only the global register file"));
+    EXPECT_THAT(runOnBoth({"lock"}), ShowsUsage("NAME is required"));
+    EXPECT_THAT(runOnBoth({"unlock"}), ShowsUsage("NAME is required"));
+    EXPECT_THAT(runOnBoth({"lock", "a", ""}), ShowsUsage("the name is empty"));
+    EXPECT_THAT(runOnBoth({"lock", "a", "a/../b"}), Complains(2, "a level cannot be \".\" or \"..\""));
+    EXPECT_EQ("no file", bytesOf(globalFile));
+}
+
+TEST_F(Locking, LeavesAListOfAnotherTypeAlone) {
+    setGlobally({"string", "velmorand/locked", "a"});
+    std::string const expected =
+        "nothing changed: velmorand/locked: a string is not allowed: expected a list "
+        "of strings (delete it first)\n";
+    EXPECT_THAT(runOnBoth({"lock", "a"}), Complains(3, expected));
+    EXPECT_THAT(runOnBoth({"unlock", "a"}), Complains(3, expected));
+    setGlobally({"string", "velmorand/group/a", "a"});
+    administer({"--scope", "global", "delete", "velmorand/locked"});
+    setGlobally({"string", "velmorand/locked/a", "a"});
+    EXPECT_THAT(runOnBoth({"lock", "a"}), Complains(3, "velmorand/locked: a group is not allowed"));
+}
+
+TEST_F(Locking, KeepsEntriesThatAreNotNames) {
+    setGlobally({"strings", "velmorand/locked", "", "a"});
+    administer({"lock", "b"});
+    EXPECT_EQ("\na\nb\n", list());
+}
+
+TEST_F(Locking, IsCheckedWithTheFile) {
+    administer({"lock", "a"});
+    EXPECT_EQ(0, runOnBoth({"--scope", "global", "check"}).status);
+    setGlobally({"strings", "velmorand/locked", "a", "b/../c"});
+    Outcome outcome = runOnBoth({"--scope", "global", "check"});
+    EXPECT_EQ(4, outcome.status);
+    EXPECT_EQ("velmorand-register: warning: " + globalFile +
+                  ": \"velmorand/locked\": \"b/../c\" is not a name\n",
+              outcome.err);
+    EXPECT_EQ(globalFile + ": 1 property, 1 warning\n", outcome.out);
+    setGlobally({"integers", "velmorand/locked", "1"});
+    outcome = runOnBoth({"--scope", "global", "check", "--declared"});
+    EXPECT_EQ(4, outcome.status);
+    EXPECT_THAT(outcome.err,
+                testing::EndsWith("a list of integers is not allowed: expected a list of strings\n"));
+}
+
+TEST_F(Locking, IsCheckedIfItIsNotAProperty) {
+    setGlobally({"strings", "velmorand/locked/x", "a"});
+    EXPECT_THAT(
+        runOnBoth({"--scope", "global", "check"}).err,
+        testing::EndsWith("\"velmorand/locked\": a group is not allowed: expected a list of strings\n"));
+}
+
+TEST_F(Locking, IsShownInPlaceOfTheScope) {
+    setGlobally({"string", "editor/theme", "dark"});
+    setGlobally({"integer", "viewer/zoom", "50"});
+    answer({"set", "string", "editor/theme", "light"});
+    answer({"set", "number", "editor/size", "12"});
+    administer({"lock", "editor/theme"});
+    EXPECT_EQ("number    user   editor/size: 12.0\n"
+              "string    locked editor/theme: \"dark\"\n"
+              "strings   global velmorand/locked: [\"editor/theme\"]\n"
+              "integer   global viewer/zoom: 50\n",
+              administer({"list", "-rl"}));
+    EXPECT_EQ("number    user   editor/size\nstring    user   editor/theme\n",
+              administer({"--scope", "user", "list", "editor"}));
+    EXPECT_EQ("string    locked editor/theme\n", administer({"--scope", "global", "list", "editor"}));
+}
+
+TEST_F(Locking, HidesTheUsersValuesFromLists) {
+    answer({"set", "string", "editor/theme", "light"});
+    answer({"set", "integer", "viewer/zoom", "75"});
+    answer({"set", "integer", "viewer/a/b", "75"});
+    setGlobally({"integer", "viewer/a", "1"});
+    administer({"lock", "editor/theme", "viewer"});
+    EXPECT_EQ("integer   locked viewer/a\n", administer({"list", "-r", "viewer"}));
+    EXPECT_EQ("", administer({"list", "editor"}));
+    EXPECT_EQ("group     user   editor\n"
+              "group     global velmorand\n"
+              "group     locked viewer\n",
+              administer({"list"}));
+}
+
+TEST_F(Locking, IsShownForDeclaredSettings) {
+    answer({"set", "string", "editor/theme", "dark"});
+    setGlobally({"integer", "viewer/zoom", "50"});
+    administer({"lock", "editor/theme", "viewer"});
+    std::string const lines = administer({"list", "--declared", "-r"});
+    EXPECT_THAT(lines, testing::HasSubstr("string    locked editor/theme: \"light\"\n"));
+    EXPECT_THAT(lines, testing::HasSubstr("integer   locked viewer/zoom: 50\n"));
+    EXPECT_THAT(lines, testing::HasSubstr("number    unset  editor/size: 11.0"));
+}
+
+TEST_F(Locking, PutsTheAdministratorsValueInForce) {
+    answer({"set", "string", "editor/theme", "light"});
+    administer({"lock", "editor"});
+    EXPECT_THAT(runOnBoth({"get", "editor/theme"}),
+                Complains(1, "no such property: editor/theme (the administrator has locked it)\n"));
+    setGlobally({"string", "editor/theme", "dark"});
+    EXPECT_EQ("dark\n", administer({"get", "editor/theme"}));
+    EXPECT_EQ("light\n", administer({"--scope", "user", "get", "editor/theme"}));
+}
+
+TEST_F(Locking, KeepsTheUsersValueFromBeingSet) {
+    administer({"lock", "editor"});
+    EXPECT_THAT(runOnBoth({"set", "string", "editor/theme", "dark"}),
+                Complains(2, "editor/theme: the administrator has locked editor (--force sets it anyway)\n"));
+    EXPECT_THAT(runOnBoth({"--scope", "user", "set", "string", "editor/theme", "dark"}), Complains(2, ""));
+    EXPECT_EQ("no file", bytesOf(userFile));
+    administer({"lock", "other"});
+    EXPECT_THAT(runOnBoth({"set", "string", "other", "dark"}),
+                Complains(2, "other: the administrator has locked it (--force sets it anyway)\n"));
+}
+
+TEST_F(Locking, IsIgnoredByForce) {
+    administer({"lock", "editor"});
+    administer({"set", "--force", "string", "editor/theme", "dark"});
+    EXPECT_EQ("dark\n", answer({"get", "editor/theme"}));
+}
+
+TEST_F(Locking, LetsTheGlobalValueBeSetAndTheUsersBeDeleted) {
+    answer({"set", "string", "editor/theme", "light"});
+    administer({"lock", "editor"});
+    setGlobally({"string", "editor/theme", "dark"});
+    administer({"delete", "editor/theme"});
+    EXPECT_EQ("dark\n", administer({"get", "editor/theme"}));
+}

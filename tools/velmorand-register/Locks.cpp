@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Locks.h"
+
+#include <algorithm>
+#include <iterator>
+#include <set>
+
+#include "Expectation.h"
+#include "Failure.h"
+#include "Text.h"
+
+namespace tool {
+
+namespace {
+
+using Names = std::vector<std::string>;
+
+Declaration declarationOfList() {
+    Declaration declaration;
+    declaration.kind = Value(Names()).index();
+    return declaration;
+}
+
+bool beginsWith(std::string const& text, std::string const& beginning) {
+    return text.compare(0, beginning.size(), beginning) == 0;
+}
+
+/** The names in the list; none if it is not a list of strings. */
+Names listIn(Settings const& global) {
+    Reading const reading = decode(global.find(lockListName).content);
+    bool const isList =
+        reading.damage.empty() && reading.value && std::holds_alternative<Names>(*reading.value);
+    return isList ? std::get<Names>(*reading.value) : Names();
+}
+
+} // namespace
+
+std::string entryName(std::string const& entry) {
+    try {
+        return cleanName(entry);
+    } catch (Failure const&) {
+        return {};
+    }
+}
+
+std::string objectionToLocks(Kind kind, Reading const& reading) {
+    if (kind == Kind::directory)
+        return objection("a group", declarationOfList());
+    if (!reading.value)
+        return objection("a property without a value", declarationOfList());
+    if (std::string wrong = objectionTo(*reading.value, declarationOfList()); !wrong.empty())
+        return wrong;
+    for (std::string const& entry : std::get<Names>(*reading.value))
+        if (entryName(entry).empty())
+            return jsonText(entry, forJsonLine()) + " is not a name";
+    return {};
+}
+
+Names lockList(Settings const& settings) {
+    auto const entry = settings.find(lockListName);
+    if (entry.kind == Kind::none)
+        return {};
+    Reading const reading = decode(entry.content);
+    if (reading.value && reading.damage.empty() && std::holds_alternative<Names>(*reading.value))
+        return std::get<Names>(*reading.value);
+    throw Failure(Status::fileTrouble,
+                  std::string("nothing changed: ") + lockListName + ": " +
+                      (reading.damage.empty() ? objectionToLocks(entry.kind, reading) : reading.damage) +
+                      " (delete it first)");
+}
+
+Locks::Locks(Settings const& global) : Locks(listIn(global)) {}
+
+Locks::Locks(Names const& list) {
+    std::set<std::string> names;
+    for (std::string const& entry : list)
+        if (std::string const name = entryName(entry); !name.empty())
+            names.insert(name + '/');
+    for (std::string const& name : names)
+        if (_entries.empty() || !beginsWith(name, _entries.back()))
+            _entries.push_back(name);
+}
+
+std::optional<std::string> Locks::entryFor(std::string const& name) const {
+    std::string const whole = name + '/';
+    // What lies between an entry and what begins with it begins with it, too, and so is not an entry.
+    auto const next = std::upper_bound(_entries.begin(), _entries.end(), whole);
+    if (next == _entries.begin() || !beginsWith(whole, *std::prev(next)))
+        return std::nullopt;
+    return std::prev(next)->substr(0, std::prev(next)->size() - 1);
+}
+
+} // namespace tool
