@@ -27,8 +27,11 @@ public:
     /** The outermost entry that locks a clean name: the name, or a group around it. */
     [[nodiscard]] std::optional<std::string> entryFor(std::string const& name) const;
 
+    /** Clean, with a "/" after each; sorted, and none begins with another. */
+    [[nodiscard]] std::vector<std::string> const& entries() const noexcept { return _entries; }
+
 private:
-    std::vector<std::string> _entries; ///< clean, with a "/" after each; sorted, and none begins with another
+    std::vector<std::string> _entries;
 };
 
 /** The locks of now; valid until the register changes. Looks for the list only if the register has changed. */

@@ -55,6 +55,13 @@ bool isOverridden(_Register const& settings, std::string const& name) {
     return overrideOf(settings, name) != nullptr;
 }
 
+std::vector<std::string> overriddenNames() {
+    std::vector<std::string> names;
+    for (auto const& [name, record] : overrides())
+        names.push_back(name);
+    return names;
+}
+
 filesystem::direct::Entry findInForce(_Register const& settings, std::string const& name) {
     std::string const* const overriding = overrideOf(settings, name);
     return overriding != nullptr ? filesystem::direct::Entry{filesystem::direct::Kind::file, *overriding}

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include <filesystem/Direct.h>
 #include <utils/properties/Register.h>
@@ -14,6 +15,9 @@ namespace velmorand {
 
 /** Whether a name, clean or not, has an override that is in force: the administrator's locks come first. */
 [[nodiscard]] bool isOverridden(utils::properties::_Register const& settings, std::string const& name);
+
+/** The clean names that have overrides, even if those are not in force. */
+[[nodiscard]] std::vector<std::string> overriddenNames();
 
 /** What is in force under a name, clean or not: its override, or what the scopes have. Valid until either changes. */
 [[nodiscard]] filesystem::direct::Entry findInForce(utils::properties::_Register const& settings,

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// usage: live-program USER-DIRECTORY GLOBAL-DIRECTORY {set NAME INTEGER | delete NAME | group NAME | get NAME}...
+// usage: live-program USER-DIRECTORY GLOBAL-DIRECTORY {set NAME INTEGER | delete NAME | group NAME | lock NAME | get NAME}...
 //
-// A program with live settings that does one thing after the other and ends. "get" prints the integer, or "-".
+// A program with live settings that does one thing after the other and ends. "get" prints the integer, or "-"; "lock"
+// locks one name, and no other, for programs that have its user directory as their global one.
 
 #include <cstdlib>
 #include <iostream>
 #include <string>
+#include <vector>
 
 #include <utils/properties/Register.h>
 #include <velmorand/LiveSettings.h>
@@ -30,6 +32,8 @@ int main(int argc, char** argv) {
             _Register::getInstance()->delProperty(name, SCOPE_USER);
         else if (action == "group")
             _Register::getInstance()->addGroup(name, SCOPE_USER);
+        else if (action == "lock")
+            write("velmorand/locked", std::vector<std::string>{name});
         else if (_Register::getInstance()->propertyExists(name))
             std::cout << read<int>(name) << '\n';
         else

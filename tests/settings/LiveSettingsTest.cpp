@@ -474,6 +474,79 @@ TEST_F(Live, FollowTheAdministratorsFile) {
     EXPECT_FALSE(Property<int>("a/x").isSet());
 }
 
+TEST_F(Live, FollowTheAdministratorsLocks) {
+    LiveSettings live(options);
+    Property<int> const property{"a/x"};
+    property.set(1);
+    administer("set a/x 2 lock a");
+    ASSERT_TRUE(live.sync().saved);
+    EXPECT_TRUE(property.isLocked());
+    EXPECT_EQ(2, property.get());
+    EXPECT_EQ("a/x is not written: the administrator has locked a", failure([&] { property.set(3); }));
+    administer("lock b");
+    ASSERT_TRUE(live.sync().saved);
+    EXPECT_FALSE(property.isLocked());
+    EXPECT_EQ(1, property.get());
+}
+
+TEST_F(Live, AnnounceWhatALockPutsInForce) {
+    inOther("set a/other 1 set a/same 3 set a/deep/x 1 set b/x 1");
+    administer("set a/other 2 set a/same 3 set a/unset 4");
+    LiveSettings live(options);
+    std::vector<std::string> heard;
+    std::vector<int> values;
+    Listener const listener{"a", [&](std::string const& name) {
+                                heard.push_back(name);
+                                values.push_back(read<int>(name, -1));
+                            }};
+    Listener const ofTheList{"velmorand/locked", [&](std::string const& name) { heard.push_back(name); }};
+    administer("lock a");
+    ASSERT_TRUE(live.sync().saved);
+    EXPECT_THAT(heard, ElementsAre("a/deep/x", "a/other", "velmorand/locked"));
+    EXPECT_THAT(values, ElementsAre(-1, 2));
+    heard.clear();
+    values.clear();
+    administer("lock a/other");
+    ASSERT_TRUE(live.sync().saved);
+    EXPECT_THAT(heard, ElementsAre("a/deep/x", "velmorand/locked"));
+    EXPECT_THAT(values, ElementsAre(1));
+}
+
+TEST_F(Live, AnnounceWhatALockPutsInForceInPlaceOfAGroup) {
+    inOther("set a/x/y 1");
+    administer("set a/x 2");
+    LiveSettings live(options);
+    std::vector<std::string> heard;
+    Listener const listener{"a", [&](std::string const& name) { heard.push_back(name); }};
+    administer("lock a/x");
+    ASSERT_TRUE(live.sync().saved);
+    EXPECT_THAT(heard, ElementsAre("a/x", "a/x/y"));
+    EXPECT_EQ(2, read<int>("a/x"));
+}
+
+TEST_F(Live, AnnounceWhatALockPutsInForceInPlaceOfAnOverride) {
+    LiveSettings live(options);
+    Property<int> const property{"a/x"};
+    property.override(9);
+    std::vector<int> seen;
+    Listener const listener{"a", [&](std::string const& /*name*/) { seen.push_back(property.get()); }};
+    administer("lock a/x");
+    ASSERT_TRUE(live.sync().saved);
+    administer("lock b");
+    ASSERT_TRUE(live.sync().saved);
+    EXPECT_THAT(seen, ElementsAre(0, 9));
+}
+
+TEST_F(Live, AnnounceALockTogetherWithTheAdministratorsValue) {
+    inOther("set a/x 1");
+    LiveSettings live(options);
+    std::vector<int> seen;
+    Listener const listener{"a/x", [&](std::string const& name) { seen.push_back(read<int>(name)); }};
+    administer("set a/x 2 lock a/x");
+    ASSERT_TRUE(live.sync().saved);
+    EXPECT_THAT(seen, ElementsAre(2));
+}
+
 TEST_F(Live, SayWhetherAllIsSaved) {
     LiveSettings live(options);
     EXPECT_TRUE(live.isSaved());

@@ -12,6 +12,7 @@
 
 #include <filesystem/Direct.h>
 
+#include "../LockChanges.h"
 #include "../Unwritten.h"
 
 namespace velmorand::live {
@@ -214,7 +215,7 @@ void Memory::bringInUser(Merged& merged, std::vector<std::string>& names) {
 }
 
 void Memory::bringInGlobal(Image const& global, std::vector<std::string>& names) {
-    apply(SCOPE_GLOBAL, _global->differencesTo(*global), names);
+    noteLockChanges(_register, names, [&] { apply(SCOPE_GLOBAL, _global->differencesTo(*global), names); });
     _global = global;
 }
 
