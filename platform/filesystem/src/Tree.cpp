@@ -94,6 +94,8 @@ NodeId Tree::make(TreePath const& path, bool directory) {
     NodeId const parent = directoryAbove(path);
     if (parent == noNode)
         return noNode;
+    if (givesNotice())
+        giveNotice(parent, path.name());
     std::uint32_t const hash = path.hash();
     _index.reserve(1);
     NodeId const id = add(parent, path.name(), hash, directory);
@@ -196,6 +198,8 @@ NodeId Tree::childDirectory(NodeId parent, std::string_view name, std::uint32_t 
         return _nodes[found].directory != 0 ? found : noNode;
     if (!mayBeNamed(name))
         return noNode;
+    if (givesNotice())
+        giveNotice(parent, name);
     _index.reserve(1);
     NodeId const made = add(parent, name, hash, true);
     _index.insert({hash, made});
@@ -226,6 +230,8 @@ NodeId Tree::Apart::addFile(NodeId parent, std::string_view name, std::uint32_t 
 }
 
 bool Tree::graft(Apart&& apart, TreePath const& path) {
+    if (givesNotice())
+        giveNoticeOfAll(apart._directory, path);
     NodeId target = find(path);
     if (target != noNode && _nodes[target].directory != 0) {
         _index.reserve(apart._entries.size());
@@ -235,6 +241,8 @@ bool Tree::graft(Apart&& apart, TreePath const& path) {
         NodeId const parent = directoryAbove(path);
         if (parent == noNode)
             return false;
+        if (givesNotice())
+            giveNotice(parent, path.name());
         _index.reserve(apart._entries.size() + 1);
         NodeId const file = target;
         target = add(parent, path.name(), path.hash(), true);
@@ -249,6 +257,30 @@ bool Tree::graft(Apart&& apart, TreePath const& path) {
     for (PathIndex::Slot const entry : apart._entries)
         _index.insert(entry);
     return true;
+}
+
+/** Gives notice of an entry that is about to come in a directory, if that is a first-level one. Apart, as it is rare. */
+[[gnu::cold, gnu::noinline]] void Tree::giveNotice(NodeId parent, std::string_view name) const {
+    if (_nodes[parent].parent == root)
+        _notice(name);
+}
+
+std::vector<NodeId> const& Tree::childrenInAnyOrder(NodeId id) const {
+    Node const& node = _nodes[id];
+    return node.directory != 0 && node.children != nullptr ? node.children->ids : _none;
+}
+
+/** Gives notice of what stands directly in first-level directories once a directory built apart stands at `path`. */
+void Tree::giveNoticeOfAll(NodeId apart, TreePath const& path) const {
+    if (!path.rest.empty())
+        return;
+    for (NodeId const child : childrenInAnyOrder(apart)) {
+        if (!path.isRoot())
+            _notice(_nodes[child].name());
+        else
+            for (NodeId const grandchild : childrenInAnyOrder(child))
+                _notice(_nodes[grandchild].name());
+    }
 }
 
 /** Makes the children of one directory, from which none has been taken, those of another, which has none. */

@@ -13,6 +13,7 @@
 #include "NodePool.h"
 #include "PathIndex.h"
 #include "TreePath.h"
+#include "filesystem/EntryNotice.h"
 
 namespace filesystem {
 
@@ -37,6 +38,9 @@ public:
 
     /** Counts changes in `counter` from now on. */
     void countIn(std::atomic<std::uint64_t>& counter) noexcept { _changes = &counter; }
+
+    /** Gives notice of entries in first-level directories from now on; null for no notice. */
+    void setNotice(EntryNotice notice) noexcept { _notice = notice; }
 
     /** Counts a change of a file's content. Changes of entries are counted here. */
     void count() noexcept {
@@ -69,7 +73,7 @@ public:
     /**
      * Makes an empty directory or file at `path`.
      * Result: `noNode`, with nothing changed, when its parent is not a directory or its name is invalid.
-     * Errors: `std::bad_alloc`; nothing has changed. Nothing may stand at `path` yet.
+     * Errors: `std::bad_alloc`, and those of the notice; nothing has changed. Nothing may stand at `path` yet.
      */
     NodeId make(TreePath const& path, bool directory);
 
@@ -83,7 +87,7 @@ public:
      * Makes the directory at `path` and the missing ones above it. `outermostMade` is then the outermost that
      * was made, or `noNode`.
      * Result: false when a file is in the way or a name is invalid; the directories made before that stay.
-     * Errors: `std::bad_alloc`; nothing has changed.
+     * Errors: as for `make`.
      */
     bool makeDirectories(TreePath const& path, NodeId& outermostMade);
 
@@ -125,7 +129,7 @@ public:
     /**
      * Puts a directory built apart at `path`, in place of the file or directory there.
      * Result: false, with nothing changed, when the parent of `path` is not a directory or its name is invalid.
-     * Errors: `std::bad_alloc`; nothing has changed.
+     * Errors: as for `make`.
      */
     bool graft(Apart&& apart, TreePath const& path);
 
@@ -142,6 +146,10 @@ private:
         ++_version;
         count();
     }
+    [[nodiscard]] bool givesNotice() const noexcept { return __builtin_expect(_notice != nullptr, 0); }
+    void giveNotice(NodeId parent, std::string_view name) const;
+    [[nodiscard]] std::vector<NodeId> const& childrenInAnyOrder(NodeId id) const;
+    void giveNoticeOfAll(NodeId apart, TreePath const& path) const;
     [[nodiscard]] bool standsAt(NodeId id, TreePath const& path) const;
     [[nodiscard]] NodeId directoryAbove(TreePath const& path) const;
     bool makeMissing(TreePath const& path, NodeId& outermostMade);
@@ -161,6 +169,7 @@ private:
     PathIndex _index;
     std::uint64_t _version = 0;
     Journal* _journal = nullptr;
+    EntryNotice _notice = nullptr;
     std::atomic<std::uint64_t> _ownChanges{0};
     std::atomic<std::uint64_t>* _changes = &_ownChanges; ///< never null
     std::vector<NodeId> const _none;
