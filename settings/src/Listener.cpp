@@ -4,6 +4,8 @@
 #include <cstdio>
 
 #include "Access.h"
+#include "Everything.h"
+#include "Names.h"
 #include "Unwritten.h"
 #include "Waiting.h"
 
@@ -11,9 +13,9 @@ namespace velmorand {
 
 bool Unwritten::_isNow = false; // guarded by the settings' lock
 
-void Unwritten::report(std::string const& name, std::string const& thrown) {
+void reportThrown(std::string const& name, char const* byWhom, std::string const& thrown) {
     std::string const line =
-        "settings: a listener has thrown for a change of " + name + " by another program: " + thrown + '\n';
+        "settings: a listener has thrown for a change of " + name + byWhom + ": " + thrown + '\n';
     static_cast<void>(std::fputs(line.c_str(), stderr));
 }
 
@@ -25,38 +27,53 @@ class Listener::Entry final : public utils::properties::_Register::Callback,
                               public std::enable_shared_from_this<Entry> {
 public:
     /** Without a sender to leave out it is its own sender, which no change can have. */
-    Entry(std::string key, std::function<void(std::string const&)> call, void* sender)
-        : _key(std::move(key)), _call(std::move(call)), _sender(sender != nullptr ? sender : this) {}
+    Entry(std::string const& key, Hears hears, Function call, void* sender)
+        : _key(cleanName(key)), _hears(hears), _call(std::move(call)),
+          _sender(sender != nullptr ? sender : this) {}
 
     void* owner() override { return _sender; }
 
     void propertyChanged(std::string const& name) override {
+        if (_hears == Hears::property && name != _key && cleanName(name) != _key)
+            return;
         RegistersHold const hold;
         auto const self = shared_from_this(); // the call may destroy the listener
         Unwritten::call(name, [&] { _call(name); });
     }
 
     void enter() {
-        if (Access const settings; settings)
+        Access const settings;
+        if (!settings)
+            return;
+        if (hearsEverything())
+            listenToEverything(*settings, this);
+        else
             settings->addCallback(_key, this);
     }
 
     void leave() {
-        if (Access const settings; settings)
+        Access const settings;
+        if (!settings)
+            return;
+        if (hearsEverything())
+            stopListeningToEverything(*settings, this);
+        else
             settings->removeCallback(_key, this);
     }
 
 private:
+    [[nodiscard]] bool hearsEverything() const { return _hears == Hears::group && _key.empty(); }
+
     std::string _key;
-    std::function<void(std::string const&)> _call;
+    Hears _hears;
+    Function _call;
     void* _sender;
 };
 
 Listener::Listener() noexcept = default;
 
-Listener::Listener(std::string const& key, std::function<void(std::string const&)> call, void* sender,
-                   Checked /*checked*/)
-    : _entry(std::make_shared<Entry>(key, std::move(call), sender)) {
+Listener::Listener(std::string const& key, Hears hears, Function call, void* sender)
+    : _entry(std::make_shared<Entry>(key, hears, std::move(call), sender)) {
     _entry->enter();
 }
 

@@ -7,6 +7,21 @@
 
 namespace velmorand {
 
+/** Writes on standard error what a listener has thrown for a change: of a name, and by whom, if that is known. */
+void reportThrown(std::string const& name, char const* byWhom, std::string const& thrown);
+
+/** Calls a function of the program's, and reports what it throws for a change. */
+template <class Call>
+void callAndReport(std::string const& name, char const* byWhom, Call&& call) {
+    try {
+        call();
+    } catch (std::exception const& thrown) {
+        reportThrown(name, byWhom, thrown.what());
+    } catch (...) {
+        reportThrown(name, byWhom, "an exception");
+    }
+}
+
 /**
  * While one lives, the changes that are announced have no writer in this process, who could get what a listener throws.
  * Each `Listener` reports it then, so that the others are notified all the same. Locks: only with the settings' lock
@@ -27,19 +42,10 @@ public:
             return;
         }
         Written const written;
-        try {
-            call();
-        } catch (std::exception const& thrown) {
-            report(name, thrown.what());
-        } catch (...) {
-            report(name, "an exception");
-        }
+        callAndReport(name, " by another program", std::forward<Call>(call));
     }
 
 private:
-    /** Writes on standard error what a listener to a name has thrown. */
-    static void report(std::string const& name, std::string const& thrown);
-
     /** What a listener changes itself does have a writer: the listener. */
     class Written {
     public:

@@ -145,6 +145,37 @@ TEST_F(ListenerHandle, GivesTheWriterWhatItThrows) {
     EXPECT_EQ(1, read<int>("a/b"));
 }
 
+TEST_F(ListenerHandle, TakesAKeyWithMoreSlashes) {
+    Listener const group{"/a//b/", note()};
+    Listener const property{"a//b//x/", note()};
+    write("a/b/x", 1);
+    EXPECT_THAT(names, ElementsAre("a/b/x", "a/b/x"));
+}
+
+TEST_F(ListenerHandle, IsNeverCalledUnderAKeyThatNothingCanHave) {
+    Listener const here{"a/./b", note()};
+    Listener const above{"a/..", note()};
+    write("a/b", 1);
+    write("b", 1);
+    EXPECT_THAT(names, IsEmpty());
+}
+
+TEST_F(ListenerHandle, HearsANameOfTheRegistersAsFarAsItIsClean) {
+    Listener const property{"a/b/x", note()};
+    Listener const inner{"a/b", note()};
+    Listener const outer{"a", note()};
+    auto const heardOf = [this](std::string const& name) {
+        names.clear();
+        _Register::getInstance()->_writeInteger(nullptr, name, 1, SCOPE_USER);
+        return names.size();
+    };
+    EXPECT_EQ(3U, heardOf("a/b/x"));
+    EXPECT_EQ(3U, heardOf("a/b/x/"));
+    EXPECT_EQ(2U, heardOf("a/b//x"));
+    EXPECT_EQ(1U, heardOf("a//b/x"));
+    EXPECT_EQ(0U, heardOf("/a/b/x"));
+}
+
 TEST_F(ListenerHandle, IsCalledWithTheLockHeld) {
     bool isFree = true;
     Listener const listener{"a", [&](std::string const&) { isFree = support::lockIsFree(); }};

@@ -371,6 +371,16 @@ TEST_F(Live, AnnounceWhatOthersHaveChangedTogether) {
     EXPECT_THAT(heard, ElementsAre("a/x=20", "a/y=20"));
 }
 
+TEST_F(Live, LetAListenerToEverythingHearNewGroups) {
+    inOther("set a/x 1 set single 1");
+    LiveSettings live(options);
+    std::vector<std::string> heard;
+    Listener const listener{everything, [&](std::string const& name) { heard.push_back(name); }};
+    inOther("set b/y 1 set c 1 delete a/x delete single");
+    ASSERT_TRUE(live.sync().saved);
+    EXPECT_THAT(heard, ElementsAre("a/x", "b/y", "c", "single"));
+}
+
 TEST_F(Live, LetEveryListenerHearEvenIfOneThrows) {
     LiveSettings live(options);
     std::vector<std::string> heard;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A plug-in with a listener that lives from its loading to its unloading.
+// A plug-in with listeners that live from its loading to its unloading.
 
 #include "Plugin.h"
 
@@ -18,6 +18,7 @@ void count(std::string const& /*name*/) {
 
 velmorand::Listener const listener{"shared", count};
 velmorand::QueuedListener const queued{"shared"};
+velmorand::QueuedListener const all{velmorand::everything};
 
 } // namespace
 
@@ -30,7 +31,7 @@ int pluginHeard() {
 }
 
 velmorand::Listener* pluginMake() {
-    return new velmorand::Listener{"shared", count};
+    return new velmorand::Listener{velmorand::everything, count};
 }
 
 void pluginRelease(velmorand::Listener* made) {

@@ -85,6 +85,7 @@ struct Host {
 
     /** The host's old and new listeners, and those of the plug-ins. */
     void expectAllHear(std::string const& step) {
+        velmorand::write(step + std::to_string(value), value); // a new name, for listeners to everything
         int newHeard = 0;
         velmorand::Listener const fresh{"shared", [&newHeard](std::string const&) { ++newHeard; }};
         int const oldBefore = oldHeard;

@@ -11,6 +11,7 @@
 #include <QUrl>
 
 #include <velmorand/Property.h>
+#include <velmorand/QtThread.h>
 #include <velmorand/QtTypes.h>
 
 using namespace velmorand;
@@ -36,5 +37,9 @@ Property<QByteArray> const geometry{"a/geometry"};
 Property<QUrl> const home{"a/home", QUrl(QStringLiteral("https://example.org/"))};
 Property<QDateTime> const since{"a/since"};
 Property<Qt::Orientation> const orientation{"a/orientation", Qt::Vertical};
+
+QObject window;
+QueuedListener const names{name, inThreadOf(&window),
+                           [](QString const& text) { window.setObjectName(text); }};
 
 } // namespace

@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <atomic>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -11,6 +15,8 @@
 #include <velmorand/Listener.h>
 #include <velmorand/Property.h>
 
+#include "support/BlockedThread.h"
+#include "support/ChildProcess.h"
 #include "support/RegisterProbe.h"
 
 using namespace velmorand;
@@ -26,6 +32,28 @@ std::vector<std::string> delivered(QueuedListener& changes) {
     changes.deliver([&names](std::string const& name) { names.push_back(name); });
     return names;
 }
+
+/** A loop that runs its tasks when it is told to. */
+class QueuedWithAnExecutor : public testing::Test {
+protected:
+    auto executor() {
+        return [this](std::function<void()> task) { tasks.push_back(std::move(task)); };
+    }
+    auto note() {
+        return [this](std::string const& name) { names.push_back(name); };
+    }
+
+    /** Runs the tasks that there are. Result: their number. */
+    std::size_t runTasks() {
+        auto const now = std::exchange(tasks, {});
+        for (auto const& task : now)
+            task();
+        return now.size();
+    }
+
+    std::vector<std::function<void()>> tasks;
+    std::vector<std::string> names;
+};
 
 } // namespace
 
@@ -139,4 +167,193 @@ TEST(Queued, MayBeDestroyedByItsHandler) {
         names.push_back(name);
     });
     EXPECT_THAT(names, ElementsAre("a/b", "a/c"));
+}
+
+TEST_F(QueuedWithAnExecutor, IsCalledByTheTaskAndNotBefore) {
+    QueuedListener const changes{"a", executor(), note()};
+    write("a/b", 1);
+    EXPECT_THAT(names, IsEmpty());
+    EXPECT_EQ(1U, runTasks());
+    EXPECT_THAT(names, ElementsAre("a/b"));
+}
+
+TEST_F(QueuedWithAnExecutor, IsGivenAllNamesByOneTask) {
+    QueuedListener const changes{"a", executor(), note()};
+    write("a/c", 1);
+    write("a/b", 1);
+    write("a/c", 2);
+    EXPECT_EQ(1U, runTasks());
+    EXPECT_THAT(names, ElementsAre("a/b", "a/c"));
+}
+
+TEST_F(QueuedWithAnExecutor, IsGivenWhatChangesMeanwhileByAnotherTask) {
+    QueuedListener const changes{"a", executor(), [this](std::string const& name) {
+                                     names.push_back(name);
+                                     if (names.size() == 1)
+                                         write("a/b", 2);
+                                 }};
+    write("a/b", 1);
+    EXPECT_EQ(1U, runTasks());
+    EXPECT_EQ(1U, runTasks());
+    EXPECT_EQ(0U, runTasks());
+    EXPECT_THAT(names, ElementsAre("a/b", "a/b"));
+}
+
+TEST_F(QueuedWithAnExecutor, IsCalledWithNoLockHeld) {
+    bool isFree = false;
+    QueuedListener const changes{"a", executor(),
+                                 [&](std::string const&) { isFree = support::lockIsFree(); }};
+    write("a/b", 1);
+    runTasks();
+    EXPECT_TRUE(isFree);
+}
+
+TEST_F(QueuedWithAnExecutor, LeavesOutItsSender) {
+    QueuedListener const changes{"a", executor(), note(), this};
+    write("a/b", 1, SCOPE_USER, this);
+    EXPECT_EQ(0U, runTasks());
+}
+
+TEST_F(QueuedWithAnExecutor, TakesCallablesThatOnlyMove) {
+    auto target = std::make_unique<std::string>();
+    std::string const& heard = *target;
+    QueuedListener const changes{"a",
+                                 [held = std::make_unique<int>(),
+                                  run = executor()](std::function<void()> task) { run(std::move(task)); },
+                                 [target = std::move(target)](std::string const& name) { *target = name; }};
+    write("a/b", 1);
+    runTasks();
+    EXPECT_EQ("a/b", heard);
+}
+
+TEST_F(QueuedWithAnExecutor, ReportsWhatTheHandlerThrowsAndGoesOn) {
+    QueuedListener const changes{"a", executor(), [this](std::string const& name) {
+                                     names.push_back(name);
+                                     throw std::runtime_error("no");
+                                 }};
+    write("a/b", 1);
+    write("a/c", 1);
+    testing::internal::CaptureStderr();
+    runTasks();
+    EXPECT_EQ("settings: a listener has thrown for a change of a/b: no\n"
+              "settings: a listener has thrown for a change of a/c: no\n",
+              testing::internal::GetCapturedStderr());
+    EXPECT_THAT(names, ElementsAre("a/b", "a/c"));
+    write("a/d", 1);
+    EXPECT_EQ(1U, runTasks());
+}
+
+TEST_F(QueuedWithAnExecutor, AsksAgainAfterAnExecutorThatThrew) {
+    bool isFull = true;
+    QueuedListener const changes{"a",
+                                 [&](std::function<void()> task) {
+                                     if (std::exchange(isFull, false))
+                                         throw std::runtime_error("full");
+                                     tasks.push_back(std::move(task));
+                                 },
+                                 note()};
+    EXPECT_THROW(write("a/b", 1), std::runtime_error);
+    write("a/c", 1);
+    runTasks();
+    EXPECT_THAT(names, ElementsAre("a/b", "a/c"));
+}
+
+TEST_F(QueuedWithAnExecutor, IsNotCalledOnceItIsDestroyed) {
+    auto const held = std::make_shared<int>();
+    std::optional<QueuedListener> changes;
+    changes.emplace("a", executor(), [this, held](std::string const& name) { names.push_back(name); });
+    write("a/b", 1);
+    changes.reset();
+    EXPECT_EQ(1, held.use_count()); // the function has gone, whatever the loop still has
+    EXPECT_EQ(1U, runTasks());
+    EXPECT_THAT(names, IsEmpty());
+}
+
+TEST_F(QueuedWithAnExecutor, IsNotCalledOnceAnotherIsAssigned) {
+    QueuedListener changes{"a", executor(), note()};
+    write("a/b", 1);
+    changes = QueuedListener{"c", executor(), note()};
+    write("c/d", 1);
+    EXPECT_EQ(2U, runTasks());
+    EXPECT_THAT(names, ElementsAre("c/d"));
+}
+
+TEST_F(QueuedWithAnExecutor, IsCalledAfterAMove) {
+    QueuedListener changes{"a", executor(), note()};
+    write("a/b", 1);
+    QueuedListener const moved(std::move(changes));
+    runTasks();
+    EXPECT_THAT(names, ElementsAre("a/b"));
+}
+
+TEST_F(QueuedWithAnExecutor, MayBeDestroyedInsideItsOwnCall) {
+    auto const held = std::make_shared<int>();
+    std::optional<QueuedListener> changes;
+    long uses = 0;
+    changes.emplace("a", executor(), [this, &changes, &uses, own = held](std::string const& name) {
+        names.push_back(name);
+        changes.reset();
+        uses = own.use_count(); // what the function holds lives until it returns
+    });
+    write("a/b", 1);
+    write("a/c", 1);
+    runTasks();
+    EXPECT_EQ(2, uses);
+    EXPECT_EQ(1, held.use_count());
+    EXPECT_THAT(names, ElementsAre("a/b"));
+}
+
+TEST_F(QueuedWithAnExecutor, DestroyedOnAnotherThreadWaitsForACallUnderWay) {
+    std::atomic<bool> destroyed{false};
+    bool destroyedInside = true;
+    std::optional<support::BlockedThread> destroyer;
+    std::optional<QueuedListener> changes;
+    changes.emplace("a", executor(), [&](std::string const& name) {
+        names.push_back(name);
+        destroyer.emplace([&] {
+            changes.reset();
+            destroyed = true;
+        });
+        destroyedInside = destroyed;
+    });
+    write("a/b", 1);
+    write("a/c", 1);
+    runTasks();
+    destroyer->join();
+    EXPECT_FALSE(destroyedInside);
+    EXPECT_TRUE(destroyed);
+    EXPECT_THAT(names, ElementsAre("a/b"));
+}
+
+TEST_F(QueuedWithAnExecutor, DestroyedInAForkedChildDoesNotWaitForTheParentsThreads) {
+    std::optional<QueuedListener> changes;
+    changes.emplace("a", executor(), [&](std::string const&) {
+        std::thread([&] {
+            EXPECT_EQ(0, support::inChild([&] { changes.reset(); }, support::Leave::atOnce));
+        }).join();
+    });
+    write("a/b", 1);
+    runTasks();
+}
+
+TEST_F(QueuedWithAnExecutor, IsCalledAgainInsideALoopOfItsOwn) {
+    QueuedListener const changes{"a", executor(), [this](std::string const& name) {
+                                     names.push_back(name + " begins");
+                                     if (name == "a/b") {
+                                         write("a/c", 1);
+                                         runTasks();
+                                     }
+                                     names.push_back(name + " ends");
+                                 }};
+    write("a/b", 1);
+    runTasks();
+    EXPECT_THAT(names, ElementsAre("a/b begins", "a/c begins", "a/c ends", "a/b ends"));
+}
+
+TEST_F(QueuedWithAnExecutor, HearsEverything) {
+    QueuedListener const changes{everything, executor(), note()};
+    write("a/b", 1);
+    write("c", 1);
+    runTasks();
+    EXPECT_THAT(names, ElementsAre("a/b", "c"));
 }

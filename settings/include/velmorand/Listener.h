@@ -14,13 +14,31 @@
 /**
  * Listeners that unregister themselves when they are destroyed.
  *
+ *     Listener drawing{"editor", [](std::string const& name) { markAsOutOfDate(name); }};
+ *     Listener fonts{settings::size, [](double size) { setSize(size); }};
+ *     QueuedListener shown{settings::size, inThreadOf(&window), [&](double size) { window.resizeText(size); }};
+ *
  * A `Listener` is called at once, on the thread that made the change, with the settings' lock held: for short
- * work, such as marking something as out of date. A `QueuedListener` collects the names and delivers them when
- * the program's own loop asks, with no lock held: for everything else, and whenever the work takes a lock,
+ * work, such as marking something as out of date. A `QueuedListener` collects the names and delivers them later, on the
+ * thread of the program's own loop, with no lock held: for everything else, and whenever the work takes a lock,
  * waits, or belongs to one thread, as a user interface does.
  *
+ * **Keys.** A key is the name of a property, or that of a group for everything in it; it need not exist. Doubled, leading
+ * and trailing "/" mean nothing, and the empty key, `everything`, is the group of all settings. No property can have a
+ * level "." or "..", so a listener under such a key is never called.
+ *
+ * This library announces names without such extra "/", but a program that writes through `_Register` announces a name as
+ * it wrote it. A "/" at the end makes no difference. If the name has a doubled "/", only listeners to the groups before it
+ * are notified; if it begins with a "/", only those to everything.
+ *
+ * **Changes.** Each listener hears a change once, whoever makes it: this library, the writers of `_Register`, another
+ * program. What is changed by other operations of `_Register`, such as `delProperty`, `load` and those of the file system,
+ * is heard when `markAsChanged` announces it. Listeners to everything do not hear a name whose first level is not valid
+ * UTF-8, nor one that `markAsChanged` announces although its first level has never been in any scope since the listener
+ * was created.
+ *
  * Create a `LiveSettings` first, or call `initialize`: creating a listener opens the register, and without either it
- * opens without its files. Keys are compared with names byte by byte, as `_Register::addCallback` describes.
+ * opens without its files.
  *
  * A listener may be created in one module of a program and destroyed in another; a plug-in's listeners are gone
  * when they are destroyed, so the plug-in may be unloaded after that. After the register's end, while the
@@ -31,10 +49,48 @@
  */
 namespace velmorand {
 
+template <class T>
+class Property;
+
+/** The key of all settings. */
+inline constexpr char const* everything = "";
+
+/**
+ * Takes a task and has the program's loop run it later, once, on the thread on which the handler is to be called.
+ * `inThreadOf` (velmorand/QtThread.h) returns one for an event loop of Qt.
+ */
+using Executor = std::function<void(std::function<void()> task)>;
+
+namespace detail {
+
+/** What stands where a handler may stand: the address of a sender. */
+template <class Argument>
+inline constexpr bool isSender = std::is_convertible_v<Argument, void*>;
+
+/** A function of a name, as one that gives another function the property's value. */
+template <class T, class Call>
+std::function<void(std::string const&)> withValueOf(Property<T> const& property, Call&& call) {
+    static_assert(std::is_invocable_v<std::decay_t<Call>&, T const&>,
+                  "a listener to a property is called with its value");
+    return [property, call = asFunction<void(T const&)>(std::forward<Call>(call))](std::string const&) {
+        call(property.get());
+    };
+}
+
+template <class Call>
+std::function<void(std::string const&)> withName(Call&& call) {
+    static_assert(std::is_invocable_v<std::decay_t<Call>&, std::string const&>,
+                  "a listener is called with the name of the property");
+    return asFunction<void(std::string const&)>(std::forward<Call>(call));
+}
+
+} // namespace detail
+
 /**
  * Calls a function whenever a property changes, for as long as this object lives.
  *
  *     Listener listener{"editor", [](std::string const& name) { std::cout << name << " changed\n"; }};
+ *     Listener everyone{everything, [](std::string const& name) { std::cout << name << " changed\n"; }};
  *
  * It may be destroyed at any time: on any thread, waiting for a call that is running on another; inside its own
  * call, in which case the function lives until it returns; and at exit, after the register.
@@ -46,55 +102,107 @@ public:
     Listener() noexcept;
 
     /**
-     * Listens to the property or group `key` and calls `call(name)` with the name as its writer gave it.
+     * Listens to the property or group `key` and calls `call(name)` with the name as its writer gave it. The listeners to
+     * the property are called first, then those to its groups, innermost first, each in the order of their creation;
+     * those to everything come with those to the outermost group.
      * Changes made with `sender` are left out, unless it is null. Exceptions of the call reach the writer; those for a
      * change by another program are written on standard error (`LiveSettings.h`).
+     * Cost: a listener to everything takes about 100 bytes for each first level of a name that there is or has been while
+     * any such listener existed.
      */
     template <class Call>
     Listener(std::string const& key, Call&& call, void* sender = nullptr)
-        : Listener(key, detail::asFunction<void(std::string const&)>(std::forward<Call>(call)), sender,
-                   Checked()) {
-        static_assert(std::is_invocable_v<std::decay_t<Call>&, std::string const&>,
-                      "a listener is called with the name of the property");
-    }
+        : Listener(key, Hears::group, detail::withName(std::forward<Call>(call)), sender) {}
+
+    /**
+     * Listens to the property and calls `call(property.get())` whenever it is written or removed, in whatever scope,
+     * even if the value in force is the same as before. A function that computes the fallback is called with the
+     * settings' lock held here, and what it throws is treated like an exception of the call.
+     * Otherwise as above. Needs velmorand/Property.h.
+     * Owner: the listener keeps a copy of the property, and so its declaration.
+     */
+    template <class T, class Call>
+    Listener(Property<T> const& property, Call&& call, void* sender = nullptr)
+        : Listener(property.name(), Hears::property, detail::withValueOf(property, std::forward<Call>(call)),
+                   sender) {}
 
     Listener(Listener&& other) noexcept;
     Listener& operator=(Listener&& other) noexcept;
     ~Listener();
 
 private:
-    class Entry;
-    struct Checked {};
+    friend class QueuedListener;
 
-    Listener(std::string const& key, std::function<void(std::string const&)> call, void* sender,
-             Checked checked);
+    class Entry;
+    using Function = std::function<void(std::string const&)>;
+
+    /** What of a key: the property or group and everything in it, or the property only. */
+    enum class Hears { group, property };
+
+    Listener(std::string const& key, Hears hears, Function call, void* sender);
 
     std::shared_ptr<Entry> _entry;
 };
 
 /**
- * Collects the names of properties that change, each once, until they are delivered. An object that has been
- * moved from may only be destroyed or assigned to.
+ * Collects the names of properties that change, each once, until they are delivered: by the program's loop, which calls
+ * `deliver`, or by an executor. An object that has been moved from may only be destroyed or assigned to.
  *
  *     QueuedListener changes{"editor", [&loop] { loop.wake(); }};
  *     changes.deliver([](std::string const& name) { show(name); }); // in the loop
+ *
+ *     QueuedListener shown{"editor", inThreadOf(&window), [](std::string const& name) { show(name); }};
+ *
+ * Once it has been destroyed, an executor's handler is not called any more, whatever tasks the executor still has. It may
+ * be destroyed on any thread: on that of the executor, or inside the handler, which then lives until it returns, without
+ * waiting; on another thread the destructor waits for a call of the handler that is running. So hold no lock there that
+ * the handler takes, nor the settings' lock if the handler uses the settings. Assigning to it is the same.
  *
  * Locks: creating and destroying it takes the settings' lock. Everything else takes only a lock of its own, for
  * a few instructions, so it is safe whatever else is locked.
  */
 class VELMORAND_SETTINGS_EXPORT QueuedListener {
 public:
+    ///@{
+    /** Collects changes of the property or in the group `key`, or of one declared property. */
     explicit QueuedListener(std::string const& key) : QueuedListener(key, [] {}) {}
+    template <class T>
+    explicit QueuedListener(Property<T> const& property) : QueuedListener(property, [] {}) {}
+    ///@}
 
+    ///@{
     /**
-     * Collects changes of the property or in the group `key`, except those made with `sender`, unless it is
-     * null. `wake()` is called at the first change, and at the first after each `deliver`, on the thread that
-     * made the change, with the settings' lock held: it should only set a flag or post an event. If it throws,
-     * the writer gets the exception and the next change calls it again.
+     * Collects them except those made with `sender`, unless it is null. `wake()` is called at the first change, and at
+     * the first after each `deliver`, on the thread that made the change, with the settings' lock held: it should only
+     * set a flag or post an event. If it throws, the writer gets the exception and the next change calls it again.
      */
     template <class Wake>
     QueuedListener(std::string const& key, Wake&& wake, void* sender = nullptr)
-        : QueuedListener(key, detail::asFunction<void()>(std::forward<Wake>(wake)), sender, Checked()) {}
+        : QueuedListener(key, Listener::Hears::group, waking(std::forward<Wake>(wake)), nullptr, sender) {}
+    template <class T, class Wake>
+    QueuedListener(Property<T> const& property, Wake&& wake, void* sender = nullptr)
+        : QueuedListener(property.name(), Listener::Hears::property, waking(std::forward<Wake>(wake)),
+                         nullptr, sender) {}
+    ///@}
+
+    ///@{
+    /**
+     * Delivers the changes without being asked: `executor(task)` is called as `wake` is, and `task()` calls `handle(name)` for each
+     * name collected so far, in byte order, or `handle(property.get())` once, with no lock held. Changes that are made
+     * meanwhile are delivered by the next task. What the handler throws is written on standard error, and the next name
+     * is delivered; so `task()` throws nothing. If the executor runs tasks on several threads, the handler is called on
+     * several threads at once. If it drops a task, nothing more is delivered.
+     */
+    template <class Execute, class Handle, std::enable_if_t<!detail::isSender<Handle>, int> = 0>
+    QueuedListener(std::string const& key, Execute&& executor, Handle&& handle, void* sender = nullptr)
+        : QueuedListener(key, Listener::Hears::group, executing(std::forward<Execute>(executor)),
+                         detail::withName(std::forward<Handle>(handle)), sender) {}
+    template <class T, class Execute, class Handle, std::enable_if_t<!detail::isSender<Handle>, int> = 0>
+    QueuedListener(Property<T> const& property, Execute&& executor, Handle&& handle, void* sender = nullptr)
+        : QueuedListener(property.name(), Listener::Hears::property,
+                         executing(std::forward<Execute>(executor)),
+                         detail::withValueOf(property, std::forward<Handle>(handle)), sender) {}
+    ///@}
 
     QueuedListener(QueuedListener&& other) noexcept;
     QueuedListener& operator=(QueuedListener&& other) noexcept;
@@ -114,13 +222,36 @@ public:
         return deliverTo(std::ref(handle));
     }
 
+    /**
+     * Calls `handle(property.get())` if the property has changed: for the listener to one property.
+     * Result: the number of calls. Otherwise as above.
+     */
+    template <class T, class Handle>
+    std::size_t deliver(Property<T> const& property, Handle&& handle) {
+        return deliverTo([&](std::string const&) { handle(property.get()); });
+    }
+
 private:
     class Queue;
-    struct Checked {};
+    using Handler = std::function<void(std::string const&)>;
 
-    QueuedListener(std::string const& key, std::function<void()> wake, void* sender, Checked checked);
+    template <class Wake>
+    static Executor waking(Wake&& wake) {
+        static_assert(std::is_invocable_v<std::decay_t<Wake>&>, "a queued listener wakes by a call");
+        return [call = detail::asFunction<void()>(std::forward<Wake>(wake))](auto const&) { call(); };
+    }
 
-    std::size_t deliverTo(std::function<void(std::string const&)> const& handle);
+    template <class Execute>
+    static Executor executing(Execute&& executor) {
+        static_assert(std::is_invocable_v<std::decay_t<Execute>&, std::function<void()>>,
+                      "an executor is called with a std::function<void()>");
+        return detail::asFunction<void(std::function<void()>)>(std::forward<Execute>(executor));
+    }
+
+    QueuedListener(std::string const& key, Listener::Hears hears, Executor executor, Handler handler,
+                   void* sender);
+
+    std::size_t deliverTo(Handler const& handle);
 
     std::shared_ptr<Queue> _queue;
     Listener _listener;

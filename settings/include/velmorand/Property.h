@@ -201,7 +201,7 @@ public:
 
     /**
      * With a fallback that `compute()` returns. It is called whenever the fallback is needed, on the thread that needs
-     * it, and never by the library while it holds a lock.
+     * it, and never by the library while it holds a lock, except for a `Listener` to the property.
      */
     template <class Call, class... Details, std::enable_if_t<isCall<Call>, int> = 0>
     Property(std::string name, Call compute, Details... details)
