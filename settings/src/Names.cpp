@@ -69,6 +69,11 @@ std::string const& propertyName(std::string const& name, std::string& storage) {
     return storage;
 }
 
+std::string groupOf(std::string const& name) {
+    std::size_t const slash = name.rfind('/');
+    return name.substr(0, slash == std::string::npos ? 0 : slash);
+}
+
 bool isIn(std::string const& name, std::string const& group) {
     return name.size() > group.size() && name[group.size()] == '/' &&
            name.compare(0, group.size(), group) == 0;

@@ -21,6 +21,9 @@ namespace velmorand {
  */
 [[nodiscard]] std::string const& propertyName(std::string const& name, std::string& storage);
 
+/** The group around a clean name; empty for a name of one level. */
+[[nodiscard]] std::string groupOf(std::string const& name);
+
 /** Whether a clean name is below another. */
 [[nodiscard]] bool isIn(std::string const& name, std::string const& group);
 
