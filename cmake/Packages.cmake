@@ -2,17 +2,21 @@
 #
 # The Debian packages that `cpack` makes of the install components; scripts/package is the whole way. They are for
 # a build with the preset `package`: the prefix /usr, where the libraries lie in the system's directory and need no
-# RPATH. `tool` is there when the command-line tool is built.
+# RPATH. `tool` is there when the command-line tool is built, `import` when a program that reads another store is.
 include(CPackComponent)
 
 set(packages_library libvelmorand-register${PROJECT_VERSION_MAJOR})
 set(packages_development libvelmorand-register-dev)
 set(packages_tool velmorand-register)
+set(packages_import velmorand-register-import)
 
 set(CPACK_COMPONENTS_ALL library development)
 get_cmake_property(components COMPONENTS)
 if(tool IN_LIST components)
   list(APPEND CPACK_COMPONENTS_ALL tool)
+endif()
+if(import IN_LIST components)
+  list(APPEND CPACK_COMPONENTS_ALL import)
 endif()
 
 set(CPACK_GENERATOR DEB)
@@ -70,6 +74,15 @@ set(CPACK_DEBIAN_TOOL_DESCRIPTION "${about}
 .
 This package holds a tool that shows, checks and changes register files.")
 set(CPACK_COMPONENT_TOOL_DEPENDS library)
+set(CPACK_DEBIAN_TOOL_PACKAGE_SUGGESTS ${packages_import})
+
+set(CPACK_DEBIAN_IMPORT_PACKAGE_NAME ${packages_import})
+set(CPACK_DEBIAN_IMPORT_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_IMPORT_DESCRIPTION "${about}
+.
+This package holds what applications and the tool need to take over settings of
+KConfig and dconf.")
+set(CPACK_COMPONENT_IMPORT_DEPENDS library)
 
 # What Debian wants in every package's documentation directory. Only the packages have it, not an installation.
 string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC) # that of SOURCE_DATE_EPOCH, when it is set

@@ -1,10 +1,11 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
 #
-# usage: packages.sh LIBRARY-DIRECTORY MAJOR-VERSION VERSION TOOL
+# usage: packages.sh LIBRARY-DIRECTORY MAJOR-VERSION VERSION TOOL [STORE]...
 #
 # cpack makes the Debian packages, each with the files that belong into it and no others, so that no file is in two. The
-# libraries lie in LIBRARY-DIRECTORY; TOOL says whether there is a command-line tool (1 or 0).
+# libraries lie in LIBRARY-DIRECTORY; TOOL says whether there is a command-line tool (1 or 0). Settings of the
+# STOREs can be imported by programs of their own.
 set -eu
 export LC_ALL=C
 . "$(dirname "$0")/temporary-directory.sh"
@@ -13,6 +14,7 @@ libraries=usr/$1
 major=$2
 version=$3
 tool=$4
+shift 4
 
 "$CPACK" --config "$BUILD_DIR/CPackConfig.cmake" -B "$work" >"$work/cpack.log" 2>&1 || {
     cat "$work/cpack.log"
@@ -61,6 +63,13 @@ if [ "$tool" -eq 1 ]; then
     } | sort >"$work/velmorand-register.expected"
 fi
 
+if [ $# -gt 0 ]; then
+    {
+        documents velmorand-register-import
+        printf "$libraries/velmorand-register/import-%s\n" "$@"
+    } | sort >"$work/velmorand-register-import.expected"
+fi
+
 contents() { # DEB
     dpkg-deb --fsys-tarfile "$1" | tar t | grep -v '/$' | sed 's,^\./,,' | sort
 }
@@ -75,7 +84,7 @@ for deb in "$work"/*.deb; do
         grep -q -x "$library (= $(dpkg-deb -f "$deb" Version))" "$work/$package.depends"
     fi
 done
-test "$made" -eq $((2 + tool))
+test "$made" -eq $((2 + tool + ($# > 0)))
 
 grep -q '^libqt[56]core' "$work/$library.depends"
 grep -q '^libcbor' "$work/$library.depends"

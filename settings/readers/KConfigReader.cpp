@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Reads a file of KConfig.
+
+#include <cstdlib>
+
+#include <KConfig>
+#include <KConfigGroup>
+#include <QLoggingCategory>
+
+#include "Answer.h"
+
+namespace {
+
+using reader::Answer;
+
+QString firstComplaint; ///< of the parser
+
+void takeComplaint(QtMsgType /*type*/, QMessageLogContext const& /*context*/, QString const& message) {
+    // The parser goes on after a bad line; the message gives its file and its number.
+    if (firstComplaint.isEmpty())
+        firstComplaint = message.mid(qMax(0, message.indexOf("line "))).remove("\" ").trimmed();
+}
+
+void readGroup(KConfigGroup const& group, QStringList const& path, Answer& answer) {
+    constexpr int deepest = 100; // the time that KConfig takes grows with the third power
+    if (path.size() > deepest)
+        throw reader::Error{QString("groups within groups, more than %1 levels deep").arg(deepest)};
+    for (QString const& key : group.keyList())
+        answer.addText(path + QStringList{key}, group.readEntry(key, QString()),
+                       group.readEntry(key, QStringList()));
+    for (QString const& inner : group.groupList())
+        readGroup(group.group(inner), path + QStringList{inner}, answer);
+}
+
+void readStore(QString const& path, Answer& answer) {
+    ::unsetenv("QT_LOGGING_RULES");
+    qInstallMessageHandler(takeComplaint);
+    QLoggingCategory::setFilterRules("*.warning=true");
+    KConfig const config(path, KConfig::SimpleConfig);
+    if (!firstComplaint.isEmpty())
+        throw reader::Error{firstComplaint};
+    readGroup(config.group(QString()), {}, answer);
+    for (QString const& group : config.groupList())
+        if (group != "<default>")
+            readGroup(config.group(group), {group}, answer);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    return reader::answer(argc, argv, readStore);
+}

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "velmorand/AnyValue.h"
+#include "velmorand/Import.h"
+
+/** Reading other stores. Errors: `utils::Exception` with the reason, without the path. */
+namespace velmorand::import {
+
+/** A setting as it is in its store. */
+struct Found {
+    std::vector<std::string> path; ///< its levels, any text each, the outermost first
+    std::optional<AnyValue> value; ///< of the natural kind; none if there is a problem
+    std::optional<std::vector<std::string>>
+        list{}; ///< the elements, if the store can read the value as a list
+    std::string problem{};
+};
+
+/** Whether a source is a directory of the user's dconf database, not a file. */
+[[nodiscard]] inline bool isDatabaseDirectory(ImportSource const& source) {
+    std::string const& path = source.path;
+    return source.store == Store::dconf && !path.empty() && path.front() == '/' && path.back() == '/';
+}
+
+/** The content of a regular file, which is UTF-8. */
+[[nodiscard]] std::string readText(std::string const& path);
+
+[[nodiscard]] std::vector<Found> readIni(std::string const& path);
+[[nodiscard]] std::vector<Found> readJson(std::string const& path);
+
+/** Reads with the program import-NAME, which is installed beside this library. */
+[[nodiscard]] std::vector<Found> readByProgram(std::string const& name, std::string const& path);
+
+} // namespace velmorand::import

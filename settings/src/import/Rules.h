@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <optional>
+#include <string>
+
+#include "velmorand/Import.h"
+
+namespace velmorand {
+
+/** The rules of a map, by the old names. */
+struct ImportMap::Rules {
+    struct Rule {
+        std::optional<std::string> name; ///< the new name; none to drop it
+        std::optional<std::size_t> kind; ///< an index of `kindNames`
+        std::size_t line;
+    };
+
+    /** What becomes of a setting. */
+    struct Target {
+        std::optional<std::string> name;
+        std::optional<std::size_t> kind;
+    };
+
+    [[nodiscard]] Target targetOf(std::string const& from) const;
+
+    std::map<std::string, Rule> settings;
+    std::map<std::string, Rule> groups; ///< the group of all settings is ""
+};
+
+} // namespace velmorand
