@@ -38,6 +38,8 @@ offers 'check delete diff export get import list lock restore set unlock watch' 
 offers 'diff' velmorand-register --user user di
 offers '--user' velmorand-register get --u
 offers '--replace' velmorand-register import --r
+offers 'dconf ini json kconfig' velmorand-register import --from ''
+offers '--dry-run' velmorand-register import --from ini --d
 offers 'bin user' velmorand-register --user ''
 offers 'temporary' velmorand-register --scope t
 offers '' velmorand-register --wait ''

@@ -3,21 +3,18 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <iostream>
 #include <iterator>
 #include <sstream>
 #include <string_view>
 #include <system_error>
 
-#include <filesystem/PrivateDirectory.h>
-
 #include "Catalogues.h"
 #include "Changes.h"
 #include "Copies.h"
+#include "Edit.h"
 #include "Exchange.h"
 #include "Expectation.h"
 #include "InForce.h"
@@ -31,62 +28,6 @@
 namespace tool {
 
 namespace {
-
-/** Makes the user's own directory, for the user alone. Errors: `Failure` with the directory that cannot be made. */
-void makeDirectory(std::string const& path) {
-    if (filesystem::makePrivateDirectories(path))
-        return;
-    int const error = errno;
-    std::filesystem::path made;
-    std::error_code ignored;
-    for (std::filesystem::path const& name : std::filesystem::path(path))
-        if (made /= name; !std::filesystem::is_directory(made, ignored))
-            break;
-    throw Failure(Status::fileTrouble, "cannot create the directory " + made.string() + ": " +
-                                           std::generic_category().message(error));
-}
-
-/**
- * Waits for the lock on a register directory, under which applications and other instances of this program replace
- * the files in it. Errors: `Failure` when that takes too long, or the directory cannot be opened.
- */
-void take(filesystem::DirectoryLock& lock, Directory const& directory, std::chrono::seconds patience) {
-    using Outcome = filesystem::DirectoryLock::Outcome;
-    Outcome const outcome = lock.take(directory.path, patience);
-    if (outcome == Outcome::taken)
-        return;
-    throw Failure(Status::fileTrouble,
-                  "nothing changed: " + directory.path + ": " +
-                      (outcome == Outcome::failed
-                           ? std::generic_category().message(errno)
-                           : "locked by another process for more than " + std::to_string(patience.count()) +
-                                 " s (end that process, or wait longer with --wait SECONDS)"));
-}
-
-using Change = std::function<void(Settings&)>;
-
-/**
- * Loads the register file, changes the settings, and saves them, while no other process replaces the file. The
- * file stays untouched when nothing changes.
- */
-void edit(Places const& places, Change const& change) {
-    Directory const directory = theDirectory(places);
-    RegisterFile const file = fileIn(directory);
-    if (std::error_code ignored; !directory.isNamed && !std::filesystem::exists(directory.path, ignored)) {
-        Settings nothing;
-        change(nothing); // a change that fails creates no directory
-        makeDirectory(directory.path);
-    }
-    filesystem::DirectoryLock lock;
-    take(lock, directory, places.patience);
-    Settings before;
-    bool const isThere = file.load(before).isThere;
-    Settings after;
-    file.load(after);
-    change(after);
-    if (!isThere || !areEqual(before, after))
-        file.save(after);
-}
 
 std::string propertyName(std::string const& name) {
     std::string clean = cleanName(name);

@@ -56,15 +56,6 @@ private:
     std::string _damage;
 };
 
-void append(std::string& record, std::uint64_t bits, std::size_t size) {
-    for (std::size_t i = 0; i < size; ++i)
-        record += static_cast<char>(bits >> 8 * i & 0xFFU);
-}
-
-void append(std::string& record, std::size_t count) {
-    append(record, static_cast<std::uint32_t>(count), 4);
-}
-
 template <class T>
 struct Field;
 
@@ -78,10 +69,6 @@ struct Field<std::string> {
         }
         return std::string(reader.take(static_cast<std::size_t>(length)));
     }
-    static void write(std::string& record, std::string const& value) {
-        append(record, value.size());
-        record += value;
-    }
 };
 
 template <>
@@ -92,32 +79,22 @@ struct Field<double> {
         std::memcpy(&value, &bits, sizeof value);
         return value;
     }
-    static void write(std::string& record, double value) {
-        std::uint64_t bits = 0;
-        std::memcpy(&bits, &value, sizeof bits);
-        append(record, bits, sizeof bits);
-    }
 };
 
 template <>
 struct Field<int> {
     static int read(Reader& reader) { return reader.integer(); }
-    static void write(std::string& record, int value) {
-        append(record, static_cast<std::uint32_t>(value), 4);
-    }
 };
 
 template <>
 struct Field<bool> {
     static bool read(Reader& reader) { return reader.bits(1) != 0; }
-    static void write(std::string& record, bool value) { append(record, value ? 1 : 0, 1); }
 };
 
 /** How a kind of value stands in a record, after its tags. */
 template <class T>
 struct Payload {
     static std::optional<Value> read(Reader& reader) { return Field<T>::read(reader); }
-    static void write(std::string& record, T const& value) { Field<T>::write(record, value); }
 };
 
 template <class T>
@@ -138,11 +115,6 @@ struct Payload<std::vector<T>> {
         for (std::size_t i = 0; i < elements; ++i)
             values.push_back(Field<T>::read(reader));
         return values;
-    }
-    static void write(std::string& record, std::vector<T> const& values) {
-        append(record, values.size());
-        for (auto&& value : values)
-            Field<T>::write(record, value);
     }
 
 private:
@@ -190,15 +162,7 @@ Reading decode(std::string_view record) {
 }
 
 std::string encode(Value const& value) {
-    std::string record;
-    std::size_t const kind = value.index();
-    if (kind >= tags.size())
-        record += listTag;
-    record += tags[kind % tags.size()];
-    std::visit(
-        [&record](auto const& content) { Payload<std::decay_t<decltype(content)>>::write(record, content); },
-        value);
-    return record;
+    return velmorand::recordOf(value);
 }
 
 } // namespace tool

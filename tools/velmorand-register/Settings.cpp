@@ -12,7 +12,7 @@ namespace {
 
 namespace direct = filesystem::direct;
 
-constexpr char const* top = "user";
+constexpr char const* top = Settings::directory;
 
 QString pathOf(std::string const& name) {
     return toQString('/' + std::string(top) + '/' + name);

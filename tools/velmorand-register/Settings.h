@@ -57,6 +57,10 @@ public:
     /** Removes a property, or a group with everything in it; the empty name removes everything. */
     void remove(std::string const& name);
 
+    /** The file system that they are in, and their directory there. */
+    [[nodiscard]] filesystem::RAMFileSystem& files() noexcept { return *_files; }
+    static constexpr char const* directory = "user";
+
     /** Replaces the settings by those that a register file holds. Errors: as `RAMFileSystem::unserialize`. */
     void read(filesystem::FileHandle& file);
 

@@ -2,11 +2,9 @@
 #include "Value.h"
 
 #include <algorithm>
-#include <charconv>
-#include <cmath>
 #include <iterator>
-#include <system_error>
-#include <utility>
+
+#include <utils/Exception.h>
 
 #include "Failure.h"
 
@@ -14,119 +12,52 @@ namespace tool {
 
 namespace {
 
-/** Parses all of a text. `what` and its range are for the message. */
-template <class T>
-T parseDigits(std::string const& text, char const* what, char const* range) {
-    T value{};
-    auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error == std::errc::result_out_of_range && end == text.data() + text.size())
-        throw Failure(Status::misuse, text + " is out of range for " + what + range);
-    if (error != std::errc() || end != text.data() + text.size())
-        throw Failure(Status::misuse, "\"" + text + "\" is not " + what);
-    return value;
+constexpr std::size_t singles = kindNames.size() / 2; // the lists' kinds follow
+
+std::size_t requiredKind(std::string const& name) {
+    std::size_t const kind = velmorand::kindIndex(name);
+    if (kind != kindNames.size())
+        return kind;
+    std::string all;
+    for (char const* const known : kindNames)
+        all += (all.empty() ? "" : ", ") + std::string(known);
+    throw WrongCall("no such kind: " + name + " (kinds: " + all + ")");
 }
 
 template <class T>
-struct Element;
-
-template <>
-struct Element<std::string> {
-    static std::string parse(std::string const& text) { return text; }
-    static std::string text(std::string const& value) { return value; }
-};
-
-template <>
-struct Element<double> {
-    static double parse(std::string const& text) { return parseDigits<double>(text, "a number", ""); }
-    static std::string text(double value) {
-        if (std::isnan(value))
-            return "nan";
-        std::array<char, 32> digits{}; // the longest takes 24
-        return {digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr};
-    }
-};
-
-template <>
-struct Element<int> {
-    static int parse(std::string const& text) {
-        return parseDigits<int>(text, "an integer", " (-2147483648 to 2147483647)");
-    }
-    static std::string text(int value) { return std::to_string(value); }
-};
-
-template <>
-struct Element<bool> {
-    static bool parse(std::string const& text) {
-        if (text != "true" && text != "false")
-            throw Failure(Status::misuse, "\"" + text + "\" is not a boolean (use true or false)");
-        return text == "true";
-    }
-    static std::string text(bool value) { return value ? "true" : "false"; }
-};
-
-/** How a kind of value is made from its elements' texts, and the other way round. */
-template <class T>
-struct Form {
-    static Value parse(std::vector<std::string> const& texts) {
-        if (texts.empty())
-            throw WrongCall("VALUE is missing");
-        if (texts.size() > 1)
-            throw WrongCall("too many values: only a list takes more than one");
-        return Element<T>::parse(texts.front());
-    }
-    static std::vector<std::string> texts(T const& value) { return {Element<T>::text(value)}; }
-    static std::vector<Value> elements(T const& value) { return {value}; }
-};
+std::vector<Value> elements(T const& value) {
+    return {value};
+}
 
 template <class T>
-struct Form<std::vector<T>> {
-    static Value parse(std::vector<std::string> const& texts) {
-        std::vector<T> values;
-        std::transform(texts.begin(), texts.end(), std::back_inserter(values), Element<T>::parse);
-        return values;
-    }
-    static std::vector<std::string> texts(std::vector<T> const& values) {
-        std::vector<std::string> texts;
-        std::transform(values.begin(), values.end(), std::back_inserter(texts), Element<T>::text);
-        return texts;
-    }
-    static std::vector<Value> elements(std::vector<T> const& values) {
-        std::vector<Value> elements;
-        std::transform(values.begin(), values.end(), std::back_inserter(elements),
-                       [](T const& value) { return Value(value); });
-        return elements;
-    }
-};
-
-template <std::size_t... Kinds>
-Value parseAs(std::size_t kind, std::vector<std::string> const& texts,
-              std::index_sequence<Kinds...> /*all*/) {
-    constexpr std::array parsers{&Form<std::variant_alternative_t<Kinds, Value>>::parse...};
-    return parsers.at(kind)(texts);
+std::vector<Value> elements(std::vector<T> const& values) {
+    std::vector<Value> elements;
+    std::transform(values.begin(), values.end(), std::back_inserter(elements),
+                   [](T const& value) { return Value(value); });
+    return elements;
 }
 
 } // namespace
 
 Value parseValue(std::string const& kind, std::vector<std::string> const& texts) {
-    auto const* const found = std::find(kindNames.begin(), kindNames.end(), kind);
-    if (found == kindNames.end()) {
-        std::string all;
-        for (char const* const name : kindNames)
-            all += (all.empty() ? "" : ", ") + std::string(name);
-        throw WrongCall("no such kind: " + kind + " (kinds: " + all + ")");
+    std::size_t const index = requiredKind(kind);
+    if (index < singles && texts.empty())
+        throw WrongCall("VALUE is missing");
+    if (index < singles && texts.size() > 1)
+        throw WrongCall("too many values: only a list takes more than one");
+    try {
+        return velmorand::valueOf(index, texts);
+    } catch (utils::Exception const& error) {
+        throw Failure(Status::misuse, error.what());
     }
-    return parseAs(static_cast<std::size_t>(found - kindNames.begin()), texts,
-                   std::make_index_sequence<kindNames.size()>());
 }
 
 std::vector<std::string> elementTexts(Value const& value) {
-    return std::visit(
-        [](auto const& content) { return Form<std::decay_t<decltype(content)>>::texts(content); }, value);
+    return velmorand::textsOf(value);
 }
 
 std::vector<Value> elementsOf(Value const& value) {
-    return std::visit(
-        [](auto const& content) { return Form<std::decay_t<decltype(content)>>::elements(content); }, value);
+    return std::visit([](auto const& content) { return elements(content); }, value);
 }
 
 } // namespace tool

@@ -1,20 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <array>
 #include <string>
-#include <variant>
 #include <vector>
+
+#include <velmorand/AnyValue.h>
 
 namespace tool {
 
-/** A property's value, of one of the eight kinds. */
-using Value = std::variant<std::string, double, int, bool, std::vector<std::string>, std::vector<double>,
-                           std::vector<int>, std::vector<bool>>;
+using velmorand::kindNames;
 
-/** The kinds' names, in the order of `Value`. */
-constexpr std::array<char const*, std::variant_size_v<Value>> kindNames{
-    "string", "number", "integer", "boolean", "strings", "numbers", "integers", "booleans"};
+/** A property's value, of one of the eight kinds. */
+using Value = velmorand::AnyValue;
 
 /**
  * The value of a kind that texts, one for each element, give.

@@ -32,7 +32,7 @@ _velmorand_register() {
             catalogues+=("${words[i]}" "${words[i + 1]/#\~/$HOME}")
             ((i++))
             ;;
-        --wait) ((i++)) ;;
+        --wait | --from | --map) ((i++)) ;;
         --user=* | --global=* | --scope=*) places+=("${words[i]}") ;;
         --catalogue=*) catalogues+=("${words[i]}") ;;
         --declared) declared=1 ;;
@@ -46,8 +46,12 @@ _velmorand_register() {
         _filedir -d
         return
         ;;
-    --catalogue)
+    --catalogue | --map)
         _filedir
+        return
+        ;;
+    --from)
+        COMPREPLY=($(compgen -W 'ini kconfig dconf json' -- "$cur"))
         return
         ;;
     --scope)
@@ -62,7 +66,7 @@ _velmorand_register() {
     '') options+=' --version' ;;
     list) options+=' --recursive --long --declared' ;;
     set) options+=' --force' ;;
-    import) options+=' --replace' ;;
+    import) options+=' --replace --from --map --overwrite --dry-run' ;;
     check) options+=' --declared' ;;
     esac
     if [[ $cur == -* ]]; then

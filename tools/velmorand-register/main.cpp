@@ -187,10 +187,21 @@ private:
             add("export", "Print settings as JSON", [this] { return tool::exportGroup(_places, _group); });
         exporting->add_option("GROUP", _group, "The group [the outermost]")->type_name("");
 
-        auto* const importing = add("import", "Set everything that a JSON file holds, or nothing",
-                                    [this] { return tool::import(_places, _file, _isReplacing); });
-        importing->add_option("FILE", _file, "The JSON; - for standard input")->required()->type_name("");
+        auto* const importing =
+            add("import", "Set everything that a JSON file holds, or take over another store",
+                [this] { return import(); });
+        importing->add_option("FILE", _moving.file, "The JSON, or the other store; - for standard input")
+            ->required()
+            ->type_name("");
         importing->add_flag("--replace", _isReplacing, "Remove all other settings");
+        importing
+            ->add_option("--from", _store,
+                         "The store that the file is of: ini (QSettings), kconfig,\ndconf, json (any object)")
+            ->type_name("STORE");
+        importing->add_option("--map", _moving.map, "With --from: the new names and kinds")
+            ->type_name("FILE");
+        importing->add_flag("--overwrite", _moving.isOverwriting, "With --from: replace values that are set");
+        importing->add_flag("--dry-run", _moving.isDryRun, "With --from: only print what would be set");
     }
 
     void addFiles() {
@@ -220,6 +231,16 @@ private:
             [this] { return tool::watch(_places); });
     }
 
+    Status import() {
+        if (_store && _isReplacing)
+            throw WrongCall("--replace does not go with --from");
+        if (_store)
+            return tool::importFrom(_places, *_store, _moving);
+        if (_moving.map || _moving.isOverwriting || _moving.isDryRun)
+            throw WrongCall("--map, --overwrite and --dry-run go with --from");
+        return tool::import(_places, _moving.file, _isReplacing);
+    }
+
     void addName(CLI::App* command, char const* what) {
         command->add_option("NAME", _name, what)->required()->type_name("");
     }
@@ -240,6 +261,8 @@ private:
     CLI::Option* _values = nullptr;
     CLI::Option* _toLock = nullptr;
     CLI::Option* _toUnlock = nullptr;
+    std::optional<std::string> _store;
+    tool::Moving _moving;
     std::string _file;
     std::string _otherFile;
     std::optional<std::string> _checked;

@@ -1,0 +1,610 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// import --from: settings that come from other stores.
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <QPoint>
+#include <QRect>
+#include <QSettings>
+#include <QSize>
+#include <QString>
+#include <QStringList>
+#include <sys/stat.h>
+
+#include "Tool.h"
+
+namespace tool {
+
+namespace {
+
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+class Moving : public Tool {
+protected:
+    /** What a run says that sets everything. */
+    std::string moved(std::string const& store, std::string const& file, Arguments more = {}) {
+        more.insert(more.begin(), {"import", "--from", store, file});
+        return answer(more);
+    }
+
+    /** All settings, with kinds and values. */
+    std::string all() { return answer({"list", "-r", "-l"}); }
+
+    [[nodiscard]] std::string file(std::string const& content) const {
+        putBytes(at("old"), content);
+        return at("old");
+    }
+
+    [[nodiscard]] Arguments map(std::string const& content) const {
+        putBytes(at("map"), content);
+        return {"--map", at("map")};
+    }
+};
+
+/** Settings as QSettings writes them. */
+class FromIni : public Moving {
+protected:
+    template <class Write>
+    [[nodiscard]] std::string ini(Write write) const {
+        QSettings settings(QString::fromStdString(at("old")), QSettings::IniFormat);
+        write(settings);
+        settings.sync();
+        EXPECT_EQ(QSettings::NoError, settings.status());
+        return at("old");
+    }
+};
+
+TEST_F(FromIni, TextStaysText) {
+    moved("ini", ini([](QSettings& settings) {
+              settings.setValue("title", QString::fromUtf8(" J\u00fcrgen \u2192 \"a, b\"; \\x\n\t"));
+              settings.setValue("width", 800);
+              settings.setValue("open", true);
+          }));
+    EXPECT_EQ("string    user   open: \"true\"\n"
+              "string    user   title: \" J\u00fcrgen \u2192 \\\"a, b\\\"; \\\\x\\n\\t\"\n"
+              "string    user   width: \"800\"\n",
+              all());
+}
+
+TEST_F(FromIni, ListsAreLists) {
+    moved("ini", ini([](QSettings& settings) {
+              settings.setValue("files", QStringList{"a, b", "", "c\"d"});
+              settings.setValue("one", QStringList{"x"});
+          }),
+          map("one -> one as strings"));
+    EXPECT_EQ("strings   user   files: [\"a, b\", \"\", \"c\\\"d\"]\n"
+              "strings   user   one: [\"x\"]\n",
+              all());
+}
+
+TEST_F(FromIni, GeometryIsAListOfNumbers) {
+    moved("ini", ini([](QSettings& settings) {
+              settings.setValue("at", QPoint(-1, 2));
+              settings.setValue("rect", QRect(1, 2, 30, 40));
+              settings.setValue("size", QSize(800, 600));
+              settings.setValue("ratio", QSizeF(0.5, 2));
+          }));
+    EXPECT_EQ("integers  user   at: [-1, 2]\n"
+              "numbers   user   ratio: [0.5, 2.0]\n"
+              "integers  user   rect: [1, 2, 30, 40]\n"
+              "integers  user   size: [800, 600]\n",
+              all());
+}
+
+TEST_F(FromIni, TypedValuesAreStoredAsTheLibraryStoresTheirTypes) {
+    moved("ini", ini([](QSettings& settings) {
+              settings.setValue("bytes", QByteArray("\x01z", 2));
+              settings.setValue("long", QVariantList{Q_INT64_C(99999999999), Q_INT64_C(1)});
+              settings.setValue("map", QVariantMap{{"inner", 1}, {"other", QVariantMap{{"x", 1.5}}}});
+          }));
+    EXPECT_EQ("string    user   bytes: \"\\u0001z\"\n"
+              "strings   user   long: [\"99999999999\", \"1\"]\n"
+              "integer   user   map/inner: 1\n"
+              "number    user   map/other/x: 1.5\n",
+              all());
+}
+
+TEST_F(FromIni, GroupsAndArraysAreGroups) {
+    moved("ini", ini([](QSettings& settings) {
+              settings.setValue("main window/tool bars/a", "1");
+              settings.setValue("General/b", "2");
+              settings.setValue("a%b", "3");
+              settings.beginWriteArray("sites");
+              settings.setArrayIndex(0);
+              settings.setValue("url", "x");
+              settings.endArray();
+          }));
+    EXPECT_EQ("string    user   General/b: \"2\"\n"
+              "string    user   a%25b: \"3\"\n"
+              "string    user   main window/tool bars/a: \"1\"\n"
+              "string    user   sites/1/url: \"x\"\n"
+              "string    user   sites/size: \"1\"\n",
+              all());
+}
+
+TEST_F(FromIni, AValueThatOnlyItsProgramKnowsIsNotTakenAndTheRestIs) {
+    // A QFont, as a program with a window writes it.
+    Outcome const outcome =
+        run({"import", "--from", "ini",
+             file("[General]\n"
+                  "font=@Variant(\\0\\0\\0@\\0\\0\\0\\x12\\0M\\0o\\0n\\0o@$\\0\\0\\0\\0\\0\\0\\xff"
+                  "\\xff\\xff\\xff\\x5\\x1\\0\\x32\\x10)\n"
+                  "gone=@Invalid()\n"
+                  "kept=1\n")});
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_EQ("", outcome.err);
+    EXPECT_THAT(outcome.out, StartsWith("not taken font: "));
+    EXPECT_THAT(outcome.out, HasSubstr("\nnot taken gone: it has no value"));
+    EXPECT_THAT(outcome.out, EndsWith("\nset       kept: string \"1\"\n1 set, 2 not taken\n"));
+    EXPECT_EQ("string    user   kept: \"1\"\n", all());
+}
+
+#ifdef KCONFIG_WRITER
+
+class FromKConfig : public Moving {
+protected:
+    FromKConfig() {
+        std::string const command = "'" KCONFIG_WRITER "' '" + at("old") + "'";
+        EXPECT_EQ(0, std::system(command.c_str()));
+    }
+};
+
+TEST_F(FromKConfig, TextAndNestedGroupsKeepEveryCharacter) {
+    moved("kconfig", at("old"));
+    EXPECT_EQ("string    user   Main Window/Maximized: \"true\"\n"
+              "string    user   Main Window/Opacity: \"0.5\"\n"
+              "string    user   Main Window/Title: \" J\u00fcrgen\\t\\\\ \\n\"\n"
+              "string    user   Main Window/Tool%2FBars/None: \"\"\n"
+              "string    user   Main Window/Tool%2FBars/Order: \"a,b\\\\,c,,d\\\\\\\\\"\n"
+              "string    user   Main Window/Tool%2FBars/Sizes: \"1,2,3\"\n"
+              "string    user   Main Window/Width: \"800\"\n"
+              "string    user   version: \"5\"\n",
+              all());
+}
+
+TEST_F(FromKConfig, TheMapGivesKindsAndListsAreReadAsKConfigReadsThem) {
+    moved("kconfig", at("old"),
+          map("Main Window/Tool%2FBars/Order -> order as strings\n"
+              "Main Window/Tool%2FBars/Sizes -> sizes as integers\n"
+              "Main Window/Tool%2FBars/None -> none as strings\n"
+              "Main Window/Width -> width as integer\n"
+              "Main Window/Opacity -> opacity as number\n"
+              "Main Window/Maximized -> maximized as boolean\n"
+              "drop /\n"));
+    EXPECT_EQ("boolean   user   maximized: true\n"
+              "strings   user   none: []\n"
+              "number    user   opacity: 0.5\n"
+              "strings   user   order: [\"a\", \"b,c\", \"\", \"d\\\\\"]\n"
+              "integers  user   sizes: [1, 2, 3]\n"
+              "integer   user   width: 800\n",
+              all());
+}
+
+TEST_F(FromKConfig, StandardInputWillDo) {
+    EXPECT_THAT(answer({"import", "--from", "kconfig", "-"}, bytesOf(at("old"))), EndsWith("\n8 set\n"));
+}
+
+TEST_F(FromKConfig, ARelativePathIsOneFromTheWorkingDirectory) {
+    std::filesystem::current_path(directory.path());
+    EXPECT_THAT(moved("kconfig", "old"), EndsWith("\n8 set\n"));
+}
+
+TEST_F(FromKConfig, AnInvalidLineIsNamedAndNothingIsWritten) {
+    EXPECT_THAT(run({"import", "--from", "kconfig", file("[A]\nx=1\ny\n")}),
+                Complains(2, at("old") + ": line 3: Invalid entry (missing '=')"));
+    EXPECT_THAT(run({"import", "--from", "kconfig", file("x=1\n[A\ny=1\n")}),
+                Complains(2, at("old") + ": line 2: Invalid group header"));
+    EXPECT_EQ("no file", bytesOf(userFile));
+}
+
+TEST_F(FromKConfig, GroupsTooDeepAreRefused) {
+    std::string header;
+    for (int i = 0; i < 10'000; ++i)
+        header += "[a]";
+    EXPECT_THAT(run({"import", "--from", "kconfig", file(header + "\nx=1\n")}),
+                Complains(2, "more than 100 levels deep"));
+}
+
+#endif
+
+#ifdef IMPORTS_DCONF
+
+/** A database of dconf, as its tools make it from texts of values. */
+class FromDconf : public Moving {
+protected:
+    void SetUp() override {
+        if (std::system("dconf help >/dev/null 2>&1") != 0)
+            GTEST_SKIP() << "dconf is not installed";
+        std::filesystem::create_directories(at("source"));
+        std::filesystem::create_directories(at("configuration/dconf"));
+        ::setenv("XDG_CONFIG_HOME", at("configuration").c_str(), 1);
+        ::unsetenv("DCONF_PROFILE");
+    }
+
+    void put(std::string const& content) const {
+        putBytes(at("source/all"), content);
+        std::string const command =
+            "dconf compile '" + at("configuration/dconf/user") + "' '" + at("source") + "'";
+        EXPECT_EQ(0, std::system(command.c_str()));
+    }
+
+    [[nodiscard]] std::string dump() const {
+        std::string const command = "dconf dump /org/example/ >'" + at("old") + "'";
+        EXPECT_EQ(0, std::system(command.c_str()));
+        return at("old");
+    }
+};
+
+char const* const everyType = "[org/example]\n"
+                              "b=true\n"
+                              "y=byte 0x07\n"
+                              "n=int16 -3\n"
+                              "u=uint32 4000000000\n"
+                              "x=int64 -9999999999\n"
+                              "t=uint64 18446744073709551615\n"
+                              "d=0.1\n"
+                              "s='it\\'s \\n \u00fc'\n"
+                              "as=['a', 'b,c']\n"
+                              "ai=[1, 2]\n"
+                              "none=@as []\n"
+                              "size=(800, 600)\n"
+                              "path=b'/tmp/\\377'\n"
+                              "dict={'x/y': <1>, 'z': <['t']>}\n"
+                              "maybe=@mi 5\n"
+                              "\n"
+                              "[org/example/window/main]\n"
+                              "width=640\n"
+                              "[org/other]\n"
+                              "not=1\n";
+
+char const* const everySetting = "integers  user   ai: [1, 2]\n"
+                                 "strings   user   as: [\"a\", \"b,c\"]\n"
+                                 "boolean   user   b: true\n"
+                                 "number    user   d: 0.1\n"
+                                 "integer   user   dict/x%2Fy: 1\n"
+                                 "strings   user   dict/z: [\"t\"]\n"
+                                 "integer   user   maybe: 5\n"
+                                 "integer   user   n: -3\n"
+                                 "strings   user   none: []\n"
+                                 "string    user   path: \"/tmp/\uFFFD\"\n"
+                                 "string    user   s: \"it's \\n \u00fc\"\n"
+                                 "integers  user   size: [800, 600]\n"
+                                 "string    user   t: \"18446744073709551615\"\n"
+                                 "number    user   u: 4000000000.0\n"
+                                 "integer   user   window/main/width: 640\n"
+                                 "string    user   x: \"-9999999999\"\n"
+                                 "integer   user   y: 7\n";
+
+TEST_F(FromDconf, ADumpGivesEachValueTheKindOfItsType) {
+    put(everyType);
+    moved("dconf", dump());
+    EXPECT_EQ(everySetting, all());
+}
+
+TEST_F(FromDconf, ADirectoryOfTheUsersDatabaseGivesTheSame) {
+    put(everyType);
+    moved("dconf", "/org/example/");
+    EXPECT_EQ(everySetting, all());
+}
+
+TEST_F(FromDconf, ADumpMayComeThroughAPipe) {
+    put(everyType);
+    EXPECT_THAT(answer({"import", "--from", "dconf", "-"}, bytesOf(dump())), EndsWith("\n17 set\n"));
+}
+
+TEST_F(FromDconf, WhatTheRegisterDoesNotHaveIsNotTaken) {
+    Outcome const outcome =
+        run({"import", "--from", "dconf",
+             file("[/]\nlists=[[1]]\nmixed=(1, 'a')\nwrong=zzz\nnothing=@mi nothing\nunit=()\n"
+                  "kept=1\n")});
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_EQ("", outcome.err);
+    EXPECT_EQ("not taken lists: a value of the type aai cannot be imported\n"
+              "not taken mixed: a value of the type (is) cannot be imported\n"
+              "not taken wrong: not a value of dconf: 0-3:unknown keyword\n"
+              "not taken nothing: it has no value\n"
+              "not taken unit: a value of the type () cannot be imported\n"
+              "set       kept: integer 1\n"
+              "1 set, 5 not taken\n",
+              outcome.out);
+}
+
+TEST_F(FromDconf, AFileThatIsNotADumpIsRefused) {
+    EXPECT_THAT(run({"import", "--from", "dconf", file("[/]\nx=1\n[/\n")}), Complains(2, at("old") + ": "));
+    EXPECT_EQ("no file", bytesOf(userFile));
+}
+
+TEST_F(FromDconf, ValuesTooDeepAreNotTaken) {
+    std::string const deep = "[/]\nx=" + std::string(100'000, '[') + std::string(100'000, ']') + "\ny=1\n";
+    Outcome const outcome = run({"import", "--from", "dconf", file(deep)});
+    EXPECT_THAT(outcome.out, EndsWith("\n1 set, 1 not taken\n"));
+}
+
+#endif
+
+using FromJson = Moving;
+
+TEST_F(FromJson, ObjectsAreGroups) {
+    moved("json", file(R"({"editor": {"font": {"size": 11.5}, "a/b": true}, "title": "J\u00fcrgen"})"));
+    EXPECT_EQ("boolean   user   editor/a%2Fb: true\n"
+              "number    user   editor/font/size: 11.5\n"
+              "string    user   title: \"J\u00fcrgen\"\n",
+              all());
+}
+
+TEST_F(FromJson, WholeNumbersGetTheSmallestKindThatHasThem) {
+    moved("json", file(R"({"a": 2147483647, "b": -2147483649, "c": 9007199254740993})"));
+    EXPECT_EQ("integer   user   a: 2147483647\n"
+              "number    user   b: -2147483649.0\n"
+              "string    user   c: \"9007199254740993\"\n",
+              all());
+}
+
+TEST_F(FromJson, ListsOfOneKindAreLists) {
+    moved("json", file(R"({"a": [1, 2.5], "b": ["x"], "c": [true], "d": [], "e": [1]})"));
+    EXPECT_EQ("numbers   user   a: [1.0, 2.5]\n"
+              "strings   user   b: [\"x\"]\n"
+              "booleans  user   c: [true]\n"
+              "strings   user   d: []\n"
+              "integers  user   e: [1]\n",
+              all());
+}
+
+TEST_F(FromJson, WhatTheRegisterDoesNotHaveIsNotTaken) {
+    Outcome const outcome = run(
+        {"import", "--from", "json", file(R"({"a": null, "b": [1, "x"], "c": [[1]], "d": [{}], "e": 1})")});
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_EQ("not taken a: null is not a value\n"
+              "not taken b: a list of values of different kinds cannot be imported\n"
+              "not taken c: a list of lists, groups or unknown values cannot be imported\n"
+              "not taken d: a list of lists, groups or unknown values cannot be imported\n"
+              "set       e: integer 1\n"
+              "1 set, 4 not taken\n",
+              outcome.out);
+}
+
+/** A file that cannot be read as a whole. */
+struct BadFile {
+    char const* name;
+    char const* store;
+    std::string content;
+    std::string complaint;
+};
+
+void PrintTo(BadFile const& file, std::ostream* out) {
+    *out << file.name;
+}
+
+class FromBadFile : public Moving, public testing::WithParamInterface<BadFile> {};
+
+std::vector<BadFile> badFiles() {
+    std::string const notText = "[A]\nx=\xff\n";
+    std::string deep;
+    for (int i = 0; i < 100'000; ++i)
+        deep += "{\"a\":";
+    return {{"NotUtf8Ini", "ini", notText, "not UTF-8 text"},
+            {"NotUtf8KConfig", "kconfig", notText, "not UTF-8 text"},
+            {"NotUtf8Dconf", "dconf", notText, "not UTF-8 text"},
+            {"NotUtf8Json", "json", "{\"x\": \"\xff\"}", "not UTF-8 text"},
+            {"TruncatedIni", "ini", "[A]\nx=1\n[B", "not an INI file of QSettings"},
+            {"IniWithoutAnEqualsSign", "ini", "[A]\nx\n", "not an INI file of QSettings"},
+            {"IniOfBytes", "ini", std::string("[A]\nx=\0\n", 8), "not UTF-8 text"},
+            {"TruncatedJson", "json", "{\"a\":\n{\"b\": 1", "line 2: not valid JSON: "},
+            {"AListInPlaceOfAnObject", "json", "[1]", "not a JSON object"},
+            {"EmptyJson", "json", "", "line 1: not valid JSON"},
+            {"DeepJson", "json", deep, "line 1: not valid JSON: too deeply nested"},
+            {"AHugeNumber", "json", R"({"a": 1e999})", "line 1: not valid JSON"}};
+}
+
+TEST_P(FromBadFile, IsRefusedWithTheReasonAndNothingIsWritten) {
+    EXPECT_THAT(run({"import", "--from", GetParam().store, file(GetParam().content)}),
+                Complains(2, at("old") + ": " + GetParam().complaint));
+    EXPECT_EQ("no file", bytesOf(userFile));
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, FromBadFile, testing::ValuesIn(badFiles()),
+                         [](auto const& test) { return test.param.name; });
+
+TEST_F(Moving, NeedsAFileThatExists) {
+    EXPECT_THAT(run({"import", "--from", "ini", at("none")}), Complains(2, at("none") + ": No such file"));
+    EXPECT_THAT(run({"import", "--from", "json", at("")}), Complains(2, "Not a regular file"));
+}
+
+TEST_F(Moving, DoesNotWaitForAPipeInPlaceOfAFile) {
+    ASSERT_EQ(0, ::mkfifo(at("pipe").c_str(), 0600));
+    EXPECT_THAT(run({"import", "--from", "ini", at("pipe")}), Complains(2, "Not a regular file"));
+}
+
+TEST_F(Moving, SaysWhatThisInstallationCannotRead) {
+    std::filesystem::create_directory(at("lib"));
+    std::filesystem::copy_file(VELMORAND_SETTINGS_LIBRARY, at("lib/libvelmorand-settings.so.1"));
+    std::string const others = std::filesystem::path(VELMORAND_SETTINGS_LIBRARY).parent_path().string();
+    ::setenv("LD_LIBRARY_PATH", (at("lib") + ':' + others).c_str(), 1);
+    EXPECT_THAT(run({"import", "--from", "kconfig", file("x=1\n")}),
+                Complains(2, "settings of kconfig cannot be imported: " +
+                                 at("lib/velmorand-register/import-kconfig") + " is not installed"));
+    EXPECT_THAT(run({"import", "--from", "dconf", file("[/]\nx=1\n")}),
+                Complains(2, "import-dconf is not installed"));
+    moved("ini", file("x=1\n"));
+}
+
+TEST_F(Moving, RefusesWhatDoesNotGoTogether) {
+    EXPECT_THAT(run({"import", "--from", "registry", "x"}),
+                ShowsUsage("no such store: registry (stores: ini, kconfig, dconf, json)"));
+    EXPECT_THAT(run({"import", "--from", "ini", "--replace", "x"}),
+                ShowsUsage("--replace does not go with --from"));
+    EXPECT_THAT(run({"import", "--dry-run", "x"}), ShowsUsage("go with --from"));
+    EXPECT_THAT(run({"import", "--overwrite", "x"}), ShowsUsage("go with --from"));
+    EXPECT_THAT(run({"import", "--map", "x", "x"}), ShowsUsage("go with --from"));
+    EXPECT_THAT(run({"import", "--from", "json", "--map", "-", "-"}), ShowsUsage("only one of"));
+}
+
+TEST_F(Moving, PrintsWhatBecameOfEachSetting) {
+    answer({"set", "string", "new/theme", "light"});
+    answer({"set", "string", "new/same", "x"});
+    Outcome const outcome =
+        run({"import", "--from", "json",
+             file(R"({"cache": 1, "none": null, "same": "x", "size": 12, "theme": "dark"})"), "--map",
+             map("drop cache\nsize -> text size\n/ -> new/\n").back()});
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_EQ(
+        "dropped   cache\n"
+        "not taken none -> new/none: null is not a value\n"
+        "unchanged same -> new/same: string \"x\"\n"
+        "set       size -> text size: integer 12\n"
+        "kept      theme -> new/theme: string \"dark\" (it has another value; --overwrite replaces it)\n"
+        "1 set, 1 unchanged, 1 kept, 1 dropped, 1 not taken\n",
+        outcome.out);
+    EXPECT_EQ("light\n", answer({"get", "new/theme"}));
+}
+
+TEST_F(Moving, OverwritesOnRequest) {
+    answer({"set", "string", "theme", "light"});
+    EXPECT_EQ("set       theme: string \"dark\"\n1 set\n",
+              moved("json", file(R"({"theme": "dark"})"), {"--overwrite"}));
+    EXPECT_EQ("dark\n", answer({"get", "theme"}));
+}
+
+TEST_F(Moving, ASecondRunChangesNothingAndLeavesTheFileAlone) {
+    moved("json", file(R"({"theme": "dark"})"));
+    auto const written = std::filesystem::last_write_time(userFile);
+    EXPECT_EQ("unchanged theme: string \"dark\"\n1 unchanged; nothing changed\n", moved("json", at("old")));
+    EXPECT_EQ(written, std::filesystem::last_write_time(userFile));
+}
+
+TEST_F(Moving, ADryRunPrintsTheSameAndWritesNothing) {
+    EXPECT_EQ("set       theme: string \"dark\"\n1 set; not written (--dry-run)\n",
+              moved("json", file(R"({"theme": "dark"})"), {"--dry-run"}));
+    EXPECT_EQ("no file", bytesOf(userFile));
+}
+
+TEST_F(Moving, ADryRunSeesWhatIsThere) {
+    answer({"set", "string", "theme", "light"});
+    EXPECT_THAT(moved("json", file(R"({"theme": "dark"})"), {"--dry-run"}), StartsWith("kept      theme"));
+}
+
+TEST_F(Moving, ANameThatIsAGroupIsNotTaken) {
+    answer({"set", "integer", "a/b", "1"});
+    answer({"set", "integer", "c", "1"});
+    Outcome const outcome = run({"import", "--from", "json", file(R"({"a": 1, "c": {"d": 1}, "e": 1})")});
+    EXPECT_EQ("not taken a: there is a group of this name\n"
+              "not taken c/d: a property has the name of a group around it\n"
+              "set       e: integer 1\n"
+              "1 set, 2 not taken\n",
+              outcome.out);
+}
+
+TEST_F(Moving, OfTwoWithOneNewNameTheFirstIsTaken) {
+    Outcome const outcome = run({"import", "--from", "json", file(R"({"a": 1, "b": 2})"), "--map",
+                                 map("a -> x\nb -> x\n").back(), "--overwrite"});
+    EXPECT_EQ("set       a -> x: integer 1\n"
+              "not taken b -> x: a has this new name as well, and comes first\n"
+              "1 set, 1 not taken\n",
+              outcome.out);
+}
+
+TEST_F(Moving, GoesIntoTheGlobalFileOnRequest) {
+    answer({"--global", global, "--scope", "global", "import", "--from", "json", file(R"({"x": 1})")});
+    EXPECT_EQ("no file", bytesOf(userFile));
+    EXPECT_EQ("integer   global x\n", answer({"--global", global, "list"}));
+}
+
+TEST_F(Moving, TheCatalogueGivesKindsAndLimits) {
+    putBytes(at("catalogue.json"), R"({"settings": {
+        "size": {"type": "number", "maximum": 72},
+        "tabs": {"type": "integer"},
+        "recent": {"type": "strings"},
+        "large": {"type": "integer", "maximum": 5}}})");
+    Outcome const outcome = run({"--catalogue", at("catalogue.json"), "import", "--from", "ini",
+                                 file("size=12\ntabs=x\nrecent=a\nlarge=6\n")});
+    EXPECT_EQ("not taken large: 6 is not allowed: expected an integer of at most 5\n"
+              "set       recent: strings [\"a\"]\n"
+              "set       size: number 12.0\n"
+              "not taken tabs: \"x\" is not an integer\n"
+              "2 set, 2 not taken\n",
+              outcome.out);
+}
+
+TEST_F(Moving, TheMapsKindTakesPrecedenceOverTheCatalogues) {
+    putBytes(at("catalogue.json"), R"({"settings": {"size": {"type": "number"}}})");
+    Outcome const outcome = run({"--catalogue", at("catalogue.json"), "import", "--from", "ini",
+                                 file("size=12\n"), "--map", map("size -> size as integer\n").back()});
+    EXPECT_THAT(outcome.out, StartsWith("not taken size: "));
+}
+
+using MapOfNames = Moving;
+
+TEST_F(MapOfNames, TheRuleForASettingOrElseForTheInnermostGroupCounts) {
+    moved("json", file(R"({"a": {"b": {"c": 1, "d": 2}, "e": 3}, "f": 4, "g": {"h": 5}})"),
+          map("# the editor's\n"
+              "\n"
+              "  a/  ->  one/ \n"
+              "a/b/ -> two\u00fc/x/\r\n"
+              "a/b/c -> c as string\n"
+              "/ -> rest/\n"
+              "g/ -> /\n"));
+    EXPECT_EQ("string    user   c: \"1\"\n"
+              "integer   user   h: 5\n"
+              "integer   user   one/e: 3\n"
+              "integer   user   rest/f: 4\n"
+              "integer   user   two\u00fc/x/d: 2\n",
+              all());
+}
+
+TEST_F(MapOfNames, OldNamesMayHaveEscapesWhereTheyAreNeeded) {
+    moved("json", file(R"({"a/b": 1, "x -> y": 2, "save as": 3})"),
+          map("a%2Fb -> slash\nx %2D> y -> arrow\nsave as -> save as file as number\n"));
+    EXPECT_EQ("integer   user   arrow: 2\n"
+              "number    user   save as file: 3.0\n"
+              "integer   user   slash: 1\n",
+              all());
+}
+
+TEST_F(MapOfNames, DropsGroupsAndSettings) {
+    moved("json", file(R"({"a": {"b": 1, "c": 2}, "d": 3, "e": 4})"), map("drop a/\na/c -> c\ndrop d\n"));
+    EXPECT_EQ("integer   user   c: 2\ninteger   user   e: 4\n", all());
+}
+
+struct BadRule {
+    char const* name;
+    char const* map;
+    char const* complaint;
+};
+
+void PrintTo(BadRule const& rule, std::ostream* out) {
+    *out << rule.name;
+}
+
+class BadMap : public Moving, public testing::WithParamInterface<BadRule> {};
+
+TEST_P(BadMap, IsRefusedWithTheLineAndNothingIsWritten) {
+    Arguments arguments = map(GetParam().map);
+    arguments.insert(arguments.begin(), {"import", "--from", "json", file(R"({"a": 1})")});
+    EXPECT_THAT(run(arguments), Complains(2, at("map") + ": " + GetParam().complaint));
+    EXPECT_EQ("no file", bytesOf(userFile));
+}
+
+BadRule const badRules[] = {
+    {"NoArrow", "# x\nfoo\n", R"(line 2: neither "OLD -> NEW" nor "drop OLD": foo)"},
+    {"NoOldName", "\n -> x\n", "line 2: neither"},
+    {"AnUnknownKind", "a -> b as int\n", "line 1: no such kind: int"},
+    {"AGroupThatBecomesASetting", "a/ -> b\n", "line 1: a group becomes a group"},
+    {"ASettingThatBecomesAGroup", "a -> b/\n", "line 1: a setting does not become a group"},
+    {"TwoRulesForOneName", "a -> b\nc -> d\na -> e\n", "line 3: there is a rule for this name in line 1"},
+    {"NotAName", "a -> b/../c\n", "line 1: \"b/../c\" is not a name"},
+    {"DropOfNothing", "drop \n", "line 1: neither"},
+    {"NotUtf8", "a -> \xff\n", "not UTF-8 text"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Each, BadMap, testing::ValuesIn(badRules),
+                         [](auto const& test) { return test.param.name; });
+
+} // namespace
+
+} // namespace tool

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Edit.h"
+
+#include <cerrno>
+#include <filesystem>
+#include <string>
+#include <system_error>
+
+#include "Changes.h"
+
+namespace tool {
+
+namespace {
+
+/** Makes the user's own directory, for the user alone. Errors: `Failure` with the directory that cannot be made. */
+void makeDirectory(std::string const& path) {
+    if (filesystem::makePrivateDirectories(path))
+        return;
+    int const error = errno;
+    std::filesystem::path made;
+    std::error_code ignored;
+    for (std::filesystem::path const& name : std::filesystem::path(path))
+        if (made /= name; !std::filesystem::is_directory(made, ignored))
+            break;
+    throw Failure(Status::fileTrouble, "cannot create the directory " + made.string() + ": " +
+                                           std::generic_category().message(error));
+}
+
+} // namespace
+
+void take(filesystem::DirectoryLock& lock, Directory const& directory, std::chrono::seconds patience) {
+    using Outcome = filesystem::DirectoryLock::Outcome;
+    Outcome const outcome = lock.take(directory.path, patience);
+    if (outcome == Outcome::taken)
+        return;
+    throw Failure(Status::fileTrouble,
+                  "nothing changed: " + directory.path + ": " +
+                      (outcome == Outcome::failed
+                           ? std::generic_category().message(errno)
+                           : "locked by another process for more than " + std::to_string(patience.count()) +
+                                 " s (end that process, or wait longer with --wait SECONDS)"));
+}
+
+void edit(Places const& places, Change const& change) {
+    Directory const directory = theDirectory(places);
+    RegisterFile const file = fileIn(directory);
+    if (std::error_code ignored; !directory.isNamed && !std::filesystem::exists(directory.path, ignored)) {
+        Settings nothing;
+        change(nothing); // a change that fails creates no directory
+        makeDirectory(directory.path);
+    }
+    filesystem::DirectoryLock lock;
+    take(lock, directory, places.patience);
+    Settings before;
+    bool const isThere = file.load(before).isThere;
+    Settings after;
+    file.load(after);
+    change(after);
+    if (!isThere || !areEqual(before, after))
+        file.save(after);
+}
+
+} // namespace tool

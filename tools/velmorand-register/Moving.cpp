@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// import --from: takes over the settings of another store.
+#include "Moving.h"
+
+#include <array>
+#include <cstddef>
+#include <iostream>
+
+#include <QTemporaryFile>
+#include <QtGlobal>
+#include <utils/Exception.h>
+#include <velmorand/ForeignSettings.h>
+
+#include "Catalogues.h"
+#include "Commands.h"
+#include "Edit.h"
+#include "Expectation.h"
+#include "Input.h"
+#include "Text.h"
+
+namespace tool {
+
+namespace {
+
+using velmorand::ForeignSetting;
+using velmorand::ImportedSetting;
+using Outcome = ImportedSetting::Outcome;
+
+struct NamedStore {
+    char const* name;
+    velmorand::Store store;
+};
+constexpr std::array<NamedStore, 4> stores{{{"ini", velmorand::Store::ini},
+                                            {"kconfig", velmorand::Store::kconfig},
+                                            {"dconf", velmorand::Store::dconf},
+                                            {"json", velmorand::Store::json}}};
+
+/** Standard input as a file, for the libraries that read only files. */
+class InputFile {
+public:
+    InputFile() {
+        std::string const text = readAll("-");
+        auto const size = static_cast<qint64>(text.size());
+        if (!_file.open() || _file.write(text.data(), size) != size || !_file.flush())
+            throw Failure(Status::misuse, titleOf("-") + ": " + _file.errorString().toStdString());
+    }
+
+    [[nodiscard]] std::string path() const { return _file.fileName().toStdString(); }
+
+private:
+    QTemporaryFile _file;
+};
+
+velmorand::ImportMap mapIn(std::optional<std::string> const& file) {
+    if (!file)
+        return {};
+    std::string const text = readAll(*file);
+    try {
+        if (!isUtf8(text))
+            throw utils::Exception("not UTF-8 text");
+        return velmorand::ImportMap(text);
+    } catch (utils::Exception const& error) {
+        throw Failure(Status::misuse, titleOf(*file) + ": " + error.what());
+    }
+}
+
+velmorand::Store storeNamed(std::string const& name) {
+    std::string all;
+    for (NamedStore const& known : stores) {
+        if (known.name == name)
+            return known.store;
+        all += (all.empty() ? "" : ", ") + std::string(known.name);
+    }
+    throw WrongCall("no such store: " + name + " (stores: " + all + ")");
+}
+
+std::vector<ForeignSetting> read(velmorand::Store store, Moving const& moving,
+                                 Declarations const& declarations) {
+    if (moving.file == "-" && moving.map == "-")
+        throw WrongCall("only one of the file and the map can be standard input");
+    std::optional<InputFile> input;
+    if (moving.file == "-")
+        input.emplace();
+    velmorand::ImportSource const source{store, input ? input->path() : moving.file, mapIn(moving.map)};
+    // A value of a type that only its own program knows is in the report, so QtCore need not print a warning as well.
+    qInstallMessageHandler([](QtMsgType, QMessageLogContext const&, QString const&) {});
+    try {
+        return readForeign(source, [&declarations](std::string const& name) {
+            auto const declared = declarations.find(name);
+            return declared == declarations.end() ? "" : kindNames.at(declared->second.kind);
+        });
+    } catch (utils::Exception const& error) {
+        throw Failure(Status::misuse, titleOf(moving.file) + ": " + error.what());
+    }
+}
+
+/** Finds what the declarations do not allow. */
+void check(std::vector<ForeignSetting>& settings, Declarations const& declarations) {
+    for (ForeignSetting& setting : settings) {
+        auto const declared = declarations.find(setting.name);
+        if (!setting.value || declared == declarations.end())
+            continue;
+        setting.problem = objectionTo(*setting.value, declared->second);
+        if (!setting.problem.empty())
+            setting.value.reset();
+    }
+}
+
+char const* wordFor(Outcome outcome) {
+    constexpr std::array words{"set", "unchanged", "kept", "dropped", "not taken"};
+    return words.at(static_cast<std::size_t>(outcome));
+}
+
+void print(ForeignSetting const& setting, ImportedSetting const& imported) {
+    constexpr std::size_t width = 10;
+    std::string word = wordFor(imported.outcome);
+    word.resize(width, ' ');
+    std::cout << word;
+    printEscaped(std::cout, setting.from, forLine());
+    if (!setting.name.empty() && setting.name != setting.from) {
+        std::cout << " -> ";
+        printEscaped(std::cout, setting.name, forLine());
+    }
+    if (imported.outcome == Outcome::refused) {
+        std::cout << ": ";
+        printEscaped(std::cout, imported.reason, forLine());
+    } else if (setting.value) {
+        std::cout << ": " << kindNames.at(setting.value->index()) << ' '
+                  << jsonText(*setting.value, forJsonLine());
+    }
+    if (imported.outcome == Outcome::kept)
+        std::cout << " (it has another value; --overwrite replaces it)";
+    std::cout << '\n';
+}
+
+/** Prints what has become of each setting. Result: the exit status. */
+Status report(std::vector<ForeignSetting> const& settings, std::vector<ImportedSetting> const& imported,
+              bool isDryRun) {
+    std::array<std::size_t, 5> counts{};
+    for (std::size_t i = 0; i < settings.size(); ++i) {
+        print(settings[i], imported[i]);
+        ++counts.at(static_cast<std::size_t>(imported[i].outcome));
+    }
+    std::string sum;
+    for (std::size_t i = 0; i < counts.size(); ++i)
+        if (counts.at(i) > 0)
+            sum += (sum.empty() ? "" : ", ") + std::to_string(counts.at(i)) + ' ' +
+                   wordFor(static_cast<Outcome>(i));
+    std::cout << (sum.empty() ? "no settings" : sum);
+    if (counts.front() == 0)
+        std::cout << "; nothing changed";
+    else if (isDryRun)
+        std::cout << "; not written (--dry-run)";
+    std::cout << '\n';
+    return counts.back() == 0 ? Status::done : Status::notThere;
+}
+
+} // namespace
+
+Status importFrom(Places const& places, std::string const& store, Moving const& moving) {
+    Declarations const declarations = readCatalogues(places.catalogues);
+    std::vector<ForeignSetting> settings = read(storeNamed(store), moving, declarations);
+    check(settings, declarations);
+    std::vector<ImportedSetting> imported;
+    auto const change = [&](Settings& target) {
+        imported = importInto(target.files(), Settings::directory, settings, moving.isOverwriting);
+    };
+    if (moving.isDryRun) {
+        Settings target;
+        fileIn(theDirectory(places)).load(target);
+        change(target);
+    } else {
+        edit(places, change);
+    }
+    return report(settings, imported, moving.isDryRun);
+}
+
+} // namespace tool
