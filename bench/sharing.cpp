@@ -293,6 +293,7 @@ int main(int argc, char** argv) try {
     }
     if (argc != 3)
         return 2;
+    std::signal(SIGPIPE, SIG_IGN); // a process that has ended is reported by name
     measureAll(std::stoul(argv[1]), std::atoi(argv[2]));
     return 0;
 } catch (std::exception const& failure) {
