@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <thread>
 
+#include <filesystem/TreeImage.h>
+
 #include "FileSystemSupport.h"
 #include "RegisterFileBytes.h"
 #include "support/MemoryPeak.h"
@@ -13,6 +15,7 @@ namespace {
 
 using namespace support;
 using namespace std::string_literals;
+using filesystem::TreeImage;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -525,18 +528,28 @@ TEST_F(DeepRegisterFile, IsReleasedWithoutOverflow) {
 
 class MemoryOfARegisterFile : public RegisterFile {
 protected:
-    /** Reads some bytes, whatever becomes of it, and looks at the memory that this took. */
+    /** Reads some bytes in each way, whatever becomes of it, and looks at the memory that this took. */
     void expectProportion(std::string const& bytes) {
         ASSERT_TRUE(writeFile(disk, "/load", bytes));
         FileHandle* const handle = openedForReading(disk, "/load");
-        RAMFileSystem fresh;
+        expectProportion(bytes.size(), [&] {
+            RAMFileSystem fresh;
+            fresh.unserialize(text("/user"), *handle);
+        });
+        expectProportion(bytes.size(), [&] { TreeImage{std::string(bytes)}; });
+        TreeImage const similar = TreeImage::of(files, "/");
+        expectProportion(bytes.size(), [&] { TreeImage(std::string(bytes), similar); });
+    }
+
+    template <class Read>
+    static void expectProportion(std::size_t size, Read const& read) {
         MemoryPeak const counting;
         try {
-            fresh.unserialize(text("/user"), *handle);
+            read();
         } catch (utils::Exception const&) {
             // Refused files are to cost no more than others.
         }
-        EXPECT_LE(MemoryPeak::bytes(), memoryToRead(bytes.size())) << bytes.size();
+        EXPECT_LE(MemoryPeak::bytes(), memoryToRead(size)) << size;
     }
 
     static constexpr int many = (1 << 17) + 1; // where what grows by doubling is largest

@@ -11,6 +11,7 @@
 #include <filesystem/TreeImage.h>
 
 #include "RegisterFileBytes.h"
+#include "support/MemoryPeak.h"
 
 namespace {
 
@@ -341,6 +342,14 @@ TEST(TreeImageLikeAnother, IsCheckedByItsChecksum) {
     TreeImage const similar(bytes);
     bytes[bytes.size() / 2] = static_cast<char>(bytes[bytes.size() / 2] ^ 1);
     EXPECT_THAT(outcome(bytes, similar), ElementsAre("damaged: its checksum does not match"));
+}
+
+TEST(TreeImageLikeAnother, TakesMemoryForItsOwnSizeOnly) {
+    TreeImage const similar(support::registerFile(largePayload()));
+    std::string const bytes(tree({file("a", "1")}).bytes());
+    support::MemoryPeak const counting;
+    TreeImage const small(bytes, similar);
+    EXPECT_LE(support::MemoryPeak::bytes(), 1'024);
 }
 
 TEST(TreeImageLikeAnother, MayBeLikeOneWhoseNamesAreOutOfOrder) {

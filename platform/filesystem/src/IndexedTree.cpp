@@ -46,7 +46,7 @@ std::size_t commonSuffix(std::string_view left, std::string_view right) {
 /** The bytes that a payload has in common with that of another tree, whose index and checksums hold for them. */
 struct Likeness {
     Likeness(std::string_view payload, IndexedTree const* similar) {
-        // Elsewhere the children of a directory are in another order than their bytes.
+        // In any other tree, the index has the children of a directory in another order than the payload.
         if (similar == nullptr || !similar->isInOrder)
             return;
         other = similar;
@@ -70,8 +70,10 @@ public:
     }
 
     void parse() {
+        // An entry takes at least two bytes.
         if (_other != nullptr)
-            _tree.entries.reserve(_other->entries.size() + spareEntries);
+            _tree.entries.reserve(
+                std::min(_other->entries.size() + spareEntries, _tree.payload.size() / 2 + 1));
         _tree.entries.assign(1, Entry{});
         Item const top = _scanner.next();
         if (top.kind != Kind::map)
@@ -98,19 +100,21 @@ private:
         std::uint32_t next;
         std::uint32_t end;
         bool isOrdered;
-        Entry const* other;       ///< the next child of the directory in the other tree that this one is like
+        // Its counterpart is the directory at the same place in the other tree, if there is one.
+        Entry const* other;       ///< the next child of the counterpart
         Entry const* othersEnd;   ///< the end of those children
-        std::uint32_t othersLast; ///< the place after the last entry below that directory
+        std::uint32_t othersLast; ///< the place after the last entry below the counterpart
         Entry const* lastCopied;  ///< if that is the child before the next one; else null
     };
 
     [[nodiscard]] std::uint32_t position() const { return narrow(_tree.payload.size() - _scanner.left()); }
 
-    /** `like` is the directory in the other tree that this one is like, null if there is none; `last` as above. */
+    /** `like` is the counterpart, null if there is none; `last` as above. */
     void enter(std::uint32_t entry, Item const& map, Entry const* like, std::uint32_t last) {
-        // An entry takes at least two bytes, so no count can promise more than there is.
-        if (map.number > _scanner.left() / 2)
+        // An entry takes at least two bytes, so all directories that are open cannot promise more than there is.
+        if (map.number > _scanner.left() / 2 || _promised > _scanner.left() / 2 - map.number)
             refuseAsTruncated();
+        _promised += map.number;
         auto& entries = _tree.entries;
         auto const first = narrow(entries.size());
         auto const count = narrow(map.number);
@@ -137,6 +141,7 @@ private:
     void takeNext() {
         Directory& directory = _open.back();
         std::uint32_t const entry = directory.next++;
+        --_promised;
         std::uint32_t const begin = position();
         Entry const* const like = counterpart(directory, begin);
         if (like != nullptr && (begin >= _suffix || like->end <= _prefix))
@@ -227,11 +232,12 @@ private:
 
     IndexedTree& _tree;
     IndexedTree const* _other;
-    std::uint32_t _prefix;    ///< where the first bytes that are like the other's end
-    std::uint32_t _suffix;    ///< where the last ones begin
-    std::uint32_t _shift = 0; ///< how much later those stand than in the other; modulo 2^32
+    std::uint32_t _prefix;    ///< where the common prefix ends
+    std::uint32_t _suffix;    ///< where the common suffix begins
+    std::uint32_t _shift = 0; ///< how much later than in the other payload; modulo 2^32
     Scanner _scanner;
     std::vector<Directory> _open;
+    std::uint64_t _promised = 0; ///< entries of the open directories that are still to come
 };
 
 Entry const* child(IndexedTree const& tree, Entry const& directory, std::string_view name) {
@@ -244,14 +250,14 @@ Entry const* child(IndexedTree const& tree, Entry const& directory, std::string_
     return found != end && tree.nameOf(*found) == name ? found : nullptr;
 }
 
-/** Computes the checksums of `tree.payload`. */
-Likeness compare(IndexedTree& tree, IndexedTree const* similar) {
+/** Finds out what the payload has in common with that of `similar`, and computes its checksums. */
+Likeness prepare(IndexedTree& tree, IndexedTree const* similar) {
     if (tree.payload.size() > std::numeric_limits<std::uint32_t>::max())
         throw utils::Exception("larger than 4 GiB");
     Likeness const likeness(tree.payload, similar);
-    PieceChecksums const none;
-    tree.checksums = PieceChecksums(tree.payload, similar != nullptr ? similar->checksums : none,
-                                    likeness.prefix, likeness.suffix);
+    tree.checksums =
+        PieceChecksums(tree.payload, likeness.other != nullptr ? likeness.other->checksums : PieceChecksums(),
+                       likeness.prefix, likeness.suffix);
     return likeness;
 }
 
@@ -264,7 +270,7 @@ std::shared_ptr<IndexedTree const> IndexedTree::ofFile(std::shared_ptr<void cons
     tree->owner = std::move(owner);
     tree->payload = bytes.substr(head.size, head.payloadSize);
     tree->bytes = bytes.substr(0, head.size + tree->payload.size());
-    Likeness const likeness = compare(*tree, similar);
+    Likeness const likeness = prepare(*tree, similar);
     checkPayload(head, tree->payload.size(), tree->checksums.whole());
     Parser(*tree, likeness).parse();
     return tree;
@@ -275,7 +281,7 @@ std::shared_ptr<IndexedTree const> IndexedTree::ofPayload(std::shared_ptr<void c
     auto tree = std::make_shared<IndexedTree>();
     tree->owner = std::move(owner);
     tree->payload = {payload, size};
-    Likeness const likeness = compare(*tree, &similar);
+    Likeness const likeness = prepare(*tree, &similar);
     char head[longestTreeHead];
     auto const headSize = static_cast<std::size_t>(writeTreeHead(head, tree->checksums.whole(), size) - head);
     std::memcpy(payload - headSize, head, headSize);

@@ -26,7 +26,7 @@ struct IndexedTree {
 
     /**
      * Takes the content of a register file and drops what follows the tree.
-     * `similar`, which may be null, has perhaps much in common with it, which is then not examined again.
+     * What it has in common with `similar`, which may be null, is not examined again.
      * Errors: as from `TreeImage`'s constructor.
      */
     static std::shared_ptr<IndexedTree const> ofFile(std::shared_ptr<void const> owner,

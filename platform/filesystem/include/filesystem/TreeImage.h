@@ -56,7 +56,10 @@ public:
      */
     explicit TreeImage(std::string bytes);
 
-    /** The same, but what the content has in common with `similar` is not examined again, which takes far less time. */
+    /**
+     * Reads the same way, but does not examine again what the content has in common with `similar`: far faster if that
+     * is most of it.
+     */
     TreeImage(std::string bytes, TreeImage const& similar);
 
     // Copies share the bytes. A move is a copy, so that no image is ever without them.
@@ -73,10 +76,13 @@ public:
      */
     void putInto(RAMFileSystem& fileSystem, std::string const& path) const;
 
-    /** The register file, as long as this object or a copy lives. Equal trees made by this library have equal bytes. */
+    /**
+     * The register file: a view, valid as long as this object or a copy lives. Equal trees made by this library have
+     * equal bytes.
+     */
     [[nodiscard]] std::string_view bytes() const noexcept;
 
-    /** The number of files in the tree, which are counted. */
+    /** The number of files in the tree. Takes time in proportion to all entries. */
     [[nodiscard]] std::size_t fileCount() const noexcept;
 
     /**
