@@ -21,7 +21,7 @@ bool isMissing() {
     return errno == ENODATA || errno == ENOTSUP;
 }
 
-/** Calls `read(target, room)`, with more room if what is usual does not do. Result: nothing if it fails. */
+/** Calls `read(target, room)`, again with room for `most` bytes if the usual room is too small. Result: nothing if it fails. */
 template <class Read>
 std::optional<std::string> readWhole(Read const& read, std::size_t most) {
     constexpr std::size_t usual = 512;

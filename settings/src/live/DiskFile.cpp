@@ -86,11 +86,9 @@ Reading DiskFile::read() {
 }
 
 bool DiskFile::isKnown() {
-    if (_known && _known->stamp.number != 0) {
-        auto const now = _disk.stampAt(text(_name));
-        if (now.number != 0 && !(now == _known->stamp))
-            return false;
-    }
+    // Most changes are noticed without opening the file.
+    if (_known && _known->stamp.number != 0 && !(_disk.stampAt(text(_name)) == _known->stamp))
+        return false;
     Opened const file(_disk, _name);
     if (file.handle() == nullptr)
         return isMissing(file.error()) && _known && _known->stamp.number == 0;

@@ -60,7 +60,7 @@ public:
     [[nodiscard]] bool isDirectory(QString const& path) const override;
     [[nodiscard]] bool isFile(QString const& path) const override;
 
-    /** Which file a handle reads: equal stamps mean the same file with the same content, as far as the system says. */
+    /** A file and its content: equal stamps mean the same file with the same content, as far as the system says. */
     struct Stamp {
         std::uint64_t device = 0;
         std::uint64_t number = 0; ///< of the file on its device; 0 for no file
@@ -77,7 +77,7 @@ public:
     /** The stamp of the file that a handle reads, or of the one that a handle writes aside. */
     [[nodiscard]] Stamp stamp(FileHandle* handle) const;
 
-    /** The stamp of what stands at a path, symbolic links followed; that of no file if it cannot be examined. */
+    /** The stamp of what stands at a path, symbolic links followed; its number is 0 if it cannot be examined. */
     [[nodiscard]] Stamp stampAt(QString const& path) const;
 
     /**
