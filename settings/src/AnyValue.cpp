@@ -4,8 +4,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <cstdint>
-#include <cstring>
 #include <iterator>
 #include <system_error>
 #include <utility>
@@ -30,33 +28,17 @@ T parseDigits(std::string const& text, char const* what, char const* range) {
     return value;
 }
 
-/** Appends bits, the least significant byte first. */
-void append(std::string& record, std::uint64_t bits, std::size_t size) {
-    for (std::size_t i = 0; i < size; ++i)
-        record += static_cast<char>(bits >> 8 * i & 0xFFU);
-}
-
-void appendCount(std::string& record, std::size_t count) {
-    append(record, static_cast<std::uint32_t>(count), 4);
-}
-
 template <class T>
 struct Element;
 
 template <>
 struct Element<std::string> {
-    static constexpr char tag = 'S';
     static std::string parse(std::string const& text) { return text; }
     static std::string text(std::string const& value) { return value; }
-    static void write(std::string& record, std::string const& value) {
-        appendCount(record, value.size());
-        record += value;
-    }
 };
 
 template <>
 struct Element<double> {
-    static constexpr char tag = 'N';
     static double parse(std::string const& text) { return parseDigits<double>(text, "a number", ""); }
     static std::string text(double value) {
         if (std::isnan(value))
@@ -64,35 +46,24 @@ struct Element<double> {
         std::array<char, 32> digits{}; // the longest takes 24
         return {digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr};
     }
-    static void write(std::string& record, double value) {
-        std::uint64_t bits = 0;
-        std::memcpy(&bits, &value, sizeof bits);
-        append(record, bits, sizeof bits);
-    }
 };
 
 template <>
 struct Element<int> {
-    static constexpr char tag = 'I';
     static int parse(std::string const& text) {
         return parseDigits<int>(text, "an integer", " (-2147483648 to 2147483647)");
     }
     static std::string text(int value) { return std::to_string(value); }
-    static void write(std::string& record, int value) {
-        append(record, static_cast<std::uint32_t>(value), 4);
-    }
 };
 
 template <>
 struct Element<bool> {
-    static constexpr char tag = 'B';
     static bool parse(std::string const& text) {
         if (text != "true" && text != "false")
             throw Exception("\"" + text + "\" is not a boolean (use true or false)");
         return text == "true";
     }
     static std::string text(bool value) { return value ? "true" : "false"; }
-    static void write(std::string& record, bool value) { append(record, value ? 1 : 0, 1); }
 };
 
 /** A single value or a list, by its elements. */
@@ -104,11 +75,6 @@ struct Form {
         return Element<T>::parse(texts.front());
     }
     static std::vector<std::string> texts(T const& value) { return {Element<T>::text(value)}; }
-    static std::string record(T const& value) {
-        std::string record{Element<T>::tag};
-        Element<T>::write(record, value);
-        return record;
-    }
 };
 
 template <class T>
@@ -124,13 +90,6 @@ struct Form<std::vector<T>> {
         texts.reserve(values.size());
         std::transform(values.begin(), values.end(), std::back_inserter(texts), Element<T>::text);
         return texts;
-    }
-    static std::string record(std::vector<T> const& values) {
-        std::string record{'L', Element<T>::tag};
-        appendCount(record, values.size());
-        for (auto&& value : values)
-            Element<T>::write(record, value);
-        return record;
     }
 };
 
@@ -155,11 +114,6 @@ AnyValue valueOf(std::size_t kind, std::vector<std::string> const& texts) {
 std::vector<std::string> textsOf(AnyValue const& value) {
     return std::visit(
         [](auto const& content) { return Form<std::decay_t<decltype(content)>>::texts(content); }, value);
-}
-
-std::string recordOf(AnyValue const& value) {
-    return std::visit(
-        [](auto const& content) { return Form<std::decay_t<decltype(content)>>::record(content); }, value);
 }
 
 } // namespace velmorand

@@ -10,7 +10,7 @@
 
 #include "Access.h"
 #include "Names.h"
-#include "RecordValue.h"
+#include "Record.h"
 #include "velmorand/Property.h"
 
 namespace velmorand {
@@ -72,7 +72,7 @@ Locks const& locksOf(_Register const& settings) {
     std::string_view const record = filesystem::direct::find(settings, {"global"}, listName).content;
     if (kept.record != record) {
         std::string copy(record);
-        kept.locks = Locks(valueIn<std::vector<std::string>>(record).value_or(std::vector<std::string>()));
+        kept.locks = Locks(decoded<std::vector<std::string>>(record).value_or(std::vector<std::string>()));
         kept.record = std::move(copy);
     }
     kept.state = now;

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <utility>
 
 #include <filesystem/Direct.h>
 
@@ -11,9 +12,9 @@
 #include "Locks.h"
 #include "Names.h"
 #include "Overrides.h"
-#include "RecordBytes.h"
-#include "RecordValue.h"
+#include "Record.h"
 #include "UserChanges.h"
+#include "velmorand/AnyValue.h"
 
 namespace velmorand::detail {
 
@@ -21,7 +22,7 @@ namespace {
 
 using utils::properties::_Register;
 
-/** The names of a kind, and the register's reader and writer for it. */
+/** The register's reader and writer for a kind. */
 template <class T>
 struct Kind;
 
@@ -32,52 +33,26 @@ struct KindBy {
     static constexpr auto write = Write;
 };
 
-// Each has the name that velmorand-register gives the kind, and how messages call a value of it.
-
 template <>
-struct Kind<std::string> : KindBy<std::string, &_Register::_readString, &_Register::_writeString> {
-    static constexpr char const* name = "string";
-    static constexpr char const* phrase = "a string";
-};
+struct Kind<std::string> : KindBy<std::string, &_Register::_readString, &_Register::_writeString> {};
 template <>
-struct Kind<double> : KindBy<double, &_Register::_readNumber, &_Register::_writeNumber> {
-    static constexpr char const* name = "number";
-    static constexpr char const* phrase = "a number";
-};
+struct Kind<double> : KindBy<double, &_Register::_readNumber, &_Register::_writeNumber> {};
 template <>
-struct Kind<int> : KindBy<int, &_Register::_readInteger, &_Register::_writeInteger> {
-    static constexpr char const* name = "integer";
-    static constexpr char const* phrase = "an integer";
-};
+struct Kind<int> : KindBy<int, &_Register::_readInteger, &_Register::_writeInteger> {};
 template <>
-struct Kind<bool> : KindBy<bool, &_Register::_readBoolean, &_Register::_writeBoolean> {
-    static constexpr char const* name = "boolean";
-    static constexpr char const* phrase = "a boolean";
-};
+struct Kind<bool> : KindBy<bool, &_Register::_readBoolean, &_Register::_writeBoolean> {};
 template <>
 struct Kind<std::vector<std::string>>
-    : KindBy<std::vector<std::string>, &_Register::_readStrings, &_Register::_writeStrings> {
-    static constexpr char const* name = "strings";
-    static constexpr char const* phrase = "a list of strings";
-};
+    : KindBy<std::vector<std::string>, &_Register::_readStrings, &_Register::_writeStrings> {};
 template <>
 struct Kind<std::vector<double>>
-    : KindBy<std::vector<double>, &_Register::_readNumbers, &_Register::_writeNumbers> {
-    static constexpr char const* name = "numbers";
-    static constexpr char const* phrase = "a list of numbers";
-};
+    : KindBy<std::vector<double>, &_Register::_readNumbers, &_Register::_writeNumbers> {};
 template <>
 struct Kind<std::vector<int>>
-    : KindBy<std::vector<int>, &_Register::_readIntegers, &_Register::_writeIntegers> {
-    static constexpr char const* name = "integers";
-    static constexpr char const* phrase = "a list of integers";
-};
+    : KindBy<std::vector<int>, &_Register::_readIntegers, &_Register::_writeIntegers> {};
 template <>
 struct Kind<std::vector<bool>>
-    : KindBy<std::vector<bool>, &_Register::_readBooleans, &_Register::_writeBooleans> {
-    static constexpr char const* name = "booleans";
-    static constexpr char const* phrase = "a list of booleans";
-};
+    : KindBy<std::vector<bool>, &_Register::_readBooleans, &_Register::_writeBooleans> {};
 
 /** A record gives a length or count 31 bits; the register's writers do not check. */
 void requireFits(std::string const& name, std::size_t size, char const* unit) {
@@ -117,7 +92,7 @@ void readInForce(_Register& settings, std::string const& name, T& value) {
     bool const isString = std::is_same_v<T, std::string>; // its reader does not see groups
     if (entry.kind == EntryKind::none || (isString && entry.kind == EntryKind::directory))
         throw PropertyNotFound();
-    value = valid(valueIn<T>(entry.content));
+    value = valid(decoded<T>(entry.content));
 }
 
 } // namespace
@@ -167,28 +142,33 @@ Fetched fetch(std::string const& name, T& value) {
     // What a thread changes while it holds the lock is not for other threads yet.
     std::uint64_t const now = settings.isOutermost() ? registerState.load(std::memory_order_relaxed) : 0;
     auto const entry = findInForce(*settings, name);
-    std::string const expected = Kind<T>::phrase;
     switch (entry.kind) {
     case filesystem::direct::Kind::none:
         return {false, now, {}};
     case filesystem::direct::Kind::directory:
-        return {false, now, "expected " + expected + ", found a group"};
+        return {false, now, expectedInsteadOf<T>("a group")};
     case filesystem::direct::Kind::file:
         break;
     }
-    if (char const* const found = phraseFor(entry.content); found != expected)
-        return {false, now, "expected " + expected + ", found " + found};
-    if (!isComplete(entry.content))
-        return {false, now, "expected " + expected + ", found a truncated one"};
-    readInForce(*settings, name, value);
-    return {true, now, {}};
+    std::string problem = decode(entry.content, value);
+    bool const isFound = problem.empty();
+    return {isFound, now, std::move(problem)};
+}
+
+template <class T>
+std::string decode(std::string_view record, T& value) {
+    auto read = decoded<T>(record);
+    if (!read)
+        return whyNotDecoded<T>(record);
+    value = *std::move(read);
+    return {};
 }
 
 template <class T>
 void storeChanged(std::string const& name, T const& value, void* sender) {
     RequiredAccess const settings(name + " is not written");
     requireFits(name, value);
-    bool const isSame = filesystem::direct::find(*settings, {"user"}, name).content == recordOf(value);
+    bool const isSame = filesystem::direct::find(*settings, {"user"}, name).content == encoded(value);
     if (!isSame || isLocked(*settings, name))
         store(name, value, SCOPE_USER, sender);
 }
@@ -196,12 +176,12 @@ void storeChanged(std::string const& name, T const& value, void* sender) {
 template <class T>
 std::string record(std::string const& name, T const& value) {
     requireFits(name, value);
-    return recordOf(value);
+    return encoded(value);
 }
 
 template <class T>
 std::string kindName() {
-    return Kind<T>::name;
+    return kindNames.at(AnyValue(T()).index());
 }
 
 bool isSet(std::string const& name) {
@@ -225,6 +205,7 @@ void reset(std::string const& name, void* sender) {
     template bool find(std::string const&, __VA_ARGS__&);                                                    \
     template void store(std::string const&, __VA_ARGS__ const&, RegisterScope, void*);                       \
     template Fetched fetch(std::string const&, __VA_ARGS__&);                                                \
+    template std::string decode(std::string_view, __VA_ARGS__&);                                             \
     template void storeChanged(std::string const&, __VA_ARGS__ const&, void*);                               \
     template std::string record(std::string const&, __VA_ARGS__ const&);                                     \
     template std::string kindName<__VA_ARGS__>();

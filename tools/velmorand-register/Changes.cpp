@@ -5,9 +5,9 @@
 #include <string>
 
 #include "ParallelWalk.h"
-#include "Record.h"
 #include "Terminal.h"
 #include "Text.h"
+#include "Value.h"
 
 namespace tool {
 
@@ -21,8 +21,8 @@ bool isShown(Walk const* entry) {
 std::string described(Walk const& entry) {
     if (entry.kind() == Kind::directory)
         return "group";
-    Reading const reading = decode(entry.content());
-    return std::string(reading.kind()) + ' ' +
+    Reading const reading = decodeRecord(entry.content());
+    return std::string(kindName(reading)) + ' ' +
            (reading.value ? jsonText(*reading.value, forJsonLine()) : base64(entry.content()));
 }
 

@@ -9,8 +9,8 @@
 #include "Input.h"
 #include "Locks.h"
 #include "NearestName.h"
-#include "Record.h"
 #include "Text.h"
+#include "Value.h"
 
 namespace tool {
 
@@ -64,7 +64,7 @@ public:
                      counted(static_cast<std::size_t>(loaded.bytesAfter), "byte", "bytes"));
         std::size_t warnings = 0;
         for (Walk walk = settings.walk(); walk.next();) {
-            Reading const reading = walk.kind() == Kind::file ? decode(walk.content()) : Reading();
+            Reading const reading = walk.kind() == Kind::file ? decodeRecord(walk.content()) : Reading();
             if (!reading.damage.empty()) {
                 complain(about(file, nameOf(walk), reading.damage));
                 isSound = false;

@@ -20,9 +20,9 @@
 #include "InForce.h"
 #include "Input.h"
 #include "Locks.h"
-#include "Record.h"
 #include "Terminal.h"
 #include "Text.h"
+#include "Value.h"
 #include "Watch.h"
 
 namespace tool {
@@ -127,7 +127,7 @@ std::string lineAbout(char const* what, std::string const& name, std::string con
 /** Puts a list of locks in place; one without entries is removed, and so is its group if nothing else is in it. */
 void writeLockList(Settings& settings, std::vector<std::string> const& list) {
     if (!list.empty()) {
-        settings.write(lockListName, encode(list));
+        settings.write(lockListName, encodeRecord(list));
         return;
     }
     settings.remove(lockListName);
@@ -156,7 +156,7 @@ Status get(Places const& places, std::string const& name) {
                           (inForce.isLocked(clean) ? " (the administrator has locked it)" : ""));
     if (entry.kind == Kind::directory)
         throw Failure(Status::notThere, clean + " is a group, not a property");
-    Reading const reading = decode(entry.content);
+    Reading const reading = decodeRecord(entry.content);
     if (!reading.value)
         throw Failure(Status::notThere, clean + " has no value that can be read");
     for (std::string const& text : elementTexts(*reading.value)) {
@@ -177,7 +177,7 @@ Status set(Places const& places, std::string const& kind, std::string const& nam
         requireAllowed(places, clean, value);
         requireUnlocked(places, clean);
     }
-    std::string const record = encode(value);
+    std::string const record = encodeRecord(value);
     edit(places, [&](Settings& settings) { settings.write(clean, record); });
     return Status::done;
 }

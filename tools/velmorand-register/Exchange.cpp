@@ -14,9 +14,9 @@
 #include "Failure.h"
 #include "JsonText.h"
 #include "JsonValue.h"
-#include "Record.h"
 #include "Terminal.h"
 #include "Text.h"
+#include "Value.h"
 
 namespace tool {
 
@@ -82,12 +82,12 @@ Value withOneNan(Value value) {
 std::string entryText(Walk const& entry) {
     if (entry.kind() == Kind::directory)
         return R"({"type": "group"})";
-    Reading const reading = decode(entry.content());
-    std::string text = R"({"type": ")" + std::string(reading.kind()) + "\", ";
+    Reading const reading = decodeRecord(entry.content());
+    std::string text = R"({"type": ")" + std::string(kindName(reading)) + "\", ";
     if (!reading.value)
         return text + R"("base64": )" + quotedBase64(entry.content()) + '}';
     text += valueMember(*reading.value);
-    if (encode(withOneNan(*reading.value)) != entry.content())
+    if (encodeRecord(withOneNan(*reading.value)) != entry.content())
         text += R"(, "record": )" + quotedBase64(entry.content());
     return text + '}';
 }
@@ -126,13 +126,13 @@ Value givenValue(std::string const& type, std::size_t kind, Members& members) {
 /** The record that an entry's members give. */
 std::string recordFrom(std::string const& type, Members& members) {
     auto const value = givenValue(type, kindNamed(type), members);
-    std::string written = encode(value);
+    std::string written = encodeRecord(value);
     auto const* const given = members.take("record");
     if (given == nullptr)
         return written;
     std::string record = fromBase64(*given);
-    Reading const reading = decode(record);
-    if (!reading.value || encode(withOneNan(*reading.value)) != written)
+    Reading const reading = decodeRecord(record);
+    if (!reading.value || encodeRecord(withOneNan(*reading.value)) != written)
         throw BadEntry(R"("value" and "record" differ (remove "record" from an entry that you edit))");
     return record;
 }

@@ -7,8 +7,8 @@
 #include "Expectation.h"
 #include "InForce.h"
 #include "ParallelWalk.h"
-#include "Record.h"
 #include "Text.h"
+#include "Value.h"
 
 namespace tool {
 
@@ -22,8 +22,8 @@ void printColumns(std::string_view kind, char const* scope) {
 /** Prints a line of a list. */
 void printLine(Walk const& entry, char const* scope, std::string const& group, bool isLong) {
     bool const isGroup = entry.kind() == Kind::directory;
-    Reading const reading = isGroup ? Reading() : decode(entry.content());
-    printColumns(isGroup ? "group" : reading.kind(), scope);
+    Reading const reading = isGroup ? Reading() : decodeRecord(entry.content());
+    printColumns(isGroup ? "group" : kindName(reading), scope);
     printEscaped(std::cout, group, forLine());
     std::cout << (group.empty() ? "" : "/");
     printEscaped(std::cout, nameOf(entry), forLine());
@@ -42,8 +42,11 @@ void printDeclaredGroup(std::string const& name, char const* scope) {
 void printDeclared(std::string const& name, Declaration const& declaration, Found const& found) {
     bool const isSet = found.entry.kind != Kind::none;
     bool const isGroup = found.entry.kind == Kind::directory;
-    Reading const reading = found.entry.kind == Kind::file ? decode(found.entry.content) : Reading();
-    printColumns(!isSet ? kindNames.at(declaration.kind) : isGroup ? "group" : reading.kind(), found.scope);
+    Reading const reading = found.entry.kind == Kind::file ? decodeRecord(found.entry.content) : Reading();
+    printColumns(!isSet    ? kindNames.at(declaration.kind)
+                 : isGroup ? "group"
+                           : kindName(reading),
+                 found.scope);
     printEscaped(std::cout, name, forLine());
     std::cout << ':';
     if (auto const& value = isSet ? reading.value : declaration.fallback)

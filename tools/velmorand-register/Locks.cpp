@@ -27,7 +27,7 @@ bool beginsWith(std::string const& text, std::string const& beginning) {
 
 /** The names in the list; none if it is not a list of strings. */
 Names listIn(Settings const& global) {
-    Reading const reading = decode(global.find(lockListName).content);
+    Reading const reading = decodeRecord(global.find(lockListName).content);
     bool const isList =
         reading.damage.empty() && reading.value && std::holds_alternative<Names>(*reading.value);
     return isList ? std::get<Names>(*reading.value) : Names();
@@ -60,7 +60,7 @@ Names lockList(Settings const& settings) {
     auto const entry = settings.find(lockListName);
     if (entry.kind == Kind::none)
         return {};
-    Reading const reading = decode(entry.content);
+    Reading const reading = decodeRecord(entry.content);
     if (reading.value && reading.damage.empty() && std::holds_alternative<Names>(*reading.value))
         return std::get<Names>(*reading.value);
     throw Failure(Status::fileTrouble,

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "Record.h"
 #include "Settings.h"
+#include "Value.h"
 
 namespace tool {
 

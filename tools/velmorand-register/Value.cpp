@@ -39,6 +39,10 @@ std::vector<Value> elements(std::vector<T> const& values) {
 
 } // namespace
 
+std::string_view kindName(Reading const& reading) {
+    return reading.value ? kindNames.at(reading.value->index()) : "bytes";
+}
+
 Value parseValue(std::string const& kind, std::vector<std::string> const& texts) {
     std::size_t const index = requiredKind(kind);
     if (index < singles && texts.empty())

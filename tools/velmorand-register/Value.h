@@ -2,16 +2,25 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <velmorand/AnyValue.h>
 
 namespace tool {
 
+using velmorand::decodeRecord;
+using velmorand::encodeRecord;
 using velmorand::kindNames;
 
 /** A property's value, of one of the eight kinds. */
 using Value = velmorand::AnyValue;
+
+/** What a property's bytes were found to be. */
+using Reading = velmorand::DecodedRecord;
+
+/** The kind's name, or "bytes" if there is no value. */
+std::string_view kindName(Reading const& reading);
 
 /**
  * The value of a kind that texts, one for each element, give.

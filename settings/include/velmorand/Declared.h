@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -79,6 +80,10 @@ struct Fetched {
 /** Reads a value for a declaration. It throws nothing because of what the register contains. */
 template <class Kind>
 VELMORAND_SETTINGS_EXPORT Fetched fetch(std::string const& name, Kind& value);
+
+/** Reads a value from its bytes. Result: why they are not of the kind; empty if they are. */
+template <class Kind>
+VELMORAND_SETTINGS_EXPORT std::string decode(std::string_view record, Kind& value);
 
 /** Writes a value to the user scope, unless that has the same one. */
 template <class Kind>

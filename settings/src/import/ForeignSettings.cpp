@@ -108,7 +108,7 @@ private:
 
     ImportedSetting::Outcome put(ForeignSetting const& setting) {
         using Outcome = ImportedSetting::Outcome;
-        std::string const record = recordOf(*setting.value);
+        std::string const record = encodeRecord(*setting.value);
         auto const before = filesystem::direct::find(_files, {_directory}, setting.name);
         if (before.kind == Kind::file && before.content == record)
             return Outcome::unchanged;

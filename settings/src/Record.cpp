@@ -1,0 +1,291 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Record.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "velmorand/AnyValue.h"
+
+namespace velmorand {
+
+namespace {
+
+constexpr char listTag = 'L';
+constexpr std::string_view elementTags = "SNIB"; // in the order of `AnyValue`, whose lists come after them
+
+constexpr std::array<char const*, kindNames.size()> phrases{
+    "a string",          "a number",          "an integer",         "a boolean",
+    "a list of strings", "a list of numbers", "a list of integers", "a list of booleans"};
+
+/** What the first bytes of a record say. */
+struct Tags {
+    std::optional<std::size_t> kind; ///< an index of `kindNames`; none if there is no such kind
+    std::size_t size;                ///< of those that are there, at most 2
+};
+
+Tags tagsOf(std::string_view record) {
+    bool const isList = !record.empty() && record.front() == listTag;
+    std::size_t const at = isList ? 1 : 0;
+    if (record.size() <= at)
+        return {std::nullopt, record.size()};
+    std::size_t const element = elementTags.find(record[at]);
+    if (element == std::string_view::npos)
+        return {std::nullopt, at + 1};
+    return {element + (isList ? elementTags.size() : 0), at + 1};
+}
+
+template <class T, class... Kinds>
+constexpr std::size_t indexIn(std::variant<Kinds...> const* /*kinds*/) {
+    std::size_t index = 0;
+    bool isFound = false;
+    ((isFound = isFound || std::is_same_v<T, Kinds>, index += isFound ? 0 : 1), ...);
+    return index;
+}
+
+/** A type's index of `kindNames`. */
+template <class T>
+constexpr std::size_t kindOf = indexIn<T>(static_cast<AnyValue const*>(nullptr));
+
+std::string counted(std::size_t count, char const* noun) {
+    return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
+}
+
+/** Takes fields off the front of a record, and remembers the first thing that is wrong. */
+class Reader {
+public:
+    /** After the tags, which are so many. */
+    Reader(std::string_view record, std::size_t tags) : _record(record), _left(record.substr(tags)) {}
+
+    [[nodiscard]] std::size_t left() const { return _left.size(); }
+    [[nodiscard]] std::string const& damage() const { return _damage; }
+
+    void note(std::string const& damage) {
+        if (_damage.empty())
+            _damage = damage;
+    }
+
+    /** As many of these bytes as there are. */
+    std::string_view take(std::size_t size) {
+        if (size > _left.size())
+            note("truncated: " + counted(size, "byte") + " expected at offset " +
+                 std::to_string(_record.size() - _left.size()) + ", " + std::to_string(_left.size()) +
+                 " found");
+        std::string_view const bytes = _left.substr(0, size);
+        _left.remove_prefix(bytes.size());
+        return bytes;
+    }
+
+    /** An unsigned integer, least significant byte first; 0 if its bytes are not all there. */
+    template <class Bits>
+    Bits bits() {
+        std::string_view const bytes = take(sizeof(Bits));
+        if (bytes.size() < sizeof(Bits))
+            return 0;
+        Bits bits = 0;
+        for (std::size_t i = 0; i < sizeof(Bits); ++i)
+            bits |= static_cast<Bits>(Bits{static_cast<unsigned char>(bytes[i])} << 8 * i);
+        return bits;
+    }
+
+    /** A length or a count, as `what` says; none if it is negative. */
+    std::optional<std::size_t> size(char const* what) {
+        auto const size = static_cast<std::int32_t>(bits<std::uint32_t>());
+        if (size >= 0)
+            return static_cast<std::size_t>(size);
+        note(std::string("negative ") + what + ": " + std::to_string(size));
+        return std::nullopt;
+    }
+
+private:
+    std::string_view _record;
+    std::string_view _left;
+    std::string _damage;
+};
+
+template <class Bits>
+void appendBits(std::string& record, Bits bits) {
+    for (std::size_t i = 0; i < sizeof bits; ++i)
+        record += static_cast<char>(bits >> 8 * i & 0xFFU);
+}
+
+void appendSize(std::string& record, std::size_t size) {
+    appendBits(record, static_cast<std::uint32_t>(size));
+}
+
+/** How a single value, or an element of a list, is written and read. */
+template <class T>
+struct Element;
+
+template <>
+struct Element<std::string> {
+    static void append(std::string& record, std::string const& value) {
+        appendSize(record, value.size());
+        record += value;
+    }
+    static std::string take(Reader& reader) {
+        auto const length = reader.size("length");
+        return length ? std::string(reader.take(*length)) : std::string();
+    }
+};
+
+template <>
+struct Element<double> {
+    static void append(std::string& record, double value) {
+        std::uint64_t bits = 0;
+        std::memcpy(&bits, &value, sizeof bits);
+        appendBits(record, bits);
+    }
+    static double take(Reader& reader) {
+        auto const bits = reader.bits<std::uint64_t>();
+        double value = 0;
+        std::memcpy(&value, &bits, sizeof value);
+        return value;
+    }
+};
+
+template <>
+struct Element<int> {
+    static void append(std::string& record, int value) {
+        appendBits(record, static_cast<std::uint32_t>(value));
+    }
+    static int take(Reader& reader) { return static_cast<std::int32_t>(reader.bits<std::uint32_t>()); }
+};
+
+template <>
+struct Element<bool> {
+    static void append(std::string& record, bool value) { record += value ? '\1' : '\0'; }
+    static bool take(Reader& reader) { return reader.bits<std::uint8_t>() != 0; }
+};
+
+/** What comes after the tags. */
+template <class T>
+struct Content {
+    static void append(std::string& record, T const& value) { Element<T>::append(record, value); }
+    static std::optional<T> take(Reader& reader) { return Element<T>::take(reader); }
+};
+
+template <class T>
+struct Content<std::vector<T>> {
+    static void append(std::string& record, std::vector<T> const& values) {
+        appendSize(record, values.size());
+        for (T const& value : values)
+            Element<T>::append(record, value);
+    }
+
+    /** None for more elements than the record has bytes, which would fill the memory. */
+    static std::optional<std::vector<T>> take(Reader& reader) {
+        constexpr std::size_t tagsAndCount = 6;
+        std::size_t const count = reader.size("count").value_or(0);
+        if (count > tagsAndCount + reader.left()) {
+            reader.note("truncated: " + counted(count, "element") + " expected, with only " +
+                        counted(reader.left(), "byte") + " left");
+            return std::nullopt;
+        }
+        std::vector<T> values;
+        values.reserve(count);
+        for (std::size_t i = 0; i < count; ++i)
+            values.push_back(Element<T>::take(reader));
+        return values;
+    }
+};
+
+template <std::size_t Kind>
+std::optional<AnyValue> takeKind(Reader& reader) {
+    return Content<std::variant_alternative_t<Kind, AnyValue>>::take(reader);
+}
+
+template <std::size_t... Kinds>
+std::optional<AnyValue> takeContent(std::size_t kind, Reader& reader, std::index_sequence<Kinds...> /*all*/) {
+    constexpr std::array takers{&takeKind<Kinds>...};
+    return takers.at(kind)(reader);
+}
+
+/** Why the tags, so many of which are there, are not those of a kind. */
+std::string unknownKind(std::string_view record, std::size_t tags) {
+    if (tags == 1 && record.front() == listTag)
+        return "truncated: 1 byte expected at offset 1, 0 found";
+    auto const tag = static_cast<unsigned char>(record[tags - 1]);
+    constexpr std::string_view digits = "0123456789abcdef";
+    return std::string("unknown ") + (tags == 1 ? "type" : "element type") + ": 0x" + digits[tag >> 4U] +
+           digits[tag & 0xFU];
+}
+
+} // namespace
+
+template <class T>
+std::string encoded(T const& value) {
+    constexpr std::size_t kind = kindOf<T>;
+    std::string record;
+    if (kind >= elementTags.size())
+        record += listTag;
+    record += elementTags[kind % elementTags.size()];
+    Content<T>::append(record, value);
+    return record;
+}
+
+template <class T>
+std::optional<T> decoded(std::string_view record) {
+    Tags const tags = tagsOf(record);
+    if (tags.kind != kindOf<T>)
+        return std::nullopt;
+    Reader reader(record, tags.size);
+    std::optional<T> value = Content<T>::take(reader);
+    return reader.damage().empty() ? std::move(value) : std::nullopt;
+}
+
+template <class T>
+std::string expectedInsteadOf(char const* found) {
+    return std::string("expected ") + phrases.at(kindOf<T>) + ", found " + found;
+}
+
+template <class T>
+std::string whyNotDecoded(std::string_view record) {
+    if (record.empty())
+        return expectedInsteadOf<T>("an empty property");
+    auto const kind = tagsOf(record).kind;
+    if (!kind)
+        return expectedInsteadOf<T>("bytes that are not a value");
+    return expectedInsteadOf<T>(*kind == kindOf<T> ? "a truncated one" : phrases.at(*kind));
+}
+
+// The eight kinds.
+#define VELMORAND_KIND(...)                                                                                  \
+    template std::string encoded(__VA_ARGS__ const&);                                                        \
+    template std::optional<__VA_ARGS__> decoded(std::string_view);                                           \
+    template std::string expectedInsteadOf<__VA_ARGS__>(char const*);                                        \
+    template std::string whyNotDecoded<__VA_ARGS__>(std::string_view);
+
+VELMORAND_KIND(std::string)
+VELMORAND_KIND(double)
+VELMORAND_KIND(int)
+VELMORAND_KIND(bool)
+VELMORAND_KIND(std::vector<std::string>)
+VELMORAND_KIND(std::vector<double>)
+VELMORAND_KIND(std::vector<int>)
+VELMORAND_KIND(std::vector<bool>)
+
+#undef VELMORAND_KIND
+
+std::string encodeRecord(AnyValue const& value) {
+    return std::visit([](auto const& content) { return encoded(content); }, value);
+}
+
+DecodedRecord decodeRecord(std::string_view record) {
+    if (record.empty())
+        return {};
+    Tags const tags = tagsOf(record);
+    if (!tags.kind)
+        return {std::nullopt, unknownKind(record, tags.size)};
+    Reader reader(record, tags.size);
+    auto value = takeContent(*tags.kind, reader, std::make_index_sequence<kindNames.size()>());
+    if (reader.left() > 0)
+        reader.note("unexpected data after the value: " + counted(reader.left(), "byte"));
+    return {std::move(value), reader.damage()};
+}
+
+} // namespace velmorand
