@@ -63,6 +63,11 @@ std::optional<std::string> Locks::entryFor(std::string const& name) const {
     return std::prev(next)->substr(0, std::prev(next)->size() - 1);
 }
 
+std::string Locks::objectionTo(std::string const& name) const {
+    auto const entry = entryFor(name);
+    return entry ? "the administrator has locked " + (*entry == name ? "it" : *entry) : std::string();
+}
+
 Locks const& locksOf(_Register const& settings) {
     Kept& kept = Kept::instance();
     std::uint64_t const now = registerState.load(std::memory_order_relaxed);
@@ -88,8 +93,8 @@ void requireUnlocked(_Register const& settings, std::string const& name, std::st
     Locks const& locks = locksOf(settings);
     if (locks.empty())
         return;
-    if (auto const entry = locks.entryFor(name))
-        throw Exception(what + ": the administrator has locked " + (*entry == name ? "it" : *entry));
+    if (std::string const reason = locks.objectionTo(name); !reason.empty())
+        throw Exception(what + ": " + reason);
 }
 
 filesystem::direct::Entry findInScopes(_Register const& settings, std::string const& name) {

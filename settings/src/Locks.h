@@ -27,6 +27,9 @@ public:
     /** The outermost entry that locks a clean name: the name, or a group around it. */
     [[nodiscard]] std::optional<std::string> entryFor(std::string const& name) const;
 
+    /** Why the user's value of a clean name cannot be set; empty if it is not locked. */
+    [[nodiscard]] std::string objectionTo(std::string const& name) const;
+
     /** Clean, with a "/" after each; sorted, and none begins with another. */
     [[nodiscard]] std::vector<std::string> const& entries() const noexcept { return _entries; }
 

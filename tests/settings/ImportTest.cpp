@@ -30,6 +30,7 @@ namespace {
 
 using Result = ImportReport::Result;
 using Outcome = ImportedSetting::Outcome;
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::UnorderedElementsAre;
 
@@ -57,6 +58,16 @@ protected:
         });
     }
 
+    /** Runs a program that has one directory as the user's and another as the administrator's. */
+    void runProgram(char const* users, char const* administrators, std::string const& action) const {
+        std::string const command = "'" LIVE_PROGRAM "' '" + (directory / users).string() + "' '" +
+                                    (directory / administrators).string() + "' " + action;
+        EXPECT_EQ(0, std::system(command.c_str()));
+    }
+
+    /** Locks a name, in a process of the administrator's. */
+    void lock(std::string const& name) const { runProgram("global", "user", "lock " + name); }
+
     support::TemporaryDirectory directory;
     std::string old = (directory / "old.json").string();
     ImportSource source{Store::json, old, ImportMap("/ -> editor/\n")};
@@ -68,6 +79,15 @@ Outcome outcomeOf(ImportReport const& report, std::string const& from) {
             return setting.outcome;
     ADD_FAILURE() << "no setting " << from;
     return Outcome::refused;
+}
+
+/** Why a setting was refused. */
+std::string refusalOf(ImportReport const& report, std::string const& from) {
+    for (ImportedSetting const& setting : report.settings)
+        if (setting.from == from && setting.outcome == Outcome::refused)
+            return setting.reason;
+    ADD_FAILURE() << from << " was not refused";
+    return {};
 }
 
 TEST_F(Import, PutsEverythingInPlaceAndRecordsIt) {
@@ -160,9 +180,7 @@ TEST_F(Import, KeepsWhatThisProcessHasChangedAndNotSaved) {
 TEST_F(Import, KeepsWhatAnotherRunningProgramHasSaved) {
     putOld(R"({"theme": "dark"})");
     LiveSettings live(options());
-    EXPECT_EQ(0, std::system(("'" LIVE_PROGRAM "' '" + (directory / "user").string() + "' '" +
-                              (directory / "global").string() + "' set editor/theme 5")
-                                 .c_str()));
+    runProgram("user", "global", "set editor/theme 5");
     EXPECT_EQ(Outcome::kept, outcomeOf(importOld(live), "theme"));
     EXPECT_EQ(5, read<int>("editor/theme"));
 }
@@ -181,6 +199,66 @@ TEST_F(Import, GivesValuesTheKindsThatTheProgramDeclares) {
     EXPECT_EQ(Outcome::refused, outcomeOf(report, "wrong"));
     EXPECT_EQ("\"x\" is not an integer", report.settings[3].reason);
     EXPECT_EQ(7, wrong.get());
+}
+
+TEST_F(Import, RefusesWhatTheDeclarationsDoNotAllow) {
+    putOld(R"({"size": 80, "theme": "pink", "sizes": [8, 80], "even": 3, "tabs": 70000, "ok": 12})");
+    Property<double> const size{"editor/size", 11.0, range(6.0, 72.0)};
+    Property<std::string> const theme{"editor/theme", "light", choices({"light", "dark"})};
+    Property<std::vector<double>> const sizes{"editor/sizes", {}, atMost(72.0)};
+    Property<int> const even{"editor/even", 2, check([](int n) { return n % 2 == 0; }, "an even number")};
+    Property<short> const tabs{"editor/tabs", 4};
+    Property<double> const ok{"editor/ok", 11.0, range(6.0, 72.0)};
+    LiveSettings live(options());
+    ImportReport const report = importOld(live);
+    EXPECT_EQ(Result::imported, report.result);
+    EXPECT_EQ("80 is not allowed: expected 6 to 72", refusalOf(report, "size"));
+    EXPECT_EQ(R"("pink" is not allowed: expected one of "light", "dark")", refusalOf(report, "theme"));
+    EXPECT_EQ("80 is not allowed: expected at most 72", refusalOf(report, "sizes"));
+    EXPECT_EQ("3 is not allowed: expected an even number", refusalOf(report, "even"));
+    EXPECT_EQ("70000 is not allowed: expected -32768 to 32767", refusalOf(report, "tabs"));
+    EXPECT_THAT(Group("editor").properties(), ElementsAre("ok"));
+}
+
+TEST_F(Import, RefusesAKindOfTheMapThatIsNotTheDeclaredOne) {
+    putOld(R"({"size": 12})");
+    source.map = ImportMap("size -> editor/size as integer");
+    Property<double> const size{"editor/size", 11.0};
+    LiveSettings live(options());
+    EXPECT_EQ("expected a number, found an integer", refusalOf(importOld(live), "size"));
+    EXPECT_FALSE(size.isSet());
+}
+
+TEST_F(Import, RefusesTheFirstOfTwoWithOneNewNameIfItIsNotAllowedAndTakesTheSecond) {
+    putOld(R"({"a": 80, "b": 12})");
+    source.map = ImportMap("a -> size\nb -> size");
+    Property<double> const size{"size", 11.0, range(6.0, 72.0)};
+    LiveSettings live(options());
+    ImportReport const report = importOld(live);
+    EXPECT_EQ("80 is not allowed: expected 6 to 72", refusalOf(report, "a"));
+    EXPECT_EQ(Outcome::set, outcomeOf(report, "b"));
+    EXPECT_EQ(12.0, size.get());
+}
+
+TEST_F(Import, RefusesWhatTheAdministratorHasLocked) {
+    putOld(R"({"theme": "dark", "size": 12})");
+    lock("editor/theme");
+    LiveSettings live(options());
+    ImportReport const report = importOld(live);
+    EXPECT_EQ(Result::imported, report.result);
+    EXPECT_EQ("the administrator has locked it", refusalOf(report, "theme"));
+    EXPECT_EQ(Outcome::set, outcomeOf(report, "size"));
+    EXPECT_THAT(Group("editor").properties(SCOPE_USER), ElementsAre("size"));
+}
+
+TEST_F(Import, RefusesWhatIsInAGroupThatHasBeenLockedSinceTheProgramStarted) {
+    putOld(R"({"window": {"width": 800}, "size": 12})");
+    LiveSettings live(options());
+    lock("editor/window");
+    ImportReport const report = importOld(live);
+    EXPECT_EQ("the administrator has locked editor/window", refusalOf(report, "window/width"));
+    EXPECT_EQ(Outcome::set, outcomeOf(report, "size"));
+    EXPECT_FALSE(Group("editor").contains("window", SCOPE_USER));
 }
 
 TEST_F(Import, NotifiesListenersWhenAllIsInPlace) {

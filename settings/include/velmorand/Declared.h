@@ -53,6 +53,9 @@ public:
     /** Fills in what depends on the type. */
     virtual void describe(DeclaredProperty& description) const = 0;
 
+    /** Why a property with this record would not be in force; empty if it would. */
+    [[nodiscard]] virtual std::string problemOf(std::string_view record) const = 0;
+
     /** Locks: none; it never waits. */
     [[nodiscard]] Recalled recall() const noexcept;
 
@@ -246,6 +249,14 @@ public:
         description.problem = problem();
     }
 
+    [[nodiscard]] std::string problemOf(std::string_view record) const override {
+        Kind kept{};
+        Loaded loaded{std::nullopt, 0, decode<Kind>(record, kept)};
+        if (loaded.problem.empty())
+            convert(kept, true, loaded);
+        return loaded.problem;
+    }
+
 private:
     struct Rule {
         std::function<bool(Element const&)> allows;
@@ -347,8 +358,13 @@ private:
         Kind kept{};
         Fetched fetched = fetch<Kind>(name(), kept);
         Loaded loaded{std::nullopt, fetched.state, std::move(fetched.problem)};
-        if (!fetched.isFound)
-            return loaded;
+        if (fetched.isFound)
+            convert(kept, explains, loaded);
+        return loaded;
+    }
+
+    /** Loads a value that is kept, if it is valid and allowed. */
+    void convert(Kind const& kept, bool explains, Loaded& loaded) const {
         try {
             loaded.value = Stored<T>::load(kept);
         } catch (std::exception const&) {
@@ -356,14 +372,13 @@ private:
         }
         Fault const fault = loaded.value ? faultOf(*loaded.value) : Fault();
         if (loaded.value && !fault.element)
-            return loaded;
+            return;
         if (explains && !loaded.value)
             loaded.problem = textOfInvalid(kept);
         else if (explains)
             loaded.problem =
                 textOf(fault, ElementOf<T>::isList ? storedJson(*fault.element) : json<Kind>(kept));
         loaded.value.reset();
-        return loaded;
     }
 
     [[nodiscard]] std::string textOfInvalid(Kind const& kept) const {

@@ -75,7 +75,7 @@ struct ImportedSetting {
         unchanged, ///< the new name had this value before
         kept,      ///< the new name had another value before, and still has it
         dropped,   ///< as the map says
-        refused,   ///< it cannot be imported
+        refused,   ///< it cannot be imported, or not be set
     };
 
     std::string from; ///< the old name
@@ -110,7 +110,8 @@ struct ImportReport {
  * again. If the old store does not exist, nothing is recorded: it is looked for again at the next start.
  *
  * A value gets the kind that the map gives, or that of the `Property` declared under the new name, or its natural kind.
- * The old store is not changed.
+ * A value that the `Property` does not allow is refused, and so is every value of a name that the administrator has
+ * locked; the others are imported. The old store is not changed.
  *
  * Errors: `utils::Exception` if `id` is empty. Every other failure is in the report.
  * Locks: takes the settings' lock for a moment, and then the kernel's lock on the user's directory, for which it waits

@@ -4,6 +4,7 @@
 // brings the change into memory. So everything is in place at once, only one process can do it, and a setting that
 // anybody has changed since the last save is newer than the import, not older.
 
+#include <algorithm>
 #include <cerrno>
 #include <exception>
 #include <map>
@@ -16,6 +17,9 @@
 #include <sys/stat.h>
 #include <utils/Exception.h>
 
+#include "../Access.h"
+#include "../Declarations.h"
+#include "../Locks.h"
 #include "../live/DiskFile.h"
 #include "../live/Limits.h"
 #include "../live/Places.h"
@@ -61,6 +65,34 @@ std::vector<ForeignSetting> readDeclared(ImportSource const& source) {
     });
 }
 
+void refuse(ForeignSetting& setting, std::string problem) {
+    if (problem.empty())
+        return;
+    setting.value.reset();
+    setting.problem = std::move(problem);
+}
+
+/** Refuses the values that the administrator's locks or the program's declarations do not allow. */
+void refuseForbidden(std::vector<ForeignSetting>& settings) {
+    Access const access;
+    if (!access)
+        return;
+    Locks const& locks = locksOf(*access);
+    std::multimap<std::string, ForeignSetting*> byName;
+    for (ForeignSetting& setting : settings) {
+        if (setting.value)
+            refuse(setting, locks.objectionTo(setting.name));
+        if (setting.value)
+            byName.emplace(setting.name, &setting);
+    }
+    eachDeclaration([&byName](detail::Declaration const& declaration) {
+        auto const [begin, end] = byName.equal_range(declaration.name());
+        std::for_each(begin, end, [&declaration](auto const& named) {
+            refuse(*named.second, declaration.problemOf(encodeRecord(*named.second->value)));
+        });
+    });
+}
+
 /** Why the lock is not taken; empty if it is. */
 std::string take(DirectoryLock& lock, std::string const& directory) {
     switch (lock.take(directory, live::patience)) {
@@ -103,8 +135,9 @@ ImportReport bringIntoFile(std::string const& directory, ForeignSetting const& r
 }
 
 ImportReport broughtIntoFile(std::string const& directory, ForeignSetting const& record,
-                             std::vector<ForeignSetting> const& settings) {
+                             std::vector<ForeignSetting>& settings) {
     try {
+        refuseForbidden(settings);
         return bringIntoFile(directory, record, settings);
     } catch (std::exception const& error) { // no memory; nothing has been replaced
         return failed(directory + ": " + error.what());
@@ -127,7 +160,7 @@ ImportReport importOnce(LiveSettings& live, std::string const& id, ImportSource 
     }
     if (settings.empty() && import::isDatabaseDirectory(source))
         return {Result::nothingThere, {}, {}};
-    // What this process has changed is newer: it has to be in the file first.
+    // What this process has changed is newer: it has to be in the file first. The locks have to be those of now.
     if (SaveResult saved = live.sync(); !saved.saved)
         return failed(std::move(saved.reason));
     ImportReport report = broughtIntoFile(live.userDirectory(), record, settings);
