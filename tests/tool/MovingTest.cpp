@@ -441,6 +441,7 @@ TEST_F(Moving, RefusesWhatDoesNotGoTogether) {
                 ShowsUsage("--replace does not go with --from"));
     EXPECT_THAT(run({"import", "--dry-run", "x"}), ShowsUsage("go with --from"));
     EXPECT_THAT(run({"import", "--overwrite", "x"}), ShowsUsage("go with --from"));
+    EXPECT_THAT(run({"import", "--force", "x"}), ShowsUsage("go with --from"));
     EXPECT_THAT(run({"import", "--map", "x", "x"}), ShowsUsage("go with --from"));
     EXPECT_THAT(run({"import", "--from", "json", "--map", "-", "-"}), ShowsUsage("only one of"));
 }
@@ -523,7 +524,7 @@ TEST_F(Moving, TheCatalogueGivesKindsAndLimits) {
         "large": {"type": "integer", "maximum": 5}}})");
     Outcome const outcome = run({"--catalogue", at("catalogue.json"), "import", "--from", "ini",
                                  file("size=12\ntabs=x\nrecent=a\nlarge=6\n")});
-    EXPECT_EQ("not taken large: 6 is not allowed: expected an integer of at most 5\n"
+    EXPECT_EQ("not taken large: 6 is not allowed: expected an integer of at most 5 (--force sets it anyway)\n"
               "set       recent: strings [\"a\"]\n"
               "set       size: number 12.0\n"
               "not taken tabs: \"x\" is not an integer\n"
@@ -536,6 +537,41 @@ TEST_F(Moving, TheMapsKindTakesPrecedenceOverTheCatalogues) {
     Outcome const outcome = run({"--catalogue", at("catalogue.json"), "import", "--from", "ini",
                                  file("size=12\n"), "--map", map("size -> size as integer\n").back()});
     EXPECT_THAT(outcome.out, StartsWith("not taken size: "));
+}
+
+TEST_F(Moving, WhatTheAdministratorHasLockedIsNotTakenAndTheRestIs) {
+    answer({"--global", global, "lock", "editor/theme", "window"});
+    Outcome const outcome = run({"--global", global, "import", "--from", "json", "--overwrite",
+                                 file(R"({"editor": {"size": 12, "theme": "dark"}, "window": {"x": 1}})")});
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_EQ("set       editor/size: integer 12\n"
+              "not taken editor/theme: the administrator has locked it (--force sets it anyway)\n"
+              "not taken window/x: the administrator has locked window (--force sets it anyway)\n"
+              "1 set, 2 not taken\n",
+              outcome.out);
+    EXPECT_EQ("integer   user   editor/size: 12\n", all());
+}
+
+TEST_F(Moving, LocksAreThoseOfTheNewNames) {
+    answer({"--global", global, "lock", "old"});
+    EXPECT_EQ("set       old -> new: integer 1\n1 set\n",
+              answer({"--global", global, "import", "--from", "json", file(R"({"old": 1})"), "--map",
+                      map("old -> new\n").back()}));
+}
+
+TEST_F(Moving, LocksDoNotBindTheAdministratorNorWithoutTheGlobalDirectory) {
+    answer({"--global", global, "lock", "theme"});
+    EXPECT_EQ("set       theme: string \"dark\"\n1 set\n", moved("json", file(R"({"theme": "dark"})")));
+    EXPECT_EQ("set       theme: string \"dark\"\n1 set\n",
+              answer({"--global", global, "--scope", "global", "import", "--from", "json", at("old")}));
+}
+
+TEST_F(Moving, ForceTakesWhatIsLockedOrNotAllowed) {
+    answer({"--global", global, "lock", "theme"});
+    putBytes(at("catalogue.json"), R"({"settings": {"size": {"type": "integer", "maximum": 5}}})");
+    EXPECT_EQ("set       size: integer 6\nset       theme: string \"dark\"\n2 set\n",
+              answer({"--global", global, "--catalogue", at("catalogue.json"), "import", "--from", "json",
+                      "--force", file(R"({"size": 6, "theme": "dark"})")}));
 }
 
 using MapOfNames = Moving;

@@ -40,6 +40,7 @@ offers '--user' velmorand-register get --u
 offers '--replace' velmorand-register import --r
 offers 'dconf ini json kconfig' velmorand-register import --from ''
 offers '--dry-run' velmorand-register import --from ini --d
+offers '--force' velmorand-register import --from ini --fo
 offers 'bin user' velmorand-register --user ''
 offers 'temporary' velmorand-register --scope t
 offers '' velmorand-register --wait ''

@@ -11,15 +11,14 @@
 #include <string_view>
 #include <system_error>
 
-#include "Catalogues.h"
 #include "Changes.h"
 #include "Copies.h"
 #include "Edit.h"
 #include "Exchange.h"
-#include "Expectation.h"
 #include "InForce.h"
 #include "Input.h"
 #include "Locks.h"
+#include "Permissions.h"
 #include "Terminal.h"
 #include "Text.h"
 #include "Value.h"
@@ -69,27 +68,6 @@ Settings settingsAt(std::string const& path) {
         throw;
     }
     return settings;
-}
-
-/** Errors: `Failure` if a setting is declared and may not have this value. */
-void requireAllowed(Places const& places, std::string const& name, Value const& value) {
-    Declarations const declarations = readCatalogues(places.catalogues);
-    auto const declared = declarations.find(name);
-    std::string const wrong =
-        declared == declarations.end() ? std::string() : objectionTo(value, declared->second);
-    if (!wrong.empty())
-        throw Failure(Status::misuse, name + ": " + wrong + " (--force sets it anyway)");
-}
-
-/** Errors: `Failure` if a setting is the user's, and the administrator has locked it in the directory that is given. */
-void requireUnlocked(Places const& places, std::string const& name) {
-    if (!places.globalDirectory || places.scope.value_or(Scope::user) != Scope::user)
-        return;
-    Settings global;
-    fileIn(directoryOf(places, Scope::global)).load(global);
-    if (auto const entry = Locks(global).entryFor(name))
-        throw Failure(Status::misuse, name + ": the administrator has locked " +
-                                          (*entry == name ? "it" : *entry) + " (--force sets it anyway)");
 }
 
 /** The places with the administrator's scope, for a command that is about it alone. Errors: `WrongCall`. */
@@ -173,10 +151,9 @@ Status set(Places const& places, std::string const& kind, std::string const& nam
            std::vector<std::string> const& texts, bool isForced) {
     std::string const clean = propertyName(name);
     Value const value = parseValue(kind, texts);
-    if (!isForced) {
-        requireAllowed(places, clean, value);
-        requireUnlocked(places, clean);
-    }
+    if (!isForced)
+        if (std::string const wrong = Permissions(places).objectionTo(clean, value); !wrong.empty())
+            throw Failure(Status::misuse, clean + ": " + wrong);
     std::string const record = encodeRecord(value);
     edit(places, [&](Settings& settings) { settings.write(clean, record); });
     return Status::done;

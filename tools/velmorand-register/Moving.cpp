@@ -12,11 +12,10 @@
 #include <utils/Exception.h>
 #include <velmorand/ForeignSettings.h>
 
-#include "Catalogues.h"
 #include "Commands.h"
 #include "Edit.h"
-#include "Expectation.h"
 #include "Input.h"
+#include "Permissions.h"
 #include "Text.h"
 
 namespace tool {
@@ -95,13 +94,12 @@ std::vector<ForeignSetting> read(velmorand::Store store, Moving const& moving,
     }
 }
 
-/** Finds what the declarations do not allow. */
-void check(std::vector<ForeignSetting>& settings, Declarations const& declarations) {
+/** Finds what may not be set. */
+void check(std::vector<ForeignSetting>& settings, Permissions const& permissions) {
     for (ForeignSetting& setting : settings) {
-        auto const declared = declarations.find(setting.name);
-        if (!setting.value || declared == declarations.end())
+        if (!setting.value)
             continue;
-        setting.problem = objectionTo(*setting.value, declared->second);
+        setting.problem = permissions.objectionTo(setting.name, *setting.value);
         if (!setting.problem.empty())
             setting.value.reset();
     }
@@ -159,9 +157,10 @@ Status report(std::vector<ForeignSetting> const& settings, std::vector<ImportedS
 } // namespace
 
 Status importFrom(Places const& places, std::string const& store, Moving const& moving) {
-    Declarations const declarations = readCatalogues(places.catalogues);
-    std::vector<ForeignSetting> settings = read(storeNamed(store), moving, declarations);
-    check(settings, declarations);
+    Permissions const permissions(places);
+    std::vector<ForeignSetting> settings = read(storeNamed(store), moving, permissions.declarations());
+    if (!moving.isForced)
+        check(settings, permissions);
     std::vector<ImportedSetting> imported;
     auto const change = [&](Settings& target) {
         imported = importInto(target.files(), Settings::directory, settings, moving.isOverwriting);

@@ -11,6 +11,7 @@ struct Moving {
     std::string file;               ///< "-": standard input
     std::optional<std::string> map; ///< the file with the rules
     bool isOverwriting = false;     ///< other values under the new names are replaced
+    bool isForced = false;          ///< even what is locked, or not as declared
     bool isDryRun = false;          ///< nothing is written
 };
 

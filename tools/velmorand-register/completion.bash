@@ -66,7 +66,7 @@ _velmorand_register() {
     '') options+=' --version' ;;
     list) options+=' --recursive --long --declared' ;;
     set) options+=' --force' ;;
-    import) options+=' --replace --from --map --overwrite --dry-run' ;;
+    import) options+=' --replace --from --map --overwrite --force --dry-run' ;;
     check) options+=' --declared' ;;
     esac
     if [[ $cur == -* ]]; then

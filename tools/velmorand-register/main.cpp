@@ -201,6 +201,8 @@ private:
         importing->add_option("--map", _moving.map, "With --from: the new names and kinds")
             ->type_name("FILE");
         importing->add_flag("--overwrite", _moving.isOverwriting, "With --from: replace values that are set");
+        importing->add_flag("--force", _moving.isForced,
+                            "With --from: import what is locked or invalid, too");
         importing->add_flag("--dry-run", _moving.isDryRun, "With --from: only print what would be set");
     }
 
@@ -236,8 +238,8 @@ private:
             throw WrongCall("--replace does not go with --from");
         if (_store)
             return tool::importFrom(_places, *_store, _moving);
-        if (_moving.map || _moving.isOverwriting || _moving.isDryRun)
-            throw WrongCall("--map, --overwrite and --dry-run go with --from");
+        if (_moving.map || _moving.isOverwriting || _moving.isForced || _moving.isDryRun)
+            throw WrongCall("--map, --overwrite, --force and --dry-run go with --from");
         return tool::import(_places, _moving.file, _isReplacing);
     }
 
