@@ -49,9 +49,9 @@ Locks::Locks(std::vector<std::string> const& list) {
             continue; // not a name
         }
     }
-    for (std::string const& name : names)
-        if (_entries.empty() || !beginsWith(name, _entries.back()))
-            _entries.push_back(name);
+    std::copy_if(names.begin(), names.end(), std::back_inserter(_entries), [this](std::string const& name) {
+        return _entries.empty() || !beginsWith(name, _entries.back());
+    });
 }
 
 std::optional<std::string> Locks::entryFor(std::string const& name) const {

@@ -50,10 +50,10 @@ std::string objectionToLocks(Kind kind, Reading const& reading) {
         return objection("a property without a value", declarationOfList());
     if (std::string wrong = objectionTo(*reading.value, declarationOfList()); !wrong.empty())
         return wrong;
-    for (std::string const& entry : std::get<Names>(*reading.value))
-        if (entryName(entry).empty())
-            return jsonText(entry, forJsonLine()) + " is not a name";
-    return {};
+    auto const& list = std::get<Names>(*reading.value);
+    auto const wrong = std::find_if(list.begin(), list.end(),
+                                    [](std::string const& entry) { return entryName(entry).empty(); });
+    return wrong == list.end() ? std::string() : jsonText(*wrong, forJsonLine()) + " is not a name";
 }
 
 Names lockList(Settings const& settings) {
@@ -76,9 +76,9 @@ Locks::Locks(Names const& list) {
     for (std::string const& entry : list)
         if (std::string const name = entryName(entry); !name.empty())
             names.insert(name + '/');
-    for (std::string const& name : names)
-        if (_entries.empty() || !beginsWith(name, _entries.back()))
-            _entries.push_back(name);
+    std::copy_if(names.begin(), names.end(), std::back_inserter(_entries), [this](std::string const& name) {
+        return _entries.empty() || !beginsWith(name, _entries.back());
+    });
 }
 
 std::optional<std::string> Locks::entryFor(std::string const& name) const {
