@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Commands.h"
 
-#include <algorithm>
 #include <array>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <iterator>
-#include <sstream>
 #include <string_view>
 #include <system_error>
 
@@ -17,7 +14,6 @@
 #include "Exchange.h"
 #include "InForce.h"
 #include "Input.h"
-#include "Locks.h"
 #include "Permissions.h"
 #include "Terminal.h"
 #include "Text.h"
@@ -27,13 +23,6 @@
 namespace tool {
 
 namespace {
-
-std::string propertyName(std::string const& name) {
-    std::string clean = cleanName(name);
-    if (clean.empty())
-        throw WrongCall("the name is empty");
-    return clean;
-}
 
 /** Whether a file holds exported settings: a JSON object. A pipe, which cannot be looked into first, counts as one. */
 bool isExport(std::string const& path) {
@@ -70,58 +59,6 @@ Settings settingsAt(std::string const& path) {
     return settings;
 }
 
-/** The places with the administrator's scope, for a command that is about it alone. Errors: `WrongCall`. */
-Places administrators(Places places, std::string const& command) {
-    if (places.scope.value_or(Scope::global) != Scope::global)
-        throw WrongCall(command + " changes only the global register file");
-    if (!places.globalDirectory)
-        throw WrongCall(command + " needs --global DIR");
-    places.scope = Scope::global;
-    return places;
-}
-
-std::vector<std::string> propertyNames(std::vector<std::string> const& names) {
-    if (names.empty())
-        throw WrongCall("NAME is required");
-    std::vector<std::string> clean;
-    std::transform(names.begin(), names.end(), std::back_inserter(clean), propertyName);
-    return clean;
-}
-
-/** A line of the answer: what has become of a name, and the group with which it is locked, if there is one. */
-std::string lineAbout(char const* what, std::string const& name, std::string const& with = {}) {
-    std::ostringstream line;
-    line << what << ": ";
-    printEscaped(line, name, forLine());
-    if (!with.empty() && with != name) {
-        line << " (with ";
-        printEscaped(line, with, forLine());
-        line << ')';
-    }
-    line << '\n';
-    return line.str();
-}
-
-/** Puts a list of locks in place; one without entries is removed, and so is its group if nothing else is in it. */
-void writeLockList(Settings& settings, std::vector<std::string> const& list) {
-    if (!list.empty()) {
-        settings.write(lockListName, encodeRecord(list));
-        return;
-    }
-    settings.remove(lockListName);
-    if (!settings.walk(lockListGroup).next())
-        settings.remove(lockListGroup);
-}
-
-/** Removes the entries of a list that stand for a clean name. Result: whether there was one. */
-bool removeEntries(std::vector<std::string>& list, std::string const& name) {
-    auto const gone = std::remove_if(list.begin(), list.end(),
-                                     [&name](std::string const& entry) { return entryName(entry) == name; });
-    bool const wasThere = gone != list.end();
-    list.erase(gone, list.end());
-    return wasThere;
-}
-
 } // namespace
 
 Status get(Places const& places, std::string const& name) {
@@ -156,50 +93,6 @@ Status set(Places const& places, std::string const& kind, std::string const& nam
             throw Failure(Status::misuse, clean + ": " + wrong);
     std::string const record = encodeRecord(value);
     edit(places, [&](Settings& settings) { settings.write(clean, record); });
-    return Status::done;
-}
-
-Status lock(Places const& places, std::vector<std::string> const& names) {
-    std::vector<std::string> const clean = propertyNames(names);
-    std::string report;
-    edit(administrators(places, "lock"), [&](Settings& settings) {
-        std::vector<std::string> list = lockList(settings);
-        for (std::string const& name : clean) {
-            if (auto const entry = Locks(list).entryFor(name)) {
-                report += lineAbout("already locked", name, *entry);
-                continue;
-            }
-            list.push_back(name);
-            report += lineAbout("locked", name);
-        }
-        writeLockList(settings, list);
-    });
-    std::cout << report;
-    return Status::done;
-}
-
-Status unlock(Places const& places, std::vector<std::string> const& names) {
-    std::vector<std::string> const clean = propertyNames(names);
-    std::string report;
-    edit(administrators(places, "unlock"), [&](Settings& settings) {
-        std::vector<std::string> list = lockList(settings);
-        bool isChanged = false;
-        for (std::string const& name : clean) {
-            bool const wasListed = removeEntries(list, name);
-            auto const entry = Locks(list).entryFor(name);
-            if (entry && !wasListed)
-                throw Failure(Status::notThere, "nothing changed: " + name + " is locked with the group " +
-                                                    *entry + " (unlock that)");
-            if (entry)
-                report += lineAbout("still locked", name, *entry);
-            else
-                report += lineAbout(wasListed ? "unlocked" : "not locked", name);
-            isChanged = isChanged || wasListed;
-        }
-        if (isChanged)
-            writeLockList(settings, list);
-    });
-    std::cout << report;
     return Status::done;
 }
 

@@ -48,6 +48,13 @@ std::string cleanName(std::string const& name) {
     return clean;
 }
 
+std::string propertyName(std::string const& name) {
+    std::string clean = cleanName(name);
+    if (clean.empty())
+        throw WrongCall("the name is empty");
+    return clean;
+}
+
 std::string inGroup(std::string const& group, std::string_view name) {
     std::string full = group;
     if (!full.empty())

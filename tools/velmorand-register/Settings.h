@@ -20,6 +20,9 @@ using filesystem::direct::Walk;
  */
 std::string cleanName(std::string const& name);
 
+/** The same for a property's name. Errors: also `WrongCall` if it is empty. */
+std::string propertyName(std::string const& name);
+
 /** The full name of what has a name in a group. */
 std::string inGroup(std::string const& group, std::string_view name);
 

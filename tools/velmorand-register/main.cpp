@@ -53,6 +53,7 @@ public:
         addPlaces();
         addReading();
         addWriting();
+        addExchange();
         addFiles();
     }
     CommandLine(CommandLine const&) = delete;
@@ -182,7 +183,9 @@ private:
         addName(add("delete", "Remove a property, or a group with everything in it",
                     [this] { return tool::remove(_places, _name); }),
                 "The name of the property or group");
+    }
 
+    void addExchange() {
         auto* const exporting =
             add("export", "Print settings as JSON", [this] { return tool::exportGroup(_places, _group); });
         exporting->add_option("GROUP", _group, "The group [the outermost]")->type_name("");

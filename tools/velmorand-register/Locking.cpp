@@ -1,0 +1,116 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// lock, unlock: what users may not change.
+#include <algorithm>
+#include <iostream>
+#include <iterator>
+#include <sstream>
+
+#include "Commands.h"
+#include "Edit.h"
+#include "Locks.h"
+#include "Text.h"
+
+namespace tool {
+
+namespace {
+
+/** The places with the administrator's scope, for a command that is about it alone. Errors: `WrongCall`. */
+Places administrators(Places places, std::string const& command) {
+    if (places.scope.value_or(Scope::global) != Scope::global)
+        throw WrongCall(command + " changes only the global register file");
+    if (!places.globalDirectory)
+        throw WrongCall(command + " needs --global DIR");
+    places.scope = Scope::global;
+    return places;
+}
+
+std::vector<std::string> propertyNames(std::vector<std::string> const& names) {
+    if (names.empty())
+        throw WrongCall("NAME is required");
+    std::vector<std::string> clean;
+    std::transform(names.begin(), names.end(), std::back_inserter(clean), propertyName);
+    return clean;
+}
+
+/** A line of the answer: what has become of a name, and the group with which it is locked, if there is one. */
+std::string lineAbout(char const* what, std::string const& name, std::string const& with = {}) {
+    std::ostringstream line;
+    line << what << ": ";
+    printEscaped(line, name, forLine());
+    if (!with.empty() && with != name) {
+        line << " (with ";
+        printEscaped(line, with, forLine());
+        line << ')';
+    }
+    line << '\n';
+    return line.str();
+}
+
+/** Puts a list of locks in place; one without entries is removed, and so is its group if nothing else is in it. */
+void writeLockList(Settings& settings, std::vector<std::string> const& list) {
+    if (!list.empty()) {
+        settings.write(lockListName, encodeRecord(list));
+        return;
+    }
+    settings.remove(lockListName);
+    if (!settings.walk(lockListGroup).next())
+        settings.remove(lockListGroup);
+}
+
+/** Removes the entries of a list that stand for a clean name. Result: whether there was one. */
+bool removeEntries(std::vector<std::string>& list, std::string const& name) {
+    auto const gone = std::remove_if(list.begin(), list.end(),
+                                     [&name](std::string const& entry) { return entryName(entry) == name; });
+    bool const wasThere = gone != list.end();
+    list.erase(gone, list.end());
+    return wasThere;
+}
+
+} // namespace
+
+Status lock(Places const& places, std::vector<std::string> const& names) {
+    std::vector<std::string> const clean = propertyNames(names);
+    std::string report;
+    edit(administrators(places, "lock"), [&](Settings& settings) {
+        std::vector<std::string> list = lockList(settings);
+        for (std::string const& name : clean) {
+            if (auto const entry = Locks(list).entryFor(name)) {
+                report += lineAbout("already locked", name, *entry);
+                continue;
+            }
+            list.push_back(name);
+            report += lineAbout("locked", name);
+        }
+        writeLockList(settings, list);
+    });
+    std::cout << report;
+    return Status::done;
+}
+
+Status unlock(Places const& places, std::vector<std::string> const& names) {
+    std::vector<std::string> const clean = propertyNames(names);
+    std::string report;
+    edit(administrators(places, "unlock"), [&](Settings& settings) {
+        std::vector<std::string> list = lockList(settings);
+        bool isChanged = false;
+        for (std::string const& name : clean) {
+            bool const wasListed = removeEntries(list, name);
+            auto const entry = Locks(list).entryFor(name);
+            if (entry && !wasListed)
+                throw Failure(Status::notThere, "nothing changed: " + name + " is locked with the group " +
+                                                    *entry + " (unlock that)");
+            if (entry)
+                report += lineAbout("still locked", name, *entry);
+            else
+                report += lineAbout(wasListed ? "unlocked" : "not locked", name);
+            isChanged = isChanged || wasListed;
+        }
+        if (isChanged)
+            writeLockList(settings, list);
+    });
+    std::cout << report;
+    return Status::done;
+}
+
+} // namespace tool
