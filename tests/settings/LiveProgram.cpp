@@ -27,7 +27,7 @@ int main(int argc, char** argv) {
         std::string const action = argv[i];
         std::string const name = argv[i + 1];
         if (action == "set")
-            write(name, std::atoi(argv[++i + 1]));
+            write(name, std::stoi(argv[++i + 1]));
         else if (action == "delete")
             _Register::getInstance()->delProperty(name, SCOPE_USER);
         else if (action == "group")

@@ -280,7 +280,7 @@ private:
 
     /** A fallback, limit or choice. */
     template <class To, class From>
-    To declared(From const& from) const {
+    [[nodiscard]] To declared(From const& from) const {
         static_assert(isAllowedInDeclaration<To, From>,
                       "limits and choices have the type of the setting, or of its elements");
         std::optional<To> value = ConversionOf<To, From>::convert(from);
