@@ -14,9 +14,9 @@ namespace editor {
 
 namespace {
 
-/** Puts a text at the head of a list that keeps `most` texts, each once. */
+/** Puts a text at the head of a list, which holds each text once, and at most `most` texts. */
 void putFirst(velmorand::Property<QStringList> const& list, QString const& text, int most) {
-    velmorand::Lock const lock; // between reading the list and writing it, nobody else does
+    velmorand::Lock const lock; // no other thread changes the list between reading and writing it
     QStringList texts = list.get();
     texts.removeAll(text);
     texts.prepend(text);

@@ -20,8 +20,9 @@ namespace editor {
 
 Q_NAMESPACE
 
-enum class Scheme { System, Light, Dark };
-Q_ENUM_NS(Scheme)
+/** Users type these names as well, after `--theme`. */
+enum class Theme { System, Light, Dark };
+VELMORAND_ENUM(Theme, {Theme::System, "system"}, {Theme::Light, "light"}, {Theme::Dark, "dark"})
 
 enum class Wrap { Off, Window, Column };
 Q_ENUM_NS(Wrap)
@@ -61,7 +62,7 @@ inline Property<StartWith> const startWith{"window/start with", StartWith::LastS
 inline Property<QString> const font{"view/font", "Monospace"};
 inline Property<double> const fontSize{"view/font size", 11.0, range(6.0, 72.0),
                                        description("Font size, in points")};
-inline Property<Scheme> const scheme{"view/scheme", Scheme::System, description("Colour scheme")};
+inline Property<Theme> const theme{"view/theme", Theme::System, description("Colours of the window")};
 inline Property<QString> const lineColour{"view/line colour", "#fff8dc",
                                           check(isColour, "a colour such as #ff8000"),
                                           description("Background of the line with the cursor")};

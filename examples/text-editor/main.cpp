@@ -1,34 +1,77 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// usage: text-editor [--declared-settings | FILE...]
+// usage: text-editor [--theme NAME] [--profile TITLE] [FILE...]
+//        text-editor --declared-settings
 //
-// Opens files like an editor whose window is not shown, and prints the recent files. With --declared-settings it prints
-// the catalogue of its settings, which its package installs as share/velmorand/declared/text-editor.json.
+// Opens files like an editor whose window is not shown, and prints what the window would show. With --declared-settings
+// it prints the catalogue of its settings, which its package installs as share/velmorand/declared/text-editor.json.
 
-#include <cstring>
 #include <iostream>
+
+#include <QCoreApplication>
 
 #include <velmorand/Catalogue.h>
 #include <velmorand/LiveSettings.h>
 
+#include "OldSettings.h"
+#include "Options.h"
+#include "Profiles.h"
 #include "Session.h"
 #include "Settings.h"
 
+namespace {
+
+using namespace editor;
+
+void print(char const* what, QStringList const& texts) {
+    for (QString const& text : texts)
+        std::cout << what << ": " << text.toStdString() << '\n';
+}
+
+/** Shows the profile's theme, unless the command line names another one, and the profile's files. */
+void openProfile(Options const& options) {
+    Profile const profile = profiles::profile(options.profile);
+    if (!options.files.isEmpty())
+        profile.files.set(options.files);
+    if (options.theme.isEmpty() && !settings::theme.isLocked())
+        settings::theme.override(profile.theme.get());
+    print("open", profile.files.get());
+}
+
+void showWindow() {
+    std::cout << "theme: " << velmorand::Stored<Theme>::store(settings::theme.get()) << '\n';
+    QByteArray const geometry = settings::geometry.get();
+    std::cout << "geometry: " << (geometry.isEmpty() ? "centred" : geometry.toHex().toStdString()) << '\n';
+    print("recent", settings::recent.get());
+    print("profile", profiles::titles());
+}
+
+void run(Options const& options) {
+    velmorand::LiveSettings live;
+    for (QString const& problem : importOldSettings(live, oldSettingsFile()) + problems())
+        std::cerr << "settings: " << problem.toStdString() << '\n';
+
+    Session const session;
+    if (!options.theme.isEmpty())
+        overrideTheme(options.theme);
+    for (QString const& file : options.files)
+        session.open(file);
+    if (!options.profile.isEmpty())
+        openProfile(options);
+    showWindow();
+    session.close(QByteArray("\x01\xd9\xd0\xcb\x00\x03", 6)); // what QWidget::saveGeometry returns
+}
+
+} // namespace
+
 int main(int argc, char** argv) {
-    if (argc == 2 && std::strcmp(argv[1], "--declared-settings") == 0) {
-        std::cout << velmorand::catalogue("text-editor");
-        return 0;
-    }
+    QCoreApplication const application(argc, argv);
     try {
-        velmorand::LiveSettings live;
-        for (QString const& problem : editor::problems())
-            std::cerr << "settings: " << problem.toStdString() << '\n';
-        editor::Session const session;
-        for (int i = 1; i < argc; ++i)
-            session.open(QString::fromLocal8Bit(argv[i]));
-        for (QString const& file : editor::settings::recent.get())
-            std::cout << file.toStdString() << '\n';
-        session.close(QByteArray("\x01\xd9\xd0\xcb\x00\x03", 6));
+        Options const options = optionsOf(QCoreApplication::arguments());
+        if (options.wantsCatalogue)
+            std::cout << velmorand::catalogue("text-editor");
+        else
+            run(options);
     } catch (velmorand::Exception const& failure) {
         std::cerr << "text-editor: " << failure.what() << '\n';
         return 1;

@@ -3,21 +3,62 @@
 #
 # usage: run.sh DIRECTORY TOOL
 #
-# Starts the editor that is built in DIRECTORY twice: the second time it knows the files of the first. Then the
-# command-line tool TOOL checks the settings by the editor's own catalogue.
+# Starts the editor that is built in DIRECTORY as a user and an administrator would, with settings of its version 1. Each
+# start is followed by what it must print. Then the command-line tool TOOL checks the settings by the editor's own
+# catalogue.
 set -eu
+editor=$1/text-editor tool=$2
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-export XDG_CONFIG_HOME="$work" XDG_CONFIG_DIRS="$work/none"
+export XDG_CONFIG_HOME="$work" XDG_CONFIG_DIRS="$work/administrator"
 
-"$1/text-editor" todo.txt letter.txt
-test "$("$1/text-editor" plan.txt)" = "plan.txt
-letter.txt
-todo.txt"
-"$1/text-editor" --declared-settings >"$work/editor.json"
-grep -F '"view/scheme": {"type": "string", "fallback": "System"' "$work/editor.json"
-"$2" --catalogue "$work/editor.json" check --declared
-"$2" --catalogue "$work/editor.json" list --declared -r | grep -F 'unset  view/scheme: "System"'
-if "$2" --catalogue "$work/editor.json" set integer view/scheme 1; then
+# run ARGUMENT... - starts the editor, shows what it prints, and compares that with the standard input.
+run() {
+    echo "\$ text-editor $*"
+    cat >"$work/expected"
+    "$editor" "$@" 2>&1 | tee "$work/printed"
+    diff "$work/expected" "$work/printed" >&2
+}
+
+mkdir "$work/Example"
+printf '[General]\ntheme=light\nrecentFiles=old.txt\n[cache]\nsize=1000\n' >"$work/Example/Editor.conf"
+
+run todo.txt <<'OUTPUT'
+theme: light
+geometry: centred
+recent: todo.txt
+recent: old.txt
+OUTPUT
+run --theme dark <<'OUTPUT'
+theme: dark
+geometry: 01d9d0cb0003
+recent: todo.txt
+recent: old.txt
+OUTPUT
+run --profile 'Thesis / 100 %' plan.txt <<'OUTPUT'
+open: plan.txt
+theme: light
+geometry: 01d9d0cb0003
+recent: plan.txt
+recent: todo.txt
+recent: old.txt
+profile: Thesis / 100 %
+OUTPUT
+mkdir -p "$work/administrator/velmorand"
+"$tool" --global "$work/administrator/velmorand" lock view/theme
+run <<'OUTPUT'
+theme: system
+geometry: 01d9d0cb0003
+recent: plan.txt
+recent: todo.txt
+recent: old.txt
+profile: Thesis / 100 %
+OUTPUT
+
+"$editor" --declared-settings >"$work/editor.json"
+grep -F '"view/theme": {"type": "string", "fallback": "system"' "$work/editor.json"
+"$tool" --catalogue "$work/editor.json" check --declared
+"$tool" --catalogue "$work/editor.json" list --declared -r | grep -F 'unset  view/wrap: "Window"'
+if "$tool" --catalogue "$work/editor.json" set integer view/theme 1; then
     exit 1
 fi

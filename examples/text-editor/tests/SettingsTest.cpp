@@ -34,13 +34,13 @@ TEST(TextEditorSettings, HaveFallbacksThatTheyAllow) {
 }
 
 TEST(TextEditorSettings, AreUsableWhateverTheFileHas) {
-    write("view/scheme", "purple");
+    write("view/theme", "purple");
     write("view/font", "\xff");
     write("view/line colour", "orange");
     write("edit/tab width", "eight");
     write("files/autosave", "0s");
     write("updates/last", "yesterday");
-    EXPECT_EQ(Scheme::System, settings::scheme.get());
+    EXPECT_EQ(Theme::System, settings::theme.get());
     EXPECT_EQ("Monospace", settings::font.get());
     EXPECT_EQ("#fff8dc", settings::lineColour.get());
     EXPECT_EQ(8, settings::tabWidth.get());
@@ -52,7 +52,7 @@ TEST(TextEditorSettings, AreUsableWhateverTheFileHas) {
               "2026-03-01T08:30:00.000+01:00 or 2026-03-01T07:30:00.000Z\n"
               "view/font: {\"base64\": \"/w==\"} is not allowed: expected text in UTF-8\n"
               "view/line colour: \"orange\" is not allowed: expected a colour such as #ff8000\n"
-              "view/scheme: \"purple\" is not allowed: expected one of \"System\", \"Light\", \"Dark\"",
+              "view/theme: \"purple\" is not allowed: expected one of \"system\", \"light\", \"dark\"",
               problems().join('\n').toStdString());
 }
 
@@ -71,36 +71,4 @@ TEST(TextEditorSettings, AreReadUnderOldNames) {
     EXPECT_EQ(LineEnd::CrLf, settings::lineEnd.get());
     settings::lineEnd.set(LineEnd::CrLf);
     EXPECT_EQ("dos", velmorand::read<std::string>("files/line end"));
-}
-
-TEST(TextEditorSession, KeepsTheRecentFilesInOrder) {
-    Session const session;
-    for (char const* const file : {"a", "ü", "c", "a"})
-        session.open(file);
-    EXPECT_EQ(QStringList({"a", "c", "ü"}), settings::recent.get());
-    settings::recentCount.set(2);
-    session.open("d");
-    EXPECT_EQ(QStringList({"d", "a"}), settings::recent.get());
-}
-
-TEST(TextEditorSession, KeepsTheSearchHistory) {
-    Session const session;
-    for (int i = 0; i < 30; ++i)
-        session.search(QString::number(i));
-    EXPECT_EQ(20, settings::searched.get().size());
-    EXPECT_EQ("29", settings::searched.get().first());
-}
-
-TEST(TextEditorSession, KeepsTheGeometry) {
-    QByteArray const geometry("\x01\xd9\x00\xff", 4);
-    Session().close(geometry);
-    EXPECT_EQ(geometry, settings::geometry.get());
-}
-
-TEST(TextEditorSession, LooksForAnUpdateOnceAWeek) {
-    QDateTime const now(QDate(2026, 3, 1), QTime(8, 30), Qt::UTC);
-    EXPECT_TRUE(Session().isUpdateDue(now));
-    settings::lastUpdate.set(now);
-    EXPECT_FALSE(Session().isUpdateDue(now.addDays(7).addSecs(-1)));
-    EXPECT_TRUE(Session().isUpdateDue(now.addDays(7)));
 }
