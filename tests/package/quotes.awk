@@ -1,0 +1,33 @@
+# SPDX-License-Identifier: Apache-2.0
+#
+# usage: awk -v directory=DIRECTORY -f quotes.awk DOCUMENT.md
+#
+# Checks that each "c++" block of a document, which is not compiled, is in the file of DIRECTORY that its first line
+# names: "// NAME". Fails if one is not, and if there are none.
+
+function content(path,    line, text) {
+    while ((getline line < path) > 0) {
+        text = text line "\n"
+    }
+    close(path)
+    return text
+}
+
+/^```/ {
+    if (quotes) {
+        ++count
+        if (index(content(directory "/" file), block) == 0) {
+            print FILENAME ":" FNR ": not in " file ":\n" block
+            failed = 1
+        }
+    }
+    quotes = !inside && $0 == "```c++"
+    inside = !inside
+    file = block = ""
+    next
+}
+
+quotes && file == "" { file = substr($0, 4); next }
+quotes { block = block $0 "\n" }
+
+END { exit failed || count == 0 }
