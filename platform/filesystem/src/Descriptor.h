@@ -83,6 +83,9 @@ private:
     bool _taken = false;
 };
 
+/** A second descriptor of an open file, with a number of at least `lowest`. */
+[[nodiscard]] Descriptor duplicated(int file, int lowest = StandardStreams::firstFree);
+
 /**
  * Makes the system call `open`, which opens a descriptor, such that its number is not that of a standard
  * stream. Everything that the library opens is opened here.
@@ -91,11 +94,11 @@ private:
 template <class Open>
 [[nodiscard]] Descriptor opened(Open open) {
     StandardStreams const streams;
-    return Descriptor(streams.areTaken() ? retried(open) : -1);
+    Descriptor file(streams.areTaken() ? retried(open) : -1);
+    // Another thread may have closed such a number since: the C library opens files of its own, for a moment.
+    return file.isOpen() && file.number() < StandardStreams::firstFree ? duplicated(file.number())
+                                                                       : std::move(file);
 }
-
-/** A second descriptor of an open file, with a number of at least `lowest`. */
-[[nodiscard]] Descriptor duplicated(int file, int lowest = StandardStreams::firstFree);
 
 /**
  * Writes all of `bytes` to an open file, from `position` on. At the process's limit on file sizes it fails with
