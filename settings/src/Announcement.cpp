@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Announcement.h"
 
+#include "Everything.h"
+
 namespace velmorand {
 
 namespace {
@@ -19,6 +21,8 @@ struct Pending : _Register {
 void announce(_Register& settings, void* sender, std::set<std::string> names) {
     if (names.empty())
         return;
+    for (std::string const& name : names)
+        expectAnnouncement(name);
     std::set<std::string>& pending = Pending::names(settings);
     pending.merge(names); // which leaves in `names` those that are pending already
     settings.notify(sender);

@@ -49,7 +49,7 @@ std::set<std::string, std::less<>> keysNow(_Register const& settings) {
     return keys;
 }
 
-/** Called before something comes to stand directly in a scope. */
+/** Called before something comes to stand directly in a scope, or is announced. */
 void addKey(std::string_view key) {
     Access const settings;
     if (!settings || everyone->keys.find(key) != everyone->keys.end())
@@ -78,6 +78,11 @@ void listenToEverything(_Register& settings, _Register::Callback* listener) {
         everyone = first.release();
         filesystem::noticeEntries(settings, addKey);
     }
+}
+
+void expectAnnouncement(std::string const& name) {
+    if (everyone != nullptr && !name.empty() && name.front() != '/')
+        addKey(std::string_view(name).substr(0, name.find('/')));
 }
 
 void stopListeningToEverything(_Register& settings, _Register::Callback* listener) {

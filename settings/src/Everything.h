@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <string>
+
 #include <utils/properties/Register.h>
 
 namespace velmorand {
@@ -16,6 +18,12 @@ namespace velmorand {
  */
 void listenToEverything(utils::properties::_Register& settings,
                         utils::properties::_Register::Callback* listener);
+
+/**
+ * Makes sure that such listeners hear of a name that is about to be announced, even if its first level is in no scope.
+ * Errors: `std::bad_alloc`. Locks: only with the settings' lock held.
+ */
+void expectAnnouncement(std::string const& name);
 
 /** Removes all entries of such a listener. Locks: only with the settings' lock held. */
 void stopListeningToEverything(utils::properties::_Register& settings,

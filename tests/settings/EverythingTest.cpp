@@ -113,6 +113,14 @@ TEST_F(Everything, HearsARegisterThatGoesTheLongWay) {
     EXPECT_THAT(heard(), ElementsAre("new/x", "group"));
 }
 
+TEST_F(Everything, HearsAnOverrideOfANameThatNoScopeHas) {
+    Property<int> const setting{"fresh/x", 1};
+    setting.override(5);
+    EXPECT_THAT(heard(), ElementsAre("fresh/x"));
+    setting.clearOverride();
+    EXPECT_THAT(heard(), ElementsAre("fresh/x"));
+}
+
 TEST_F(Everything, HearsARemoval) {
     Property<int> const single{"topmost"};
     single.set(1);

@@ -12,6 +12,7 @@
 
 #include <filesystem/Direct.h>
 
+#include "../Everything.h"
 #include "../LockChanges.h"
 #include "../Unwritten.h"
 
@@ -293,6 +294,7 @@ void Memory::announce(void* sender, std::vector<std::string> const& names) {
     Unwritten const unwritten;
     for (std::string const& name : std::set<std::string>(names.begin(), names.end())) {
         try {
+            expectAnnouncement(name);
             _register.markAsChanged(sender, name);
         } catch (...) { // a `_Register::Callback`, since a `Listener` lets nothing out
             Pending::names(_register).erase(name);
