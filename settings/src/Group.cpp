@@ -185,6 +185,8 @@ void Group::remove(void* sender) const {
 void Group::remove(std::string const& relative, void* sender) const {
     std::string const name = nameOf(relative);
     RequiredAccess const settings(subjectOf(name) + " is not removed");
+    if (name == _name)
+        throw Exception(subjectOf(name) + " is not removed: the name of what to remove in it is empty");
     if (usersKind(*settings, name) == Kind::file)
         make(*settings, {{{name, std::nullopt}}, {name}}, sender);
     else
@@ -214,6 +216,8 @@ Group Group::rename(std::string const& name, void* sender) const {
     RequiredAccess const settings(what + to);
     UserChanges changes = checkedCopiesOf(*settings, what, _name, to);
     Removal removal = removalOf(*settings, _name);
+    for (std::string const& removed : removal.names)
+        requireUnlocked(*settings, removed, what + removed);
     addNames(changes, removal.names);
     changes.merge(removal.changes);
     Group group(to);

@@ -245,6 +245,33 @@ TEST(Copy, OfAnEmptyGroupMakesNothing) {
     EXPECT_FALSE(isInUserScope("a"));
 }
 
+TEST(Remove, TakesATextOfAnyTypeForAName) {
+    write("a/x", 1);
+    write("a/y", 1);
+    std::string name("x");
+    Group("a").remove(name.data());
+    EXPECT_FALSE(isInUserScope("a/x"));
+    EXPECT_TRUE(isInUserScope("a/y"));
+}
+
+TEST(Remove, RefusesAnEmptyName) {
+    write("a/x", 1);
+    EXPECT_EQ("a is not removed: the name of what to remove in it is empty",
+              failure([] { Group("a").remove("/"); }));
+    EXPECT_TRUE(isInUserScope("a/x"));
+}
+
+TEST(Rename, RefusesToRemoveAUsersValueThatIsLocked) {
+    write("a/one/x", 1);
+    write("a/one/y", 1);
+    write("velmorand/locked", std::vector<std::string>{"a/one/x"}, SCOPE_GLOBAL);
+    EXPECT_EQ("a/one is not renamed: a/one/x: the administrator has locked it",
+              failure([] { Group("a/one").rename("a/two"); }));
+    EXPECT_TRUE(isInUserScope("a/one/x"));
+    EXPECT_TRUE(isInUserScope("a/one/y"));
+    EXPECT_FALSE(isInUserScope("a/two"));
+}
+
 TEST(Rename, MovesTheUsersSettings) {
     write("a/one/x", 1);
     Heard heard;

@@ -48,7 +48,7 @@ public:
     ///@{
     /**
      * The names of the properties, and of the groups, directly in this group, in byte order, each once: from one scope
-     * or from all. From all, what only the user has is left out if the administrator has locked it.
+     * or from all. From all scopes, names that only the user has are left out if they are locked.
      */
     [[nodiscard]] std::vector<std::string> properties() const;
     [[nodiscard]] std::vector<std::string> properties(RegisterScope scope) const;
@@ -95,30 +95,41 @@ public:
     ///@{
     /**
      * Removes the user's settings in the group, or the user's property or group of a name in it, and then the groups
-     * around it that have become empty. Values of other scopes stay, and are in force again. The listeners, except those
-     * of `sender`, are notified of each property when all are gone.
-     * Errors: what a listener throws, with everything removed.
+     * around it that have become empty. Values of other scopes stay, and are in force again. The listeners, except
+     * those of `sender`, are notified of each property after all of them have been removed.
+     * Errors: `utils::Exception`, with nothing removed, if the name is empty: only the function without a name removes
+     * the whole group. What a listener throws, with everything removed; listeners that were not called are notified
+     * with the next change.
      */
     void remove(void* sender = nullptr) const;
     void remove(std::string const& relative, void* sender = nullptr) const;
+    /** For what converts to a string, a `char*` for example, which is not to be taken for a sender. */
+    template <class Text,
+              std::enable_if_t<
+                  std::is_convertible_v<Text const&, std::string> && !std::is_null_pointer_v<Text>, int> = 0>
+    void remove(Text const& relative, void* sender = nullptr) const {
+        remove(std::string(relative), sender);
+    }
     ///@}
 
     /**
-     * Copies the group: the properties in it, with the user's values or else the global ones, become the user's settings
-     * in a group of the full name `name`. Temporary values and overrides are not copied, since the user's are saved, and
-     * neither are the user's of what the administrator has locked. Where the user has a property and the global scope a group of the same name, or the other way round, the user's is copied. The
-     * listeners, except those of `sender`, are notified of each copy when all are in place.
+     * Copies the group: the properties in it, with the user's values or else the global ones, become the user's
+     * settings in a group of the full name `name`. Temporary values and overrides are not copied, since the user's are
+     * saved, nor is the user's value of a locked name; the global value is copied instead, if there is one. Where the
+     * user has a property and the global scope a group of the same name, or the other way round, the user's is copied.
+     * The listeners, except those of `sender`, are notified of each copy when all are in place.
      * Result: the new group; of an empty group it is empty.
-     * Errors: `utils::Exception` if any scope has something of that name, if it is in this group, if one of its groups is
-     * a property, if the administrator has locked the name of a copy, or if it is not a name; `std::bad_alloc`. Nothing has changed then. What a listener throws, with the
-     * copies in place.
+     * Errors: `utils::Exception` if `name` is not a name, if any scope has something of that name, if it is in this
+     * group, if one of its groups is a property of the user's, or if the administrator has locked the name of a copy;
+     * `std::bad_alloc`. Nothing has changed then. What a listener throws, with the copies in place.
      */
     Group copy(std::string const& name, void* sender = nullptr) const;
 
     /**
-     * Copies the group as `copy` does, and removes the user's settings from this one, in one step. Global values can only
-     * be copied: those stay, and so the old name remains as a group where there are any. Temporary values stay as well.
-     * The listeners are notified of the old names and the new ones. Does nothing if `name` is this group's.
+     * Copies the group as `copy` does, and removes the user's settings from this one, in one step. Global values can
+     * only be copied: those stay, and so the old name remains as a group where there are any. Temporary values stay as
+     * well. The listeners are notified of the old names and the new ones. Does nothing if `name` is this group's.
+     * Errors: as for `copy`, and if the administrator has locked one of the user's settings that would be removed.
      */
     Group rename(std::string const& name, void* sender = nullptr) const;
 
@@ -127,12 +138,15 @@ private:
 };
 
 /**
- * Any text, such as the title of a profile, as one level of a name. Most texts stay as they are. Each byte that a level
- * cannot have becomes "%" and two hexadecimal digits: "/", "%", control characters, and what is not UTF-8.
+ * Makes one level of a name out of any text, such as the title of a profile. Most texts stay as they are. "/", "%",
+ * ASCII control characters, and all non-ASCII bytes of a text that is not UTF-8 become "%" and two hexadecimal digits,
+ * and so do the dots of "." and "..". An empty text becomes "%".
  */
 [[nodiscard]] VELMORAND_SETTINGS_EXPORT std::string levelFrom(std::string_view text);
 
-/** The text that `levelFrom` made a level of; any other level is taken as it is. */
+/**
+ * The text that `levelFrom` made a level of. In other levels, "%" with two hexadecimal digits is decoded in the same way.
+ */
 [[nodiscard]] VELMORAND_SETTINGS_EXPORT std::string textFrom(std::string_view level);
 
 } // namespace velmorand
