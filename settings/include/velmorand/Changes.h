@@ -19,8 +19,8 @@ namespace velmorand {
  *     changes.set(height, 600);
  *     changes.apply();
  *
- * Nothing happens until `apply`; an object that is destroyed without it leaves everything as it is. If a name is changed
- * more than once, the last change counts. Copies hold the same changes. Use an object on one thread at a time.
+ * Nothing happens until `apply`; an object that is destroyed without it leaves everything as it is. If a name is
+ * changed more than once, the last change counts. Copies hold the same changes. Use an object on one thread at a time.
  *
  * Locks: only `apply` takes any.
  */
@@ -76,11 +76,11 @@ public:
 
     /**
      * Makes all changes, removes groups that become empty, and forgets the changes. Then the listeners, except those of
-     * `sender`, are notified once of each name whose value is another than before. Nothing is saved yet.
-     * Errors: `utils::Exception` after the register's end, if the administrator has locked a name that is to be written,
-     * and if a property cannot have its name, because it is a group or one of its groups is a property, even one that
-     * these changes remove; `std::bad_alloc`. Nothing has changed then, and the changes can be applied again. What a
-     * listener throws, with the changes made.
+     * `sender`, are notified once of each name whose value in the user scope has changed. Nothing is saved yet.
+     * Errors: `utils::Exception` after the register's end, if the administrator has locked a name that is to be
+     * written, and if a property cannot have its name, because it is a group or one of its groups is a property, even
+     * if these same changes remove it; `std::bad_alloc`. Nothing has changed then, and the changes can be applied
+     * again. What a listener throws, with the changes made.
      * Locks: takes the settings' lock, once for all.
      */
     void apply(void* sender = nullptr);

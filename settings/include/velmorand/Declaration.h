@@ -70,8 +70,9 @@ template <class T>
 
 /**
  * A check that the program defines: `allows(value)` returns whether a value is allowed. It may be called on any thread,
- * even with the settings' lock held. It must not use the settings, throw, or destroy the property, and must depend on the value alone, because
- * its result is kept until the register changes. `expected` is for messages: "a directory below /srv".
+ * even with the settings' lock held. It must not use the settings, throw, or destroy the property, and must depend on
+ * the value alone, because its result is kept until the register changes. `expected` is for messages: "a directory
+ * below /srv".
  */
 template <class Allows>
 [[nodiscard]] detail::Check<Allows> check(Allows allows, std::string expected = {}) {

@@ -30,7 +30,7 @@ enum class Store {
 };
 
 /**
- * What is to become of which setting of the old store. One rule a line:
+ * Says which new name, and kind, each old setting gets. One rule a line:
  *
  *     # a comment
  *     window/width -> editor/window width
@@ -74,7 +74,7 @@ struct ImportedSetting {
         set,       ///< it has its new name now
         unchanged, ///< the new name had this value before
         kept,      ///< the new name had another value before, and still has it
-        dropped,   ///< as the map says
+        dropped,   ///< the map drops it
         refused,   ///< it cannot be imported, or not be set
     };
 
@@ -87,7 +87,7 @@ struct ImportedSetting {
 struct ImportReport {
     enum class Result {
         imported,     ///< now; each setting's outcome is among `settings`
-        doneBefore,   ///< by this or another process, some time before
+        doneBefore,   ///< earlier, by this or another process
         nothingThere, ///< the old store does not exist
         failed,       ///< nothing has changed, and the next call tries again
     };
@@ -107,7 +107,8 @@ struct ImportReport {
  * has imported everything or nothing; if nothing, the next start imports.
  *
  * A setting that the user has already, in the file or in this process, is kept. Reset "velmorand/imported/ID" to import
- * again. If the old store does not exist, nothing is recorded: it is looked for again at the next start.
+ * again; removing all settings does that as well. If the old store does not exist, nothing is recorded: it is looked
+ * for again at the next start.
  *
  * A value gets the kind that the map gives, or that of the `Property` declared under the new name, or its natural kind.
  * A value that the `Property` does not allow is refused, and so is every value of a name that the administrator has

@@ -23,19 +23,19 @@
  * thread of the program's own loop, with no lock held: for everything else, and whenever the work takes a lock,
  * waits, or belongs to one thread, as a user interface does.
  *
- * **Keys.** A key is the name of a property, or that of a group for everything in it; it need not exist. Doubled, leading
- * and trailing "/" mean nothing, and the empty key, `everything`, is the group of all settings. No property can have a
- * level "." or "..", so a listener under such a key is never called.
+ * **Keys.** A key is the name of a property, or that of a group for everything in it; it need not exist. Doubled,
+ * leading and trailing "/" mean nothing, and the empty key, `everything`, is the group of all settings. No property can
+ * have a level "." or "..", so a listener under such a key is never called.
  *
- * This library announces names without such extra "/", but a program that writes through `_Register` announces a name as
- * it wrote it. A "/" at the end makes no difference. If the name has a doubled "/", only listeners to the groups before it
- * are notified; if it begins with a "/", only those to everything.
+ * This library announces names without such extra "/", but a program that writes through `_Register` announces a name
+ * as it wrote it. A "/" at the end makes no difference. If the name has a doubled "/", only listeners to the groups
+ * before it are notified; if it begins with a "/", only those to everything.
  *
  * **Changes.** Each listener hears a change once, whoever makes it: this library, the writers of `_Register`, another
- * program. What is changed by other operations of `_Register`, such as `delProperty`, `load` and those of the file system,
- * is heard when `markAsChanged` announces it. Listeners to everything do not hear a name whose first level is not valid
- * UTF-8, nor one that `markAsChanged` announces although its first level has never been in any scope since the listener
- * was created.
+ * program. What is changed by other operations of `_Register`, such as `delProperty`, `load` and those of the file
+ * system, is heard when `markAsChanged` announces it. Listeners to everything do not hear a name whose first level is
+ * not valid UTF-8, nor one that `markAsChanged` announces although its first level has never been in any scope since
+ * the listener was created.
  *
  * Create a `LiveSettings` first, or call `initialize`: creating a listener opens the register, and without either it
  * opens without its files.
@@ -102,13 +102,13 @@ public:
     Listener() noexcept;
 
     /**
-     * Listens to the property or group `key` and calls `call(name)` with the name as its writer gave it. The listeners to
-     * the property are called first, then those to its groups, innermost first, each in the order of their creation;
-     * those to everything come with those to the outermost group.
-     * Changes made with `sender` are left out, unless it is null. Exceptions of the call reach the writer; those for a
-     * change by another program are written on standard error (`LiveSettings.h`).
-     * Cost: a listener to everything takes about 100 bytes for each first level of a name that there is or has been while
-     * any such listener existed.
+     * Listens to the property or group `key` and calls `call(name)` with the name as its writer gave it. The listeners
+     * to the property are called first, then those to its groups, innermost first, each in the order of their creation;
+     * those to everything come with those to the outermost group, or after them. Changes made with `sender` are left
+     * out, unless it is null. Exceptions of the call reach the writer; those for a change by another program are
+     * written on standard error (`LiveSettings.h`).
+     * Cost: a listener to everything takes about 100 bytes for each first level of a name that there is or has been
+     * while any such listener existed.
      */
     template <class Call>
     Listener(std::string const& key, Call&& call, void* sender = nullptr)
@@ -153,10 +153,10 @@ private:
  *
  *     QueuedListener shown{"editor", inThreadOf(&window), [](std::string const& name) { show(name); }};
  *
- * Once it has been destroyed, an executor's handler is not called any more, whatever tasks the executor still has. It may
- * be destroyed on any thread: on that of the executor, or inside the handler, which then lives until it returns, without
- * waiting; on another thread the destructor waits for a call of the handler that is running. So hold no lock there that
- * the handler takes, nor the settings' lock if the handler uses the settings. Assigning to it is the same.
+ * Once it has been destroyed, an executor's handler is not called any more, whatever tasks the executor still has. It
+ * may be destroyed on any thread: on that of the executor, or inside the handler, which then lives until it returns,
+ * without waiting; on another thread the destructor waits for a call of the handler that is running. So hold no lock
+ * there that the handler takes, nor the settings' lock if the handler uses the settings. Assigning to it is the same.
  *
  * Locks: creating and destroying it takes the settings' lock. Everything else takes only a lock of its own, for
  * a few instructions, so it is safe whatever else is locked.
@@ -172,7 +172,7 @@ public:
 
     ///@{
     /**
-     * Collects them except those made with `sender`, unless it is null. `wake()` is called at the first change, and at
+     * Changes made with `sender` are left out, unless `sender` is null. `wake()` is called at the first change, and at
      * the first after each `deliver`, on the thread that made the change, with the settings' lock held: it should only
      * set a flag or post an event. If it throws, the writer gets the exception and the next change calls it again.
      */
@@ -187,11 +187,11 @@ public:
 
     ///@{
     /**
-     * Delivers the changes without being asked: `executor(task)` is called as `wake` is, and `task()` calls `handle(name)` for each
-     * name collected so far, in byte order, or `handle(property.get())` once, with no lock held. Changes that are made
-     * meanwhile are delivered by the next task. What the handler throws is written on standard error, and the next name
-     * is delivered; so `task()` throws nothing. If the executor runs tasks on several threads, the handler is called on
-     * several threads at once. If it drops a task, nothing more is delivered.
+     * Delivers the changes automatically: `executor(task)` is called as `wake` is, and `task()` calls `handle(name)`
+     * for each name collected so far, in byte order, or `handle(property.get())` once, with no lock held. Changes that
+     * are made meanwhile are delivered by the next task. What the handler throws is written on standard error, and the
+     * next name is delivered; so `task()` throws nothing. If the executor runs tasks on several threads, the handler is
+     * called on several threads at once. If it drops a task, nothing more is delivered.
      */
     template <class Execute, class Handle, std::enable_if_t<!detail::isSender<Handle>, int> = 0>
     QueuedListener(std::string const& key, Execute&& executor, Handle&& handle, void* sender = nullptr)

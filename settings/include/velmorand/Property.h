@@ -29,13 +29,13 @@
  *
  * velmorand/Stored.h lists the types and says how to add one.
  *
- * The value in force comes from the first scope that has the name: user, global, temporary. Two rules of this library come
- * before that, in this order:
+ * The value in force comes from the first scope that has the name: user, global, temporary. Two rules of this library
+ * come before that, in this order:
  *
  * - The administrator may *lock* names: the property `velmorand/locked` in the administrator's file is a list of strings,
  *   each the name of a property, or of a group for everything in it. For a locked name, the user scope counts as empty,
- *   and writing to it is an error. An entry that is not a name is left out; a list of another type locks nothing. The
- *   property of that name in the user scope has no effect.
+ *   and writing to it in the user scope is an error. An entry that is not a name is left out; a list of another type
+ *   locks nothing, and neither does the property of that name in the user scope: ask `isLocked`, not the list.
  * - A program may *override* a declared setting for the process (`Property::override`): that value counts instead of
  *   those in the scopes.
  *
@@ -237,8 +237,8 @@ public:
     [[nodiscard]] std::string problem() const { return _declared->problem(); }
 
     /**
-     * Writes the value to the user scope, as `write` does. If the user scope has that value already, nothing is
-     * written and nobody is notified. While the setting is overridden, the value is stored and announced like any other,
+     * Writes the value to the user scope, as `write` does. If the user scope has that value already, nothing is written
+     * and no listener is notified. While the setting is overridden, the value is stored and announced like any other,
      * and `get` still returns the override.
      * Errors: `utils::Exception` if the declaration does not allow the value, or the administrator has locked the
      * setting, whatever the value; those of `write`.
@@ -272,10 +272,10 @@ public:
      * `Group` neither lists nor copies it. It replaces an earlier override, and lasts until `clearOverride` or the end
      * of the process, not only as long as this object. A forked child process keeps the overrides of its parent.
      *
-     * Notifies the listeners, except those of `sender`, if the value in force is another one now. If the administrator
+     * Notifies the listeners, except those of `sender`, if this changes the value in force. If the administrator
      * locks the setting later, the administrator's value is in force for as long as it is locked.
      * Errors: `utils::Exception`, with nothing changed, if the declaration does not allow the value, the administrator
-     * has locked the setting, or it cannot be the name of a property, and after the register's end. What a listener
+     * has locked the setting, or it is not a name; and after the register's end. What a listener
      * throws, with the override in place.
      * Locks: the settings' lock. It opens the settings if nothing has yet: create the `LiveSettings` first.
      */
@@ -292,8 +292,8 @@ public:
     ///@}
 
     /**
-     * Removes the override, whoever has made it, and notifies the listeners, except those of `sender`, if the value in
-     * force is another one then. Does nothing if there is no override. Locks: the settings' lock.
+     * Removes the override, whoever has made it, and notifies the listeners, except those of `sender`, if this changes
+     * the value in force. Does nothing if there is no override. Locks: the settings' lock.
      */
     void clearOverride(void* sender = nullptr) const { detail::clearOverride(name(), sender); }
 
