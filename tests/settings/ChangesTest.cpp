@@ -15,6 +15,7 @@
 #include <velmorand/Listener.h>
 
 #include "support/Failure.h"
+#include "support/NumberedTypes.h"
 
 using namespace velmorand;
 using utils::properties::_Register;
@@ -268,7 +269,7 @@ std::vector<std::vector<bool>> ChangesOf<std::vector<bool>>::values() {
 
 using Kinds = testing::Types<std::string, double, int, bool, std::vector<std::string>, std::vector<double>,
                              std::vector<int>, std::vector<bool>>;
-TYPED_TEST_SUITE(ChangesOf, Kinds);
+TYPED_TEST_SUITE(ChangesOf, Kinds, support::NumberedTypes);
 
 TYPED_TEST(ChangesOf, EveryKindAreWhatTheRegisterWrites) {
     auto const bytesAt = [](char const* name) {

@@ -13,6 +13,7 @@
 #include <velmorand/Property.h>
 
 #include "support/Failure.h"
+#include "support/NumberedTypes.h"
 
 using namespace velmorand;
 using utils::properties::_Register;
@@ -107,7 +108,7 @@ using Kinds = testing::Types<std::string, double, int, bool, Strings, std::vecto
 
 } // namespace
 
-TYPED_TEST_SUITE(LockedKinds, Kinds);
+TYPED_TEST_SUITE(LockedKinds, Kinds, support::NumberedTypes);
 
 TYPED_TEST(LockedKinds, HaveTheAdministratorsValue) {
     Property<TypeParam> const property{"a/x"};

@@ -24,6 +24,7 @@
 #include <velmorand/QtTypes.h>
 
 #include "support/Failure.h"
+#include "support/NumberedTypes.h"
 
 using namespace velmorand;
 using utils::properties::_Register;
@@ -133,7 +134,7 @@ using Types = testing::Types<std::string, double, int, bool, std::vector<std::st
                              std::vector<int>, std::vector<bool>, unsigned short, std::int64_t, Colour,
                              std::vector<Colour>, std::chrono::milliseconds, std::filesystem::path, QString,
                              QStringList, QByteArray, QUrl, QDateTime, Qt::Axis>;
-TYPED_TEST_SUITE(PropertyListenerOfType, Types);
+TYPED_TEST_SUITE(PropertyListenerOfType, Types, support::NumberedTypes);
 
 } // namespace
 
