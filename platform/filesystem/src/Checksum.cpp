@@ -19,23 +19,27 @@ std::uint32_t checksumOf(std::string_view bytes) {
 
 PieceChecksums::PieceChecksums(std::string_view bytes, PieceChecksums const& similar, std::size_t prefix,
                                std::size_t suffix) {
-    auto front = similar._pieces.begin();
-    auto back = similar._pieces.end();
+    auto const& others = similar._pieces;
+    std::size_t front = 0;
+    std::size_t back = others.size();
     std::size_t begin = 0;
-    while (front != back && front->size <= prefix - begin)
-        begin += front++->size;
+    while (front != back && others[front].size <= prefix - begin)
+        begin += others[front++].size;
     std::size_t end = bytes.size();
-    while (back != front && back[-1].size <= suffix - (bytes.size() - end))
-        end -= (--back)->size;
+    while (front != back && others[back - 1].size <= suffix - (bytes.size() - end))
+        end -= others[--back].size;
 
-    _pieces.assign(similar._pieces.begin(), front);
+    auto const place = [&others](std::size_t index) {
+        return others.begin() + static_cast<std::ptrdiff_t>(index);
+    };
+    _pieces.assign(others.begin(), place(front));
     while (begin != end) {
         // The last one takes what is left, so that changes do not break the pieces into smaller and smaller ones.
         std::size_t const size = end - begin < 2 * pieceSize ? end - begin : pieceSize;
         _pieces.push_back({size, checksumOf(bytes.substr(begin, size))});
         begin += size;
     }
-    _pieces.insert(_pieces.end(), back, similar._pieces.end());
+    _pieces.insert(_pieces.end(), place(back), others.end());
 }
 
 std::uint32_t PieceChecksums::whole() const {
