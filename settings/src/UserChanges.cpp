@@ -16,11 +16,15 @@ namespace {
 using filesystem::direct::Change;
 using utils::properties::_Register;
 
+[[noreturn]] void refuse(std::string const& name, std::string const& reason) {
+    throw Exception(name + " is not written: " + reason);
+}
+
 /** Errors: `utils::Exception` if other changes keep a clean name from being a property. */
 void requireRoom(UserChanges const& changes, std::string const& name) {
     for (auto const& [group, record] : changes)
         if (isIn(name, group))
-            throw Exception(name + " is not written: " + group + " is to be a property");
+            refuse(name, group + " is to be a property");
 }
 
 } // namespace
@@ -36,18 +40,18 @@ void makeChanges(_Register& settings, UserChanges const& changes) {
     std::string const name(refused->path);
     requireRoom(settings, name, SCOPE_USER);
     requireRoom(changes, name);
-    throw Exception(name + " is not written: too long");
+    refuse(name, "too long");
 }
 
 void requireRoom(_Register const& settings, std::string const& name, RegisterScope scope) {
     if (settings.groupExists(name, scope))
-        throw Exception(name + " is not written: it is a group");
+        refuse(name, "it is a group");
     for (std::size_t end = name.find('/'); end != std::string::npos; end = name.find('/', end + 1)) {
         std::string const group = name.substr(0, end);
         if (!settings.propertyExists(group, scope))
             return;
         if (!settings.groupExists(group, scope))
-            throw Exception(name + " is not written: " + group + " is a property");
+            refuse(name, group + " is a property");
     }
 }
 
