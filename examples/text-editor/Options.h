@@ -17,7 +17,7 @@ struct Options {
 /** Errors: `utils::Exception` for an option that the editor does not have. */
 [[nodiscard]] Options optionsOf(QStringList const& arguments);
 
-/** Puts a theme in force for this run. Errors: `utils::Exception` if there is no such theme, or it is locked. */
+/** Puts a theme in force for this run. Errors: `utils::Exception` if the theme is unknown or locked. */
 void overrideTheme(QString const& name);
 
 } // namespace editor

@@ -38,7 +38,7 @@ struct Everything {
     std::vector<_Register::Callback*> listeners;
 };
 
-// Null if there are none. Guarded by the lock. Without a destructor, as listeners may outlive all static objects.
+// Null without listeners. Guarded by the lock. Without a destructor, as listeners may outlive all static objects.
 Everything* everyone = nullptr;
 
 std::set<std::string, std::less<>> keysNow(_Register const& settings) {

@@ -17,7 +17,7 @@ using filesystem::direct::Kind;
 using filesystem::direct::Walk;
 using utils::properties::_Register;
 
-/** Whether a name has another value without the user's scope. Between a group and nothing there is no difference. */
+/** Whether a name has another value without the user's scope. A group counts as nothing. */
 bool hidesAnother(_Register const& settings, std::string const& name) {
     auto const unlocked = filesystem::direct::find(settings, {"user", "global", "temp"}, name);
     auto const locked = filesystem::direct::find(settings, {"global", "temp"}, name);

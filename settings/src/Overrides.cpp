@@ -28,7 +28,7 @@ Overrides& overrides() {
     return *all;
 }
 
-/** The override that is in force; null if there is none. */
+/** The override in force, or null. */
 std::string const* overrideOf(_Register const& settings, std::string const& name) {
     Overrides const& all = overrides();
     if (all.empty())

@@ -54,7 +54,7 @@ struct Likeness {
         suffix = commonSuffix(payload.substr(prefix), other->payload.substr(prefix));
     }
 
-    IndexedTree const* other = nullptr; ///< null if there is none
+    IndexedTree const* other = nullptr; ///< null without such a tree
     std::size_t prefix = 0;             ///< the first bytes of both
     std::size_t suffix = 0;             ///< the last bytes of both, none of which is among the first
 };
@@ -109,7 +109,7 @@ private:
 
     [[nodiscard]] std::uint32_t position() const { return narrow(_tree.payload.size() - _scanner.left()); }
 
-    /** `like` is the counterpart, null if there is none; `last` as above. */
+    /** `like` is the counterpart, or null; `last` as above. */
     void enter(std::uint32_t entry, Item const& map, Entry const* like, std::uint32_t last) {
         // An entry takes at least two bytes, so all directories that are open cannot promise more than there is.
         if (map.number > _scanner.left() / 2 || _promised > _scanner.left() / 2 - map.number)

@@ -293,7 +293,7 @@ public:
 
     /**
      * Removes the override, whoever has made it, and notifies the listeners, except those of `sender`, if this changes
-     * the value in force. Does nothing if there is no override. Locks: the settings' lock.
+     * the value in force. Does nothing without an override. Locks: the settings' lock.
      */
     void clearOverride(void* sender = nullptr) const { detail::clearOverride(name(), sender); }
 
