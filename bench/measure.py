@@ -104,7 +104,7 @@ def main():
     compared += [f"growth/{count}" for count in rows.GROWTH]
     result["comparison"] = {row: measured("compare", row) for row in compared}
     result["comparison"]["memory"] = measure_memory(program("memory"))
-    result["details"] = {row: measured("details", row) for row, _ in rows.DETAILS}
+    result["details"] = {row: measured("details", row) for row, _, _ in rows.DETAILS}
     result["declared"] = {row: measured("declared", row) for row, _ in rows.DECLARED}
     result["declared threads"] = measured("declared", "declared_threads")
     result["process"] = measured("process", "process")

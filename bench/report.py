@@ -1,11 +1,13 @@
 # SPDX-License-Identifier: Apache-2.0
 """usage: report.py RESULT.json DOCS-DIRECTORY
 
-Prints the table of ratios, and writes performance.md and its plots from what measure.py measured.
+Prints the table of ratios, and writes performance.md, its plots, and performance/measured.json, a copy of RESULT.json
+from which they can be drawn again without measuring.
 """
 import json
 import pathlib
 import sys
+import textwrap
 
 import plots
 import rows
@@ -16,31 +18,43 @@ LIMIT = "limit"
 METHOD = """\
 # Performance
 
-How fast the register is beside the stores that one would take instead, and beside the least that any thread-safe store
-does. This page and its plots are written by `scripts/bench`, which installs, builds and measures; times differ from
-machine to machine, the ratios much less.
+How fast the register is, compared with the stores that an application would use instead, and with the *limit*: a lock
+around a hash table, the least that any thread-safe store does. `scripts/bench` installs, builds, measures, and writes
+this page and its plots, except for the section on
+[settings shared between processes](#settings-shared-between-processes). Times differ between machines, ratios much
+less.
 
 ## Method
 
-- *Limit* is a `std::recursive_mutex` around a `std::unordered_map` of `std::variant`, with nothing else to do: the
-  names of a group stand ready in it, and it tells no listener but the one on the property's own group.
-- Every store does the same work on the same names: 10,000 properties in 100 groups, `group_i/sub_j/prop_k` of 24
-  characters, read in the same random order; 100,000 in the rows that load and save. A list is one property, read again
-  and again into the same vector.
-- Each row is the median of {repetitions} repetitions. A process measures one row for all stores, its repetitions in
-  random order. Rows in memory count the processor's time, rows that wait for the disk or for other threads the clock's.
-- Safe saving is what the store itself offers for that, where it offers it; otherwise, and for the limit, the file is
-  written aside, synchronised and moved over the old one. What is saved has changed since the last save; a load ends with
-  a read in each group. LMDB and SQLite only map or open their file.
-- LMDB's writes are transactions that do not wait for the disk; SQLite is in memory; GSettings is on its memory backend,
-  and on its key-file backend in the rows that load and save.
-- To create a property is to write an integer under a name that is not there. To read with a fallback is to ask the
-  register whether the name exists.
-- Memory is what the heap gives out for 100,000 properties, a quarter each of integers, numbers, booleans and strings of
-  8 bytes, its own overhead included, and for LMDB the pages of its map.
+- The **limit** is a `std::recursive_mutex` around a `std::unordered_map` of `std::variant`. It has the names of each
+  group prepared, notifies only the listener on the property's own group, and saves by writing out the table.
+- All stores do the same work on the same names: 10,000 properties in 100 groups, `group_i/sub_j/prop_k` with 24
+  characters, in the same random order. The rows that load, save or measure memory have 100,000. A list is one property,
+  read again and again into the same vector.
+- Each figure is the median of {repetitions} repetitions. One process measures one row for all stores, with the
+  repetitions in random order. Rows that wait for the disk or for other threads count elapsed time, all others processor
+  time.
+- Some operations are in two tables: reading an integer among 10,000 properties is also a row of [Growth](#growth), and
+  lists of 100 integers and of 1,000 numbers, and a write that one listener hears, are also in
+  [More of the register](#more-of-the-register). Their figures differ, because each table is measured separately, while
+  the load of the machine changes. In addition, most rows of "More of the register" use one name, whose data stays in
+  the processor's cache.
+- A safe save uses the store's own way, if it has one. Otherwise, and for the limit, the file is written under another
+  name, flushed, and renamed over the old one. The settings have changed since the last save. A load ends with a read in
+  each group. LMDB and SQLite do not load their file: they map or open it.
+- LMDB's writes are transactions that do not wait for the disk. SQLite is in memory. GSettings uses its memory backend,
+  and its key-file backend in the rows that load and save.
+- To create a property is to write an integer to a name that does not exist. To read with a fallback, the register is
+  asked first whether the name exists.
+- Memory is what the heap allocates for 100,000 properties, with its overhead: a quarter each of integers, numbers,
+  booleans and strings of 8 bytes. For LMDB it is the pages of its map.
 
 ## Machine
 """
+
+
+def wrapped(paragraph):
+    return textwrap.wrap(paragraph, 120, break_on_hyphens=False)
 
 
 def machine_lines(machine):
@@ -57,16 +71,17 @@ def table(head, lines):
         yield "| " + " | ".join(line) + " |"
 
 
-def time_text(nanoseconds):
-    if nanoseconds >= 1e6:
-        return f"{nanoseconds / 1e6:.1f} ms"
-    return f"{nanoseconds:,.0f} ns"
+def nanoseconds_text(nanoseconds):
+    return f"{nanoseconds:,.0f}"
 
 
-def value_text(row, value):
-    if value is None:
-        return "-"
-    return f"{value:.0f} B" if row == "memory" else time_text(value)
+def milliseconds_text(nanoseconds):
+    milliseconds = nanoseconds / 1e6
+    return f"{milliseconds:.1f}" if milliseconds >= 1 else f"{milliseconds:.3f}"
+
+
+def bytes_text(size):
+    return f"{size:.0f}"
 
 
 def ratio_text(ratio):
@@ -85,16 +100,30 @@ def peers_of(comparison):
     return [store for store in rows.STORES if store in comparison["memory"] and store not in (OURS, LIMIT)]
 
 
-def value_table(comparison):
+def value_table(comparison, unit, text_of, chosen):
+    """What was measured in the chosen rows, all of which have the same unit."""
     stores = [OURS, LIMIT] + peers_of(comparison)
-    lines = [
-        [title] + [value_text(row, comparison[row].get(store)) for store in stores] for row, title, _ in rows.COMPARISON
-    ]
-    return table(["operation"] + stores, lines)
+    lines = []
+    for row, title, _ in rows.COMPARISON:
+        if row in chosen:
+            cells = [comparison[row].get(store) for store in stores]
+            lines.append([title] + ["-" if cell is None else text_of(cell) for cell in cells])
+    return table([unit] + stores, lines)
+
+
+def value_tables(comparison):
+    """A table for each unit."""
+    files, memory = ["load", "save"], ["memory"]
+    times = [row for row, _, _ in rows.COMPARISON if row not in files + memory]
+    yield from value_table(comparison, "time, ns", nanoseconds_text, times)
+    yield ""
+    yield from value_table(comparison, "time, ms", milliseconds_text, files)
+    yield ""
+    yield from value_table(comparison, "size, bytes", bytes_text, memory)
 
 
 def ratio_table(comparison):
-    """How many times what the register takes each store takes: below 1 it is ahead."""
+    """What each store takes as a multiple of the register: below 1 it is ahead."""
     stores = [LIMIT] + peers_of(comparison)
     lines = []
     for row, title, _ in rows.COMPARISON:
@@ -109,12 +138,13 @@ def ratio_table(comparison):
 def growth_table(comparison):
     stores = [OURS, LIMIT] + peers_of(comparison)
     lines = [
-        [f"{count:,}"] + [time_text(comparison[f"growth/{count}"][store]) for store in stores] for count in rows.GROWTH
+        [f"{count:,}"] + [nanoseconds_text(comparison[f"growth/{count}"][store]) for store in stores]
+        for count in rows.GROWTH
     ]
-    return table(["properties"] + stores, lines)
+    return table(["properties (times in ns)"] + stores, lines)
 
 
-def details_table(measured):
+def details_table(parameter_title, measured):
     parameters = {name.rpartition("/")[0] for name in measured}
     parameters = sorted(parameters, key=lambda text: int(text) if text.isdigit() else text)
     lines = []
@@ -122,21 +152,48 @@ def details_table(measured):
         ours, limit = measured.get(f"{parameter}/{OURS}"), measured.get(f"{parameter}/{LIMIT}")
         ratio = ratio_text(ours / limit) if limit else "-"
         label = f"{int(parameter):,}" if parameter.isdigit() else parameter
-        lines.append([label, time_text(ours), time_text(limit) if limit else "-", ratio])
-    return table(["", OURS, LIMIT, "ratio"], lines)
+        lines.append([label, nanoseconds_text(ours), nanoseconds_text(limit) if limit else "-", ratio])
+    return table([parameter_title, f"{OURS}, ns", f"{LIMIT}, ns", f"{OURS} / {LIMIT}"], lines)
 
 
 def process_table(measured):
-    return table(["whole process", "time"], [[title, time_text(measured[row])] for row, title in rows.PROCESS])
+    return table(["whole process", "time, ms"],
+                 [[title, milliseconds_text(measured[row])] for row, title in rows.PROCESS])
 
+
+AGAINST_LIMIT = """\
+The register relative to the limit (1 = same): its time or, in the last row, its memory. For files and memory the
+limit is a simple way to do the same, not a lower bound.
+"""
+
+AGAINST_OTHERS = """\
+The register lists a group as a set of names that belongs to the caller, with an allocation and a reference for each
+name; a store that returns plain strings, or the bytes of a page, needs less. Pages of packed names and values also
+take less memory than nodes that are found directly and can grow. LMDB and SQLite only map or open their file, where
+the others load it.
+"""
+
+COMPARISON_CAPTION = """\
+*A panel for each operation, the store that takes the least on top. Bars start at the limit, 1: to the left a store
+takes less, to the right more. Each step of the axis is a factor of 10.*
+"""
+
+GROWTH_CAPTION = """\
+*A line for each store; lower is faster. A line that rises slowly belongs to a store whose reads hardly depend on the
+number of properties. Both axes are logarithmic.*
+"""
+
+START = """\
+Elapsed time of a whole process. It is the benchmark program itself, which is linked with all that it measures;
+[Starting a program](#starting-a-program) has small programs.
+"""
 
 DECLARED = """
 ## Declared settings
 
-Reading a declared setting, `Property::get()`, while nothing in the register has changed since it was last read: 100
-settings among 10,000 properties, in turn. The others are asked for the same values by their names; *read* is the
-register's own reader. The floor is a mirror of the value in an atomic variable that nothing keeps up to date, read by one
-relaxed load.
+Reading a declared setting with `Property::get()`, when nothing in the register has changed since it was last read: 100
+settings among 10,000 properties, in turn. The other stores read the same values by name; *read* is the register's own
+reader. The *floor* is one relaxed load of a copy of the value in an atomic variable that nothing keeps up to date.
 """
 
 
@@ -146,13 +203,13 @@ def declared_goal_table(declared):
         time, limit, mirror = (declared[row][store] for store in ("declared", LIMIT, "mirror"))
         ratio = time / limit
         met = "yes" if ratio <= rows.DECLARED_GOAL else "**no**"
-        lines.append([title, f"{time:.1f} ns", f"{mirror:.1f} ns", f"{limit:.1f} ns", f"{ratio:.2f}",
-                      f"{rows.DECLARED_GOAL}", met])
-    return table(["type", "declared", "floor", LIMIT, "declared / limit", "goal", "met"], lines)
+        lines.append([title, f"{time:.1f}", f"{mirror:.1f}", f"{limit:.1f}", f"{ratio:.2f}", f"{rows.DECLARED_GOAL}",
+                      met])
+    return table(["type", "declared, ns", "floor, ns", f"{LIMIT}, ns", "declared / limit", "goal", "met"], lines)
 
 
 def declared_others_table(declared):
-    """How many times what a declared setting takes each store takes."""
+    """What each store takes as a multiple of a declared setting."""
     stores = [store for store in rows.STORES if store in declared[rows.DECLARED[0][0]]]
     lines = []
     for row, title in rows.DECLARED:
@@ -164,10 +221,9 @@ def declared_others_table(declared):
 def declared_threads_table(times):
     stores = ["declared", "mirror", LIMIT, OURS]
     lines = [
-        [str(threads)] + [f"{times[f'{threads}/{store}']:.1f} ns" for store in stores]
-        for threads in rows.DECLARED_THREADS
+        [str(threads)] + [f"{times[f'{threads}/{store}']:.1f}" for store in stores] for threads in rows.DECLARED_THREADS
     ]
-    return table(["threads", "declared", "floor", LIMIT, "read"], lines)
+    return table(["threads (times in ns)", "declared", "floor", LIMIT, "read"], lines)
 
 
 def compile_table(compiled):
@@ -175,20 +231,20 @@ def compile_table(compiled):
     for ours, other, title in rows.COMPILED:
         ratio = compiled[ours] / compiled[other]
         met = "yes" if ratio <= rows.COMPILED_GOAL else "**no**"
-        lines.append([title, f"{compiled[ours] * 1000:.0f} ms", f"{compiled[other] * 1000:.0f} ms", f"{ratio:.2f}",
+        lines.append([title, f"{compiled[ours] * 1000:.0f}", f"{compiled[other] * 1000:.0f}", f"{ratio:.2f}",
                       f"{rows.COMPILED_GOAL}", met])
-    return table(["g++ -O2", "`velmorand/Property.h`", "`QSettings`", "ratio", "goal", "met"], lines)
+    return table(["g++ -O2", "`velmorand/Property.h`, ms", "`QSettings`, ms", "ratio", "goal", "met"], lines)
 
 
 def declared_section(result):
     declared = result["declared"]
     yield DECLARED
     yield from declared_goal_table(declared)
-    yield "\nHow many times as long the others take:\n"
+    yield "\nTime relative to a declared setting (1 = same):\n"
     yield from declared_others_table(declared)
-    yield "\nAn `int`, read by several threads: the time that passes for each read, of whichever thread.\n"
+    yield "\nAn `int`, read by several threads: the elapsed time, divided by the reads of all threads.\n"
     yield from declared_threads_table(result["declared threads"])
-    yield "\nWhat the header costs the compiler, processor's time:\n"
+    yield "\nProcessor time to compile a file that includes the header:\n"
     yield from compile_table(result["compile"])
 
 
@@ -197,32 +253,37 @@ def page(result):
     yield METHOD.format(repetitions=result["repetitions"])
     yield from machine_lines(result["machine"])
     yield "\n## Against the limit\n"
+    yield from wrapped(AGAINST_LIMIT)
+    yield ""
     yield from goal_table(comparison)
     yield "\n## Against the others\n"
-    yield "How many times what the register takes each store takes; in bold where it takes less.\n"
+    yield "What each store takes, relative to the register (1 = same). Bold: the store takes less.\n"
     yield from ratio_table(comparison)
-    yield "\nA listing is a set of names that belongs to the caller, which takes an allocation and a reference for each of them;"
-    yield "a store that hands out plain strings, or the bytes of a page, needs less. Pages of packed names and values also take"
-    yield "less memory than nodes that are found at once and can grow. LMDB and SQLite map or open their file where the others"
-    yield "load it."
+    yield ""
+    yield from wrapped(AGAINST_OTHERS)
     yield "\n![The stores, operation by operation](performance/comparison.svg)\n"
-    yield "What was measured:\n"
-    yield from value_table(comparison)
+    yield from wrapped(COMPARISON_CAPTION)
+    yield "\nThe measured values:\n"
+    yield from value_tables(comparison)
     yield from declared_section(result)
     yield "\n## Growth\n"
-    yield "Reading one integer, by the number of properties.\n"
+    yield "The time to read one integer, by the number of properties in the store.\n"
     yield "![Reading an integer, by the number of properties](performance/growth.svg)\n"
+    yield from wrapped(GROWTH_CAPTION)
+    yield ""
     yield from growth_table(comparison)
     yield "\n## Start and exit\n"
+    yield from wrapped(START)
+    yield ""
     yield from process_table(result["process"])
     yield "\n## More of the register"
-    for row, title in rows.DETAILS:
-        yield f"\n{title[0].upper()}{title[1:]}:\n"
-        yield from details_table(result["details"][row])
+    for row, title, parameter in rows.DETAILS:
+        yield f"\n### {title}\n"
+        yield from details_table(parameter, result["details"][row])
 
 
 def shared_section(path):
-    """What the page says of shared settings, which scripts/bench-live measures: it stays as it is."""
+    """The section on shared settings, which scripts/bench-live measures: it stays as it is."""
     heading = "\n## Settings shared between processes\n"
     _, found, section = path.read_text().partition(heading) if path.exists() else ("", "", "")
     return found + section
@@ -231,9 +292,11 @@ def shared_section(path):
 def main():
     if len(sys.argv) != 3:
         sys.exit(__doc__)
-    result = json.loads(pathlib.Path(sys.argv[1]).read_text())
+    measured = pathlib.Path(sys.argv[1]).read_text()
+    result = json.loads(measured)
     docs = pathlib.Path(sys.argv[2])
     (docs / "performance").mkdir(parents=True, exist_ok=True)
+    (docs / "performance" / "measured.json").write_text(measured)
     comparison = result["comparison"]
     target = docs / "performance.md"
     target.write_text("\n".join(page(result)) + "\n" + shared_section(target))

@@ -16,12 +16,12 @@ STORES = [
 # The benchmark's name, the row's title, and the goal as a multiple of what the limit takes.
 COMPARISON = [
     ("read_integer", "read integer, first scope", 2.5),
-    ("read_next_scope", "the same, found in the next scope", 2.5),
+    ("read_next_scope", "read integer, found in the next scope", 2.5),
     ("read_string", "read string, 32 bytes", 2.0),
     ("read_100_integers", "read list of 100 integers", 2.9),
     ("read_1000_numbers", "read list of 1,000 numbers", 2.8),
     ("read_missing", "read a missing name, with a fallback", 3.0),
-    ("write_integer", "write integer, nobody listening", 3.5),
+    ("write_integer", "write integer, without listeners", 3.5),
     ("write_heard", "write integer, a listener on its group", 3.0),
     ("create", "create a property", 3.5),
     ("list_group", "list a group of 1,000", 5.0),
@@ -33,20 +33,20 @@ COMPARISON = [
 
 GROWTH = [100, 1_000, 10_000, 100_000, 1_000_000]
 
-# What only the register and the limit are asked for.
+# What only the register and the limit are asked for: the benchmark's name, the title, and what a row stands for.
 DETAILS = [
-    ("read_long_name", "read integer, name in ten levels, by the name's length"),
-    ("write_among_listeners", "write integer that one listener hears, by the listeners in all"),
-    ("write_heard_by", "write integer, by the listeners that hear it"),
-    ("read_integers", "read list of integers, by its length"),
-    ("read_numbers", "read list of numbers, by its length"),
-    ("read_booleans", "read list of booleans, by its length"),
-    ("read_strings", "read list of strings of 32 bytes, by its length"),
-    ("write_integers", "write list of integers, by its length"),
-    ("write_numbers", "write list of numbers, by its length"),
-    ("write_booleans", "write list of booleans, by its length"),
-    ("write_strings", "write list of strings of 32 bytes, by its length"),
-    ("threads", "two threads"),
+    ("read_long_name", "Reading an integer whose name has ten levels", "length of the name, bytes"),
+    ("write_among_listeners", "Writing an integer that one of several listeners hears", "listeners"),
+    ("write_heard_by", "Writing an integer that every listener hears", "listeners"),
+    ("read_integers", "Reading a list of integers", "elements"),
+    ("read_numbers", "Reading a list of numbers", "elements"),
+    ("read_booleans", "Reading a list of booleans", "elements"),
+    ("read_strings", "Reading a list of strings of 32 bytes", "elements"),
+    ("write_integers", "Writing a list of integers", "elements"),
+    ("write_numbers", "Writing a list of numbers", "elements"),
+    ("write_booleans", "Writing a list of booleans", "elements"),
+    ("write_strings", "Writing a list of strings of 32 bytes", "elements"),
+    ("threads", "Two threads", "threads"),
 ]
 
 # Declared settings that have not changed since they were read, by their type.
@@ -60,7 +60,7 @@ DECLARED = [
 DECLARED_GOAL = 0.15
 DECLARED_THREADS = [1, 2, 4]
 
-# What is compiled, and beside what.
+# What is compiled, and what it is compared with.
 COMPILED = [
     ("property", "QSettings", "the header alone"),
     ("property used", "QSettings used", "one setting, read once"),
