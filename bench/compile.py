@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
-"""usage: compile.py [--repetitions N] RESULT.json
+"""usage: compile.py [--repetitions N] BUILD RESULT.json
 
 Measures how long g++ -O2 takes for files that use the settings, beside files that use QSettings, and adds the medians of
 the compiler's time to the result of measure.py. The files are compiled in turn, so that what disturbs the machine for a
-while disturbs all alike.
+while disturbs all alike. BUILD is the build directory, where some headers are generated.
 """
 import argparse
 import json
@@ -44,11 +44,13 @@ def compiler_time(command):
 def main():
     parser = argparse.ArgumentParser(usage=__doc__)
     parser.add_argument("--repetitions", type=int, default=21)
+    parser.add_argument("build", type=pathlib.Path)
     parser.add_argument("result", type=pathlib.Path)
     arguments = parser.parse_args()
     flags = subprocess.run(["pkg-config", "--cflags", "Qt5Core"], check=True, capture_output=True, text=True).stdout
     command = ["g++", "-std=c++17", "-O2", "-fPIC", "-c", "-o", os.devnull, *flags.split()]
     command += [f"-I{ROOT / folder}" for folder in INCLUDED]
+    command.append(f"-I{arguments.build / 'include'}")
     times = {name: [] for name in SOURCES}
     with tempfile.TemporaryDirectory() as directory:
         for name, text in SOURCES.items():

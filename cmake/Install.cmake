@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# The CMake package `velmorand-register` and the pkg-config files `velmorand-register` and `velmorand-settings`. The
-# libraries and their headers are installed where they are made (Library.cmake). An installation can be moved: nothing in
+# The CMake package `velmorand-register` and the pkg-config files `velmorand-register` and `velmorand-settings`; for
+# QtCore 6 their names end in "-qt6". The libraries and their headers are installed where they are made (Library.cmake). An installation can be moved: nothing in
 # it names the prefix.
 include(CMakePackageConfigHelpers)
 
@@ -9,19 +9,19 @@ if(NOT TARGET velmorand-exception OR NOT TARGET velmorand-filesystem)
   message(FATAL_ERROR "VELMORAND_INSTALL needs the exception and filesystem libraries of this project")
 endif()
 
-set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/velmorand-register)
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/${VELMORAND_PACKAGE})
 configure_package_config_file(
   ${CMAKE_CURRENT_LIST_DIR}/velmorand-register-config.cmake.in
-  ${PROJECT_BINARY_DIR}/velmorand-register-config.cmake
+  ${PROJECT_BINARY_DIR}/${VELMORAND_PACKAGE}-config.cmake
   INSTALL_DESTINATION ${package_dir})
 write_basic_package_version_file(
-  ${PROJECT_BINARY_DIR}/velmorand-register-config-version.cmake
+  ${PROJECT_BINARY_DIR}/${VELMORAND_PACKAGE}-config-version.cmake
   COMPATIBILITY SameMajorVersion)
 install(FILES
-  ${PROJECT_BINARY_DIR}/velmorand-register-config.cmake
-  ${PROJECT_BINARY_DIR}/velmorand-register-config-version.cmake
+  ${PROJECT_BINARY_DIR}/${VELMORAND_PACKAGE}-config.cmake
+  ${PROJECT_BINARY_DIR}/${VELMORAND_PACKAGE}-config-version.cmake
   DESTINATION ${package_dir} COMPONENT development)
-install(EXPORT velmorand-register-targets NAMESPACE velmorand:: DESTINATION ${package_dir} COMPONENT development)
+install(EXPORT ${VELMORAND_PACKAGE}-targets NAMESPACE velmorand:: DESTINATION ${package_dir} COMPONENT development)
 
 set(pc_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 cmake_path(ABSOLUTE_PATH pc_dir BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX} OUTPUT_VARIABLE pc_full_dir)
@@ -29,6 +29,7 @@ cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${pc_full_dir} OUTP
 cmake_path(APPEND pc_libdir "\${prefix}" ${CMAKE_INSTALL_LIBDIR})
 cmake_path(APPEND pc_includedir "\${prefix}" ${CMAKE_INSTALL_INCLUDEDIR})
 foreach(name IN ITEMS velmorand-register velmorand-settings)
-  configure_file(${CMAKE_CURRENT_LIST_DIR}/${name}.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
-  install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${pc_dir} COMPONENT development)
+  set(pc_name ${name}${VELMORAND_QT_SUFFIX})
+  configure_file(${CMAKE_CURRENT_LIST_DIR}/${name}.pc.in ${PROJECT_BINARY_DIR}/${pc_name}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${pc_name}.pc DESTINATION ${pc_dir} COMPONENT development)
 endforeach()

@@ -11,6 +11,7 @@ here=$(dirname "$0")
 . "$here/temporary-directory.sh"
 
 cp -R "$SOURCE_DIR/platform/filesystem/include" "$work/include"
+cp "$BUILD_DIR/include/filesystem/QtCore.h" "$work/include/filesystem"
 rm "$work/include/filesystem/Direct.h"
 mkdir -p "$work/elsewhere/filesystem"
 echo '#error "the header of another file system"' > "$work/elsewhere/filesystem/Direct.h"

@@ -423,8 +423,9 @@ TEST_F(Moving, DoesNotWaitForAPipeInPlaceOfAFile) {
 
 TEST_F(Moving, SaysWhatThisInstallationCannotRead) {
     std::filesystem::create_directory(at("lib"));
-    std::filesystem::copy_file(VELMORAND_SETTINGS_LIBRARY, at("lib/libvelmorand-settings.so.1"));
-    std::string const others = std::filesystem::path(VELMORAND_SETTINGS_LIBRARY).parent_path().string();
+    std::filesystem::path const library = VELMORAND_SETTINGS_LIBRARY;
+    std::filesystem::copy_file(library, at("lib") / library.filename());
+    std::string const others = library.parent_path().string();
     ::setenv("LD_LIBRARY_PATH", (at("lib") + ':' + others).c_str(), 1);
     EXPECT_THAT(run({"import", "--from", "kconfig", file("x=1\n")}),
                 Complains(2, "settings of kconfig cannot be imported: " +
