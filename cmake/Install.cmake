@@ -28,6 +28,13 @@ cmake_path(ABSOLUTE_PATH pc_dir BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX} OUTPUT_VA
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${pc_full_dir} OUTPUT_VARIABLE pc_to_prefix)
 cmake_path(APPEND pc_libdir "\${prefix}" ${CMAKE_INSTALL_LIBDIR})
 cmake_path(APPEND pc_includedir "\${prefix}" ${CMAKE_INSTALL_INCLUDEDIR})
+# Boost has no pkg-config file.
+set(pc_boost_cflags "")
+set(pc_boost_libs "")
+if(NOT Boost_INCLUDE_DIRS IN_LIST CMAKE_CXX_IMPLICIT_INCLUDE_DIRECTORIES)
+  set(pc_boost_cflags " -I${Boost_INCLUDE_DIRS}")
+  set(pc_boost_libs " -L${Boost_LIBRARY_DIRS}")
+endif()
 foreach(name IN ITEMS velmorand-register velmorand-settings)
   set(pc_name ${name}${VELMORAND_QT_SUFFIX})
   configure_file(${CMAKE_CURRENT_LIST_DIR}/${name}.pc.in ${PROJECT_BINARY_DIR}/${pc_name}.pc @ONLY)

@@ -11,11 +11,20 @@ set(VELMORAND_PACKAGE velmorand-register${VELMORAND_QT_SUFFIX})
 # A folder of the project's own, since `filesystem/` and `utils/` are not names to occupy in everyone's include path.
 set(VELMORAND_INSTALL_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR}/${VELMORAND_PACKAGE})
 
+# velmorand_installed(TARGET): what is installed does not name the directories it is made in, so that the same sources
+# give the same files anywhere. A debugger finds the sources of a debug build by these names.
+function(velmorand_installed target)
+  target_compile_options(${target} PRIVATE
+    $<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>
+    $<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_BINARY_DIR}=./build>)
+endfunction()
+
 # velmorand_library(TARGET NAME INCLUDES): what the libraries have in common. NAME is the target's name after
 # installation, velmorand::NAME; the public headers lie in INCLUDES; the library exports only the symbols that
 # exports.map names, beside the caller's list file.
 function(velmorand_library target name includes)
   add_library(velmorand::${name} ALIAS ${target})
+  velmorand_installed(${target})
   target_compile_features(${target} PUBLIC cxx_std_17)
   target_include_directories(${target} PUBLIC
     $<BUILD_INTERFACE:${includes}>
@@ -32,6 +41,7 @@ function(velmorand_library target name includes)
     EXPORT_NAME ${name}
     LINK_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/exports.map
     CXX_EXTENSIONS OFF
+    POSITION_INDEPENDENT_CODE ON # even if a superproject says otherwise
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
     # The libraries lie side by side and find each other wherever they are put. System packages leave this out, by

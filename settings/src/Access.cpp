@@ -34,7 +34,7 @@ void checkLockAfterFork() {
         _Register::_mutex->unlock();
 }
 
-[[maybe_unused]] int const registered = ::pthread_atfork(nullptr, nullptr, checkLockAfterFork);
+[[maybe_unused]] int const lockCheckedAfterForks = ::pthread_atfork(nullptr, nullptr, checkLockAfterFork);
 
 /** The register, opened now if it has not been used yet; null if it has been destroyed. The lock is held. */
 _Register* openRegister() {

@@ -44,7 +44,7 @@ void afterForkInChild() {
 }
 
 // A child process destroys its declarations when it exits, even if another thread held the list's lock at the fork.
-[[maybe_unused]] int const registered = ::pthread_atfork(
+[[maybe_unused]] int const listHeldDuringForks = ::pthread_atfork(
     [] { List::instance().mutex.lock(); }, [] { List::instance().mutex.unlock(); }, afterForkInChild);
 
 /** Keeps a declaration alive, unless it is gone already. */

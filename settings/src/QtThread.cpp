@@ -22,7 +22,7 @@ namespace {
  */
 std::mutex targetsMutex;
 
-[[maybe_unused]] int const heldDuringForks = ::pthread_atfork(
+[[maybe_unused]] int const targetsHeldDuringForks = ::pthread_atfork(
     [] { targetsMutex.lock(); }, [] { targetsMutex.unlock(); }, [] { targetsMutex.unlock(); });
 
 /** Null once the object is being destroyed. */

@@ -18,7 +18,7 @@ namespace {
 /** Guards all queues. It is held during a fork, so that a child finds it free and every queue whole. */
 std::mutex queuesMutex;
 
-[[maybe_unused]] int const heldDuringForks =
+[[maybe_unused]] int const queuesHeldDuringForks =
     ::pthread_atfork([] { queuesMutex.lock(); }, [] { queuesMutex.unlock(); }, [] { queuesMutex.unlock(); });
 
 } // namespace

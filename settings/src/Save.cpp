@@ -51,7 +51,7 @@ struct Saving {
 Saving saving; // without a destructor, so that it serves static objects of any age
 
 /** A forked child has no thread that could be saving. */
-[[maybe_unused]] int const registered =
+[[maybe_unused]] int const remadeAfterForks =
     ::pthread_atfork(nullptr, nullptr, [] { new (&saving.mutex) std::mutex; });
 
 SaveResult failed(Snapshot const& snapshot, std::string const& reason) {

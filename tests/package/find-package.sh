@@ -6,7 +6,8 @@ set -eu
 here=$(dirname "$0")
 . "$here/installed.sh"
 
-"$CMAKE" -S "$here/consumer" -B "$work/build" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_FLAGS="$CXXFLAGS -DQT_MAJOR=$QT_MAJOR"
+"$CMAKE" -S "$here/consumer" -B "$work/build" -DCMAKE_PREFIX_PATH="$prefix" \
+    -DPACKAGE="velmorand-register$QT_SUFFIX" -DCMAKE_CXX_FLAGS="$CXXFLAGS -DQT_MAJOR=$QT_MAJOR"
 "$CMAKE" --build "$work/build"
 
 mkdir "$work/settings"

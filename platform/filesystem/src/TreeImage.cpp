@@ -21,9 +21,9 @@ namespace {
 using Entry = IndexedTree::Entry;
 
 /** Builds a tree in memory without recursion: a stack of the directories whose entries are still to come. */
-class Builder {
+class ApartBuilder {
 public:
-    Builder(IndexedTree const& image, Tree::Apart& result) : _image(image), _result(result) {}
+    ApartBuilder(IndexedTree const& image, Tree::Apart& result) : _image(image), _result(result) {}
 
     /** The result is to stand at `path`. */
     void build(TreePath const& path) {
@@ -113,7 +113,7 @@ void TreeImage::putInto(RAMFileSystem& fileSystem, std::string const& path) cons
     std::string storage;
     TreePath const place = TreePath::of(canonicalPath(path, storage));
     Tree::Apart built(tree);
-    Builder(*_tree, built).build(place);
+    ApartBuilder(*_tree, built).build(place);
     if (!tree.graft(std::move(built), place))
         throw utils::Exception("no directory can be made at " + path);
 }

@@ -16,7 +16,8 @@
  *     VELMORAND_ENUM(Theme, {Theme::light, "light"}, {Theme::dark, "dark"}, {Theme::system, "system"})
  *
  * Use it once, in the namespace of the enum, after it. Enumerators may be renamed later, the names stay: files have
- * them. A value may have several names; it is written under the first, and read under each.
+ * them. A value may have several names; it is written under the first, and read under each. This header cannot be compiled
+ * without exceptions.
  */
 #define VELMORAND_ENUM(Enum, ...)                                                                            \
     [[maybe_unused]] inline ::velmorand::detail::EnumNames<Enum> velmorandEnumNames(Enum /*any*/) {          \

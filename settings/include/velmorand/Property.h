@@ -16,7 +16,7 @@
 #include "velmorand/Stored.h"
 
 /**
- * Typed settings, one line each.
+ * Typed settings, one line each. This header cannot be compiled without exceptions.
  *
  *     Property<double> const size{"editor/size", 11.0};
  *     size.set(size.get() + 1);

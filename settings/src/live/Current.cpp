@@ -33,7 +33,7 @@ void endAtExit() {
 
 // Made when the library is loaded. The child of a fork exits too, and must not find the holder locked for good by a
 // thread that it does not have.
-[[maybe_unused]] int const registered = [] {
+[[maybe_unused]] int const holderHeldDuringForks = [] {
     static_cast<void>(holder());
     return ::pthread_atfork([] { holder().mutex.lock(); }, [] { holder().mutex.unlock(); },
                             [] { holder().mutex.unlock(); });

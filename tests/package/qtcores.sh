@@ -1,0 +1,101 @@
+#!/bin/sh
+# SPDX-License-Identifier: Apache-2.0
+#
+# What is compiled for one QtCore does not build with the other: the installed headers refuse to be compiled, a program
+# refuses to be linked, CMake refuses to configure, and each says why. Without the other QtCore's development files the
+# script leaves with 77.
+set -eu
+export LC_ALL=C
+here=$(dirname "$0")
+other=$((11 - QT_MAJOR))
+pkg-config --exists "Qt${other}Core" || exit 77
+. "$here/installed.sh"
+
+package=velmorand-register$QT_SUFFIX
+settings=velmorand-settings$QT_SUFFIX
+libraries=$(dirname "$(find "$prefix" -name 'libvelmorand-exception.so')")
+export PKG_CONFIG_PATH="$libraries/pkgconfig"
+
+# fails_saying TEXT COMMAND...: the command fails, and a line of what it prints contains the text.
+fails_saying() {
+    text=$1
+    shift
+    if "$@" >"$work/output" 2>&1; then
+        echo "does not fail: $*" >&2
+        exit 1
+    fi
+    # CMake breaks its messages into lines.
+    if ! tr -s ' \n' ' ' <"$work/output" | grep -q -F -e "$text"; then
+        cat "$work/output"
+        echo "does not say \"$text\": $*" >&2
+        exit 1
+    fi
+}
+
+compile() { # QT-MAJOR INCLUDE-DIRECTORY HEADER [FLAG...]
+    qt=$1
+    includes=$2
+    printf '#include <%s>\nint main() {}\n' "$3" >"$work/main.cpp"
+    shift 3
+    # shellcheck disable=SC2046,SC2086 # flags are words
+    "$CXX" $CXXFLAGS -std=c++17 -fPIC "$@" -I"$includes" $(pkg-config --cflags "Qt${qt}Core") \
+        -c "$work/main.cpp" -o "$work/main.o"
+}
+
+# With the other QtCore's headers: one error.
+for header in filesystem/Path.h filesystem/RAMFileSystem.h utils/properties/Register.h velmorand/Save.h \
+    velmorand/Property.h velmorand/QtTypes.h; do
+    compile "$QT_MAJOR" "$prefix/include/$package" "$header"
+    fails_saying "these headers of velmorand-register are for QtCore $QT_MAJOR, and the compiler finds another QtCore" \
+        compile "$other" "$prefix/include/$package" "$header"
+    test "$(grep -c 'error:' "$work/output")" -eq 1
+done
+
+# The headers as they are installed for the other QtCore, with this one's libraries. Whatever the linker leaves out, it
+# does not leave this out.
+cp -R "$prefix/include/$package" "$work/other"
+find "$work/other" -name QtCore.h -exec sed -i -e "s/_QtCore_$QT_MAJOR/_QtCore_$other/" -e "s/!= $QT_MAJOR/!= $other/" {} +
+link() { # HEADER [FLAG...]
+    compile "$other" "$work/other" "$@"
+    shift
+    # shellcheck disable=SC2046,SC2086 # flags are words
+    "$CXX" $CXXFLAGS "$@" "$work/main.o" -o "$work/main" \
+        $(pkg-config --libs "$settings") "-Wl,-rpath,$libraries"
+}
+for flags in '-O0' '-O2 -flto' '-O2 -ffunction-sections -fdata-sections -Wl,--gc-sections -Wl,--as-needed' \
+    '-fno-exceptions -fno-rtti'; do
+    # shellcheck disable=SC2086 # flags are words
+    {
+        fails_saying "velmorand_filesystem_for_QtCore_$other" link filesystem/Path.h $flags
+        fails_saying "velmorand_register_for_QtCore_$other" link utils/properties/Register.h $flags
+        fails_saying "velmorand_settings_for_QtCore_$other" link velmorand/Save.h $flags
+    }
+done
+# An object in an archive, from which nothing but another symbol is wanted.
+compile "$other" "$work/other" velmorand/Save.h -Dmain=start
+ar rcs "$work/libstart.a" "$work/main.o"
+echo 'extern int start(); int main() { return start(); }' >"$work/starts.cpp"
+# shellcheck disable=SC2046,SC2086 # flags are words
+fails_saying "velmorand_settings_for_QtCore_$other" "$CXX" $CXXFLAGS "$work/starts.cpp" -o "$work/main" \
+    "$work/libstart.a" $(pkg-config --libs "$settings")
+
+# In CMake.
+configure() { # PACKAGES LIBRARIES
+    rm -rf "$work/build"
+    "$CMAKE" -S "$here/mixed" -B "$work/build" -DCMAKE_PREFIX_PATH="$prefix" "-DPACKAGES=$1" "-DLIBRARIES=$2"
+}
+configure "$package;Qt$other" velmorand::register
+fails_saying "\"Qt$other::Core\" does not agree with the value of QT_MAJOR_VERSION" \
+    configure "$package;Qt$other" "velmorand::register;Qt$other::Core"
+fails_saying "\"velmorand::register\" does not agree with the value of QT_MAJOR_VERSION" \
+    configure "$package;Qt$other" "Qt$other::Core;velmorand::register"
+
+# The other package, as far as it comes: what it says before it makes targets.
+"$CMAKE" -S "$SOURCE_DIR" -B "$work/other-build" -DVELMORAND_QT_MAJOR="$other" -DVELMORAND_BUILD_TESTS=OFF \
+    -DVELMORAND_BUILD_EXAMPLES=OFF -DVELMORAND_BUILD_TOOLS=OFF -DVELMORAND_BUILD_READERS=OFF >/dev/null
+other_package=velmorand-register
+[ "$other" -eq 5 ] || other_package=velmorand-register-qt$other
+mkdir "$libraries/cmake/$other_package"
+cp "$work/other-build/$other_package"-config*.cmake "$libraries/cmake/$other_package"
+fails_saying "$other_package is for QtCore $other, but velmorand::register for QtCore $QT_MAJOR is in this project already" \
+    configure "$package;$other_package" velmorand::register
