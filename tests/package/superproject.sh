@@ -4,23 +4,25 @@
 # usage: superproject.sh EXCEPTION-LIBRARY FILESYSTEM-LIBRARY
 #
 # A superproject that has the targets velmorand::exception and velmorand::filesystem adds this project's directory,
-# which then makes neither. Its file system has no direct access, though a header of that name from elsewhere is found;
-# and it decides itself which deprecated parts of QtCore it sees.
+# which then makes neither, and builds shared libraries even if others are static. Its file system has no direct access,
+# though a header of that name from elsewhere is found; and it decides itself which deprecated parts of QtCore it sees.
 set -eu
 here=$(dirname "$0")
 . "$here/temporary-directory.sh"
 
 cp -R "$SOURCE_DIR/platform/filesystem/include" "$work/include"
-cp "$BUILD_DIR/include/filesystem/QtCore.h" "$work/include/filesystem"
+echo '// knows nothing of other QtCores' >"$work/include/filesystem/QtCore.h"
 rm "$work/include/filesystem/Direct.h"
 mkdir -p "$work/elsewhere/filesystem"
 echo '#error "the header of another file system"' > "$work/elsewhere/filesystem/Direct.h"
 
 "$CMAKE" -S "$here/superproject" -B "$work/build" \
     -DCMAKE_CXX_FLAGS="$CXXFLAGS -DQT_MAJOR=$QT_MAJOR -DQT_DISABLE_DEPRECATED_BEFORE=0x050F00 -isystem $work/elsewhere" \
-    -DVELMORAND_QT_MAJOR="$QT_MAJOR" -DREGISTER_DIR="$SOURCE_DIR" -DFILESYSTEM_INCLUDES="$work/include" \
-    -DEXCEPTION_LIBRARY="$1" -DFILESYSTEM_LIBRARY="$2"
+    -DBUILD_SHARED_LIBS=OFF -DVELMORAND_QT_MAJOR="$QT_MAJOR" -DREGISTER_DIR="$SOURCE_DIR" \
+    -DFILESYSTEM_INCLUDES="$work/include" -DEXCEPTION_LIBRARY="$1" -DFILESYSTEM_LIBRARY="$2"
 "$CMAKE" --build "$work/build" --parallel 2
+# Without the file system's help, a program for another QtCore cannot be linked.
+"$NM" --dynamic "$work/build/consumer" | grep -q -w "velmorand_register_for_QtCore_$QT_MAJOR"
 
 mkdir "$work/settings"
 "$work/build/consumer" "$work/settings"

@@ -1,0 +1,49 @@
+#!/bin/sh
+# SPDX-License-Identifier: Apache-2.0
+#
+# usage: both.sh BUILD-FOR-QTCORE-5 BUILD-FOR-QTCORE-6
+#
+# Both builds installed in one place leave each other alone: an application is built with each and runs, and what is
+# compiled for one cannot be linked with the other.
+set -eu
+export LC_ALL=C
+here=$(cd "$(dirname "$0")" && pwd)
+. "$here/temporary-directory.sh"
+
+# Without the tool, which is the same program twice.
+for build in "$1" "$2"; do
+    for component in library development; do
+        cmake --install "$build" --prefix "$work/prefix" --component $component >"$work/install.log"
+    done
+done
+libraries=$(dirname "$(find "$work/prefix" -name libvelmorand-exception.so)")
+export PKG_CONFIG_PATH="$libraries/pkgconfig"
+
+# shellcheck disable=SC2046 # flags are words
+for qt in 5 6; do
+    suffix=
+    [ $qt -eq 5 ] || suffix=-qt$qt
+    c++ -std=c++17 -DQT_MAJOR=$qt -c "$here/consumer/main.cpp" -o "$work/consumer$qt.o" \
+        $(pkg-config --cflags "velmorand-settings$suffix")
+    c++ "$work/consumer$qt.o" -o "$work/consumer$qt" $(pkg-config --libs "velmorand-settings$suffix")
+    mkdir "$work/settings$qt"
+    LD_LIBRARY_PATH=$libraries "$work/consumer$qt" "$work/settings$qt"
+    test -s "$work/settings$qt/Velmorand.dat"
+    # It loads the libraries of one QtCore.
+    if LD_LIBRARY_PATH=$libraries ldd "$work/consumer$qt" | grep -q "libQt$((11 - qt))Core"; then
+        echo "consumer$qt is linked with both QtCores" >&2
+        exit 1
+    fi
+done
+cmp "$work/settings5/Velmorand.dat" "$work/settings6/Velmorand.dat"
+
+# shellcheck disable=SC2046 # flags are words
+crossed() { # QT-MAJOR PACKAGE
+    if c++ "$work/consumer$1.o" -o "$work/crossed" $(pkg-config --libs "$2") 2>"$work/errors"; then
+        echo "what is compiled for QtCore $1 is linked with $2" >&2
+        exit 1
+    fi
+    grep -q "undefined reference to .velmorand_register_for_QtCore_$1'" "$work/errors"
+}
+crossed 5 velmorand-settings-qt6
+crossed 6 velmorand-settings
