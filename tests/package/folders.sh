@@ -11,19 +11,24 @@ unset CMAKE_CXX_COMPILER_LAUNCHER # a compiler's cache gives what was compiled e
 source=$(cd "$(dirname "$0")/../.." && pwd)
 . "$source/tests/package/temporary-directory.sh"
 
+first="$work/sources"
+second="$work/Quellen – Straße & Äpfel/velmorand register"
+for folder in "$first" "$second"; do
+    mkdir -p "$folder"
+    (cd "$source" && tar c --exclude=./build --exclude=./.git .) | tar x -C "$folder"
+done
+
 build() { # FOLDER NAME [CMAKE-ARGUMENT...]
     folder=$1
     name=$2
     shift 2
-    mkdir -p "$folder"
-    (cd "$source" && tar c --exclude=./build --exclude=./.git .) | tar x -C "$folder"
     cmake -G Ninja -S "$folder" -B "$folder/build" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVELMORAND_BUILD_TESTS=OFF \
         -DVELMORAND_BUILD_EXAMPLES=OFF "$@"
     cmake --build "$folder/build"
     cmake --install "$folder/build" --prefix "$work/$name"
 }
-build "$work/sources" one "$@"
-build "$work/Quellen – Straße & Äpfel/velmorand register" two "$@"
+build "$first" one "$@"
+build "$second" two "$@"
 
 diff -r "$work/one" "$work/two"
 if grep -r -l -F -e "$work" "$work/one"; then
