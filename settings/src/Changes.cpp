@@ -3,6 +3,7 @@
 
 #include <set>
 #include <utility>
+#include <vector>
 
 #include <filesystem/Direct.h>
 
@@ -10,6 +11,7 @@
 #include "Announcement.h"
 #include "Locks.h"
 #include "Names.h"
+#include "Record.h"
 #include "UserChanges.h"
 
 namespace velmorand {
@@ -26,6 +28,33 @@ bool isInPlace(utils::properties::_Register const& settings, std::string const& 
 }
 
 } // namespace
+
+Changes::Changes() = default;
+Changes::Changes(Changes const&) = default;
+Changes::Changes(Changes&&) noexcept = default;
+Changes& Changes::operator=(Changes const&) = default;
+Changes& Changes::operator=(Changes&&) noexcept = default;
+Changes::~Changes() = default;
+
+bool Changes::empty() const noexcept {
+    return _changes.empty();
+}
+
+template <class Kind>
+void Changes::put(std::string const& name, Kind const& value) {
+    requireFits(name, value);
+    putRecord(name, encoded(value));
+}
+
+// The eight kinds.
+template void Changes::put(std::string const&, std::string const&);
+template void Changes::put(std::string const&, double const&);
+template void Changes::put(std::string const&, int const&);
+template void Changes::put(std::string const&, bool const&);
+template void Changes::put(std::string const&, std::vector<std::string> const&);
+template void Changes::put(std::string const&, std::vector<double> const&);
+template void Changes::put(std::string const&, std::vector<int> const&);
+template void Changes::put(std::string const&, std::vector<bool> const&);
 
 void Changes::putRecord(std::string const& name, std::optional<std::string> record) {
     std::string storage;

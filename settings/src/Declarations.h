@@ -1,11 +1,26 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <functional>
+#include <string>
 
 #include "velmorand/Declared.h"
 
 namespace velmorand {
+
+/** What a declaration holds, whatever its type. */
+struct detail::Declaration::State {
+    std::string const name;
+    Fallback const fallback;
+    std::size_t const keptSize; ///< of a value that is kept; 0 if it is not
+
+    // The value that was read last, and the register's state then: see Recall.h.
+    std::atomic<std::uint64_t> state{0};
+    std::atomic<std::uint64_t> bits{0};
+};
 
 /**
  * Calls `use` for each declaration that is alive, in byte order of their names; of those with one name, for the first.

@@ -103,9 +103,14 @@ std::vector<Known> knownDeclarations() {
 
 namespace detail {
 
-Declaration::Declaration(std::string name) : _name(cleanName(std::move(name))) {}
+Declaration::Declaration(std::string name, Fallback fallback, std::size_t keptSize)
+    : _state(new State{cleanName(std::move(name)), fallback, keptSize}) {}
 
 Declaration::~Declaration() = default;
+
+std::string const& Declaration::name() const noexcept {
+    return _state->name;
+}
 
 void Declaration::publish() {
     List& list = List::instance();
@@ -124,11 +129,15 @@ void Declaration::withdraw() noexcept {
 }
 
 Recalled Declaration::recall() const noexcept {
-    return recallFrom(_state, _bits, registerState);
+    return recallFrom(_state->state, _state->bits, registerState);
 }
 
-void Declaration::remember(std::uint64_t state, std::uint64_t bits) noexcept {
-    rememberIn(_state, _bits, state, bits);
+void Declaration::refuse(std::string const& why) const {
+    throw utils::Exception(name() + " is not set: " + why);
+}
+
+void Declaration::refuseDeclaration(std::string const& why) const {
+    throw utils::Exception(name() + " is declared with " + why);
 }
 
 } // namespace detail

@@ -10,7 +10,7 @@
 #include "Announcement.h"
 #include "Locks.h"
 #include "Names.h"
-#include "velmorand/Declared.h"
+#include "Record.h"
 #include "velmorand/Property.h"
 
 namespace velmorand {
@@ -68,18 +68,29 @@ filesystem::direct::Entry findInForce(_Register const& settings, std::string con
                                  : findInScopes(settings, name);
 }
 
-namespace detail {
-
 template <class T>
 void putOverride(std::string const& name, T const& value, void* sender) {
     RequiredAccess const settings(name + " is not overridden");
     std::string storage;
     std::string const& clean = propertyName(name, storage);
     requireUnlocked(*settings, clean, clean + " is not overridden");
-    std::string content = record(clean, value);
+    requireFits(clean, value);
+    std::string content = encoded(value);
     changeOverride(*settings, clean, sender,
                    [&] { overrides().insert_or_assign(clean, std::move(content)); });
 }
+
+// The eight kinds.
+template void putOverride(std::string const&, std::string const&, void*);
+template void putOverride(std::string const&, double const&, void*);
+template void putOverride(std::string const&, int const&, void*);
+template void putOverride(std::string const&, bool const&, void*);
+template void putOverride(std::string const&, std::vector<std::string> const&, void*);
+template void putOverride(std::string const&, std::vector<double> const&, void*);
+template void putOverride(std::string const&, std::vector<int> const&, void*);
+template void putOverride(std::string const&, std::vector<bool> const&, void*);
+
+namespace detail {
 
 void clearOverride(std::string const& name, void* sender) {
     Access const settings;
@@ -94,15 +105,6 @@ bool isOverridden(std::string const& name) {
     Access const settings;
     return settings && velmorand::isOverridden(*settings, name);
 }
-
-template void putOverride(std::string const&, std::string const&, void*);
-template void putOverride(std::string const&, double const&, void*);
-template void putOverride(std::string const&, int const&, void*);
-template void putOverride(std::string const&, bool const&, void*);
-template void putOverride(std::string const&, std::vector<std::string> const&, void*);
-template void putOverride(std::string const&, std::vector<double> const&, void*);
-template void putOverride(std::string const&, std::vector<int> const&, void*);
-template void putOverride(std::string const&, std::vector<bool> const&, void*);
 
 } // namespace detail
 

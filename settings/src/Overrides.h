@@ -9,7 +9,7 @@
 
 /**
  * The values that this process has put in place of those in the scopes. They are not in the register, so that they are
- * never saved, and its own readers do not see them. The register's lock is held in all of these.
+ * never saved, and its own readers do not see them. The register's lock is held in all of these but the last.
  */
 namespace velmorand {
 
@@ -22,5 +22,12 @@ namespace velmorand {
 /** What is in force under a name, clean or not: its override, or what the scopes have. Valid until either changes. */
 [[nodiscard]] filesystem::direct::Entry findInForce(utils::properties::_Register const& settings,
                                                     std::string const& name);
+
+/**
+ * Puts a value of one of the eight kinds in place of those in the scopes, as `Property::override` does. It takes the
+ * lock.
+ */
+template <class Kind>
+void putOverride(std::string const& name, Kind const& value, void* sender);
 
 } // namespace velmorand

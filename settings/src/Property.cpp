@@ -2,8 +2,6 @@
 #include "velmorand/Property.h"
 
 #include <cstdint>
-#include <limits>
-#include <utility>
 
 #include <filesystem/Direct.h>
 
@@ -53,29 +51,6 @@ struct Kind<std::vector<int>>
 template <>
 struct Kind<std::vector<bool>>
     : KindBy<std::vector<bool>, &_Register::_readBooleans, &_Register::_writeBooleans> {};
-
-/** A record gives a length or count 31 bits; the register's writers do not check. */
-void requireFits(std::string const& name, std::size_t size, char const* unit) {
-    constexpr std::size_t most = std::numeric_limits<std::int32_t>::max();
-    if (size > most)
-        throw Exception(name + ": too long: " + std::to_string(size) + ' ' + unit + " (at most " +
-                        std::to_string(most) + ')');
-}
-
-template <class T>
-void requireFits(std::string const& /*name*/, T const& /*value*/) {}
-
-void requireFits(std::string const& name, std::string const& value) {
-    requireFits(name, value.size(), "bytes");
-}
-
-template <class T>
-void requireFits(std::string const& name, std::vector<T> const& values) {
-    requireFits(name, values.size(), "elements");
-    if constexpr (std::is_same_v<T, std::string>)
-        for (std::string const& value : values)
-            requireFits(name, value);
-}
 
 /**
  * Reads the value in force; the lock is held.
@@ -134,56 +109,6 @@ void store(std::string const& name, T const& value, RegisterScope scope, void* s
     }
 }
 
-template <class T>
-Fetched fetch(std::string const& name, T& value) {
-    Access const settings;
-    if (!settings)
-        return {false, 0, {}};
-    // What a thread changes while it holds the lock is not for other threads yet.
-    std::uint64_t const now = settings.isOutermost() ? registerState.load(std::memory_order_relaxed) : 0;
-    auto const entry = findInForce(*settings, name);
-    switch (entry.kind) {
-    case filesystem::direct::Kind::none:
-        return {false, now, {}};
-    case filesystem::direct::Kind::directory:
-        return {false, now, expectedInsteadOf<T>("a group")};
-    case filesystem::direct::Kind::file:
-        break;
-    }
-    std::string problem = decode(entry.content, value);
-    bool const isFound = problem.empty();
-    return {isFound, now, std::move(problem)};
-}
-
-template <class T>
-std::string decode(std::string_view record, T& value) {
-    auto read = decoded<T>(record);
-    if (!read)
-        return whyNotDecoded<T>(record);
-    value = *std::move(read);
-    return {};
-}
-
-template <class T>
-void storeChanged(std::string const& name, T const& value, void* sender) {
-    RequiredAccess const settings(name + " is not written");
-    requireFits(name, value);
-    bool const isSame = filesystem::direct::find(*settings, {"user"}, name).content == encoded(value);
-    if (!isSame || isLocked(*settings, name))
-        store(name, value, SCOPE_USER, sender);
-}
-
-template <class T>
-std::string record(std::string const& name, T const& value) {
-    requireFits(name, value);
-    return encoded(value);
-}
-
-template <class T>
-std::string kindName() {
-    return kindNames.at(AnyValue(T()).index());
-}
-
 bool isSet(std::string const& name) {
     Access const settings;
     return settings && settings->propertyExists(name, SCOPE_USER) && !settings->groupExists(name, SCOPE_USER);
@@ -203,12 +128,7 @@ void reset(std::string const& name, void* sender) {
 #define VELMORAND_KIND(...)                                                                                  \
     template __VA_ARGS__ get(std::string const&);                                                            \
     template bool find(std::string const&, __VA_ARGS__&);                                                    \
-    template void store(std::string const&, __VA_ARGS__ const&, RegisterScope, void*);                       \
-    template Fetched fetch(std::string const&, __VA_ARGS__&);                                                \
-    template std::string decode(std::string_view, __VA_ARGS__&);                                             \
-    template void storeChanged(std::string const&, __VA_ARGS__ const&, void*);                               \
-    template std::string record(std::string const&, __VA_ARGS__ const&);                                     \
-    template std::string kindName<__VA_ARGS__>();
+    template void store(std::string const&, __VA_ARGS__ const&, RegisterScope, void*);
 
 VELMORAND_KIND(std::string)
 VELMORAND_KIND(double)

@@ -5,9 +5,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <utility>
 #include <variant>
 #include <vector>
+
+#include <utils/Exception.h>
 
 #include "velmorand/AnyValue.h"
 
@@ -216,6 +219,13 @@ std::string unknownKind(std::string_view record, std::size_t tags) {
 }
 
 } // namespace
+
+void requireSize(std::string const& name, std::size_t size, char const* unit) {
+    constexpr std::size_t most = std::numeric_limits<std::int32_t>::max();
+    if (size > most)
+        throw utils::Exception(name + ": too long: " + std::to_string(size) + ' ' + unit + " (at most " +
+                               std::to_string(most) + ')');
+}
 
 template <class T>
 std::string encoded(T const& value) {

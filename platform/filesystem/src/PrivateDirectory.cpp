@@ -61,6 +61,10 @@ DirectoryLock::~DirectoryLock() {
         ::flock(directory.number(), LOCK_UN);
 }
 
+bool DirectoryLock::isHeld() const noexcept {
+    return _isHeld;
+}
+
 DirectoryLock::Outcome DirectoryLock::take(std::string const& path, std::chrono::milliseconds patience) {
     using Clock = std::chrono::steady_clock;
     auto const end = Clock::now() + patience;

@@ -26,6 +26,13 @@ namespace velmorand {
  */
 class VELMORAND_SETTINGS_EXPORT Changes {
 public:
+    Changes();
+    Changes(Changes const& other);
+    Changes(Changes&& other) noexcept;
+    Changes& operator=(Changes const& other);
+    Changes& operator=(Changes&& other) noexcept;
+    ~Changes();
+
     /**
      * As `Property::set`.
      * Errors: `utils::Exception` if the declaration does not allow the value; those of `write`.
@@ -72,7 +79,7 @@ public:
     void reset(std::string const& name);
 
     /** Whether there is nothing to apply. */
-    [[nodiscard]] bool empty() const noexcept { return _changes.empty(); }
+    [[nodiscard]] bool empty() const noexcept;
 
     /**
      * Makes all changes, removes groups that become empty, and forgets the changes. Then the listeners, except those of
@@ -86,10 +93,9 @@ public:
     void apply(void* sender = nullptr);
 
 private:
+    /** For the eight kinds. */
     template <class Kind>
-    void put(std::string const& name, Kind const& value) {
-        putRecord(name, detail::record(name, value));
-    }
+    VELMORAND_SETTINGS_EXPORT void put(std::string const& name, Kind const& value);
     void putRecord(std::string const& name, std::optional<std::string> record);
 
     std::map<std::string, std::optional<std::string>>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <exception>
@@ -28,76 +28,112 @@
 // What `Property` consists of. Programs do not use it directly.
 namespace velmorand::detail {
 
-/** A value copied from the register earlier, and whether the register is still as it was then. */
+/** A value that a declaration keeps, and whether it is still the one in force. */
 struct Recalled {
-    std::uint64_t bits;
+    std::uint64_t bits; ///< as they lie in memory, the first bytes are those of the value
     bool isCurrent;
 };
 
 /**
- * A declared setting, whatever its type. For the types that fit, it keeps the last value read, so that reading again
- * takes no lock until the register changes.
+ * A declared setting, whatever its type.
+ *
+ * What a program does with it is in the library, behind these functions, and so is everything that it keeps: a program
+ * gets corrections of both without being compiled again. Of the headers, only what depends on the type is compiled into
+ * the program. The order of virtual functions is part of the binary interface.
  */
 class VELMORAND_SETTINGS_EXPORT Declaration {
 public:
-    explicit Declaration(std::string name);
     Declaration(Declaration const&) = delete;
     Declaration& operator=(Declaration const&) = delete;
     virtual ~Declaration();
 
-    [[nodiscard]] std::string const& name() const noexcept { return _name; }
+    [[nodiscard]] std::string const& name() const noexcept;
 
-    /** Adds it to the catalogue. */
+    /** Adds it to the catalogue. For a complete object, before anything else uses it. */
     void publish();
 
-    /** Fills in what depends on the type. */
+    /** Fills in what is known of it, except its name. */
     virtual void describe(DeclaredProperty& description) const = 0;
 
     /** Why a property with this record would not be in force; empty if it would. */
     [[nodiscard]] virtual std::string problemOf(std::string_view record) const = 0;
 
-    /** Locks: none; it never waits. */
+    /** The value that the last read has kept. Locks: none; it never waits. */
     [[nodiscard]] Recalled recall() const noexcept;
 
-    /** Keeps a value that was read while the register was in a state that `fetch` has named. Locks: as `recall`. */
-    void remember(std::uint64_t state, std::uint64_t bits) noexcept;
-
 protected:
-    /** Takes it out of the catalogue, after waiting for other threads that are describing it. */
+    enum class Fallback { constant, computed };
+
+    /** `keptSize`: of a value that can be kept as its bytes, at most 8; 0 if values cannot. */
+    Declaration(std::string name, Fallback fallback, std::size_t keptSize);
+
+    /** Takes it out of the catalogue, after waiting for other threads that are describing it: before it is destroyed. */
     void withdraw() noexcept;
 
+    /** Throws `utils::Exception`: the value was not set. */
+    [[noreturn]] void refuse(std::string const& why) const;
+
+    /** Throws `utils::Exception`: the declaration is wrong. */
+    [[noreturn]] void refuseDeclaration(std::string const& why) const;
+
 private:
-    std::string const _name;
-    std::atomic<std::uint64_t> _state{0}; ///< of the register, at which the value was read
-    std::atomic<std::uint64_t> _bits{0};
+    template <class Kind>
+    friend class KindDeclaration;
+
+    struct State;
+
+    std::unique_ptr<State> const _state;
 };
 
-struct Fetched {
-    bool isFound;
-    std::uint64_t state; ///< of the register, for `remember`; 0 if the value must not be remembered
-    std::string problem; ///< why the value that some scope has cannot be read
+/** A declared setting that is stored as one of the eight kinds. */
+template <class Kind>
+class VELMORAND_SETTINGS_EXPORT KindDeclaration : public Declaration {
+public:
+    ~KindDeclaration() override;
+
+    /** Puts the value in force into `value`, by `load` or else `loadFallback`. */
+    void readInto(void* value);
+
+    /** As `Property::problem`. */
+    [[nodiscard]] std::string problem() const;
+
+    /** Writes an allowed value to the user scope, unless that has the same one. */
+    void store(Kind const& value, void* sender) const;
+
+    /** Puts an allowed value in force in this process. */
+    void override(Kind const& value, void* sender) const;
+
+    void describe(DeclaredProperty& description) const final;
+    [[nodiscard]] std::string problemOf(std::string_view record) const final;
+
+protected:
+    KindDeclaration(std::string name, Fallback fallback, std::size_t keptSize);
+
+private:
+    // What depends on the type. `value` is the address of a `std::optional<T>`; the result is that of the `T` in it.
+
+    /** Null for a stored value that is not valid for the type, or not allowed. */
+    virtual void const* load(Kind const& stored, void* value) const = 0;
+    virtual void const* loadFallback(void* value) const = 0;
+
+    /** Why a stored value is not in force; empty if it is. */
+    [[nodiscard]] virtual std::string objectionTo(Kind const& stored) const = 0;
+
+    /** Fills in the format, and what the declaration says. */
+    virtual void describeDetails(DeclaredProperty& description) const = 0;
 };
 
-// For the eight kinds.
+// These are in the library.
+extern template class KindDeclaration<std::string>;
+extern template class KindDeclaration<double>;
+extern template class KindDeclaration<int>;
+extern template class KindDeclaration<bool>;
+extern template class KindDeclaration<std::vector<std::string>>;
+extern template class KindDeclaration<std::vector<double>>;
+extern template class KindDeclaration<std::vector<int>>;
+extern template class KindDeclaration<std::vector<bool>>;
 
-/** Reads a value for a declaration. It throws nothing because of what the register contains. */
-template <class Kind>
-VELMORAND_SETTINGS_EXPORT Fetched fetch(std::string const& name, Kind& value);
-
-/** Reads a value from its bytes. Result: why they are not of the kind; empty if they are. */
-template <class Kind>
-VELMORAND_SETTINGS_EXPORT std::string decode(std::string_view record, Kind& value);
-
-/** Writes a value to the user scope, unless that has the same one. */
-template <class Kind>
-VELMORAND_SETTINGS_EXPORT void storeChanged(std::string const& name, Kind const& value, void* sender);
-
-template <class Kind>
-VELMORAND_SETTINGS_EXPORT void putOverride(std::string const& name, Kind const& value, void* sender);
-
-template <class Kind>
-VELMORAND_SETTINGS_EXPORT std::string kindName();
-
+/** A value of one of the eight kinds as JSON. */
 template <class Kind>
 VELMORAND_SETTINGS_EXPORT std::string json(Kind const& value);
 
@@ -166,12 +202,12 @@ inline constexpr bool isLimited = isNumeric<T>&& std::is_integral_v<T> && !std::
 
 /** A declared setting of a type. */
 template <class T>
-class Declared final : public Declaration {
+class Declared final : public KindDeclaration<StoredType<T>> {
 public:
     using Kind = StoredType<T>;
     using Element = typename ElementOf<T>::Type;
 
-    /** Whether the last value read is kept. */
+    /** Whether values can be kept as their bytes. */
     static constexpr bool isKept = std::is_trivially_copyable_v<T> && std::is_default_constructible_v<T> &&
                                    sizeof(T) <= sizeof(std::uint64_t);
 
@@ -183,42 +219,38 @@ public:
     /** With a fallback of an accepted type. */
     template <class Fallback, class... Details>
     Declared(std::string name, Constant<Fallback> fallback, Details&... details)
-        : Declaration(std::move(name)), _fallback(declared<T>(fallback.value)) {
+        : Base(std::move(name), Base::Fallback::constant, keptSize), _fallback(declared<T>(fallback.value)) {
         (add(std::move(details)), ...);
     }
 
     /** With a function that computes the fallback. */
     template <class... Details>
     Declared(std::string name, std::function<T()> compute, Details&... details)
-        : Declaration(std::move(name)), _compute(std::move(compute)) {
+        : Base(std::move(name), Base::Fallback::computed, keptSize), _compute(std::move(compute)) {
         (add(std::move(details)), ...);
     }
 
     Declared(Declared const&) = delete;
     Declared& operator=(Declared const&) = delete;
-    ~Declared() override { withdraw(); }
+    ~Declared() override { this->withdraw(); }
 
     [[nodiscard]] T fallback() const { return _fallback ? *_fallback : _compute(); }
 
     [[nodiscard]] T get() {
         if constexpr (isKept) {
-            if (Recalled const recalled = recall(); recalled.isCurrent) {
+            if (Recalled const recalled = this->recall(); recalled.isCurrent) {
                 T value;
                 std::memcpy(static_cast<void*>(&value), &recalled.bits, sizeof(T));
                 return value;
             }
         }
-        return read();
+        return readInForce();
     }
-
-    void set(T const& value, void* sender) const { storeChanged<Kind>(name(), allowed(value), sender); }
-
-    void override(T const& value, void* sender) const { putOverride<Kind>(name(), allowed(value), sender); }
 
     /** How a value is stored. Errors: `utils::Exception` if the declaration does not allow it. */
     [[nodiscard]] Kind allowed(T const& value) const {
         if (Fault const fault = faultOf(value); fault.element)
-            refuse(textOf(fault, storedJson(*fault.element)));
+            this->refuse(textOf(fault, storedJson(*fault.element)));
         return stored(value);
     }
 
@@ -227,46 +259,17 @@ public:
     [[nodiscard]] T converted(From const& from) const {
         std::optional<T> value = ConversionOf<T, From>::convert(from);
         if (!value)
-            refuse(textOfMissing(from));
+            this->refuse(textOfMissing(from));
         return *std::move(value);
     }
 
-    [[nodiscard]] std::string problem() const {
-        Loaded const loaded = load(true);
-        return loaded.problem.empty() ? std::string() : name() + ": " + loaded.problem;
-    }
-
-    void describe(DeclaredProperty& description) const override {
-        description.kind = kindName<Kind>();
-        if constexpr (hasFormat<Element>)
-            description.format = Stored<Element>::format;
-        if (_fallback)
-            description.fallback = storedJson(*_fallback);
-        description.minimum = minimumJson();
-        description.maximum = maximumJson();
-        description.choices = choicesJson();
-        description.description = _description;
-        description.problem = problem();
-    }
-
-    [[nodiscard]] std::string problemOf(std::string_view record) const override {
-        Kind kept{};
-        Loaded loaded{std::nullopt, 0, decode<Kind>(record, kept)};
-        if (loaded.problem.empty())
-            convert(kept, true, loaded);
-        return loaded.problem;
-    }
-
 private:
+    using Base = KindDeclaration<Kind>;
+    static constexpr std::size_t keptSize = isKept ? sizeof(T) : 0;
+
     struct Rule {
         std::function<bool(Element const&)> allows;
         std::string expected;
-    };
-
-    struct Loaded {
-        std::optional<T> value;
-        std::uint64_t state;
-        std::string problem;
     };
 
     enum class Reason { limits, choices, rule };
@@ -285,7 +288,7 @@ private:
                       "limits and choices have the type of the setting, or of its elements");
         std::optional<To> value = ConversionOf<To, From>::convert(from);
         if (!value)
-            throw utils::Exception(name() + " is declared with a value that its type does not have");
+            this->refuseDeclaration("a value that its type does not have");
         return *std::move(value);
     }
 
@@ -306,7 +309,7 @@ private:
         if (limits.maximum)
             _maximum = declared<Element>(*limits.maximum);
         if (_minimum && _maximum && !isOrdered(*_minimum, *_maximum))
-            throw utils::Exception(name() + " is declared with a minimum that is greater than its maximum");
+            this->refuseDeclaration("a minimum that is greater than its maximum");
     }
 
     template <class Choice>
@@ -325,71 +328,72 @@ private:
             {asFunction<bool(Element const&)>(std::move(check.allows)), std::move(check.expected)});
     }
 
-    [[noreturn]] void refuse(std::string const& text) const {
-        throw utils::Exception(name() + " is not set: " + text);
-    }
-
     [[nodiscard]] Kind stored(T const& value) const {
         try {
             return Stored<T>::store(value);
         } catch (utils::Exception const& thrown) {
-            refuse(thrown.what());
+            this->refuse(thrown.what());
         }
     }
 
     /** Apart from `get`, which is short, and needs few registers, as long as this is not inlined into it. */
-    [[nodiscard, gnu::noinline]] T read() {
-        Loaded loaded = load(false);
-        // What the program computes may differ the next time.
-        bool const isLasting = loaded.value || _fallback;
-        T value = loaded.value ? *std::move(loaded.value) : fallback();
-        if constexpr (isKept) {
-            if (isLasting) {
-                std::uint64_t bits = 0;
-                std::memcpy(&bits, &value, sizeof(T));
-                remember(loaded.state, bits);
-            }
-        }
-        return value;
+    [[nodiscard, gnu::noinline]] T readInForce() {
+        std::optional<T> value;
+        this->readInto(&value);
+        return *std::move(value);
     }
 
-    /** Says what is wrong only if it is to explain. */
-    [[nodiscard]] Loaded load(bool explains) const {
-        Kind kept{};
-        Fetched fetched = fetch<Kind>(name(), kept);
-        Loaded loaded{std::nullopt, fetched.state, std::move(fetched.problem)};
-        if (fetched.isFound)
-            convert(kept, explains, loaded);
-        return loaded;
+    void const* load(Kind const& stored, void* value) const override {
+        auto& loaded = *static_cast<std::optional<T>*>(value);
+        loaded = valueOf(stored);
+        return loaded && !faultOf(*loaded).element ? std::addressof(*loaded) : nullptr;
     }
 
-    /** Loads a value that is kept, if it is valid and allowed. */
-    void convert(Kind const& kept, bool explains, Loaded& loaded) const {
+    void const* loadFallback(void* value) const override {
+        auto& loaded = *static_cast<std::optional<T>*>(value);
+        loaded = fallback();
+        return std::addressof(*loaded);
+    }
+
+    [[nodiscard]] std::string objectionTo(Kind const& stored) const override {
+        std::optional<T> const value = valueOf(stored);
+        if (!value)
+            return textOfInvalid(stored);
+        Fault const fault = faultOf(*value);
+        if (!fault.element)
+            return {};
+        return textOf(fault, ElementOf<T>::isList ? storedJson(*fault.element) : json<Kind>(stored));
+    }
+
+    void describeDetails(DeclaredProperty& description) const override {
+        if constexpr (hasFormat<Element>)
+            description.format = Stored<Element>::format;
+        if (_fallback)
+            description.fallback = storedJson(*_fallback);
+        description.minimum = minimumJson();
+        description.maximum = maximumJson();
+        description.choices = choicesJson();
+        description.description = _description;
+    }
+
+    /** Nothing for a stored value that is not valid. */
+    static std::optional<T> valueOf(Kind const& stored) {
         try {
-            loaded.value = Stored<T>::load(kept);
+            return Stored<T>::load(stored);
         } catch (std::exception const&) {
-            loaded.value.reset();
+            return std::nullopt;
         }
-        Fault const fault = loaded.value ? faultOf(*loaded.value) : Fault();
-        if (loaded.value && !fault.element)
-            return;
-        if (explains && !loaded.value)
-            loaded.problem = textOfInvalid(kept);
-        else if (explains)
-            loaded.problem =
-                textOf(fault, ElementOf<T>::isList ? storedJson(*fault.element) : json<Kind>(kept));
-        loaded.value.reset();
     }
 
-    [[nodiscard]] std::string textOfInvalid(Kind const& kept) const {
+    [[nodiscard]] std::string textOfInvalid(Kind const& stored) const {
         if constexpr (hasExpected<T>)
-            return notValid(json<Kind>(kept), Stored<T>::expected());
+            return notValid(json<Kind>(stored), Stored<T>::expected());
         else if constexpr (hasNames<Element>)
-            return notAmong(json<Kind>(kept), choicesJson());
+            return notAmong(json<Kind>(stored), choicesJson());
         else if constexpr (hasExpected<Element>)
-            return notValid(json<Kind>(kept), Stored<Element>::expected());
+            return notValid(json<Kind>(stored), Stored<Element>::expected());
         else
-            return notWithin(json<Kind>(kept), minimumJson(), maximumJson());
+            return notWithin(json<Kind>(stored), minimumJson(), maximumJson());
     }
 
     /** For a value of another type that this one does not have. */

@@ -68,10 +68,6 @@ template <class T>
 VELMORAND_SETTINGS_EXPORT void store(std::string const& name, T const& value, RegisterScope scope,
                                      void* sender);
 
-/** The value as it is stored. Errors: `utils::Exception` if it is too long for that. */
-template <class T>
-VELMORAND_SETTINGS_EXPORT std::string record(std::string const& name, T const& value);
-
 VELMORAND_SETTINGS_EXPORT bool isSet(std::string const& name);
 VELMORAND_SETTINGS_EXPORT void reset(std::string const& name, void* sender);
 
@@ -243,12 +239,14 @@ public:
      * Errors: `utils::Exception` if the declaration does not allow the value, or the administrator has locked the
      * setting, whatever the value; those of `write`.
      */
-    void set(T const& value, void* sender = nullptr) const { _declared->set(value, sender); }
+    void set(T const& value, void* sender = nullptr) const {
+        _declared->store(_declared->allowed(value), sender);
+    }
 
     /** The same for a value of another type that can lose nothing. An `int` is refused if `T` does not have it. */
     template <class Other, std::enable_if_t<detail::isAllowed<T, Other>, int> = 0>
     void set(Other const& value, void* sender = nullptr) const {
-        _declared->set(_declared->converted(value), sender);
+        set(_declared->converted(value), sender);
     }
     template <class Other, std::enable_if_t<!detail::isAllowed<T, Other>, int> = 0>
     void set(Other const& value, void* sender = nullptr) const = delete;
@@ -279,13 +277,15 @@ public:
      * throws, with the override in place.
      * Locks: the settings' lock. It opens the settings if nothing has yet: create the `LiveSettings` first.
      */
-    void override(T const& value, void* sender = nullptr) const { _declared->override(value, sender); }
+    void override(T const& value, void* sender = nullptr) const {
+        _declared->override(_declared->allowed(value), sender);
+    }
 
     ///@{
     /** The same for a value of another type, as for `set`. */
     template <class Other, std::enable_if_t<detail::isAllowed<T, Other>, int> = 0>
     void override(Other const& value, void* sender = nullptr) const {
-        _declared->override(_declared->converted(value), sender);
+        override(_declared->converted(value), sender);
     }
     template <class Other, std::enable_if_t<!detail::isAllowed<T, Other>, int> = 0>
     void override(Other const& value, void* sender = nullptr) const = delete;

@@ -41,7 +41,7 @@ public:
     [[nodiscard]] Outcome take(std::string const& path, std::chrono::milliseconds patience);
 
     /** Whether the lock was taken. */
-    [[nodiscard]] bool isHeld() const noexcept { return _isHeld; }
+    [[nodiscard]] bool isHeld() const noexcept;
 
 private:
     Outcome tryOnce(std::string const& path);
