@@ -9,4 +9,8 @@ target_compile_options(velmorand-warnings INTERFACE
   -Wconversion -Wsign-conversion -Wshadow -Wold-style-cast -Wcast-qual -Wcast-align
   -Wnon-virtual-dtor -Woverloaded-virtual -Wnull-dereference -Wdouble-promotion -Wformat=2
   -Wundef -Wunused -Wimplicit-fallthrough -Wextra-semi
-  $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond -Wduplicated-branches -Wlogical-op -Wuseless-cast>)
+  $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond -Wduplicated-branches -Wlogical-op>)
+# On 32 bits some casts are useless that 64 bits need.
+if(CMAKE_SIZEOF_VOID_P EQUAL 8)
+  target_compile_options(velmorand-warnings INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wuseless-cast>)
+endif()

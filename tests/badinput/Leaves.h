@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 #include <map>
 #include <stdexcept>
 #include <string>
@@ -27,12 +27,12 @@ public:
 
     struct Head {
         unsigned kind;
-        std::uint64_t number;
+        std::size_t number;
     };
 
     Head head() {
         unsigned const first = static_cast<unsigned char>(take(1).front());
-        std::uint64_t number = first & 31U;
+        std::size_t number = first & 31U;
         if (number >= 24) {
             std::size_t const size = std::size_t{1} << (number - 24);
             number = 0;
@@ -61,7 +61,7 @@ inline Leaves leaves(std::string_view registerFile) {
         items.head(); // tag, array, version, checksum, tag, and the head of the payload's bytes
     Leaves result;
     struct Directory {
-        std::uint64_t left;
+        std::size_t left;
         std::size_t pathSize;
     };
     std::string path;

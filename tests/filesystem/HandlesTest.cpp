@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cerrno>
 #include <climits>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
 #include <iterator>
 #include <memory>
 
@@ -429,6 +432,39 @@ TYPED_TEST(Skip, StopsAtTheStartAndTheEnd) {
     EXPECT_EQ(0, this->files.tell(handle));
     this->files.skip(handle, INT_MIN);
     EXPECT_EQ(0, this->files.tell(handle));
+}
+
+TEST(HandleOfALargeFile, IsReadAtAnyPosition) {
+    TemporaryDirectory directory;
+    std::string const path = directory.string() + "/f";
+    std::ofstream(path) << "start";
+    std::filesystem::resize_file(path, std::uintmax_t{3} << 30U);
+    std::ofstream(path, std::ios::app) << "end";
+    RealFileSystem files(text(directory.string()));
+    FileHandle* const handle = openedForReading(files, "f");
+    ASSERT_TRUE(files.seek(handle, -3, fromEnd));
+    EXPECT_EQ("end", read(files, handle, 10));
+    ASSERT_TRUE(files.seek(handle, 0, fromBegin));
+    files.skip(handle, 1);
+    EXPECT_EQ("tart", read(files, handle, 4));
+}
+
+TEST(HandleOfALargeFile, HasNoSizeOrPositionThatALongCannotHold) {
+    constexpr std::int64_t size = std::int64_t{3} << 30U;
+    constexpr bool fits = size <= LONG_MAX;
+    TemporaryDirectory directory;
+    std::ofstream(directory.string() + "/f") << "start";
+    std::filesystem::resize_file(directory.string() + "/f", size);
+    RealFileSystem files(text(directory.string()));
+    FileHandle* const handle = openedForReading(files, "f");
+    ASSERT_TRUE(files.seek(handle, 2, fromBegin));
+    EXPECT_EQ(fits ? size : -1, files.size(handle));
+    EXPECT_EQ(2, files.tell(handle));
+    EXPECT_EQ(fits ? size : -1, files.size(text("f")));
+    ASSERT_TRUE(files.seek(handle, 0, fromEnd));
+    errno = 0;
+    EXPECT_EQ(fits ? size : -1, files.tell(handle));
+    EXPECT_EQ(fits ? 0 : EOVERFLOW, errno);
 }
 
 /** Every operation on a handle that is none of this file system's does nothing and says so. */

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <climits>
+
 #include <sys/resource.h>
 
 #include "DiskSupport.h"
@@ -28,13 +30,13 @@ protected:
         return message;
     }
 
-    /** Makes the file "f" 1 TiB large, of which only `start` takes room on the disk. */
+    /** Makes the file "f" 1 TiB large, or as large as a `long` can say, of which only `start` takes room on the disk. */
     void putHugeFile(std::string const& start) {
         putFile(at("f"), start);
         ASSERT_EQ(0, ::truncate(at("f").c_str(), hugeSize));
     }
 
-    static constexpr long hugeSize = 1L << 40;
+    static constexpr long hugeSize = LONG_MAX >> (sizeof(long) == 8 ? 23 : 0);
 
     RAMFileSystem memory;
 };
@@ -76,13 +78,13 @@ TEST_F(RegisterFileOnDisk, IsRefusedWhenItIsTooLargeForTheMemory) {
 #ifdef UNDER_A_SANITIZER
     GTEST_SKIP() << "a sanitizer ends the process";
 #endif
-    std::string const start = "\xD9\xD9\xF7\x83\x01\x00\xD8\x18\x5B\0\0\0\xFF\0\0\0\0"s;
+    std::string const start = "\xD9\xD9\xF7\x83\x01\x00\xD8\x18\x5A\x70\0\0\0"s;
     putHugeFile(start);
     // As on a machine with so little memory, however much this one promises.
     int const status = inChild([&] {
-        rlimit const limit = {1UL << 32, 1UL << 32};
+        rlimit const limit = {1U << 30U, 1U << 30U};
         EXPECT_EQ(0, ::setrlimit(RLIMIT_AS, &limit));
-        EXPECT_EQ(at("f") + ": not enough memory to read 1095216660480 bytes", refusal());
+        EXPECT_EQ(at("f") + ": not enough memory to read 1879048192 bytes", refusal());
     });
     EXPECT_EQ(0, status);
 }

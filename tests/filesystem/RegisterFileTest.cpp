@@ -482,6 +482,33 @@ TEST_F(Damaged, ByLengthsLargerThanTheFileIsRefused) {
     EXPECT_THAT(refusal(registerFile("\xA2" + name("f") + '\x40')), HasSubstr("damaged: truncated"));
 }
 
+TEST_F(Damaged, ByLengthsThatAreRightOnlyInTheirLowerHalfIsRefused) {
+    for (std::uint64_t const upper : {1ULL << 32, 1ULL << 62}) {
+        auto const tooLong = [upper](std::uint64_t length) { return bigEndian(upper + length, 8); };
+        std::string const file = registerFile("\xA0");
+        EXPECT_THAT(refusal(file.substr(0, file.size() - 2) + '\x5B' + tooLong(1) + '\xA0'),
+                    HasSubstr("damaged: truncated"));
+        EXPECT_THAT(refusal("\xD9\xD9\xF7\x9B" + tooLong(3) + file.substr(4)),
+                    HasSubstr("not a register file"));
+        EXPECT_THAT(refusal(registerFile("\xBB" + tooLong(1) + name("f") + content("x"))),
+                    HasSubstr("damaged: truncated"));
+        EXPECT_THAT(refusal(registerFile("\xA1\x7B" + tooLong(1) + "f" + content("x"))),
+                    HasSubstr("damaged: truncated"));
+        EXPECT_THAT(refusal(registerFile("\xA1" + name("f") + '\x5B' + tooLong(1) + 'x')),
+                    HasSubstr("damaged: truncated"));
+        EXPECT_THAT(refusal(registerFile("\xA1" + name("d") + '\xBB' + tooLong(0))),
+                    HasSubstr("damaged: truncated"));
+        EXPECT_THAT(refusal(registerFile("\xA1\x5B" + tooLong(1) + "f" + content("x"))),
+                    HasSubstr("damaged: truncated"));
+        EXPECT_THAT(refusal(registerFile("\xA1\xBB" + tooLong(0) + content("x"))),
+                    HasSubstr("damaged: a name is not text"));
+        EXPECT_THAT(refusal(registerFile("\xA1" + name("f") + '\x7B' + tooLong(1) + 'x')),
+                    HasSubstr("damaged: truncated"));
+        EXPECT_THAT(refusal(registerFile("\xA1" + name("f") + '\x9B' + tooLong(0))),
+                    HasSubstr("damaged: neither a directory nor a file: \"f\""));
+    }
+}
+
 using DeepRegisterFile = RegisterFile;
 
 TEST_F(DeepRegisterFile, IsReadWrittenAndRemovedWithoutOverflow) {

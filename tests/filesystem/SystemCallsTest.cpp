@@ -49,9 +49,11 @@ bool fails(char const* name) noexcept {
     return true;
 }
 
+/** What the C library has for a function. On machines of 32 bits one that knows large files has a name of its own. */
 template <class Function>
-Function* original(char const* name) {
-    return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
+Function* original(std::string const& name) {
+    void* const large = sizeof(long) == 8 ? nullptr : ::dlsym(RTLD_NEXT, (name + "64").c_str());
+    return reinterpret_cast<Function*>(large != nullptr ? large : ::dlsym(RTLD_NEXT, name.c_str()));
 }
 
 } // namespace

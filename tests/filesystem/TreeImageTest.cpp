@@ -311,6 +311,22 @@ std::string largePayload() {
 
 } // namespace
 
+TEST(TreeImage, RefusesLengthsThatAreRightOnlyInTheirLowerHalf) {
+    for (std::uint64_t const upper : {1ULL << 32, 1ULL << 62}) {
+        auto const tooLong = [upper](std::uint64_t length) { return support::bigEndian(upper + length, 8); };
+        std::string const file = support::registerFile("\xA0");
+        std::string const item = support::name("f") + support::content("x");
+        for (std::string const& bytes : {
+                 file.substr(0, file.size() - 2) + '\x5B' + tooLong(1) + '\xA0',
+                 support::registerFile("\xBB" + tooLong(1) + item),
+                 support::registerFile("\xA1\x7B" + tooLong(1) + item.substr(1)),
+                 support::registerFile("\xA1" + support::name("f") + '\x5B' + tooLong(1) + 'x'),
+                 support::registerFile("\xA1" + support::name("d") + '\xBB' + tooLong(0)),
+             })
+            EXPECT_THAT(outcome(bytes), testing::ElementsAre("damaged: truncated"));
+    }
+}
+
 TEST(TreeImageLikeAnother, IsTheSameAsIfItWereReadOnItsOwn) {
     RandomTree random(2);
     TreeImage similar;

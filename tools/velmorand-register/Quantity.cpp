@@ -75,7 +75,7 @@ void Quantity::multiply(std::uint64_t factor) {
     std::uint64_t carry = 0;
     for (auto digit = product.rbegin(); digit != product.rend(); ++digit) {
         carry += static_cast<std::uint64_t>(*digit - '0') * factor;
-        *digit = digits[carry % ten];
+        *digit = static_cast<char>('0' + carry % ten);
         carry /= ten;
     }
     if (carry > 0)

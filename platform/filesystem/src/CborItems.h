@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <string_view>
 
@@ -128,6 +129,10 @@ private:
 
     /** Result: the bytes that the item takes. */
     static std::size_t decode(std::string_view data, Item& item) {
+        if constexpr (sizeof(std::size_t) < sizeof(std::uint64_t)) {
+            if (takeHugeItem(data, item))
+                return longestHead;
+        }
         cbor_decoder_result const result =
             cbor_stream_decode(reinterpret_cast<cbor_data>(data.data()), data.size(), &callbacks(), &item);
         if (result.status == CBOR_DECODER_NEDATA)
@@ -137,14 +142,33 @@ private:
         return result.read;
     }
 
+    /** Takes an item whose length a `std::size_t` cannot hold; libcbor 0.8 cuts such lengths. False for other items. */
+    static bool takeHugeItem(std::string_view data, Item& item) {
+        if (data.size() < longestHead)
+            return false;
+        unsigned const first = static_cast<unsigned char>(data[0]);
+        std::uint64_t const number = __builtin_bswap64(loadWord(data.data() + 1));
+        if ((first & 0x1FU) != lastDefinite || number <= std::numeric_limits<std::size_t>::max())
+            return false;
+        auto const major = static_cast<Major>(first >> 5);
+        if (major == Major::text || major == Major::bytes)
+            refuseAsTruncated();
+        if (major != Major::map)
+            return false;
+        item = {Kind::map, number, {}};
+        return true;
+    }
+
     template <Kind Is, class Number>
     static void takeNumber(void* item, Number number) {
         *static_cast<Item*>(item) = {Is, number, {}};
     }
 
-    template <Kind Is>
-    static void takeString(void* item, cbor_data data, std::size_t size) {
-        *static_cast<Item*>(item) = {Is, size, {reinterpret_cast<char const*>(data), size}};
+    /** The size's type depends on libcbor's version. */
+    template <Kind Is, class Size>
+    static void takeString(void* item, cbor_data data, Size size) {
+        *static_cast<Item*>(item) = {
+            Is, size, {reinterpret_cast<char const*>(data), static_cast<std::size_t>(size)}};
     }
 
     /** Whatever is not listed here, indefinite lengths included, stays of the other kind. */

@@ -55,10 +55,10 @@ Descriptor duplicated(int file, int lowest) {
     return Descriptor(retried([=] { return ::fcntl(file, F_DUPFD_CLOEXEC, lowest); }));
 }
 
-std::size_t writeAt(int file, std::string_view bytes, long position) {
+std::size_t writeAt(int file, std::string_view bytes, ::off_t position) {
     std::size_t moved = 0;
     while (moved < bytes.size()) {
-        long const next = position + static_cast<long>(moved);
+        ::off_t const next = position + static_cast<::ssize_t>(moved);
         rlimit limit = {};
         if (::getrlimit(RLIMIT_FSIZE, &limit) == 0 && static_cast<rlim_t>(next) >= limit.rlim_cur) {
             errno = EFBIG;

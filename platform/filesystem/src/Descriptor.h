@@ -105,6 +105,6 @@ template <class Open>
  * EFBIG; the system would send SIGXFSZ, which ends a process that does not expect it.
  * Result: the bytes moved; when they are fewer, `errno` says why.
  */
-std::size_t writeAt(int file, std::string_view bytes, long position);
+std::size_t writeAt(int file, std::string_view bytes, ::off_t position);
 
 } // namespace filesystem

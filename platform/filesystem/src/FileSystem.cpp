@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <type_traits>
 
 namespace filesystem {
@@ -51,8 +52,8 @@ long FileSystem::size(FileHandle* handle) {
     long const position = tell(handle);
     if (position < 0 || !seek(handle, 0, ORIGIN_END))
         return -1;
-    long const end = tell(handle);
-    return seek(handle, std::min(position, end), ORIGIN_BEGIN) ? end : -1;
+    long const end = tell(handle); // -1 where a `long` has 32 bits and the file is larger
+    return seek(handle, end < 0 ? position : std::min(position, end), ORIGIN_BEGIN) ? end : -1;
 }
 
 long FileSystem::size(QString const& path) {
@@ -89,8 +90,12 @@ std::string FileSystem::readBytes(FileHandle* handle, int count) {
 
 void FileSystem::skip(FileHandle* handle, int count) {
     long const position = tell(handle);
-    if (position >= 0)
-        seek(handle, std::clamp(position + count, 0L, std::max(position, size(handle))), ORIGIN_BEGIN);
+    if (position < 0)
+        return;
+    long const end = size(handle);
+    // Where the size is unknown, `seek` refuses to go too far.
+    long const left = (end < 0 ? std::numeric_limits<long>::max() : std::max(position, end)) - position;
+    seek(handle, position + std::clamp(long{count}, -position, left), ORIGIN_BEGIN);
 }
 
 void FileSystem::writeByte(FileHandle* handle, char value) {

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "CborItems.h"
+#include "Number.h"
 #include "TreeFormat.h"
 
 namespace filesystem {
@@ -15,7 +16,7 @@ namespace {
 
 using Entry = IndexedTree::Entry;
 
-std::uint32_t narrow(std::size_t number) {
+std::uint32_t narrow(std::uint64_t number) {
     return static_cast<std::uint32_t>(number);
 }
 
@@ -186,9 +187,11 @@ private:
         auto& entries = _tree.entries;
         auto const copied = narrow(entries.size());
         std::uint32_t const move = copied - first;
-        entries.insert(entries.end(), _other->entries.begin() + first, _other->entries.begin() + last);
+        Entry const* const others = _other->entries.data();
+        entries.insert(entries.end(), others + first, others + last);
         if (shift != 0 || move != 0) {
-            for (auto entry = entries.begin() + copied; entry != entries.end(); ++entry) {
+            Entry const* const end = entries.data() + entries.size();
+            for (Entry* entry = entries.data() + copied; entry != end; ++entry) {
                 entry->item += shift;
                 entry->end += shift;
                 entry->first += entry->isDirectory() ? move : 0;
@@ -219,8 +222,8 @@ private:
 
     void sort(Entry const& directory) {
         _tree.isInOrder = false;
-        auto const begin = _tree.entries.begin() + directory.first;
-        auto const end = begin + directory.count;
+        Entry* const begin = _tree.entries.data() + directory.first;
+        Entry* const end = begin + directory.count;
         auto const name = [this](Entry const& entry) { return _tree.nameOf(entry); };
         std::sort(begin, end,
                   [&](Entry const& left, Entry const& right) { return name(left) < name(right); });
@@ -268,7 +271,8 @@ std::shared_ptr<IndexedTree const> IndexedTree::ofFile(std::shared_ptr<void cons
     TreeHead const head = decodeTreeHead(bytes.substr(0, longestTreeHead));
     auto tree = std::make_shared<IndexedTree>();
     tree->owner = std::move(owner);
-    tree->payload = bytes.substr(head.size, head.payloadSize);
+    tree->payload = bytes.substr(
+        head.size, numberAs<std::size_t>(std::min<std::uint64_t>(head.payloadSize, bytes.size())));
     tree->bytes = bytes.substr(0, head.size + tree->payload.size());
     Likeness const likeness = prepare(*tree, similar);
     checkPayload(head, tree->payload.size(), tree->checksums.whole());

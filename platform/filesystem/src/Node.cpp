@@ -14,8 +14,8 @@ namespace filesystem {
 namespace {
 
 std::uint32_t checkedLength(std::size_t length) {
-    if (length > std::numeric_limits<std::uint32_t>::max())
-        throw std::length_error("a file in memory holds less than 4 GiB");
+    if (length > Node::longestText)
+        throw std::length_error("too large for a file in memory");
     return static_cast<std::uint32_t>(length);
 }
 
@@ -36,9 +36,8 @@ void Node::growContent(std::size_t contentCapacity) {
     std::uint32_t const needed = checkedLength(nameLength + contentCapacity);
     if (needed <= file.capacity)
         return;
-    std::uint32_t const doubled = file.capacity > std::numeric_limits<std::uint32_t>::max() / 2
-                                      ? needed
-                                      : std::max(needed, 2 * file.capacity);
+    std::uint32_t const doubled =
+        file.capacity > Node::longestText / 2 ? needed : std::max(needed, 2 * file.capacity);
     moveToHeap(*this, doubled, nameLength + file.size);
 }
 

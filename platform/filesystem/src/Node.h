@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -31,6 +32,10 @@ struct alignas(64) Node {
     static constexpr std::uint32_t inlineCapacity = 32;
     static constexpr std::uint32_t longestName = (1U << 30) - 1;
 
+    /** In bytes, a file's name included. On machines of 32 bits no object is larger than a `std::ptrdiff_t` can say. */
+    static constexpr auto longestText = static_cast<std::uint32_t>(std::min<std::uint64_t>(
+        std::numeric_limits<std::uint32_t>::max(), std::numeric_limits<std::ptrdiff_t>::max()));
+
     NodeId parent;
     std::uint32_t place;      ///< among the parent's children
     std::uint64_t generation; ///< of this place in the pool: another one when the node here has been released
@@ -54,7 +59,7 @@ struct alignas(64) Node {
 
     /** Whether a file can hold a name and a content of these sizes. */
     [[nodiscard]] static constexpr bool fits(std::size_t nameSize, std::size_t contentSize) {
-        return nameSize <= longestName && contentSize <= std::numeric_limits<std::uint32_t>::max() - nameSize;
+        return nameSize <= longestName && contentSize <= longestText - nameSize;
     }
 
     [[nodiscard]] char* text() noexcept { return onHeap != 0 ? heapText : inlineText; }

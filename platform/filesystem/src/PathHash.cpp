@@ -37,9 +37,19 @@ Secret const secret = makeSecret();
 
 /** Both halves of the 128-bit product, folded: every bit of the result depends on every bit of both. */
 inline std::uint64_t mix(std::uint64_t left, std::uint64_t right) noexcept {
+#ifdef __SIZEOF_INT128__
     __extension__ using Wide = unsigned __int128;
     Wide const product = Wide{left} * right;
     return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
+#else
+    // Machines of 32 bits have no such type: the product is the sum of those of the factors' halves.
+    constexpr std::uint64_t half = 0xFFFFFFFFU;
+    std::uint64_t const lowest = (left & half) * (right & half);
+    std::uint64_t const inner = (left >> 32) * (right & half) + (lowest >> 32);
+    std::uint64_t const outer = (left & half) * (right >> 32) + (inner & half);
+    std::uint64_t const high = (left >> 32) * (right >> 32) + (inner >> 32) + (outer >> 32);
+    return high ^ (outer << 32 | (lowest & half));
+#endif
 }
 
 } // namespace

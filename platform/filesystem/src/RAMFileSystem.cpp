@@ -13,6 +13,7 @@
 #include "LastListing.h"
 #include "Lifetimes.h"
 #include "Module.h"
+#include "Number.h"
 #include "RAMHandles.h"
 #include "Tree.h"
 #include "TreeFormat.h"
@@ -21,8 +22,6 @@
 namespace filesystem {
 
 namespace {
-
-constexpr std::uint64_t largestFile = std::numeric_limits<std::uint32_t>::max();
 
 NodeId find(Tree const& tree, QString const& path) {
     CanonicalPath const canonical(path);
@@ -80,13 +79,14 @@ std::string_view readSome(FileHandle& handle, char* buffer, std::size_t count) {
  * Reads the payload, which starts at `position`. Allocates nothing when the file is too short for it.
  * Errors: `utils::Exception` when the file cannot be read, or is too large for the memory.
  */
-Bytes readPayload(FileHandle& handle, long position, std::uint64_t size) {
+Bytes readPayload(FileHandle& handle, long position, std::uint64_t announced) {
     FileSystem& source = handle.fileSystem();
     long const end = source.size(&handle);
     if (end < 0)
         refuseAsUnreadable();
-    if (position > end || size > static_cast<std::uint64_t>(end - position))
+    if (position > end || announced > static_cast<std::uint64_t>(end - position))
         return {};
+    auto const size = numberAs<std::size_t>(announced);
     if (!source.seek(&handle, position, FileSystem::ORIGIN_BEGIN))
         refuseAsUnreadable();
     std::unique_ptr<char[]> block(new (std::nothrow) char[size]);
@@ -189,8 +189,8 @@ long RAMFileSystem::read(FileHandle* handle, void* buffer, long count) {
         errno = own != nullptr ? 0 : EBADF;
         return 0;
     }
-    std::uint64_t const moved = std::min(static_cast<std::uint64_t>(count), file->file.size - own->position);
-    if (moved < static_cast<std::uint64_t>(count))
+    std::size_t const moved = std::min(static_cast<std::size_t>(count), file->file.size - own->position);
+    if (moved < static_cast<std::size_t>(count))
         errno = 0;
     std::memcpy(buffer, file->content().data() + own->position, moved);
     own->position += moved;
@@ -202,10 +202,9 @@ long RAMFileSystem::write(FileHandle* handle, void const* buffer, long count) {
     Node* const file = own != nullptr ? fileOf(*_tree, *own) : nullptr;
     if (file == nullptr || buffer == nullptr || count <= 0)
         return 0;
-    std::uint64_t const room =
-        largestFile - file->nameLength - std::min(own->position, largestFile - file->nameLength);
-    std::uint64_t const moved = std::min(static_cast<std::uint64_t>(count), room);
-    std::uint64_t const end = own->position + moved;
+    std::size_t const most = Node::longestText - file->nameLength;
+    std::size_t const moved = std::min(static_cast<std::size_t>(count), most - std::min(own->position, most));
+    std::size_t const end = own->position + moved;
     _tree->touch(own->node);
     if (end > file->file.size) {
         file->growContent(end);
@@ -225,14 +224,14 @@ bool RAMFileSystem::seek(FileHandle* handle, long offset, FileSystemOrigin origi
     if (own == nullptr)
         return false;
     Node const* const file = fileOf(*_tree, *own);
-    long const size = file != nullptr ? long{file->file.size} : 0;
+    long const size = file != nullptr ? static_cast<long>(file->file.size) : 0;
     long const position = static_cast<long>(own->position);
     if (origin != ORIGIN_BEGIN && origin != ORIGIN_CURRENT && origin != ORIGIN_END)
         return false;
     long const from = origin == ORIGIN_BEGIN ? 0 : origin == ORIGIN_CURRENT ? position : size;
     if (offset < -from || offset > size - from)
         return false;
-    own->position = static_cast<std::uint64_t>(from + offset);
+    own->position = static_cast<std::size_t>(from + offset);
     return true;
 }
 

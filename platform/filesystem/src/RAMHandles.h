@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <vector>
@@ -21,7 +22,7 @@ public:
     std::uint64_t generation = 0;
     FileSystem::FileSystemMode mode = FileSystem::MODE_READ;
     bool open = false;
-    std::uint64_t position = 0;
+    std::size_t position = 0;
 };
 
 /** All handles of a file system, open and closed; closed ones are used again. */

@@ -16,6 +16,7 @@
 #include "Descriptor.h"
 #include "Directory.h"
 #include "Module.h"
+#include "Number.h"
 #include "Replacement.h"
 #include "TemporaryNames.h"
 #include "TreePath.h"
@@ -101,9 +102,9 @@ public:
 
     virtual long read(char* /*buffer*/, long /*count*/) { return refused(); }
     virtual long write(void const* /*buffer*/, long /*count*/) { return refused(); }
-    virtual void seek(long position) = 0;
-    [[nodiscard]] virtual long tell() const = 0;
-    [[nodiscard]] virtual long size() const = 0; // -1 on failure
+    virtual void seek(::off_t position) = 0;
+    [[nodiscard]] virtual ::off_t tell() const = 0;
+    [[nodiscard]] virtual ::off_t size() const = 0; // -1 on failure
     virtual bool flush() {
         refused();
         return false;
@@ -141,12 +142,12 @@ public:
         return moved;
     }
 
-    void seek(long position) override { _position = position; }
-    [[nodiscard]] long tell() const override { return _position; }
+    void seek(::off_t position) override { _position = position; }
+    [[nodiscard]] ::off_t tell() const override { return _position; }
 
-    [[nodiscard]] long size() const override {
+    [[nodiscard]] ::off_t size() const override {
         struct stat status = {};
-        return isExamined(_file.number(), status) ? long{status.st_size} : -1;
+        return isExamined(_file.number(), status) ? status.st_size : -1;
     }
 
     bool close() override { return _file.close(); }
@@ -180,8 +181,8 @@ private:
 
     Descriptor _file;
     std::string _ahead; // bytes of the file, from `_aheadStart` on
-    long _aheadStart = 0;
-    long _position = 0;
+    ::off_t _aheadStart = 0;
+    ::off_t _position = 0;
 };
 
 class WriteHandle final : public RealHandle {
@@ -190,9 +191,9 @@ public:
         : RealHandle(fileSystem, std::string(path)), _replacement(std::move(replacement)) {}
 
     long write(void const* buffer, long count) override { return _replacement->write(buffer, count); }
-    void seek(long position) override { _replacement->seek(position); }
-    [[nodiscard]] long tell() const override { return _replacement->tell(); }
-    [[nodiscard]] long size() const override { return _replacement->size(); }
+    void seek(::off_t position) override { _replacement->seek(position); }
+    [[nodiscard]] ::off_t tell() const override { return _replacement->tell(); }
+    [[nodiscard]] ::off_t size() const override { return _replacement->size(); }
     bool flush() override { return _replacement->settle(); }
     bool close() override { return _replacement->commit(); }
     [[nodiscard]] int descriptor() const override { return _replacement->descriptor(); }
@@ -321,10 +322,10 @@ long RealFileSystem::write(FileHandle* handle, void const* buffer, long count) {
 
 bool RealFileSystem::seek(FileHandle* handle, long offset, FileSystemOrigin origin) {
     RealHandle* const own = _handles->find(handle);
-    long const end = own != nullptr ? own->size() : -1;
+    ::off_t const end = own != nullptr ? own->size() : -1;
     if (end < 0 || (origin != ORIGIN_BEGIN && origin != ORIGIN_CURRENT && origin != ORIGIN_END))
         return false;
-    long const from = origin == ORIGIN_BEGIN ? 0 : origin == ORIGIN_CURRENT ? own->tell() : end;
+    ::off_t const from = origin == ORIGIN_BEGIN ? 0 : origin == ORIGIN_CURRENT ? own->tell() : end;
     if (offset < -from || offset > end - from)
         return false;
     own->seek(from + offset);
@@ -333,7 +334,7 @@ bool RealFileSystem::seek(FileHandle* handle, long offset, FileSystemOrigin orig
 
 long RealFileSystem::tell(FileHandle* handle) {
     RealHandle* const own = _handles->find(handle);
-    return own != nullptr ? own->tell() : -1;
+    return own != nullptr ? positionAsLong(own->tell()) : -1;
 }
 
 void* RealFileSystem::loadModule(QString const& path) {

@@ -218,7 +218,7 @@ long Replacement::write(void const* bytes, long count) {
 }
 
 /** Result: the bytes moved; when they are fewer than asked for, the replacement has failed. */
-long Replacement::writeThrough(std::string_view bytes, long position) {
+long Replacement::writeThrough(std::string_view bytes, ::off_t position) {
     std::size_t const moved = writeAt(_file.number(), bytes, position);
     if (moved != bytes.size())
         _error = errno;

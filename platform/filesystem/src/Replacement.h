@@ -45,10 +45,10 @@ public:
     long write(void const* bytes, long count);
 
     /** Moves the position, to 0 at least and `size()` at most. */
-    void seek(long position) noexcept { _position = position; }
+    void seek(::off_t position) noexcept { _position = position; }
 
-    [[nodiscard]] long tell() const noexcept { return _position; }
-    [[nodiscard]] long size() const noexcept { return _size; }
+    [[nodiscard]] ::off_t tell() const noexcept { return _position; }
+    [[nodiscard]] ::off_t size() const noexcept { return _size; }
     [[nodiscard]] int descriptor() const noexcept { return _file.isOpen() ? _file.number() : _lock.number(); }
 
     /**
@@ -83,7 +83,7 @@ private:
     bool makeTemporary();
     [[nodiscard]] bool lockTemporary() const;
     [[nodiscard]] bool isAt(int file, std::string const& name) const;
-    long writeThrough(std::string_view bytes, long position);
+    long writeThrough(std::string_view bytes, ::off_t position);
     bool flush();
     [[nodiscard]] bool keepRights() const;
     [[nodiscard]] bool isMoveDurable() const;
@@ -95,9 +95,9 @@ private:
     Descriptor _file;
     Descriptor _lock;    // holds the lock once `_file` is closed
     std::string _buffer; // the last bytes written, for `_bufferStart` and on
-    long _bufferStart = 0;
-    long _position = 0;
-    long _size = 0;
+    ::off_t _bufferStart = 0;
+    ::off_t _position = 0;
+    ::off_t _size = 0;
     int _error = 0; // the `errno` of the write that failed
 };
 

@@ -116,8 +116,8 @@ private:
     [[nodiscard]] std::uint32_t childrenUpTo(Directory const& directory, std::string_view name) const {
         if (directory.left == 0)
             return 0;
-        auto const begin = _from.entries.begin() + directory.before->first;
-        auto const end = std::upper_bound(
+        Entry const* const begin = _from.entries.data() + directory.before->first;
+        Entry const* const end = std::upper_bound(
             begin, begin + directory.left, name,
             [this](std::string_view wanted, Entry const& entry) { return wanted < _from.nameOf(entry); });
         return static_cast<std::uint32_t>(end - begin);

@@ -41,7 +41,7 @@ struct Entry {
  * Gives the file at a place, which is made when it is missing, a content of `size` bytes.
  * Result: the first of them, for the caller to fill before the file system is used again; null, with nothing
  * changed, when the directory around the place is missing, the place is a directory, its name is invalid, or the
- * size is 4 GiB or more.
+ * size is more than a file can hold.
  * Errors: `std::bad_alloc`; nothing has changed.
  */
 [[nodiscard]] VELMORAND_FILESYSTEM_EXPORT char* rewrite(RAMFileSystem& fileSystem, std::string_view directory,
@@ -75,7 +75,7 @@ struct Change {
  * everything in it, and after each removal go the directories around it that are empty then, up to the first level. No
  * two changes may have the same path, and no path may be below one that is removed.
  * Result: null, or the first change that cannot be made, with nothing changed: a directory is at its path, a file is
- * where a directory is needed, a name is invalid, or the size is 4 GiB or more.
+ * where a directory is needed, a name is invalid, or the size is more than a file can hold.
  * Errors: `std::bad_alloc`; nothing has changed.
  */
 [[nodiscard]] VELMORAND_FILESYSTEM_EXPORT Change const*

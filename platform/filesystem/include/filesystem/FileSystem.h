@@ -97,16 +97,16 @@ public:
      */
     virtual bool seek(FileHandle* handle, long offset, FileSystemOrigin origin) = 0;
 
-    /** The handle's position in bytes, -1 on failure. */
+    /** The handle's position in bytes; -1 on failure, and where a `long` has 32 bits and the position needs more. */
     [[nodiscard]] virtual long tell(FileHandle* handle) = 0;
 
     /**
-     * The size in bytes of the open file, -1 on failure. The position stays, unless the file has become
+     * The size in bytes of the open file; -1 as from `tell`. The position stays, unless the file has become
      * shorter: then it moves to the end.
      */
     [[nodiscard]] virtual long size(FileHandle* handle);
 
-    /** The size in bytes of the file at `path`, -1 when it cannot be opened for reading. */
+    /** The size in bytes of the file at `path`; -1 when it cannot be opened for reading, and as from `tell`. */
     [[nodiscard]] virtual long size(QString const& path);
 
     /** The next byte; 0 at the end of the file. */
@@ -118,12 +118,15 @@ public:
     /** The next 4 bytes as a number; 0 when fewer are left, which are then passed over. */
     [[nodiscard]] virtual int readInt(FileHandle* handle);
 
-    /** The next 4 bytes as a binary32 number; 0 when fewer are left, which are then passed over. */
+    /**
+     * The next 4 bytes as a binary32 number; 0 when fewer are left, which are then passed over. On i386, where
+     * floating-point registers hand numbers on, a signalling NaN becomes a quiet one, here and in `writeFloat`.
+     */
     [[nodiscard]] virtual float readFloat(FileHandle* handle);
 
     /**
-     * The next `count` bytes, fewer at the end of the file; empty for a negative count. Allocates no more
-     * than the file holds, however large `count` is.
+     * The next `count` bytes, fewer at the end of the file; empty for a negative count, and where `size` fails.
+     * Allocates no more than the file holds, however large `count` is.
      */
     [[nodiscard]] virtual std::string readBytes(FileHandle* handle, int count);
 

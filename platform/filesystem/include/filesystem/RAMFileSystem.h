@@ -19,7 +19,7 @@ class Tree;
  *
  * A file that is removed, replaced or opened again for writing while a handle is open on it leaves that
  * handle safe: it reads what is there now, or nothing. A handle costs only its own size, whatever becomes of
- * its file. A file holds less than 4 GiB; a write past that moves fewer bytes.
+ * its file. A file holds less than 4 GiB, or 2 GiB on a machine of 32 bits; a write past that moves fewer bytes.
  *
  * Every operation takes time and memory in proportion to its path and to what it lists, removes or copies,
  * whatever the number of files; none recurses on the depth of the tree.
