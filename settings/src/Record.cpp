@@ -138,7 +138,7 @@ struct Element<std::string> {
 
 template <>
 struct Element<double> {
-    static void append(std::string& record, double value) {
+    static void append(std::string& record, double const& value) {
         std::uint64_t bits = 0;
         std::memcpy(&bits, &value, sizeof bits);
         appendBits(record, bits);

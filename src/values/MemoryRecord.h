@@ -130,7 +130,7 @@ private:
         auto const drop = [&] { list.erase(list.begin() + done, list.end()); };
         try {
             for (int const held = static_cast<int>(list.size()); done < std::min(count, held); ++done)
-                list[static_cast<std::size_t>(done)] = Field::read(*this);
+                Field::read(*this, list[static_cast<std::size_t>(done)]);
         } catch (...) {
             drop();
             throw;
@@ -150,7 +150,7 @@ private:
             if (fitting == count)
                 return;
             FieldReader next(from + fitting * Field::size);
-            list.push_back(Field::read(next));
+            Field::append(next, list);
             done = fitting + 1;
         }
     }
@@ -165,7 +165,7 @@ private:
         } else {
             FieldReader next(from);
             for (std::size_t i = begin; i < list.size(); ++i)
-                list[i] = Field::read(next);
+                Field::read(next, list[i]);
         }
     }
 

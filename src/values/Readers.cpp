@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <cstring>
 #include <type_traits>
 
 #include "register/Direct.h"
@@ -55,7 +56,8 @@ void _Register::_readString(std::string const& name, std::string& value) {
 void _Register::_readNumber(std::string const& name, double& value) {
     double number = 0;
     readValue(*this, name, number);
-    value = number; // Intentional: a number, unlike the other kinds, is stored after the handle is closed.
+    // Intentional: a number, unlike the other kinds, is stored after the handle is closed. Bit by bit, as in `Field`.
+    std::memcpy(&value, &number, sizeof value);
 }
 
 void _Register::_readInteger(std::string const& name, int& value) {

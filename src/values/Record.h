@@ -50,11 +50,16 @@ struct Field<std::string> {
         sink.writeBytes(value);
     }
     template <class Source>
-    static auto read(Source& source) {
-        return source.readBytes(source.readInt());
+    static void read(Source& source, std::string& value) {
+        value = source.readBytes(source.readInt());
+    }
+    template <class Source>
+    static void append(Source& source, std::vector<std::string>& values) {
+        values.emplace_back(source.readBytes(source.readInt()));
     }
 };
 
+/** A number is handed on by reference: the registers that i386 has for numbers change a signalling NaN. */
 template <>
 struct Field<double> {
     static constexpr Type tag = TYPE_NUMBER;
@@ -63,20 +68,30 @@ struct Field<double> {
     static_assert(std::numeric_limits<double>::is_iec559 && sizeof(double) == sizeof(std::uint64_t));
 
     template <class Sink>
-    static void write(Sink& sink, double value) {
+    static void write(Sink& sink, double const& value) {
         std::uint64_t bits = 0;
         std::memcpy(&bits, &value, sizeof bits);
         for (unsigned shift = 0; shift < 64; shift += 8)
             sink.writeByte(static_cast<char>((bits >> shift) & 0xFFU));
     }
     template <class Source>
-    static double read(Source& source) {
+    static void read(Source& source, double& value) {
+        std::uint64_t const bits = readBits(source);
+        std::memcpy(&value, &bits, sizeof value);
+    }
+    template <class Source>
+    static void append(Source& source, std::vector<double>& values) {
+        std::uint64_t const bits = readBits(source);
+        std::memcpy(&values.emplace_back(), &bits, sizeof bits);
+    }
+
+private:
+    template <class Source>
+    static std::uint64_t readBits(Source& source) {
         std::uint64_t bits = 0;
         for (unsigned shift = 0; shift < 64; shift += 8)
             bits |= std::uint64_t{static_cast<unsigned char>(source.readByte())} << shift;
-        double value = 0;
-        std::memcpy(&value, &bits, sizeof value);
-        return value;
+        return bits;
     }
 };
 
@@ -91,8 +106,12 @@ struct Field<int> {
         sink.writeInt(value);
     }
     template <class Source>
-    static int read(Source& source) {
-        return source.readInt();
+    static void read(Source& source, int& value) {
+        value = source.readInt();
+    }
+    template <class Source>
+    static void append(Source& source, std::vector<int>& values) {
+        values.push_back(source.readInt());
     }
 };
 
@@ -106,9 +125,14 @@ struct Field<bool> {
     static void write(Sink& sink, bool value) {
         sink.writeByte(value ? 1 : 0);
     }
+    /** `value` is a `bool` or an element of a list. */
+    template <class Source, class Value>
+    static void read(Source& source, Value&& value) {
+        value = source.readByte() != 0;
+    }
     template <class Source>
-    static bool read(Source& source) {
-        return source.readByte() != 0;
+    static void append(Source& source, std::vector<bool>& values) {
+        values.push_back(source.readByte() != 0);
     }
 };
 
@@ -133,7 +157,7 @@ struct Record {
     }
     template <class Source>
     static void readPayload(Source& source, Value& value) {
-        value = Field<Value>::read(source);
+        Field<Value>::read(source, value);
     }
 };
 
@@ -159,7 +183,7 @@ struct Record<std::vector<Element>> {
     static void readPayload(Source& source, std::vector<Element>& values) {
         int const count = source.readInt();
         for (int i = source.template readAhead<Field<Element>>(count, values); i < count; ++i)
-            values.emplace_back(Field<Element>::read(source));
+            Field<Element>::append(source, values);
     }
 };
 

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <cstdint>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -273,6 +275,24 @@ TYPED_TEST(ReadStrings, PassesOverALengthThatIsNotWhole) {
 template <class Form>
 class ReadNumbers : public forms::Test<Form> {};
 TYPED_TEST_SUITE(ReadNumbers, forms::Both, forms::Names);
+
+TYPED_TEST(ReadNumbers, KeepsTheBitsOfASignallingNaN) {
+    std::uint64_t const signalling = 0x7FF0000000000001;
+    auto const isSignalling = [signalling](double const& number) {
+        return std::memcmp(&number, &signalling, sizeof number) == 0;
+    };
+    std::string const bytes("\1\0\0\0\0\0\xF0\x7F", 8);
+    double number = 0;
+    store(this->settings, "/user/x", "N" + bytes);
+    this->settings._readNumber("x", number);
+    EXPECT_TRUE(isSignalling(number));
+    std::vector<double> numbers;
+    store(this->settings, "/user/x", "LN" + record::int32(2) + bytes + bytes);
+    this->settings._readNumbers("x", numbers);
+    ASSERT_EQ(2U, numbers.size());
+    EXPECT_TRUE(isSignalling(numbers[0]));
+    EXPECT_TRUE(isSignalling(numbers[1]));
+}
 
 TYPED_TEST(ReadNumbers, TakesMissingBytesAsZero) {
     std::vector<double> values;

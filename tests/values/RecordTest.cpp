@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <cstdint>
+#include <cstring>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -42,6 +45,18 @@ TYPED_TEST(Record, OfANumberIsItsBitsFromTheLowest) {
 TYPED_TEST(Record, OfMinusZeroKeepsTheSign) {
     this->settings._writeNumber(nullptr, "x", -0.0, SCOPE_USER);
     EXPECT_EQ(bytes("N\0\0\0\0\0\0\0\x80"), this->written());
+}
+
+TYPED_TEST(Record, OfASignallingNaNKeepsItsBits) {
+    std::uint64_t const bits = 0x7FF0000000000001;
+    double number = 0;
+    std::memcpy(&number, &bits, sizeof number);
+    this->settings._writeNumber(nullptr, "x", number, SCOPE_USER);
+    EXPECT_EQ(bytes("N\1\0\0\0\0\0\xF0\x7F"), this->written());
+    std::vector<double> numbers(2);
+    std::memcpy(&numbers[1], &bits, sizeof bits);
+    this->settings._writeNumbers(nullptr, "x", numbers, SCOPE_USER);
+    EXPECT_EQ(bytes("LN\2\0\0\0\0\0\0\0\0\0\0\0\1\0\0\0\0\0\xF0\x7F"), this->written());
 }
 
 TYPED_TEST(Record, OfAnIntegerIsFourBytesFromTheLowest) {
