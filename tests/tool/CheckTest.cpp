@@ -123,6 +123,14 @@ TEST_F(Check, NamesEachDamagedProperty) {
               outcome.err);
 }
 
+TEST_F(Check, RefusesALengthThatIsRightOnlyInItsLowerHalf) {
+    putBytes(userFile, bytes("\xD9\xD9\xF7\x83\1\x1A\x12\xC3\x3B\x0E\xD8\x18\x4D" // the CRC-32 is that of
+                             "\xA1\x61"                                           // {"f": a byte string
+                             "f\x5B\x40\0\0\0\0\0\0\1"                            // of 2^62 + 1 bytes}
+                             "x"));
+    EXPECT_THAT(run({"check"}), Complains(3, userFile + ": damaged: truncated\n"));
+}
+
 TEST_F(Check, GoesOnWithTheGlobalFile) {
     save("a", "x");
     answer({"--global", global, "--scope", "global", "import", "-"}, "{}");
