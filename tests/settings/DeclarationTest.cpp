@@ -388,7 +388,7 @@ TEST(Set, DoesNotCompileForAValueThatIsConverted) {
     static_assert(!canSet<bool, char const*> && !canSet<bool, char const(&)[6]> && !canSet<bool, int>);
     static_assert(!canSet<bool, std::nullptr_t> && !canSet<int, bool> && !canSet<double, bool>);
     static_assert(!canSet<int, double> && !canSet<int, float> && !canSet<int, long long> &&
-                  !canSet<unsigned, long>);
+                  !canSet<unsigned, long long>);
     static_assert(!canSet<int, char> && !canSet<float, double> && !canSet<float, std::int64_t>);
     static_assert(!canSet<std::string, int> && !canSet<std::string, char> && !canSet<Theme, int>);
     static_assert(!canSet<Theme, char const*> && !canSet<std::vector<int>, int>);
