@@ -13,8 +13,7 @@ installed_files() { # DIRECTORY [INSTALL-ARGUMENT...]
     into=$work/$1
     shift
     "$CMAKE" --install "$BUILD_DIR" --prefix "$into" "$@" >"$work/install.log"
-    # Not the documents that only packages have.
-    (cd "$into" && find . ! -type d ! -path './share/doc/*' | sed 's,^\./,,' | sort)
+    (cd "$into" && find . ! -type d | sed 's,^\./,,' | sort)
 }
 
 # has_only COMPONENT PATTERN...: the component has files of each pattern and no others.
