@@ -84,7 +84,7 @@ echo "  All end. Six bytes in the middle of the file are overwritten. The next a
 echo
 start viewer 3 >"$work/viewer.first"
 sed "s|$work/||g" "$work/viewer.messages" | fold -s -w 100 | sed 's/^/  /'
-grep -q "an intact file has replaced it" "$work/viewer.messages"
+grep -q "replaced by an intact copy" "$work/viewer.messages"
 : >"$work/viewer.messages" # as expected; there must be no others
 cmp "$work/user/Velmorand.dat" "$work/user/Velmorand.dat.previous"
 ls "$work"/user/Velmorand.dat.damaged-* >/dev/null

@@ -65,8 +65,8 @@ Element elementOf(GVariant* value) {
 }
 
 void addProblem(QStringList const& path, GVariant* value, Answer& answer) {
-    answer.addProblem(
-        path, QString("a value of the type %1 cannot be imported").arg(g_variant_get_type_string(value)));
+    answer.addProblem(path,
+                      QString("values of type %1 cannot be imported").arg(g_variant_get_type_string(value)));
 }
 
 /** An array or a tuple of elements of one kind. */
@@ -125,7 +125,7 @@ void add(QStringList const& path, GVariant* value, Answer& answer) {
         if (Owned<GVariant> const inner{g_variant_get_maybe(value)})
             add(path, inner.get(), answer);
         else
-            answer.addProblem(path, "it has no value");
+            answer.addProblem(path, "no value");
     } else if (g_variant_n_children(value) == 0 && g_variant_is_of_type(value, G_VARIANT_TYPE_ARRAY) != 0) {
         addEmptyList(path, value, answer);
     } else if (g_variant_n_children(value) != 0 && g_variant_is_container(value) != 0) {
@@ -143,7 +143,7 @@ void addKey(GKeyFile* file, char const* group, char const* key, QStringList cons
     if (value)
         add(path, value.get(), answer);
     else
-        answer.addProblem(path, "not a value of dconf: " + reasonOf(error));
+        answer.addProblem(path, "not a dconf value: " + reasonOf(error));
 }
 
 void readDump(QString const& path, Answer& answer) {

@@ -25,7 +25,7 @@ void takeComplaint(QtMsgType /*type*/, QMessageLogContext const& /*context*/, QS
 void readGroup(KConfigGroup const& group, QStringList const& path, Answer& answer) {
     constexpr int deepest = 100; // the time that KConfig takes grows with the third power
     if (path.size() > deepest)
-        throw reader::Error{QString("groups within groups, more than %1 levels deep").arg(deepest)};
+        throw reader::Error{QString("groups nested more than %1 levels deep").arg(deepest)};
     for (QString const& key : group.keyList())
         answer.addText(path + QStringList{key}, group.readEntry(key, QString()),
                        group.readEntry(key, QStringList()));

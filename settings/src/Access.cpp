@@ -8,6 +8,8 @@
 #include <filesystem/ChangeCounter.h>
 #include <filesystem/Lifetime.h>
 
+#include "Names.h"
+
 namespace velmorand {
 
 namespace {
@@ -72,9 +74,14 @@ char const* unavailabilityReason() noexcept {
 
 Access::Access() : _register(availability() == Availability::available ? openRegister() : nullptr) {}
 
-RequiredAccess::RequiredAccess(std::string const& what) {
+RequiredAccess::RequiredAccess(std::string const& failure) {
     if (!*this)
-        throw utils::Exception(what + ": " + unavailabilityReason());
+        throw utils::Exception(failure + ": " + unavailabilityReason());
+}
+
+RequiredAccess::RequiredAccess(std::string const& failure, std::string const& name) {
+    if (!*this)
+        throw utils::Exception(failure + ' ' + inQuotes(name) + ": " + unavailabilityReason());
 }
 
 } // namespace velmorand

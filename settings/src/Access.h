@@ -57,10 +57,14 @@ private:
     utils::properties::_Register* _register;
 };
 
-/** Access for an operation that cannot do without. Errors: `utils::Exception`, `what` and the reason. */
+/**
+ * Access for an operation that fails without it.
+ * Errors: `utils::Exception`: what failed, with the name if there is one, and the reason.
+ */
 class RequiredAccess : public Access {
 public:
-    explicit RequiredAccess(std::string const& what);
+    explicit RequiredAccess(std::string const& failure);
+    RequiredAccess(std::string const& failure, std::string const& name);
 };
 
 } // namespace velmorand

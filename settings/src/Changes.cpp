@@ -68,12 +68,12 @@ void Changes::reset(std::string const& name) {
 void Changes::apply(void* sender) {
     if (empty())
         return;
-    RequiredAccess const settings("the changes are not made");
+    RequiredAccess const settings("cannot apply the changes");
     UserChanges changes;
     std::set<std::string> names;
     for (auto const& [name, record] : _changes) {
         if (record)
-            requireUnlocked(*settings, name, name + " is not written");
+            requireUnlocked(*settings, name, "cannot write");
         if (!isInPlace(*settings, name, record)) {
             changes.emplace(name, record);
             names.insert(name);

@@ -90,7 +90,7 @@ std::string durationText(std::int64_t count, TimeUnit unit) {
 
 std::string durationText(double count, TimeUnit unit) {
     if (!std::isfinite(count))
-        throw utils::Exception("a length of time must be finite");
+        throw utils::Exception("a duration must be finite");
     std::array<char, 400> text{}; // enough for the digits of any double
     auto const result = std::to_chars(text.begin(), text.end(), count, std::chars_format::fixed);
     return std::string(text.begin(), result.ptr) + nameOf(unit);

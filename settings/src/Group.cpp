@@ -122,19 +122,19 @@ UserChanges copiesOf(_Register const& settings, std::string const& from, std::st
 }
 
 std::string subjectOf(std::string const& group) {
-    return group.empty() ? "the group of all settings" : group;
+    return group.empty() ? "the group of all settings" : inQuotes(group);
 }
 
 /** What makes a copy of a group. Errors: `utils::Exception`, beginning with `what`, if it cannot be made. */
 UserChanges checkedCopiesOf(_Register const& settings, std::string const& what, std::string const& from,
                             std::string const& to) {
     if (from.empty() || isIn(to, from))
-        throw Exception(what + to + " is in it");
+        throw Exception(what + ": the new name is inside the group");
     if (settings.propertyExists(to))
-        throw Exception(what + to + " exists already");
+        throw Exception(what + ": " + inQuotes(to) + " already exists");
     UserChanges copies = copiesOf(settings, from, to);
     for (auto const& [name, record] : copies)
-        requireUnlocked(settings, name, what + name);
+        requireUnlocked(settings, name, what + ':');
     return copies;
 }
 
@@ -178,15 +178,15 @@ bool Group::contains(std::string const& relative, RegisterScope scope) const {
 }
 
 void Group::remove(void* sender) const {
-    RequiredAccess const settings(subjectOf(_name) + " is not removed");
+    RequiredAccess const settings("cannot remove " + subjectOf(_name));
     make(*settings, removalOf(*settings, _name), sender);
 }
 
 void Group::remove(std::string const& relative, void* sender) const {
     std::string const name = nameOf(relative);
-    RequiredAccess const settings(subjectOf(name) + " is not removed");
+    RequiredAccess const settings("cannot remove " + subjectOf(name));
     if (name == _name)
-        throw Exception(subjectOf(name) + " is not removed: the name of what to remove in it is empty");
+        throw Exception("cannot remove from " + subjectOf(name) + ": the name is empty");
     if (usersKind(*settings, name) == Kind::file)
         make(*settings, {{{name, std::nullopt}}, {name}}, sender);
     else
@@ -194,10 +194,10 @@ void Group::remove(std::string const& relative, void* sender) const {
 }
 
 Group Group::copy(std::string const& name, void* sender) const {
-    std::string const what = subjectOf(_name) + " is not copied: ";
     std::string storage;
     std::string const& to = propertyName(name, storage);
-    RequiredAccess const settings(what + to);
+    std::string const what = "cannot copy " + subjectOf(_name) + " to " + inQuotes(to);
+    RequiredAccess const settings(what);
     UserChanges const copies = checkedCopiesOf(*settings, what, _name, to);
     std::set<std::string> names;
     addNames(copies, names);
@@ -208,16 +208,16 @@ Group Group::copy(std::string const& name, void* sender) const {
 }
 
 Group Group::rename(std::string const& name, void* sender) const {
-    std::string const what = subjectOf(_name) + " is not renamed: ";
     std::string storage;
     std::string const& to = propertyName(name, storage);
     if (to == _name)
         return *this;
-    RequiredAccess const settings(what + to);
+    std::string const what = "cannot rename " + subjectOf(_name) + " to " + inQuotes(to);
+    RequiredAccess const settings(what);
     UserChanges changes = checkedCopiesOf(*settings, what, _name, to);
     Removal removal = removalOf(*settings, _name);
     for (std::string const& removed : removal.names)
-        requireUnlocked(*settings, removed, what + removed);
+        requireUnlocked(*settings, removed, what + ':');
     addNames(changes, removal.names);
     changes.merge(removal.changes);
     Group group(to);

@@ -8,9 +8,9 @@ namespace velmorand {
 
 void initialize(std::string const& globalDirectory, std::string const& userDirectory) {
     if (live::Current::get())
-        throw utils::Exception("the settings cannot be opened: LiveSettings has opened them already");
+        throw utils::Exception("cannot open the settings: LiveSettings has already opened them");
     if (availability() != Availability::available)
-        throw utils::Exception(std::string("the settings cannot be opened: ") + unavailabilityReason());
+        throw utils::Exception(std::string("cannot open the settings: ") + unavailabilityReason());
     utils::properties::_Register::initialize(globalDirectory, userDirectory);
 }
 

@@ -93,7 +93,7 @@ std::string KindDeclaration<Kind>::problemOf(std::string_view record) const {
 
 template <class Kind>
 void KindDeclaration<Kind>::store(Kind const& value, void* sender) const {
-    RequiredAccess const settings(name() + " is not written");
+    RequiredAccess const settings("cannot write", name());
     requireFits(name(), value);
     bool const isSame = filesystem::direct::find(*settings, {"user"}, name()).content == encoded(value);
     if (!isSame || velmorand::isLocked(*settings, name()))

@@ -15,7 +15,7 @@ bool Unwritten::_isNow = false; // guarded by the settings' lock
 
 void reportThrown(std::string const& name, char const* byWhom, std::string const& thrown) {
     std::string const line =
-        "settings: a listener has thrown for a change of " + name + byWhom + ": " + thrown + '\n';
+        "settings: exception in a listener to " + inQuotes(name) + byWhom + ": " + thrown + '\n';
     static_cast<void>(std::fputs(line.c_str(), stderr));
 }
 

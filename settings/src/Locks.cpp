@@ -89,12 +89,12 @@ bool isLocked(_Register const& settings, std::string const& name) {
     return !locks.empty() && locks.entryFor(cleanName(name));
 }
 
-void requireUnlocked(_Register const& settings, std::string const& name, std::string const& what) {
+void requireUnlocked(_Register const& settings, std::string const& name, std::string const& failure) {
     Locks const& locks = locksOf(settings);
     if (locks.empty())
         return;
     if (std::string const reason = locks.objectionTo(name); !reason.empty())
-        throw Exception(what + ": " + reason);
+        throw Exception(failure + ' ' + inQuotes(name) + ": " + reason);
 }
 
 filesystem::direct::Entry findInScopes(_Register const& settings, std::string const& name) {

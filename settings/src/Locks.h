@@ -43,9 +43,9 @@ private:
 /** Whether a name, clean or not, is locked. */
 [[nodiscard]] bool isLocked(utils::properties::_Register const& settings, std::string const& name);
 
-/** Errors: `utils::Exception`, `what` and the reason, if a clean name is locked. */
+/** Errors: `utils::Exception` if a clean name is locked: what failed, the name and the reason. */
 void requireUnlocked(utils::properties::_Register const& settings, std::string const& name,
-                     std::string const& what);
+                     std::string const& failure);
 
 /**
  * What stands under a name, clean or not: in the first of the user, the global and the temporary scope that has something

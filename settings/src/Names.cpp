@@ -25,14 +25,14 @@ bool isPlain(std::string const& name) {
 /** Why no property can have a clean name; empty if one can. */
 std::string faultOf(std::string const& clean) {
     if (clean.empty())
-        return "it has no level";
+        return "empty";
     if (!isUtf8(clean))
-        return "it is not UTF-8";
+        return "not UTF-8 text";
     for (std::size_t begin = 0; begin < clean.size();) {
         std::size_t const end = std::min(clean.find('/', begin), clean.size());
         std::string_view const level = std::string_view(clean).substr(begin, end - begin);
         if (level == "." || level == "..")
-            return "no level can be \"" + std::string(level) + '"';
+            return "a level cannot be " + inQuotes(level);
         begin = end + 1;
     }
     return {};
@@ -44,6 +44,12 @@ bool isUtf8(std::string_view text) {
     std::string marked = "/"; // the conversion drops a byte order mark at the start
     marked += text;
     return QString::fromUtf8(marked.data(), static_cast<int>(marked.size())).toStdString() == marked;
+}
+
+std::string inQuotes(std::string_view name) {
+    std::string text = "\"";
+    text += name;
+    return text += '"';
 }
 
 std::string cleanName(std::string name) {
@@ -65,7 +71,7 @@ std::string const& propertyName(std::string const& name, std::string& storage) {
         return name;
     storage = cleanName(name);
     if (std::string const fault = faultOf(storage); !fault.empty())
-        throw Exception('"' + name + "\" is not a name: " + fault);
+        throw Exception("invalid name: " + inQuotes(name) + ": " + fault);
     return storage;
 }
 

@@ -9,6 +9,9 @@ namespace velmorand {
 /** A name with one "/" between its levels and none around them. */
 [[nodiscard]] std::string cleanName(std::string name);
 
+/** A name in a message. */
+[[nodiscard]] std::string inQuotes(std::string_view name);
+
 [[nodiscard]] bool isUtf8(std::string_view text);
 
 /** Whether a property can have a clean name: it is UTF-8, not empty, and no level is "." or "..". */

@@ -70,10 +70,10 @@ filesystem::direct::Entry findInForce(_Register const& settings, std::string con
 
 template <class T>
 void putOverride(std::string const& name, T const& value, void* sender) {
-    RequiredAccess const settings(name + " is not overridden");
+    RequiredAccess const settings("cannot override", name);
     std::string storage;
     std::string const& clean = propertyName(name, storage);
-    requireUnlocked(*settings, clean, clean + " is not overridden");
+    requireUnlocked(*settings, clean, "cannot override");
     requireFits(clean, value);
     std::string content = encoded(value);
     changeOverride(*settings, clean, sender,

@@ -93,12 +93,12 @@ bool find(std::string const& name, T& value) {
 
 template <class T>
 void store(std::string const& name, T const& value, RegisterScope scope, void* sender) {
-    RequiredAccess const settings(name + " is not written");
+    RequiredAccess const settings("cannot write", name);
     std::string storage;
     std::string const& clean = propertyName(name, storage);
     requireFits(clean, value);
     if (scope == SCOPE_USER)
-        requireUnlocked(*settings, clean, clean + " is not written");
+        requireUnlocked(*settings, clean, "cannot write");
     std::uint64_t const before = registerState;
     try {
         ((*settings).*Kind<T>::write)(sender, clean, value, scope);

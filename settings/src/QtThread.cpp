@@ -69,7 +69,7 @@ private:
 
 Executor inThreadOf(QObject* object) {
     if (object == nullptr)
-        throw utils::Exception("inThreadOf: there is no object");
+        throw utils::Exception("inThreadOf: the object is null");
     return [connection = std::make_shared<Connection>(object)](std::function<void()> task) {
         connection->queue(std::move(task));
     };

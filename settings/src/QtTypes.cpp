@@ -35,7 +35,7 @@ std::string isoText(QDateTime const& time) {
 std::string Stored<QString>::store(QString const& text) {
     std::string bytes = text.toStdString();
     if (decoded(bytes) != text)
-        throw utils::Exception("a text with half of a surrogate pair cannot be stored");
+        throw utils::Exception("text with an unpaired surrogate cannot be stored");
     return bytes;
 }
 

@@ -185,7 +185,7 @@ struct Content<std::vector<T>> {
         constexpr std::size_t tagsAndCount = 6;
         std::size_t const count = reader.size("count").value_or(0);
         if (count > tagsAndCount + reader.left()) {
-            reader.note("truncated: " + counted(count, "element") + " expected, with only " +
+            reader.note("truncated: " + counted(count, "element") + " expected, only " +
                         counted(reader.left(), "byte") + " left");
             return std::nullopt;
         }
@@ -223,8 +223,8 @@ std::string unknownKind(std::string_view record, std::size_t tags) {
 void requireSize(std::string const& name, std::size_t size, char const* unit) {
     constexpr std::size_t most = std::numeric_limits<std::int32_t>::max();
     if (size > most)
-        throw utils::Exception(name + ": too long: " + std::to_string(size) + ' ' + unit + " (at most " +
-                               std::to_string(most) + ')');
+        throw utils::Exception("cannot write " + inQuotes(name) + ": too long: " + std::to_string(size) + ' ' +
+                               unit + " (at most " + std::to_string(most) + ')');
 }
 
 template <class T>
@@ -260,7 +260,7 @@ std::string whyNotDecoded(std::string_view record) {
     auto const kind = tagsOf(record).kind;
     if (!kind)
         return expectedInsteadOf<T>("bytes that are not a value");
-    return expectedInsteadOf<T>(*kind == kindOf<T> ? "a truncated one" : phrases.at(*kind));
+    return expectedInsteadOf<T>(*kind == kindOf<T> ? "a truncated value" : phrases.at(*kind));
 }
 
 // The eight kinds.

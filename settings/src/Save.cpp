@@ -104,9 +104,9 @@ SaveResult saveSettings() {
         snapshot.directory = UserFile::directory();
         snapshot.name = UserFile::name();
         if (snapshot.directory.empty())
-            return {false, "no user directory has been set"};
+            return {false, "no user directory is set"};
         if (!take(*settings, snapshot))
-            return failed(snapshot, "another thread has changed the settings without the lock");
+            return failed(snapshot, "another thread changed the settings without holding the lock");
     }
     return write(snapshot);
 }

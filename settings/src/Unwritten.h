@@ -18,7 +18,7 @@ void callAndReport(std::string const& name, char const* byWhom, Call&& call) {
     } catch (std::exception const& thrown) {
         reportThrown(name, byWhom, thrown.what());
     } catch (...) {
-        reportThrown(name, byWhom, "an exception");
+        reportThrown(name, byWhom, "not a std::exception");
     }
 }
 
@@ -42,7 +42,7 @@ public:
             return;
         }
         Written const written;
-        callAndReport(name, " by another program", std::forward<Call>(call));
+        callAndReport(name, " (changed by another program)", std::forward<Call>(call));
     }
 
 private:

@@ -17,14 +17,14 @@ using filesystem::direct::Change;
 using utils::properties::_Register;
 
 [[noreturn]] void refuse(std::string const& name, std::string const& reason) {
-    throw Exception(name + " is not written: " + reason);
+    throw Exception("cannot write " + inQuotes(name) + ": " + reason);
 }
 
 /** Errors: `utils::Exception` if other changes keep a clean name from being a property. */
 void requireRoom(UserChanges const& changes, std::string const& name) {
     for (auto const& [group, record] : changes)
         if (isIn(name, group))
-            refuse(name, group + " is to be a property");
+            refuse(name, inQuotes(group) + " is to become a property");
 }
 
 } // namespace
@@ -40,7 +40,7 @@ void makeChanges(_Register& settings, UserChanges const& changes) {
     std::string const name(refused->path);
     requireRoom(settings, name, SCOPE_USER);
     requireRoom(changes, name);
-    refuse(name, "too long");
+    refuse(name, "the name is too long");
 }
 
 void requireRoom(_Register const& settings, std::string const& name, RegisterScope scope) {
@@ -51,7 +51,7 @@ void requireRoom(_Register const& settings, std::string const& name, RegisterSco
         if (!settings.propertyExists(group, scope))
             return;
         if (!settings.groupExists(group, scope))
-            refuse(name, group + " is a property");
+            refuse(name, inQuotes(group) + " is a property");
     }
 }
 

@@ -22,7 +22,7 @@
 //
 //     -            nothing is returned
 //     !none        utils::Exception "Can't read a register file into %: invalid path in memory"
-//     !nowhere     utils::Exception "Can't read a register file into %: cannot be put in place: no directory can be made there"
+//     !nowhere     utils::Exception "Can't read a register file into %: cannot create the directory"
 //
 // where a zero byte in a message ends what the exception shows of it. Paths are made readable: a zero byte is
 // "\x00", and a long run is counted.
@@ -179,9 +179,8 @@ std::string unserialized(FileSystem& files, QString const& path) {
     disk.open(QStringLiteral("/tree"), &handle, FileSystem::MODE_READ);
     std::string const failure =
         support::failure([&] { dynamic_cast<RAMFileSystem&>(files).unserialize(path, *handle); });
-    std::map<std::string, std::string> const reasons = {
-        {"!none", "invalid path in memory"},
-        {"!nowhere", "cannot be put in place: no directory can be made there"}};
+    std::map<std::string, std::string> const reasons = {{"!none", "invalid path in memory"},
+                                                        {"!nowhere", "cannot create the directory"}};
     for (auto const& [word, reason] : reasons) {
         std::string const message = "Can't read a register file into " + path.toStdString() + ": " + reason;
         if (failure == message.substr(0, message.find('\0')))

@@ -114,7 +114,7 @@ TEST_F(Transaction, ThatFailsHasDoneNothing) {
     changes.write("a/b/new", 1);
     changes.write("a/group", 1);
     changes.write("a/z", 1);
-    EXPECT_EQ("a/group is not written: it is a group", failure([this] { changes.apply(); }));
+    EXPECT_EQ("cannot write \"a/group\": it is a group", failure([this] { changes.apply(); }));
     EXPECT_EQ(5, width.get());
     EXPECT_FALSE(_Register::getInstance()->propertyExists("a/b", SCOPE_USER));
     EXPECT_FALSE(_Register::getInstance()->propertyExists("a/z", SCOPE_USER));
@@ -182,14 +182,15 @@ TEST_F(Transaction, CannotMakeAPropertyOfWhatIsAGroupUntilThen) {
     write("a/g/x", 1);
     changes.reset("a/g/x");
     changes.write("a/g", 1);
-    EXPECT_EQ("a/g is not written: it is a group", failure([this] { changes.apply(); }));
+    EXPECT_EQ("cannot write \"a/g\": it is a group", failure([this] { changes.apply(); }));
     EXPECT_EQ(1, read<int>("a/g/x"));
 }
 
 TEST_F(Transaction, CannotMakeAPropertyAndAGroupOfOneName) {
     changes.write("a/g/x", 1);
     changes.write("a/g", 1);
-    EXPECT_EQ("a/g/x is not written: a/g is to be a property", failure([this] { changes.apply(); }));
+    EXPECT_EQ("cannot write \"a/g/x\": \"a/g\" is to become a property",
+              failure([this] { changes.apply(); }));
     EXPECT_FALSE(_Register::getInstance()->propertyExists("a", SCOPE_USER));
 }
 
@@ -201,16 +202,16 @@ TEST_F(Transaction, DoesNotResetAGroup) {
 }
 
 TEST_F(Transaction, RefusesAtOnceWhatIsNotAName) {
-    EXPECT_EQ("\"a/..\" is not a name: no level can be \"..\"",
+    EXPECT_EQ("invalid name: \"a/..\": a level cannot be \"..\"",
               failure([this] { changes.write("a/..", 1); }));
-    EXPECT_EQ("\"\" is not a name: it has no level", failure([this] { changes.reset(""); }));
+    EXPECT_EQ("invalid name: \"\": empty", failure([this] { changes.reset(""); }));
     EXPECT_TRUE(changes.empty());
 }
 
 TEST_F(Transaction, MayBeAppliedAgainWhenItHasFailed) {
     write("a/width/x", 1);
     changes.set(width, 5);
-    EXPECT_EQ("a/width is not written: it is a group", failure([this] { changes.apply(); }));
+    EXPECT_EQ("cannot write \"a/width\": it is a group", failure([this] { changes.apply(); }));
     Group("a/width").remove();
     changes.apply();
     EXPECT_EQ(5, width.get());

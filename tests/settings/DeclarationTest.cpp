@@ -160,7 +160,7 @@ TEST(Get, GivesTheFallbackForATruncatedValue) {
     Property<int> const width{"a/width", 7};
     putRecord("a/width", "I\x01");
     EXPECT_EQ(7, width.get());
-    EXPECT_EQ("a/width: expected an integer, found a truncated one", width.problem());
+    EXPECT_EQ("a/width: expected an integer, found a truncated value", width.problem());
 }
 
 TEST(Get, AllocatesNothingForADamagedCount) {

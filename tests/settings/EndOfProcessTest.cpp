@@ -101,18 +101,19 @@ TEST_F(AfterTheRegister, NoPropertyIsSet) {
 
 TEST_F(AfterTheRegister, WritingIsRefused) {
     EXPECT_EQ(held, check([] {
-                  return failure([] { write("a/b", 2); }) == std::string("a/b is not written: ") + exiting;
+                  return failure([] { write("a/b", 2); }) == std::string("cannot write \"a/b\": ") + exiting;
               }));
 }
 
 TEST_F(AfterTheRegister, AGroupIsEmptyAndCannotBeChanged) {
-    EXPECT_EQ(
-        held, check([] {
-            Group const group("a");
-            return group.properties().empty() && !group.contains("b") &&
-                   failure([&group] { group.remove(); }) == std::string("a is not removed: ") + exiting &&
-                   failure([&group] { group.copy("c"); }) == std::string("a is not copied: c: ") + exiting;
-        }));
+    EXPECT_EQ(held, check([] {
+                  Group const group("a");
+                  return group.properties().empty() && !group.contains("b") &&
+                         failure([&group] { group.remove(); }) ==
+                             std::string("cannot remove \"a\": ") + exiting &&
+                         failure([&group] { group.copy("c"); }) ==
+                             std::string("cannot copy \"a\" to \"c\": ") + exiting;
+              }));
 }
 
 TEST_F(AfterTheRegister, ChangesAreNotMade) {
@@ -120,7 +121,7 @@ TEST_F(AfterTheRegister, ChangesAreNotMade) {
                   Changes changes;
                   changes.write("a/b", 2);
                   return failure([&changes] { changes.apply(); }) ==
-                             std::string("the changes are not made: ") + exiting &&
+                             std::string("cannot apply the changes: ") + exiting &&
                          !changes.empty();
               }));
 }
@@ -142,7 +143,7 @@ TEST_F(AfterTheRegister, NothingIsLeftBesideTheFile) {
 TEST_F(AfterTheRegister, OpeningTheSettingsAgainIsRefused) {
     EXPECT_EQ(held, check([this] {
                   return failure([this] { initialize("", directory.string()); }) ==
-                         std::string("the settings cannot be opened: ") + exiting;
+                         std::string("cannot open the settings: ") + exiting;
               }));
 }
 
@@ -225,7 +226,7 @@ TEST(AChildForkedWhileAnotherThreadHoldsTheLock, ReadsFallbacks) {
 
 TEST(AChildForkedWhileAnotherThreadHoldsTheLock, CannotWrite) {
     EXPECT_EQ(held, forkedUnderTheLock([] {
-                  return failure([] { write("a/b", 1); }) == std::string("a/b is not written: ") + lost;
+                  return failure([] { write("a/b", 1); }) == std::string("cannot write \"a/b\": ") + lost;
               }));
 }
 

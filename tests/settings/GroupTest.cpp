@@ -217,12 +217,17 @@ TEST(Copy, HasTheGlobalGroupOfAUsersProperty) {
 TEST(Copy, RefusesWhatCannotBe) {
     write("a/one/x", 1);
     write("a/two/x", 2, SCOPE_GLOBAL);
-    EXPECT_EQ("a/one is not copied: a/two exists already", failure([] { Group("a/one").copy("a/two"); }));
-    EXPECT_EQ("a/one is not copied: a/one exists already", failure([] { Group("a/one").copy("/a/one"); }));
-    EXPECT_EQ("a/one is not copied: a exists already", failure([] { Group("a/one").copy("a"); }));
-    EXPECT_EQ("a/one is not copied: a/one/in is in it", failure([] { Group("a/one").copy("a/one/in"); }));
-    EXPECT_EQ("the group of all settings is not copied: b is in it", failure([] { Group().copy("b"); }));
-    EXPECT_EQ("\"\" is not a name: it has no level", failure([] { Group("a/one").copy(""); }));
+    EXPECT_EQ("cannot copy \"a/one\" to \"a/two\": \"a/two\" already exists",
+              failure([] { Group("a/one").copy("a/two"); }));
+    EXPECT_EQ("cannot copy \"a/one\" to \"a/one\": \"a/one\" already exists",
+              failure([] { Group("a/one").copy("/a/one"); }));
+    EXPECT_EQ("cannot copy \"a/one\" to \"a\": \"a\" already exists",
+              failure([] { Group("a/one").copy("a"); }));
+    EXPECT_EQ("cannot copy \"a/one\" to \"a/one/in\": the new name is inside the group",
+              failure([] { Group("a/one").copy("a/one/in"); }));
+    EXPECT_EQ("cannot copy the group of all settings to \"b\": the new name is inside the group",
+              failure([] { Group().copy("b"); }));
+    EXPECT_EQ("invalid name: \"\": empty", failure([] { Group("a/one").copy(""); }));
     EXPECT_FALSE(isInUserScope("a/two"));
     EXPECT_FALSE(isInUserScope("b"));
 }
@@ -230,7 +235,8 @@ TEST(Copy, RefusesWhatCannotBe) {
 TEST(Copy, IntoAPropertyIsRefusedAndLeavesNothing) {
     write("a/one/x", 1);
     write("b/y", 1);
-    EXPECT_EQ("b/y/z/x is not written: b/y is a property", failure([] { Group("a/one").copy("b/y/z"); }));
+    EXPECT_EQ("cannot write \"b/y/z/x\": \"b/y\" is a property",
+              failure([] { Group("a/one").copy("b/y/z"); }));
     EXPECT_EQ(1, read<int>("b/y"));
 }
 
@@ -256,8 +262,7 @@ TEST(Remove, TakesATextOfAnyTypeForAName) {
 
 TEST(Remove, RefusesAnEmptyName) {
     write("a/x", 1);
-    EXPECT_EQ("a is not removed: the name of what to remove in it is empty",
-              failure([] { Group("a").remove("/"); }));
+    EXPECT_EQ("cannot remove from \"a\": the name is empty", failure([] { Group("a").remove("/"); }));
     EXPECT_TRUE(isInUserScope("a/x"));
 }
 
@@ -265,7 +270,7 @@ TEST(Rename, RefusesToRemoveAUsersValueThatIsLocked) {
     write("a/one/x", 1);
     write("a/one/y", 1);
     write("velmorand/locked", std::vector<std::string>{"a/one/x"}, SCOPE_GLOBAL);
-    EXPECT_EQ("a/one is not renamed: a/one/x: the administrator has locked it",
+    EXPECT_EQ("cannot rename \"a/one\" to \"a/two\": \"a/one/x\": the administrator has locked it",
               failure([] { Group("a/one").rename("a/two"); }));
     EXPECT_TRUE(isInUserScope("a/one/x"));
     EXPECT_TRUE(isInUserScope("a/one/y"));
@@ -306,8 +311,10 @@ TEST(Rename, ToTheSameNameDoesNothing) {
 TEST(Rename, RefusesWhatIsThere) {
     write("a/one/x", 1);
     write("a/two", 2);
-    EXPECT_EQ("a/one is not renamed: a/two exists already", failure([] { Group("a/one").rename("a/two"); }));
-    EXPECT_EQ("a/one is not renamed: a/one/in is in it", failure([] { Group("a/one").rename("a/one/in"); }));
+    EXPECT_EQ("cannot rename \"a/one\" to \"a/two\": \"a/two\" already exists",
+              failure([] { Group("a/one").rename("a/two"); }));
+    EXPECT_EQ("cannot rename \"a/one\" to \"a/one/in\": the new name is inside the group",
+              failure([] { Group("a/one").rename("a/one/in"); }));
     EXPECT_EQ(1, read<int>("a/one/x"));
 }
 

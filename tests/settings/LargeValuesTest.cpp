@@ -24,20 +24,20 @@ constexpr std::size_t tooMany = std::size_t{std::numeric_limits<int>::max()} + 1
 
 TEST(AValueWithoutRoomInARecord, IsRefusedAsAString) {
     write("a/b", "before");
-    EXPECT_EQ("a/b: too long: 2147483648 bytes (at most 2147483647)",
+    EXPECT_EQ("cannot write \"a/b\": too long: 2147483648 bytes (at most 2147483647)",
               failure([] { write("a/b", std::string(tooMany, 'x')); }));
     EXPECT_EQ("before", read<std::string>("a/b"));
 }
 
 TEST(AValueWithoutRoomInARecord, IsRefusedAsAStringOfAList) {
-    EXPECT_EQ("a/b: too long: 2147483648 bytes (at most 2147483647)", failure([] {
+    EXPECT_EQ("cannot write \"a/b\": too long: 2147483648 bytes (at most 2147483647)", failure([] {
                   write("a/b", std::vector<std::string>{"x", std::string(tooMany, 'x')});
               }));
     EXPECT_FALSE(Property<std::vector<std::string>>("a/b").isSet());
 }
 
 TEST(AValueWithoutRoomInARecord, IsRefusedAsAList) {
-    EXPECT_EQ("a/b: too long: 2147483648 elements (at most 2147483647)",
+    EXPECT_EQ("cannot write \"a/b\": too long: 2147483648 elements (at most 2147483647)",
               failure([] { write("a/b", std::vector<bool>(tooMany)); }));
 }
 

@@ -321,7 +321,7 @@ TEST_F(Live, AreFoundWhereTheEnvironmentSays) {
 
 TEST_F(Live, AreOneAtATime) {
     LiveSettings const live(options);
-    EXPECT_EQ("there are live settings already: a process has one LiveSettings at a time",
+    EXPECT_EQ("this process already has a LiveSettings, and can have only one at a time",
               failure([this] { LiveSettings const second(options); }));
 }
 
@@ -329,12 +329,12 @@ TEST_F(Live, MustBeTheFirstUseOfTheRegister) {
     EXPECT_EQ(0, inChild([this] {
                   static_cast<void>(read<int>("a/x", 0));
                   EXPECT_THAT(failure([this] { LiveSettings const live(options); }),
-                              HasSubstr("the register has been used already"));
+                              HasSubstr("the register is already in use"));
               }));
     EXPECT_EQ(0, inChild([this] {
                   _Register::getInstance();
                   EXPECT_THAT(failure([this] { LiveSettings const live(options); }),
-                              HasSubstr("the register has been used already"));
+                              HasSubstr("the register is already in use"));
               }));
 }
 
@@ -353,7 +353,7 @@ TEST_F(Live, MayFollowEachOther) {
 
 TEST_F(Live, RefuseToBeOpenedInAnotherWayAsWell) {
     LiveSettings const live(options);
-    EXPECT_EQ("the settings cannot be opened: LiveSettings has opened them already",
+    EXPECT_EQ("cannot open the settings: LiveSettings has already opened them",
               failure([this] { initialize("", options.userDirectory); }));
 }
 
@@ -405,10 +405,11 @@ TEST_F(Live, LetTheOtherListenersOfANameHearEvenIfOneThrows) {
     inOther("set a/x 1");
     testing::internal::CaptureStderr();
     ASSERT_TRUE(live.sync().saved);
-    EXPECT_EQ("settings: a listener has thrown for a change of a/x by another program: no\n"
-              "settings: a listener has thrown for a change of a/x by another program: an exception\n"
-              "settings: a listener has thrown for a change of a/x by another program: no wake\n",
-              testing::internal::GetCapturedStderr());
+    EXPECT_EQ(
+        "settings: exception in a listener to \"a/x\" (changed by another program): no\n"
+        "settings: exception in a listener to \"a/x\" (changed by another program): not a std::exception\n"
+        "settings: exception in a listener to \"a/x\" (changed by another program): no wake\n",
+        testing::internal::GetCapturedStderr());
     EXPECT_THAT(heard, ElementsAre("first", "second", "around"));
     EXPECT_FALSE(queued.empty());
 }
@@ -445,7 +446,7 @@ TEST_F(Live, LetTheOtherListenersHearEvenIfACallbackOfTheRegisterThrows) {
     inOther("set a/x 1 set b 1");
     testing::internal::CaptureStderr();
     ASSERT_TRUE(live.sync().saved);
-    EXPECT_EQ("settings: a listener has thrown for a change of a/x by another program: no\n",
+    EXPECT_EQ("settings: exception in a listener to \"a/x\" (changed by another program): no\n",
               testing::internal::GetCapturedStderr());
     EXPECT_THAT(heard, ElementsAre("same", "around", "other"));
     write("b", 2);
@@ -492,7 +493,7 @@ TEST_F(Live, FollowTheAdministratorsLocks) {
     ASSERT_TRUE(live.sync().saved);
     EXPECT_TRUE(property.isLocked());
     EXPECT_EQ(2, property.get());
-    EXPECT_EQ("a/x is not written: the administrator has locked a", failure([&] { property.set(3); }));
+    EXPECT_EQ("cannot write \"a/x\": the administrator has locked a", failure([&] { property.set(3); }));
     administer("lock b");
     ASSERT_TRUE(live.sync().saved);
     EXPECT_FALSE(property.isLocked());
@@ -618,7 +619,7 @@ TEST_F(Live, MendAFileThatIsDamagedWhileTheyRun) {
     EXPECT_TRUE(live.sync().saved);
     ASSERT_EQ(1U, events.size());
     EXPECT_EQ(LiveEventKind::recovered, events[0].kind);
-    EXPECT_EQ("not a register file; nothing is lost, since the running program has all settings in memory",
+    EXPECT_EQ("not a register file; nothing is lost: the program has all settings in memory",
               events[0].reason);
     EXPECT_EQ(1, stored("a/x"));
     EXPECT_EQ(2, stored("a/y"));

@@ -242,9 +242,9 @@ TEST(Locked, RefusesToWriteAndChangesNothing) {
     lock({"a/x"});
     std::vector<std::string> heard;
     Listener const listener{"a", [&heard](std::string const& name) { heard.push_back(name); }};
-    EXPECT_EQ("a/x is not written: the administrator has locked it", failure([&] { property.set(2); }));
-    EXPECT_EQ("a/x is not written: the administrator has locked it", failure([&] { property.set(1); }));
-    EXPECT_EQ("a/x is not written: the administrator has locked it", failure([] { write("/a/x", 2); }));
+    EXPECT_EQ("cannot write \"a/x\": the administrator has locked it", failure([&] { property.set(2); }));
+    EXPECT_EQ("cannot write \"a/x\": the administrator has locked it", failure([&] { property.set(1); }));
+    EXPECT_EQ("cannot write \"a/x\": the administrator has locked it", failure([] { write("/a/x", 2); }));
     EXPECT_THAT(heard, IsEmpty());
     lock({});
     EXPECT_EQ(1, property.get());
@@ -252,7 +252,7 @@ TEST(Locked, RefusesToWriteAndChangesNothing) {
 
 TEST(Locked, RefusalNamesTheGroupThatIsLocked) {
     lock({"a"});
-    EXPECT_EQ("a/b/x is not written: the administrator has locked a", failure([] { write("a/b/x", 2); }));
+    EXPECT_EQ("cannot write \"a/b/x\": the administrator has locked a", failure([] { write("a/b/x", 2); }));
 }
 
 TEST(Locked, LeavesTheOtherScopesWritable) {
@@ -270,7 +270,7 @@ TEST(Locked, RefusesAllOfSeveralChanges) {
     changes.write("a/w", 2);
     changes.write("a/x", 2);
     changes.write("a/z", 2);
-    EXPECT_EQ("a/x is not written: the administrator has locked it", failure([&] { changes.apply(); }));
+    EXPECT_EQ("cannot write \"a/x\": the administrator has locked it", failure([&] { changes.apply(); }));
     EXPECT_FALSE(changes.empty());
     EXPECT_EQ(1, read<int>("a/w"));
     EXPECT_EQ(0, read<int>("a/z", 0));
@@ -355,9 +355,9 @@ TEST(Locked, RefusesCopiesAndNewNamesOfGroups) {
     write("a/x", 1);
     write("a/y", 1);
     lock({"b/y"});
-    EXPECT_EQ("a is not copied: b/y: the administrator has locked it",
+    EXPECT_EQ("cannot copy \"a\" to \"b\": \"b/y\": the administrator has locked it",
               failure([] { static_cast<void>(Group("a").copy("b")); }));
-    EXPECT_EQ("a is not renamed: b/y: the administrator has locked it",
+    EXPECT_EQ("cannot rename \"a\" to \"b\": \"b/y\": the administrator has locked it",
               failure([] { static_cast<void>(Group("a").rename("b")); }));
     EXPECT_FALSE(Group().contains("b"));
     EXPECT_THAT(Group("a").properties(), ElementsAre("x", "y"));

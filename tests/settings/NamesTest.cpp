@@ -41,11 +41,11 @@ TEST(Names, ThatEndInASlashLeaveNoGroupInTheWay) {
 }
 
 TEST(Names, ThatCannotBeAreRefusedAndLeaveNothing) {
-    EXPECT_EQ("\"\" is not a name: it has no level", failure([] { write("", 1); }));
-    EXPECT_EQ("\"//\" is not a name: it has no level", failure([] { write("//", 1); }));
-    EXPECT_EQ("\"b/../x\" is not a name: no level can be \"..\"", failure([] { write("b/../x", 1); }));
-    EXPECT_EQ("\"b/.\" is not a name: no level can be \".\"", failure([] { write("b/.", 1); }));
-    EXPECT_EQ("\"b/\xff\" is not a name: it is not UTF-8", failure([] { write("b/\xff", 1); }));
+    EXPECT_EQ("invalid name: \"\": empty", failure([] { write("", 1); }));
+    EXPECT_EQ("invalid name: \"//\": empty", failure([] { write("//", 1); }));
+    EXPECT_EQ("invalid name: \"b/../x\": a level cannot be \"..\"", failure([] { write("b/../x", 1); }));
+    EXPECT_EQ("invalid name: \"b/.\": a level cannot be \".\"", failure([] { write("b/.", 1); }));
+    EXPECT_EQ("invalid name: \"b/\xff\": not UTF-8 text", failure([] { write("b/\xff", 1); }));
     EXPECT_FALSE(isInUserScope("b"));
 }
 
@@ -56,8 +56,8 @@ TEST(Names, MayHaveLevelsThatBeginWithADot) {
 
 TEST(Names, ThatAreTakenSayByWhat) {
     write("a/x", 1);
-    EXPECT_EQ("a is not written: it is a group", failure([] { write("a", 1); }));
-    EXPECT_EQ("a/x/y/z is not written: a/x is a property", failure([] { write("a/x/y/z", 1); }));
+    EXPECT_EQ("cannot write \"a\": it is a group", failure([] { write("a", 1); }));
+    EXPECT_EQ("cannot write \"a/x/y/z\": \"a/x\" is a property", failure([] { write("a/x/y/z", 1); }));
 }
 
 TEST(Names, OfListenersThatThrowKeepTheListenersError) {

@@ -125,7 +125,7 @@ TEST(Override, IsRefusedForValuesThatAreNotAllowed) {
 
 TEST(Override, IsRefusedForWhatIsNotAName) {
     Property<int> const property{"a/../x"};
-    EXPECT_EQ("\"a/../x\" is not a name: no level can be \"..\"", failure([&] { property.override(1); }));
+    EXPECT_EQ("invalid name: \"a/../x\": a level cannot be \"..\"", failure([&] { property.override(1); }));
     EXPECT_FALSE(property.isOverridden());
 }
 
@@ -233,7 +233,7 @@ TEST(Override, IsInPlaceIfAListenerThrows) {
 TEST(Override, IsRefusedForALockedSetting) {
     Property<int> const property{"a/x"};
     write("velmorand/locked", std::vector<std::string>{"a"}, SCOPE_GLOBAL);
-    EXPECT_EQ("a/x is not overridden: the administrator has locked a",
+    EXPECT_EQ("cannot override \"a/x\": the administrator has locked a",
               failure([&] { property.override(9); }));
     EXPECT_FALSE(property.isOverridden());
     EXPECT_EQ(0, property.get());

@@ -201,5 +201,5 @@ TEST_F(InThreadOf, LeavesTheObjectAloneOnceTheListenerHasGone) {
 }
 
 TEST_F(InThreadOf, RefusesANullObject) {
-    EXPECT_EQ("inThreadOf: there is no object", failure([] { static_cast<void>(inThreadOf(nullptr)); }));
+    EXPECT_EQ("inThreadOf: the object is null", failure([] { static_cast<void>(inThreadOf(nullptr)); }));
 }

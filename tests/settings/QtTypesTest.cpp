@@ -98,7 +98,7 @@ TEST(QtStrings, KeepEveryCharacter) {
 TEST(QtStrings, WithHalfOfASurrogatePairAreRefused) {
     Property<QString> const name{"a/name", "none"};
     for (QString const& value : {QString(QChar(0xD83C)), text("a") + QChar(0xDF0D) + text("b")}) {
-        EXPECT_EQ("a/name is not set: a text with half of a surrogate pair cannot be stored",
+        EXPECT_EQ("a/name is not set: text with an unpaired surrogate cannot be stored",
                   failure([&] { name.set(value); }));
         EXPECT_FALSE(name.isSet());
     }
@@ -153,7 +153,7 @@ TEST(QtStringLists, AreListsOfStrings) {
 
 TEST(QtStringLists, WithOneInvalidStringAreNotValid) {
     EXPECT_EQ("PropertyBadType", reading<QStringList>(std::vector<std::string>{"a", "\xFF"}));
-    EXPECT_EQ("a text with half of a surrogate pair cannot be stored", failure([] {
+    EXPECT_EQ("text with an unpaired surrogate cannot be stored", failure([] {
                   write("a/x", QStringList{"a", QString(QChar(0xD83C))});
               }));
 }

@@ -235,8 +235,8 @@ TEST_F(QueuedWithAnExecutor, ReportsWhatTheHandlerThrowsAndGoesOn) {
     write("a/c", 1);
     testing::internal::CaptureStderr();
     runTasks();
-    EXPECT_EQ("settings: a listener has thrown for a change of a/b: no\n"
-              "settings: a listener has thrown for a change of a/c: no\n",
+    EXPECT_EQ("settings: exception in a listener to \"a/b\": no\n"
+              "settings: exception in a listener to \"a/c\": no\n",
               testing::internal::GetCapturedStderr());
     EXPECT_THAT(names, ElementsAre("a/b", "a/c"));
     write("a/d", 1);

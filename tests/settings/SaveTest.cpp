@@ -108,7 +108,7 @@ TEST_F(SaveSettings, SaysThatAWriteFailedAndLeavesTheFile) {
 TEST(SaveSettingsBeforeInitialize, SaysThatThereIsNoDirectory) {
     SaveResult const result = saveSettings();
     EXPECT_FALSE(result.saved);
-    EXPECT_EQ("no user directory has been set", result.reason);
+    EXPECT_EQ("no user directory is set", result.reason);
 }
 
 TEST_F(SaveSettings, FromSeveralThreadsLeavesTheNewestSettings) {

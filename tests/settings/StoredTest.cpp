@@ -243,7 +243,7 @@ TEST(Stored, TextThatIsNotADurationIsNotValid) {
 }
 
 TEST(Stored, DurationsThatAreNotFiniteAreRefused) {
-    EXPECT_EQ("a length of time must be finite", failure([] {
+    EXPECT_EQ("a duration must be finite", failure([] {
                   write("a/x", std::chrono::duration<double>(std::numeric_limits<double>::infinity()));
               }));
 }

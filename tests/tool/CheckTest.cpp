@@ -67,7 +67,7 @@ std::vector<Case> everyDamage() {
         {"ListOfNegativeCount", bytes("LB\xFE\xFF\xFF\xFF"), "negative count: -2"},
         {"ListCutShort", bytes("LI\2\0\0\0\1\0\0\0\2"), "truncated: 4 bytes expected at offset 10, 1 found"},
         {"ListLongerThanMemory", bytes("LI\xFF\xFF\xFF\x7F"),
-         "truncated: 2147483647 elements expected, with only 0 bytes left"},
+         "truncated: 2147483647 elements expected, only 0 bytes left"},
         {"ListWithMoreAfterIt", bytes("LB\1\0\0\0\1\1"), "unexpected data after the value: 1 byte"},
         {"ElementCutShort", bytes("LS\1\0\0\0\2\0\0\0a"),
          "truncated: 2 bytes expected at offset 10, 1 found"},

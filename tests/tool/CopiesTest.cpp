@@ -50,7 +50,7 @@ protected:
     static auto SaysThatNoneAreKept(std::string const& path) {
         return testing::AllOf(
             testing::Field(&Outcome::status, 0), testing::Field(&Outcome::out, ""),
-            testing::Field(&Outcome::err, "velmorand-register: note: no copies of " + path + " are kept\n"));
+            testing::Field(&Outcome::err, "velmorand-register: note: no copies of " + path + "\n"));
     }
 
     std::string previousFile = userFile + ".previous";

@@ -96,7 +96,7 @@ TEST_F(Failures, OfADirectoryInPlaceOfTheFile) {
 }
 
 TEST_F(Failures, OfADeviceInPlaceOfTheFile) {
-    EXPECT_THAT(run({"check", "/dev/null"}), Complains(3, "/dev/null: Not a regular file"));
+    EXPECT_THAT(run({"check", "/dev/null"}), Complains(3, "/dev/null: not a regular file"));
 }
 
 TEST_F(Failures, OfAFileThatMayNotBeReadSaySo) {

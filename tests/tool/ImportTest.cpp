@@ -25,18 +25,18 @@ std::string entryOf(std::string const& members) {
 }
 
 std::string const format = R"(expected an object of entries: {"NAME": {"type": KIND, "value": VALUE}})";
-std::string const bad = "standard input: line 2, bad: ";
+std::string const bad = "standard input:2: \"bad\": ";
 
 std::string notJson(int line, int column, std::string const& reason) {
-    return "standard input: line " + std::to_string(line) + ", column " + std::to_string(column) +
+    return "standard input:" + std::to_string(line) + ':' + std::to_string(column) +
            ": not valid JSON: " + reason + '\n';
 }
 
 std::vector<Case> everyCase() {
     return {
-        {"Nothing", "", notJson(1, 1, "it ends too early")},
-        {"HalfOfJson", "{\"a\": ", notJson(1, 7, "it ends too early")},
-        {"HalfOfAString", "{\n\"a", notJson(2, 3, "it ends too early")},
+        {"Nothing", "", notJson(1, 1, "unexpected end of input")},
+        {"HalfOfJson", "{\"a\": ", notJson(1, 7, "unexpected end of input")},
+        {"HalfOfAString", "{\n\"a", notJson(2, 3, "unexpected end of input")},
         {"MoreAfterIt", "{} x", notJson(1, 4, R"(unexpected "x")")},
         {"AWordThatIsNotJson", "{\"a\":\n True}", notJson(2, 2, R"(unexpected "T")")},
         {"ALineBreakInAString", "{\"a\": \"x\ny\"}", notJson(1, 9, R"(unexpected "\n")")},
@@ -45,10 +45,10 @@ std::vector<Case> everyCase() {
         {"NotUtf8", "{\"\xFF\": {}}", notJson(1, 3, "not UTF-8 text")},
         {"HalfOfUtf8", "{\"\xC3\": {}}", notJson(1, 4, "not UTF-8 text")},
         {"ANulByte", std::string("{}\0{}", 5), notJson(1, 3, R"(unexpected "\u0000")")},
-        {"AList", "[]", "line 1: " + format},
-        {"ANumber", "1", "line 1: " + format},
-        {"NoEntry", R"({"bad": 1})", "line 1, bad: " + format},
-        {"AListAsEntry", R"({"bad": []})", "line 1, bad: " + format},
+        {"AList", "[]", ":1: " + format},
+        {"ANumber", "1", ":1: " + format},
+        {"NoEntry", R"({"bad": 1})", ":1: \"bad\": " + format},
+        {"AListAsEntry", R"({"bad": []})", ":1: \"bad\": " + format},
         {"AnObjectAsValue", entryOf(R"("type": "string", "value": {})"), bad + format},
         {"AListInAList", entryOf(R"("type": "strings", "value": [[]])"), bad + format},
         {"NoType", entryOf(R"("value": 1)"), bad + "\"type\" is missing"},
@@ -65,7 +65,7 @@ std::vector<Case> everyCase() {
          bad + R"(duplicate member "value")"},
         {"TheSameNameTwice",
          R"({"bad": {"type": "integer", "value": 1}, "bad": {"type": "integer", "value": 2}})",
-         "line 1, bad: duplicate name"},
+         ":1: \"bad\": duplicate name"},
         {"ANumberAsString", entryOf(R"("type": "string", "value": 1)"), bad + "1 is not a string"},
         {"AStringAsNumber", entryOf(R"("type": "number", "value": "1")"), bad + "\"1\" is not a number"},
         {"AFractionAsInteger", entryOf(R"("type": "integer", "value": 1.5)"),
@@ -93,18 +93,18 @@ std::vector<Case> everyCase() {
          bad + R"("value" and "record" differ)"},
         {"ARecordOfAnotherKind", entryOf(R"("type": "boolean", "value": true, "record": "SQEAAAA=")"),
          bad + R"("value" and "record" differ)"},
-        {"TheEmptyName", R"({"": {"type": "integer", "value": 1}})", "line 1, \"\": not a name"},
-        {"AnEmptyLevel", R"({"a//b": {"type": "integer", "value": 1}})", "line 1, a//b: not a name"},
-        {"ASlashAtTheEnd", R"({"a/": {"type": "integer", "value": 1}})", "line 1, a/: not a name"},
+        {"TheEmptyName", R"({"": {"type": "integer", "value": 1}})", ":1: \"\": invalid name"},
+        {"AnEmptyLevel", R"({"a//b": {"type": "integer", "value": 1}})", ":1: \"a//b\": invalid name"},
+        {"ASlashAtTheEnd", R"({"a/": {"type": "integer", "value": 1}})", ":1: \"a/\": invalid name"},
         {"Dots", R"({"a/..": {"type": "integer", "value": 1}})", R"(a level cannot be "." or "..")"},
         {"AGroupAsProperty", R"({"group": {"type": "integer", "value": 1}})",
-         "line 1, group: cannot set \"group\": it is a group"},
+         ":1: \"group\": cannot set \"group\": it is a group"},
         {"APropertyAsGroup", R"({"group/x": {"type": "group"}})", "cannot create the group \"group/x\""},
         {"APropertyInAProperty", R"({"group/x/y": {"type": "integer", "value": 1}})",
          "cannot create the group \"group/x\""},
         {"APropertyThatIsAGroupToo",
          R"({"a": {"type": "integer", "value": 1}, "a/b": {"type": "integer", "value": 1}})",
-         "line 1, a/b: cannot create the group \"a\""},
+         ":1: \"a/b\": cannot create the group \"a\""},
     };
 }
 
@@ -131,7 +131,7 @@ TEST_F(Import, ReadsAFile) {
 TEST_F(Import, NamesTheFileThatIsWrong) {
     putBytes(at("settings.json"), "\n{\"x\":\n{}}");
     EXPECT_THAT(run({"import", at("settings.json")}),
-                Complains(2, at("settings.json") + ": line 2, x: \"type\" is missing"));
+                Complains(2, at("settings.json") + ":2: \"x\": \"type\" is missing"));
 }
 
 TEST_F(Import, KeepsWhatItDoesNotName) {

@@ -90,10 +90,9 @@ TEST_F(ListDeclared, KeepsEachSettingOnItsLine) {
 
 TEST_F(ListDeclared, OfAGroupWithoutThemSaysSo) {
     answer({"set", "integer", "other/x", "1"});
-    EXPECT_THAT(run({"list", "--declared", "other"}),
-                Complains(1, "no declared settings in the group: other\n"));
+    EXPECT_THAT(run({"list", "--declared", "other"}), Complains(1, "no declared settings in group: other\n"));
     EXPECT_THAT(run({"list", "--declared", "viewer/zoom"}),
-                Complains(1, "viewer/zoom is a property, not a group\n"));
+                Complains(1, "\"viewer/zoom\" is a property, not a group\n"));
 }
 
 TEST_F(ListDeclared, WithoutCataloguesSaysSo) {

@@ -51,7 +51,7 @@ TEST_F(Locking, CountsForApplications) {
 TEST_F(Locking, MayBeRepeated) {
     administer({"lock", "editor"});
     std::string const before = bytesOf(globalFile);
-    EXPECT_EQ("already locked: editor\nalready locked: editor/theme (with editor)\n",
+    EXPECT_EQ("already locked: editor\nalready locked: editor/theme (through editor)\n",
               administer({"lock", "editor/", "editor/theme"}));
     EXPECT_EQ(before, bytesOf(globalFile));
 }
@@ -78,9 +78,9 @@ TEST_F(Locking, LeavesNothingWhenAllIsUndone) {
 
 TEST_F(Locking, OfAGroupCannotBeUndoneForANameInIt) {
     administer({"lock", "viewer", "editor"});
-    EXPECT_THAT(
-        runOnBoth({"unlock", "viewer", "editor/theme"}),
-        Complains(1, "nothing changed: editor/theme is locked with the group editor (unlock that)\n"));
+    EXPECT_THAT(runOnBoth({"unlock", "viewer", "editor/theme"}),
+                Complains(1, "nothing changed: \"editor/theme\" is locked through the group \"editor\" "
+                             "(unlock that group)\n"));
     EXPECT_EQ("viewer\neditor\n", list());
 }
 
@@ -88,7 +88,7 @@ TEST_F(Locking, OfAGroupRemainsForANameThatIsUnlocked) {
     administer({"lock", "editor/theme", "editor"});
     EXPECT_THAT(runOnBoth({"set", "number", "editor/size", "12"}),
                 Complains(2, "the administrator has locked editor"));
-    EXPECT_EQ("still locked: editor/theme (with editor)\n", administer({"unlock", "editor/theme"}));
+    EXPECT_EQ("still locked: editor/theme (through editor)\n", administer({"unlock", "editor/theme"}));
     EXPECT_EQ("editor\n", list());
 }
 
@@ -130,7 +130,7 @@ TEST_F(Locking, IsCheckedWithTheFile) {
     Outcome outcome = runOnBoth({"--scope", "global", "check"});
     EXPECT_EQ(4, outcome.status);
     EXPECT_EQ("velmorand-register: warning: " + globalFile +
-                  ": \"velmorand/locked\": \"b/../c\" is not a name\n",
+                  ": \"velmorand/locked\": \"b/../c\" is not a valid name\n",
               outcome.err);
     EXPECT_EQ(globalFile + ": 1 property, 1 warning\n", outcome.out);
     setGlobally({"integers", "velmorand/locked", "1"});

@@ -139,9 +139,9 @@ TEST_F(FromIni, AValueThatOnlyItsProgramKnowsIsNotTakenAndTheRestIs) {
                   "kept=1\n")});
     EXPECT_EQ(1, outcome.status);
     EXPECT_EQ("", outcome.err);
-    EXPECT_THAT(outcome.out, StartsWith("not taken font: "));
-    EXPECT_THAT(outcome.out, HasSubstr("\nnot taken gone: it has no value"));
-    EXPECT_THAT(outcome.out, EndsWith("\nset       kept: string \"1\"\n1 set, 2 not taken\n"));
+    EXPECT_THAT(outcome.out, StartsWith("refused   font: "));
+    EXPECT_THAT(outcome.out, HasSubstr("\nrefused   gone: no value"));
+    EXPECT_THAT(outcome.out, EndsWith("\nset       kept: string \"1\"\n1 set, 2 refused\n"));
     EXPECT_EQ("string    user   kept: \"1\"\n", all());
 }
 
@@ -197,9 +197,9 @@ TEST_F(FromKConfig, ARelativePathIsOneFromTheWorkingDirectory) {
 
 TEST_F(FromKConfig, AnInvalidLineIsNamedAndNothingIsWritten) {
     EXPECT_THAT(run({"import", "--from", "kconfig", file("[A]\nx=1\ny\n")}),
-                Complains(2, at("old") + ": line 3: Invalid entry (missing '=')"));
+                Complains(2, at("old") + ":3: Invalid entry (missing '=')"));
     EXPECT_THAT(run({"import", "--from", "kconfig", file("x=1\n[A\ny=1\n")}),
-                Complains(2, at("old") + ": line 2: Invalid group header"));
+                Complains(2, at("old") + ":2: Invalid group header"));
     EXPECT_EQ("no file", bytesOf(userFile));
 }
 
@@ -305,13 +305,13 @@ TEST_F(FromDconf, WhatTheRegisterDoesNotHaveIsNotTaken) {
                   "kept=1\n")});
     EXPECT_EQ(1, outcome.status);
     EXPECT_EQ("", outcome.err);
-    EXPECT_EQ("not taken lists: a value of the type aai cannot be imported\n"
-              "not taken mixed: a value of the type (is) cannot be imported\n"
-              "not taken wrong: not a value of dconf: 0-3:unknown keyword\n"
-              "not taken nothing: it has no value\n"
-              "not taken unit: a value of the type () cannot be imported\n"
+    EXPECT_EQ("refused   lists: values of type aai cannot be imported\n"
+              "refused   mixed: values of type (is) cannot be imported\n"
+              "refused   wrong: not a dconf value: 0-3:unknown keyword\n"
+              "refused   nothing: no value\n"
+              "refused   unit: values of type () cannot be imported\n"
               "set       kept: integer 1\n"
-              "1 set, 5 not taken\n",
+              "1 set, 5 refused\n",
               outcome.out);
 }
 
@@ -323,7 +323,7 @@ TEST_F(FromDconf, AFileThatIsNotADumpIsRefused) {
 TEST_F(FromDconf, ValuesTooDeepAreNotTaken) {
     std::string const deep = "[/]\nx=" + std::string(100'000, '[') + std::string(100'000, ']') + "\ny=1\n";
     Outcome const outcome = run({"import", "--from", "dconf", file(deep)});
-    EXPECT_THAT(outcome.out, EndsWith("\n1 set, 1 not taken\n"));
+    EXPECT_THAT(outcome.out, EndsWith("\n1 set, 1 refused\n"));
 }
 
 #endif
@@ -360,12 +360,12 @@ TEST_F(FromJson, WhatTheRegisterDoesNotHaveIsNotTaken) {
     Outcome const outcome = run(
         {"import", "--from", "json", file(R"({"a": null, "b": [1, "x"], "c": [[1]], "d": [{}], "e": 1})")});
     EXPECT_EQ(1, outcome.status);
-    EXPECT_EQ("not taken a: null is not a value\n"
-              "not taken b: a list of values of different kinds cannot be imported\n"
-              "not taken c: a list of lists, groups or unknown values cannot be imported\n"
-              "not taken d: a list of lists, groups or unknown values cannot be imported\n"
+    EXPECT_EQ("refused   a: null is not a value\n"
+              "refused   b: a list of values of different kinds cannot be imported\n"
+              "refused   c: a list of lists, groups or unknown values cannot be imported\n"
+              "refused   d: a list of lists, groups or unknown values cannot be imported\n"
               "set       e: integer 1\n"
-              "1 set, 4 not taken\n",
+              "1 set, 4 refused\n",
               outcome.out);
 }
 
@@ -388,23 +388,23 @@ std::vector<BadFile> badFiles() {
     std::string deep;
     for (int i = 0; i < 100'000; ++i)
         deep += "{\"a\":";
-    return {{"NotUtf8Ini", "ini", notText, "not UTF-8 text"},
-            {"NotUtf8KConfig", "kconfig", notText, "not UTF-8 text"},
-            {"NotUtf8Dconf", "dconf", notText, "not UTF-8 text"},
-            {"NotUtf8Json", "json", "{\"x\": \"\xff\"}", "not UTF-8 text"},
-            {"TruncatedIni", "ini", "[A]\nx=1\n[B", "not an INI file of QSettings"},
-            {"IniWithoutAnEqualsSign", "ini", "[A]\nx\n", "not an INI file of QSettings"},
-            {"IniOfBytes", "ini", std::string("[A]\nx=\0\n", 8), "not UTF-8 text"},
-            {"TruncatedJson", "json", "{\"a\":\n{\"b\": 1", "line 2: not valid JSON: "},
-            {"AListInPlaceOfAnObject", "json", "[1]", "not a JSON object"},
-            {"EmptyJson", "json", "", "line 1: not valid JSON"},
-            {"DeepJson", "json", deep, "line 1: not valid JSON: too deeply nested"},
-            {"AHugeNumber", "json", R"({"a": 1e999})", "line 1: not valid JSON"}};
+    return {{"NotUtf8Ini", "ini", notText, " not UTF-8 text"},
+            {"NotUtf8KConfig", "kconfig", notText, " not UTF-8 text"},
+            {"NotUtf8Dconf", "dconf", notText, " not UTF-8 text"},
+            {"NotUtf8Json", "json", "{\"x\": \"\xff\"}", " not UTF-8 text"},
+            {"TruncatedIni", "ini", "[A]\nx=1\n[B", " not a QSettings INI file"},
+            {"IniWithoutAnEqualsSign", "ini", "[A]\nx\n", " not a QSettings INI file"},
+            {"IniOfBytes", "ini", std::string("[A]\nx=\0\n", 8), " not UTF-8 text"},
+            {"TruncatedJson", "json", "{\"a\":\n{\"b\": 1", "2: not valid JSON: "},
+            {"AListInPlaceOfAnObject", "json", "[1]", " not a JSON object"},
+            {"EmptyJson", "json", "", "1: not valid JSON"},
+            {"DeepJson", "json", deep, "1: not valid JSON: too deeply nested"},
+            {"AHugeNumber", "json", R"({"a": 1e999})", "1: not valid JSON"}};
 }
 
 TEST_P(FromBadFile, IsRefusedWithTheReasonAndNothingIsWritten) {
     EXPECT_THAT(run({"import", "--from", GetParam().store, file(GetParam().content)}),
-                Complains(2, at("old") + ": " + GetParam().complaint));
+                Complains(2, at("old") + ":" + GetParam().complaint));
     EXPECT_EQ("no file", bytesOf(userFile));
 }
 
@@ -413,12 +413,12 @@ INSTANTIATE_TEST_SUITE_P(Each, FromBadFile, testing::ValuesIn(badFiles()),
 
 TEST_F(Moving, NeedsAFileThatExists) {
     EXPECT_THAT(run({"import", "--from", "ini", at("none")}), Complains(2, at("none") + ": No such file"));
-    EXPECT_THAT(run({"import", "--from", "json", at("")}), Complains(2, "Not a regular file"));
+    EXPECT_THAT(run({"import", "--from", "json", at("")}), Complains(2, "not a regular file"));
 }
 
 TEST_F(Moving, DoesNotWaitForAPipeInPlaceOfAFile) {
     ASSERT_EQ(0, ::mkfifo(at("pipe").c_str(), 0600));
-    EXPECT_THAT(run({"import", "--from", "ini", at("pipe")}), Complains(2, "Not a regular file"));
+    EXPECT_THAT(run({"import", "--from", "ini", at("pipe")}), Complains(2, "not a regular file"));
 }
 
 TEST_F(Moving, SaysWhatThisInstallationCannotRead) {
@@ -428,7 +428,7 @@ TEST_F(Moving, SaysWhatThisInstallationCannotRead) {
     std::string const others = library.parent_path().string();
     ::setenv("LD_LIBRARY_PATH", (at("lib") + ':' + others).c_str(), 1);
     EXPECT_THAT(run({"import", "--from", "kconfig", file("x=1\n")}),
-                Complains(2, "settings of kconfig cannot be imported: " +
+                Complains(2, "cannot import settings of kconfig: " +
                                  at("lib/velmorand-register/import-kconfig") + " is not installed"));
     EXPECT_THAT(run({"import", "--from", "dconf", file("[/]\nx=1\n")}),
                 Complains(2, "import-dconf is not installed"));
@@ -439,11 +439,11 @@ TEST_F(Moving, RefusesWhatDoesNotGoTogether) {
     EXPECT_THAT(run({"import", "--from", "registry", "x"}),
                 ShowsUsage("no such store: registry (stores: ini, kconfig, dconf, json)"));
     EXPECT_THAT(run({"import", "--from", "ini", "--replace", "x"}),
-                ShowsUsage("--replace does not go with --from"));
-    EXPECT_THAT(run({"import", "--dry-run", "x"}), ShowsUsage("go with --from"));
-    EXPECT_THAT(run({"import", "--overwrite", "x"}), ShowsUsage("go with --from"));
-    EXPECT_THAT(run({"import", "--force", "x"}), ShowsUsage("go with --from"));
-    EXPECT_THAT(run({"import", "--map", "x", "x"}), ShowsUsage("go with --from"));
+                ShowsUsage("--replace cannot be used with --from"));
+    EXPECT_THAT(run({"import", "--dry-run", "x"}), ShowsUsage("need --from"));
+    EXPECT_THAT(run({"import", "--overwrite", "x"}), ShowsUsage("need --from"));
+    EXPECT_THAT(run({"import", "--force", "x"}), ShowsUsage("need --from"));
+    EXPECT_THAT(run({"import", "--map", "x", "x"}), ShowsUsage("need --from"));
     EXPECT_THAT(run({"import", "--from", "json", "--map", "-", "-"}), ShowsUsage("only one of"));
 }
 
@@ -455,14 +455,14 @@ TEST_F(Moving, PrintsWhatBecameOfEachSetting) {
              file(R"({"cache": 1, "none": null, "same": "x", "size": 12, "theme": "dark"})"), "--map",
              map("drop cache\nsize -> text size\n/ -> new/\n").back()});
     EXPECT_EQ(1, outcome.status);
-    EXPECT_EQ(
-        "dropped   cache\n"
-        "not taken none -> new/none: null is not a value\n"
-        "unchanged same -> new/same: string \"x\"\n"
-        "set       size -> text size: integer 12\n"
-        "kept      theme -> new/theme: string \"dark\" (it has another value; --overwrite replaces it)\n"
-        "1 set, 1 unchanged, 1 kept, 1 dropped, 1 not taken\n",
-        outcome.out);
+    EXPECT_EQ("dropped   cache\n"
+              "refused   none -> new/none: null is not a value\n"
+              "unchanged same -> new/same: string \"x\"\n"
+              "set       size -> text size: integer 12\n"
+              "kept      theme -> new/theme: string \"dark\" (already set to another value; --overwrite "
+              "replaces it)\n"
+              "1 set, 1 unchanged, 1 kept, 1 dropped, 1 refused\n",
+              outcome.out);
     EXPECT_EQ("light\n", answer({"get", "new/theme"}));
 }
 
@@ -495,10 +495,10 @@ TEST_F(Moving, ANameThatIsAGroupIsNotTaken) {
     answer({"set", "integer", "a/b", "1"});
     answer({"set", "integer", "c", "1"});
     Outcome const outcome = run({"import", "--from", "json", file(R"({"a": 1, "c": {"d": 1}, "e": 1})")});
-    EXPECT_EQ("not taken a: there is a group of this name\n"
-              "not taken c/d: a property has the name of a group around it\n"
+    EXPECT_EQ("refused   a: a group of this name exists\n"
+              "refused   c/d: an enclosing group is a property\n"
               "set       e: integer 1\n"
-              "1 set, 2 not taken\n",
+              "1 set, 2 refused\n",
               outcome.out);
 }
 
@@ -506,8 +506,8 @@ TEST_F(Moving, OfTwoWithOneNewNameTheFirstIsTaken) {
     Outcome const outcome = run({"import", "--from", "json", file(R"({"a": 1, "b": 2})"), "--map",
                                  map("a -> x\nb -> x\n").back(), "--overwrite"});
     EXPECT_EQ("set       a -> x: integer 1\n"
-              "not taken b -> x: a has this new name as well, and comes first\n"
-              "1 set, 1 not taken\n",
+              "refused   b -> x: \"a\" already has this new name\n"
+              "1 set, 1 refused\n",
               outcome.out);
 }
 
@@ -525,11 +525,11 @@ TEST_F(Moving, TheCatalogueGivesKindsAndLimits) {
         "large": {"type": "integer", "maximum": 5}}})");
     Outcome const outcome = run({"--catalogue", at("catalogue.json"), "import", "--from", "ini",
                                  file("size=12\ntabs=x\nrecent=a\nlarge=6\n")});
-    EXPECT_EQ("not taken large: 6 is not allowed: expected an integer of at most 5 (--force sets it anyway)\n"
+    EXPECT_EQ("refused   large: 6 is not allowed: expected an integer of at most 5 (--force sets it anyway)\n"
               "set       recent: strings [\"a\"]\n"
               "set       size: number 12.0\n"
-              "not taken tabs: \"x\" is not an integer\n"
-              "2 set, 2 not taken\n",
+              "refused   tabs: \"x\" is not an integer\n"
+              "2 set, 2 refused\n",
               outcome.out);
 }
 
@@ -537,7 +537,7 @@ TEST_F(Moving, TheMapsKindTakesPrecedenceOverTheCatalogues) {
     putBytes(at("catalogue.json"), R"({"settings": {"size": {"type": "number"}}})");
     Outcome const outcome = run({"--catalogue", at("catalogue.json"), "import", "--from", "ini",
                                  file("size=12\n"), "--map", map("size -> size as integer\n").back()});
-    EXPECT_THAT(outcome.out, StartsWith("not taken size: "));
+    EXPECT_THAT(outcome.out, StartsWith("refused   size: "));
 }
 
 TEST_F(Moving, WhatTheAdministratorHasLockedIsNotTakenAndTheRestIs) {
@@ -546,9 +546,9 @@ TEST_F(Moving, WhatTheAdministratorHasLockedIsNotTakenAndTheRestIs) {
                                  file(R"({"editor": {"size": 12, "theme": "dark"}, "window": {"x": 1}})")});
     EXPECT_EQ(1, outcome.status);
     EXPECT_EQ("set       editor/size: integer 12\n"
-              "not taken editor/theme: the administrator has locked it (--force sets it anyway)\n"
-              "not taken window/x: the administrator has locked window (--force sets it anyway)\n"
-              "1 set, 2 not taken\n",
+              "refused   editor/theme: the administrator has locked it (--force sets it anyway)\n"
+              "refused   window/x: the administrator has locked window (--force sets it anyway)\n"
+              "1 set, 2 refused\n",
               outcome.out);
     EXPECT_EQ("integer   user   editor/size: 12\n", all());
 }
@@ -623,20 +623,20 @@ class BadMap : public Moving, public testing::WithParamInterface<BadRule> {};
 TEST_P(BadMap, IsRefusedWithTheLineAndNothingIsWritten) {
     Arguments arguments = map(GetParam().map);
     arguments.insert(arguments.begin(), {"import", "--from", "json", file(R"({"a": 1})")});
-    EXPECT_THAT(run(arguments), Complains(2, at("map") + ": " + GetParam().complaint));
+    EXPECT_THAT(run(arguments), Complains(2, at("map") + ":" + GetParam().complaint));
     EXPECT_EQ("no file", bytesOf(userFile));
 }
 
 BadRule const badRules[] = {
-    {"NoArrow", "# x\nfoo\n", R"(line 2: neither "OLD -> NEW" nor "drop OLD": foo)"},
-    {"NoOldName", "\n -> x\n", "line 2: neither"},
-    {"AnUnknownKind", "a -> b as int\n", "line 1: no such kind: int"},
-    {"AGroupThatBecomesASetting", "a/ -> b\n", "line 1: a group becomes a group"},
-    {"ASettingThatBecomesAGroup", "a -> b/\n", "line 1: a setting does not become a group"},
-    {"TwoRulesForOneName", "a -> b\nc -> d\na -> e\n", "line 3: there is a rule for this name in line 1"},
-    {"NotAName", "a -> b/../c\n", "line 1: \"b/../c\" is not a name"},
-    {"DropOfNothing", "drop \n", "line 1: neither"},
-    {"NotUtf8", "a -> \xff\n", "not UTF-8 text"},
+    {"NoArrow", "# x\nfoo\n", R"(2: expected "OLD -> NEW" or "drop OLD", found: foo)"},
+    {"NoOldName", "\n -> x\n", "2: expected"},
+    {"AnUnknownKind", "a -> b as int\n", "1: no such kind: int"},
+    {"AGroupThatBecomesASetting", "a/ -> b\n", "1: a group cannot become a property"},
+    {"ASettingThatBecomesAGroup", "a -> b/\n", "1: a property cannot become a group"},
+    {"TwoRulesForOneName", "a -> b\nc -> d\na -> e\n", "3: duplicate rule: line 1 is for the same name"},
+    {"NotAName", "a -> b/../c\n", "1: invalid name: \"b/../c\""},
+    {"DropOfNothing", "drop \n", "1: expected"},
+    {"NotUtf8", "a -> \xff\n", " not UTF-8 text"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Each, BadMap, testing::ValuesIn(badRules),

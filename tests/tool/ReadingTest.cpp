@@ -102,18 +102,18 @@ TEST_F(Reading, OfAGroupThatIsNotThereSaysSo) {
 }
 
 TEST_F(Reading, OfAPropertyInPlaceOfAGroupSaysSo) {
-    EXPECT_THAT(run({"list", "a/text"}), Complains(1, "a/text is a property, not a group"));
+    EXPECT_THAT(run({"list", "a/text"}), Complains(1, "\"a/text\" is a property, not a group"));
     EXPECT_THAT(run({"--global", global, "list", "a/ratio"}),
-                Complains(1, "a/ratio is a property, not a group"));
-    EXPECT_THAT(run({"export", "both"}), Complains(1, "both is a property, not a group"));
+                Complains(1, "\"a/ratio\" is a property, not a group"));
+    EXPECT_THAT(run({"export", "both"}), Complains(1, "\"both\" is a property, not a group"));
 }
 
 TEST_F(Reading, SaysWhatIsNotExported) {
     Outcome const outcome = run({"--global", global, "export"});
     EXPECT_EQ(0, outcome.status);
     EXPECT_EQ(answer({"export"}), outcome.out);
-    EXPECT_EQ("velmorand-register: note: only the user's settings are exported: not those in " + globalFile +
-                  " (--scope global exports them)\n",
+    EXPECT_EQ("velmorand-register: note: exporting only the user's settings, not those in " + globalFile +
+                  " (use --scope global for those)\n",
               outcome.err);
     EXPECT_THAT(answer({"--global", global, "--scope", "global", "export"}), testing::HasSubstr("a/ratio"));
     answer({"--global", global, "--scope", "user", "export"});
@@ -145,7 +145,7 @@ TEST_F(Reading, OfANameThatIsNotThereSaysSo) {
 }
 
 TEST_F(Reading, OfAGroupInPlaceOfAPropertySaysSo) {
-    EXPECT_THAT(run({"get", "a"}), Complains(1, "a is a group, not a property"));
+    EXPECT_THAT(run({"get", "a"}), Complains(1, "\"a\" is a group, not a property"));
 }
 
 TEST_F(Reading, WritesNoFile) {
@@ -227,7 +227,7 @@ TEST_F(Reading, ComparesSettingsFromAPipe) {
 TEST_F(Reading, OfAWrongExportSaysWhatIsWrong) {
     putBytes(at("settings.json"), "{\n\"x\": {}}");
     EXPECT_THAT(run({"diff", at("settings.json"), user}),
-                Complains(2, at("settings.json") + ": line 2, x: \"type\" is missing"));
+                Complains(2, at("settings.json") + ":2: \"x\": \"type\" is missing"));
 }
 
 TEST_F(Reading, OfAFileThatIsNotComparableSaysWhatIsExpected) {

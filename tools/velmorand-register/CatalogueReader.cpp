@@ -88,7 +88,7 @@ public:
             if (!_hasSettings)
                 throw BadEntry("\"settings\" is missing");
         } catch (BadJson const& error) {
-            throw Failure(Status::misuse, _source + ": " + error.what());
+            throw Failure(Status::misuse, _source + ':' + error.what());
         } catch (BadEntry const& error) {
             throw refusal(error.what());
         } catch (Failure const& error) {
@@ -122,9 +122,9 @@ private:
         _name = name;
         _line = _place.line;
         if (cleanName(name) != name || name.empty())
-            throw BadEntry("not a name: a name is levels with one \"/\" between them");
+            throw BadEntry(R"(invalid name: empty, or with a leading, trailing or doubled "/")");
         if (_declarations.count(name) > 0)
-            throw BadEntry("declared twice");
+            throw BadEntry("duplicate name");
     }
 
     void expect(bool isCatalogue) {
@@ -136,8 +136,8 @@ private:
     }
 
     [[nodiscard]] Failure refusal(std::string const& reason) const {
-        return {Status::misuse, _source + ": line " + std::to_string(_line) +
-                                    (_name.empty() ? "" : ", " + _name) + ": " + reason};
+        std::string const name = _name.empty() ? "" : '"' + _name + "\": ";
+        return {Status::misuse, _source + ':' + std::to_string(_line) + ": " + name + reason};
     }
 
     std::string const& _source;

@@ -78,7 +78,7 @@ void addFound(Declarations& all, std::string const& path) {
         std::error_code error;
         auto const type = std::filesystem::status(path, error).type();
         if (type == std::filesystem::file_type::fifo) // which would wait for a writer
-            throw Failure(Status::misuse, path + ": Not a regular file");
+            throw Failure(Status::misuse, path + ": not a regular file");
         add(all, path);
     } catch (Failure const& failure) {
         complain("warning: " + std::string(failure.what()));

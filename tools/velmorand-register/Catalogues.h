@@ -20,7 +20,7 @@ Declarations readCatalogues(std::vector<std::string> const& given);
 
 /** The note to print when no catalogue declares anything. */
 constexpr char const* nothingDeclared =
-    "note: no catalogue declares any settings (installed ones are in velmorand/declared below $XDG_DATA_HOME "
-    "and $XDG_DATA_DIRS; --catalogue PATH replaces them)";
+    "note: no catalogue declares any settings (catalogues are installed in velmorand/declared below "
+    "$XDG_DATA_HOME and $XDG_DATA_DIRS; --catalogue PATH uses others instead)";
 
 } // namespace tool

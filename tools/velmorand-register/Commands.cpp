@@ -70,10 +70,10 @@ Status get(Places const& places, std::string const& name) {
                       "no such property: " + clean +
                           (inForce.isLocked(clean) ? " (the administrator has locked it)" : ""));
     if (entry.kind == Kind::directory)
-        throw Failure(Status::notThere, clean + " is a group, not a property");
+        throw Failure(Status::notThere, '"' + clean + "\" is a group, not a property");
     Reading const reading = decodeRecord(entry.content);
     if (!reading.value)
-        throw Failure(Status::notThere, clean + " has no value that can be read");
+        throw Failure(Status::notThere, '"' + clean + "\" has no readable value");
     for (std::string const& text : elementTexts(*reading.value)) {
         if (isTerminal())
             printEscaped(std::cout, text, forTerminal);
@@ -110,8 +110,8 @@ Status exportGroup(Places const& places, std::string const& group) {
     std::string const around = cleanName(group);
     RegisterFile const file = fileIn(theDirectory(places));
     if (!places.scope && places.globalDirectory)
-        complain("note: only the user's settings are exported: not those in " +
-                 fileIn(directoryOf(places, Scope::global)).path() + " (--scope global exports them)");
+        complain("note: exporting only the user's settings, not those in " +
+                 fileIn(directoryOf(places, Scope::global)).path() + " (use --scope global for those)");
     Settings settings;
     file.load(settings);
     if (!settings.isGroup(around))
@@ -140,7 +140,7 @@ Status restore(Places const& places, std::optional<std::string> const& name) {
     RegisterFile const file = fileIn(directory);
     if (!name) {
         if (!listCopies(file, std::cout))
-            complain("note: no copies of " + file.path() + " are kept");
+            complain("note: no copies of " + file.path());
         return Status::done;
     }
     RegisterFile const copy = findCopy(file, *name);

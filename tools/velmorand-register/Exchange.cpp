@@ -133,7 +133,7 @@ std::string recordFrom(std::string const& type, Members& members) {
     std::string record = fromBase64(*given);
     Reading const reading = decodeRecord(record);
     if (!reading.value || encodeRecord(withOneNan(*reading.value)) != written)
-        throw BadEntry(R"("value" and "record" differ (remove "record" from an entry that you edit))");
+        throw BadEntry(R"("value" and "record" differ (remove "record" after editing "value"))");
     return record;
 }
 
@@ -146,7 +146,7 @@ std::string bytesFrom(Members& members) {
 
 void importEntry(std::string const& name, json const& entry, Settings& settings) {
     if (cleanName(name) != name || name.empty())
-        throw BadEntry("not a name: a name is levels with one \"/\" between them");
+        throw BadEntry(R"(invalid name: empty, or with a leading, trailing or doubled "/")");
     Members members(entry);
     auto const* const given = members.take("type");
     if (given == nullptr || !given->is_string())
@@ -171,7 +171,7 @@ public:
                 return take(depth, event, parsed);
             });
         } catch (BadJson const& error) {
-            throw Failure(Status::misuse, _source + ": " + error.what());
+            throw Failure(Status::misuse, _source + ':' + error.what());
         } catch (BadEntry const& error) {
             throw refusal(error.what());
         } catch (Failure const& error) {
@@ -229,9 +229,8 @@ private:
     }
 
     [[nodiscard]] Failure refusal(std::string const& reason) const {
-        std::string const place = _source + ": line " + std::to_string(_line);
-        std::string const name = _name.empty() ? "\"\"" : _name;
-        return {Status::misuse, place + (_names.empty() ? "" : ", " + name) + ": " + reason};
+        std::string const name = _names.empty() ? "" : '"' + _name + "\": ";
+        return {Status::misuse, _source + ':' + std::to_string(_line) + ": " + name + reason};
     }
 
     std::string const& _source;

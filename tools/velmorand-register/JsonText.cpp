@@ -54,14 +54,14 @@ bool isContinuation(char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80;
 }
 
-/** Where a byte of a text is: its line and its column, in characters. */
+/** The position of a byte in a text: "LINE:COLUMN", the column in characters. */
 std::string placeOf(std::string_view text, std::size_t at) {
     std::string_view const before = text.substr(0, at);
     auto const line = 1 + std::count(before.begin(), before.end(), '\n');
     std::string_view const inLine = before.substr(before.rfind('\n') + 1);
     auto const column =
         1 + std::count_if(inLine.begin(), inLine.end(), [](char byte) { return !isContinuation(byte); });
-    return "line " + std::to_string(line) + ", column " + std::to_string(column);
+    return std::to_string(line) + ':' + std::to_string(column);
 }
 
 /** Says that a text is not JSON from this byte on. */
@@ -70,7 +70,7 @@ BadJson badAt(std::string_view text, std::size_t at) {
         return BadJson(placeOf(text, at) + ": not valid JSON: " + reason);
     };
     if (at >= text.size())
-        return refusal("it ends too early");
+        return refusal("unexpected end of input");
     std::size_t end = at + 1;
     while (end < text.size() && isContinuation(text[end]))
         ++end;

@@ -101,8 +101,8 @@ Status listDeclared(Places const& places, std::string const& group, bool isRecur
     auto [next, end] = declaredIn(declarations, around);
     if (next == end)
         throw Failure(Status::notThere, declarations.count(around) > 0
-                                            ? around + " is a property, not a group"
-                                            : "no declared settings in the group: " + around);
+                                            ? '"' + around + "\" is a property, not a group"
+                                            : "no declared settings in group: " + around);
     std::size_t const begin = around.empty() ? 0 : around.size() + 1; // of the names in the group
     while (next != end) {
         auto const& [name, declaration] = *next;

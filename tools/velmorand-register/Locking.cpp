@@ -39,7 +39,7 @@ std::string lineAbout(char const* what, std::string const& name, std::string con
     line << what << ": ";
     printEscaped(line, name, forLine());
     if (!with.empty() && with != name) {
-        line << " (with ";
+        line << " (through ";
         printEscaped(line, with, forLine());
         line << ')';
     }
@@ -98,8 +98,9 @@ Status unlock(Places const& places, std::vector<std::string> const& names) {
             bool const wasListed = removeEntries(list, name);
             auto const entry = Locks(list).entryFor(name);
             if (entry && !wasListed)
-                throw Failure(Status::notThere, "nothing changed: " + name + " is locked with the group " +
-                                                    *entry + " (unlock that)");
+                throw Failure(Status::notThere, "nothing changed: \"" + name +
+                                                    "\" is locked through the group \"" + *entry +
+                                                    "\" (unlock that group)");
             if (entry)
                 report += lineAbout("still locked", name, *entry);
             else

@@ -53,7 +53,7 @@ std::string objectionToLocks(Kind kind, Reading const& reading) {
     auto const& list = std::get<Names>(*reading.value);
     auto const wrong = std::find_if(list.begin(), list.end(),
                                     [](std::string const& entry) { return entryName(entry).empty(); });
-    return wrong == list.end() ? std::string() : jsonText(*wrong, forJsonLine()) + " is not a name";
+    return wrong == list.end() ? std::string() : jsonText(*wrong, forJsonLine()) + " is not a valid name";
 }
 
 Names lockList(Settings const& settings) {

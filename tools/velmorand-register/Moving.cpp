@@ -6,6 +6,7 @@
 #include <array>
 #include <cstddef>
 #include <iostream>
+#include <string_view>
 
 #include <QTemporaryFile>
 #include <QtGlobal>
@@ -51,6 +52,13 @@ private:
     QTemporaryFile _file;
 };
 
+/** A message about a file to read: "FILE: REASON", or "FILE:3: REASON" for a reason that begins with "line 3: ". */
+std::string about(std::string const& source, std::string const& reason) {
+    constexpr std::string_view line = "line ";
+    bool const hasLine = reason.compare(0, line.size(), line) == 0;
+    return titleOf(source) + ':' + (hasLine ? reason.substr(line.size()) : ' ' + reason);
+}
+
 velmorand::ImportMap mapIn(std::optional<std::string> const& file) {
     if (!file)
         return {};
@@ -60,7 +68,7 @@ velmorand::ImportMap mapIn(std::optional<std::string> const& file) {
             throw utils::Exception("not UTF-8 text");
         return velmorand::ImportMap(text);
     } catch (utils::Exception const& error) {
-        throw Failure(Status::misuse, titleOf(*file) + ": " + error.what());
+        throw Failure(Status::misuse, about(*file, error.what()));
     }
 }
 
@@ -77,7 +85,7 @@ velmorand::Store storeNamed(std::string const& name) {
 std::vector<ForeignSetting> read(velmorand::Store store, Moving const& moving,
                                  Declarations const& declarations) {
     if (moving.file == "-" && moving.map == "-")
-        throw WrongCall("only one of the file and the map can be standard input");
+        throw WrongCall("only one of FILE and --map can be standard input");
     std::optional<InputFile> input;
     if (moving.file == "-")
         input.emplace();
@@ -90,7 +98,7 @@ std::vector<ForeignSetting> read(velmorand::Store store, Moving const& moving,
             return declared == declarations.end() ? "" : kindNames.at(declared->second.kind);
         });
     } catch (utils::Exception const& error) {
-        throw Failure(Status::misuse, titleOf(moving.file) + ": " + error.what());
+        throw Failure(Status::misuse, about(moving.file, error.what()));
     }
 }
 
@@ -106,7 +114,7 @@ void check(std::vector<ForeignSetting>& settings, Permissions const& permissions
 }
 
 char const* wordFor(Outcome outcome) {
-    constexpr std::array words{"set", "unchanged", "kept", "dropped", "not taken"};
+    constexpr std::array words{"set", "unchanged", "kept", "dropped", "refused"};
     return words.at(static_cast<std::size_t>(outcome));
 }
 
@@ -128,7 +136,7 @@ void print(ForeignSetting const& setting, ImportedSetting const& imported) {
                   << jsonText(*setting.value, forJsonLine());
     }
     if (imported.outcome == Outcome::kept)
-        std::cout << " (it has another value; --overwrite replaces it)";
+        std::cout << " (already set to another value; --overwrite replaces it)";
     std::cout << '\n';
 }
 

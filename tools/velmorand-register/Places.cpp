@@ -31,7 +31,7 @@ Directory userDirectory(Places const& places) {
     if (home != nullptr && *home != '\0')
         return {std::string(home) + "/.config/velmorand", false};
     throw Failure(Status::misuse,
-                  "no user directory: neither XDG_CONFIG_HOME nor HOME is set (give one with --user DIR)");
+                  "no user directory: neither XDG_CONFIG_HOME nor HOME is set (use --user DIR)");
 }
 
 } // namespace
@@ -79,7 +79,8 @@ std::array<ScopedSettings, 2> settingsToRead(Places const& places) {
 }
 
 Failure noGroup(std::string const& name, bool isProperty) {
-    return {Status::notThere, isProperty ? name + " is a property, not a group" : "no such group: " + name};
+    return {Status::notThere,
+            isProperty ? '"' + name + "\" is a property, not a group" : "no such group: " + name};
 }
 
 } // namespace tool

@@ -27,11 +27,11 @@ RegisterFile::RegisterFile(std::string const& path)
     if (_directory.empty())
         _directory = ".";
     if (!isUtf8(path))
-        throw Failure(Status::misuse, "not a path: \"" + path + "\": paths are UTF-8 text");
+        throw Failure(Status::misuse, "invalid path: \"" + path + "\": not UTF-8 text");
 }
 
 std::string RegisterFile::refusal(int error) const {
-    return _path + ": " + (error == EINVAL ? "Not a regular file" : std::generic_category().message(error));
+    return _path + ": " + (error == EINVAL ? "not a regular file" : std::generic_category().message(error));
 }
 
 Loaded RegisterFile::load(Settings& settings) const {

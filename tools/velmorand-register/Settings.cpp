@@ -24,22 +24,22 @@ std::string groupOf(std::string const& name) {
 }
 
 Failure noGroup(std::string const& name) {
-    return {Status::misuse, "cannot create the group \"" + name +
-                                "\": a property has that name, or that of a group around it"};
+    return {Status::misuse,
+            "cannot create the group \"" + name + "\": it or an enclosing group is a property"};
 }
 
 } // namespace
 
 std::string cleanName(std::string const& name) {
     if (!isUtf8(name))
-        throw Failure(Status::misuse, "not a name: \"" + name + "\": names are UTF-8 text");
+        throw Failure(Status::misuse, "invalid name: \"" + name + "\": not UTF-8 text");
     std::string clean;
     clean.reserve(name.size());
     for (std::size_t begin = 0; begin < name.size();) {
         std::size_t const end = std::min(name.find('/', begin), name.size());
         std::string_view const level = std::string_view(name).substr(begin, end - begin);
         if (level == "." || level == "..")
-            throw Failure(Status::misuse, "not a name: \"" + name + R"(": a level cannot be "." or "..")");
+            throw Failure(Status::misuse, "invalid name: \"" + name + R"(": a level cannot be "." or "..")");
         if (!level.empty() && !clean.empty())
             clean += '/';
         clean += level;

@@ -46,7 +46,7 @@ std::string_view kindName(Reading const& reading) {
 Value parseValue(std::string const& kind, std::vector<std::string> const& texts) {
     std::size_t const index = requiredKind(kind);
     if (index < singles && texts.empty())
-        throw WrongCall("VALUE is missing");
+        throw WrongCall("VALUE is required");
     if (index < singles && texts.size() > 1)
         throw WrongCall("too many values: only a list takes more than one");
     try {

@@ -30,7 +30,7 @@ using tool::WrongCall;
 constexpr char const* program = "velmorand-register";
 
 constexpr char const* footer =
-    R"("velmorand-register COMMAND --help" describes a command; see also the manual page.
+    R"(For a command: "velmorand-register COMMAND --help". See also the manual page.
 
 Exit status: 0 success; 1 a name does not exist, or something differs; 2 wrong
 usage; 3 a register file is damaged, cannot be read, or was not saved; 4 "check"
@@ -39,7 +39,7 @@ found only undeclared names, invalid values or an invalid list of locks.)";
 /** The command line, and what it says. */
 class CommandLine {
 public:
-    CommandLine() : _line("Shows and changes register files: the settings of applications.") {
+    CommandLine() : _line("Show and change register files, which hold the settings of applications.") {
         _line.name(program);
         _line.footer(footer);
         _line.set_help_flag("-h,--help", "Print this help");
@@ -77,7 +77,7 @@ public:
                    (_line.got_subcommand("set") ? R"( (put -- before a value that begins with "-"))" : "");
         if (_line.get_subcommands().empty())
             return "no such command: " + text + " (commands: " + commands() + ")";
-        return "too many arguments: " + text;
+        return "unexpected argument: " + text;
     }
 
     /** How the command, or the program, is called. */
@@ -102,7 +102,7 @@ private:
     CLI::App* add(char const* name, char const* what, std::function<Status()> const& command) {
         CLI::App* const added = _line.add_subcommand(name, what);
         added->group("Commands");
-        added->footer(std::string("The options of ") + program + " may stand here as well.");
+        added->footer(std::string("The options of ") + program + " are accepted here, too.");
         added->callback([this, command] { _command = command; });
         return added;
     }
@@ -127,7 +127,7 @@ private:
         _line
             .add_option(
                 "--catalogue", _places.catalogues,
-                "A catalogue of declared settings, or a directory of\nthem [those that are installed]")
+                "A catalogue of declared settings, or a directory of\ncatalogues [the installed ones]")
             ->type_name("PATH")
             ->allow_extra_args(false);
         _line
@@ -148,12 +148,12 @@ private:
             return _isDeclared ? tool::listDeclared(_places, _group, _isRecursive)
                                : tool::list(_places, _group, _isRecursive, _isLong);
         });
-        list->add_option("GROUP", _group, "The group [the outermost]")->type_name("");
-        list->add_flag("-r,--recursive", _isRecursive, "List the groups within it as well");
-        list->add_flag("-l,--long", _isLong, "Print the values, too");
-        list->add_flag("--declared", _isDeclared, "List what programs declare, with values or fallbacks");
+        list->add_option("GROUP", _group, "The group [all settings]")->type_name("");
+        list->add_flag("-r,--recursive", _isRecursive, "Include nested groups");
+        list->add_flag("-l,--long", _isLong, "Also print the values");
+        list->add_flag("--declared", _isDeclared, "List declared settings, with values or fallbacks");
 
-        auto* const get = add("get", "Print a property's value, one element a line",
+        auto* const get = add("get", "Print a property's value, one element per line",
                               [this] { return tool::get(_places, _name); });
         addName(get, "The property's name");
     }
@@ -168,11 +168,11 @@ private:
             ->type_name("");
         addName(set, "The property's name");
         _values = addWords(set, "VALUE", "The value, or the elements of a list");
-        set->add_flag("--force", _isForced, "Set it even if it is locked, or invalid for its declaration");
+        set->add_flag("--force", _isForced, "Set it even if it is locked or not allowed");
         set->footer("Put -- before values that begin with \"-\", unless a digit follows.\n" +
                     set->get_footer());
 
-        constexpr char const* locked = "The names of properties, and of groups for everything in them";
+        constexpr char const* locked = "Properties, or groups with everything in them";
         _toLock = addWords(add("lock", "Keep users from changing settings",
                                [this] { return tool::lock(_places, _toLock->results()); }),
                            "NAME", locked);
@@ -188,24 +188,22 @@ private:
     void addExchange() {
         auto* const exporting =
             add("export", "Print settings as JSON", [this] { return tool::exportGroup(_places, _group); });
-        exporting->add_option("GROUP", _group, "The group [the outermost]")->type_name("");
+        exporting->add_option("GROUP", _group, "The group [all settings]")->type_name("");
 
         auto* const importing =
-            add("import", "Set everything that a JSON file holds, or take over another store",
-                [this] { return import(); });
-        importing->add_option("FILE", _moving.file, "The JSON, or the other store; - for standard input")
+            add("import", "Import settings from JSON or from another store", [this] { return import(); });
+        importing->add_option("FILE", _moving.file, "The file to import; - for standard input")
             ->required()
             ->type_name("");
         importing->add_flag("--replace", _isReplacing, "Remove all other settings");
         importing
             ->add_option("--from", _store,
-                         "The store that the file is of: ini (QSettings), kconfig,\ndconf, json (any object)")
+                         "The format of another store: ini (QSettings), kconfig,\ndconf, json (any object)")
             ->type_name("STORE");
-        importing->add_option("--map", _moving.map, "With --from: the new names and kinds")
+        importing->add_option("--map", _moving.map, "With --from: a file of new names and kinds")
             ->type_name("FILE");
-        importing->add_flag("--overwrite", _moving.isOverwriting, "With --from: replace values that are set");
-        importing->add_flag("--force", _moving.isForced,
-                            "With --from: import what is locked or invalid, too");
+        importing->add_flag("--overwrite", _moving.isOverwriting, "With --from: replace existing values");
+        importing->add_flag("--force", _moving.isForced, "With --from: set locked or invalid values, too");
         importing->add_flag("--dry-run", _moving.isDryRun, "With --from: only print what would be set");
     }
 
@@ -217,32 +215,28 @@ private:
             ->type_name("");
         diff->add_option("OTHER", _otherFile, "The file to compare it with")->required()->type_name("");
 
-        auto* const check =
-            add("check", "Check that a register file and all values in it are intact", [this] {
-                return _isDeclared ? tool::checkDeclared(_places, _checked) : tool::check(_places, _checked);
-            });
-        check->add_flag("--declared", _isDeclared, "Also compare with what programs declare");
-        check->add_option("FILE", _checked, "A register file, or its directory [those of the scopes]")
+        auto* const check = add("check", "Check register files and all their values", [this] {
+            return _isDeclared ? tool::checkDeclared(_places, _checked) : tool::check(_places, _checked);
+        });
+        check->add_flag("--declared", _isDeclared, "Also check names and values against declarations");
+        check->add_option("FILE", _checked, "A register file, or its directory [those of all scopes]")
             ->type_name("");
 
-        auto* const restore = add("restore", "List the kept copies of a register file, or put one back",
+        auto* const restore = add("restore", "List the copies of a register file, or restore one",
                                   [this] { return tool::restore(_places, _copy); });
-        restore
-            ->add_option("NAME", _copy,
-                         "The copy to put back; \"previous\" is the one before the last change")
-            ->type_name("");
+        restore->add_option("NAME", _copy, "The copy to restore, such as \"previous\"")->type_name("");
 
-        add("watch", "Print what other processes change, old and new",
+        add("watch", "Print changes by other processes as they happen",
             [this] { return tool::watch(_places); });
     }
 
     Status import() {
         if (_store && _isReplacing)
-            throw WrongCall("--replace does not go with --from");
+            throw WrongCall("--replace cannot be used with --from");
         if (_store)
             return tool::importFrom(_places, *_store, _moving);
         if (_moving.map || _moving.isOverwriting || _moving.isForced || _moving.isDryRun)
-            throw WrongCall("--map, --overwrite, --force and --dry-run go with --from");
+            throw WrongCall("--map, --overwrite, --force and --dry-run need --from");
         return tool::import(_places, _moving.file, _isReplacing);
     }
 

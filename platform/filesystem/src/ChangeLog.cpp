@@ -27,9 +27,9 @@ ChangeLog::ChangeLog(RAMFileSystem& fileSystem, std::string const& directory, st
     : _fileSystem(fileSystem) {
     Tree& tree = DirectAccess::tree(fileSystem);
     if (tree.journal() != nullptr)
-        throw utils::Exception("The file system has a change log already.");
+        throw utils::Exception("the file system already has a change log");
     if (tree.find(TreePath::below(directory, {})) == noNode)
-        throw utils::Exception("There is no directory " + directory + " to record changes in.");
+        throw utils::Exception("cannot record changes in " + directory + ": no such directory");
     _journal = std::make_unique<Journal>(tree, directory, std::move(wake));
     tree.setJournal(_journal.get());
 }

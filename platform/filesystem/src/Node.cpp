@@ -66,7 +66,7 @@ void Node::dropContent() noexcept {
 
 void Node::setText(std::string_view name, std::string_view content) {
     if (name.size() > longestName)
-        throw std::length_error("a name in memory has less than 1 GiB");
+        throw std::length_error("a name in memory must be shorter than 1 GiB");
     std::uint32_t const length = checkedLength(name.size() + content.size());
     if (length > inlineCapacity) {
         heapText = new char[length];

@@ -295,7 +295,7 @@ void RAMFileSystem::unserialize(QString const& path, FileHandle& handle) {
         Tree::Apart result(*_tree);
         decodeTree(*_tree, result, canonical.path(), head, payload.content);
         if (!_tree->graft(std::move(result), canonical.path()))
-            throw utils::Exception("cannot be put in place: no directory can be made there");
+            throw utils::Exception("cannot create the directory");
     } catch (utils::Exception const& failure) {
         throw utils::Exception(subject(handle, path) + ": " + failure.what());
     }

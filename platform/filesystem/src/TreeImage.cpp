@@ -115,7 +115,7 @@ void TreeImage::putInto(RAMFileSystem& fileSystem, std::string const& path) cons
     Tree::Apart built(tree);
     ApartBuilder(*_tree, built).build(place);
     if (!tree.graft(std::move(built), place))
-        throw utils::Exception("no directory can be made at " + path);
+        throw utils::Exception("cannot create the directory " + path);
 }
 
 } // namespace filesystem

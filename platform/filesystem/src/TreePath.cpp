@@ -89,7 +89,7 @@ std::string_view canonicalPath(std::string_view path, std::string& storage) {
 QString textOfName(std::string_view name) {
     auto const text = [](std::string_view utf8) {
         if (utf8.size() > static_cast<std::size_t>(std::numeric_limits<int>::max()))
-            throw utils::Exception("Path too long.");
+            throw utils::Exception("path too long");
         return QString::fromUtf8(utf8.data(), static_cast<int>(utf8.size()));
     };
     constexpr std::string_view byteOrderMark =

@@ -50,7 +50,7 @@ std::string readText(std::string const& path) {
     if (::stat(path.c_str(), &status) != 0)
         throw systemError();
     if (!S_ISREG(status.st_mode)) // a pipe would wait for a writer
-        throw Exception("Not a regular file");
+        throw Exception("not a regular file");
     std::unique_ptr<std::FILE, int (*)(std::FILE*)> const file(std::fopen(path.c_str(), "rbe"), std::fclose);
     if (file == nullptr)
         throw systemError();
@@ -59,7 +59,7 @@ std::string readText(std::string const& path) {
     while (std::size_t const got = std::fread(part.data(), 1, part.size(), file.get())) {
         text.append(part.data(), got);
         if (text.size() > most)
-            throw Exception("it is too large");
+            throw Exception("file too large");
     }
     if (std::ferror(file.get()) != 0)
         throw systemError();
@@ -76,7 +76,7 @@ std::vector<Found> readIni(std::string const& path) {
 #endif
     QStringList const keys = settings.allKeys();
     if (settings.status() != QSettings::NoError)
-        throw Exception("not an INI file of QSettings: a line is neither a [section] nor \"key=value\"");
+        throw Exception("not a QSettings INI file: a line is neither a [section] nor \"key=value\"");
     std::vector<Found> all;
     for (QString const& key : keys) {
         std::vector<std::string> levels;

@@ -90,7 +90,7 @@ public:
         imported.reason = setting.value ? whyNot(setting) : setting.problem;
         imported.outcome = imported.reason.empty() ? put(setting) : Outcome::refused;
         if (imported.outcome == Outcome::refused && imported.reason.empty())
-            imported.reason = "a property has the name of a group around it";
+            imported.reason = "an enclosing group is a property";
         return imported;
     }
 
@@ -100,10 +100,10 @@ private:
     std::string whyNot(ForeignSetting const& setting) {
         auto const [first, isNew] = _sources.emplace(setting.name, setting.from);
         if (!isNew)
-            return first->second + " has this new name as well, and comes first";
+            return inQuotes(first->second) + " already has this new name";
         bool const isGroup =
             filesystem::direct::find(_files, {_directory}, setting.name).kind == Kind::directory;
-        return isGroup ? "there is a group of this name" : "";
+        return isGroup ? "a group of this name exists" : "";
     }
 
     ImportedSetting::Outcome put(ForeignSetting const& setting) {

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <exception>
 #include <map>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -20,6 +21,7 @@
 #include "../Access.h"
 #include "../Declarations.h"
 #include "../Locks.h"
+#include "../Names.h"
 #include "../live/DiskFile.h"
 #include "../live/Limits.h"
 #include "../live/Places.h"
@@ -43,9 +45,16 @@ ImportReport failed(std::string reason) {
     return {Result::failed, std::move(reason), {}};
 }
 
+/** A message about a file: "PATH: REASON", or "PATH:3: REASON" for a reason that begins with "line 3: ". */
+std::string about(std::string const& path, std::string const& reason) {
+    constexpr std::string_view line = "line ";
+    bool const hasLine = reason.compare(0, line.size(), line) == 0;
+    return path + ':' + (hasLine ? reason.substr(line.size()) : ' ' + reason);
+}
+
 std::string recordName(std::string const& id) {
     if (id.empty())
-        throw utils::Exception("an import needs an id");
+        throw utils::Exception("the ID of an import is empty");
     return "velmorand/imported/" + levelFrom(id);
 }
 
@@ -125,7 +134,7 @@ ImportReport bringIntoFile(std::string const& directory, ForeignSetting const& r
     ImportReport report{Result::imported, {}, importInto(files, user, settings, false)};
     ImportedSetting const recorded = importInto(files, user, {record}, false).front();
     if (recorded.outcome != ImportedSetting::Outcome::set)
-        return failed(record.name + " cannot be set: " + recorded.reason);
+        return failed("cannot write " + inQuotes(record.name) + ": " + recorded.reason);
     auto replaced = file.replace(TreeImage::of(files, '/' + std::string(user)),
                                  reading.image ? live::previousFileName : "");
     if (!replaced.isInPlace)
@@ -156,7 +165,7 @@ ImportReport importOnce(LiveSettings& live, std::string const& id, ImportSource 
     try {
         settings = readDeclared(source);
     } catch (std::exception const& error) {
-        return failed(source.path + ": " + error.what());
+        return failed(about(source.path, error.what()));
     }
     if (settings.empty() && import::isDatabaseDirectory(source))
         return {Result::nothingThere, {}, {}};

@@ -34,7 +34,7 @@ using utils::Exception;
 std::string pathOf(std::string const& program) {
     Dl_info info = {};
     if (::dladdr(reinterpret_cast<void const*>(&readByProgram), &info) == 0 || info.dli_fname == nullptr)
-        throw Exception("the library does not know where it is installed");
+        throw Exception("cannot find the directory of this library");
     return (std::filesystem::path(info.dli_fname).parent_path() / "velmorand-register" / program).string();
 }
 
@@ -42,7 +42,7 @@ class Pipe {
 public:
     Pipe() {
         if (::pipe2(_ends.data(), O_CLOEXEC) != 0)
-            throw Exception("no pipe: " + std::generic_category().message(errno));
+            throw Exception("cannot create a pipe: " + std::generic_category().message(errno));
     }
     Pipe(Pipe const&) = delete;
     Pipe& operator=(Pipe const&) = delete;
@@ -130,12 +130,12 @@ Found foundIn(QJsonObject const& setting) {
 std::vector<Found> readByProgram(std::string const& name, std::string const& path) {
     std::string const program = pathOf("import-" + name);
     if (::access(program.c_str(), X_OK) != 0)
-        throw Exception("settings of " + name + " cannot be imported: " + program + " is not installed");
+        throw Exception("cannot import settings of " + name + ": " + program + " is not installed");
     std::string const output = outputOf(program, path);
     QJsonDocument const answer =
         QJsonDocument::fromJson(QByteArray::fromRawData(output.data(), static_cast<int>(output.size())));
     if (!answer.isObject())
-        throw Exception(program + " ended without a whole answer");
+        throw Exception(program + ": incomplete answer");
     if (answer.object().contains("error"))
         throw Exception(answer["error"].toString().toStdString());
     QJsonArray const settings = answer["settings"].toArray();

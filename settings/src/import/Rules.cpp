@@ -37,7 +37,7 @@ struct Named {
 
 Named named(std::string_view text) {
     if (text.empty())
-        throw Exception("a name is missing");
+        throw Exception("missing name");
     return {cleanName(std::string(text)), text.back() == '/'};
 }
 
@@ -70,7 +70,7 @@ void add(Rules& rules, Named const& old, Rules::Rule rule) {
     auto& all = old.isGroup ? rules.groups : rules.settings;
     auto const [at, isNew] = all.emplace(canonical(old.name), std::move(rule));
     if (!isNew)
-        throw Exception("there is a rule for this name in line " + std::to_string(at->second.line));
+        throw Exception("duplicate rule: line " + std::to_string(at->second.line) + " is for the same name");
 }
 
 /** Errors: `utils::Exception` if no property can have the name. */
@@ -83,7 +83,7 @@ void addRule(Rules& rules, std::string_view text, std::size_t line) {
     std::size_t const at = text.find(arrow);
     if (at == std::string_view::npos) {
         if (text.substr(0, drop.size()) != drop)
-            throw Exception(R"(neither "OLD -> NEW" nor "drop OLD": )" + std::string(text));
+            throw Exception(R"(expected "OLD -> NEW" or "drop OLD", found: )" + std::string(text));
         add(rules, named(trimmed(text.substr(drop.size()))), {std::nullopt, std::nullopt, line});
         return;
     }
@@ -92,9 +92,8 @@ void addRule(Rules& rules, std::string_view text, std::size_t line) {
     auto const kind = takeKind(right);
     Named const target = named(right);
     if (old.isGroup != target.isGroup)
-        throw Exception(old.isGroup ? "a group becomes a group: \"/\" is missing at the end of the new name"
-                                    : "a setting does not become a group: \"/\" is missing at the end of the "
-                                      "old name");
+        throw Exception(old.isGroup ? "a group cannot become a property (end the new name with \"/\")"
+                                    : "a property cannot become a group (end the old name with \"/\")");
     if (!target.isGroup || !target.name.empty())
         requireName(target.name);
     add(rules, old, {target.name, kind, line});

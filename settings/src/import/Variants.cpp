@@ -142,7 +142,7 @@ Found list(std::vector<std::string> const& path, QVariantList const& variants, W
 
 Found setting(std::vector<std::string> const& path, QVariant const& variant, Whole whole) {
     if (!variant.isValid())
-        return {path, {}, {}, "it has no value, or one of a type that only its own program can read"};
+        return {path, {}, {}, "no value, or a value that only its own program can read"};
     if (variant.userType() == QMetaType::Nullptr)
         return {path, {}, {}, "null is not a value"};
     if (variant.userType() == QMetaType::QStringList)
@@ -153,7 +153,7 @@ Found setting(std::vector<std::string> const& path, QVariant const& variant, Who
         return {path, std::move(value)};
     if (auto value = geometry(variant))
         return {path, std::move(value)};
-    return {path, {}, {}, "a " + std::string(variant.typeName()) + " cannot be imported"};
+    return {path, {}, {}, "values of type " + std::string(variant.typeName()) + " cannot be imported"};
 }
 
 Found settingOrProblem(std::vector<std::string> const& path, QVariant const& variant, Whole whole) {

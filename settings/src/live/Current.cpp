@@ -56,7 +56,7 @@ void Current::leave() {
 Current::Place::Place() {
     std::lock_guard<std::mutex> const lock(holder().mutex);
     if (std::exchange(holder().isTaken, true))
-        throw utils::Exception("there are live settings already: a process has one LiveSettings at a time");
+        throw utils::Exception("this process already has a LiveSettings, and can have only one at a time");
 }
 
 Current::Place::~Place() {

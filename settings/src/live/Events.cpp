@@ -11,13 +11,13 @@ namespace {
 char const* consequence(LiveEventKind kind) {
     switch (kind) {
     case LiveEventKind::recovered:
-        return "an intact file has replaced it";
+        return "replaced by an intact copy";
     case LiveEventKind::startedEmpty:
         return "starting with empty settings";
     case LiveEventKind::globalIgnored:
         return "the administrator's settings are ignored";
     case LiveEventKind::saveFailed:
-        return "settings are not saved, trying again";
+        return "settings are not saved; trying again";
     case LiveEventKind::savedAgain:
         break;
     }

@@ -43,11 +43,11 @@ bool wasOpenedHere = false; // guarded by the register's lock
 _Register* openNew() {
     std::uint64_t const before = filesystem::madeSoFar();
     Paths::Values paths = Paths::clear();
-    RequiredAccess const settings("the settings cannot be opened"); // makes it, if it is not there
+    RequiredAccess const settings("cannot open the settings"); // makes it, if it is not there
     if (filesystem::numberOf(&*settings) < before) {
         Paths::putBack(std::move(paths));
-        throw utils::Exception("the settings cannot be shared: the register has been used already, and "
-                               "LiveSettings must be its first use");
+        throw utils::Exception("cannot share the settings: the register is already in use (create the "
+                               "LiveSettings before the first use of any setting)");
     }
     wasOpenedHere = true;
     return &*settings;
@@ -76,7 +76,7 @@ void record(_Register& theRegister, Files const& files, std::string const& globa
 _Register* openRegister(Files const& files, std::string const& globalDirectory, void* sender) {
     Lock const lock;
     if (wasOpenedHere) {
-        RequiredAccess const settings("the settings cannot be opened");
+        RequiredAccess const settings("cannot open the settings");
         reload(*settings, files, sender);
         record(*settings, files, globalDirectory);
         return &*settings;

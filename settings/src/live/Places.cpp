@@ -43,7 +43,8 @@ std::string absolute(std::string const& path) {
 std::string openUserDirectory(std::string const& given) {
     std::string directory = given.empty() ? standardUserDirectory() : absolute(given);
     if (!filesystem::makePrivateDirectories(directory))
-        throw utils::Exception(directory + ": cannot be created: " + std::generic_category().message(errno));
+        throw utils::Exception("cannot create the directory " + directory + ": " +
+                               std::generic_category().message(errno));
     return directory;
 }
 

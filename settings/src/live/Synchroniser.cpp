@@ -147,7 +147,7 @@ std::string Synchroniser::take(DirectoryLock& turn) {
 void Synchroniser::noteRecovery(std::string const& damage, std::string const& keptAs) {
     _files.user.removeOldestDamaged();
     _events.note({LiveEventKind::recovered, _files.user.path(),
-                  damage + "; nothing is lost, since the running program has all settings in memory",
+                  damage + "; nothing is lost: the program has all settings in memory",
                   _files.directory + '/' + keptAs});
 }
 

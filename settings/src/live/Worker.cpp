@@ -66,12 +66,12 @@ Worker::Worker(std::vector<std::string> files, std::chrono::milliseconds delay, 
     : _files(std::move(files)), _delay(std::min(delay, longestDelay)), _isNews(std::move(isNews)),
       _synchronise(std::move(synchronise)), _process(::getpid()), _wake(makeEvent()) {
     if (_wake < 0)
-        throw utils::Exception("settings cannot be shared: " + std::generic_category().message(errno));
+        throw utils::Exception("cannot share the settings: " + std::generic_category().message(errno));
     SignalsBlocked const blocked;
     // Not a `std::thread`, which frees memory at its end: that would give the thread a heap of its own first.
     if (int const error = ::pthread_create(&_thread, nullptr, begin, this); error != 0) {
         ::close(_wake);
-        throw utils::Exception("settings cannot be shared: " + std::generic_category().message(error));
+        throw utils::Exception("cannot share the settings: " + std::generic_category().message(error));
     }
 }
 
