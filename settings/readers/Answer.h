@@ -8,13 +8,14 @@
 #include <QStringList>
 
 /**
- * What a reader writes to standard output: a JSON object with "settings", a list of objects
+ * The output of a reader on standard output: a JSON object with "settings", a list of objects
  *
  *     {"path": [LEVEL, ...], "kind": KIND, "value": [TEXT, ...]}
  *     {"path": [LEVEL, ...], "problem": REASON}
  *
- * or with "error" alone if the store cannot be read as a whole. The texts are the elements of the value, one if it is
- * not a list. "isBase64" says that they are in base64; "list" are the elements if the store can read the text as a list.
+ * or, if the store cannot be read as a whole, with "error" alone. The texts are the elements of the value; a single
+ * value has one. If "isBase64" is true, they are in base64. "list" has the elements if the store can read the text as a
+ * list.
  */
 namespace reader {
 
@@ -28,7 +29,7 @@ public:
     void add(QStringList const& path, char const* kind, QStringList const& value);
     void addBytes(QStringList const& path, QByteArray const& bytes);
 
-    /** A text, and what it is as a list. */
+    /** A text, and its elements if it is read as a list. */
     void addText(QStringList const& path, QString const& text, QStringList const& list);
     void addProblem(QStringList const& path, QString const& reason);
 
@@ -38,7 +39,7 @@ private:
     QJsonArray _settings;
 };
 
-/** Reads what the first argument names, and prints the answer. Result: for `main`. */
+/** Reads the store that the first argument names, and prints the answer. Result: the exit status. */
 int answer(int argc, char** argv, std::function<void(QString const& path, Answer& answer)> const& read);
 
 } // namespace reader

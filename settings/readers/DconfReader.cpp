@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Reads what `dconf dump` prints, or a directory of the user's dconf database, whose path begins and ends with "/".
+// Reads the output of `dconf dump`, or a directory of the user's dconf database; its path begins and ends with "/".
 
 #include <memory>
 
@@ -29,9 +29,9 @@ QString reasonOf(GError* error) {
     return QString::fromUtf8(error->message);
 }
 
-/** An element that is not a list, as text, and its kind: as the settings library stores its type. */
+/** A single value as text, with the kind in which the settings library stores its type. */
 struct Element {
-    char const* kind; ///< null if there is none
+    char const* kind; ///< null if it has no such kind
     QString text;
 };
 
@@ -97,7 +97,7 @@ void addDictionary(QStringList const& path, GVariant* value, Answer& answer) {
     }
 }
 
-/** An empty list says what its elements would be. */
+/** The type of an empty list determines the kind of its elements. */
 void addEmptyList(QStringList const& path, GVariant* value, Answer& answer) {
     Owned<GVariant> const example(g_variant_new_from_data(g_variant_type_element(g_variant_get_type(value)),
                                                           nullptr, 0, 0, nullptr, nullptr));
@@ -117,7 +117,7 @@ void add(QStringList const& path, GVariant* value, Answer& answer) {
     } else if (g_variant_is_of_type(value, G_VARIANT_TYPE_BYTESTRING) != 0) {
         gsize size = 0;
         auto const* const bytes = static_cast<char const*>(g_variant_get_fixed_array(value, &size, 1));
-        bool const isText = size > 0 && bytes[size - 1] == '\0'; // as a file name is
+        bool const isText = size > 0 && bytes[size - 1] == '\0'; // a C string, such as a file name
         answer.addBytes(path, QByteArray(bytes, static_cast<int>(size) - (isText ? 1 : 0)));
     } else if (g_variant_is_of_type(value, G_VARIANT_TYPE_DICTIONARY) != 0) {
         addDictionary(path, value, answer);

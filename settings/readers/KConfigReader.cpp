@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Reads a file of KConfig.
+// Reads a KConfig file.
 
 #include <cstdlib>
 
@@ -14,16 +14,16 @@ namespace {
 
 using reader::Answer;
 
-QString firstComplaint; ///< of the parser
+QString firstComplaint; ///< the parser's first warning
 
 void takeComplaint(QtMsgType /*type*/, QMessageLogContext const& /*context*/, QString const& message) {
-    // The parser goes on after a bad line; the message gives its file and its number.
+    // The parser only warns of invalid lines. Keeps the line number and the reason, without the path.
     if (firstComplaint.isEmpty())
         firstComplaint = message.mid(qMax(0, message.indexOf("line "))).remove("\" ").trimmed();
 }
 
 void readGroup(KConfigGroup const& group, QStringList const& path, Answer& answer) {
-    constexpr int deepest = 100; // the time that KConfig takes grows with the third power
+    constexpr int deepest = 100; // the time that KConfig needs grows with the cube of the depth
     if (path.size() > deepest)
         throw reader::Error{QString("groups nested more than %1 levels deep").arg(deepest)};
     for (QString const& key : group.keyList())

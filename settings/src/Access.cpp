@@ -16,7 +16,7 @@ namespace {
 
 using utils::properties::_Register;
 
-// Without destructors, so that static objects of any age can use them while the process exits.
+// Trivially destructible, so that static objects can use them at any time during exit.
 std::atomic<Availability> state{Availability::available};
 _Register* theRegister = nullptr; // guarded by the lock; null until the first use
 
@@ -26,8 +26,8 @@ void becomeUnavailable(Availability now) {
 }
 
 /**
- * A lock that was held at the fork stays locked in the child for good: the child does not have the other threads of its
- * parent, and the lock does not recognise even the forking thread, which has another thread ID there.
+ * A lock that was held during the fork stays locked in the child forever: the child lacks the other threads of its
+ * parent, and the lock does not even recognise the forking thread, whose thread ID is another one there.
  */
 void checkLockAfterFork() {
     if (!_Register::_mutex->try_lock())
@@ -38,12 +38,12 @@ void checkLockAfterFork() {
 
 [[maybe_unused]] int const lockCheckedAfterForks = ::pthread_atfork(nullptr, nullptr, checkLockAfterFork);
 
-/** The register, opened now if it has not been used yet; null if it has been destroyed. The lock is held. */
+/** The register, created on first use; null if it has been destroyed. The lock is held. */
 _Register* openRegister() {
     if (theRegister != nullptr)
         return theRegister;
     _Register* const opened = _Register::getInstance();
-    // If it was used and destroyed without this library, only its address is left.
+    // If the register was used and destroyed without this library, `opened` is dangling.
     if (filesystem::callAtEnd(opened, [] { becomeUnavailable(Availability::destroyed); })) {
         theRegister = opened;
         filesystem::countChanges(*opened, registerState);
@@ -55,7 +55,7 @@ _Register* openRegister() {
 
 } // namespace
 
-// On a cache line of its own, so that its readers wait for nothing but changes of the register.
+// On a separate cache line, to avoid false sharing: only changes of the register slow down readers.
 alignas(64) std::atomic<std::uint64_t> registerState{1};
 
 void countChange() noexcept {

@@ -12,21 +12,21 @@
 
 namespace velmorand {
 
-/** Whether the process still has a register to use. */
+/** Whether the register can be used. */
 enum class Availability {
-    available,     ///< it has one, or will have at the first use
-    destroyed,     ///< the process is exiting, and the register has been destroyed
-    lockAbandoned, ///< this process was forked while a thread of its parent, or the forking one, held the lock
+    available, ///< it exists, or the first use creates it
+    destroyed, ///< the process is exiting and has destroyed it
+    lockAbandoned, ///< the process was forked while a thread of its parent, perhaps the forking one, held the lock
 };
 
 /**
- * Grows whenever the register changes, by whatever operation, whenever an override does, and when the register becomes
- * unavailable. Never 0. It may be read without the lock, and grows only with the lock held, except at the register's end.
- * Declared as hidden, so that a read needs no table of addresses.
+ * Incremented whenever the register or an override changes, and when the register becomes unavailable. Never 0. It may
+ * be read without the lock. It is incremented with the lock held, except when the register is destroyed. Hidden, so
+ * that reading it needs no lookup in the global offset table.
  */
 [[gnu::visibility("hidden")]] extern std::atomic<std::uint64_t> registerState;
 
-/** Counts a change of what is in force that is not one of the register. The lock is held. */
+/** Increments `registerState` for a change outside the register, such as that of an override. The lock is held. */
 void countChange() noexcept;
 
 /** Locks: none. */
@@ -36,8 +36,8 @@ void countChange() noexcept;
 [[nodiscard]] char const* unavailabilityReason() noexcept;
 
 /**
- * The process's register, locked for the lifetime of this object; null if the register is not available. The
- * first one opens the register.
+ * The process's register, locked for the lifetime of this object; null if the register is not available. The first
+ * access opens the register.
  * Errors: those of `_Register::getInstance`.
  */
 class Access {
@@ -46,7 +46,7 @@ public:
 
     explicit operator bool() const noexcept { return _register != nullptr; }
 
-    /** Whether this thread did not hold the lock before. It may if it took the register's mutex itself. */
+    /** Whether this thread did not hold the lock before, apart from locking the register's mutex itself. */
     [[nodiscard]] bool isOutermost() const noexcept { return holdsOfThisThread() == 1; }
 
     utils::properties::_Register* operator->() const noexcept { return _register; }

@@ -9,7 +9,7 @@ namespace {
 
 using utils::properties::_Register;
 
-/** A register whose pending names can be reached. */
+/** Gives access to the register's pending names. */
 struct Pending : _Register {
     static std::set<std::string>& names(_Register& settings) {
         return settings.*(&Pending::_changedProperties);
@@ -24,9 +24,9 @@ void announce(_Register& settings, void* sender, std::set<std::string> names) {
     for (std::string const& name : names)
         expectAnnouncement(name);
     std::set<std::string>& pending = Pending::names(settings);
-    pending.merge(names); // which leaves in `names` those that are pending already
+    pending.merge(names); // `names` keeps those that are already pending
     settings.notify(sender);
-    // Inside a listener, `notify` leaves out the names that are being announced, but these have changed again.
+    // Inside a listener, `notify` skips names that are being announced already. These have changed again since.
     for (std::string const& name : names)
         if (pending.count(name) != 0)
             settings.markAsChanged(sender, name);

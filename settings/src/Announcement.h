@@ -9,8 +9,8 @@
 namespace velmorand {
 
 /**
- * Notifies the listeners, except those of `sender`, of changes that are all in place. The lock is held.
- * Errors: what a listener throws; the names stay pending then, and are announced again with the next change.
+ * Notifies the listeners, except those of `sender`, after all changes have been made. The lock is held.
+ * Errors: those of listeners; the names then stay pending and are announced again with the next change.
  */
 void announce(utils::properties::_Register& settings, void* sender, std::set<std::string> names);
 

@@ -16,7 +16,7 @@ namespace {
 
 using utils::Exception;
 
-/** Parses all of a text. `what` and its range are for the message. */
+/** Parses a whole text. `what` and `range` are for messages. */
 template <class T>
 T parseDigits(std::string const& text, char const* what, char const* range) {
     T value{};

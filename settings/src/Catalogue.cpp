@@ -14,7 +14,7 @@ namespace velmorand {
 
 namespace {
 
-/** The members of a JSON object, one after the other. */
+/** Builds a JSON object from its members. */
 class Members {
 public:
     void add(char const* name, std::string const& json) {

@@ -20,7 +20,7 @@ namespace {
 
 using filesystem::direct::Kind;
 
-/** Whether a change would change nothing. The lock is held. */
+/** Whether a change would have no effect. The lock is held. */
 bool isInPlace(utils::properties::_Register const& settings, std::string const& name,
                std::optional<std::string> const& record) {
     auto const entry = filesystem::direct::find(settings, {"user"}, name);

@@ -23,11 +23,12 @@ struct detail::Declaration::State {
 };
 
 /**
- * Calls `use` for each declaration that is alive, in byte order of their names; of those with one name, for the first.
+ * Calls `use` for each live declaration, in byte order of their names; if a name is declared more than once, only for
+ * the declaration made first.
  *
- * Locks: takes the settings' lock for each in turn, and holds it while `use` runs; a declaration that another thread is
- * about to destroy lives until then. A thread that holds the settings' lock never waits for that: no declaration is in
- * use by another thread then.
+ * Locks: takes the settings' lock for one declaration at a time, while `use` runs. A thread that destroys the
+ * declaration meanwhile waits until `use` returns. It cannot deadlock if it holds the settings' lock: then no `use`
+ * runs in another thread.
  */
 void eachDeclaration(std::function<void(detail::Declaration const&)> const& use);
 

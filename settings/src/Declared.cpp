@@ -19,10 +19,10 @@ namespace velmorand {
 
 namespace {
 
-/** The declarations that are alive. Never destroyed, for declarations that are static objects. */
+/** The live declarations. Never destroyed, because declarations may be static objects. */
 struct List {
     struct Entry {
-        std::uint64_t number; ///< in the order of declaration
+        std::uint64_t number; ///< increases in the order of declaration
         int users;            ///< threads that are using it
     };
 
@@ -39,15 +39,15 @@ struct List {
 
 void afterForkInChild() {
     for (auto& [declaration, entry] : List::instance().entries)
-        entry.users = 0; // the parent's threads are not here
+        entry.users = 0; // the child lacks the other threads of its parent
     List::instance().mutex.unlock();
 }
 
-// A child process destroys its declarations when it exits, even if another thread held the list's lock at the fork.
+// Held during a fork: a child destroys its declarations when it exits, and must find the mutex free.
 [[maybe_unused]] int const listHeldDuringForks = ::pthread_atfork(
     [] { List::instance().mutex.lock(); }, [] { List::instance().mutex.unlock(); }, afterForkInChild);
 
-/** Keeps a declaration alive, unless it is gone already. */
+/** Keeps a declaration alive, unless it has been destroyed. */
 class Use {
 public:
     Use(detail::Declaration const* declaration, std::uint64_t number) {
@@ -82,7 +82,7 @@ struct Known {
     detail::Declaration const* declaration;
 };
 
-/** In byte order of their names, the first declared of each. */
+/** The live declarations in byte order of their names, without later declarations of the same name. */
 std::vector<Known> knownDeclarations() {
     std::vector<Known> known;
     {

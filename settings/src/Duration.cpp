@@ -38,13 +38,13 @@ char const* nameOf(TimeUnit unit) {
         ->name;
 }
 
-/** A text as a number and the ratio of its unit to `unit`, in lowest terms. */
+/** A duration: its number, and the factor, in lowest terms, that converts it to the requested unit. */
 struct Parts {
     std::string_view number;
     TimeUnit factor;
 };
 
-/** How many bytes at the beginning of a text are a decimal number. */
+/** The size of the decimal number at the beginning of a text; 0 if it does not begin with one. */
 std::size_t numberSize(std::string_view text) {
     auto const digits = [text](std::size_t from) {
         std::size_t end = from;
@@ -73,7 +73,7 @@ std::optional<Parts> split(std::string_view text, TimeUnit unit) {
     return Parts{text.substr(0, size), {numerator / common, denominator / common}};
 }
 
-/** The number read to its end. */
+/** Parses a whole text as a number. */
 template <class T>
 std::optional<T> parsed(std::string_view text) {
     T value{};

@@ -25,20 +25,20 @@ using utils::properties::_Register;
 
 using Entries = std::multimap<std::string, _Register::Callback*>;
 
-/** A register whose entries for listeners can be reached. */
+/** Gives access to the register's listener entries. */
 struct Open : _Register {
     static void add(_Register& settings, Entries entries) noexcept {
         (settings.*(&Open::_callbacks)).merge(entries);
     }
 };
 
-/** The listeners, and the keys under which each of them has an entry. */
+/** The listeners to everything, and the keys under which each of them has an entry. */
 struct Everything {
     std::set<std::string, std::less<>> keys;
     std::vector<_Register::Callback*> listeners;
 };
 
-// Null without listeners. Guarded by the lock. Without a destructor, as listeners may outlive all static objects.
+// Null without listeners. Guarded by the lock. A plain pointer, because listeners may outlive all static objects.
 Everything* everyone = nullptr;
 
 std::set<std::string, std::less<>> keysNow(_Register const& settings) {
@@ -49,7 +49,7 @@ std::set<std::string, std::less<>> keysNow(_Register const& settings) {
     return keys;
 }
 
-/** Called before something comes to stand directly in a scope, or is announced. */
+/** Called before an entry is created directly in a scope, or announced. */
 void addKey(std::string_view key) {
     Access const settings;
     if (!settings || everyone->keys.find(key) != everyone->keys.end())
@@ -72,7 +72,7 @@ void listenToEverything(_Register& settings, _Register::Callback* listener) {
     for (std::string const& key : all.keys)
         entries.emplace(key, listener);
     all.listeners.push_back(listener);
-    // From here on nothing can fail.
+    // Nothing below can fail.
     Open::add(settings, std::move(entries));
     if (first) {
         everyone = first.release();

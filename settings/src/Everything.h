@@ -8,24 +8,25 @@
 namespace velmorand {
 
 /**
- * Registers a listener for all changes, each of which it hears once.
+ * Registers a listener for all changes; it is called once for each.
  *
- * The register looks for listeners under the keys of a name; the last of them is the name's first level, or "/" if the
- * name begins with one. So the listener gets an entry under "/" and under every first level that any scope has, and, as
- * long as it is registered, under every new one before it comes.
+ * The register looks up listeners under a name and under each of its enclosing groups. The outermost of these keys is
+ * the name's first level, or "/" if the name begins with "/". So the listener gets an entry under "/" and under every
+ * first level that exists in any scope, and later under every new first level before it is created.
  *
- * Errors: `std::bad_alloc`; it is not registered then. Locks: only with the settings' lock held.
+ * Errors: `std::bad_alloc`; the listener is not registered then. Locks: the caller holds the settings' lock.
  */
 void listenToEverything(utils::properties::_Register& settings,
                         utils::properties::_Register::Callback* listener);
 
 /**
- * Makes sure that such listeners hear of a name that is about to be announced, even if its first level is in no scope.
- * Errors: `std::bad_alloc`. Locks: only with the settings' lock held.
+ * Makes sure that listeners to everything are notified of a name that is about to be announced, even if its first level
+ * does not exist in any scope.
+ * Errors: `std::bad_alloc`. Locks: the caller holds the settings' lock.
  */
 void expectAnnouncement(std::string const& name);
 
-/** Removes all entries of such a listener. Locks: only with the settings' lock held. */
+/** Unregisters such a listener. Locks: the caller holds the settings' lock. */
 void stopListeningToEverything(utils::properties::_Register& settings,
                                utils::properties::_Register::Callback* listener);
 

@@ -40,7 +40,7 @@ std::string inGroup(std::string const& group, std::string_view name) {
     return full += name;
 }
 
-/** The name of a walk's entry, from the walk's group. */
+/** The name of a walk's entry, relative to the walk's group. */
 std::string_view nameOf(Walk const& entry) {
     std::string_view const path = entry.path();
     return entry.kind() == Kind::directory ? path.substr(0, path.size() - 1) : path;
@@ -65,7 +65,7 @@ std::vector<std::string> list(RegisterScope scope, std::string const& group, Kin
     return {names.begin(), names.end()};
 }
 
-/** From all scopes, but without what only the user has and the administrator has locked. */
+/** From all scopes, without locked names that exist only in the user's scope. */
 std::vector<std::string> list(std::string const& group, Kind kind) {
     std::set<std::string> names;
     if (Access const settings; settings) {
@@ -80,10 +80,10 @@ std::vector<std::string> list(std::string const& group, Kind kind) {
     return {names.begin(), names.end()};
 }
 
-/** What removes the user's group of a name. */
+/** The changes that remove a group from the user's scope. */
 struct Removal {
     UserChanges changes;
-    std::set<std::string> names; ///< of the properties that will be gone
+    std::set<std::string> names; ///< the properties that are removed
 };
 
 Removal removalOf(_Register const& settings, std::string const& group) {
@@ -104,7 +104,7 @@ void make(_Register& settings, Removal removal, void* sender) {
     announce(settings, sender, std::move(removal.names));
 }
 
-/** What gives the user copies of the user's and the global properties in a group. */
+/** The changes that copy a group, with its user and global properties, into the user's scope. */
 UserChanges copiesOf(_Register const& settings, std::string const& from, std::string const& to) {
     UserChanges copies;
     for (Walk walk(settings, directoryOf(SCOPE_USER), from); walk.next();)
@@ -125,7 +125,7 @@ std::string subjectOf(std::string const& group) {
     return group.empty() ? "the group of all settings" : inQuotes(group);
 }
 
-/** What makes a copy of a group. Errors: `utils::Exception`, beginning with `what`, if it cannot be made. */
+/** The changes that copy a group. Errors: `utils::Exception`, beginning with `what`, if it cannot be copied. */
 UserChanges checkedCopiesOf(_Register const& settings, std::string const& what, std::string const& from,
                             std::string const& to) {
     if (from.empty() || isIn(to, from))
@@ -228,7 +228,7 @@ Group Group::rename(std::string const& name, void* sender) const {
 
 std::string levelFrom(std::string_view text) {
     if (text.empty())
-        return "%"; // what no other text becomes
+        return "%"; // no other text gives this level
     bool const isText = isUtf8(text);
     bool const isReserved = text == "." || text == "..";
     constexpr std::string_view digits = "0123456789ABCDEF";

@@ -14,7 +14,7 @@
 
 namespace velmorand::detail {
 
-// The encoding of values in the exchange format of velmorand-register.
+// Values are encoded as in the exchange format of velmorand-register.
 
 template <>
 std::string json(std::string const& text) {
@@ -56,13 +56,13 @@ std::string listJson(std::vector<T> const& values) {
     return text + "]";
 }
 
-/** A text that is short enough for a message. */
+/** A text, truncated if it is too long for a message. */
 std::string shortened(std::string text) {
     constexpr std::size_t longest = 200;
     if (text.size() <= longest)
         return text;
     std::size_t end = longest;
-    while ((static_cast<unsigned char>(text[end]) & 0xc0) == 0x80) // in the middle of a character
+    while ((static_cast<unsigned char>(text[end]) & 0xc0) == 0x80) // not in the middle of a character
         --end;
     return text.substr(0, end) + "...";
 }

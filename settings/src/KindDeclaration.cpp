@@ -38,7 +38,7 @@ Fetched<Kind> fetch(std::string const& name) {
     Access const settings;
     if (!settings)
         return {std::nullopt, 0, {}};
-    // What a thread changes while it holds the lock is not for other threads yet.
+    // Changes that a thread makes while it holds the lock must not be visible to other threads until it releases it.
     std::uint64_t const now = settings.isOutermost() ? registerState.load(std::memory_order_relaxed) : 0;
     auto const entry = findInForce(*settings, name);
     switch (entry.kind) {

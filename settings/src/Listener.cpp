@@ -20,13 +20,13 @@ void reportThrown(std::string const& name, char const* byWhom, std::string const
 }
 
 /**
- * What the register knows of a listener. The register calls it through a plain pointer, so while a call is running
- * it outlives the object that it belongs to.
+ * The part of a listener that the register calls, through a plain pointer. It stays alive during a call even if the
+ * `Listener` is destroyed.
  */
 class Listener::Entry final : public utils::properties::_Register::Callback,
                               public std::enable_shared_from_this<Entry> {
 public:
-    /** Without a sender to leave out it is its own sender, which no change can have. */
+    /** Without a sender to ignore, it uses its own address, which no change has as its sender. */
     Entry(std::string const& key, Hears hears, Function call, void* sender)
         : _key(cleanName(key)), _hears(hears), _call(std::move(call)),
           _sender(sender != nullptr ? sender : this) {}

@@ -14,12 +14,12 @@ namespace {
 
 thread_local int holds = 0;
 
-/** Takes the lock, waiting about 50 ms at most. */
+/** Takes the lock if it becomes free within about 50 ms. */
 bool takeSoon() {
     constexpr long wait = 50'000'000;
     constexpr long second = 1'000'000'000;
-    // By the clock that may be set: ThreadSanitizer does not know the call that takes the other one. A wait that ends
-    // early or late is only one look too many or too few.
+    // Uses the real-time clock, since ThreadSanitizer does not support waiting with another one. If the clock is set,
+    // the wait ends early or late, which is harmless.
     timespec until = {};
     ::clock_gettime(CLOCK_REALTIME, &until);
     until.tv_nsec += wait;
@@ -30,7 +30,7 @@ bool takeSoon() {
 
 } // namespace
 
-// The exiting thread keeps the lock for good, so a thread that waits for it looks up now and then.
+// An exiting thread never releases the lock, so waiting threads check regularly whether the register is available.
 bool takeLock(GiveUp const& giveUp) {
     while (availability() == Availability::available) {
         if (utils::properties::_Register::_mutex->try_lock() || takeSoon()) {
@@ -45,7 +45,7 @@ bool takeLock(GiveUp const& giveUp) {
 
 void giveLockBack() {
     --holds;
-    // A forked child cannot release what its parent took.
+    // A forked child cannot release a lock that its parent took.
     if (availability() != Availability::lockAbandoned)
         utils::properties::_Register::_mutex->unlock();
 }

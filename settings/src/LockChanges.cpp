@@ -17,7 +17,7 @@ using filesystem::direct::Kind;
 using filesystem::direct::Walk;
 using utils::properties::_Register;
 
-/** Whether a name has another value without the user's scope. A group counts as nothing. */
+/** Whether locking a name changes its value. A group counts as no value. */
 bool hidesAnother(_Register const& settings, std::string const& name) {
     auto const unlocked = filesystem::direct::find(settings, {"user", "global", "temp"}, name);
     auto const locked = filesystem::direct::find(settings, {"global", "temp"}, name);
@@ -26,7 +26,7 @@ bool hidesAnother(_Register const& settings, std::string const& name) {
     return unlocked.kind != locked.kind || unlocked.content != locked.content;
 }
 
-/** What the user's scope has under the name of a property or group, the name itself included. */
+/** A name, and everything below it in the user's scope. */
 std::vector<std::string> usersUnder(_Register const& settings, std::string const& name) {
     std::vector<std::string> names{name};
     for (Walk walk(settings, "user", name); walk.next();) {

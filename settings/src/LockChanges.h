@@ -10,8 +10,9 @@
 namespace velmorand {
 
 /**
- * Makes a change of the global scope, and adds the names of which another value is in force then because a lock has come
- * or gone; those that `change` has noted itself may be among them. The register's lock is held.
+ * Calls `change`, which changes the global scope, and adds to `names` the properties whose value in force differs
+ * because `change` added or removed locks. Names that `change` has added itself may be added again. The register's lock
+ * is held.
  */
 void noteLockChanges(utils::properties::_Register const& settings, std::vector<std::string>& names,
                      std::function<void()> const& change);

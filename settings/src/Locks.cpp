@@ -21,9 +21,9 @@ using utils::properties::_Register;
 
 constexpr std::string_view listName = "velmorand/locked";
 
-/** The list that was last found. Never destroyed, for static objects that read while the process exits. */
+/** The list as last read. Never destroyed, because static objects may read settings during exit. */
 struct Kept {
-    std::uint64_t state = 0; ///< of the register
+    std::uint64_t state = 0; ///< the `registerState` in which it was read
     std::string record;
     Locks locks;
 
@@ -46,7 +46,7 @@ Locks::Locks(std::vector<std::string> const& list) {
             std::string storage;
             names.insert(propertyName(entry, storage) + '/');
         } catch (Exception const&) {
-            continue; // not a name
+            continue; // not a valid name
         }
     }
     std::copy_if(names.begin(), names.end(), std::back_inserter(_entries), [this](std::string const& name) {
@@ -56,7 +56,7 @@ Locks::Locks(std::vector<std::string> const& list) {
 
 std::optional<std::string> Locks::entryFor(std::string const& name) const {
     std::string const whole = name + '/';
-    // What lies between an entry and what begins with it begins with it, too, and so is not an entry.
+    // All names between an entry and a name that begins with it begin with it, too, so none of them is an entry.
     auto const next = std::upper_bound(_entries.begin(), _entries.end(), whole);
     if (next == _entries.begin() || !beginsWith(whole, *std::prev(next)))
         return std::nullopt;
@@ -73,7 +73,7 @@ Locks const& locksOf(_Register const& settings) {
     std::uint64_t const now = registerState.load(std::memory_order_relaxed);
     if (kept.state == now)
         return kept.locks;
-    // What is not a file has no content.
+    // Empty for a group and for a missing list.
     std::string_view const record = filesystem::direct::find(settings, {"global"}, listName).content;
     if (kept.record != record) {
         std::string copy(record);

@@ -9,11 +9,11 @@
 #include <utils/properties/Register.h>
 
 /**
- * What the administrator has locked: in the global scope, the property `velmorand/locked` is a list of names. Each locks
- * the property of that name, and everything in the group of that name, against the user's scope. A list of another type
- * locks nothing, and neither does an entry that is not a name.
+ * The administrator's locks: the property `velmorand/locked` in the global scope is a list of names. For the property
+ * with such a name, and for everything in the group with such a name, the user's scope is ignored. A value that is not
+ * a list of strings locks nothing; an entry that is not a valid name is ignored.
  *
- * The lock of the register is held in all of these.
+ * All functions require that the caller holds the register's lock.
  */
 namespace velmorand {
 
@@ -27,17 +27,17 @@ public:
     /** The outermost entry that locks a clean name: the name, or a group around it. */
     [[nodiscard]] std::optional<std::string> entryFor(std::string const& name) const;
 
-    /** Why the user's value of a clean name cannot be set; empty if it is not locked. */
+    /** Why a clean name cannot be set in the user's scope; empty if it is not locked. */
     [[nodiscard]] std::string objectionTo(std::string const& name) const;
 
-    /** Clean, with a "/" after each; sorted, and none begins with another. */
+    /** Clean names with a "/" appended; sorted, and none is a prefix of another. */
     [[nodiscard]] std::vector<std::string> const& entries() const noexcept { return _entries; }
 
 private:
     std::vector<std::string> _entries;
 };
 
-/** The locks of now; valid until the register changes. Looks for the list only if the register has changed. */
+/** The current locks; valid until the register changes. Reads the list only if the register has changed since. */
 [[nodiscard]] Locks const& locksOf(utils::properties::_Register const& settings);
 
 /** Whether a name, clean or not, is locked. */
@@ -48,8 +48,8 @@ void requireUnlocked(utils::properties::_Register const& settings, std::string c
                      std::string const& failure);
 
 /**
- * What stands under a name, clean or not: in the first of the user, the global and the temporary scope that has something
- * there; without the user scope if the name is locked.
+ * The entry under a name, clean or not, in the first of the user, the global and the temporary scope that has one. The
+ * user scope is skipped if the name is locked.
  */
 [[nodiscard]] filesystem::direct::Entry findInScopes(utils::properties::_Register const& settings,
                                                      std::string const& name);

@@ -10,7 +10,7 @@ namespace velmorand {
 
 namespace {
 
-/** Whether there is nothing to clean or to refuse, judged by the bytes: true for nearly every name. */
+/** A fast check for names that are clean and valid. False for some of these, but true for nearly all names in use. */
 bool isPlain(std::string const& name) {
     char before = '/';
     for (char const byte : name) {

@@ -6,7 +6,7 @@
 
 namespace velmorand {
 
-/** A name with one "/" between its levels and none around them. */
+/** The clean form of a name: without leading, trailing and doubled "/". */
 [[nodiscard]] std::string cleanName(std::string name);
 
 /** A name in a message. */
@@ -18,16 +18,16 @@ namespace velmorand {
 [[nodiscard]] bool canBeName(std::string const& clean);
 
 /**
- * The clean form of a name that is to be written. It refers to `name`, which nearly always is its own clean form, or to
- * `storage`.
+ * The clean form of a name that is to be written: a reference to `name` if that is clean, as it nearly always is,
+ * otherwise to `storage`.
  * Errors: `utils::Exception` if no property can have the name.
  */
 [[nodiscard]] std::string const& propertyName(std::string const& name, std::string& storage);
 
-/** The group around a clean name; empty for a name of one level. */
+/** The group of a clean name; empty for a name with one level. */
 [[nodiscard]] std::string groupOf(std::string const& name);
 
-/** Whether a clean name is below another. */
+/** Whether a clean name is in a group, at any depth. */
 [[nodiscard]] bool isIn(std::string const& name, std::string const& group);
 
 } // namespace velmorand

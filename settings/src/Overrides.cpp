@@ -22,7 +22,7 @@ using utils::properties::_Register;
 /** Records by clean names. */
 using Overrides = std::map<std::string, std::string>;
 
-/** Guarded by the register's lock. Never destroyed: static objects may read while the process exits. */
+/** Guarded by the register's lock. Never destroyed, because static objects may read settings during exit. */
 Overrides& overrides() {
     static auto* const all = new Overrides;
     return *all;
@@ -37,7 +37,7 @@ std::string const* overrideOf(_Register const& settings, std::string const& name
     return found == all.end() || isLocked(settings, found->first) ? nullptr : &found->second;
 }
 
-/** Changes the override of a clean name, and notifies the listeners if another value is in force then. */
+/** Changes the override of a clean name, and notifies the listeners if the value in force has changed. */
 template <class Change>
 void changeOverride(_Register& settings, std::string const& name, void* sender, Change&& change) {
     auto const before = findInForce(settings, name);

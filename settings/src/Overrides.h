@@ -8,18 +8,19 @@
 #include <utils/properties/Register.h>
 
 /**
- * The values that this process has put in place of those in the scopes. They are not in the register, so that they are
- * never saved, and its own readers do not see them. The register's lock is held in all of these but the last.
+ * Overrides: values that take the place of those in the scopes, in this process only. They are not in the register, so
+ * they are never saved and the register's own readers do not see them. All functions but the last require that the caller
+ * holds the register's lock.
  */
 namespace velmorand {
 
-/** Whether a name, clean or not, has an override that is in force: the administrator's locks come first. */
+/** Whether a name, clean or not, has an override in force: the administrator's locks take precedence. */
 [[nodiscard]] bool isOverridden(utils::properties::_Register const& settings, std::string const& name);
 
-/** The clean names that have overrides, even if those are not in force. */
+/** The clean names of all overrides, including those that are not in force. */
 [[nodiscard]] std::vector<std::string> overriddenNames();
 
-/** What is in force under a name, clean or not: its override, or what the scopes have. Valid until either changes. */
+/** The entry in force under a name, clean or not: its override or that of the scopes. Valid until either changes. */
 [[nodiscard]] filesystem::direct::Entry findInForce(utils::properties::_Register const& settings,
                                                     std::string const& name);
 

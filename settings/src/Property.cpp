@@ -54,7 +54,7 @@ struct Kind<std::vector<bool>>
 
 /**
  * Reads the value in force; the lock is held.
- * Errors: those of the register's readers; `PropertyBadType` for a truncated value of a locked name as well.
+ * Errors: those of the register's readers; `PropertyBadType` also for a truncated value of a locked name.
  */
 template <class T>
 void readInForce(_Register& settings, std::string const& name, T& value) {
@@ -64,7 +64,7 @@ void readInForce(_Register& settings, std::string const& name, T& value) {
     }
     using EntryKind = filesystem::direct::Kind;
     auto const entry = findInForce(settings, name);
-    bool const isString = std::is_same_v<T, std::string>; // its reader does not see groups
+    bool const isString = std::is_same_v<T, std::string>; // the register's reader reports groups as missing
     if (entry.kind == EntryKind::none || (isString && entry.kind == EntryKind::directory))
         throw PropertyNotFound();
     value = valid(decoded<T>(entry.content));
@@ -103,7 +103,7 @@ void store(std::string const& name, T const& value, RegisterScope scope, void* s
     try {
         ((*settings).*Kind<T>::write)(sender, clean, value, scope);
     } catch (Exception const&) {
-        if (registerState == before) // otherwise it is written, and a listener has thrown
+        if (registerState == before) // otherwise the value is written, and a listener threw
             requireRoom(*settings, clean, scope);
         throw;
     }

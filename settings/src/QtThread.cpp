@@ -16,21 +16,21 @@ namespace velmorand {
 namespace {
 
 /**
- * Guards all targets: an object is not destroyed while a call is queued to it. A task takes it first of all, so that what
- * it needs is handed over under a lock that ThreadSanitizer sees; it does not see those of Qt. It is held during a
- * fork, so that a child finds it free.
+ * Guards all targets, so that no object is destroyed while a call is being queued to it. A task locks it before it
+ * runs: ThreadSanitizer does not see the synchronisation inside Qt, but sees that of this mutex. Held during a fork, so
+ * that the child finds it free.
  */
 std::mutex targetsMutex;
 
 [[maybe_unused]] int const targetsHeldDuringForks = ::pthread_atfork(
     [] { targetsMutex.lock(); }, [] { targetsMutex.unlock(); }, [] { targetsMutex.unlock(); });
 
-/** Null once the object is being destroyed. */
+/** `object` is null as soon as its destructor runs. */
 struct Target {
     QObject* object;
 };
 
-/** Keeps a target up to date while an executor has it. */
+/** A target, for as long as an executor refers to it. */
 class Connection {
 public:
     explicit Connection(QObject* object) : _target(std::make_shared<Target>(Target{object})) {
@@ -54,7 +54,7 @@ public:
             run();
         };
         std::lock_guard<std::mutex> const lock(targetsMutex);
-#ifndef __clang_analyzer__ // it believes that the call, which Qt deletes, is leaked
+#ifndef __clang_analyzer__ // it reports a leak of the call, which Qt deletes
         if (_target->object != nullptr)
             QMetaObject::invokeMethod(_target->object, std::move(call), Qt::QueuedConnection);
 #endif

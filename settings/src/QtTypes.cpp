@@ -9,11 +9,11 @@ namespace velmorand {
 
 namespace {
 
-/** The most bytes from which QtCore 5 can make a string or a byte array. */
+/** The largest size, in bytes, of a string or a byte array in QtCore 5. */
 constexpr std::size_t mostBytes = std::numeric_limits<int>::max() - 64;
 constexpr std::size_t mostText = mostBytes / sizeof(QChar);
 
-/** The whole text: a byte order mark at the start, which QtCore skips, is an ordinary character elsewhere. */
+/** Decodes a whole text. The prefix keeps a byte order mark at its start, which QtCore would drop. */
 QString decoded(std::string const& bytes) {
     return QString::fromUtf8(("." + bytes).c_str(), static_cast<int>(bytes.size() + 1)).mid(1);
 }
@@ -22,10 +22,10 @@ QString ascii(std::string const& text) {
     return QString::fromLatin1(text.data(), static_cast<int>(text.size()));
 }
 
-/** The one text for a time. */
+/** The canonical text for a time. */
 std::string isoText(QDateTime const& time) {
     constexpr int minute = 60;
-    // ISO 8601 gives an offset in minutes; local times of the 19th century have seconds in theirs.
+    // ISO 8601 has offsets in minutes; those of local times in the 19th century include seconds.
     QDateTime const inMinutes = time.toOffsetFromUtc(time.offsetFromUtc() / minute * minute);
     return inMinutes.toString(Qt::ISODateWithMs).toStdString();
 }
@@ -86,7 +86,7 @@ std::optional<QDateTime> Stored<QDateTime>::load(std::string const& text) {
     QDateTime const time = QDateTime::fromString(ascii(text), Qt::ISODateWithMs);
     if (!time.isValid())
         return std::nullopt;
-    // QtCore takes other forms, and local times, too.
+    // QtCore also accepts other forms, and local times; only the canonical text is valid.
     std::string whole = text;
     constexpr std::size_t upToSeconds = std::string_view("2026-03-01T08:30:00").size();
     if (whole.size() > upToSeconds && whole[upToSeconds] != '.')

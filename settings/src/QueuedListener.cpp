@@ -15,7 +15,7 @@ namespace velmorand {
 
 namespace {
 
-/** Guards all queues. It is held during a fork, so that a child finds it free and every queue whole. */
+/** Guards all queues. Held during a fork, so that the child finds it free and every queue consistent. */
 std::mutex queuesMutex;
 
 [[maybe_unused]] int const queuesHeldDuringForks =
@@ -23,10 +23,10 @@ std::mutex queuesMutex;
 
 } // namespace
 
-/** The names collected so far. It outlives the listener while its names are being delivered. */
+/** The names that have not been delivered yet. Outlives the listener while names are being delivered. */
 class QueuedListener::Queue : public std::enable_shared_from_this<Queue> {
 public:
-    /** Without a handler the names are for `deliver`, and the executor only wakes. */
+    /** Without a handler the executor only wakes the receiver, which calls `deliver`. */
     Queue(Executor executor, Handler handler)
         : _executor(std::move(executor)), _handler(std::move(handler)) {}
 
@@ -39,7 +39,7 @@ public:
                     queue->run();
             });
         } catch (...) {
-            sleep(); // nobody has been woken: the next change tries again
+            sleep(); // the receiver was not woken; the next change tries again
             throw;
         }
     }
@@ -63,9 +63,9 @@ public:
         return count;
     }
 
-    /** Ends all calls of the handler: when it returns, none is running but those around this call. */
+    /** Ends delivery. On return, the handler is not running, except in calls that this one was made from. */
     void close() {
-        Handler released; // what it holds is destroyed without the lock
+        Handler released; // destroyed after the mutex has been unlocked
         std::unique_lock<std::mutex> lock(queuesMutex);
         _isClosed = true;
         _ended.wait(lock, [this] { return !isRunningElsewhere(); });
@@ -74,7 +74,7 @@ public:
     }
 
 private:
-    /** A task that is running, on its thread's stack. */
+    /** A running task; lives on its thread's stack. */
     class Run {
     public:
         explicit Run(Queue& queue) : _queue(queue) {
@@ -113,7 +113,7 @@ private:
         return !_isClosed;
     }
 
-    /** A forked child does not have the other threads of its parent. */
+    /** Whether another thread is running a task. A forked child lacks the other threads of its parent. */
     [[nodiscard]] bool isRunningElsewhere() const {
         if (_process != ::getpid())
             return false;
@@ -123,7 +123,7 @@ private:
         return false;
     }
 
-    /** Result: whether somebody has to be woken. */
+    /** Result: whether the receiver must be woken. */
     bool insert(std::string const& name) {
         std::lock_guard<std::mutex> const lock(queuesMutex);
         _names.insert(name);
@@ -145,7 +145,7 @@ private:
     Handler _handler;
     ::pid_t const _process = ::getpid();
     std::set<std::string> _names;
-    bool _isAwake = false; // woken since the names were last taken
+    bool _isAwake = false; // whether the receiver was woken since it last took the names
     bool _isClosed = false;
     Run* _runs = nullptr; // in any order
     std::condition_variable _ended;
@@ -154,7 +154,7 @@ private:
 QueuedListener::QueuedListener(std::string const& key, Listener::Hears hears, Executor executor,
                                Handler handler, void* sender)
     : _queue(std::make_shared<Queue>(std::move(executor), std::move(handler))) {
-    // Of a declared property there is one name to deliver, however its writers spell it.
+    // A declared property is delivered under its clean name, however writers spell it.
     if (hears == Listener::Hears::property)
         _listener = Listener(
             key, hears, [queue = _queue, name = cleanName(key)](std::string const&) { queue->add(name); },

@@ -8,22 +8,24 @@
 #include "velmorand/Declared.h"
 
 /**
- * How a declaration keeps a value without a lock: in two words, the value and the state of the register in which it was
- * read. `Word` is an atomic variable, or a model of one.
+ * How a declaration caches a value without a lock: in two words, the value and the state of the register in which it
+ * was read. `Word` is an atomic variable, or a model of one.
  *
- * The register changes only under its lock, and its state is noted under that lock together with the value. So a value
- * belongs to its state for good: if the register is in the same state, the value is up to date. States only grow, and a
- * thread that has seen one sees no earlier one after that. So if it has seen the effect of a change, all values from
- * before it are out of date.
+ * The register changes only under its lock, and state and value are read together under that lock. So a value belongs
+ * to one state: if the register is still in that state, the value is up to date. States only increase, and a thread
+ * that has seen a state never sees an earlier one. So once a thread has seen the effect of a change, it treats every
+ * value from before the change as out of date.
  *
- * The two words are read one after the other, the state first: so the value is that of the state or a later one. If it
- * is a later one, this thread knows a later state by then, and the register is not in the earlier one any more.
+ * A reader loads the state first and then the value, so the value belongs to that state or to a later one. If it
+ * belongs to a later one, the reader's load of the register's state also returns a later one, and the value is
+ * rejected.
  *
- * They are replaced by one thread at a time, while the state says "busy", and only by later ones.
+ * A writer marks the state as "busy" while it replaces the two words. There is one writer at a time, and it stores only
+ * later states.
  */
 namespace velmorand::detail {
 
-/** The state of a declaration while a thread replaces its value. */
+/** The state word while a thread replaces the value. */
 constexpr std::uint64_t busy = std::numeric_limits<std::uint64_t>::max();
 
 template <class Word>

@@ -19,16 +19,16 @@ namespace velmorand {
 namespace {
 
 constexpr char listTag = 'L';
-constexpr std::string_view elementTags = "SNIB"; // in the order of `AnyValue`, whose lists come after them
+constexpr std::string_view elementTags = "SNIB"; // in the order of `AnyValue`, where the lists follow
 
 constexpr std::array<char const*, kindNames.size()> phrases{
     "a string",          "a number",          "an integer",         "a boolean",
     "a list of strings", "a list of numbers", "a list of integers", "a list of booleans"};
 
-/** What the first bytes of a record say. */
+/** The tags at the beginning of a record. */
 struct Tags {
-    std::optional<std::size_t> kind; ///< an index of `kindNames`; none if there is no such kind
-    std::size_t size;                ///< of those that are there, at most 2
+    std::optional<std::size_t> kind; ///< an index of `kindNames`; none if the tags are invalid
+    std::size_t size;                ///< of the tags that exist, at most 2 bytes
 };
 
 Tags tagsOf(std::string_view record) {
@@ -58,10 +58,10 @@ std::string counted(std::size_t count, char const* noun) {
     return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
 }
 
-/** Takes fields off the front of a record, and remembers the first thing that is wrong. */
+/** Reads the fields of a record, and remembers the first problem. */
 class Reader {
 public:
-    /** After the tags, which are so many. */
+    /** Starts after the tags, whose size is `tags`. */
     Reader(std::string_view record, std::size_t tags) : _record(record), _left(record.substr(tags)) {}
 
     [[nodiscard]] std::size_t left() const { return _left.size(); }
@@ -72,7 +72,7 @@ public:
             _damage = damage;
     }
 
-    /** As many of these bytes as there are. */
+    /** The next `size` bytes, or as many as are left. */
     std::string_view take(std::size_t size) {
         if (size > _left.size())
             note("truncated: " + counted(size, "byte") + " expected at offset " +
@@ -83,7 +83,7 @@ public:
         return bytes;
     }
 
-    /** An unsigned integer, least significant byte first; 0 if its bytes are not all there. */
+    /** An unsigned integer, little-endian; 0 if it is truncated. */
     template <class Bits>
     Bits bits() {
         std::string_view const bytes = take(sizeof(Bits));
@@ -95,7 +95,7 @@ public:
         return bits;
     }
 
-    /** A length or a count, as `what` says; none if it is negative. */
+    /** A length or a count; none if it is negative. `what` names it in the message. */
     std::optional<std::size_t> size(char const* what) {
         auto const size = static_cast<std::int32_t>(bits<std::uint32_t>());
         if (size >= 0)
@@ -120,7 +120,7 @@ void appendSize(std::string& record, std::size_t size) {
     appendBits(record, static_cast<std::uint32_t>(size));
 }
 
-/** How a single value, or an element of a list, is written and read. */
+/** Encodes and decodes a single value, or an element of a list. */
 template <class T>
 struct Element;
 
@@ -165,7 +165,7 @@ struct Element<bool> {
     static bool take(Reader& reader) { return reader.bits<std::uint8_t>() != 0; }
 };
 
-/** What comes after the tags. */
+/** Encodes and decodes the bytes after the tags. */
 template <class T>
 struct Content {
     static void append(std::string& record, T const& value) { Element<T>::append(record, value); }
@@ -180,7 +180,7 @@ struct Content<std::vector<T>> {
             Element<T>::append(record, value);
     }
 
-    /** None for more elements than the record has bytes, which would fill the memory. */
+    /** None if the count exceeds the size of the record: reserving memory for it could exhaust the memory. */
     static std::optional<std::vector<T>> take(Reader& reader) {
         constexpr std::size_t tagsAndCount = 6;
         std::size_t const count = reader.size("count").value_or(0);
@@ -208,7 +208,7 @@ std::optional<AnyValue> takeContent(std::size_t kind, Reader& reader, std::index
     return takers.at(kind)(reader);
 }
 
-/** Why the tags, so many of which are there, are not those of a kind. */
+/** Why the tags, whose size is `tags`, are invalid. */
 std::string unknownKind(std::string_view record, std::size_t tags) {
     if (tags == 1 && record.front() == listTag)
         return "truncated: 1 byte expected at offset 1, 0 found";

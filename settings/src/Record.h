@@ -9,14 +9,14 @@
 #include <vector>
 
 /**
- * The bytes of values in the register, for the eight kinds. The register's own readers take a truncated value for one
- * that ends in zeros, and allocate what a damaged count asks for; its writers announce each value as they write it.
- * velmorand/AnyValue.h has the same for a kind that is known only at run time.
+ * Encoding and decoding of values, for the eight kinds. Needed next to the register's readers and writers, because the
+ * readers fill truncated values with zeros and allocate whatever a damaged count asks for, and the writers announce
+ * each value at once. velmorand/AnyValue.h does the same for kinds that are known only at run time.
  */
 namespace velmorand {
 
 /**
- * A record gives a length or a count 31 bits.
+ * A record holds lengths and counts in 31 bits, which the register's writers do not check.
  * Errors: `utils::Exception` for more.
  */
 void requireSize(std::string const& name, std::size_t size, char const* unit);
@@ -37,11 +37,11 @@ void requireFits(std::string const& name, std::vector<T> const& values) {
             requireFits(name, value);
 }
 
-/** The bytes that the register's writers give a value. It must fit. */
+/** The bytes that the register's writers produce for a value, which must fit. */
 template <class T>
 [[nodiscard]] std::string encoded(T const& value);
 
-/** The value in a record; none if it is of another kind, or truncated. What comes after it does not matter. */
+/** The value in a record; none if it is of another kind, or truncated. Bytes after the value are ignored. */
 template <class T>
 [[nodiscard]] std::optional<T> decoded(std::string_view record);
 
@@ -49,7 +49,7 @@ template <class T>
 template <class T>
 [[nodiscard]] std::string whyNotDecoded(std::string_view record);
 
-/** The same where something else is: `found` says what. */
+/** The same message for something other than a record; `found` names it. */
 template <class T>
 [[nodiscard]] std::string expectedInsteadOf(char const* found);
 

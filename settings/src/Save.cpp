@@ -26,31 +26,31 @@ using filesystem::FileHandle;
 using filesystem::FileSystem;
 using utils::properties::_Register;
 
-/** Where the register saves. */
+/** The file in which the register saves. */
 struct UserFile : _Register {
     static std::string const& directory() { return _UserRegisterPath; }
     static std::string const& name() { return _VL_REGISTER_NAME; }
 };
 
-/** One moment's settings as a register file, with the place of that file. */
+/** The settings at one moment, encoded as a register file, and the path of that file. */
 struct Snapshot {
     std::string directory;
     std::string name;
     std::string bytes;
-    std::uint64_t number = 0; ///< in the order in which snapshots were taken
+    std::uint64_t number = 0; ///< increases in the order in which snapshots are taken
 };
 
 std::uint64_t snapshots = 0; // guarded by the settings' lock
 
-/** Saves in the order of their snapshots, so that an older one never replaces a newer one. */
+/** Orders saves, so that an older snapshot never replaces a newer one. */
 struct Saving {
     std::mutex mutex;
     std::uint64_t last = 0; ///< the number of the snapshot that the file holds
 };
 
-Saving saving; // without a destructor, so that it serves static objects of any age
+Saving saving; // trivially destructible, so that static objects can use it at any time during exit
 
-/** A forked child has no thread that could be saving. */
+/** A forked child lacks the thread that may have been saving, so it needs a new mutex. */
 [[maybe_unused]] int const remadeAfterForks =
     ::pthread_atfork(nullptr, nullptr, [] { new (&saving.mutex) std::mutex; });
 
@@ -62,7 +62,7 @@ SaveResult failed(Snapshot const& snapshot) {
     return failed(snapshot, std::generic_category().message(errno));
 }
 
-/** Result: whether it was taken. It is not if another thread has changed the settings without the lock. */
+/** Result: false if another thread changed the settings meanwhile without holding the lock. */
 bool take(_Register const& settings, Snapshot& snapshot) {
     filesystem::RAMFileSystem memory;
     FileHandle* handle = nullptr;
@@ -77,12 +77,12 @@ bool take(_Register const& settings, Snapshot& snapshot) {
 SaveResult write(Snapshot const& snapshot) {
     std::lock_guard<std::mutex> const lock(saving.mutex);
     if (saving.last > snapshot.number)
-        return {true, {}}; // the file is newer already
+        return {true, {}}; // the file is already newer
     filesystem::RealFileSystem disk(QString::fromStdString(snapshot.directory));
     FileHandle* handle = nullptr;
     if (!disk.open(QString::fromStdString(snapshot.name), &handle, FileSystem::MODE_WRITE))
         return failed(snapshot);
-    // A handle that is not closed leaves the file as it was.
+    // A handle that is not closed leaves the file unchanged.
     auto const size = static_cast<long>(snapshot.bytes.size());
     errno = EIO;
     if (disk.write(handle, snapshot.bytes.data(), size) != size || !disk.close(handle))

@@ -8,7 +8,7 @@ namespace velmorand::detail {
 
 namespace {
 
-/** Nothing but digits, after "-" for a signed type. */
+/** A text of digits, with an optional "-" for a signed type. */
 template <class T>
 std::optional<T> whole(std::string const& text) {
     T value = 0;

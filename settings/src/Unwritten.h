@@ -7,10 +7,10 @@
 
 namespace velmorand {
 
-/** Writes on standard error what a listener has thrown for a change: of a name, and by whom, if that is known. */
+/** Reports on standard error what a listener threw for a change of `name`. `byWhom` may be empty. */
 void reportThrown(std::string const& name, char const* byWhom, std::string const& thrown);
 
-/** Calls a function of the program's, and reports what it throws for a change. */
+/** Calls a function of the program, and reports what it throws for a change of `name`. */
 template <class Call>
 void callAndReport(std::string const& name, char const* byWhom, Call&& call) {
     try {
@@ -23,9 +23,9 @@ void callAndReport(std::string const& name, char const* byWhom, Call&& call) {
 }
 
 /**
- * While one lives, the changes that are announced have no writer in this process, who could get what a listener throws.
- * Each `Listener` reports it then, so that the others are notified all the same. Locks: only with the settings' lock
- * held.
+ * While one exists, the announced changes were made by another process, so no caller here could catch what a listener
+ * throws. Each `Listener` then reports exceptions itself, and the other listeners are still notified.
+ * Locks: the caller holds the settings' lock.
  */
 class Unwritten {
 public:
@@ -34,7 +34,7 @@ public:
     Unwritten& operator=(Unwritten const&) = delete;
     ~Unwritten() { _isNow = _outer; }
 
-    /** Calls a listener to a name, and reports what it throws unless a writer gets it. */
+    /** Calls a listener, and reports what it throws unless a writer can catch it. */
     template <class Call>
     static void call(std::string const& name, Call&& call) {
         if (!_isNow) {
@@ -46,7 +46,7 @@ public:
     }
 
 private:
-    /** What a listener changes itself does have a writer: the listener. */
+    /** Changes that a listener makes itself have a writer: the listener. */
     class Written {
     public:
         Written() : _outer(std::exchange(_isNow, false)) {}

@@ -20,7 +20,7 @@ using utils::properties::_Register;
     throw Exception("cannot write " + inQuotes(name) + ": " + reason);
 }
 
-/** Errors: `utils::Exception` if other changes keep a clean name from being a property. */
+/** Errors: `utils::Exception` if the other changes leave no room for a property with this clean name. */
 void requireRoom(UserChanges const& changes, std::string const& name) {
     for (auto const& [group, record] : changes)
         if (isIn(name, group))

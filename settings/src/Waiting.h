@@ -5,21 +5,21 @@
 
 namespace velmorand {
 
-/** Whether to wait no longer; asked every now and then. */
+/** Whether to stop waiting; called from time to time. */
 using GiveUp = std::function<bool()>;
 
 /**
- * Waits for the settings' lock until it is taken, the register is no longer available, or the caller gives up.
- * Result: whether the lock is taken; the caller gives it back.
+ * Waits for the settings' lock until it is taken, the register becomes unavailable, or `giveUp` returns true.
+ * Result: whether the lock is held; the caller must release it.
  */
 [[nodiscard]] bool takeLock(GiveUp const& giveUp);
 
 void giveLockBack();
 
-/** How often this thread holds the settings' lock, as far as this library has taken it. */
+/** How many times this thread holds the settings' lock, as far as this library knows. */
 [[nodiscard]] int holdsOfThisThread() noexcept;
 
-/** Counts a hold of the lock that this library has not taken: the register's, while it calls a listener. */
+/** Counts a lock that this library did not take: the one that the register holds while it calls a listener. */
 class RegistersHold {
 public:
     RegistersHold() noexcept;
@@ -28,7 +28,7 @@ public:
     ~RegistersHold();
 };
 
-/** Holds the settings' lock, for a thread that must not wait for it for ever. */
+/** Holds the settings' lock, for a thread that must not wait for it forever. */
 class AbandonableLock {
 public:
     explicit AbandonableLock(GiveUp const& giveUp) : _held(takeLock(giveUp)) {}

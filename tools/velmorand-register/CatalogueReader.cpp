@@ -15,9 +15,9 @@ namespace {
 
 using nlohmann::json;
 
-constexpr std::size_t singles = kindNames.size() / 2; // the lists' kinds follow, in the same order
+constexpr std::size_t singles = kindNames.size() / 2; // the lists follow, in the same order
 
-/** Reads a member, if there is one. Errors: `BadEntry` that names it. */
+/** Reads a member if it exists. Errors: `BadEntry` with the name of the member. */
 template <class Read>
 auto optionalMember(json const& declaration, char const* name, Read read)
     -> std::optional<decltype(read(declaration))> {
@@ -38,7 +38,7 @@ std::size_t kindOf(json const& declaration) {
     return kindNamed(type->get_ref<std::string const&>());
 }
 
-/** The format, if it is known and elements of that kind can have it. */
+/** The format; `plain` if it is unknown or does not apply to elements of that kind. */
 Format formatOf(json const& declaration, std::size_t elementKind) {
     auto const format = declaration.find("format");
     bool const isText = kindNames.at(elementKind) == std::string("string");
@@ -75,7 +75,7 @@ Declaration declarationFrom(json const& members) {
     return declaration;
 }
 
-/** Takes each declaration as soon as it is read. */
+/** Decodes each declaration as soon as it has been parsed. */
 class CatalogueReader {
 public:
     explicit CatalogueReader(std::string const& source) : _source(source) {}
@@ -100,7 +100,7 @@ public:
 private:
     enum Depth { top = 0, section = 1, setting = 2 };
 
-    /** Result: whether the parser keeps what it has read. */
+    /** A callback of the parser. Result: whether the parser keeps what it has just read. */
     bool take(int depth, json::parse_event_t event, json& parsed) {
         using Event = json::parse_event_t;
         bool const isKey = event == Event::key;

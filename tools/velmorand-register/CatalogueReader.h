@@ -8,9 +8,9 @@
 namespace tool {
 
 /**
- * The declarations in a catalogue, docs/catalogue-format.md: one JSON object. `source` is its name in messages. Members
- * and formats that this version does not know are ignored.
- * Errors: `Failure` at the first declaration that is wrong, with its line and its name.
+ * The declarations in a catalogue, a JSON object in the format of docs/catalogue-format.md. `source` is its name in
+ * messages. Unknown members and formats are ignored.
+ * Errors: `Failure` at the first invalid declaration, with its line and name.
  */
 Declarations readCatalogue(std::string const& source, std::string const& text);
 

@@ -28,7 +28,7 @@ bool isAbsolute(std::string_view path) {
     return !path.empty() && path.front() == '/';
 }
 
-/** The directories below which data is installed, in their order; relative ones are to be ignored. */
+/** The data directories of the XDG standard, in order of precedence; relative paths are ignored, as it demands. */
 std::vector<std::string> dataDirectories() {
     std::string all(variable("XDG_DATA_HOME"));
     if (!isAbsolute(all))
@@ -50,7 +50,7 @@ Failure unreadable(std::string const& path, std::error_code const& error) {
     return {Status::misuse, path + ": " + error.message()};
 }
 
-/** The catalogues in a directory, in their order. Errors: `Failure` if it cannot be read. */
+/** The catalogues in a directory, sorted by name. Errors: `Failure` if it cannot be read. */
 std::vector<std::string> cataloguesIn(std::string const& directory) {
     std::vector<std::string> paths;
     std::error_code error;
@@ -66,18 +66,18 @@ std::vector<std::string> cataloguesIn(std::string const& directory) {
     return paths;
 }
 
-/** Adds what a catalogue declares. Errors: `Failure`, with nothing added. */
+/** Adds the declarations of a catalogue. Errors: `Failure`; nothing is added then. */
 void add(Declarations& all, std::string const& path) {
     Declarations declared = readCatalogue(titleOf(path), readAll(path));
-    all.merge(declared); // keeps those that are there
+    all.merge(declared); // keeps existing ones
 }
 
-/** Adds what an installed catalogue declares; an invalid one is only a warning. */
+/** Adds the declarations of an installed catalogue; an invalid one only causes a warning. */
 void addFound(Declarations& all, std::string const& path) {
     try {
         std::error_code error;
         auto const type = std::filesystem::status(path, error).type();
-        if (type == std::filesystem::file_type::fifo) // which would wait for a writer
+        if (type == std::filesystem::file_type::fifo) // opening it would wait for a writer
             throw Failure(Status::misuse, path + ": not a regular file");
         add(all, path);
     } catch (Failure const& failure) {

@@ -6,19 +6,19 @@
 
 #include "Declaration.h"
 
-/** The catalogues on this machine, in which programs declare their settings. */
+/** The catalogues in which programs declare their settings. */
 namespace tool {
 
 /**
- * What the catalogues declare; of two declarations of one name, the first found. They are the files named *.json, in
- * the byte order of their names, in the directory velmorand/declared below $XDG_DATA_HOME and each of
- * $XDG_DATA_DIRS; or, if any are given, these files and the files in these directories.
- * Errors: `Failure` if a given catalogue is missing or invalid. An invalid catalogue that was found is reported on
- * standard error and left out.
+ * The declarations in all catalogues; if a name is declared twice, the first declaration counts. Catalogues are the
+ * files named *.json, in byte order of their names, in the directory velmorand/declared below $XDG_DATA_HOME and below
+ * each of $XDG_DATA_DIRS. If `given` is not empty, its files and the catalogues in its directories are used instead.
+ * Errors: `Failure` if a given catalogue is missing or invalid. An installed catalogue that is invalid is skipped, with
+ * a warning on standard error.
  */
 Declarations readCatalogues(std::vector<std::string> const& given);
 
-/** The note to print when no catalogue declares anything. */
+/** The note to print if no catalogue declares anything. */
 constexpr char const* nothingDeclared =
     "note: no catalogue declares any settings (catalogues are installed in velmorand/declared below "
     "$XDG_DATA_HOME and $XDG_DATA_DIRS; --catalogue PATH uses others instead)";

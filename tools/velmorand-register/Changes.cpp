@@ -13,7 +13,7 @@ namespace tool {
 
 namespace {
 
-/** Whether a group is shown for itself, or for what is in it. */
+/** Whether an entry has a line of its own: every property has, and every empty group. */
 bool isShown(Walk const* entry) {
     return entry != nullptr && (entry->kind() == Kind::file || entry->isEmptyDirectory());
 }
@@ -36,7 +36,7 @@ void printLine(char sign, Walk const& entry, std::string const& description, std
 void printChange(Walk const& before, Walk const& after, std::ostream& out) {
     std::string old = described(before);
     std::string now = described(after);
-    if (old == now) { // the difference is in bytes that the value does not show
+    if (old == now) { // only bytes differ that are not part of the value
         old += ", record " + base64(before.content());
         now += ", record " + base64(after.content());
     }
@@ -44,7 +44,7 @@ void printChange(Walk const& before, Walk const& after, std::ostream& out) {
     printLine('+', after, now, out);
 }
 
-/** Prints what has become of one name. Result: whether it has changed. */
+/** Prints the difference under one name. Result: whether there is any. */
 bool printChange(Walk const* before, Walk const* after, std::ostream& out) {
     bool const isOld = isShown(before);
     bool const isNew = isShown(after);

@@ -11,9 +11,10 @@ namespace tool {
 bool areEqual(Settings const& before, Settings const& after);
 
 /**
- * Prints a line for each property or empty group that is gone ("-"), new ("+"), or both when it has changed, in the
- * order of the names: the sign, the name, the kind, and the value.
- * Result: whether there was any.
+ * Prints the differences, sorted by name: a line with "-" for each property or empty group that was removed, one with
+ * "+" for each that was added, and both for each property that changed. A line has the sign, the name, the kind and the
+ * value.
+ * Result: whether there were any differences.
  */
 bool printChanges(Settings const& before, Settings const& after, std::ostream& out);
 

@@ -16,12 +16,12 @@ namespace tool {
 
 namespace {
 
-/** What is wrong with an entry of a register file. */
+/** The diagnostic about an entry of a register file. */
 std::string about(RegisterFile const& file, std::string_view name, std::string const& reason) {
     return file.path() + ": \"" + std::string(name) + "\": " + reason;
 }
 
-/** The warning about an undeclared name; empty if its outermost group has no declared settings. */
+/** The warning about an undeclared name; empty if no declared setting has the same outermost group. */
 std::string undeclared(std::string_view name, Declarations const& declarations) {
     DeclaredGroup const group = declaredIn(declarations, name.substr(0, name.find('/')));
     if (group.begin == group.end)
@@ -30,7 +30,7 @@ std::string undeclared(std::string_view name, Declarations const& declarations) 
     return "not declared" + (nearest ? " (did you mean \"" + *nearest + "\"?)" : std::string());
 }
 
-/** How an entry differs from what programs declare, or from a list of locks if it is that; empty if it does not. */
+/** Why an entry does not match its declaration or, if it is the list of locks, is invalid; empty if neither applies. */
 std::string difference(Walk const& entry, Reading const& reading, Declarations const& declarations) {
     std::string_view const name = nameOf(entry);
     bool const isGroup = entry.kind() == Kind::directory;
@@ -44,14 +44,14 @@ std::string difference(Walk const& entry, Reading const& reading, Declarations c
     return objection(isGroup ? "a group" : "a property without a value", declared->second);
 }
 
-/** Checks register files, on their own or against what programs declare. */
+/** Checks register files, with or without declarations to compare them with. */
 class Checker {
 public:
     explicit Checker(Declarations declarations = {}) : _declarations(std::move(declarations)) {}
 
     /**
-     * Prints that a register file is sound, or what is wrong with it.
-     * Errors: `Failure` when it is not a whole register file.
+     * Prints that a register file is sound, or every problem found in it.
+     * Errors: `Failure` if it is missing, or damaged as a whole.
      */
     [[nodiscard]] Status check(RegisterFile const& file) const {
         Settings settings;
@@ -84,7 +84,7 @@ public:
         return warnings == 0 ? Status::done : Status::notAsDeclared;
     }
 
-    /** Checks the file at a path, or those that readers look into. */
+    /** Checks the file at a path or, without one, the files of all scopes. */
     [[nodiscard]] Status check(Places const& places, std::optional<std::string> const& path) const {
         if (path)
             return check(fileAt(*path));
@@ -102,7 +102,7 @@ public:
     }
 
 private:
-    /** The status for two files: warnings count less than anything else that is wrong. */
+    /** The status for two files: any other problem outweighs warnings. */
     static Status worse(Status one, Status other) {
         if (one == Status::notAsDeclared && other != Status::done)
             return other;

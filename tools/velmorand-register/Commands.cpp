@@ -24,7 +24,7 @@ namespace tool {
 
 namespace {
 
-/** Whether a file holds exported settings: a JSON object. A pipe, which cannot be looked into first, counts as one. */
+/** Whether a file is in the exchange format, a JSON object. A pipe counts as one, since it can be read only once. */
 bool isExport(std::string const& path) {
     std::error_code ignored;
     if (std::filesystem::is_fifo(path, ignored))
@@ -40,7 +40,7 @@ bool isExport(std::string const& path) {
     return first != std::string_view::npos && text[first] == '{';
 }
 
-/** The settings in a register file, or in a file of exported ones, which must be there. */
+/** The settings in a register file or in an export. Errors: `Failure` if the file is missing or damaged. */
 Settings settingsAt(std::string const& path) {
     Settings settings;
     RegisterFile const file = fileAt(path);

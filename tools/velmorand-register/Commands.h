@@ -9,7 +9,7 @@
 #include "Moving.h"
 #include "Places.h"
 
-/** The program's commands. Each prints its answer on standard output; errors are `Failure`. */
+/** The program's commands. Each prints its result on standard output. Errors: `Failure`. */
 namespace tool {
 
 Status list(Places const& places, std::string const& group, bool isRecursive, bool isLong);

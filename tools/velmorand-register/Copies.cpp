@@ -24,16 +24,16 @@ namespace tool {
 
 namespace {
 
-// What a restore that was killed may leave: the previous file of before.
+// A restore that is killed may leave the old previous file under this name.
 constexpr char const* olderEnding = ".previous.old";
 
 bool isDamagedEnding(std::string_view ending) {
-    constexpr std::string_view begin = ".damaged-"; // and the time in UTC, and perhaps a number
+    constexpr std::string_view begin = ".damaged-"; // followed by the time in UTC and, if needed, a number
     return ending.substr(0, begin.size()) == begin &&
            ending.find_first_not_of("0123456789TZ-", begin.size()) == std::string_view::npos;
 }
 
-/** Whether this is the name of a copy, of whatever file there is under it. */
+/** Whether a copy of the file can have this name. */
 bool isCopyName(RegisterFile const& file, std::string_view name) {
     if (name.substr(0, file.name().size()) != file.name())
         return false;
@@ -75,7 +75,7 @@ std::string localTime(std::time_t time) {
     std::tm parts = {};
     std::array<char, 64> text{};
     if (::localtime_r(&time, &parts) == nullptr)
-        return '@' + std::to_string(time); // a year that the system cannot count
+        return '@' + std::to_string(time); // a year that the system cannot represent
     return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts)};
 }
 
@@ -84,12 +84,12 @@ std::string stateOf(RegisterFile const& copy) {
     try {
         copy.load(settings);
     } catch (Failure const& damage) {
-        return std::string(damage.what()).substr(copy.path().size() + 2); // after the path, which is known
+        return std::string(damage.what()).substr(copy.path().size() + 2); // without the path
     }
     return counted(settings.countProperties(), "property", "properties");
 }
 
-/** Whether a file holds these settings, and no damage. */
+/** Whether a file is intact and holds these settings. */
 bool holds(RegisterFile const& file, Settings const& settings) {
     Settings own;
     try {
@@ -100,8 +100,8 @@ bool holds(RegisterFile const& file, Settings const& settings) {
 }
 
 /**
- * Keeps the previous file under a third name while its own is given to the file that is being replaced, so that a
- * process that is killed, or a disk that is full, never leaves fewer contents than there were.
+ * Keeps the previous file under a third name while the file that is being replaced takes over its name. So neither a
+ * kill nor a full disk can lose one of the contents.
  */
 class PreviousKept {
 public:
@@ -114,13 +114,13 @@ public:
                           "not restored: " + at(_older) + ": " + std::generic_category().message(errno));
     }
 
-    /** The file has been replaced. */
+    /** The replacement succeeded. */
     void drop() {
         if (_isKept)
             _disk.remove(toQString(_older));
     }
 
-    /** The file could not be replaced. Once it has been all the same, both of its old contents are needed. */
+    /** The replacement failed. If it took place nevertheless, both old contents are kept, under two names. */
     void putBack() {
         if (!_isKept)
             return;
@@ -168,7 +168,7 @@ RegisterFile findCopy(RegisterFile const& file, std::string const& name) {
 
 void restoreCopy(RegisterFile const& file, RegisterFile const& copy) {
     Settings settings;
-    if (!copy.load(settings).isThere) // it was a moment ago
+    if (!copy.load(settings).isThere) // removed since it was found
         throw Failure(Status::notThere, "no such copy: " + copy.name());
     if (holds(file, settings))
         return;

@@ -7,27 +7,26 @@
 #include "RegisterFile.h"
 
 /**
- * The copies of a register file that are kept beside it: the file before the last save, and damaged files that
- * applications have moved aside.
+ * The copies of a register file in its directory: the file before the last save, and damaged files that applications
+ * have moved aside.
  */
 namespace tool {
 
 /**
- * Prints a line for each copy, the newest first: when it was written, in local time; its name; and its number of
- * properties, or what is wrong with it. A missing directory holds none.
- * Result: whether there was any.
- * Errors: `Failure` when the directory cannot be read.
+ * Prints a line for each copy, the newest first: the local time at which it was written, its name, and its number of
+ * properties or the reason why it cannot be read. A missing directory has no copies.
+ * Result: whether there are any.
+ * Errors: `Failure` if the directory cannot be read.
  */
 bool listCopies(RegisterFile const& file, std::ostream& out);
 
-/** The copy of this name; "previous" stands for the previous file. Errors: `Failure` when there is no such copy. */
+/** The copy with this name; "previous" is short for the previous file. Errors: `Failure` if it does not exist. */
 RegisterFile findCopy(RegisterFile const& file, std::string const& name);
 
 /**
- * Replaces a register file by a copy of it, and keeps the replaced file as the previous one. If both hold the same
- * settings, nothing is touched. The caller holds the directory's lock.
- * Errors: `Failure` when the copy is not a whole register file, or the file cannot be replaced; nothing has changed
- * then.
+ * Replaces a register file by a copy, and keeps the replaced file as the previous one. If both hold the same settings,
+ * nothing is written. The caller holds the lock on the directory.
+ * Errors: `Failure` if the copy is damaged or the file cannot be replaced; nothing has changed then.
  */
 void restoreCopy(RegisterFile const& file, RegisterFile const& copy);
 

@@ -12,21 +12,21 @@
 
 namespace tool {
 
-/** What the elements of a setting are, beyond their kind. */
+/** The meaning of a setting's elements, beyond their kind. */
 enum class Format {
     plain,
-    whole,   ///< a whole number; in a string, one of at most 64 bits
-    duration ///< a string of a number and a unit of time
+    whole,   ///< a whole number; in a string, of at most 64 bits
+    duration ///< a string: a number and a unit of time
 };
 
-/** What a program declares about one of its settings. Limits and choices apply to each element of a list. */
+/** A program's declaration of a setting. Limits and choices apply to each element of a list. */
 struct Declaration {
     std::size_t kind = 0; ///< an index of `kindNames`
     Format format = Format::plain;
     std::optional<Value> fallback;             ///< none if the program computes it
     std::optional<Value> minimum;              ///< inclusive
     std::optional<Value> maximum;              ///< inclusive
-    std::optional<std::vector<Value>> choices; ///< none if there are others
+    std::optional<std::vector<Value>> choices; ///< the only values allowed; none if they are not restricted
     std::string description;                   ///< may be empty
 };
 
@@ -39,7 +39,7 @@ struct DeclaredGroup {
     Declarations::const_iterator end;
 };
 
-/** The declarations of the settings in a group; in the empty one, all. */
+/** The declarations of the settings in a group and in its groups; all declarations if `group` is empty. */
 DeclaredGroup declaredIn(Declarations const& declarations, std::string_view group);
 
 } // namespace tool

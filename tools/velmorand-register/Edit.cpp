@@ -12,7 +12,7 @@ namespace tool {
 
 namespace {
 
-/** Makes the user's own directory, for the user alone. Errors: `Failure` with the directory that cannot be made. */
+/** Creates the default directory, accessible to the user alone. Errors: `Failure` with the directory that failed. */
 void makeDirectory(std::string const& path) {
     if (filesystem::makePrivateDirectories(path))
         return;

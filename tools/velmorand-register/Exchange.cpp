@@ -54,7 +54,7 @@ std::string base64Text(std::vector<std::string> const& texts) {
 
 template <class T>
 std::string base64Text(T const& /*value*/) {
-    return {}; // what is always plain
+    return {}; // never called: these values are always plain
 }
 
 std::string valueMember(Value const& value) {
@@ -66,7 +66,7 @@ std::string valueMember(Value const& value) {
         value);
 }
 
-/** What the import makes of a value's text: of the many bit patterns that are not a number, one. */
+/** The value that an import would give: all NaNs have the same text, so they become one bit pattern. */
 Value withOneNan(Value value) {
     auto const one = [](double& number) {
         if (std::isnan(number))
@@ -92,7 +92,7 @@ std::string entryText(Walk const& entry) {
     return text + '}';
 }
 
-/** The members of an entry; each may be taken once, and all must be. */
+/** The members of an entry. Each must be taken, once. */
 class Members {
 public:
     explicit Members(json const& entry) : _entry(entry) {}
@@ -123,7 +123,7 @@ Value givenValue(std::string const& type, std::size_t kind, Members& members) {
     throw BadEntry("\"value\" is missing");
 }
 
-/** The record that an entry's members give. */
+/** The record of an entry with a value. */
 std::string recordFrom(std::string const& type, Members& members) {
     auto const value = givenValue(type, kindNamed(type), members);
     std::string written = encodeRecord(value);
@@ -159,7 +159,7 @@ void importEntry(std::string const& name, json const& entry, Settings& settings)
     members.expectAllTaken(type);
 }
 
-/** Imports each entry as soon as it is read, and keeps none. */
+/** Imports each entry as soon as it has been parsed, and keeps none in memory. */
 class Importer {
 public:
     Importer(std::string const& source, std::string const& text, Settings& settings)
@@ -182,7 +182,7 @@ public:
 private:
     enum Depth { top = 0, entry = 1, member = 2, list = 3 };
 
-    /** Result: whether the parser keeps what it has read. */
+    /** A callback of the parser. Result: whether the parser keeps what it has just read. */
     bool take(int depth, json::parse_event_t event, json& parsed) {
         using Event = json::parse_event_t;
         switch (event) {
@@ -248,7 +248,7 @@ private:
 
 void exportSettings(Settings const& settings, std::string const& group, std::ostream& out) {
     std::optional<Progress> progress;
-    if (!isTerminal()) // where the output itself shows it
+    if (!isTerminal()) // there, the output itself shows the progress
         progress.emplace("exporting", 0);
     Escapes const escapes = forJsonOutput();
     std::size_t done = 0;

@@ -7,7 +7,7 @@
 #include "Settings.h"
 
 /**
- * The exchange format: one JSON object, an entry a line, sorted by name.
+ * The exchange format: one JSON object, one entry per line, sorted by name.
  *
  *     {
  *       "a/b/x": {"type": "integer", "value": 42},
@@ -15,20 +15,19 @@
  *       "a/l": {"type": "strings", "value": ["p", "q"]}
  *     }
  *
- * The types are the kinds' names. A number that JSON lacks is "nan", "inf" or "-inf". Text that is not UTF-8
- * is given in base64, as "base64" in place of "value"; in "strings" all elements are then. Where a value does
- * not give all of a property's bytes, they follow in base64, as "record"; bytes that are not a value are
- * {"type": "bytes", "base64": ...}. So every register file comes back byte for byte.
+ * The types are the names of the kinds. Numbers that JSON lacks are "nan", "inf" and "-inf". Text that is not UTF-8 is
+ * in base64, as "base64" instead of "value"; in a list, that applies to all elements. If the value alone does not
+ * determine all bytes of the property, "record" has them in base64. Bytes that are not a value are
+ * {"type": "bytes", "base64": ...}. So an export and an import give the same register file, byte for byte.
  */
 namespace tool {
 
-/** Writes the settings in a group in the exchange format, under their full names. */
+/** Writes the settings in a group, with their full names. */
 void exportSettings(Settings const& settings, std::string const& group, std::ostream& out);
 
 /**
- * Adds to settings what `text` holds.
- * Errors: `Failure` at the first entry that is wrong, with `source`, its line and its name; some of the settings
- * have changed then.
+ * Sets everything in `text`. `source` is its name in messages.
+ * Errors: `Failure` at the first invalid entry, with its line and name; the entries before it have been set.
  */
 void importSettings(std::string const& source, std::string const& text, Settings& settings);
 

@@ -14,7 +14,7 @@ namespace {
 
 constexpr char const* someDuration = R"(such as "1.5s" (units: ns, us, ms, s, min, h, d))";
 
-/** An element in a message: text in quotes, anything else as the command line takes it. */
+/** An element in a message: text in quotes, everything else as on the command line. */
 std::string shown(Value const& element) {
     return std::holds_alternative<std::string>(element) ? jsonText(element, forJsonLine())
                                                         : elementTexts(element).front();
@@ -52,7 +52,7 @@ struct IsAtMost {
     }
     template <class T, class Other>
     bool operator()(T const& /*element*/, Other const& /*limit*/) const {
-        return false; // limits are of the elements' kind
+        return false; // never called: a limit has the kind of the elements
     }
 };
 

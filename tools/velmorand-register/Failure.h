@@ -9,13 +9,13 @@ namespace tool {
 /** The program's exit status. */
 enum class Status : int {
     done = 0,
-    notThere = 1,      ///< or different
-    misuse = 2,        ///< the command is wrong, whatever the files hold
+    notThere = 1,      ///< or `diff` found differences
+    misuse = 2,        ///< the command line or its input is invalid
     fileTrouble = 3,   ///< a register file is damaged, cannot be read or was not saved
-    notAsDeclared = 4, ///< settings are not as their programs declare them
+    notAsDeclared = 4, ///< `check` printed warnings and found nothing worse
 };
 
-/** Ends the command. The message is one line, without the program's name. */
+/** Ends the command with a status. The message is one line, without the program's name. */
 class Failure : public std::runtime_error {
 public:
     Failure(Status status, std::string const& message) : std::runtime_error(message), _status(status) {}
@@ -26,7 +26,7 @@ private:
     Status _status;
 };
 
-/** A command line of the wrong form: the message is followed by how to call the command. */
+/** An invalid command line; the usage is printed after the message. */
 class WrongCall : public Failure {
 public:
     explicit WrongCall(std::string const& message) : Failure(Status::misuse, message) {}

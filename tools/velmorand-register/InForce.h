@@ -9,19 +9,19 @@
 
 namespace tool {
 
-/** What readers find under a name, and what a list says of its scope: "user", "global", "locked" or "unset". */
+/** An entry as readers find it, and its scope in a list: "user", "global", "locked" or "unset". */
 struct Found {
     char const* scope;
     filesystem::direct::Entry entry;
 };
 
-/** The settings of the scopes that readers look into, with what the administrator has locked in the global one. */
+/** The settings of the scopes that readers search, and the administrator's locks. */
 class InForce {
 public:
     /** Errors: as `settingsToRead`. */
     explicit InForce(Places const& places);
 
-    /** In the readers' order. */
+    /** The scopes in the order in which readers search them. */
     [[nodiscard]] std::array<ScopedSettings, 2> const& scopes() const noexcept { return _scopes; }
 
     /** Whether anything is locked. */
@@ -30,7 +30,7 @@ public:
     /** Whether a clean name is locked. */
     [[nodiscard]] bool isLocked(std::string const& name) const { return _locks.entryFor(name).has_value(); }
 
-    /** What is under a clean name. */
+    /** The entry that readers find under a clean name. */
     [[nodiscard]] Found find(std::string const& name) const;
 
 private:
@@ -38,7 +38,7 @@ private:
     Locks _locks;
 };
 
-/** Whether readers leave a scope out for the names that are locked. */
+/** Whether a scope is the user's, which readers skip for locked names. */
 bool isUsers(ScopedSettings const& scoped);
 
 } // namespace tool

@@ -15,7 +15,7 @@ namespace {
 
 using nlohmann::json;
 
-/** Goes through text, for the parser, and counts the lines. */
+/** Iterates over text and keeps track of the position for messages. */
 class CountingIterator {
 public:
     using iterator_category = std::input_iterator_tag;
@@ -64,7 +64,7 @@ std::string placeOf(std::string_view text, std::size_t at) {
     return std::to_string(line) + ':' + std::to_string(column);
 }
 
-/** Says that a text is not JSON from this byte on. */
+/** The error for text that stops being JSON at this byte. */
 BadJson badAt(std::string_view text, std::size_t at) {
     auto const refusal = [&](std::string const& reason) {
         return BadJson(placeOf(text, at) + ": not valid JSON: " + reason);
@@ -74,12 +74,12 @@ BadJson badAt(std::string_view text, std::size_t at) {
     std::size_t end = at + 1;
     while (end < text.size() && isContinuation(text[end]))
         ++end;
-    if (!isUtf8(text.substr(0, end))) // up to here the parser has checked it
+    if (!isUtf8(text.substr(0, end))) // the parser has checked the text before it
         return refusal("not UTF-8 text");
     return refusal("unexpected " + jsonText(std::string(text.substr(at, end - at)), forJson));
 }
 
-/** The number that ends at this byte, or a little before it. */
+/** The last number before this byte. */
 std::string_view numberBefore(std::string_view text, std::size_t at) {
     std::string_view const before = text.substr(0, at);
     std::string_view const number = before.substr(0, before.find_last_of("0123456789") + 1);
@@ -89,7 +89,7 @@ std::string_view numberBefore(std::string_view text, std::size_t at) {
 } // namespace
 
 void parseJson(std::string const& text, JsonPlace& place, json::parser_callback_t const& take) {
-    if (std::size_t const nul = text.find('\0'); nul != std::string::npos) // the parser takes it for the end
+    if (std::size_t const nul = text.find('\0'); nul != std::string::npos) // ends the text for the parser
         throw badAt(text, nul);
     char const* const begin = text.data();
     try {

@@ -9,7 +9,7 @@
 
 namespace tool {
 
-/** Where the parser is in a text. */
+/** The parser's position in a text. */
 struct JsonPlace {
     std::size_t line = 1;
     std::size_t byte = 0;
@@ -22,9 +22,9 @@ public:
 };
 
 /**
- * Parses JSON and hands each part to `take` as soon as it has been read, with `place` after it. Parts for
- * which `take` returns false are dropped.
- * Errors: `BadJson` for text that is not JSON; `BadEntry` for a number that is out of range; those of `take`.
+ * Parses JSON and passes each part to `take` as soon as it has been read; `place` is then the position after it. Parts
+ * for which `take` returns false are discarded.
+ * Errors: `BadJson` for text that is not JSON; `BadEntry` for a number out of range; those of `take`.
  */
 void parseJson(std::string const& text, JsonPlace& place, nlohmann::json::parser_callback_t const& take);
 

@@ -22,7 +22,7 @@ std::string fromBase64(json const& text) {
     auto const decoded = QByteArray::fromBase64Encoding(
         QByteArray::fromRawData(encoded.data(), static_cast<int>(encoded.size())),
         QByteArray::AbortOnBase64DecodingErrors);
-    if (!decoded || decoded.decoded.toBase64().toStdString() != encoded) // which also finds a missing end
+    if (!decoded || decoded.decoded.toBase64().toStdString() != encoded) // also detects truncation
         throw BadEntry("\"" + encoded + "\" is not base64");
     return decoded.decoded.toStdString();
 }
@@ -35,7 +35,7 @@ T elementOf(json const& value);
 template <>
 std::string elementOf(json const& value) {
     if (value.is_object() && value.size() == 1 && value.contains("base64"))
-        return fromBase64(value["base64"]); // among the elements that are plain text
+        return fromBase64(value["base64"]); // an element in base64 among plain ones
     if (!value.is_string())
         throw BadEntry(value.dump() + " is not a string");
     return value.get<std::string>();
@@ -44,7 +44,7 @@ std::string elementOf(json const& value) {
 template <>
 double elementOf(json const& value) {
     if (value.is_number_integer() && !value.is_number_unsigned() && value == 0)
-        return -0.0; // "-0", as some programs write it
+        return -0.0; // "-0" without a fraction, as some programs write it
     if (value.is_number())
         return value.get<double>();
     if (value == "nan")
@@ -73,7 +73,7 @@ bool elementOf(json const& value) {
     return value.get<bool>();
 }
 
-/** Makes a value of a kind from JSON, with a function for its elements. */
+/** Builds a value or a list from JSON, with a function for its elements. */
 template <class T>
 struct Form {
     template <class Convert>

@@ -11,22 +11,22 @@
 /** Values in the notation of the exchange format. */
 namespace tool {
 
-/** What is wrong with an entry, without its place. */
+/** The problem with an entry, without its position. */
 class BadEntry : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/** The bytes that a string of base64 gives. Errors: `BadEntry`. */
+/** Decodes a string of base64. Errors: `BadEntry`. */
 std::string fromBase64(nlohmann::json const& text);
 
-/** The kind of this name, as an index of `kindNames`. Errors: `BadEntry`. */
+/** The index of a kind in `kindNames`. Errors: `BadEntry`. */
 std::size_t kindNamed(std::string const& name);
 
-/** The value of a kind, an index of `kindNames`. Errors: `BadEntry`. */
+/** A value from JSON; `kind` is an index into `kindNames`. Errors: `BadEntry`. */
 Value valueFrom(nlohmann::json const& value, std::size_t kind);
 
-/** The value of a kind of text, all of which is given in base64. Errors: `BadEntry`. */
+/** A "string" or "strings" value, all of whose text is in base64. Errors: `BadEntry`. */
 Value encodedValueFrom(nlohmann::json const& value, std::string const& kind);
 
 } // namespace tool

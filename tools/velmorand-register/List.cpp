@@ -14,12 +14,12 @@ namespace tool {
 
 namespace {
 
-/** Prints the beginning of a line of a list. */
+/** Prints the first two columns of a line. */
 void printColumns(std::string_view kind, char const* scope) {
     std::cout << std::left << std::setw(9) << kind << ' ' << std::setw(6) << scope << ' ';
 }
 
-/** Prints a line of a list. */
+/** Prints the line of a property or group. */
 void printLine(Walk const& entry, char const* scope, std::string const& group, bool isLong) {
     bool const isGroup = entry.kind() == Kind::directory;
     Reading const reading = isGroup ? Reading() : decodeRecord(entry.content());
@@ -38,7 +38,7 @@ void printDeclaredGroup(std::string const& name, char const* scope) {
     std::cout << '\n';
 }
 
-/** Prints a declared setting: its value, or its fallback if it is not set, and its description. */
+/** Prints the line of a declared setting: its value, or its fallback if it is not set, and its description. */
 void printDeclared(std::string const& name, Declaration const& declaration, Found const& found) {
     bool const isSet = found.entry.kind != Kind::none;
     bool const isGroup = found.entry.kind == Kind::directory;
@@ -83,7 +83,7 @@ Status list(Places const& places, std::string const& group, bool isRecursive, bo
         if (entry == nullptr)
             continue;
         char const* const scope = isLocked ? "locked" : entry == walk.first() ? first.scope : second.scope;
-        // Of a property and a group with one name, readers find the first scope's.
+        // If a property and a group have the same name, readers find the one in the first scope.
         if (entry == walk.first() || isLocked || !first.settings.exists(name()))
             printLine(*entry, scope, around, isLong);
     }
@@ -103,7 +103,7 @@ Status listDeclared(Places const& places, std::string const& group, bool isRecur
         throw Failure(Status::notThere, declarations.count(around) > 0
                                             ? '"' + around + "\" is a property, not a group"
                                             : "no declared settings in group: " + around);
-    std::size_t const begin = around.empty() ? 0 : around.size() + 1; // of the names in the group
+    std::size_t const begin = around.empty() ? 0 : around.size() + 1; // of names relative to it
     while (next != end) {
         auto const& [name, declaration] = *next;
         std::size_t const level = name.find('/', begin);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// lock, unlock: what users may not change.
+// The commands lock and unlock.
 #include <algorithm>
 #include <iostream>
 #include <iterator>
@@ -15,7 +15,7 @@ namespace tool {
 
 namespace {
 
-/** The places with the administrator's scope, for a command that is about it alone. Errors: `WrongCall`. */
+/** The places, with the global scope chosen, for a command that changes only that. Errors: `WrongCall`. */
 Places administrators(Places places, std::string const& command) {
     if (places.scope.value_or(Scope::global) != Scope::global)
         throw WrongCall(command + " changes only the global register file");
@@ -33,7 +33,7 @@ std::vector<std::string> propertyNames(std::vector<std::string> const& names) {
     return clean;
 }
 
-/** A line of the answer: what has become of a name, and the group with which it is locked, if there is one. */
+/** A line of the report: the outcome for a name, and the group through which it is locked, if any. */
 std::string lineAbout(char const* what, std::string const& name, std::string const& with = {}) {
     std::ostringstream line;
     line << what << ": ";
@@ -47,7 +47,7 @@ std::string lineAbout(char const* what, std::string const& name, std::string con
     return line.str();
 }
 
-/** Puts a list of locks in place; one without entries is removed, and so is its group if nothing else is in it. */
+/** Stores a list of locks. An empty list is removed, with its group if that becomes empty. */
 void writeLockList(Settings& settings, std::vector<std::string> const& list) {
     if (!list.empty()) {
         settings.write(lockListName, encodeRecord(list));
@@ -58,7 +58,7 @@ void writeLockList(Settings& settings, std::vector<std::string> const& list) {
         settings.remove(lockListGroup);
 }
 
-/** Removes the entries of a list that stand for a clean name. Result: whether there was one. */
+/** Removes all entries for a clean name from a list. Result: whether there were any. */
 bool removeEntries(std::vector<std::string>& list, std::string const& name) {
     auto const gone = std::remove_if(list.begin(), list.end(),
                                      [&name](std::string const& entry) { return entryName(entry) == name; });

@@ -25,7 +25,7 @@ bool beginsWith(std::string const& text, std::string const& beginning) {
     return text.compare(0, beginning.size(), beginning) == 0;
 }
 
-/** The names in the list; none if it is not a list of strings. */
+/** The list in the global scope; empty if it is not a list of strings. */
 Names listIn(Settings const& global) {
     Reading const reading = decodeRecord(global.find(lockListName).content);
     bool const isList =
@@ -83,7 +83,7 @@ Locks::Locks(Names const& list) {
 
 std::optional<std::string> Locks::entryFor(std::string const& name) const {
     std::string const whole = name + '/';
-    // What lies between an entry and what begins with it begins with it, too, and so is not an entry.
+    // All names between an entry and a name that begins with it begin with it, too, so none of them is an entry.
     auto const next = std::upper_bound(_entries.begin(), _entries.end(), whole);
     if (next == _entries.begin() || !beginsWith(whole, *std::prev(next)))
         return std::nullopt;

@@ -10,28 +10,28 @@
 
 namespace tool {
 
-/** The property of a global register file that lists what the administrator has locked, and the group around it. */
+/** The property in a global register file that lists the administrator's locks, and its group. */
 constexpr char const* lockListName = "velmorand/locked";
 constexpr char const* lockListGroup = "velmorand";
 
-/** The clean name that an entry of the list stands for; empty if it is not a name. */
+/** The clean form of an entry in the list; empty if it is not a valid name. */
 std::string entryName(std::string const& entry);
 
-/** Why applications take something under that name for no list, or leave out an entry; empty if they do neither. */
+/** Why applications ignore the list, or an entry of it; empty if they ignore nothing. */
 std::string objectionToLocks(filesystem::direct::Kind kind, Reading const& reading);
 
 /**
- * The list, as it is written.
- * Errors: `Failure` if there is something else under its name.
+ * The list as it is stored; empty if it does not exist.
+ * Errors: `Failure` if something else is stored under its name.
  */
 std::vector<std::string> lockList(Settings const& settings);
 
-/** What a list locks, for applications: properties, and groups with everything in them. */
+/** The names that a list locks in applications: properties, and groups with everything in them. */
 class Locks {
 public:
     Locks() = default;
 
-    /** A list of another type locks nothing, and neither does an entry that is not a name. */
+    /** A value that is not a list of strings locks nothing; an entry that is not a valid name is ignored. */
     explicit Locks(Settings const& global);
     explicit Locks(std::vector<std::string> const& list);
 
@@ -41,7 +41,7 @@ public:
     [[nodiscard]] std::optional<std::string> entryFor(std::string const& name) const;
 
 private:
-    std::vector<std::string> _entries; ///< clean, with a "/" after each; sorted, and none begins with another
+    std::vector<std::string> _entries; ///< clean, with a "/" appended; sorted; none is a prefix of another
 };
 
 } // namespace tool

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// import --from: takes over the settings of another store.
+// The command import --from: imports the settings of another store.
 #include "Moving.h"
 
 #include <array>
@@ -36,7 +36,7 @@ constexpr std::array<NamedStore, 4> stores{{{"ini", velmorand::Store::ini},
                                             {"dconf", velmorand::Store::dconf},
                                             {"json", velmorand::Store::json}}};
 
-/** Standard input as a file, for the libraries that read only files. */
+/** Standard input as a temporary file, for libraries that can read only files. */
 class InputFile {
 public:
     InputFile() {
@@ -90,7 +90,7 @@ std::vector<ForeignSetting> read(velmorand::Store store, Moving const& moving,
     if (moving.file == "-")
         input.emplace();
     velmorand::ImportSource const source{store, input ? input->path() : moving.file, mapIn(moving.map)};
-    // A value of a type that only its own program knows is in the report, so QtCore need not print a warning as well.
+    // QtCore warns of values of types that it does not know; the report lists them already.
     qInstallMessageHandler([](QtMsgType, QMessageLogContext const&, QString const&) {});
     try {
         return readForeign(source, [&declarations](std::string const& name) {
@@ -102,7 +102,7 @@ std::vector<ForeignSetting> read(velmorand::Store store, Moving const& moving,
     }
 }
 
-/** Finds what may not be set. */
+/** Marks the settings that must not be set. */
 void check(std::vector<ForeignSetting>& settings, Permissions const& permissions) {
     for (ForeignSetting& setting : settings) {
         if (!setting.value)
@@ -140,7 +140,7 @@ void print(ForeignSetting const& setting, ImportedSetting const& imported) {
     std::cout << '\n';
 }
 
-/** Prints what has become of each setting. Result: the exit status. */
+/** Prints the outcome of each setting. Result: the exit status. */
 Status report(std::vector<ForeignSetting> const& settings, std::vector<ImportedSetting> const& imported,
               bool isDryRun) {
     std::array<std::size_t, 5> counts{};

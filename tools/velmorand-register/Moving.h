@@ -6,13 +6,13 @@
 
 namespace tool {
 
-/** What to import from another store, and how. */
+/** The arguments of an import from another store. */
 struct Moving {
-    std::string file;               ///< "-": standard input
+    std::string file;               ///< "-" for standard input
     std::optional<std::string> map; ///< the file with the rules
-    bool isOverwriting = false;     ///< other values under the new names are replaced
-    bool isForced = false;          ///< even what is locked, or not as declared
-    bool isDryRun = false;          ///< nothing is written
+    bool isOverwriting = false;     ///< replace other values under the new names
+    bool isForced = false;          ///< also set locked names, and values that a declaration forbids
+    bool isDryRun = false;          ///< write nothing
 };
 
 } // namespace tool

@@ -9,25 +9,26 @@ namespace tool {
 
 namespace {
 
-/** The number of bytes in the groups that two names begin with alike. */
+/** The size, in bytes, of the leading groups that two names share. */
 std::size_t commonGroups(std::string_view left, std::string_view right) {
     auto const differing = std::mismatch(left.begin(), left.end(), right.begin(), right.end()).first;
     auto const common = left.substr(0, static_cast<std::size_t>(differing - left.begin()));
     return common.rfind('/') + 1;
 }
 
-/** How far a name may be from the one that it was meant to be, where their groups differ. */
+/** The largest distance at which one name is a plausible misspelling of the other; both without shared groups. */
 std::size_t farthest(std::string_view name, std::string_view other) {
     constexpr std::size_t slips = 3;
     return std::min(std::max(name.size(), other.size()) / 3, slips);
 }
 
-/** Finds how far texts are from each other. */
+/** Computes edit distances, with buffers that are reused. */
 class Distance {
 public:
     /**
-     * The number of bytes to insert, remove, replace or swap with their neighbours to make one text from the other;
-     * any number above `most` if it takes more than that. The time is in proportion to `most` times the size.
+     * The edit distance: how many bytes must be inserted, removed, replaced or swapped with a neighbour to turn one
+     * text into the other. If it exceeds `most`, the result is some number above `most`. Time: in proportion to `most`
+     * times the size.
      */
     std::size_t operator()(std::string_view from, std::string_view to, std::size_t most) {
         std::size_t const sizes = from.size() < to.size() ? to.size() - from.size() : from.size() - to.size();
@@ -42,7 +43,7 @@ public:
             _older.swap(_old);
             _old.swap(_current);
             std::size_t const least = goOn(from, i, to, most);
-            if (std::min(least, leastBefore) > most) // a swap reaches back over two
+            if (std::min(least, leastBefore) > most) // a swap refers to the row before the last
                 return most + 1;
             leastBefore = least;
         }
@@ -51,8 +52,8 @@ public:
 
 private:
     /**
-     * Finds the distances of the first `i` bytes of `from` from the beginnings of `to` whose sizes differ by at most
-     * `most`; there is one more on either side. Result: the least.
+     * Computes row `i` of the table: the distances of the first `i` bytes of `from` to those prefixes of `to` whose
+     * sizes differ from `i` by at most `most`, and a sentinel on either side. Result: the least distance in the row.
      */
     std::size_t goOn(std::string_view from, std::size_t i, std::string_view to, std::size_t most) {
         std::size_t const first = i > most ? i - most : 1;
@@ -72,7 +73,7 @@ private:
         return least;
     }
 
-    // Of a beginning of `from`, and of those one and two bytes shorter.
+    // The rows for a prefix of `from`, and for the prefixes one and two bytes shorter.
     std::vector<std::size_t> _current;
     std::vector<std::size_t> _old;
     std::vector<std::size_t> _older;

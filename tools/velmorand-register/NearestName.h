@@ -10,9 +10,9 @@
 namespace tool {
 
 /**
- * The one of these names that a name was probably meant to be: the nearest one by characters inserted, removed, replaced
- * and swapped, the first of several. At most three characters may have to change, and at most a third of those from
- * where the groups differ. Result: none if no name is as near as that.
+ * The declared name that `name` is probably a misspelling of: the nearest by edit distance, or the first of several.
+ * The distance may be at most 3, and at most a third of the length of the longer name after the groups that both share.
+ * Result: none if no declared name is that near.
  */
 std::optional<std::string> nearestName(DeclaredGroup const& group, std::string_view name);
 

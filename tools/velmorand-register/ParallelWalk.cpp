@@ -10,7 +10,7 @@ ParallelWalk::ParallelWalk(Walk first, Walk second) : _first(std::move(first)), 
 
 bool ParallelWalk::next() {
     int const last = _order;
-    std::size_t same = _common; // of the bytes that the paths had alike before, those that stay
+    std::size_t same = _common; // the part of the old common prefix that is still common
     if (last <= 0) {
         _isFirstThere = _isFirstThere && _first.next();
         same = std::min(same, _first.nameBegin());

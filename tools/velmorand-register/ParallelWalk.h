@@ -8,27 +8,27 @@
 namespace tool {
 
 /**
- * Goes through two groups at once, in the order of the names, at the cost of going through each of them: names are
- * compared from where they have changed, so their lengths do not count at every step.
+ * Walks through two groups at once, in the order of their names. Costs no more than walking through each of them: names
+ * are compared only from where they changed since the last step, not in full.
  */
 class ParallelWalk {
 public:
-    /** The walks are before their first entries. */
+    /** Both walks must be before their first entries. */
     ParallelWalk(Walk first, Walk second);
 
-    /** Goes on to the next name that either has. Result: whether there is one. */
+    /** Advances to the next name in either group. Result: false at the end. */
     bool next();
 
-    /** What the first group has under the current name; null for nothing. */
+    /** The entry of the first group under the current name; null if it has none. */
     [[nodiscard]] Walk const* first() const { return _order <= 0 ? &_first : nullptr; }
 
-    /** What the second group has under the current name; null for nothing. */
+    /** The entry of the second group under the current name; null if it has none. */
     [[nodiscard]] Walk const* second() const { return _order >= 0 ? &_second : nullptr; }
 
-    /** The first's entry, or else the second's. */
+    /** The entry of the first group or, if it has none, of the second. */
     [[nodiscard]] Walk const& either() const { return _order <= 0 ? _first : _second; }
 
-    /** Leaves out what is in the current entry, a group. */
+    /** Skips the content of the current entry, a group. */
     void skip();
 
 private:
@@ -38,8 +38,8 @@ private:
     Walk _second;
     bool _isFirstThere = true;
     bool _isSecondThere = true;
-    int _order = 0;          ///< of the walks' entries: negative when the first one's comes first
-    std::size_t _common = 0; ///< bytes that their paths begin with alike
+    int _order = 0;          ///< compares the walks' entries: negative if the first walk's comes first
+    std::size_t _common = 0; ///< size of the common prefix of their paths
 };
 
 } // namespace tool

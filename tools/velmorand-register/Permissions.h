@@ -9,18 +9,19 @@
 
 namespace tool {
 
-/** Which values settings may get: what programs declare, and what the administrator has locked. */
+/** Which values may be set, according to the programs' declarations and the administrator's locks. */
 class Permissions {
 public:
     /**
-     * For the scope that a command changes. Only the user's has locks, if the global directory is given.
-     * Errors: `Failure` if a catalogue that is given, or the global register file, cannot be read.
+     * The permissions in the scope that a command changes. Locks apply only to the user's scope, and only if the global
+     * directory is given.
+     * Errors: `Failure` if a given catalogue or the global register file cannot be read.
      */
     explicit Permissions(Places const& places);
 
     [[nodiscard]] Declarations const& declarations() const noexcept { return _declarations; }
 
-    /** Why a clean name may not get a value, with the cure; empty if it may. */
+    /** Why a value must not be set under a clean name, and how to set it anyway; empty if it may be set. */
     [[nodiscard]] std::string objectionTo(std::string const& name, Value const& value) const;
 
 private:

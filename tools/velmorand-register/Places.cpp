@@ -25,7 +25,7 @@ Directory userDirectory(Places const& places) {
     if (places.userDirectory)
         return named(*places.userDirectory);
     char const* const configuration = std::getenv("XDG_CONFIG_HOME");
-    if (configuration != nullptr && *configuration == '/') // relative ones are to be ignored
+    if (configuration != nullptr && *configuration == '/') // XDG: relative paths are ignored
         return {std::string(configuration) + "/velmorand", false};
     char const* const home = std::getenv("HOME");
     if (home != nullptr && *home != '\0')

@@ -14,16 +14,16 @@ namespace tool {
 
 enum class Scope { user, global, temporary };
 
-/** Where the register files are, which of them a command is about, and how long it waits to change one. */
+/** The options that all commands share: where the files are, which scope to use, and how long to wait for a lock. */
 struct Places {
     std::optional<std::string> globalDirectory;
     std::optional<std::string> userDirectory;
     std::optional<Scope> scope;
     std::chrono::seconds patience{5};
-    std::vector<std::string> catalogues; ///< in place of those that are installed
+    std::vector<std::string> catalogues; ///< instead of the installed ones
 };
 
-/** A register directory. One that was named must be there; the user's own need not. */
+/** A register directory. One that the command line names must exist; the default need not. */
 struct Directory {
     std::string path;
     bool isNamed;
@@ -31,13 +31,13 @@ struct Directory {
 
 RegisterFile fileIn(Directory const& directory);
 
-/** A file that was named; a directory stands for the register file in it. */
+/** The register file at a path, or in the directory at that path. */
 RegisterFile fileAt(std::string const& path);
 
-/** The directory of the user's or the global scope. Errors: `Failure` if it is not given, or not a directory. */
+/** The directory of the user's or the global scope. Errors: `Failure` if it is unknown or not a directory. */
 Directory directoryOf(Places const& places, Scope scope);
 
-/** The directory of the one register file that a command is about: the user's, unless a scope is given. */
+/** The directory for a command that uses one scope: the user's, unless another scope is given. */
 Directory theDirectory(Places const& places);
 
 struct ScopedFile {
@@ -45,7 +45,9 @@ struct ScopedFile {
     RegisterFile file;
 };
 
-/** The register files that readers look into, at most two, in their order; or that of the scope that is given. */
+/**
+ * The register files in the order in which readers search them, at most two; only that of the scope if one is given.
+ */
 std::vector<ScopedFile> filesToRead(Places const& places);
 
 /** The settings of a scope. */
@@ -54,10 +56,10 @@ struct ScopedSettings {
     Settings settings;
 };
 
-/** What these files hold, a missing one nothing. */
+/** The settings in those files; a missing file is empty. */
 std::array<ScopedSettings, 2> settingsToRead(Places const& places);
 
-/** Why a name does not lead to a group: it does not exist, or is a property. */
+/** The failure for a name that is not a group: it does not exist, or is a property. */
 Failure noGroup(std::string const& name, bool isProperty);
 
 } // namespace tool

@@ -8,15 +8,15 @@
 
 namespace tool {
 
-/** A decimal number of any length, without rounding. */
+/** A decimal number of any length; arithmetic is exact. */
 class Quantity {
 public:
     /** A whole number that fits in 64 bits, signed or unsigned. Result: none for any other text. */
     static std::optional<Quantity> ofWhole(std::string_view text);
 
     /**
-     * The length of a time, such as "30s" or "-1.5h", in nanoseconds: digits, perhaps with "-" before them and a
-     * fraction after them, and one of the units ns, us, ms, s, min, h, d. Result: none for any other text.
+     * A duration such as "30s" or "-1.5h", in nanoseconds: an optional "-", digits, an optional fraction, and one of
+     * the units ns, us, ms, s, min, h, d. Result: none for any other text.
      */
     static std::optional<Quantity> ofDuration(std::string_view text);
 
@@ -28,9 +28,9 @@ private:
     void multiply(std::uint64_t factor);
     void normalise();
 
-    bool _isNegative = false; // never zero
-    std::string _whole;       // digits, without zeros in front
-    std::string _fraction;    // digits, without zeros at the end
+    bool _isNegative = false; // false for zero
+    std::string _whole;       // digits, without leading zeros
+    std::string _fraction;    // digits, without trailing zeros
 };
 
 } // namespace tool

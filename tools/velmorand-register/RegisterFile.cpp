@@ -46,7 +46,7 @@ Loaded RegisterFile::load(Settings& settings) const {
     try {
         settings.read(*handle);
     } catch (utils::Exception const& failure) {
-        // The message starts with the path by which the file system knows the file.
+        // The message starts with the file system's path of the file, which is not the user's.
         throw Failure(Status::fileTrouble, _path + (failure.what() + handle->path().size()));
     }
     long const end = disk.tell(handle);
@@ -63,8 +63,8 @@ void RegisterFile::save(Settings const& settings) const {
     if (!disk.open(toQString('/' + _name), &handle, FileSystem::MODE_WRITE))
         throw failed(errno);
     errno = EIO;
-    // A handle that is not closed leaves the file as it was; and the previous file goes when the new one is on
-    // the disk, some of which say only then that they are full.
+    // A handle that is not closed leaves the file unchanged. The previous file is replaced only after the new content
+    // has been flushed: some disks report only then that they are full.
     if (!settings.write(*handle) || !disk.flush(handle) ||
         (!disk.keepAs(toQString(_name), toQString(_name + previousEnding)) && errno != ENOENT) ||
         !disk.close(handle))

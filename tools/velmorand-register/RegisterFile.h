@@ -10,19 +10,19 @@ namespace tool {
 /** The register file's name in a register directory. */
 constexpr char const* registerFileName = "Velmorand.dat";
 
-/** What the name of the file before the last save adds to that of a register file. */
+/** The suffix of the previous file, the register file before the last save. */
 constexpr char const* previousEnding = ".previous";
 
-/** What a register file was found to be. */
+/** The result of loading a register file. */
 struct Loaded {
     bool isThere;
-    long bytesAfter; ///< how many follow the settings; applications never read them
+    long bytesAfter; ///< the number of bytes after the settings, which applications never read
 };
 
 /** A register file on disk. */
 class RegisterFile {
 public:
-    /** Nothing is touched. Errors: `Failure` for a path that is not UTF-8. */
+    /** Does not access the disk. Errors: `Failure` for a path that is not UTF-8. */
     explicit RegisterFile(std::string const& path);
 
     [[nodiscard]] std::string const& path() const noexcept { return _path; }
@@ -30,15 +30,15 @@ public:
     [[nodiscard]] std::string const& name() const noexcept { return _name; }
 
     /**
-     * Replaces settings by what the file holds; a missing file leaves them empty.
-     * Errors: `Failure` when it cannot be read, or is not a whole register file; the settings are as they were.
+     * Replaces settings by those in the file; a missing file leaves them empty.
+     * Errors: `Failure` if it cannot be read or is damaged; the settings are unchanged then.
      */
     Loaded
-    load(Settings& settings) const; // NOLINT(modernize-use-nodiscard): missing is often as good as empty
+    load(Settings& settings) const; // NOLINT(modernize-use-nodiscard): some callers treat missing as empty
 
     /**
-     * Replaces the file by settings, in one step, and keeps the old one, if there is one, as the previous file, in
-     * place of the one before. Errors: `Failure`; the file is as it was.
+     * Replaces the file atomically, and keeps the old one, if it exists, as the previous file.
+     * Errors: `Failure`; the file is unchanged then.
      */
     void save(Settings const& settings) const;
 

@@ -15,56 +15,55 @@ using filesystem::direct::Kind;
 using filesystem::direct::Walk;
 
 /**
- * The clean form of a name or a group: levels with one "/" between them; empty levels mean nothing.
+ * The clean form of a name: without leading, trailing and doubled "/".
  * Errors: `Failure` for a "." or ".." level, and for text that is not UTF-8.
  */
 std::string cleanName(std::string const& name);
 
-/** The same for a property's name. Errors: also `WrongCall` if it is empty. */
+/** The clean form of a property's name. Errors: those of `cleanName`; `WrongCall` if it is empty. */
 std::string propertyName(std::string const& name);
 
-/** The full name of what has a name in a group. */
+/** The full name of an entry of a group. */
 std::string inGroup(std::string const& group, std::string_view name);
 
-/** The name of a walk's entry, from the walk's group; it lasts until the next step. */
+/** The name of a walk's entry, relative to the walk's group. Valid until the next step. */
 std::string_view nameOf(Walk const& entry);
 
 /**
- * The settings of one register file, in memory: groups are directories, properties are files with one value record
- * each. Names are clean; the empty one is the group of all.
+ * The settings of one register file, in memory. Names are clean; the empty name is the group of all settings.
  */
 class Settings {
 public:
     /** No settings. */
     Settings();
 
-    /** What stands under a name. */
+    /** The entry under a name. */
     [[nodiscard]] filesystem::direct::Entry find(std::string const& name) const;
     [[nodiscard]] bool isGroup(std::string const& name) const { return find(name).kind == Kind::directory; }
     [[nodiscard]] bool exists(std::string const& name) const { return find(name).kind != Kind::none; }
 
-    /** Everything in a group, in the order of the names; that of a group counts with a "/" at its end. */
+    /** Everything in a group, sorted by name; a group sorts as if its name ended in "/". */
     [[nodiscard]] Walk walk(std::string const& group = "") const;
 
     [[nodiscard]] std::size_t countProperties() const;
 
     /**
-     * Sets a property's record, whatever it was before, and makes its groups.
-     * Errors: `Failure` when the name is a group's, or one of its groups is a property.
+     * Sets the record of a property, and creates its groups.
+     * Errors: `Failure` if the name is a group, or one of its groups is a property.
      */
     void write(std::string const& name, std::string const& record);
 
-    /** Makes a group, and the groups around it. Errors: `Failure` when there is a property in the way. */
+    /** Creates a group and its enclosing groups. Errors: `Failure` if one of them is a property. */
     void makeGroup(std::string const& name);
 
     /** Removes a property, or a group with everything in it; the empty name removes everything. */
     void remove(std::string const& name);
 
-    /** The file system that they are in, and their directory there. */
+    /** The file system that holds the settings, and their directory in it. */
     [[nodiscard]] filesystem::RAMFileSystem& files() noexcept { return *_files; }
     static constexpr char const* directory = "user";
 
-    /** Replaces the settings by those that a register file holds. Errors: as `RAMFileSystem::unserialize`. */
+    /** Replaces the settings by those in a register file. Errors: those of `RAMFileSystem::unserialize`. */
     void read(filesystem::FileHandle& file);
 
     /** Writes a register file. Result: whether everything was written. */

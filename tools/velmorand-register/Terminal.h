@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <string>
 
-/** What differs when a person looks on. */
+/** Output for people: colours and progress bars. */
 namespace tool {
 
 /** Whether standard output is a terminal. */
@@ -13,23 +13,23 @@ bool isTerminal();
 
 enum class Colour { green, red };
 
-/** What to print before and after a text to colour it; empty unless standard output is a terminal with colours. */
+/** The escape sequences before and after a coloured text; empty unless standard output is a terminal with colours. */
 char const* beginOf(Colour colour);
 char const* endOf(Colour colour);
 
 /**
- * A bar on standard error, when that is a terminal, for work that takes longer than a second. It is removed when the
- * work is done.
+ * A progress bar on standard error, if that is a terminal, for work that takes longer than a second. The destructor
+ * removes it.
  */
 class Progress {
 public:
-    /** Of `total` steps; 0 when it is not known how many there are. */
+    /** `total` is the number of steps; 0 if it is not known. */
     Progress(std::string label, std::size_t total);
     Progress(Progress const&) = delete;
     Progress& operator=(Progress const&) = delete;
     ~Progress();
 
-    /** So many steps are done. */
+    /** Shows that `done` steps are done. */
     void at(std::size_t done);
 
 private:
@@ -39,7 +39,7 @@ private:
     std::size_t _total;
     bool _isSeen;
     bool _isDrawn = false;
-    Clock::time_point _next; // when it is drawn again
+    Clock::time_point _next; // not drawn before this
 };
 
 } // namespace tool

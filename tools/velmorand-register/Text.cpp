@@ -16,7 +16,7 @@ namespace tool {
 
 namespace {
 
-/** What a text goes on with: a character, with its size in bytes; 0 for what is not UTF-8. */
+/** A character and its size in bytes; the size is 0 if the bytes are not UTF-8. */
 struct Character {
     std::uint32_t code;
     std::size_t size;
@@ -28,7 +28,7 @@ std::uint32_t byteAt(std::string_view text, std::size_t at) {
     return static_cast<unsigned char>(text[at]);
 }
 
-/** A character outside ASCII. */
+/** Decodes a character outside ASCII. */
 Character characterAt(std::string_view text, std::size_t at) {
     std::uint32_t const lead = byteAt(text, at);
     std::size_t const size = lead < 0xC0 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF8 ? 4 : 0;
@@ -83,11 +83,11 @@ std::string escapeOf(std::uint32_t code) {
     return escape;
 }
 
-/** Hands text to `write` in pieces: as it is where it may stay so, with escapes for the rest. */
+/** Passes text to `write` in pieces, with escapes where they are needed. */
 template <class Write>
 void escape(std::string_view text, Escapes escapes, Write write) {
     constexpr std::size_t ascii = 128;
-    std::array<bool, 256> isPlain{}; // of every byte; those outside ASCII are looked at more closely
+    std::array<bool, 256> isPlain{}; // by byte value; false outside ASCII, where characters are decoded
     for (std::size_t byte = 0; byte < ascii; ++byte)
         isPlain.at(byte) = !isEscaped(static_cast<unsigned char>(byte), escapes);
     std::size_t begin = 0;
@@ -126,7 +126,7 @@ void appendJson(std::string& out, double value, Escapes /*escapes*/) {
     else if (std::isinf(value))
         out += value < 0 ? "\"-inf\"" : "\"inf\"";
     else
-        out += nlohmann::json(value).dump(); // the fewest digits that read back the same
+        out += nlohmann::json(value).dump(); // the shortest text that gives the same number
 }
 
 void appendJson(std::string& out, int value, Escapes /*escapes*/) {

@@ -16,23 +16,23 @@ using velmorand::kindNames;
 /** A property's value, of one of the eight kinds. */
 using Value = velmorand::AnyValue;
 
-/** What a property's bytes were found to be. */
+/** The result of decoding a property's bytes. */
 using Reading = velmorand::DecodedRecord;
 
 /** The kind's name, or "bytes" if there is no value. */
 std::string_view kindName(Reading const& reading);
 
 /**
- * The value of a kind that texts, one for each element, give.
- * Errors: `WrongCall` when there is no such kind, or for too few or too many texts; `Failure` for a text that is not
- * an element of that kind.
+ * Parses a value of a kind from texts, one per element.
+ * Errors: `WrongCall` for an unknown kind, or too few or too many texts; `Failure` for a text that does not give an
+ * element of that kind.
  */
 Value parseValue(std::string const& kind, std::vector<std::string> const& texts);
 
-/** The elements of a value, each as `parseValue` takes it; a single value has one. */
+/** The elements of a value, as `parseValue` takes them; a single value has one element. */
 std::vector<std::string> elementTexts(Value const& value);
 
-/** The elements of a value, each as a single value; a single value has one, itself. */
+/** The elements of a value; a single value has one element, itself. */
 std::vector<Value> elementsOf(Value const& value);
 
 } // namespace tool

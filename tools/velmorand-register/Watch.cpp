@@ -26,7 +26,7 @@ Failure cannotWatch(std::string const& path, int error) {
     return {Status::fileTrouble, "cannot watch " + path + ": " + std::generic_category().message(error)};
 }
 
-/** Waits until a file may be another one, or hold something else. Result: whether it may, within `milliseconds`. */
+/** Waits until a file may have changed. Result: false if it has not within `milliseconds`. */
 bool isChanged(FileWatch& changes, RegisterFile const& file, int milliseconds) {
     ::pollfd waiting{changes.descriptor(), POLLIN, 0};
     int const count = ::poll(&waiting, 1, milliseconds);
@@ -61,7 +61,7 @@ void watch(RegisterFile const& file, std::ostream& out) {
             printChanges(before, after, out);
             before = std::move(after);
         } catch (Failure const& damage) {
-            // A file that somebody is still writing in place is followed by another event.
+            // If the file is still being written in place, another event follows.
             isNews = isChanged(changes, file, moment);
             if (!isNews)
                 complain(damage.what());

@@ -8,10 +8,10 @@
 namespace tool {
 
 /**
- * Prints what changes in a register file, old and new, whenever another process has replaced it; never returns.
- * A missing file counts as empty, even if its directory is missing; one that cannot be read is complained of, and
- * what it held before still counts. Links and directories on the way to it may be replaced as well.
- * Errors: `Failure` when the last existing directory on the way to the file cannot be watched.
+ * Prints the differences whenever another process has replaced a register file; never returns. A missing file counts as
+ * empty, even if its directory is missing. A file that cannot be read is reported, and the next readable one is
+ * compared with the last. Links and directories on the path may be replaced as well.
+ * Errors: `Failure` if the deepest existing directory of the path cannot be watched.
  */
 [[noreturn]] void watch(RegisterFile const& file, std::ostream& out);
 

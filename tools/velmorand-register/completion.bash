@@ -1,13 +1,12 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# Completion for bash: commands, options, kinds, files, and the names of the settings in the directories that the
-# command line gives and in the catalogues.
+# Completion for bash: commands, options, kinds, files, and the names of settings, from the directories on the command
+# line and from the catalogues.
 
-# Prints the kind and the name of each declared setting, with a tab between them. Arguments: options for the program.
+# Prints the kind and the name of each declared setting, separated by a tab. Arguments: options for the program.
 _velmorand_register_declared() {
     local line name
-    # A line of the list: the kind, the scope, the name, a colon. In the temporary scope nothing is set, so the kind is
-    # the declared one.
+    # Columns: kind, scope, name and a colon. Nothing is set in the temporary scope, so the kind is the declared one.
     velmorand-register "$@" --scope temporary list -r --declared 2>/dev/null | while IFS= read -r line; do
         name=${line:17}
         printf '%s\t%s\n' "${line%% *}" "${name%%: *}"
@@ -17,7 +16,7 @@ _velmorand_register_declared() {
 _velmorand_register() {
     local cur prev words cword
     _init_completion -n := || return
-    [[ $cur == *[![:space:]]* ]] || cur='' # before another word it is a space
+    [[ $cur == *[![:space:]]* ]] || cur='' # it is a space if another word follows
     local -
     set -f # names are not patterns
 
@@ -88,7 +87,7 @@ _velmorand_register() {
         case ${#arguments[@]} in
         0)
             local kinds='string number integer boolean strings numbers integers booleans'
-            # The name may be there already.
+            # If the name is on the line already, it decides the kind.
             while IFS=$'\t' read -r kind name; do
                 [[ $name != "${words[cword + 1]:-}" ]] || kinds=$kind
             done < <(_velmorand_register_declared "${catalogues[@]}")
@@ -102,7 +101,7 @@ _velmorand_register() {
     get) names=properties ;;
     delete | lock) names=both ;;
     unlock)
-        # The names that have been locked, one a line.
+        # The locked names, one per line.
         local IFS=$'\n'
         for name in $(velmorand-register "${places[@]}" --scope global get velmorand/locked 2>/dev/null); do
             printf -v name %q "$name"
@@ -114,7 +113,7 @@ _velmorand_register() {
     list | export) names=groups ;;
     restore)
         ((${#arguments[@]} == 0)) || return
-        # A line of the list: the time, the name, a colon.
+        # Columns: time, name and a colon.
         COMPREPLY=($(compgen -W "$(velmorand-register "${places[@]}" restore 2>/dev/null |
             cut -c 22- | cut -d : -f 1)" -- "$cur"))
         return
@@ -123,16 +122,16 @@ _velmorand_register() {
     esac
 
     local IFS=$'\n' all=() candidates=()
-    # A line of the list: the kind, the scope, the name, in columns.
+    # Columns: kind, scope, name.
     [[ $declared ]] || all+=($(velmorand-register "${places[@]}" list -r 2>/dev/null | cut -c 18-))
     if [[ $declared || $names != groups ]]; then
         while IFS=$'\t' read -r kind name; do
-            # What is to be set has the kind that has been given.
+            # "set" completes only names of the kind on the line.
             [[ $command == set && $kind != "${arguments[0]}" ]] || all+=("$name")
         done < <(_velmorand_register_declared "${catalogues[@]}")
     fi
     for name in "${all[@]}"; do
-        [[ $name != *\\* ]] || continue # shown with escapes, so this is not its name
+        [[ $name != *\\* ]] || continue # printed with escapes, so this is not the real name
         [[ $names == groups ]] || candidates+=("$name")
         while [[ $names != properties && $name == */* ]]; do
             name=${name%/*}

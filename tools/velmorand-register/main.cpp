@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// velmorand-register: shows and changes register files, for people and scripts. Answers go to standard output,
-// complaints to standard error.
+// velmorand-register: shows and changes register files, for people and scripts. Results go to standard output,
+// diagnostics to standard error.
 
 #include <algorithm>
 #include <array>
@@ -36,7 +36,7 @@ Exit status: 0 success; 1 a name does not exist, or something differs; 2 wrong
 usage; 3 a register file is damaged, cannot be read, or was not saved; 4 "check"
 found only undeclared names, invalid values or an invalid list of locks.)";
 
-/** The command line, and what it says. */
+/** Parses the command line and runs its command. */
 class CommandLine {
 public:
     CommandLine() : _line("Show and change register files, which hold the settings of applications.") {
@@ -46,7 +46,7 @@ public:
         _line.set_version_flag("--version", std::string(program) + " " VELMORAND_VERSION,
                                "Print the version");
         _line.fallthrough();
-        _line.require_subcommand(0, 1); // an argument may have a command's name
+        _line.require_subcommand(0, 1); // not more: an argument may equal a command's name
         _line.get_formatter()->column_width(28);
         _line.get_formatter()->label("REQUIRED", "");
         _line.get_formatter()->label("SUBCOMMAND", "COMMAND");
@@ -69,7 +69,7 @@ public:
 
     [[nodiscard]] CLI::App const& line() const { return _line; }
 
-    /** What is wrong with a line that has more than it should. */
+    /** The diagnostic for an argument that the parser did not expect. */
     [[nodiscard]] std::string unexpected() const {
         std::string const text = _line.remaining(true).front();
         if (text.size() > 1 && text.front() == '-')
@@ -80,7 +80,7 @@ public:
         return "unexpected argument: " + text;
     }
 
-    /** How the command, or the program, is called. */
+    /** The usage of the command or, without one, of the program. */
     [[nodiscard]] std::string usage() const {
         std::string const help = _line.help();
         std::size_t const begin = std::min(help.find("Usage: "), help.size());
@@ -136,7 +136,7 @@ private:
                 "How long to wait for a locked directory [5]")
             ->type_name("SECONDS")
             ->check([](std::string const& seconds) {
-                constexpr std::size_t longest = 9; // digits, of some thirty years
+                constexpr std::size_t longest = 9; // digits: about 30 years
                 bool const isNumber = !seconds.empty() && seconds.size() <= longest &&
                                       seconds.find_first_not_of("0123456789") == std::string::npos;
                 return isNumber ? std::string() : "not a whole number of seconds: " + seconds;
@@ -244,7 +244,7 @@ private:
         command->add_option("NAME", _name, what)->required()->type_name("");
     }
 
-    /** Any number of words, each as it is: where CLI11 is to take some more, "[a,b]" is two of them. */
+    /** Any number of words, taken literally: without an upper bound CLI11 would split "[a,b]" into two words. */
     static CLI::Option* addWords(CLI::App* command, std::string const& name, std::string const& what) {
         constexpr int most = CLI::detail::expected_max_vector_size;
         CLI::Option* const words = command->add_option(name, what);
@@ -284,7 +284,7 @@ Status wrongCall(CommandLine const& commandLine, std::string const& message) {
     return Status::misuse;
 }
 
-/** Makes sure that everything printed has arrived. */
+/** Flushes standard output. Result: `status`, or `fileTrouble` if something could not be written. */
 Status delivered(Status status) {
     return std::cout.flush() ? status : complained(Status::fileTrouble, "cannot write to standard output");
 }
@@ -308,8 +308,8 @@ Status run(int argc, char const* const* argv) {
 }
 
 /**
- * Occupies the standard descriptors that the caller has closed, so that no file gets one of them and is mistaken for
- * it. Using one still fails: it is open the wrong way round.
+ * Occupies the standard descriptors that the caller has closed, so that no file that is opened later gets one of their
+ * numbers. Using one still fails: standard input is open for writing only, the others for reading only.
  */
 void openStandardDescriptors() {
     constexpr std::array modes{O_WRONLY, O_RDONLY, O_RDONLY};

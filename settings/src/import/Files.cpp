@@ -36,7 +36,7 @@ QByteArray rawBytes(std::string const& text) {
 }
 
 bool isUtf8(std::string const& text) {
-    // QtCore drops a byte order mark at the beginning.
+    // QtCore drops a leading byte order mark.
     QByteArray const bytes = rawBytes(text);
     bool const hasMark = text.compare(0, 3, "\xEF\xBB\xBF") == 0;
     return QString::fromUtf8(bytes).toUtf8() == (hasMark ? bytes.mid(3) : bytes);
@@ -45,11 +45,11 @@ bool isUtf8(std::string const& text) {
 } // namespace
 
 std::string readText(std::string const& path) {
-    constexpr std::size_t most = std::numeric_limits<int>::max() / 4; // of what QtCore 5 can hold as text
+    constexpr std::size_t most = std::numeric_limits<int>::max() / 4; // limit of text in QtCore 5
     struct stat status = {};
     if (::stat(path.c_str(), &status) != 0)
         throw systemError();
-    if (!S_ISREG(status.st_mode)) // a pipe would wait for a writer
+    if (!S_ISREG(status.st_mode)) // opening a pipe would wait for a writer
         throw Exception("not a regular file");
     std::unique_ptr<std::FILE, int (*)(std::FILE*)> const file(std::fopen(path.c_str(), "rbe"), std::fclose);
     if (file == nullptr)
@@ -69,10 +69,10 @@ std::string readText(std::string const& path) {
 }
 
 std::vector<Found> readIni(std::string const& path) {
-    static_cast<void>(readText(path)); // refuses what is not a file of text
+    static_cast<void>(readText(path)); // refuses files that are not text
     QSettings settings(QString::fromUtf8(path.c_str()), QSettings::IniFormat);
 #if QT_VERSION_MAJOR == 5
-    settings.setIniCodec("UTF-8"); // QtCore 6 knows no other
+    settings.setIniCodec("UTF-8"); // the only one in QtCore 6
 #endif
     QStringList const keys = settings.allKeys();
     if (settings.status() != QSettings::NoError)

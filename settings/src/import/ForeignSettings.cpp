@@ -24,7 +24,7 @@ using import::Found;
 using utils::Exception;
 
 std::vector<Found> readFileByProgram(std::string const& store, std::string const& path) {
-    static_cast<void>(import::readText(path)); // refuses what is not a file of text
+    static_cast<void>(import::readText(path)); // refuses files that are not text
     return import::readByProgram(store, std::filesystem::absolute(path).string());
 }
 
@@ -76,7 +76,7 @@ ForeignSetting settingFrom(Found const& found, ImportMap const& map, KindOf cons
     return setting;
 }
 
-/** Puts settings into a directory, one after the other. */
+/** Puts settings into a directory. */
 class Importer {
 public:
     Importer(filesystem::RAMFileSystem& files, std::string const& directory, bool isOverwriting)
@@ -125,7 +125,7 @@ private:
     filesystem::RAMFileSystem& _files;
     std::string const& _directory;
     bool const _isOverwriting;
-    std::map<std::string, std::string> _sources; ///< the old names by the new ones
+    std::map<std::string, std::string> _sources; ///< old names by new name
 };
 
 } // namespace

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The import changes the user's file under the kernel's lock on its directory, as another process would, and then
-// brings the change into memory. So everything is in place at once, only one process can do it, and a setting that
-// anybody has changed since the last save is newer than the import, not older.
+// merges the change into memory. So all settings appear at once, only one process imports, and settings that any
+// process has changed since the last save take precedence over the import.
 
 #include <algorithm>
 #include <cerrno>
@@ -102,7 +102,7 @@ void refuseForbidden(std::vector<ForeignSetting>& settings) {
     });
 }
 
-/** Why the lock is not taken; empty if it is. */
+/** Takes the lock. Result: why it failed; empty on success. */
 std::string take(DirectoryLock& lock, std::string const& directory) {
     switch (lock.take(directory, live::patience)) {
     case DirectoryLock::Outcome::timedOut:
@@ -115,7 +115,7 @@ std::string take(DirectoryLock& lock, std::string const& directory) {
     return {};
 }
 
-/** Brings the settings, and the record of the import, into the user's file. */
+/** Adds the settings, and the record of the import, to the user's file. */
 ImportReport bringIntoFile(std::string const& directory, ForeignSetting const& record,
                            std::vector<ForeignSetting> const& settings) {
     DirectoryLock lock;
@@ -148,7 +148,7 @@ ImportReport broughtIntoFile(std::string const& directory, ForeignSetting const&
     try {
         refuseForbidden(settings);
         return bringIntoFile(directory, record, settings);
-    } catch (std::exception const& error) { // no memory; nothing has been replaced
+    } catch (std::exception const& error) { // out of memory; nothing has been replaced
         return failed(directory + ": " + error.what());
     }
 }
@@ -169,7 +169,7 @@ ImportReport importOnce(LiveSettings& live, std::string const& id, ImportSource 
     }
     if (settings.empty() && import::isDatabaseDirectory(source))
         return {Result::nothingThere, {}, {}};
-    // What this process has changed is newer: it has to be in the file first. The locks have to be those of now.
+    // Changes of this process take precedence, so they must be in the file first. This also reads the current locks.
     if (SaveResult saved = live.sync(); !saved.saved)
         return failed(std::move(saved.reason));
     ImportReport report = broughtIntoFile(live.userDirectory(), record, settings);

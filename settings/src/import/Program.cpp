@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Reads a store with a program of its own, so that neither applications nor the command-line tool need the store's
-// library, and what it does to the process stays out of theirs.
+// Reads a store with a separate program, so that applications and the command-line tool do not need the store's
+// library, and its side effects and failures stay out of their processes.
 
 #include <algorithm>
 #include <array>
@@ -30,7 +30,7 @@ namespace {
 
 using utils::Exception;
 
-/** The path of a program in the directory "velmorand-register" beside this library. */
+/** The path of a program in the directory "velmorand-register" next to this library. */
 std::string pathOf(std::string const& program) {
     Dl_info info = {};
     if (::dladdr(reinterpret_cast<void const*>(&readByProgram), &info) == 0 || info.dli_fname == nullptr)
@@ -58,7 +58,7 @@ public:
         _ends[1] = -1;
     }
 
-    /** Everything until the other end is closed. */
+    /** Reads until the write end is closed. */
     [[nodiscard]] std::string readAll() const {
         std::string all;
         std::array<char, 65'536> part{};
@@ -76,14 +76,14 @@ private:
     std::array<int, 2> _ends{-1, -1};
 };
 
-/** Runs a program with one argument. Result: what it writes to standard output. */
+/** Runs a program with one argument. Result: its standard output. */
 std::string outputOf(std::string const& program, std::string const& argument) {
     Pipe output;
     ::posix_spawn_file_actions_t actions;
     ::posix_spawn_file_actions_init(&actions);
     ::posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
     ::posix_spawn_file_actions_adddup2(&actions, output.writeEnd(), 1);
-    std::string name = program; // the system's call takes text that is not constant
+    std::string name = program; // the system call needs writable text
     std::string path = argument;
     std::array<char*, 3> arguments{name.data(), path.data(), nullptr};
     ::pid_t child = 0;
@@ -93,7 +93,8 @@ std::string outputOf(std::string const& program, std::string const& argument) {
         throw Exception(program + ": " + std::generic_category().message(error));
     output.closeWriteEnd();
     std::string text = output.readAll();
-    // The answer says whether the program succeeded: an application may leave its children to somebody else.
+    // The output, not the exit status, shows whether the program succeeded: the application may ignore SIGCHLD, or reap
+    // all children itself.
     while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
     }
     return text;

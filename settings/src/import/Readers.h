@@ -8,13 +8,16 @@
 #include "velmorand/AnyValue.h"
 #include "velmorand/Import.h"
 
-/** Reading other stores. Errors: `utils::Exception` with the reason, without the path. */
+/**
+ * Readers for other stores.
+ * Errors: `utils::Exception` with the reason, without the path; for an invalid line it begins with "line 3: ".
+ */
 namespace velmorand::import {
 
 /** A setting as it is in its store. */
 struct Found {
-    std::vector<std::string> path; ///< its levels, any text each, the outermost first
-    std::optional<AnyValue> value; ///< of the natural kind; none if there is a problem
+    std::vector<std::string> path; ///< its levels, the outermost first; each may be any text
+    std::optional<AnyValue> value; ///< of its natural kind; none if there is a problem
     std::optional<std::vector<std::string>>
         list{}; ///< the elements, if the store can read the value as a list
     std::string problem{};
@@ -32,7 +35,7 @@ struct Found {
 [[nodiscard]] std::vector<Found> readIni(std::string const& path);
 [[nodiscard]] std::vector<Found> readJson(std::string const& path);
 
-/** Reads with the program import-NAME, which is installed beside this library. */
+/** Reads with the program import-NAME, which is installed with this library. */
 [[nodiscard]] std::vector<Found> readByProgram(std::string const& name, std::string const& path);
 
 } // namespace velmorand::import

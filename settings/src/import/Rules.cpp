@@ -41,7 +41,7 @@ Named named(std::string_view text) {
     return {cleanName(std::string(text)), text.back() == '/'};
 }
 
-/** An old name with every level as `levelFrom` makes it. */
+/** An old name with every level in the form of `levelFrom`. */
 std::string canonical(std::string const& name) {
     std::string result;
     std::istringstream levels(name);
@@ -50,7 +50,7 @@ std::string canonical(std::string const& name) {
     return result;
 }
 
-/** Takes the kind off the end of the right side of a rule, if there is one. */
+/** Removes the kind from the end of a rule, if there is one. */
 std::optional<std::size_t> takeKind(std::string_view& right) {
     std::size_t const at = right.rfind(as);
     if (at == std::string_view::npos)
@@ -58,7 +58,7 @@ std::optional<std::size_t> takeKind(std::string_view& right) {
     std::string const name(trimmed(right.substr(at + as.size())));
     std::size_t const kind = kindIndex(name);
     if (kind == kindNames.size()) {
-        if (name.find_first_of(" /") != std::string::npos) // a part of the name
+        if (name.find_first_of(" /") != std::string::npos) // " as " is part of the name
             return std::nullopt;
         throw Exception("no such kind: " + name);
     }

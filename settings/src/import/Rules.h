@@ -10,7 +10,7 @@
 
 namespace velmorand {
 
-/** The rules of a map, by the old names. */
+/** The rules of a map, by old name. */
 struct ImportMap::Rules {
     struct Rule {
         std::optional<std::string> name; ///< the new name; none to drop it
@@ -18,7 +18,7 @@ struct ImportMap::Rules {
         std::size_t line;
     };
 
-    /** What becomes of a setting. */
+    /** The new name and kind of a setting; no name if it is dropped. */
     struct Target {
         std::optional<std::string> name;
         std::optional<std::size_t> kind;

@@ -27,7 +27,7 @@ AnyValue wholeNumber(std::int64_t number, Whole whole) {
     return std::to_string(number);
 }
 
-/** A value that is not a list of anything; none if it is of another type. */
+/** A single value; none if the variant has another type. */
 std::optional<AnyValue> single(QVariant const& variant, Whole whole) {
     switch (variant.userType()) {
     case QMetaType::Bool:
@@ -66,7 +66,7 @@ std::optional<AnyValue> single(QVariant const& variant, Whole whole) {
     }
 }
 
-/** The lists that QtCore's geometric types are: x and y before width and height. */
+/** QtCore's geometric types as lists: x and y before width and height. */
 std::optional<AnyValue> geometry(QVariant const& variant) {
     switch (variant.userType()) {
     case QMetaType::QSize:
@@ -99,7 +99,7 @@ AnyValue listOf(std::vector<AnyValue> const& elements) {
     return list;
 }
 
-/** Makes integers among numbers numbers. */
+/** Converts integers to numbers in a list that has both. */
 void unify(std::vector<AnyValue>& elements) {
     bool hasNumber = false;
     for (AnyValue const& element : elements) {
@@ -159,7 +159,7 @@ Found setting(std::vector<std::string> const& path, QVariant const& variant, Who
 Found settingOrProblem(std::vector<std::string> const& path, QVariant const& variant, Whole whole) {
     try {
         return setting(path, variant, whole);
-    } catch (utils::Exception const& error) { // a value that the type cannot store
+    } catch (utils::Exception const& error) { // a value that its type cannot store
         return {path, {}, {}, error.what()};
     }
 }

@@ -9,13 +9,13 @@
 
 namespace velmorand::import {
 
-/** What the whole numbers of a store are. */
+/** How to interpret whole numbers in a store. */
 enum class Whole {
-    typed, ///< of the type that the program gave them: those of 64 bits become text, as `Stored<long long>` has it
-    untyped ///< numbers as such: of the smallest kind that has them exactly
+    typed,  ///< the type is the program's: those of 64 bits become text, as in `Stored<long long>`
+    untyped ///< the store has no integer types: each gets the smallest kind that is exact
 };
 
-/** Adds the settings in a variant: one, or those in the group that a map is. */
+/** Adds the setting in a variant or, if it is a map, the settings in that group. */
 void addSettings(std::vector<Found>& all, std::vector<std::string> const& path, QVariant const& variant,
                  Whole whole);
 

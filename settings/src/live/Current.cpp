@@ -19,20 +19,20 @@ struct Holder {
     std::shared_ptr<Current> current;
 };
 
-/** Never destroyed: static objects of any age may ask. */
+/** Never destroyed, because static objects may use it at any time during exit. */
 Holder& holder() {
     static auto* const only = new Holder;
     return *only;
 }
 
-/** The register was made before this was registered, and so is destroyed after it has run. */
+/** Runs before the register is destroyed, because it is registered after the register has been created. */
 void endAtExit() {
     if (auto const current = Current::get())
         current->end();
 }
 
-// Made when the library is loaded. The child of a fork exits too, and must not find the holder locked for good by a
-// thread that it does not have.
+// Created when the library is loaded. Locked during a fork: a child exits, too, and must not find the holder locked by
+// a thread that does not exist there.
 [[maybe_unused]] int const holderHeldDuringForks = [] {
     static_cast<void>(holder());
     return ::pthread_atfork([] { holder().mutex.lock(); }, [] { holder().mutex.unlock(); },
@@ -47,7 +47,7 @@ std::shared_ptr<Current> Current::get() {
 }
 
 void Current::leave() {
-    std::shared_ptr<Current> left; // destroyed without the lock
+    std::shared_ptr<Current> left; // destroyed after the mutex has been unlocked
     std::lock_guard<std::mutex> const lock(holder().mutex);
     left = std::exchange(holder().current, nullptr);
     holder().isTaken = false;

@@ -7,7 +7,7 @@
 
 namespace velmorand::live {
 
-/** The live settings of the process, for those who do not hold them: plain saves, and the end of the process. */
+/** The process's live settings, for code that has no reference to them: plain saves, and the exit handler. */
 class Current {
 public:
     Current() = default;
@@ -17,15 +17,16 @@ public:
 
     virtual SaveResult sync() = 0;
 
-    /** Saves what has changed, for the last time. */
+    /** Saves all changes, for the last time. */
     virtual void end() = 0;
 
     /** The live settings that exist now, or null. */
     [[nodiscard]] static std::shared_ptr<Current> get();
 
+    /** Forgets the live settings, so that new ones can be created. */
     static void leave();
 
-    /** The place of the only one, while it is being made. Given back unless it is filled. */
+    /** Reserves the place of the only live settings during construction. Released again unless it is filled. */
     class Place {
     public:
         /** Errors: `utils::Exception` if it is taken. */
@@ -34,7 +35,7 @@ public:
         Place& operator=(Place const&) = delete;
         ~Place();
 
-        /** From now on the settings end in order when the process exits, even if nobody destroys them. */
+        /** From now on the settings are saved when the process exits, even if they are never destroyed. */
         void fill(std::shared_ptr<Current> current);
 
     private:

@@ -26,7 +26,7 @@ QString text(std::string const& utf8) {
     return QString::fromUtf8(utf8.data(), static_cast<int>(utf8.size()));
 }
 
-/** A file that is open for reading until the end of a scope. */
+/** Opens a file for reading, and closes it in the destructor. */
 class Opened {
 public:
     Opened(filesystem::RealFileSystem& disk, std::string const& name) : _disk(disk) {
@@ -86,7 +86,7 @@ Reading DiskFile::read() {
 }
 
 bool DiskFile::isKnown() {
-    // Most changes are noticed without opening the file.
+    // Detects most changes without opening the file.
     if (_known && _known->stamp.number != 0 && !(_disk.stampAt(text(_name)) == _known->stamp))
         return false;
     Opened const file(_disk, _name);
@@ -117,7 +117,7 @@ std::optional<Reading> DiskFile::readIfChanged(Image const& similar) {
     return reading;
 }
 
-/** A file that the system cannot examine stays unknown. */
+/** Without a stamp from the system, the file stays unknown and is read again next time. */
 void DiskFile::know(Identity identity) {
     if (identity.stamp.number != 0)
         _known = std::move(identity);
@@ -143,14 +143,14 @@ Reading DiskFile::readFrom(FileHandle* handle, Image const& similar) {
         return {Found::unreadable, nullptr, newer.what()};
     } catch (utils::Exception const& damage) {
         return {Found::damaged, nullptr, damage.what()};
-    } catch (std::exception const& failure) { // no memory for it
+    } catch (std::exception const& failure) { // out of memory
         return {Found::unreadable, nullptr, failure.what()};
     }
 }
 
 DiskFile::Replaced DiskFile::replace(TreeImage const& image, std::string const& keptAs) {
     auto const failed = [this](int error) { return Replaced{false, _path + ": " + because(error)}; };
-    // Of its own, so that what is written leaves no trace unless it is closed.
+    // A separate one, whose destructor discards everything that was written unless the handle has been closed.
     filesystem::RealFileSystem disk(_directory);
     FileHandle* handle = nullptr;
     errno = 0;
@@ -160,7 +160,7 @@ DiskFile::Replaced DiskFile::replace(TreeImage const& image, std::string const& 
     errno = EIO;
     if (disk.write(handle, image.bytes().data(), size) != size || !disk.flush(handle))
         return failed(errno);
-    // Not earlier: a save that fails must not cost the previous file.
+    // Not earlier: a save that fails must not replace the previous file.
     if (!keptAs.empty() && !disk.keepAs(text(_name), text(keptAs)) && errno != ENOENT)
         return failed(errno);
     Identity written{disk.stamp(handle), std::string(image.bytes().substr(0, headSize))};
@@ -175,7 +175,7 @@ DiskFile::Replaced DiskFile::replace(TreeImage const& image, std::string const& 
     return replaced;
 }
 
-/** After a replacement of which it is not known whether it took place. */
+/** Called when it is unknown whether a replacement took place: finds out by comparing. */
 void DiskFile::knowIfItHolds(TreeImage const& image) {
     Opened const written(_disk, _name);
     if (written.handle() == nullptr)
@@ -187,7 +187,7 @@ void DiskFile::knowIfItHolds(TreeImage const& image) {
 }
 
 std::string DiskFile::nameForDamaged() {
-    constexpr int mostNames = 1000; // a name that cannot be examined counts as taken
+    constexpr int mostNames = 1000; // bounded, because a name that cannot be examined counts as taken
     std::string const stem = _name + ".damaged-" + timeInUtc();
     std::string name = stem;
     for (int number = 2; _disk.exists(text(name)); ++number) {
@@ -203,7 +203,7 @@ std::string DiskFile::moveAsideAsDamaged() {
     return _disk.moveAside(text(_name), text(name)) ? name : std::string();
 }
 
-/** The names begin alike and go on with the time, so their order is their age. */
+/** Names differ only in their times, so sorting them by name sorts them by age. */
 void DiskFile::removeOldestDamaged() {
     std::string const stem = _name + ".damaged-";
     std::vector<std::string> names;

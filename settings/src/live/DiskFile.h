@@ -14,21 +14,21 @@ namespace velmorand::live {
 
 using Image = std::shared_ptr<filesystem::TreeImage const>;
 
-/** What reading a register file has found. */
+/** The result of reading a register file. */
 struct Reading {
     enum class Found {
         missing,
         sound,
-        damaged,    ///< its content is refused
-        unreadable, ///< it cannot be read, or not by this version: nothing is known of its content
+        damaged,    ///< its content is invalid
+        unreadable, ///< it cannot be read, or has a newer format; its content is unknown
     };
 
     Found found;
-    Image image;        ///< of a sound file
-    std::string reason; ///< why it is not sound
+    Image image;        ///< the content of a sound file
+    std::string reason; ///< why it is damaged or unreadable
 };
 
-/** A register file that other processes replace as well. One thread at a time uses an object. */
+/** A register file that other processes may replace. Not thread-safe: one thread at a time may use an object. */
 class DiskFile {
 public:
     DiskFile(std::string const& directory, std::string const& name);
@@ -37,41 +37,40 @@ public:
 
     [[nodiscard]] Reading read();
 
-    /** Whether the file is the one, with the content, that was last read or written. */
+    /** Whether the file is unchanged since it was last read or written. */
     [[nodiscard]] bool isKnown();
 
     /**
-     * Reads the file unless it is the one, with the content, that was last read or written. The more it has in common
-     * with `similar`, which may be null, the less time it takes.
+     * Reads the file unless it is unchanged since it was last read or written. The more it has in common with
+     * `similar`, which may be null, the faster.
      */
     [[nodiscard]] std::optional<Reading> readIfChanged(Image const& similar);
 
     struct Replaced {
-        bool
-            isInPlace; ///< the file holds the new content; if there is a failure, perhaps only as long as there is power
-        std::string failure; ///< why it failed; empty if it did not
+        bool isInPlace;      ///< the file holds the new content; after a failure, a power loss may undo that
+        std::string failure; ///< empty on success
     };
 
-    /** Replaces the file in one step and makes that durable; what it held is kept as `keptAs` unless that is empty. */
+    /** Replaces the file atomically and durably; the old file is kept as `keptAs` unless that is empty. */
     [[nodiscard]] Replaced replace(filesystem::TreeImage const& image, std::string const& keptAs);
 
     /**
-     * A name for the file in case it is damaged, with the time in UTC, that nothing in its directory has yet. If none
-     * can be found it is one that cannot be given to a file.
+     * An unused name for keeping the damaged file, with the time in UTC. If none can be found, the result is a name
+     * that no file can have.
      */
     [[nodiscard]] std::string nameForDamaged();
 
     /**
-     * Gives the file such a name, and makes that durable.
-     * Result: the name; empty if it could not be moved.
+     * Renames the damaged file to such a name, durably.
+     * Result: the name; empty if it could not be renamed.
      */
     [[nodiscard]] std::string moveAsideAsDamaged();
 
-    /** Removes the oldest files with such names, but for a handful. */
+    /** Removes all files with such names, except for the newest few. */
     void removeOldestDamaged();
 
 private:
-    /** The first bytes of a register file, which its length and checksum are among, and whose they are. */
+    /** Identifies a version of the file: its stamp, and its first bytes, which include length and checksum. */
     struct Identity {
         filesystem::RealFileSystem::Stamp stamp;
         std::string head;
@@ -86,7 +85,7 @@ private:
     std::string _name;
     std::string _path;
     filesystem::RealFileSystem _disk;
-    std::optional<Identity> _known; ///< nothing until the first reading; without a stamp for a missing file
+    std::optional<Identity> _known; ///< none until the first reading; has no stamp for a missing file
 };
 
 } // namespace velmorand::live

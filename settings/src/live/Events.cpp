@@ -32,7 +32,7 @@ void print(LiveEvent const& event) {
     if (!event.keptAs.empty())
         line += "; the damaged file is kept as " + event.keptAs;
     line += '\n';
-    // In one write, and not through a stream: starting the streams takes a short program's time.
+    // In one write, and not through a stream: initialising the streams is a noticeable cost for short programs.
     static_cast<void>(std::fwrite(line.data(), 1, line.size(), stderr)); // there is nowhere else to report to
 }
 
@@ -52,7 +52,7 @@ void Events::note(LiveEvent event) {
 
 void Events::tell() {
     std::unique_lock<std::mutex> lock(_mutex);
-    // Whoever is telling already goes on with the rest, so that calls never overlap.
+    // A thread that is already reporting goes on with the rest, so that calls never overlap.
     if (std::exchange(_isTelling, true))
         return;
     while (!_untold.empty()) {
@@ -61,7 +61,7 @@ void Events::tell() {
         lock.unlock();
         try {
             _onEvent(event);
-        } catch (...) { // NOLINT(bugprone-empty-catch): there is nobody to give it to
+        } catch (...) { // NOLINT(bugprone-empty-catch): there is no caller to report it to
         }
         lock.lock();
     }

@@ -10,15 +10,15 @@
 
 namespace velmorand::live {
 
-/** What has happened to the files: noted where it happens, told where no lock is held. */
+/** Events about the files: recorded where they happen, reported later, when no lock is held. */
 class Events {
 public:
     explicit Events(std::function<void(LiveEvent const&)> onEvent);
 
-    /** Notes an event. Locks: one of its own, for a moment. */
+    /** Records an event. Locks: only its own mutex, briefly. */
     void note(LiveEvent event);
 
-    /** Tells the events noted so far, one at a time. Locks: none that the listener could wait for. */
+    /** Reports the recorded events, one at a time. Locks: none while the callback runs. */
     void tell();
 
     [[nodiscard]] std::vector<LiveEvent> all() const;

@@ -19,11 +19,11 @@ Image empty() {
     return std::make_shared<filesystem::TreeImage const>();
 }
 
-/** Puts the previous file in place of a damaged one. Result: what the user's file holds now. */
+/** Replaces a damaged file by the previous one. Result: the current content of the user's file. */
 Image recover(Files& files, Events& events) {
     filesystem::DirectoryLock lock;
     static_cast<void>(lock.take(files.directory, patience));
-    // Another process may have been quicker.
+    // Another process may have recovered it meanwhile.
     Reading const reading = files.user.read();
     if (reading.found == Found::sound)
         return reading.image;
@@ -31,7 +31,7 @@ Image recover(Files& files, Events& events) {
         return empty();
     Reading const previous = files.previous.read();
     bool const isRecovered = previous.found == Found::sound;
-    // In one step, so that nobody ever finds no file: that would count as empty.
+    // Atomic, so that no process ever finds the file missing, which would count as empty.
     std::string keptAs = isRecovered ? files.user.nameForDamaged() : files.user.moveAsideAsDamaged();
     if (isRecovered && !files.user.replace(*previous.image, keptAs).isInPlace)
         keptAs.clear(); // the next save tries again

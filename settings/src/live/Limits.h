@@ -5,19 +5,19 @@
 
 namespace velmorand::live {
 
-/** How long to wait for another process that is replacing the user's file. */
+/** How long to wait for a process that is replacing the user's file. */
 constexpr std::chrono::milliseconds patience{5'000};
 
-/** A change may wait for a longer time than any process runs, but not for one that overflows a clock. */
+/** The longest delay before a save: more than any process runs, but safe from overflow in clock arithmetic. */
 constexpr std::chrono::milliseconds longestDelay = std::chrono::hours(24 * 365);
 
 /**
- * How long a program runs before its files are watched. A shorter run needs no watch, and the system takes tens of
- * milliseconds to end one.
+ * How long a program runs before its files are watched. A shorter run does not need a watch, and the system takes tens
+ * of milliseconds to remove one.
  */
 constexpr std::chrono::milliseconds unwatched{100};
 
-/** How long to wait before a failed save is tried again: at first, and at most. */
+/** The first and the longest interval between attempts after a failed save. */
 constexpr std::chrono::milliseconds firstRetry{500};
 constexpr std::chrono::milliseconds lastRetry{60'000};
 

@@ -20,7 +20,7 @@
 
 namespace velmorand {
 
-/** All of a `LiveSettings` but its address. If the process exits before the object is destroyed, this remains. */
+/** The implementation of a `LiveSettings`. Stays alive if the process exits without destroying the `LiveSettings`. */
 class LiveSettings::State : public live::Current {
 public:
     State(LiveOptions options, void* sender)
@@ -32,7 +32,7 @@ public:
     }
 
     ~State() noexcept override {
-        // Nobody may be woken any more when the worker goes.
+        // Must not wake the worker once it is being destroyed.
         _memory->end();
     }
 
@@ -42,16 +42,16 @@ public:
         return _synchroniser->run(live::Synchroniser::Missing::makeAgain, nullptr);
     }
 
-    // The process may be exiting because somebody holds the lock for good. If it exits while another thread is in
-    // here, both wait until all is saved.
+    // The process may be exiting because a thread never releases the lock, so the wait is bounded. If it exits while
+    // another thread is in here, both wait until everything is saved.
     void end() override {
         if (isForked())
             return;
         int waits = 0;
         GiveUp const giveUp = [&waits] {
             return ++waits == 20;
-        }; // of 50 ms each; the disk's time does not count
-        // What others have saved since no longer matters here.
+        }; // of 50 ms each; time spent on the disk does not count
+        // Changes of other processes no longer matter here.
         if (!_memory->isSaved(giveUp))
             _synchroniser->run(live::Synchroniser::Missing::leaveAlone, giveUp);
         _synchroniser->stop();
@@ -60,7 +60,7 @@ public:
     void stop() {
         end();
         _worker->stop();
-        _memory->end(); // another thread may be saving, and keep this object for a while
+        _memory->end(); // another thread may be saving, which keeps this object alive
     }
 
     [[nodiscard]] bool isSaved() const { return !isForked() && _memory->isSaved(nullptr); }
@@ -71,7 +71,7 @@ public:
 private:
     [[nodiscard]] bool isForked() const { return ::getpid() != _process; }
 
-    /** Under one lock, so that no change is made before there is somebody to wake. */
+    /** Under one lock, so that no change is made before the worker exists. */
     void open(std::chrono::milliseconds delay, void* sender) {
         Lock const lock;
         auto* const opened = live::openRegister(_files, _global, sender);
@@ -97,7 +97,7 @@ private:
 };
 
 LiveSettings::LiveSettings(LiveOptions options) {
-    live::Current::Place place; // refuses a second one
+    live::Current::Place place; // throws if there is one already
     _state = std::make_shared<State>(std::move(options), this);
     place.fill(_state);
 }

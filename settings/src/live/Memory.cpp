@@ -39,14 +39,14 @@ bool isAtOrBelow(std::string const& path, std::string const& above) {
                              (path.size() == above.size() || path[above.size()] == '/'));
 }
 
-/** Whether one of two paths is the other one or below it. Paths are sorted, and none is below another. */
+/** Whether `path` equals one of `paths`, or is above or below one. `paths` are sorted, and none is below another. */
 bool concerns(std::vector<std::string> const& paths, std::string const& path) {
     auto const next = std::lower_bound(paths.begin(), paths.end(), path, ChangeLog::precedes);
     return (next != paths.end() && isAtOrBelow(*next, path)) ||
            (next != paths.begin() && isAtOrBelow(path, *std::prev(next)));
 }
 
-/** What is at a path now. */
+/** The current content of a path. */
 struct State {
     std::string path;
     Kind kind;
@@ -57,7 +57,7 @@ struct State {
 State stateOf(_Register const& theRegister, std::string const& path) {
     auto const entry = filesystem::direct::find(theRegister, {userScope}, path);
     State state{path, entry.kind, std::string(entry.content), {}};
-    // The scope itself may have been removed; it counts as empty then.
+    // If the scope itself has been removed, it counts as empty.
     if (entry.kind == Kind::directory || path.empty())
         state.below = TreeImage::of(theRegister, "/user/" + path);
     return state;
@@ -77,27 +77,27 @@ std::vector<std::string> united(std::vector<std::string> some, std::vector<std::
     return ChangeLog::outermost(std::move(some));
 }
 
-/** A register whose pending names can be seen. */
+/** Gives access to the register's pending names. */
 struct Pending : _Register {
     static std::set<std::string>& names(_Register& theRegister) {
         return theRegister.*(&Pending::_changedProperties);
     }
 };
 
-/** A register whose listeners can be seen. */
+/** Gives access to the register's listeners. */
 struct Listeners : _Register {
     static std::multimap<std::string, Callback*> const& of(_Register const& theRegister) {
         return theRegister.*(&Listeners::_callbacks);
     }
 };
 
-/** Whether a listener is still one of a key's: another one may have removed it. */
+/** Whether a listener is still registered under a key: another listener may have removed it. */
 bool listens(_Register const& theRegister, std::string const& key, _Register::Callback* listener) {
     auto const [first, last] = Listeners::of(theRegister).equal_range(key);
     return std::any_of(first, last, [=](auto const& entry) { return entry.second == listener; });
 }
 
-/** Notifies the listeners of a name, whatever some of them throw: those that have been notified, once more. */
+/** Notifies all listeners of a name even if some throw. Those that have been notified already are notified again. */
 void notifyEach(_Register const& theRegister, void* sender, std::string const& name) {
     for (std::string key = name; !key.empty();) {
         std::vector<_Register::Callback*> listeners;
@@ -112,7 +112,7 @@ void notifyEach(_Register const& theRegister, void* sender, std::string const& n
     }
 }
 
-/** A log whose register has been destroyed first. Volatile, so that it stays reachable for leak checkers. */
+/** A log that outlived its register. Volatile, so that leak checkers find it reachable. */
 ChangeLog* volatile leftBehind = nullptr;
 
 } // namespace
@@ -166,7 +166,7 @@ void Memory::end() {
     AbandonableLock const lock(nullptr);
     if (lock.isHeld())
         _log.reset();
-    else if (_log != nullptr) // the end may come twice: from the destructor and from the exit
+    else if (_log != nullptr) // called twice if both the destructor and the exit handler run
         leftBehind = _log.release();
 }
 
@@ -176,7 +176,7 @@ bool Memory::isSaved(GiveUp const& giveUp) const {
         return true;
     if (!_isDurable)
         return false;
-    // Another thread may be about to find out that what it has collected is in the file already.
+    // Changes that another thread has collected may be in the file already, without that being known here yet.
     auto const paths = united(_collected, _pending);
     return _log->isEmpty() && std::all_of(paths.begin(), paths.end(), [this](std::string const& path) {
                return differences(*_user, stateOf(_register, path)).empty();
@@ -205,13 +205,13 @@ void Memory::bringInUser(Merged& merged, std::vector<std::string>& names) {
     _isDurable = merged.isDurable;
     if (merged.isSaved && merged.number == _collections)
         _collected.clear();
-    // What may have changed here meanwhile waits for the next merge, which finds out whether it has.
+    // Paths that this process may have changed meanwhile are left to the next merge.
     auto const end = std::remove_if(merged.changes.begin(), merged.changes.end(),
                                     [this](TreeChange const& change) { return isChangedHere(change.path); });
     bool const isWhole = end == merged.changes.end();
     merged.changes.erase(end, merged.changes.end());
     apply(SCOPE_USER, merged.changes, names);
-    static_cast<void>(_log->take()); // all of it from the file
+    static_cast<void>(_log->take()); // these changes came from the file
     _user = isWhole ? merged.base : std::make_shared<TreeImage const>(merged.before->with(merged.changes));
 }
 
@@ -229,19 +229,19 @@ void Memory::addPending(std::vector<std::string> paths) {
         _pending = united(std::move(paths), _pending);
 }
 
-/** Makes changes in the register, and notes the names of the properties that are others now. */
+/** Makes changes in the register, and adds the names of properties whose values have changed. */
 void Memory::apply(RegisterScope scope, Changes const& changes, std::vector<std::string>& names) {
     std::string_view const directory = scope == SCOPE_USER ? userScope : globalScope;
     for (TreeChange const& change : changes)
         if (applyOne(directory, change))
             names.push_back(change.path);
-    // A directory goes when all that was in it has gone.
+    // A directory is removed after its content.
     for (auto change = changes.rbegin(); change != changes.rend(); ++change)
         if (change->kind == TreeChange::Kind::removed)
             removeIfEmpty(directory, change->path);
 }
 
-/** Result: whether a property has come, gone, or another value. */
+/** Result: whether a property was added, removed or changed. */
 bool Memory::applyOne(std::string_view scope, TreeChange const& change) {
     switch (change.kind) {
     case TreeChange::Kind::removed:
@@ -282,21 +282,21 @@ void Memory::removeIfEmpty(std::string_view scope, std::string const& path) {
         _register.RAMFileSystem::remove(place);
 }
 
-/** Removes a property that is where a group is to be. */
+/** Removes a property whose name is needed for a group. */
 void Memory::makeRoom(std::string_view scope, std::string const& path) {
     for (std::size_t end = path.find('/'); end != std::string::npos; end = path.find('/', end + 1))
         if (removeFile(scope, path.substr(0, end)))
             return;
 }
 
-/** Announces names, each once. */
+/** Notifies the listeners of each name once. */
 void Memory::announce(void* sender, std::vector<std::string> const& names) {
     Unwritten const unwritten;
     for (std::string const& name : std::set<std::string>(names.begin(), names.end())) {
         try {
             expectAnnouncement(name);
             _register.markAsChanged(sender, name);
-        } catch (...) { // a `_Register::Callback`, since a `Listener` lets nothing out
+        } catch (...) { // thrown by a `_Register::Callback`; a `Listener` reports exceptions itself
             Pending::names(_register).erase(name);
             notifyEach(_register, sender, name);
         }

@@ -20,64 +20,65 @@ namespace velmorand::live {
 
 using Changes = std::vector<filesystem::TreeChange>;
 
-/** This process's changes since memory and file were last the same, at one moment. */
+/** The changes that this process has made since memory and file were last equal. */
 struct Collected {
-    std::uint64_t number; ///< of this collection
-    std::uint64_t merges; ///< how many merges had been brought in before it
-    Image base;           ///< what memory and file had in common
-    Changes changes;      ///< what makes memory of it
+    std::uint64_t number; ///< the number of this collection
+    std::uint64_t merges; ///< how many merges had been applied to memory before it
+    Image base;           ///< the last state that memory and file had in common
+    Changes changes;      ///< the differences from `base` to memory
 };
 
-/** What a merge means for memory. */
+/** The result of a merge, for memory. */
 struct Merged {
-    std::uint64_t number; ///< of the collection that was merged
-    bool isSaved;         ///< whether the collection got into the file, durably
-    bool isDurable;       ///< whether the file is as it should be on the disk
-    Image before;         ///< what memory and file have in common as long as memory has none of `changes`
-    Changes changes;      ///< of others: what makes the merged settings of memory as it was then
-    Image base;           ///< what memory and file have in common when it has all of them
+    std::uint64_t number; ///< the collection that was merged
+    bool isSaved;         ///< whether the collected changes are in the file, durably
+    bool isDurable;       ///< whether the content of the file is durable
+    Image before;         ///< the common state before `changes` are applied to memory
+    Changes changes; ///< by other processes: the differences from memory, as it was, to the merged settings
+    Image base;      ///< the common state after all `changes` are applied
 };
 
 /**
- * The user's and the administrator's settings in the register, as seen from their files.
+ * The in-memory side of live settings: collects the changes of this process, and applies those of other processes.
  *
- * Locks: what takes the register's lock says so; holding it, an object takes only a lock of its own, for a moment.
+ * Locks: functions that take the register's lock say so. While holding it, an object locks only its own mutex, briefly.
  */
 class Memory {
 public:
-    /** `wake` is called when something has changed, with the register's lock held. */
+    /** `wake` is called after a change, with the register's lock held. */
     Memory(utils::properties::_Register& theRegister, Image user, Image global, std::function<void()> wake);
 
     /**
-     * Brings in what was merged so far, then collects this process's changes, with those that earlier collections
-     * have not got into the file yet: another thread may be about to merge them, or have failed to. Takes the
-     * register's lock, unless the caller gives up: then nothing is collected, and nothing after the end.
+     * Applies all posted merges, then collects the changes of this process, including those of earlier collections that
+     * are not in the file yet: another thread may be about to merge them, or have failed to. Takes the register's lock.
+     * Result: none if the caller gives up waiting for the lock, or after `end`.
      */
     [[nodiscard]] std::optional<Collected> collect(void* sender, GiveUp const& giveUp);
 
     /**
-     * Hands over what a merge has found. Only a collection before which all earlier merges were brought in may be
+     * Queues the result of a merge. Only a collection that was made after all earlier merges had been applied may be
      * merged. Locks: not the register's.
      */
     void post(Merged merged);
 
-    /** The same for the administrator's settings. */
+    /** Queues new settings of the administrator. Locks: not the register's. */
     void postGlobal(Image global);
 
     /**
-     * Brings in what was handed over, all at once, and announces it. Takes the register's lock, as `collect` does.
+     * Applies everything that was queued, all at once, and notifies listeners. Takes the register's lock, as `collect`
+     * does.
      */
     void bringIn(void* sender, GiveUp const& giveUp);
 
     /**
-     * Stops recording changes, so that others may record them: nothing is collected or brought in any more. Takes
-     * the register's lock.
+     * Stops recording changes, so that another object can: from now on nothing is collected or applied. Takes the
+     * register's lock.
      */
     void end();
 
     /**
-     * Whether no change waits to be saved. Takes the register's lock, unless the caller gives up: then it is true,
-     * since nothing can be collected.
+     * Whether all changes are saved. Takes the register's lock; if the caller gives up waiting for it, the result is
+     * true, since nothing could be collected anyway.
      */
     [[nodiscard]] bool isSaved(GiveUp const& giveUp) const;
 
@@ -99,14 +100,14 @@ private:
     // Guarded by the register's lock.
     Image _user;
     Image _global;
-    std::unique_ptr<filesystem::ChangeLog> _log; ///< null after the end
-    std::vector<std::string> _pending;           ///< paths changed here, not yet collected
-    std::vector<std::string> _collected; ///< by the latest collection, and not known to be in the file
+    std::unique_ptr<filesystem::ChangeLog> _log; ///< null after `end`
+    std::vector<std::string> _pending;           ///< paths changed by this process and not yet collected
+    std::vector<std::string> _collected; ///< paths in the latest collection, not known to be in the file yet
     std::uint64_t _collections = 0;
-    std::uint64_t _merges = 0; ///< brought in so far
-    bool _isDurable = true;    ///< whether the file is as it should be on the disk
+    std::uint64_t _merges = 0; ///< applied so far
+    bool _isDurable = true;    ///< whether the content of the file is durable
 
-    mutable std::mutex _inboxMutex; ///< nothing else is locked under it
+    mutable std::mutex _inboxMutex; ///< no other lock is taken while holding it
     std::deque<Merged> _inbox;
     Image _newGlobal;
 };

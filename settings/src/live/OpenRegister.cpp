@@ -15,7 +15,7 @@ namespace {
 
 using utils::properties::_Register;
 
-/** Where the register loads and saves: nowhere, unless `putBack`. */
+/** The paths from which the register loads and to which it saves. */
 class Paths : _Register {
 public:
     Paths() = delete;
@@ -39,11 +39,11 @@ private:
 
 bool wasOpenedHere = false; // guarded by the register's lock
 
-/** The register, which nobody has used before. The lock is held. */
+/** Creates the register, which must not exist yet. The lock is held. */
 _Register* openNew() {
     std::uint64_t const before = filesystem::madeSoFar();
     Paths::Values paths = Paths::clear();
-    RequiredAccess const settings("cannot open the settings"); // makes it, if it is not there
+    RequiredAccess const settings("cannot open the settings"); // creates it, unless it exists
     if (filesystem::numberOf(&*settings) < before) {
         Paths::putBack(std::move(paths));
         throw utils::Exception("cannot share the settings: the register is already in use (create the "
@@ -53,7 +53,7 @@ _Register* openNew() {
     return &*settings;
 }
 
-/** Brings files into a register that is in use. */
+/** Merges files into a register that is in use. */
 void reload(_Register& theRegister, Files const& files, void* sender) {
     auto const now = [&](char const* scope) {
         return std::make_shared<filesystem::TreeImage const>(filesystem::TreeImage::of(theRegister, scope));
@@ -65,7 +65,7 @@ void reload(_Register& theRegister, Files const& files, void* sender) {
     memory.bringIn(sender, [] { return false; });
 }
 
-/** As the register's own initialisation does. */
+/** Records the directories, as the register's own initialisation does. */
 void record(_Register& theRegister, Files const& files, std::string const& globalDirectory) {
     theRegister._writeString(nullptr, "UserDataPath", files.directory, SCOPE_TEMPORARY);
     theRegister._writeString(nullptr, "GlobalDataPath", globalDirectory, SCOPE_TEMPORARY);

@@ -10,9 +10,9 @@
 namespace velmorand::live {
 
 /**
- * Makes the register for live settings: it loads and saves no files of its own, and holds what was read of them.
- * If earlier live settings have made it, it gets what the files hold now, and listeners hear what differs.
- * Errors: `utils::Exception` if it has been used in another way.
+ * Creates the register for live settings. The register itself loads and saves no files; it gets the content of `files`.
+ * If earlier live settings have created it, its content is replaced, and listeners are notified of the differences.
+ * Errors: `utils::Exception` if the register is already in use without live settings.
  * Locks: takes the register's lock.
  */
 [[nodiscard]] utils::properties::_Register* openRegister(Files const& files,

@@ -21,7 +21,7 @@ std::string environment(char const* name) {
     return value != nullptr ? value : "";
 }
 
-/** The standard wants relative paths in these variables to be ignored. */
+/** The XDG standard demands that relative paths in its variables are ignored. */
 bool isAbsolute(std::string const& path) {
     return !path.empty() && path.front() == '/';
 }

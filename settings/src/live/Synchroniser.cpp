@@ -58,8 +58,8 @@ Synchroniser::Step Synchroniser::merge(Collected const& collected, Missing missi
     std::lock_guard<std::mutex> const lock(_mutex);
     if (_isStopped)
         return {{collected.changes.empty(), ended}, false};
-    // Collections and merges of several threads may come in different orders. What was collected before the last
-    // merge was brought in is compared with an older file than that merge has left: it would undo some of it.
+    // Several threads may collect and merge in different orders. Changes that were collected before the last merge was
+    // applied to memory are relative to an older file: merging them would undo parts of that merge.
     if (collected.merges != _merges)
         return {{}, true};
     Merged merged{collected.number, false, true, collected.base, {}, collected.base};
@@ -67,7 +67,7 @@ Synchroniser::Step Synchroniser::merge(Collected const& collected, Missing missi
     try {
         readGlobal();
         failure = bringIntoFile(collected, merged, missing);
-    } catch (std::exception const& exception) { // no memory
+    } catch (std::exception const& exception) { // out of memory
         failure = _files.user.path() + ": " + exception.what();
     }
     merged.isSaved = failure.empty();
@@ -83,13 +83,13 @@ std::string Synchroniser::bringIntoFile(Collected const& collected, Merged& merg
     bool const hasChanges = !collected.changes.empty();
     bool const isMadeIfMissing = hasChanges || missing == Missing::makeAgain;
     std::string damage;
-    // Without changes of this process's own, most looks find nothing to do in turn.
+    // Without changes of this process there is usually nothing to write, so the file is first read without the lock.
     if (!hasChanges) {
         if (std::string failure = look(damage); !failure.empty())
             return failure;
     }
     if (hasChanges || !damage.empty() || !_isFileDurable || (_isFileMissing && isMadeIfMissing)) {
-        damage.clear(); // another process may have mended it
+        damage.clear(); // another process may have replaced the file meanwhile
         if (std::string failure = take(turn); !failure.empty())
             return failure;
         if (std::string failure = look(damage); !failure.empty())
@@ -107,7 +107,7 @@ std::string Synchroniser::bringIntoFile(Collected const& collected, Merged& merg
     bool const isOther = !_isFileMissing && result->bytes() != theirs->bytes();
     std::string failure;
     if (isMade || isOther || !damage.empty() || (!_isFileMissing && !_isFileDurable)) {
-        // A file that is only made durable has been kept already.
+        // If the file is only made durable, the previous one has been kept already.
         std::string const keptAs = !damage.empty()     ? _files.user.nameForDamaged()
                                    : isMade || isOther ? previousFileName
                                                        : "";
@@ -126,7 +126,7 @@ std::string Synchroniser::bringIntoFile(Collected const& collected, Merged& merg
     return failure;
 }
 
-/** Waits for this process's turn to replace the file. */
+/** Waits for the lock on the directory. */
 std::string Synchroniser::take(DirectoryLock& turn) {
     auto outcome = turn.take(_files.directory, patience);
     if (outcome == DirectoryLock::Outcome::failed && errno == ENOENT &&
@@ -143,7 +143,7 @@ std::string Synchroniser::take(DirectoryLock& turn) {
     return {};
 }
 
-/** Memory knows what the file held, so the previous one is not needed. */
+/** The file has been written again from memory, so the previous file was not needed. */
 void Synchroniser::noteRecovery(std::string const& damage, std::string const& keptAs) {
     _files.user.removeOldestDamaged();
     _events.note({LiveEventKind::recovered, _files.user.path(),
@@ -151,7 +151,7 @@ void Synchroniser::noteRecovery(std::string const& damage, std::string const& ke
                   _files.directory + '/' + keptAs});
 }
 
-/** Finds out what the user's file holds now, or what is wrong with it. */
+/** Reads the user's file if it has changed. `damage` is the reason if it is damaged. */
 std::string Synchroniser::look(std::string& damage) {
     auto const reading = _files.user.readIfChanged(_files.userImage);
     if (!reading)
@@ -165,7 +165,7 @@ std::string Synchroniser::look(std::string& damage) {
         break;
     case Found::missing:
         _isFileMissing = true;
-        _isFileDurable = true; // nothing is left of it that could be lost
+        _isFileDurable = true; // there is no content that could be lost
         break;
     case Found::sound:
         _files.userImage = reading->image;
@@ -180,7 +180,7 @@ void Synchroniser::readGlobal() {
     if (!reading)
         return;
     if (reading->found == Found::damaged || reading->found == Found::unreadable) {
-        // Told once; whatever it is made into next is looked at again.
+        // Reported only once, until the file can be read again.
         if (!std::exchange(_isGlobalIgnored, true))
             _events.note({LiveEventKind::globalIgnored, _files.global.path(), reading->reason, {}});
         return;

@@ -14,12 +14,12 @@
 
 namespace velmorand::live {
 
-/** The files of one `LiveSettings`, and what they held when the process opened them. */
+/** The files of one `LiveSettings`, and their last known contents. */
 struct Files {
     Files(std::string userDirectory, std::string const& globalDirectory);
 
     /**
-     * Reads both files. A damaged user's file is moved aside and the previous one takes its place.
+     * Reads both files. A damaged user's file is moved aside and replaced by the previous one.
      * Errors: `utils::Exception` with path and reason if a file cannot be read.
      */
     void open(Events& events);
@@ -28,16 +28,16 @@ struct Files {
     DiskFile user;
     DiskFile previous;
     DiskFile global;
-    Image userImage;   ///< the user's file, as far as it is known; never null after `open`
-    Image globalImage; ///< likewise
+    Image userImage;   ///< the last known content of the user's file; never null after `open`
+    Image globalImage; ///< the same for the global file
 };
 
 /**
- * Brings memory and files together: this process's changes into the user's file as it is now, and everybody
- * else's into memory. Three-way: what both have changed since they were last the same is this process's.
+ * Merges memory and files: changes of this process into the current user's file, and changes of other processes into
+ * memory. A three-way merge: if both have changed the same setting, this process wins.
  *
- * Processes take turns by the kernel's lock on the user's directory. No thread waits for the register's lock while
- * it holds that one, or this object's own.
+ * The kernel's lock on the user's directory serialises processes. No thread waits for the register's lock while it
+ * holds that lock or this object's mutex.
  */
 class Synchroniser {
 public:
@@ -46,27 +46,26 @@ public:
     enum class Missing { leaveAlone, makeAgain };
 
     /**
-     * One merge, of all that this process has changed. A file that somebody has removed is made again only if
-     * `missing` says so, or there are changes. Nothing is done if the caller gives up waiting for the register's
-     * lock.
+     * Merges all changes of this process. A file that has been removed is created again only if `missing` demands it,
+     * or if there are changes. Does nothing if the caller gives up waiting for the register's lock.
      */
     SaveResult run(Missing missing, GiveUp const& giveUp);
 
     /** Whether one of the files has been replaced or changed since it was last read or written. */
     [[nodiscard]] bool isNews();
 
-    /** Lets a merge that is under way end, and begins no other. */
+    /** Waits for a merge in progress, and prevents further ones. */
     void stop();
 
 private:
     struct Step {
         SaveResult result{true, {}};
-        bool again = false; ///< another merge came first: the changes have to be collected anew
+        bool again = false; ///< another merge came first: collect the changes again
     };
 
     Step merge(Collected const& collected, Missing missing);
 
-    // Result: why it failed; empty if it did not.
+    // Results: why it failed; empty on success.
     std::string bringIntoFile(Collected const& collected, Merged& merged, Missing missing);
     std::string take(filesystem::DirectoryLock& turn);
     std::string look(std::string& damage);
@@ -80,13 +79,13 @@ private:
     Events& _events;
     void* const _sender;
 
-    std::mutex _mutex; ///< held during a merge, disk included; all below is guarded by it
+    std::mutex _mutex; ///< held during a merge, including disk access; guards everything below
     bool _isStopped = false;
     bool _isFailing = false;
     bool _isFileMissing = false;
-    bool _isFileDurable = true; ///< a replacement may be in its place and yet not survive a power cut
+    bool _isFileDurable = true; ///< false if the last replacement may not survive a power loss
     bool _isGlobalIgnored = false;
-    std::uint64_t _merges = 0; ///< so far, failed ones included
+    std::uint64_t _merges = 0; ///< so far, including failed ones
 };
 
 } // namespace velmorand::live

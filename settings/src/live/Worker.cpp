@@ -25,7 +25,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/** An event that threads wait for. Its number is above those of the standard streams. */
+/** Creates an eventfd whose number is not that of a standard stream. */
 int makeEvent() {
     int const low = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     if (low < 0 || low > STDERR_FILENO)
@@ -35,7 +35,7 @@ int makeEvent() {
     return high;
 }
 
-/** How long to wait in poll for a moment, at least; without one for ever. */
+/** The timeout for poll until a point in time, rounded up; without one, forever. */
 int milliseconds(std::optional<Clock::time_point> until) {
     if (!until)
         return -1;
@@ -43,7 +43,7 @@ int milliseconds(std::optional<Clock::time_point> until) {
     return static_cast<int>(std::clamp<std::int64_t>(left, 0, 3'600'000));
 }
 
-/** Keeps signals away from a thread that is started in its lifetime: the program's handlers are for its own. */
+/** Blocks all signals in a thread that is started meanwhile: the program's handlers must run on its own threads. */
 class SignalsBlocked {
 public:
     SignalsBlocked() {
@@ -68,7 +68,7 @@ Worker::Worker(std::vector<std::string> files, std::chrono::milliseconds delay, 
     if (_wake < 0)
         throw utils::Exception("cannot share the settings: " + std::generic_category().message(errno));
     SignalsBlocked const blocked;
-    // Not a `std::thread`, which frees memory at its end: that would give the thread a heap of its own first.
+    // Not a `std::thread`: it frees memory when the thread ends, for which the allocator would first set up an arena.
     if (int const error = ::pthread_create(&_thread, nullptr, begin, this); error != 0) {
         ::close(_wake);
         throw utils::Exception("cannot share the settings: " + std::generic_category().message(error));
@@ -86,19 +86,19 @@ void* Worker::begin(void* worker) noexcept {
 }
 
 void Worker::wake() noexcept {
-    if (::getpid() != _process) // the parent's event must not be touched
+    if (::getpid() != _process) // the event belongs to the parent
         return;
     _changedAt = Clock::now();
     std::uint64_t const one = 1;
-    static_cast<void>(::write(_wake, &one, sizeof one) == 0); // if it is full it is awake
+    static_cast<void>(::write(_wake, &one, sizeof one) == 0); // fails if full: then the worker is awake
 }
 
 void Worker::stop() {
     _isStopping = true;
-    if (std::exchange(_isStopped, true) || ::getpid() != _process) // a forked child has no such thread
+    if (std::exchange(_isStopped, true) || ::getpid() != _process) // a child does not have the thread
         return;
     if (::pthread_equal(_thread, ::pthread_self()) != 0) {
-        ::pthread_detach(_thread); // no thread waits for itself
+        ::pthread_detach(_thread); // a thread cannot join itself
         return;
     }
     wake();
@@ -108,25 +108,25 @@ void Worker::stop() {
 bool Worker::synchronise() const {
     try {
         return _synchronise([this] { return _isStopping.load(); });
-    } catch (std::exception const&) { // no memory; there may be some later
+    } catch (std::exception const&) { // out of memory; tried again later
         return false;
     }
 }
 
-/** Whether a file may have changed since it was read. This process's own writes do not count. */
+/** Whether another process may have changed a file since it was read. */
 bool Worker::mayBeNews() const {
     try {
         return _isNews();
-    } catch (std::exception const&) { // no memory
+    } catch (std::exception const&) { // out of memory
         return true;
     }
 }
 
-/** Result: whether a file may have changed since it was read. */
+/** Starts watching the files. Result: whether a file may have changed since it was read. */
 bool Worker::beginWatch(std::unique_ptr<filesystem::FileWatch>& watch) const {
     try {
         watch = std::make_unique<filesystem::FileWatch>(_files);
-    } catch (std::exception const&) { // no memory
+    } catch (std::exception const&) { // out of memory
         return true;
     }
     return mayBeNews();

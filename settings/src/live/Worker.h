@@ -18,14 +18,14 @@
 namespace velmorand::live {
 
 /**
- * A thread that saves some time after a change and looks at files when they have changed. It sleeps while neither
- * happens.
+ * A thread that saves settings some time after a change, and reads the files when they have changed. It sleeps in
+ * between.
  */
 class Worker {
 public:
     /**
-     * `synchronise` saves and looks; it says whether everything is saved. It gets what tells it to wait no longer,
-     * since the thread is to end. `isNews` says whether a file has changed since it was read.
+     * `synchronise` saves and reads; it returns whether everything is saved. Its argument tells it to stop waiting
+     * because the thread must end. `isNews` returns whether a file has changed since it was read.
      */
     Worker(std::vector<std::string> files, std::chrono::milliseconds delay, std::function<bool()> isNews,
            std::function<bool(GiveUp const&)> synchronise);
@@ -33,10 +33,10 @@ public:
     Worker& operator=(Worker const&) = delete;
     ~Worker();
 
-    /** There is something to save, and there was nothing before. From any thread, a forked child's included, with whatever locks held. */
+    /** Called after the first unsaved change. From any thread, even in a forked child, and with any locks held. */
     void wake() noexcept;
 
-    /** Ends the thread and waits for it, unless it is this one. */
+    /** Ends the thread and waits for it, unless it is the calling thread. */
     void stop();
 
 private:
@@ -54,7 +54,7 @@ private:
 
     ::pid_t const _process;
     int _wake;
-    std::atomic<std::chrono::steady_clock::time_point> _changedAt{}; ///< the first change that is not saved
+    std::atomic<std::chrono::steady_clock::time_point> _changedAt{}; ///< time of the first unsaved change
     std::atomic<bool> _isStopping{false};
     ::pthread_t _thread{};
     bool _isStopped = false;
