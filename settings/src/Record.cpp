@@ -12,6 +12,7 @@
 
 #include <utils/Exception.h>
 
+#include "Names.h"
 #include "velmorand/AnyValue.h"
 
 namespace velmorand {
@@ -223,8 +224,8 @@ std::string unknownKind(std::string_view record, std::size_t tags) {
 void requireSize(std::string const& name, std::size_t size, char const* unit) {
     constexpr std::size_t most = std::numeric_limits<std::int32_t>::max();
     if (size > most)
-        throw utils::Exception("cannot write " + inQuotes(name) + ": too long: " + std::to_string(size) + ' ' +
-                               unit + " (at most " + std::to_string(most) + ')');
+        throw utils::Exception("cannot write " + inQuotes(name) + ": too long: " + std::to_string(size) +
+                               ' ' + unit + " (at most " + std::to_string(most) + ')');
 }
 
 template <class T>

@@ -15,13 +15,13 @@ namespace {
 using Listeners = std::multimap<std::string, _Register::Callback*>;
 
 /**
- * Notifies the listeners of one key. They may add and remove entries meanwhile: it calls the entries that
- * were there when it began, in the order in which they were added, and skips those that are removed before
- * their turn.
+ * Notifies the listeners of one key. They may add and remove entries meanwhile: only entries that existed at the
+ * beginning are called, in the order in which they were added, and entries that are removed before their turn are
+ * skipped.
  */
 class Round {
 public:
-    /** `first` is the first of the key's entries. */
+    /** `first` is the first entry of the key. */
     Round(Listeners& listeners, Listeners::iterator first) : _outer(_innermost), _next(first) {
         // Entries added from now on come after these.
         for (auto entry = first; entry != listeners.end() && entry->first == first->first; ++entry)
@@ -44,7 +44,7 @@ public:
         }
     }
 
-    /** Takes an entry that is about to be removed out of every round that has yet to reach it. */
+    /** Removes an entry, which is about to be erased, from every round that has not reached it yet. */
     static void forget(Listeners::iterator entry) {
         for (Round* round = _innermost; round != nullptr; round = round->_outer)
             round->skip(entry);
@@ -52,7 +52,7 @@ public:
 
 private:
     void skip(Listeners::iterator entry) {
-        // An entry is identified by its address, whichever register it belongs to.
+        // Entries are compared by address, because a round may belong to another register.
         if (_current == &*entry) {
             _current = nullptr;
             return;
@@ -81,22 +81,22 @@ Round* Round::_innermost = nullptr;
 using Pending = std::set<std::string>;
 
 /**
- * Memory that one announcement leaves to the next, so that a change seldom allocates any. Guarded by the
- * register's lock, except in the unlocked part of `markAsChanged`, whose callers keep other threads out.
+ * Memory that announcements reuse, so that a change seldom allocates any. Guarded by the register's lock, except in the
+ * unlocked part of `markAsChanged`, whose callers must keep other threads out.
  */
 struct Spares {
-    Pending one; ///< empty, or a single name, whatever it is
+    Pending one; ///< empty, or has one element whose value does not matter
     std::vector<Pending::const_iterator> names;
     std::string key;
 };
 
 Spares spares;
 
-/** Makes a name pending. Result: its place, also if it was pending before. */
+/** Makes a name pending. Result: its position, even if it was already pending. */
 Pending::const_iterator record(Pending& pending, std::string const& name) {
     if (!pending.empty() || spares.one.empty())
         return pending.insert(name).first;
-    // A set of one is in order whatever it holds, and no set holds const elements.
+    // A set with one element is always in order, and the elements of a set are not const objects.
     const_cast<std::string&>(*spares.one.begin()) = name;
     pending.swap(spares.one);
     return pending.begin();
@@ -109,7 +109,7 @@ void forget(Pending& pending, Pending::const_iterator name) {
         pending.erase(name);
 }
 
-/** Shortens a key to the group that encloses it; false if there is none. */
+/** Shortens a key to its enclosing group; false if there is none. */
 bool shorten(std::string& key) {
     auto const* const slash = static_cast<char const*>(::memrchr(key.data(), '/', key.size()));
     if (key.size() == 1 || slash == nullptr)
@@ -118,12 +118,12 @@ bool shorten(std::string& key) {
     return true;
 }
 
-constexpr std::size_t longKey = 512; // bytes; for longer keys a look-up of every level costs too much
+constexpr std::size_t longKey = 512; // bytes; for longer keys, looking up every level costs too much
 
 /**
- * Shortens a key without entries past enclosing groups that have none either: the keys of enclosing groups
- * sort before it, and share no more with it than the key right before it does. `after` is the first entry
- * after it.
+ * Shortens a key that has no entries, and skips enclosing groups without entries: any enclosing group that has entries
+ * sorts before `key`, so its name is not longer than the prefix that `key` shares with the entry right before it.
+ * `after` is the first entry after `key`.
  */
 void skip(std::string& key, Listeners const& listeners, Listeners::const_iterator after) {
     if (after == listeners.begin()) {
@@ -132,7 +132,7 @@ void skip(std::string& key, Listeners const& listeners, Listeners::const_iterato
     }
     std::string const& before = std::prev(after)->first;
     auto const shared = std::mismatch(before.begin(), before.end(), key.begin(), key.end()).second;
-    // One byte more than is shared: it may be the slash that ends the group.
+    // One more byte than the shared prefix: it may be the slash after the group.
     key.erase(shared + 1, key.end());
 }
 
@@ -152,20 +152,20 @@ void announce(Listeners& listeners, void* sender, std::string const& name) {
 }
 
 /**
- * One announcement of pending names. They stay pending until every listener has been called; if one throws,
- * they stay for the next announcement.
+ * One announcement of pending names. They stay pending until every listener has been called; if one throws, they stay
+ * for the next announcement.
  *
- * A listener may start another announcement from inside this one. That leaves out the names which this one is
- * announcing, unless such a name has just changed again, and it never removes them. Names that become pending
- * meanwhile are not part of this announcement.
+ * A listener may start another announcement from inside this one. The inner one skips names that the outer one is
+ * announcing, unless such a name has just changed again, and never removes them. Names that become pending meanwhile
+ * are not part of this announcement.
  */
 class Announcement {
 public:
-    /** `changed` is the name whose change is the reason, or the end. */
+    /** `changed` is the name whose change causes the announcement, or the end of `pending`. */
     Announcement(Pending& pending, Pending::const_iterator changed)
         : _outer(_innermost), _pending(pending), _names(std::move(spares.names)) {
         if (pending.size() == 1 && changed != pending.cend())
-            _names.push_back(changed); // nearly always
+            _names.push_back(changed); // the usual case
         else
             collect(changed);
         _innermost = this;
@@ -193,7 +193,7 @@ private:
         }
     }
 
-    /** Whether an announcement around this one, of the same register, is announcing a name. */
+    /** Whether an outer announcement of the same register is announcing a name. */
     [[nodiscard]] bool isBeingAnnounced(std::string const& name) const {
         for (Announcement const* around = _outer; around != nullptr; around = around->_outer)
             if (&around->_pending == &_pending && around->holds(name))
@@ -212,7 +212,7 @@ private:
 
     Announcement* _outer;
     Pending& _pending;
-    std::vector<Pending::const_iterator> _names; ///< in the set's order
+    std::vector<Pending::const_iterator> _names; ///< in the order of the set
 };
 
 Announcement* Announcement::_innermost = nullptr;
@@ -245,7 +245,7 @@ void _Register::announceChange(void* sender, std::string const& name) {
 void _Register::markAsChanged(void* sender, std::string const& name) {
     record(_changedProperties, name); // Intentional: without the lock.
     Lock const lock(*_mutex);
-    // Looked up again, since another thread may have announced it by now.
+    // Looked up again, because another thread may have announced it meanwhile.
     Announcement(_changedProperties, _changedProperties.find(name)).run(_callbacks, sender);
 }
 

@@ -15,14 +15,14 @@
 #include "utils/properties/Register.h"
 
 /**
- * The short way to a property's bytes, past the file system's virtual operations.
+ * A fast path to the bytes of a property, which bypasses the file system's virtual operations.
  *
- * Only an object that is exactly a `_Register` takes it: a derived class may override any of those
- * operations, so it must see every call. The short way serves only what succeeds; everything else goes the
- * long way, through the file system, so that each failure is dealt with in one place.
+ * Used only for objects whose dynamic type is `_Register`: a derived class may override any of those operations and
+ * must see every call. It handles only cases that succeed. All others go through the file system, so that each failure
+ * is handled in one place.
  *
- * `VELMORAND_DIRECT_ACCESS` says that the file-system library is this project's own, which has direct access.
- * With any other everything goes the long way.
+ * `VELMORAND_DIRECT_ACCESS` is defined if the file-system library is this project's own, which offers direct access.
+ * With any other library everything goes through the virtual operations.
  */
 namespace utils::properties::direct {
 
@@ -67,7 +67,7 @@ constexpr bool isOpen(_Register const&) {
 
 #endif
 
-/** The entry that readers find under a name, in the first scope that holds it. The lock is held. */
+/** The entry that readers find under a name, in the first scope that has it. The lock is held. */
 inline Entry locate(_Register const& object, std::string const& name) {
     return find(
         object,
@@ -76,8 +76,9 @@ inline Entry locate(_Register const& object, std::string const& name) {
 }
 
 /**
- * Gives a property that does not exist a record of `size` bytes, and makes its missing groups.
- * Result: as for `rewrite`, but the groups stay. The lock is held.
+ * Creates a property with a record of `size` bytes, and its missing groups. The property must not exist. The lock is
+ * held.
+ * Result: as for `rewrite`; if that fails, groups that were created stay.
  */
 inline char* makeProperty(_Register& object, std::string_view name, RegisterScope scope, std::size_t size) {
     std::size_t const slash = name.rfind('/');

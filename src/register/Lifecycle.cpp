@@ -12,22 +12,21 @@ namespace utils::properties {
 namespace {
 
 /**
- * Takes the lock for good, at exit, just before the register is saved and destroyed: from then on other
- * threads wait in their operations until the process ends. The wait for the lock is bounded, since its holder
- * may never release it; in a forked child the holder may not even exist.
+ * Takes the lock during exit, just before the register is saved and destroyed, and never releases it: other threads
+ * then block in their operations until the process ends. The wait for the lock is bounded, because its holder may never
+ * release it; in a forked child the holder may not even exist.
  */
 void closeRegister() {
     auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(1);
-    // Polled: the lock has no timed operation of its own.
+    // Polled, because the lock has no timed operations.
     while (!_Register::_mutex->try_lock() && std::chrono::steady_clock::now() < deadline)
         std::this_thread::sleep_for(std::chrono::microseconds(100));
 }
 
 } // namespace
 
-// Initialised in this order when the library is loaded. The strings are destroyed after the register, whose
-// destruction is registered later. The lock is never destroyed, so it can be taken at any time, even during
-// exit.
+// Initialised in this order when the library is loaded. The strings are destroyed after the register, because its
+// destruction is registered later. The lock is never destroyed, so it can be taken at any time, even during exit.
 std::string _Register::_VL_REGISTER_NAME = "Velmorand.dat";
 boost::recursive_mutex* _Register::_mutex = new boost::recursive_mutex;
 std::string _Register::_TempRegisterPath = "/temp/";
@@ -50,8 +49,8 @@ _Register* _Register::getInstance() {
     Lock const lock(*_mutex);
     static _Register* const instance = [] {
         static _Register made;
-        // Registered after the destructor of `made`, it runs right before it. Without memory for one more
-        // exit handler the process exits without it.
+        // Registered after the destructor of `made`, so it runs right before that. If registration fails for lack of
+        // memory, the process exits without it.
         static_cast<void>(std::atexit(closeRegister));
         return &made;
     }();

@@ -12,8 +12,8 @@ constexpr char const* globalScope = "/global/";
 constexpr char const* userScope = "/user/";
 
 /**
- * Reads the register file `name` in a real directory into a scope; a missing file leaves the scope as it is.
- * When reading throws, the handle stays open and is released with its file system.
+ * Reads the register file `name` in a real directory into a scope; a missing file leaves the scope unchanged.
+ * If reading throws, the handle stays open and is released with its file system.
  */
 void loadScope(_Register& target, char const* scope, std::string const& directory, std::string const& name) {
     filesystem::RealFileSystem disk(toQString(directory));
@@ -39,7 +39,7 @@ void _Register::save() const {
     filesystem::FileHandle* handle = nullptr;
     if (!disk.open(toQString(_VL_REGISTER_NAME), &handle, filesystem::FileSystem::MODE_WRITE))
         return; // Intentional: a save reports no failure.
-    // After a failed write the closing fails too, and leaves the file as it was.
+    // After a failed write, closing fails, too, and leaves the file unchanged.
     serialize(fromLiteral(userScope), *handle);
     disk.close(handle);
 }

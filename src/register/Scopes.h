@@ -8,17 +8,17 @@
 
 namespace utils::properties {
 
-/** Where readers look for a property: the user's choice hides the administrator's setting. */
+/** The order in which readers search the scopes: the user's value takes precedence over the administrator's. */
 constexpr std::array lookupOrder{SCOPE_USER, SCOPE_GLOBAL, SCOPE_TEMPORARY};
 
-/** Where the existence tests look. The order makes no difference to them, but a derived class sees it. */
+/** The order of the existence tests. It does not affect their result, but derived classes can observe it. */
 constexpr std::array existenceOrder{SCOPE_GLOBAL, SCOPE_USER, SCOPE_TEMPORARY};
 
 constexpr bool isScope(RegisterScope scope) {
     return scope == SCOPE_GLOBAL || scope == SCOPE_USER || scope == SCOPE_TEMPORARY;
 }
 
-/** Errors: `Exception` for anything but the three scopes. */
+/** Errors: `Exception` if `scope` is not one of the three scopes. */
 inline void checkScope(RegisterScope scope) {
     if (!isScope(scope))
         throw Exception("Bad scope value.");

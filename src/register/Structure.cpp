@@ -16,7 +16,7 @@ namespace {
 
 /** The group part of a name: everything before its last "/". */
 std::string groupOf(std::string const& name) {
-    // The "/" in front keeps a byte-order mark at the start of the name, which the conversion would drop.
+    // The leading "/" keeps a byte order mark at the start of the name, which the conversion would otherwise drop.
     return toUtf8(filesystem::dirName(toQString('/' + name)).mid(1));
 }
 
@@ -32,8 +32,8 @@ void _Register::addGroup(std::string const& name, RegisterScope scope) {
         return;
     }
 
-    // Up to the first group whose parent exists, then down again. A loop, since the depth of a name is
-    // unbounded. Each group's name is a prefix of the next, so only their lengths are kept.
+    // Goes up to the first group whose parent exists, then down again. A loop, because the depth of a name is
+    // unbounded. Each group's name is a prefix of the next one, so only their lengths are kept.
     std::string const whole = toUtf8(toQString('/' + name).mid(1));
     std::string group = whole;
     std::vector<std::size_t> missing;
@@ -43,7 +43,7 @@ void _Register::addGroup(std::string const& name, RegisterScope scope) {
             break;
         missing.push_back(group.size());
         if (exists(filesystem::dirName(path)) || group.empty())
-            break; // nothing is left to shorten: the scope itself is missing
+            break; // the scope itself is missing
         group = groupOf(group);
     }
     for (auto length = missing.rbegin(); length != missing.rend(); ++length)
@@ -61,7 +61,7 @@ void _Register::addProperty(std::string const& name, RegisterScope scope) {
     addGroup(groupOf(name), scope);
     filesystem::FileHandle* handle = nullptr;
     open(path, &handle, MODE_WRITE);
-    close(handle); // null if the property could not be made, which is not reported
+    close(handle); // null if the property could not be created, which is not reported
 }
 
 void _Register::delProperty(std::string const& name, RegisterScope scope) {
@@ -105,7 +105,7 @@ std::set<filesystem::DirEntry> _Register::propertyList(std::string const& group,
     if (!isDirectory(path))
         throw Exception(group + " does not exist or is not a group.");
     std::set<filesystem::DirEntry> entries = getFileList(path);
-    if (!direct::isOpen(*this)) // a file system with direct access lists neither
+    if (!direct::isOpen(*this)) // this project's own file system never lists them
         for (char const* const unlisted : {".", ".."})
             entries.erase({QString::fromLatin1(unlisted)});
     return entries;
@@ -116,7 +116,7 @@ filesystem::FileHandle* _Register::openProperty(std::string const& name,
                                                 RegisterScope scope) {
     Lock const lock(*_mutex);
     std::string const group = groupOf(name);
-    if (!groupExists(group)) // Intentional: a group in any scope will do.
+    if (!groupExists(group)) // Intentional: the group may exist in any scope.
         throw Exception("Group " + group + " does not exist !");
     filesystem::FileHandle* handle = nullptr;
     if (!open(pathOf(*this, name, scope), &handle, mode))

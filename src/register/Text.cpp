@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// QtCore 5 hides QString::fromAscii unless everything that was ever deprecated is let in, whatever the
-// command line says; in QtCore 6 it is fromLatin1. This is the only place that sees the difference.
+// QtCore 5 hides QString::fromAscii unless all deprecated functions are enabled, so this overrides the command line. In
+// QtCore 6 it is fromLatin1. This is the only file that depends on the difference.
 #undef QT_DISABLE_DEPRECATED_BEFORE
 #define QT_DISABLE_DEPRECATED_BEFORE 0
 #include "register/Text.h"
@@ -26,7 +26,7 @@ std::string toUtf8(QString const& text) {
 QString fromLiteral(char const* path) {
 #if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
 #pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wdeprecated-declarations" // deprecated by name only: it does what it did
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations" // only the name is deprecated; it still works
     return QString::fromAscii(path);
 #pragma GCC diagnostic pop
 #else

@@ -7,12 +7,12 @@
 
 namespace utils::properties {
 
-/** A name or path in the file system's string type. Errors: `Exception` for 2 GiB or more. */
+/** Converts a name or path to the file system's string type. Errors: `Exception` for 2 GiB or more. */
 [[nodiscard]] QString toQString(std::string const& utf8);
 
 [[nodiscard]] std::string toUtf8(QString const& text);
 
-/** One of the register's own fixed paths: ASCII only. */
+/** Converts one of the register's fixed paths, which are ASCII. */
 [[nodiscard]] QString fromLiteral(char const* path);
 
 } // namespace utils::properties

@@ -22,7 +22,7 @@ public:
 
     template <class Field, class List>
     std::ptrdiff_t writeAhead(List const& /*list*/) {
-        return 0; // every field is a call of its own
+        return 0; // every field is a separate call
     }
 
     char readByte() { return _fileSystem.readByte(_handle); }

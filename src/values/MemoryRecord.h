@@ -10,8 +10,8 @@
 
 namespace utils::properties {
 
-// A record's bytes in memory. Integers are in the file system's byte order, least significant byte first;
-// reading past the end gives the same values as the file system's readers.
+// Records in memory. Integers are in the file system's byte order, little-endian; reading past the end gives the same
+// values as the file system's readers.
 
 /** Counts the bytes of a record. */
 class RecordSize {
@@ -32,7 +32,7 @@ private:
     std::size_t _bytes = 0;
 };
 
-/** Writes a record to memory that has room for it. */
+/** Writes a record to memory, which must have room for it. */
 class RecordWriter {
 public:
     explicit RecordWriter(char* target) : _next(target) {}
@@ -96,8 +96,8 @@ public:
     }
 
     /**
-     * Replaces a list by the record's first elements: if they have a fixed size, all that are complete;
-     * otherwise as many as the list held, whose memory is reused. Result: their number.
+     * Replaces a list by the first elements of the record: elements of fixed size up to the last complete one, others
+     * up to the old size of the list, whose memory they reuse. Result: their number.
      */
     template <class Field, class Element>
     int readAhead(int count, std::vector<Element>& list) {
@@ -139,7 +139,7 @@ private:
         return done;
     }
 
-    /** As if the elements were appended one by one, capacity included; those that fit are copied at once. */
+    /** Same result and capacity as appending the elements one by one, but those that fit are copied at once. */
     template <class Field, class Element>
     static void replaceOneByOne(std::vector<Element>& list, std::size_t count, char const* from) {
         std::size_t done = 0;
@@ -155,7 +155,7 @@ private:
         }
     }
 
-    /** Reads the elements of a list from index `begin` on. */
+    /** Reads the elements from index `begin` to the end of the list. */
     template <class Field, class Element>
     static void copy(std::vector<Element>& list, std::size_t begin, char const* from) {
         if (begin == list.size())

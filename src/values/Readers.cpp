@@ -14,7 +14,7 @@ namespace utils::properties {
 
 namespace {
 
-/** Intentional: a located property that cannot be opened is a bad type, but not found if it is a string. */
+/** Intentional: if a located property cannot be opened, a string is reported as missing, other kinds as a bad type. */
 template <class Value>
 using CannotOpen = std::conditional_t<std::is_same_v<Value, std::string>, PropertyNotFound, PropertyBadType>;
 

@@ -10,10 +10,10 @@
 #include "utils/properties/Register.h"
 
 /**
- * The format of a value record, written down once.
+ * The format of value records, the only definition of it.
  *
- * A record is a tag byte and a payload; a list has a second tag, that of its elements, and a count. Integers,
- * counts and lengths are the file system's 32-bit ints.
+ * A record is a tag byte and a payload; a list has a second tag, that of its elements, and a count. Integers, counts
+ * and lengths are the file system's 32-bit ints.
  *
  *     string   'S' length bytes
  *     number   'N' the 8 bytes of the binary64 pattern, least significant first
@@ -21,11 +21,11 @@
  *     boolean  'B' 1 or 0
  *     list     'L' element tag, count, then each element without its tag
  *
- * Records are written to anything with `writeByte`, `writeInt` and `writeBytes`, and read from anything with
- * `readByte`, `readInt` and `readBytes`, one call per field. Only the tags are checked: fields missing at the
- * end of a record read as whatever the source gives, and bytes after a record are never read. A source
- * empties a list before its elements are read, in `readAhead`; it may read the first of them there in its own
- * way, and returns their number. A sink may do the same when a list is written, in `writeAhead`.
+ * Records are written to any sink with `writeByte`, `writeInt` and `writeBytes`, and read from any source with
+ * `readByte`, `readInt` and `readBytes`, one call per field. Only the tags are checked: for fields that are missing at
+ * the end of a record the source decides the value, and bytes after a record are never read. Before the elements of a
+ * list are read, the source clears the list in `readAhead`, where it may also read the first elements in a faster way;
+ * it returns their number. A sink may do the same in `writeAhead` when a list is written.
  */
 namespace utils::properties {
 
@@ -136,7 +136,7 @@ struct Field<bool> {
     }
 };
 
-/** A tag byte is signed on every machine: one above 127 is negative. */
+/** Tag bytes are signed on every machine: a byte above 127 gives a negative value. */
 template <class Source>
 Type readTag(Source& source) {
     return static_cast<Type>(static_cast<signed char>(source.readByte()));
@@ -178,7 +178,7 @@ struct Record<std::vector<Element>> {
             return false;
         return readTag(source) == Field<Element>::tag;
     }
-    /** The list grows by one element at a time: no memory is reserved for a count that nobody has checked. */
+    /** Appends one element at a time: the count is unchecked, so no memory is reserved for it. */
     template <class Source>
     static void readPayload(Source& source, std::vector<Element>& values) {
         int const count = source.readInt();

@@ -11,7 +11,7 @@
 
 namespace utils::properties {
 
-/** The writers, apart from the kind of value. */
+/** The writers, generic over the kind of value. */
 struct ValueWriter {
     template <class Value>
     static void write(_Register& object, void* sender, std::string const& name, Value const& value,
@@ -20,13 +20,13 @@ struct ValueWriter {
 
 namespace {
 
-/** Intentional: two texts, one with the path and one with the name and a period. */
+/** Intentional: the message for a string has the path; those for other kinds have the name and a period. */
 template <class Value>
 std::string cannotOpen(std::string const& name, std::string const& path) {
     return std::is_same_v<Value, std::string> ? path + " no such property" : name + " no such property.";
 }
 
-/** Writes a value straight to memory. False when the property can't be there. The lock is held. */
+/** Writes a value straight to memory. False if the property cannot be created there. The lock is held. */
 template <class Value>
 bool writeDirectly(_Register& object, std::string const& name, Value const& value, RegisterScope scope) {
     if (!direct::isOpen(object))
@@ -55,7 +55,7 @@ void writeThroughFile(_Register& object, std::string const& name, Value const& v
             throw Exception(cannotOpen<Value>(name, path));
     }
     FileRecord record(object, handle);
-    Record<Value>::write(record, value); // Intentional: the handle stays open when this throws.
+    Record<Value>::write(record, value); // Intentional: the handle stays open if this throws.
     object.close(handle);
 }
 
@@ -66,7 +66,7 @@ void ValueWriter::write(_Register& object, void* sender, std::string const& name
                         RegisterScope scope) {
     checkScope(scope); // before the lock, so a bad scope is refused even while another thread holds it
     Lock const lock(*_Register::_mutex);
-    // The value is read only from here on: its owner may change it while holding the lock.
+    // The value must not be read before the lock is held: another thread may change it while holding the lock.
     if (!writeDirectly(object, name, value, scope))
         writeThroughFile(object, name, value, scope);
     object.announceChange(sender, name);

@@ -16,12 +16,15 @@ namespace {
 
 constexpr char const* accessList = "system.posix_acl_access";
 
-/** Whether the last system call failed because the file does not have the attribute, or cannot have it. */
+/** Whether the last system call failed because the file lacks the attribute or does not support it. */
 bool isMissing() {
     return errno == ENODATA || errno == ENOTSUP;
 }
 
-/** Calls `read(target, room)`, again with room for `most` bytes if the usual room is too small. Result: nothing if it fails. */
+/**
+ * Calls `read(target, room)`; if the usual room is too small, again with room for `most` bytes. Result: none on
+ * failure.
+ */
 template <class Read>
 std::optional<std::string> readWhole(Read const& read, std::size_t most) {
     constexpr std::size_t usual = 512;
@@ -46,7 +49,7 @@ bool isSet(int file, char const* name, std::string const& value) {
     return retried([&] { return ::fsetxattr(file, name, value.data(), value.size(), 0); }) == 0;
 }
 
-/** The names of a file's attributes, each with a NUL after it; empty when the system does not say. */
+/** The names of a file's attributes, each followed by a NUL; empty if the system does not list them. */
 std::string attributeNames(int file) {
     return readWhole([=](char* target, std::size_t room) { return ::flistxattr(file, target, room); },
                      XATTR_LIST_MAX)
@@ -57,7 +60,7 @@ bool isComputed(std::string_view name) {
     return name == "security.ima" || name == "security.evm";
 }
 
-/** Besides POSIX's, file systems have access control lists of their own kinds, such as that of NFS version 4. */
+/** Whether it may be an access control list that is not POSIX's, such as that of NFS version 4. */
 bool isOfAccess(std::string_view name) {
     constexpr std::string_view system = "system.";
     return name.substr(0, system.size()) == system;

@@ -16,18 +16,18 @@
 
 namespace filesystem {
 
-// The items of CBOR (RFC 8949) that a register file is made of. What is called for every entry of a file is inlined
-// even where the compiler thinks it too large: calls would cost as much as the work.
+// The CBOR items (RFC 8949) that a register file consists of. Functions that run for every entry of a file are always
+// inlined: a call would cost as much as their work.
 
-/** CBOR's major types, as far as they occur here; each stands in the first three bits of a head. */
+/** CBOR's major types, stored in the first three bits of a head. `other` is not used in register files. */
 enum class Major : unsigned char { number = 0, bytes = 2, text = 3, array = 4, map = 5, tag = 6, other = 7 };
 
-constexpr std::uint64_t shortNumbers = 24; // those below stand in a head's first byte
-constexpr unsigned lastDefinite = 27;      // what the first byte has in place of a number of 8 bytes
+constexpr std::uint64_t shortNumbers = 24; // numbers below this are stored in the first byte of a head
+constexpr unsigned lastDefinite = 27;      // the first byte of a head with a number of 8 bytes
 
 constexpr std::size_t longestHead = 9;
 
-/** Writes a head where there is room for the longest. Result: where it ends. */
+/** Writes a head; there must be room for the longest. Result: its end. */
 [[gnu::always_inline]] inline char* writeHead(char* target, Major major, std::uint64_t number) {
     auto* const bytes = reinterpret_cast<unsigned char*>(target);
     if (number < shortNumbers) {
@@ -58,7 +58,7 @@ inline std::string quoted(std::string_view name) {
 
 enum class Kind { other, number, text, bytes, map };
 
-/** One CBOR item's head, with the content of a string. */
+/** The head of a CBOR item, and the content if it is a string. */
 struct Item {
     Kind kind;
     std::uint64_t number; ///< the value, or the number of elements
@@ -71,14 +71,14 @@ struct Head {
     std::uint64_t number; ///< the value, the tag, the number of elements or the size of a string
 };
 
-/** Takes items off the front of some bytes. */
+/** Reads items from a sequence of bytes. */
 class Scanner {
 public:
     explicit Scanner(std::string_view data) : _left(data) {}
 
     [[nodiscard]] std::size_t left() const { return _left.size(); }
 
-    /** Leaves out bytes that are there. */
+    /** Skips bytes, of which there must be `count`. */
     void skip(std::size_t count) { _left.remove_prefix(count); }
 
     [[gnu::always_inline]] Item next() {
@@ -89,14 +89,16 @@ public:
         return item;
     }
 
-    /** A string's content need not be there. A head without a definite number is of no major type. */
+    /**
+     * Reads a head alone; the content of a string may be missing. A head without a definite number gets `Major::other`.
+     */
     Head nextHead() {
         if (_left.empty())
             refuseAsTruncated();
         unsigned const first = static_cast<unsigned char>(_left[0]);
         if ((first & 0x1FU) > lastDefinite)
             return {Major::other, 0};
-        // Heads differ in their first three bits only, which are 0 in that of a number.
+        // All heads have the same layout. With the major type set to 0 it decodes as a number.
         char asNumber[longestHead];
         std::size_t const size = _left.copy(asNumber, longestHead);
         asNumber[0] = static_cast<char>(first & 0x1FU);
@@ -106,7 +108,7 @@ public:
     }
 
 private:
-    /** Takes what nearly all items are: a string or a map whose head is one byte. */
+    /** A fast path for nearly all items: a string or a map with a head of one byte. */
     [[gnu::always_inline]] bool takeShortItem(Item& item) {
         if (_left.empty())
             return false;
@@ -127,7 +129,7 @@ private:
         return true;
     }
 
-    /** Result: the bytes that the item takes. */
+    /** Result: the size of the item in bytes. */
     static std::size_t decode(std::string_view data, Item& item) {
         if constexpr (sizeof(std::size_t) < sizeof(std::uint64_t)) {
             if (takeHugeItem(data, item))
@@ -171,7 +173,7 @@ private:
             Is, size, {reinterpret_cast<char const*>(data), static_cast<std::size_t>(size)}};
     }
 
-    /** Whatever is not listed here, indefinite lengths included, stays of the other kind. */
+    /** All other items, including those of indefinite length, are of the kind `other`. */
     static cbor_callbacks const& callbacks() {
         static cbor_callbacks const table = [] {
             cbor_callbacks result = cbor_empty_callbacks;
@@ -190,13 +192,13 @@ private:
     std::string_view _left;
 };
 
-/** An entry of a directory in a register file. */
+/** A directory entry in a register file. */
 struct NamedItem {
     std::string_view name;
     Item value; ///< a map, or bytes
 };
 
-/** Errors: `utils::Exception` for what cannot be an entry. */
+/** Errors: `utils::Exception` if the next items are not an entry. */
 [[gnu::always_inline]] inline NamedItem takeEntry(Scanner& scanner) {
     Item const key = scanner.next();
     std::string_view const name = key.content;

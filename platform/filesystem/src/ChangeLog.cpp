@@ -47,7 +47,7 @@ bool ChangeLog::isEmpty() const noexcept {
 }
 
 bool ChangeLog::precedes(std::string const& left, std::string const& right) {
-    // Of two levels that begin alike the shorter one comes first, so what ends a level ranks below all else.
+    // If one level is a prefix of the other, the shorter one comes first, so "/" ranks below all other bytes.
     return std::lexicographical_compare(left.begin(), left.end(), right.begin(), right.end(),
                                         [](char a, char b) { return rankOf(a) < rankOf(b); });
 }

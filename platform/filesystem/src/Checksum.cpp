@@ -7,7 +7,7 @@ namespace filesystem {
 
 namespace {
 
-/** Computed in a few microseconds, and large enough for few pieces to make up a file. */
+/** Small enough to be computed in a few microseconds, large enough for a file to have only a few pieces. */
 constexpr std::size_t pieceSize = 8'192;
 
 } // namespace
@@ -34,7 +34,7 @@ PieceChecksums::PieceChecksums(std::string_view bytes, PieceChecksums const& sim
     };
     _pieces.assign(others.begin(), place(front));
     while (begin != end) {
-        // The last one takes what is left, so that changes do not break the pieces into smaller and smaller ones.
+        // The last piece takes the rest, so that repeated changes do not split pieces into ever smaller ones.
         std::size_t const size = end - begin < 2 * pieceSize ? end - begin : pieceSize;
         _pieces.push_back({size, checksumOf(bytes.substr(begin, size))});
         begin += size;

@@ -8,16 +8,16 @@
 
 namespace filesystem {
 
-/** The CRC-32 of some bytes. */
+/** The CRC-32 of a sequence of bytes. */
 [[nodiscard]] std::uint32_t checksumOf(std::string_view bytes);
 
-/** The CRC-32 of some bytes, kept in pieces, so that for similar bytes only the pieces that differ are computed. */
+/** The CRC-32 of a sequence of bytes, kept in pieces: for similar bytes, only the differing pieces are computed. */
 class PieceChecksums {
 public:
-    /** Of no bytes. */
+    /** For no bytes. */
     PieceChecksums() = default;
 
-    /** Of bytes that have the first `prefix` and the last `suffix` bytes in common with those of `similar`. */
+    /** For bytes that share their first `prefix` and their last `suffix` bytes with those of `similar`. */
     PieceChecksums(std::string_view bytes, PieceChecksums const& similar, std::size_t prefix,
                    std::size_t suffix);
 

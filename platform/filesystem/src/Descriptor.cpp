@@ -11,10 +11,10 @@ namespace filesystem {
 
 namespace {
 
-/** Held while a descriptor is opened; nothing else is locked under it. */
+/** Held while a descriptor is opened; no other lock is taken while holding it. */
 std::mutex opening;
 
-// A child forked in the meantime must find the lock free, and the standard streams as the program left them.
+// A child that is forked meanwhile must find the mutex free, and the standard streams without placeholders.
 [[maybe_unused]] int const handlers =
     ::pthread_atfork([] { opening.lock(); }, [] { opening.unlock(); }, [] { opening.unlock(); });
 
@@ -32,8 +32,8 @@ StandardStreams::StandardStreams() {
     _taken = areOpen();
     if (_taken)
         return;
-    // The system hands out the lowest number that is free. A descriptor opened with O_PATH can be neither read
-    // nor written, like one that is closed.
+    // The system uses the lowest free number. A descriptor opened with O_PATH can be neither read nor written, like a
+    // closed one.
     for (Descriptor& placeholder : _placeholders) {
         placeholder = Descriptor(retried([] { return ::open("/", O_PATH | O_CLOEXEC); }));
         if (placeholder.isOpen() && placeholder.number() < firstFree)
@@ -64,7 +64,7 @@ std::size_t writeAt(int file, std::string_view bytes, ::off_t position) {
             errno = EFBIG;
             break;
         }
-        errno = EIO; // where the system moves nothing, and gives no reason
+        errno = EIO; // if the system moves nothing without giving a reason
         auto const step =
             retried([&] { return ::pwrite(file, bytes.data() + moved, bytes.size() - moved, next); });
         if (step <= 0)

@@ -11,7 +11,7 @@
 
 namespace filesystem {
 
-/** Makes a system call that reports failure as -1, again as long as a signal interrupts it. */
+/** Makes a system call that reports failure as -1, and repeats it while signals interrupt it. */
 template <class Call>
 auto retried(Call call) {
     for (;;) {
@@ -21,13 +21,13 @@ auto retried(Call call) {
     }
 }
 
-/** Whether this is a file with content; `errno` says why when it is not. */
+/** Whether this is a regular file; otherwise `errno` has the reason. */
 inline bool isRegular(struct stat const& status) noexcept {
     errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
     return S_ISREG(status.st_mode);
 }
 
-/** Looks at an open file. False when the system reports an error. */
+/** Gets the status of an open file. False if the system reports an error. */
 inline bool isExamined(int file, struct stat& status) {
     return retried([&] { return ::fstat(file, &status); }) == 0;
 }
@@ -47,12 +47,12 @@ public:
     [[nodiscard]] bool isOpen() const noexcept { return _number >= 0; }
     [[nodiscard]] int number() const noexcept { return _number; }
 
-    /** Hands the descriptor to the caller. */
+    /** Transfers the descriptor to the caller. */
     [[nodiscard]] int release() noexcept { return std::exchange(_number, -1); }
 
     /**
-     * Closes the descriptor, if there is one. False when the system reports an error; the descriptor is closed
-     * nevertheless. An interruption does not count as an error: Linux has closed the descriptor by then.
+     * Closes the descriptor, if there is one. False if the system reports an error; the descriptor is closed
+     * nevertheless. An interruption does not count as an error, since Linux has closed the descriptor by then.
      */
     bool close() noexcept { return !isOpen() || ::close(release()) == 0 || errno == EINTR; }
 
@@ -61,10 +61,9 @@ private:
 };
 
 /**
- * Takes the numbers of those standard streams that the program has closed, for as long as it lives, so that no
- * file opened meanwhile gets one of them: what the program then reads from or writes to the stream would be
- * that file's content.
- * Locks: one for the whole process, which no other is locked under, until destruction.
+ * Occupies the numbers of standard streams that the program has closed, until destruction. Otherwise a file that is
+ * opened meanwhile could get one of them, and the program would read or write that file through the stream.
+ * Locks: a mutex of the process, until destruction. No other lock is taken while holding it.
  */
 class StandardStreams {
 public:
@@ -75,7 +74,7 @@ public:
     StandardStreams& operator=(StandardStreams const&) = delete;
     ~StandardStreams();
 
-    /** False when the system had no descriptors left; `errno` says why. */
+    /** False if the system had no descriptors left; `errno` has the reason. */
     [[nodiscard]] bool areTaken() const noexcept { return _taken; }
 
 private:
@@ -83,27 +82,27 @@ private:
     bool _taken = false;
 };
 
-/** A second descriptor of an open file, with a number of at least `lowest`. */
+/** Another descriptor for an open file, with a number of at least `lowest`. */
 [[nodiscard]] Descriptor duplicated(int file, int lowest = StandardStreams::firstFree);
 
 /**
- * Makes the system call `open`, which opens a descriptor, such that its number is not that of a standard
- * stream. Everything that the library opens is opened here.
- * Result: not open on failure; `errno` says why.
+ * Makes the system call `open`, which returns a new descriptor, and makes sure that its number is not that of a
+ * standard stream. The library opens everything through this function.
+ * Result: not open on failure; `errno` has the reason.
  */
 template <class Open>
 [[nodiscard]] Descriptor opened(Open open) {
     StandardStreams const streams;
     Descriptor file(streams.areTaken() ? retried(open) : -1);
-    // Another thread may have closed such a number since: the C library opens files of its own, for a moment.
+    // A number may have become free since: the C library may have opened a file briefly in another thread.
     return file.isOpen() && file.number() < StandardStreams::firstFree ? duplicated(file.number())
                                                                        : std::move(file);
 }
 
 /**
- * Writes all of `bytes` to an open file, from `position` on. At the process's limit on file sizes it fails with
- * EFBIG; the system would send SIGXFSZ, which ends a process that does not expect it.
- * Result: the bytes moved; when they are fewer, `errno` says why.
+ * Writes all of `bytes` to an open file, at `position`. At the process's limit on file sizes it fails with EFBIG,
+ * before the system sends SIGXFSZ, which by default kills the process.
+ * Result: the number of bytes written; if it is smaller than asked for, `errno` has the reason.
  */
 std::size_t writeAt(int file, std::string_view bytes, ::off_t position);
 

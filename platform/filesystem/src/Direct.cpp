@@ -20,13 +20,13 @@ Entry entryAt(Tree const& tree, NodeId id) {
     return node.directory != 0 ? Entry{Kind::directory, {}} : Entry{Kind::file, node.content()};
 }
 
-/** Apart from `rewriteAt`, so that a rewrite that need not be recorded keeps no registers for it. */
+/** Not inlined, so that a rewrite that is not recorded need not save registers for this call. */
 [[gnu::noinline]] char* rewriteRecorded(Journal& journal, Node& node, NodeId id, std::size_t size) {
     journal.touch(id);
     return node.replaceContent(size);
 }
 
-/** In line, as it is a step of every write. */
+/** Inlined, because it is part of every write. */
 [[gnu::always_inline]] inline char* rewriteAt(Tree& tree, NodeId id, std::size_t size) {
     Node& node = tree[id];
     if (node.directory != 0 || !Node::fits(node.nameLength, size))
@@ -53,12 +53,12 @@ NodeId findIn(Tree const& tree, std::initializer_list<std::string_view> director
     return noNode;
 }
 
-/** A directory on the way to a walk's current entry, with those of its children that are still to come. */
+/** A directory on the path to a walk's current entry, and its children that have not been visited yet. */
 struct Level {
-    std::vector<NodeId> ordered; ///< the children, where the tree has them in another order
+    std::vector<NodeId> ordered; ///< the children in the order of the walk, if the tree has another order
     NodeId const* next;
     NodeId const* end;
-    std::size_t pathSize; ///< of the directory's path
+    std::size_t pathSize; ///< the size of the directory's path
 };
 
 bool isDone(Level const& level) {
@@ -70,7 +70,9 @@ NodeId findCanonical(Tree const& tree, std::string_view directory, std::string_v
     return findIn(tree, {directory}, canonicalPath(path, storage));
 }
 
-/** Whether one child of a directory comes before another on a walk: a directory is called as if with a "/". */
+/**
+ * Whether one child of a directory precedes another on a walk: the name of a directory counts as if it ended in "/".
+ */
 bool isVisitedBefore(Node const& left, Node const& right) {
     std::string_view const a = left.name();
     std::string_view const b = right.name();
@@ -87,7 +89,7 @@ bool isVisitedBefore(Node const& left, Node const& right) {
 
 } // namespace
 
-// Most paths are canonical, and one that leads to something as it stands is: only the others are looked at.
+// A fast path for canonical paths: a path that leads to an entry unchanged is canonical and needs no examination.
 
 Entry find(RAMFileSystem const& fileSystem, std::initializer_list<std::string_view> directories,
            std::string_view path) {

@@ -10,8 +10,8 @@ namespace filesystem::direct {
 namespace {
 
 /**
- * Changes that are made together. New files are made at once and removed again without `commit`; everything else is
- * only prepared, so that `commit` needs no memory.
+ * A set of changes, made together. New files are created at once, and removed again unless `commit` is called. All
+ * other changes are only prepared, so that `commit` needs no memory.
  */
 class Transaction {
 public:
@@ -50,7 +50,7 @@ public:
 private:
     struct Replaced {
         NodeId file;
-        NodeId content; ///< a file that is apart: with the new content, after `commit` with the old one
+        NodeId content; ///< a file outside the tree: has the new content, and the old one after `commit`
     };
 
     bool replace(NodeId id, std::string_view content) {
@@ -92,7 +92,7 @@ private:
     Tree& _tree;
     std::string_view _directory;
     Tree::Apart _contents;
-    std::vector<NodeId> _made; ///< with all that is below them
+    std::vector<NodeId> _made; ///< including everything below them
     std::vector<Replaced> _replaced;
     std::vector<NodeId> _removed;
 };

@@ -15,7 +15,7 @@ namespace {
 
 enum class Removal { Done, NotEmpty, Failed };
 
-/** Removes one entry that is not a directory, or an empty directory. */
+/** Removes an entry that is not a directory, or an empty directory. */
 Removal removeEntry(int directory, std::string const& name) {
     if (::unlinkat(directory, name.c_str(), 0) == 0)
         return Removal::Done;
@@ -26,7 +26,7 @@ Removal removeEntry(int directory, std::string const& name) {
     return errno == ENOTEMPTY || errno == EEXIST ? Removal::NotEmpty : Removal::Failed;
 }
 
-/** Empties a directory that may be deeper than paths are long and than descriptors are many. */
+/** Empties a directory whose depth may exceed the limits on path lengths and on open descriptors. */
 class Clearance {
 public:
     bool clear(std::string const& path) {
@@ -48,15 +48,15 @@ public:
     }
 
 private:
-    /** A directory on the way from the top to the current one. */
+    /** A directory on the path from the top to the current one. */
     struct Level {
         std::string name;
         dev_t device;
         ino_t inode;
-        std::vector<std::string> left; // the subdirectories that were not empty
+        std::vector<std::string> left; // subdirectories that were not empty
     };
 
-    /** Goes down into a directory, and removes what can be removed in it at once. */
+    /** Enters a directory, and removes its entries, except for subdirectories that are not empty. */
     bool enter(int base, std::string const& name) {
         _current = openDirectory(base, name, O_NOFOLLOW);
         struct stat status = {};
@@ -77,12 +77,12 @@ private:
         return true;
     }
 
-    /** Goes up from an emptied directory, and removes it. */
+    /** Leaves an emptied directory, and removes it. */
     bool leave() {
         std::string const name = std::move(_levels.back().name);
         _levels.pop_back();
         _current = openDirectory(_current.number(), "..");
-        // Someone may have moved the directory elsewhere, where nothing was asked to be removed.
+        // If the directory has been moved meanwhile, ".." is a directory in which nothing must be removed.
         struct stat status = {};
         return _current.isOpen() && ::fstat(_current.number(), &status) == 0 &&
                status.st_dev == _levels.back().device && status.st_ino == _levels.back().inode &&
@@ -106,7 +106,7 @@ Descriptor openBase(int base, std::string const& path) {
 }
 
 std::optional<std::vector<std::string>> entryNames(int directory) {
-    // A stream of its own, since a stream takes its descriptor over and moves its position.
+    // A separate descriptor, because the stream takes ownership of it and moves its position.
     Descriptor own = openDirectory(directory, ".");
     std::unique_ptr<DIR, int (*)(DIR*)> const stream(own.isOpen() ? ::fdopendir(own.number()) : nullptr,
                                                      &::closedir);

@@ -120,7 +120,7 @@ QString FileSystem::getUniqueFileName(QString const& directory, QString const& p
         QString path = directory + QLatin1Char('/') + prefix + QString::number(number) + suffix;
         if (!exists(path))
             return path;
-        // Where all names count as existing, as below a link that leads to itself, the others need not be tried.
+        // Below a link to itself, for example, all names count as existing; then there is no use in trying more.
         if (number == 0 && !isDirectory(directory))
             break;
     }

@@ -18,16 +18,17 @@ namespace filesystem {
 
 namespace {
 
-constexpr int hopLimit = 40; // as many symbolic links as Linux itself follows
+constexpr int hopLimit = 40; // the same limit on symbolic links as in Linux
 
-// What is on the way to a file is asked only about itself, so that nobody is woken by its neighbours.
+// Directories and links on the path are watched only for changes of themselves, so that their neighbours cause no
+// events.
 constexpr std::uint32_t ownEvents = IN_DELETE_SELF | IN_MOVE_SELF;
 constexpr std::uint32_t linkEvents = ownEvents | IN_ATTRIB | IN_DONT_FOLLOW;
 constexpr std::uint32_t entryEvents = IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_CREATE | IN_DELETE;
 
 } // namespace
 
-/** What one look at the ways to the files has found to watch. */
+/** The watches for everything on the paths to the files, as found at one time. */
 class FileWatch::Watches {
 public:
     explicit Watches(std::vector<std::string> const& paths)
@@ -40,12 +41,12 @@ public:
 
     [[nodiscard]] int descriptor() const noexcept { return _events.number(); }
 
-    /** Why some file is not watched; 0 if all are. */
+    /** The `errno` of a file that could not be watched; 0 if all are watched. */
     [[nodiscard]] int error() const noexcept { return _error; }
 
     struct Taken {
         bool concernsFile = false;
-        bool changesWay = false; ///< other directories or links must be watched now
+        bool changesWay = false; ///< the watches must be set up again
     };
 
     Taken take() {
@@ -67,15 +68,15 @@ public:
 
 private:
     struct Names {
-        std::filesystem::path directory; ///< that has them
+        std::filesystem::path directory; ///< the directory that has these entries
         std::set<std::string, std::less<>> files;
-        std::set<std::string, std::less<>> missing; ///< the next level of a way that ends here
+        std::set<std::string, std::less<>> missing; ///< missing directories on the path to a file
     };
 
     void examine(inotify_event const& event, std::string_view name, Taken& taken) {
         auto const found = _names.find(event.wd);
         bool const isEntry = event.len > 0 && found != _names.end();
-        // An overflow has no watch; something on the way has no name.
+        // An overflow event has no watch; an event about a directory or link on the path has no name.
         if (!isEntry && (event.mask & IN_IGNORED) == 0)
             taken.changesWay = true;
         if (isEntry && found->second.missing.count(name) > 0)
@@ -92,8 +93,8 @@ private:
     }
 
     /**
-     * Watches everything on the way to a file. Each place is watched before it is looked at, so that whatever becomes
-     * of it in between is noticed.
+     * Watches everything on the path to a file. Each entry is watched before it is examined, so that no change in
+     * between is missed.
      */
     void follow(std::filesystem::path const& path, int hops) {
         std::filesystem::path around;
@@ -110,7 +111,7 @@ private:
             if (!isLast && isNoLink && !isDirectory(place) && (errno == ENOENT || errno == ENOTDIR)) {
                 if (Names* const there = watchEntries(around))
                     there->missing.insert(level->string());
-                if (watch(place, ownEvents | IN_ONLYDIR)) // made meanwhile
+                if (watch(place, ownEvents | IN_ONLYDIR)) // created meanwhile
                     follow(path, hops);
                 return;
             }
@@ -128,11 +129,13 @@ private:
         }
     }
 
-    /** Watches for the coming and going of the entries of a directory. Result: those to notice; null on failure. */
+    /**
+     * Watches for entries being added to or removed from a directory. Result: the names to watch for; null on failure.
+     */
     Names* watchEntries(std::filesystem::path const& directory) {
         int const watched = add(directory, ownEvents | entryEvents | IN_ONLYDIR);
         if (watched < 0) {
-            // One that was removed meanwhile has been noticed on the way.
+            // If the directory was removed meanwhile, the watches on the path report it.
             if (errno != ENOENT && errno != ENOTDIR)
                 _error = errno;
             return nullptr;
@@ -142,7 +145,7 @@ private:
         return &names;
     }
 
-    /** Whether a directory, and not a link to one, is watched. */
+    /** Watches a directory. False if it is a link or not a directory. */
     bool isDirectory(std::filesystem::path const& path) {
         return watch(path, ownEvents | IN_ONLYDIR | IN_DONT_FOLLOW);
     }
@@ -150,7 +153,7 @@ private:
     bool watch(std::filesystem::path const& path, std::uint32_t events) { return add(path, events) >= 0; }
 
     int add(std::filesystem::path const& path, std::uint32_t events) {
-        // One directory may be on several ways.
+        // A directory may be on the paths to several files.
         return ::inotify_add_watch(_events.number(), path.c_str(), events | IN_MASK_ADD);
     }
 

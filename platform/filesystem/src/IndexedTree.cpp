@@ -20,7 +20,7 @@ std::uint32_t narrow(std::uint64_t number) {
     return static_cast<std::uint32_t>(number);
 }
 
-constexpr std::size_t compared = 1024; // bytes that are compared at once
+constexpr std::size_t compared = 1024; // block size of comparisons, in bytes
 
 std::size_t commonPrefix(std::string_view left, std::string_view right) {
     std::size_t const most = std::min(left.size(), right.size());
@@ -44,10 +44,10 @@ std::size_t commonSuffix(std::string_view left, std::string_view right) {
     return size + static_cast<std::size_t>(std::mismatch(begin, end, other).first - begin);
 }
 
-/** The bytes that a payload has in common with that of another tree, whose index and checksums hold for them. */
+/** The bytes that a payload shares with that of another tree, whose index and checksums can be reused for them. */
 struct Likeness {
     Likeness(std::string_view payload, IndexedTree const* similar) {
-        // In any other tree, the index has the children of a directory in another order than the payload.
+        // Otherwise the index has the children of some directory in another order than the payload.
         if (similar == nullptr || !similar->isInOrder)
             return;
         other = similar;
@@ -56,11 +56,11 @@ struct Likeness {
     }
 
     IndexedTree const* other = nullptr; ///< null without such a tree
-    std::size_t prefix = 0;             ///< the first bytes of both
-    std::size_t suffix = 0;             ///< the last bytes of both, none of which is among the first
+    std::size_t prefix = 0;             ///< the size of the common prefix
+    std::size_t suffix = 0;             ///< the size of the common suffix, without the common prefix
 };
 
-/** Indexes a payload without recursion: a stack of the directories whose entries are still to come. */
+/** Indexes a payload without recursion, with a stack of the directories whose entries are not all parsed. */
 class Parser {
 public:
     Parser(IndexedTree& tree, Likeness const& likeness)
@@ -71,7 +71,7 @@ public:
     }
 
     void parse() {
-        // An entry takes at least two bytes.
+        // An entry has at least two bytes.
         if (_other != nullptr)
             _tree.entries.reserve(
                 std::min(_other->entries.size() + spareEntries, _tree.payload.size() / 2 + 1));
@@ -101,18 +101,19 @@ private:
         std::uint32_t next;
         std::uint32_t end;
         bool isOrdered;
-        // Its counterpart is the directory at the same place in the other tree, if there is one.
+        // The counterpart is the same directory in the other tree, if it exists there.
         Entry const* other;       ///< the next child of the counterpart
-        Entry const* othersEnd;   ///< the end of those children
-        std::uint32_t othersLast; ///< the place after the last entry below the counterpart
-        Entry const* lastCopied;  ///< if that is the child before the next one; else null
+        Entry const* othersEnd;   ///< the end of its children
+        std::uint32_t othersLast; ///< the index after the last entry below it
+        Entry const* lastCopied;  ///< the previous child, if it was copied; otherwise null
     };
 
     [[nodiscard]] std::uint32_t position() const { return narrow(_tree.payload.size() - _scanner.left()); }
 
-    /** `like` is the counterpart, or null; `last` as above. */
+    /** `like` is the counterpart or null, `last` its `othersLast`. */
     void enter(std::uint32_t entry, Item const& map, Entry const* like, std::uint32_t last) {
-        // An entry takes at least two bytes, so all directories that are open cannot promise more than there is.
+        // An entry has at least two bytes, so the rest of the payload limits the entries of all open directories
+        // together.
         if (map.number > _scanner.left() / 2 || _promised > _scanner.left() / 2 - map.number)
             refuseAsTruncated();
         _promised += map.number;
@@ -151,7 +152,7 @@ private:
             parseEntry(directory, entry, like);
     }
 
-    /** The child in the other tree whose bytes begin where those of the child at `begin` do; null if none does. */
+    /** The child in the other tree that begins at the same place as the child at `begin`; null if there is none. */
     Entry const* counterpart(Directory& directory, std::uint32_t begin) const {
         if (begin >= _prefix && begin < _suffix)
             return nullptr;
@@ -162,7 +163,7 @@ private:
                                                                                         : nullptr;
     }
 
-    /** Takes an entry whose bytes, with those of all below it, are those of one in the other tree. */
+    /** Copies the index of an entry, and everything below it, whose bytes are the same in the other tree. */
     void copy(Directory& directory, std::uint32_t entry, Entry const& like) {
         std::uint32_t const shift = position() - like.item;
         auto& entries = _tree.entries;
@@ -175,14 +176,14 @@ private:
         _scanner.skip(like.end - like.item);
     }
 
-    /** The place after the last entry below a child, a directory, in the other tree. */
+    /** The index after the last entry below a directory in the other tree. */
     static std::uint32_t lastBelow(Directory const& directory, Entry const& like) {
         auto const* const next = std::find_if(&like + 1, directory.othersEnd,
                                               [](Entry const& entry) { return entry.isDirectory(); });
         return next != directory.othersEnd ? next->first : directory.othersLast;
     }
 
-    /** Copies entries of the other tree. Result: where the first of them is now. */
+    /** Copies entries of the other tree. Result: the new index of the first of them. */
     std::uint32_t copyBelow(std::uint32_t first, std::uint32_t last, std::uint32_t shift) {
         auto& entries = _tree.entries;
         auto const copied = narrow(entries.size());
@@ -235,12 +236,12 @@ private:
 
     IndexedTree& _tree;
     IndexedTree const* _other;
-    std::uint32_t _prefix;    ///< where the common prefix ends
-    std::uint32_t _suffix;    ///< where the common suffix begins
-    std::uint32_t _shift = 0; ///< how much later than in the other payload; modulo 2^32
+    std::uint32_t _prefix;    ///< the offset where the common prefix ends
+    std::uint32_t _suffix;    ///< the offset where the common suffix begins
+    std::uint32_t _shift = 0; ///< the offset of the suffix minus that in the other payload, modulo 2^32
     Scanner _scanner;
     std::vector<Directory> _open;
-    std::uint64_t _promised = 0; ///< entries of the open directories that are still to come
+    std::uint64_t _promised = 0; ///< entries of the open directories that have not been parsed
 };
 
 Entry const* child(IndexedTree const& tree, Entry const& directory, std::string_view name) {
@@ -253,7 +254,7 @@ Entry const* child(IndexedTree const& tree, Entry const& directory, std::string_
     return found != end && tree.nameOf(*found) == name ? found : nullptr;
 }
 
-/** Finds out what the payload has in common with that of `similar`, and computes its checksums. */
+/** Compares the payload with that of `similar`, and computes its checksums. */
 Likeness prepare(IndexedTree& tree, IndexedTree const* similar) {
     if (tree.payload.size() > std::numeric_limits<std::uint32_t>::max())
         throw utils::Exception("larger than 4 GiB");

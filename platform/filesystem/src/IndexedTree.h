@@ -12,29 +12,29 @@
 
 namespace filesystem {
 
-/** A register file, checked, with an index of the entries in its payload. It never changes once it is made. */
+/** A valid register file, with an index of the entries in its payload. Immutable. */
 struct IndexedTree {
-    /** A directory's entry, or the tree itself. Places are counted in bytes from the beginning of the payload. */
+    /** An entry of a directory, or the root. Offsets are in bytes from the beginning of the payload. */
     struct Entry {
-        std::uint32_t item = 0;  ///< where the name's item begins
-        std::uint32_t end = 0;   ///< where the value's item ends
-        std::uint32_t first = 0; ///< of a directory: its first child in `entries`; of a file: 0
-        std::uint32_t count = 0; ///< of a directory: its children
+        std::uint32_t item = 0;  ///< the offset of the item with the name
+        std::uint32_t end = 0;   ///< the offset after the item with the value
+        std::uint32_t first = 0; ///< for a directory: index of its first child in `entries`; for a file: 0
+        std::uint32_t count = 0; ///< for a directory: the number of its children
 
         [[nodiscard]] bool isDirectory() const { return first != 0; }
     };
 
     /**
-     * Takes the content of a register file and drops what follows the tree.
-     * What it has in common with `similar`, which may be null, is not examined again.
-     * Errors: as from `TreeImage`'s constructor.
+     * Reads the content of a register file. Bytes after the tree are dropped, and parts that it shares with `similar`,
+     * which may be null, are not examined again.
+     * Errors: those of `TreeImage`'s constructor.
      */
     static std::shared_ptr<IndexedTree const> ofFile(std::shared_ptr<void const> owner,
                                                      std::string_view bytes, IndexedTree const* similar);
 
     /**
-     * The same for a payload alone, which is checked as that of a file. `longestTreeHead` bytes before it belong to
-     * `owner` too and are overwritten.
+     * The same for a payload alone, which gets the same checks. `owner` must also own the `longestTreeHead` bytes
+     * before it, which are overwritten.
      */
     static std::shared_ptr<IndexedTree const> ofPayload(std::shared_ptr<void const> owner, char* payload,
                                                         std::size_t size, IndexedTree const& similar);
@@ -52,20 +52,20 @@ struct IndexedTree {
 
     [[nodiscard]] Entry const& root() const { return entries.front(); }
 
-    /** Result: null if there is nothing at the path. */
+    /** Result: null if nothing exists at the path. */
     [[nodiscard]] Entry const* find(std::string_view path) const;
 
-    std::shared_ptr<void const> owner; ///< keeps the bytes
+    std::shared_ptr<void const> owner; ///< owns the bytes
     std::string_view bytes;            ///< the whole register file
-    std::string_view payload;          ///< the part of it that holds the tree
+    std::string_view payload;          ///< the part that holds the tree
     PieceChecksums checksums;          ///< of the payload
 
     /**
-     * The root first; the children of a directory side by side, in the order of their names. The children of a
-     * directory are followed by those of the directories among them, one after the other, each with all below it.
+     * The root comes first. The children of a directory are adjacent and sorted by name. They are followed by the
+     * subtrees below those of them that are directories, in the same order.
      */
     std::vector<Entry> entries;
-    bool isInOrder = true; ///< whether all children lie in the payload in that order too
+    bool isInOrder = true; ///< whether the children in the payload are sorted as well
 };
 
 } // namespace filesystem

@@ -16,14 +16,15 @@ Journal::Journal(Tree const& tree, std::string directory, std::function<void()> 
 void Journal::record(NodeId id) noexcept {
     try {
         add(id);
-    } catch (...) { // no memory
+    } catch (...) { // out of memory
         _isEverything = true;
         begin();
     }
 }
 
 void Journal::add(NodeId id) {
-    // Changes elsewhere need not wake anybody. Once something has changed here, sorting them out can wait.
+    // Changes outside the directory must not wake anyone. After the first change inside, they are filtered out in
+    // `take`.
     if (_isEverything || (_isEmpty && !isInside(id)))
         return;
     std::size_t const word = id / wordBits;
@@ -50,20 +51,20 @@ void Journal::leave(NodeId id) noexcept {
         _left.push_back(pathOf(id));
         _leftBytes += sizeof(std::string) + _left.back().size();
         _isEverything = _leftBytes > mostBytes;
-    } catch (...) { // no memory
+    } catch (...) { // out of memory
         _isEverything = true;
     }
     begin();
 }
 
-/** Whether a node of the tree is the directory or below it. */
+/** Whether a node is the directory or below it. */
 bool Journal::isInside(NodeId id) const {
     while (id != Tree::root && _tree[id].parent != Tree::root)
         id = _tree[id].parent;
     return id != Tree::root && _tree[id].name() == _directory;
 }
 
-/** The path of a node inside the directory, relative to it. */
+/** The path of a node, relative to the directory. */
 std::string Journal::pathOf(NodeId id) const {
     std::vector<std::string_view> names;
     for (; _tree[id].parent != Tree::root; id = _tree[id].parent)
@@ -78,7 +79,7 @@ std::vector<std::string> Journal::take() {
     std::vector<std::string> result;
     try {
         result = changedPaths();
-    } catch (...) { // no memory: nothing is lost, but what it was
+    } catch (...) { // out of memory: only the details are lost
         _isEverything = true;
         throw;
     }
@@ -98,7 +99,7 @@ std::vector<std::string> Journal::changedPaths() {
     std::vector<std::string> paths = _left;
     std::size_t bytes = 0;
     for (Touched const touched : _touched) {
-        // What has gone since is in `_left`.
+        // Nodes that have been removed since are in `_left`.
         if (_tree[touched.node].generation != touched.generation || !isInside(touched.node))
             continue;
         paths.push_back(pathOf(touched.node));

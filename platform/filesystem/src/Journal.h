@@ -12,31 +12,31 @@ namespace filesystem {
 
 class Tree;
 
-/** What has changed in a first-level directory of a tree. The tree reports its changes here. */
+/** Records changes in a first-level directory of a tree. Called by the tree. */
 class Journal {
 public:
     Journal(Tree const& tree, std::string directory, std::function<void()> wake);
 
-    /** The content of a file is about to change. Once is enough for a file written over and over. */
+    /** Called before the content of a file changes. Repeated calls for the same file are cheap. */
     void touch(NodeId id) noexcept {
         if (!isRecorded(id))
             record(id);
     }
 
-    /** Whether touching a file makes no difference. */
+    /** Whether a file is recorded already. */
     [[nodiscard]] bool isRecorded(NodeId id) const noexcept {
         return id < _recordedBits && (_recorded[id / wordBits] >> (id % wordBits) & 1U) != 0;
     }
 
-    /** A node has come. Its number may have belonged to one that has gone. */
+    /** Called after a node has been added. Its number may be that of a removed node. */
     void come(NodeId id) noexcept { record(id); }
 
-    /** A node is about to go, with everything below it, or everything below it is about to be replaced. */
+    /** Called before a node and everything below it is removed, or everything below it is replaced. */
     void leave(NodeId id) noexcept;
 
     [[nodiscard]] bool isEmpty() const noexcept { return _isEmpty; }
 
-    /** As `ChangeLog::take`. */
+    /** See `ChangeLog::take`. */
     [[nodiscard]] std::vector<std::string> take();
 
 private:
@@ -46,7 +46,7 @@ private:
     };
 
     static constexpr std::size_t wordBits = 64;
-    static constexpr std::size_t mostBytes = 16'777'216; ///< of paths; beyond, it is everything
+    static constexpr std::size_t mostBytes = 16'777'216; ///< of paths; beyond, everything counts as changed
 
     void record(NodeId id) noexcept;
     void add(NodeId id);
@@ -59,10 +59,10 @@ private:
     std::string _directory;
     std::function<void()> _wake;
     bool _isEmpty = true;
-    bool _isEverything = false; ///< too much to record, or no memory for it
+    bool _isEverything = false; ///< too many changes, or not enough memory, to record them
     std::vector<Touched> _touched;
-    std::vector<std::uint64_t> _recorded; ///< a bit for each node's number: whether it is in `_touched`
-    std::size_t _recordedBits = 0;        ///< how many it has
+    std::vector<std::uint64_t> _recorded; ///< a bit for each node: whether it is in `_touched`
+    std::size_t _recordedBits = 0;        ///< the number of these bits
     std::vector<std::string> _left;
     std::size_t _leftBytes = 0;
 };

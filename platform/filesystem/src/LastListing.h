@@ -13,15 +13,15 @@
 namespace filesystem {
 
 /**
- * Keeps the listing of one directory that is listed over and over while no entry of the tree comes or goes: a
- * copy of it costs a fraction of making it anew. A directory listed once is only remembered by its number.
+ * Caches the listing of one directory that is listed repeatedly while no entry is added to or removed from the tree:
+ * copying it is much cheaper than building it again. After the first listing only the directory's number is kept.
  *
- * Listing is `const`, so it may go on in several threads at once; the lock here is for them. It is held for a
- * few instructions, and nothing else is locked under it.
+ * Listing is `const`, so several threads may do it at once; the mutex is for them. It is held for a few instructions,
+ * and no other lock is taken while holding it.
  */
 class LastListing {
 public:
-    /** The entries of `directory` in this `version` of the tree; `list()` makes them unless they are kept. */
+    /** The entries of `directory` in this `version` of the tree; builds them with `list()` unless they are cached. */
     template <class List>
     std::set<DirEntry> get(NodeId directory, std::uint64_t version, List list) {
         Kept const kept = exchange({directory, version, nullptr});
@@ -44,7 +44,7 @@ private:
     };
 
     Kept exchange(Kept kept) {
-        // Nobody waits here, least of all a forked child for a thread that it does not have.
+        // Never waits: a forked child could wait for a thread that does not exist there.
         std::unique_lock<std::mutex> const lock(_mutex, std::try_to_lock);
         if (!lock.owns_lock())
             return {};

@@ -17,7 +17,7 @@ namespace {
 using Callbacks = std::vector<void (*)()>;
 
 struct Life {
-    std::uint64_t number; ///< of those made before
+    std::uint64_t number; ///< how many were created before
     Callbacks callbacks;
 };
 
@@ -33,8 +33,9 @@ Living& living() {
 }
 
 /**
- * Makes the list, and has its mutex held during every fork, so that a forked child finds it free. Runs when the library
- * is loaded: at a fork no other thread can be halfway through it, and a lack of memory cannot make it run twice.
+ * Creates the list, and registers handlers that hold its mutex during a fork, so that the child finds it free. Runs
+ * when the library is loaded: no other thread can be in it during a fork, and it cannot run twice after running out of
+ * memory.
  */
 int prepareForForks() {
     static_cast<void>(living());

@@ -6,15 +6,15 @@ namespace filesystem {
 class RAMFileSystem;
 
 /**
- * The file systems in memory that are alive, with the functions to call at their end. One list for the
- * process; it is never destroyed, so it serves file systems that end while the process exits.
+ * The live in-memory file systems, and the functions to call when they are destroyed. One list per process; never
+ * destroyed, because file systems may be destroyed at any time during exit.
  */
 namespace lifetimes {
 
 /** Errors: `std::bad_alloc`; nothing has changed. */
 void begin(RAMFileSystem const* fileSystem);
 
-/** Takes a file system off the list, then calls what was registered for it. */
+/** Removes a file system from the list, then calls the functions registered for it. */
 void end(RAMFileSystem const* fileSystem) noexcept;
 
 } // namespace lifetimes

@@ -21,7 +21,7 @@ bool isLoaded(std::string const& path) {
 } // namespace
 
 void* loadModuleFile(std::string const& path) {
-    // Without a "/" the loader would search the system's libraries, and for "" hand out the program itself.
+    // Without a "/" the loader would search the system's libraries, and "" would give the program itself.
     if (path.find('/') == std::string::npos)
         return nullptr;
     return ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
@@ -31,8 +31,8 @@ void* loadModuleBytes(std::string_view bytes) {
     Descriptor file = opened([] { return ::memfd_create("module", MFD_CLOEXEC); });
     if (!file.isOpen() || writeAt(file.number(), bytes, 0) != bytes.size())
         return nullptr;
-    // The loader tells modules apart by their paths, and a module outlives its descriptor, whose number is used
-    // again.
+    // The loader identifies modules by path. A module stays loaded after its descriptor is closed, and the number of
+    // the descriptor is reused, so the path may be that of a loaded module.
     std::string path = "/proc/self/fd/" + std::to_string(file.number());
     while (isLoaded(path)) {
         file = duplicated(file.number(), file.number() + 1);
@@ -48,7 +48,7 @@ bool unloadModule(void* module) {
 }
 
 void* symbolAddress(void* module, QString const& symbol) {
-    // A null module would mean the whole process to the loader, and a NUL would cut the name short.
+    // To the loader, a null module is the whole process. A NUL would truncate the name.
     if (module == nullptr || symbol.contains(QChar::Null))
         return nullptr;
     return ::dlsym(module, symbol.toUtf8().constData());

@@ -19,7 +19,7 @@ std::uint32_t checkedLength(std::size_t length) {
     return static_cast<std::uint32_t>(length);
 }
 
-/** Moves the first `keep` bytes of a file's text into a block of its own. */
+/** Moves the first `keep` bytes of a file's text into a new block. */
 void moveToHeap(Node& node, std::uint32_t capacity, std::size_t keep) {
     char* const block = new char[capacity];
     std::memcpy(block, node.text(), keep);
@@ -87,7 +87,7 @@ void Node::exchangeText(Node& other) noexcept {
     onHeap = other.onHeap;
     other.onHeap = wasOnHeap ? 1 : 0;
     std::swap(file, other.file);
-    std::swap(inlineText, other.inlineText); // in which a block's address is, too
+    std::swap(inlineText, other.inlineText); // also swaps `heapText`
 }
 
 void Node::freeAll() noexcept {

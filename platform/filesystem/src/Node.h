@@ -17,16 +17,16 @@ constexpr NodeId noNode = 0;
 
 /** The nodes in a directory. */
 struct Children {
-    std::vector<NodeId> ids; ///< `noNode` where one has been taken out, but never at the end
-    std::size_t holes = 0;   ///< how many such places there are
-    bool ordered = true;     ///< by the names' bytes, ascending
+    std::vector<NodeId> ids; ///< `noNode` in place of removed nodes, but never at the end
+    std::size_t holes = 0;   ///< the number of such places
+    bool ordered = true;     ///< in ascending byte order of the names, ignoring holes
 };
 
 /**
- * A directory or a file: one cache line.
+ * A directory or a file, in one cache line.
  *
- * Its text, the name with a file's content right behind it, stands in the node itself while it is short, else
- * in one block on the heap that the node owns. A directory that is not empty owns a list of its children.
+ * Its text is the name followed, for a file, by the content. A short text is stored in the node itself, a longer one in
+ * a block on the heap that the node owns. A directory that is not empty owns a list of its children.
  */
 struct alignas(64) Node {
     static constexpr std::uint32_t inlineCapacity = 32;
@@ -37,24 +37,24 @@ struct alignas(64) Node {
         std::numeric_limits<std::uint32_t>::max(), std::numeric_limits<std::ptrdiff_t>::max()));
 
     NodeId parent;
-    std::uint32_t place;      ///< among the parent's children
-    std::uint64_t generation; ///< of this place in the pool: another one when the node here has been released
-    std::uint32_t hash;       ///< of the whole path
+    std::uint32_t place;      ///< index among the parent's children
+    std::uint64_t generation; ///< changes whenever the node with this number is released
+    std::uint32_t hash;       ///< hash of the whole path
     std::uint32_t nameLength : 30;
     std::uint32_t directory : 1;
     std::uint32_t onHeap : 1;
     struct File {
-        std::uint32_t size;     ///< of the content
-        std::uint32_t capacity; ///< of the text, `inlineCapacity` while it stands in the node
+        std::uint32_t size;     ///< size of the content
+        std::uint32_t capacity; ///< room for the text; `inlineCapacity` if it is stored in the node
     };
     union {
         File file;
-        Children* children; ///< of a directory, null when there are none
+        Children* children; ///< of a directory; null if it is empty
     };
     union {
         char inlineText[inlineCapacity];
         char* heapText;
-        NodeId nextReleased[4]; ///< of a released node: those to be used again after it, in their order
+        NodeId nextReleased[4]; ///< of a released node: the next ones in the list of released nodes
     };
 
     /** Whether a file can hold a name and a content of these sizes. */
@@ -68,32 +68,33 @@ struct alignas(64) Node {
     [[nodiscard]] std::string_view content() const noexcept { return {text() + nameLength, file.size}; }
 
     /**
-     * Makes room for a content of `contentCapacity` bytes, at least, keeping what is there; not less than
-     * twice the room there was, if it has to move.
+     * Makes room for at least `contentCapacity` bytes of content, and keeps the existing content. If the text must
+     * move, its room is at least doubled.
      * Errors: `std::bad_alloc`, `std::length_error`; nothing has changed.
      */
     void growContent(std::size_t contentCapacity);
 
     /**
-     * Gives a file `newSize` bytes of content, to be filled by the caller, in no more room than they need.
-     * Result: the first of them.
+     * Replaces the content of a file by `newSize` bytes, which the caller fills in. Does not reserve more room than
+     * that.
+     * Result: the first byte.
      * Errors: `std::bad_alloc`, `std::length_error`; nothing has changed.
      */
     char* replaceContent(std::size_t newSize);
 
-    /** Empties a file and gives its room back, unless its name needs a block on the heap anyway. */
+    /** Empties a file and frees its block, unless the name alone needs one. */
     void dropContent() noexcept;
 
     /**
-     * Sets the name of a new node, whose `directory` is set, and the content of a new file.
+     * Sets the name of a new node and, for a file, its content. `directory` must be set already.
      * Errors: `std::bad_alloc`, `std::length_error`; nothing has changed.
      */
     void setText(std::string_view name, std::string_view content);
 
-    /** Gives two files of the same name each other's text. */
+    /** Swaps the texts of two files with the same name. */
     void exchangeText(Node& other) noexcept;
 
-    /** Gives back what the node owns. */
+    /** Frees everything that the node owns. */
     void freeAll() noexcept;
 };
 

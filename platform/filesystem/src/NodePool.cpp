@@ -8,23 +8,23 @@
 
 namespace filesystem {
 
-// The first number is that of no node: what it stands for there has no name and no relatives.
+// Number 0 is `noNode`: its node has no name, parent or children.
 NodePool::NodePool() {
     static_cast<void>(make(true));
 }
 
 NodePool::~NodePool() {
-    // A released node owns nothing, so every number ever used can be treated alike.
+    // Released nodes own nothing, so all nodes can be treated alike.
     for (NodeId id = noNode; id < _made; ++id)
         (*this)[id].freeAll();
 }
 
-/** The first number never used. Its node is one that was released, with no other behind it. */
+/** A number that has never been used. Its node looks like a released one, the last in the list. */
 NodeId NodePool::makeNew() {
     if (_made == std::numeric_limits<NodeId>::max())
         throw std::bad_alloc();
     if (_made / blockSize == _blocks.size())
-        // NOLINTNEXTLINE(modernize-make-unique): it would fill with zeros what is set up node by node
+        // NOLINTNEXTLINE(modernize-make-unique): would zero the block, whose nodes are initialised one by one
         _blocks.push_back(std::unique_ptr<Block>(new Block));
     Node& node = (*this)[_made];
     node.generation = 0;

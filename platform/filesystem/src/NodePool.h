@@ -9,7 +9,7 @@
 
 namespace filesystem {
 
-/** The nodes of a tree: made in blocks, found by number, used again when they are released. */
+/** The nodes of a tree: allocated in blocks, identified by number, reused after their release. */
 class NodePool {
 public:
     NodePool();
@@ -22,12 +22,12 @@ public:
         return (*_blocks[id / blockSize])[id % blockSize];
     }
 
-    /** A node with no relatives, no text and no content. Errors: `std::bad_alloc`; nothing has changed. */
+    /** A node without parent, children and text. Errors: `std::bad_alloc`; nothing has changed. */
     [[nodiscard]] NodeId make(bool directory) {
         NodeId const id = _released != noNode ? _released : makeNew();
         Node& node = (*this)[id];
         _released = node.nextReleased[0];
-        // What was released long ago has left the cache.
+        // Nodes that were released long ago are no longer in the cache.
         __builtin_prefetch(&(*this)[node.nextReleased[3]]);
         std::uint64_t const generation = node.generation;
         node = Node{};
@@ -39,7 +39,7 @@ public:
         return id;
     }
 
-    /** Releases a node with its text. What still knows its number finds another generation there. */
+    /** Releases a node and its text, and changes the generation, by which holders of its number notice the release. */
     void release(NodeId id) noexcept;
 
 private:
@@ -49,8 +49,8 @@ private:
     NodeId makeNew();
 
     std::vector<std::unique_ptr<Block>> _blocks;
-    NodeId _made = noNode;     ///< the first number never used
-    NodeId _released = noNode; ///< a list of released nodes, through `nextReleased`
+    NodeId _made = noNode;     ///< the lowest number that has never been used
+    NodeId _released = noNode; ///< the head of the list of released nodes
 };
 
 } // namespace filesystem

@@ -18,10 +18,10 @@ struct Secret {
     std::uint64_t end;
 };
 
-/** From the sixteen random bytes that the kernel gives to every process. */
+/** Derived from the sixteen random bytes that the kernel gives every process. */
 Secret makeSecret() noexcept {
     std::uint64_t state = 0x9E3779B97F4A7C15U;
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): the kernel hands the address out as a number
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the kernel gives the address as a number
     if (auto const* random = reinterpret_cast<char const*>(::getauxval(AT_RANDOM)); random != nullptr)
         state ^= loadWord(random) ^ loadWord(random + sizeof state) << 1;
     auto const next = [&state] {
@@ -35,7 +35,9 @@ Secret makeSecret() noexcept {
 
 Secret const secret = makeSecret();
 
-/** Both halves of the 128-bit product, folded: every bit of the result depends on every bit of both. */
+/**
+ * The halves of the 128-bit product, combined with XOR: every bit of the result depends on all bits of both factors.
+ */
 inline std::uint64_t mix(std::uint64_t left, std::uint64_t right) noexcept {
 #ifdef __SIZEOF_INT128__
     __extension__ using Wide = unsigned __int128;
@@ -70,7 +72,7 @@ inline std::uint64_t PathHash::finished(std::uint64_t state, Block const& tail,
     return mix(mix(tail.low ^ secret.tail, tail.high ^ state) ^ length, secret.end);
 }
 
-/** Goes on with `bytes`, which begin a block, to the end of `length` bytes in all. */
+/** Continues with `bytes`, which start at a block boundary, and finishes the hash of `length` bytes in total. */
 inline std::uint64_t PathHash::finished(std::uint64_t state, std::string_view bytes,
                                         std::uint64_t length) noexcept {
     for (; bytes.size() >= blockSize; bytes.remove_prefix(blockSize))

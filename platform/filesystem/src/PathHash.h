@@ -8,11 +8,11 @@
 namespace filesystem {
 
 /**
- * A hash of a path's bytes that can go on from a prefix: what follows the hash of "a/b" costs only itself, so
- * hashing every path of a tree costs no more than its names, however deep it is.
+ * An incremental hash of a path: hashing "a/b/c" after "a/b" costs only the hashing of "/c". So hashing all paths in a
+ * tree costs as much as hashing all names, whatever its depth.
  *
- * Keyed with a secret of the process: no input can be made to collide on purpose. Equal bytes hash equal
- * however they were split.
+ * Keyed with a secret of the process, so that collisions cannot be constructed. The hash does not depend on how the
+ * bytes were split.
  */
 class PathHash {
 public:
@@ -20,17 +20,17 @@ public:
 
     void append(std::string_view bytes) noexcept;
 
-    /** The hash of what was appended, followed by `bytes`. */
+    /** The hash of everything that was appended, followed by `bytes`. */
     [[nodiscard]] std::uint64_t with(std::string_view bytes) const noexcept;
 
-    /** The same of nothing but `bytes`, without the detour. */
+    /** The hash of `bytes` alone. */
     [[nodiscard]] static std::uint64_t of(std::string_view bytes) noexcept;
 
-    /** The hash of a whole path from those of its first level and of all that follows it. */
+    /** The hash of a whole path, from the hash of its first level and that of the rest. */
     [[nodiscard]] static std::uint32_t join(std::uint64_t first, std::uint64_t rest) noexcept;
 
 private:
-    /** Sixteen bytes, zero where there are none. */
+    /** Sixteen bytes, padded with zeros. */
     struct Block {
         std::uint64_t low = 0;
         std::uint64_t high = 0;
@@ -43,12 +43,12 @@ private:
     static std::uint64_t finished(std::uint64_t state, Block const& tail, std::uint64_t length) noexcept;
     static std::uint64_t finished(std::uint64_t state, std::string_view bytes, std::uint64_t length) noexcept;
 
-    /** The tail and the first of `bytes`, up to a whole block; takes them off `bytes`. */
+    /** The tail, filled up to a whole block with the first of `bytes`, which are removed from `bytes`. */
     Block fill(std::string_view& bytes) const noexcept;
 
     std::uint64_t _state;
     std::uint64_t _length = 0;
-    Block _tail; ///< the bytes behind the last whole block
+    Block _tail; ///< the bytes after the last whole block
 };
 
 } // namespace filesystem

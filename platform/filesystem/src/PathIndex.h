@@ -10,8 +10,8 @@
 namespace filesystem {
 
 /**
- * Finds nodes by the hash of their path: one flat table with open addressing, at most seven eighths full,
- * eight bytes a slot.
+ * Finds nodes by the hash of their path: one flat table with open addressing, at most seven eighths full, with eight
+ * bytes per slot.
  */
 class PathIndex {
 public:
@@ -22,7 +22,7 @@ public:
 
     PathIndex();
 
-    /** The node with this hash that `matches(node)`, `noNode` when there is none. */
+    /** The node with this hash for which `matches` returns true; `noNode` if there is none. */
     template <class Matches>
     [[nodiscard]] NodeId find(std::uint32_t hash, Matches&& matches) const {
         for (std::size_t i = hash & _mask;; i = (i + 1) & _mask) {
@@ -38,7 +38,7 @@ public:
      */
     void reserve(std::size_t more);
 
-    /** Adds a node by the hash of its path; room for it has been made. */
+    /** Adds a node; its room must have been reserved. */
     void insert(Slot slot) noexcept {
         std::size_t i = slot.hash & _mask;
         while (_slots[i].node != noNode)

@@ -9,7 +9,7 @@
 
 namespace filesystem {
 
-/** A directory's path as far as hashing what lies in it needs it: each step down costs only the name. */
+/** The hash state of a directory's path, for hashing the paths of its entries: each level costs only its name. */
 class PathPlace {
 public:
     /** The root. */
@@ -44,7 +44,7 @@ public:
 private:
     bool _isRoot = true;
     std::uint64_t _first = 0;
-    PathHash _rest; ///< of what follows the first level, with a "/" behind it
+    PathHash _rest; ///< for the path after the first level, with a "/" at the end
 };
 
 } // namespace filesystem

@@ -17,7 +17,10 @@ namespace filesystem {
 
 namespace {
 
-/** Makes the entries of a directory durable. One that may not be read cannot be flushed, nor can some file systems. */
+/**
+ * Makes the entries of a directory durable. True also if it may not be read or the file system cannot flush
+ * directories.
+ */
 bool isFlushed(std::string const& path) {
     Descriptor const directory = openDirectory(AT_FDCWD, path);
     if (!directory.isOpen())
@@ -44,7 +47,7 @@ bool makePrivateDirectories(std::string const& path) {
         made /= name;
         if (name.empty() || isDirectory(made.string()))
             continue;
-        // Another process may be making the same one.
+        // Another process may have created it meanwhile.
         if (::mkdir(made.c_str(), S_IRWXU) != 0 && (errno != EEXIST || !isDirectory(made.string())))
             return false;
         if (!isFlushed(made.string()) || !isFlushed(parent))
@@ -56,7 +59,7 @@ bool makePrivateDirectories(std::string const& path) {
 DirectoryLock::DirectoryLock() noexcept = default;
 
 DirectoryLock::~DirectoryLock() {
-    // Released here, not by closing: a child process that was forked meanwhile still has it open.
+    // Closing would not release the lock if a child that was forked meanwhile still has the directory open.
     if (Descriptor const directory(_directory); directory.isOpen())
         ::flock(directory.number(), LOCK_UN);
 }
@@ -68,7 +71,7 @@ bool DirectoryLock::isHeld() const noexcept {
 DirectoryLock::Outcome DirectoryLock::take(std::string const& path, std::chrono::milliseconds patience) {
     using Clock = std::chrono::steady_clock;
     auto const end = Clock::now() + patience;
-    // flock has no time limit, so the lock is asked for again and again, at growing intervals.
+    // flock has no timeout, so the lock is polled at growing intervals.
     std::chrono::microseconds interval{100};
     for (;;) {
         Outcome const outcome = tryOnce(path);
@@ -80,13 +83,13 @@ DirectoryLock::Outcome DirectoryLock::take(std::string const& path, std::chrono:
     }
 }
 
-/** Result: `timedOut` if somebody else has the lock. */
+/** Result: `timedOut` if another process holds the lock. */
 DirectoryLock::Outcome DirectoryLock::tryOnce(std::string const& path) {
     Descriptor directory = openDirectory(AT_FDCWD, path);
     if (!directory.isOpen())
-        return errno == EACCES ? Outcome::taken : Outcome::failed; // may be written to, but not locked
+        return errno == EACCES ? Outcome::taken : Outcome::failed; // unreadable, but perhaps writable
     if (retried([&] { return ::flock(directory.number(), LOCK_EX | LOCK_NB); }) != 0)
-        return errno == EWOULDBLOCK ? Outcome::timedOut : Outcome::taken; // or there are no locks
+        return errno == EWOULDBLOCK ? Outcome::timedOut : Outcome::taken; // taken: there are no locks
     struct stat own = {};
     struct stat there = {};
     if (!isExamined(directory.number(), own))

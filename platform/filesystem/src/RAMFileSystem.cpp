@@ -36,13 +36,13 @@ bool isFileAt(Tree const& tree, NodeId id) {
     return id != noNode && tree[id].directory == 0;
 }
 
-/** The file of a handle; null when it has been removed or replaced. */
+/** The file of a handle; null if it has been removed or replaced. */
 Node* fileOf(Tree& tree, RAMHandle const& handle) {
     Node& node = tree[handle.node];
     return node.generation == handle.generation ? &node : nullptr;
 }
 
-/** An open handle of this very file system; null for anything else. */
+/** The handle, if it is open and belongs to this file system; otherwise null. */
 RAMHandle* ownHandle(FileSystem const& fileSystem, FileHandle* handle) {
     if (handle == nullptr || &handle->fileSystem() != &fileSystem)
         return nullptr;
@@ -66,7 +66,7 @@ std::set<DirEntry> entriesOf(Tree& tree, NodeId directory) {
     throw utils::Exception("cannot be read: " + std::generic_category().message(errno));
 }
 
-/** Reads up to `count` bytes. Errors: `utils::Exception` when the file cannot be read. */
+/** Reads up to `count` bytes. Errors: `utils::Exception` if the file cannot be read. */
 std::string_view readSome(FileHandle& handle, char* buffer, std::size_t count) {
     errno = 0; // for a file system that does not set it
     long const moved = handle.fileSystem().read(&handle, buffer, static_cast<long>(count));
@@ -76,8 +76,8 @@ std::string_view readSome(FileHandle& handle, char* buffer, std::size_t count) {
 }
 
 /**
- * Reads the payload, which starts at `position`. Allocates nothing when the file is too short for it.
- * Errors: `utils::Exception` when the file cannot be read, or is too large for the memory.
+ * Reads the payload, which starts at `position`. Allocates nothing if the file is too short for it.
+ * Errors: `utils::Exception` if the file cannot be read, or does not fit into memory.
  */
 Bytes readPayload(FileHandle& handle, long position, std::uint64_t announced) {
     FileSystem& source = handle.fileSystem();
@@ -96,7 +96,7 @@ Bytes readPayload(FileHandle& handle, long position, std::uint64_t announced) {
     return {std::move(block), content};
 }
 
-/** What a message about a file that cannot be unserialized starts with. */
+/** The beginning of a message about a file that cannot be unserialized. */
 std::string subject(FileHandle const& handle, QString const& path) {
     return handle.path().empty() ? "Can't read a register file into " + path.toStdString()
                                  : std::string(handle.path());
@@ -208,7 +208,7 @@ long RAMFileSystem::write(FileHandle* handle, void const* buffer, long count) {
     _tree->touch(own->node);
     if (end > file->file.size) {
         file->growContent(end);
-        // Another handle may have emptied the file in the meantime: the gap reads as zeros.
+        // Another handle may have emptied the file meanwhile. The gap reads as zeros.
         if (own->position > file->file.size)
             std::memset(file->text() + file->nameLength + file->file.size, 0,
                         own->position - file->file.size);
@@ -274,7 +274,7 @@ bool RAMFileSystem::serialize(QString const& path, FileHandle& handle) const {
     FileSystem& target = handle.fileSystem();
     auto const bytes = encodeTree(*_tree, isDirectoryAt(*_tree, id) ? id : noNode);
     if (!bytes) {
-        // A write that fails, so that closing the handle leaves a good file as it is.
+        // A failed write, so that closing the handle leaves the existing file unchanged.
         target.write(&handle, nullptr, 1);
         errno = EAGAIN;
         return false;

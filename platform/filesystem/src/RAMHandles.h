@@ -11,9 +11,7 @@
 
 namespace filesystem {
 
-/**
- * An open file in memory. It finds its file by number, and tells by the generation that it is still the same.
- */
+/** An open file in memory. Refers to the file by number; the generation shows whether it is still the same file. */
 class RAMHandle final : public FileHandle {
 public:
     explicit RAMHandle(FileSystem& fileSystem) noexcept : FileHandle(fileSystem) {}
@@ -25,14 +23,14 @@ public:
     std::size_t position = 0;
 };
 
-/** All handles of a file system, open and closed; closed ones are used again. */
+/** All handles of a file system. Closed handles are reused. */
 class RAMHandles {
 public:
-    /** A handle to be set up by the caller. Errors: `std::bad_alloc`; nothing has changed. */
+    /** An open handle, which the caller initialises. Errors: `std::bad_alloc`; nothing has changed. */
     RAMHandle& take(FileSystem& fileSystem) {
         if (_closed.empty()) {
             if (_closed.capacity() == _all.size())
-                _closed.reserve(2 * _all.size() + 1); // so that giving back cannot fail
+                _closed.reserve(2 * _all.size() + 1); // so that `giveBack` cannot fail
             _closed.push_back(&_all.emplace_back(fileSystem));
         }
         RAMHandle& handle = *_closed.back();

@@ -27,14 +27,14 @@ namespace {
 
 constexpr std::size_t readAhead = 16'384;
 
-/** The UTF-8 bytes of a path; `nullopt` if it is not well-formed or has a NUL, which would truncate it. */
+/** The UTF-8 bytes of a path; `nullopt` if it is not well-formed, or has a NUL, which would truncate it. */
 std::optional<std::string> systemName(QString const& path) {
     if (!path.isValidUtf16() || path.contains(QChar::Null))
         return std::nullopt;
     return path.toUtf8().toStdString();
 }
 
-/** The text of a name on disk; `nullopt` if it is not UTF-8, so that no path leads to it. */
+/** The text of a name on disk; `nullopt` if it is not UTF-8, since no path can name it. */
 std::optional<QString> textOf(std::string const& name) {
     QString const text = textOfName(name);
     if (text.toUtf8().toStdString() != name)
@@ -42,7 +42,7 @@ std::optional<QString> textOf(std::string const& name) {
     return text;
 }
 
-/** Where a path below `root` leads; `nullopt` if it cannot name a file. The root itself keeps a "/" at its end. */
+/** The full path of `path` below `root`; `nullopt` if it cannot name a file. That of the root itself ends in "/". */
 std::optional<std::string> locate(std::string const& root, QString const& path) {
     auto const name = systemName(path);
     if (root.empty() || !name)
@@ -65,21 +65,18 @@ bool isRoot(std::string const& located) {
     return located.back() == '/';
 }
 
-/** A new name for a temporary file of one file, beside another; empty when there are no random bytes for one. */
+/** A path for a temporary file of `located`, in the directory of `beside`; empty if random bytes are not available. */
 std::string temporaryName(std::string const& located, std::string const& beside) {
     std::string const name = TemporaryNames(located.substr(located.rfind('/') + 1)).make();
     return name.empty() ? name : beside.substr(0, beside.rfind('/') + 1) + name;
 }
 
-/** Looks at what stands at a path, symbolic links followed. */
+/** Gets the status of a path; follows symbolic links. */
 bool isExaminedAt(std::string const& path, struct stat& status) {
     return retried([&] { return ::stat(path.c_str(), &status); }) == 0;
 }
 
-/**
- * The type bits of what stands at a path, symbolic links followed; 0 when it is missing or cannot be
- * examined.
- */
+/** The type bits of a path, after following symbolic links; 0 if it is missing or cannot be examined. */
 ::mode_t typeAt(std::optional<std::string> const& located) {
     struct stat status = {};
     return located && isExaminedAt(*located, status) ? status.st_mode & S_IFMT : 0;
@@ -91,7 +88,7 @@ RealFileSystem::Stamp stampOf(struct stat const& status) {
 
 } // namespace
 
-/** An open file of one of the two kinds. */
+/** A file that is open for reading or for writing. */
 class RealHandle : public FileHandle {
 public:
     RealHandle(FileSystem& fileSystem, std::string&& path) noexcept
@@ -154,10 +151,7 @@ public:
     [[nodiscard]] int descriptor() const override { return _file.number(); }
 
 private:
-    /**
-     * Up to `count` bytes at the position that have been read ahead; few bytes are read ahead now, many are
-     * not.
-     */
+    /** Up to `count` bytes at the position from the read-ahead buffer; fills it first unless `count` is large. */
     std::string_view ahead(long count) {
         long const available = static_cast<long>(_ahead.size());
         if (_position >= _aheadStart && _position - _aheadStart < available)
@@ -172,7 +166,7 @@ private:
         return std::string_view(_ahead).substr(0, static_cast<std::size_t>(count));
     }
 
-    /** `errno` is 0 after a result of 0, the end of the file. */
+    /** Result: 0 at the end of the file; `errno` is 0 then. */
     long readDirectly(char* buffer, long count) const {
         errno = 0;
         return retried(
@@ -203,8 +197,8 @@ private:
 };
 
 std::unique_ptr<RealHandle> openForReading(FileSystem& fileSystem, std::string const& path) {
-    // Looked at first, since opening some devices does something; and again, since it may have changed
-    // meanwhile.
+    // Examined before opening, because opening some devices has side effects, and again afterwards, because the file
+    // may have been replaced meanwhile.
     struct stat status = {};
     if (!isExaminedAt(path, status) || !isRegular(status))
         return nullptr;
@@ -222,7 +216,7 @@ std::unique_ptr<RealHandle> openForWriting(FileSystem& fileSystem, std::string c
 
 } // namespace
 
-/** The open handles of a file system. Looking a handle up says whether it is one, without touching it. */
+/** The open handles of a file system. `find` recognises invalid handles without dereferencing them. */
 class RealHandles {
 public:
     FileHandle* add(std::unique_ptr<RealHandle> handle) {
@@ -386,7 +380,7 @@ bool RealFileSystem::keepAs(QString const& path, QString const& second) {
     auto const to = locate(_root, second);
     if (!from || !to || isRoot(*from) || isRoot(*to))
         return false;
-    // A link cannot take the place of another file, but a file that is renamed can.
+    // A new link cannot replace an existing file, but renaming can.
     std::string const aside = temporaryName(*from, *to);
     if (aside.empty())
         return false;
@@ -402,19 +396,19 @@ bool RealFileSystem::keepAs(QString const& path, QString const& second) {
         errno = reason;
         return false;
     }
-    // Of two names for the same file, renaming one to the other leaves both.
+    // If both names are links to the same file, renaming keeps both.
     retried([&] { return ::unlink(aside.c_str()); });
     return true;
 }
 
-/** For file systems that have no links, and for files that are on another one. */
+/** For file systems without links, and for files on different file systems. */
 bool RealFileSystem::copy(QString const& path, QString const& second) {
     FileHandle* from = nullptr;
     FileHandle* to = nullptr;
     if (!open(path, &from, MODE_READ))
         return false;
     bool isCopied = open(second, &to, MODE_WRITE);
-    // For its owner alone: the file may be readable for fewer than a new one is.
+    // For its owner alone: the file may be readable for fewer users than a new file would be.
     if (RealHandle const* const made = isCopied ? _handles->find(to) : nullptr; made != nullptr)
         isCopied = ::fchmod(made->descriptor(), S_IRUSR | S_IWUSR) == 0;
     std::array<char, 65'536> part{};
@@ -422,7 +416,7 @@ bool RealFileSystem::copy(QString const& path, QString const& second) {
         errno = 0;
         long const got = read(from, part.data(), static_cast<long>(part.size()));
         if (got == 0) {
-            isCopied = errno == 0; // otherwise this is not the end
+            isCopied = errno == 0; // otherwise reading failed before the end
             break;
         }
         isCopied = write(to, part.data(), got) == got;
@@ -440,7 +434,7 @@ bool RealFileSystem::moveAside(QString const& path, QString const& name) {
     auto const to = locate(_root, name);
     if (!from || !to || isRoot(*from) || isRoot(*to))
         return false;
-    // Some file systems can move without overwriting, others have links.
+    // Some file systems can rename without overwriting; on the others, links serve the same purpose.
     bool const isMoved =
         retried([&] {
             return ::renameat2(AT_FDCWD, from->c_str(), AT_FDCWD, to->c_str(), RENAME_NOREPLACE);

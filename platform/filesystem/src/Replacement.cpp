@@ -16,18 +16,18 @@ namespace filesystem {
 
 namespace {
 
-constexpr int hopLimit = 40; // as many symbolic links as Linux itself follows
+constexpr int hopLimit = 40; // the same limit on symbolic links as in Linux
 constexpr int nameAttempts = 100;
 constexpr long bufferBytes = 65'536;
 
-/** For opening what should be a regular file. */
+/** Flags for opening a path that should be a regular file. */
 constexpr int otherFlags = O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
 bool isLocked(int file) {
     return retried([=] { return ::flock(file, LOCK_EX | LOCK_NB); }) == 0;
 }
 
-/** Looks at what stands under a name, a symbolic link included. */
+/** Gets the status of a name; does not follow symbolic links. */
 bool isExaminedAt(int directory, std::string const& name, struct stat& status) {
     return retried([&] { return ::fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW); }) == 0;
 }
@@ -40,10 +40,7 @@ bool isSynchronised(int file) {
     return retried([=] { return ::fsync(file); }) == 0;
 }
 
-/**
- * Whether the owner was set, or is not for this process to set: by its rights, or since it has no number
- * here.
- */
+/** Sets the owner. True also if this process may not set it, or if its number is not valid in this user namespace. */
 bool isOwned(int file, ::uid_t user, ::gid_t group) {
     return retried([=] { return ::fchown(file, user, group); }) == 0 || errno == EPERM || errno == EINVAL;
 }
@@ -51,7 +48,7 @@ bool isOwned(int file, ::uid_t user, ::gid_t group) {
 } // namespace
 
 std::unique_ptr<Replacement> Replacement::begin(std::string const& path) {
-    // Asked by path, since the system may forbid to follow a link that the steps of `resolve` would follow.
+    // Checked by path, because the system may forbid following a link that `resolve` would follow step by step.
     if (retried([&] { return ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS); }) != 0 &&
         errno != ENOENT)
         return nullptr;
@@ -103,7 +100,7 @@ std::optional<Replacement::Target> Replacement::resolve(std::string const& path)
     return std::nullopt;
 }
 
-/** Moves `target` to the directory and the name that `path`, seen from its directory, leads to. */
+/** Sets `target` to the directory and the name of `path`, which is relative to the directory of `target`. */
 bool Replacement::step(Target& target, std::string const& path) {
     auto const slash = path.rfind('/');
     std::string const name = slash == std::string::npos ? path : path.substr(slash + 1);
@@ -118,14 +115,14 @@ bool Replacement::step(Target& target, std::string const& path) {
     return target.directory.isOpen();
 }
 
-/** Opens the file that is to be replaced. False when it cannot be replaced. */
+/** Opens the old file, if it exists. False if it cannot be replaced. */
 bool Replacement::examine() {
     struct stat status = {};
     if (!isExaminedAt(_target.directory.number(), _target.name, status))
         return errno == ENOENT;
     if (!isRegular(status))
         return false;
-    // A file that may be written need not be readable.
+    // A writable file need not be readable.
     for (int const access : {O_RDONLY, O_WRONLY}) {
         int const flags = access | otherFlags;
         _old = opened([&] { return ::openat(_target.directory.number(), _target.name.c_str(), flags); });
@@ -135,7 +132,7 @@ bool Replacement::examine() {
     return _old.isOpen() && isExamined(_old.number(), status) && isRegular(status);
 }
 
-/** Removes the temporary files of killed processes. One that cannot be removed does no harm. */
+/** Removes temporary files of killed processes. Failure is harmless. */
 void Replacement::clearStale() const {
     auto const names = entryNames(_target.directory.number());
     if (!names)
@@ -148,13 +145,13 @@ void Replacement::clearStale() const {
 void Replacement::removeIfStale(std::string const& name) const {
     int const flags = O_WRONLY | otherFlags;
     Descriptor const file = opened([&] { return ::openat(_target.directory.number(), name.c_str(), flags); });
-    // Its process may have moved it into place before it let go of the lock.
+    // The process may have renamed the file before it released the lock.
     if (file.isOpen() && isLocked(file.number()) && isAt(file.number(), name))
         remove(_target.directory.number(), name);
 }
 
 bool Replacement::makeTemporary() {
-    // Nobody may read the new content who could not read the old one, not even for a moment.
+    // The new content must never be readable for users who could not read the old content.
     ::mode_t const mode = _old.isOpen() ? 0600 : 0666;
     int const flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
     for (int attempt = 0; attempt < nameAttempts; ++attempt) {
@@ -176,14 +173,14 @@ bool Replacement::makeTemporary() {
 }
 
 /**
- * Takes the lock on the new temporary file. False when someone was quicker, took it for a stale one and
- * removes it. Where the file system has no locks nobody can, and the work goes on without.
+ * Locks the new temporary file. False if another process locked it first, because it takes it for a stale one and
+ * removes it. On a file system without locks no process removes stale files, so none is needed.
  */
 bool Replacement::lockTemporary() const {
     return (isLocked(_file.number()) || errno != EWOULDBLOCK) && isAt(_file.number(), _temporary);
 }
 
-/** Whether a regular file that is open is still what stands under a name. */
+/** Whether an open regular file still has this name. */
 bool Replacement::isAt(int file, std::string const& name) const {
     struct stat open = {};
     struct stat there = {};
@@ -217,7 +214,7 @@ long Replacement::write(void const* bytes, long count) {
     return moved;
 }
 
-/** Result: the bytes moved; when they are fewer than asked for, the replacement has failed. */
+/** Result: the number of bytes written; if it is smaller than asked for, the replacement has failed. */
 long Replacement::writeThrough(std::string_view bytes, ::off_t position) {
     std::size_t const moved = writeAt(_file.number(), bytes, position);
     if (moved != bytes.size())
@@ -234,10 +231,11 @@ bool Replacement::flush() {
 }
 
 /**
- * Gives the new file the rights that the old one has now: the owner where possible, or else the group, the access
- * control list and the other extended attributes, and the mode. Nobody is granted more than before: a new group does
- * not get the rights of the old one, whose members get no more as others than they had; nobody new gets a program to
- * run in their name; and without the access control list only the owner keeps any rights.
+ * Gives the new file the current rights of the old one: the owner, or at least the group, if possible; the access
+ * control list and the other extended attributes; and the mode. Nobody gets more rights than before. If the group
+ * differs, the new group gets none of the old group's rights, and others get only rights that the old group had as
+ * well, since its members are now among the others. Set-user-ID and set-group-ID bits are dropped if the owner or the
+ * group differs. If the access control list could not be copied, only the owner keeps rights.
  */
 bool Replacement::keepRights() const {
     if (!_old.isOpen())
@@ -261,8 +259,8 @@ bool Replacement::keepRights() const {
     }
     if (now.st_uid != old.st_uid)
         mode &= ~::mode_t{S_ISUID};
-    // After the owner, whose change takes rights away; and before the mode, whose group bits limit what a list
-    // grants, so that an inherited one grants nothing until it is gone.
+    // Set after the owner, because changing the owner removes rights, and before the mode, whose group bits limit the
+    // rights that a list grants: until then an inherited list grants nothing.
     bool const listKept = sameGroup ? copyAccessList(_old.number(), file)
                                     : removeAccessList(file) && !hasAccessList(_old.number());
     bool const allKept = copyOtherAttributes(_old.number(), file);
@@ -271,11 +269,9 @@ bool Replacement::keepRights() const {
     return retried([=] { return ::fchmod(file, mode); }) == 0;
 }
 
-/**
- * Brings the temporary file to its final form, on the disk. The lock stays until the file is in its place.
- */
+/** Completes the temporary file, durably. It stays locked until it has been renamed. */
 bool Replacement::settle() {
-    if (_lock.isOpen()) { // it has been already
+    if (_lock.isOpen()) { // settled already
         errno = _error;
         return _error == 0;
     }
@@ -297,10 +293,10 @@ bool Replacement::commit() {
 }
 
 bool Replacement::isMoveDurable() const {
-    // A file system that has no fsync for directories (EINVAL) does not need it.
+    // A file system without fsync for directories (EINVAL) does not need it.
     if (isSynchronised(_target.directory.number()) || errno == EINVAL)
         return true;
-    // A directory opened without read permission has no fsync: the whole file system is written instead.
+    // A directory opened without read permission does not support fsync, so the whole file system is flushed.
     return errno == EBADF && retried([this] { return ::syncfs(_lock.number()); }) == 0;
 }
 

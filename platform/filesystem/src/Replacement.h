@@ -14,37 +14,35 @@
 namespace filesystem {
 
 /**
- * A file on disk that is being replaced, or made. Everything that writes file content to the disk is here.
+ * Replaces or creates a file on disk, atomically. The only class that writes file content to disk.
  *
- * The new content goes to a temporary file beside the old one (`TemporaryNames`). The process holds a lock on
- * it while it works on it, so a temporary file whose lock can be taken was left by a process that was killed;
- * `begin` removes those of its own file. On a file system without locks (`flock`) they cannot be told apart and
- * stay.
+ * The new content goes to a temporary file in the same directory (`TemporaryNames`). The process locks that file while
+ * it works on it, so a temporary file that is not locked was left behind by a killed process; `begin` removes those of
+ * the same file. On a file system without locks (`flock`) they cannot be recognised, and stay.
  *
- * A symbolic link at the path is resolved once, by `begin`; the link stays and its target is replaced.
+ * A symbolic link at the path is resolved once, by `begin`. The link stays, and its target is replaced.
  */
 class Replacement {
 public:
     /**
-     * Begins to replace the file at `path`, or to make it in its directory, which must exist.
-     * Result: null when the path leads to something other than a regular file, or to a file that may not be
-     * written; `errno` says why.
+     * Begins to replace or create the file at `path`. Its directory must exist.
+     * Result: null if the path is not a regular file, or the file may not be written; `errno` has the reason.
      */
     [[nodiscard]] static std::unique_ptr<Replacement> begin(std::string const& path);
 
     Replacement(Replacement const&) = delete;
     Replacement& operator=(Replacement const&) = delete;
 
-    /** Without a successful `commit`: removes the temporary file; the old one is as it was. */
+    /** Unless `commit` succeeded: removes the temporary file; the old file is unchanged. */
     ~Replacement();
 
     /**
-     * Writes at the position and moves it on.
-     * Result: the bytes moved. Once some were not, no more are written and `commit` fails.
+     * Writes at the position and advances it.
+     * Result: the number of bytes written. After a failure nothing more is written, and `commit` fails.
      */
     long write(void const* bytes, long count);
 
-    /** Moves the position, to 0 at least and `size()` at most. */
+    /** Sets the position, from 0 to `size()`. */
     void seek(::off_t position) noexcept { _position = position; }
 
     [[nodiscard]] ::off_t tell() const noexcept { return _position; }
@@ -52,16 +50,16 @@ public:
     [[nodiscard]] int descriptor() const noexcept { return _file.isOpen() ? _file.number() : _lock.number(); }
 
     /**
-     * Makes the new content durable, ahead of `commit`; nothing can be written after it.
-     * Result: false when that failed, or an earlier write; `errno` says why.
+     * Makes the new content durable before `commit`. Nothing can be written afterwards.
+     * Result: false if this or an earlier write failed; `errno` has the reason.
      */
     bool settle();
 
     /**
-     * Makes the new content durable and moves it over the old one; the last call before destruction.
-     * Result: false when a step failed, now or in an earlier write; `errno` says why. The old content is then
-     * in place, except when the last step failed, making the move itself durable: the new content is in place
-     * then, but may be lost with the power.
+     * Makes the new content durable and replaces the old file by it. Must be the last call before destruction.
+     * Result: false if this or an earlier write failed; `errno` has the reason. The old content is then still in place,
+     * unless only the last step failed, which makes the renaming durable: then the new content is in place, but a power
+     * loss may undo that.
      */
     bool commit();
 
@@ -91,10 +89,10 @@ private:
     Target _target;
     Descriptor _old; // the file to be replaced; not open for a new file
     TemporaryNames _names;
-    std::string _temporary; // its name; empty before it is made and after it is moved or removed
+    std::string _temporary; // the name of the temporary file; empty if it does not exist
     Descriptor _file;
     Descriptor _lock;    // holds the lock once `_file` is closed
-    std::string _buffer; // the last bytes written, for `_bufferStart` and on
+    std::string _buffer; // the last bytes written, at offset `_bufferStart`
     ::off_t _bufferStart = 0;
     ::off_t _position = 0;
     ::off_t _size = 0;

@@ -7,20 +7,19 @@
 namespace filesystem {
 
 /**
- * The names of the temporary files beside one file:
+ * The names of the temporary files of one file:
  *
  *     .NAME.velmorand-RANDOM-CHECK
  *
- * NAME is the file's name, cut between characters where the result would be too long for the system; RANDOM is 8
- * random hexadecimal digits; CHECK is the CRC-32 of the file's whole name, a "/" and RANDOM, in 8 hexadecimal
- * digits. So no name that a person or another program gives to a file is one of them, nor is the name of a
- * temporary file of another file.
+ * NAME is the file's name, truncated between characters if the result would be too long for the system. RANDOM is 8
+ * random hexadecimal digits. CHECK is the CRC-32 of the file's whole name, a "/" and RANDOM, in 8 hexadecimal digits.
+ * So names chosen by people or other programs, and names of temporary files of other files, are not mistaken for them.
  */
 class TemporaryNames {
 public:
     explicit TemporaryNames(std::string fileName);
 
-    /** A new name; empty when the system has no random bytes, and `errno` says why. */
+    /** A new name; empty if the system cannot provide random bytes, with the reason in `errno`. */
     [[nodiscard]] std::string make() const;
 
     [[nodiscard]] bool include(std::string const& name) const;

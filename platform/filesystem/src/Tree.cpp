@@ -15,15 +15,15 @@ namespace filesystem {
 namespace {
 
 /**
- * Guards the children of every tree while they are put in order. It is held during a fork, so that a child
- * finds it free and no children half in order, whatever the parent's other threads were doing.
+ * Guards the sorting of children, in all trees. Held during a fork, so that the child finds it free and no list half
+ * sorted.
  */
 std::mutex orderMutex;
 
 [[maybe_unused]] int const heldDuringForks =
     ::pthread_atfork([] { orderMutex.lock(); }, [] { orderMutex.unlock(); }, [] { orderMutex.unlock(); });
 
-/** Whether a level of a canonical path may be made. */
+/** Whether an entry may have this name, a level of a canonical path. */
 bool mayBeNamed(std::string_view name) {
     return name != "." && name != ".." && name.size() <= Node::longestName;
 }
@@ -41,8 +41,8 @@ NodeId Tree::find(TreePath const& path) const {
 }
 
 /**
- * Whether a node's names, from the inside out, are those of `path`. As names have no "/" and are never empty,
- * that holds for no text but the canonical one.
+ * Whether a node's path is `path`: compares the names from the node up to the root. Names are never empty and contain
+ * no "/", so only the canonical form of the path matches.
  */
 bool Tree::standsAt(NodeId id, TreePath const& path) const {
     char const* const rest = path.rest.data();
@@ -76,7 +76,7 @@ bool Tree::areOrdered(NodeId directory) const {
     return children == nullptr || children->ordered;
 }
 
-/** Puts children in order, with no holes between them. */
+/** Sorts children and removes holes. */
 void Tree::arrange(Children& children) noexcept {
     auto& ids = children.ids;
     ids.erase(std::remove(ids.begin(), ids.end(), noNode), ids.end());
@@ -104,7 +104,7 @@ NodeId Tree::make(TreePath const& path, bool directory) {
     return id;
 }
 
-/** The directory in which a node at `path` would lie, if it may. */
+/** The parent of a new node at `path`; `noNode` if that cannot be created. */
 NodeId Tree::directoryAbove(TreePath const& path) const {
     std::string_view const name = path.name();
     if (path.isRoot() || !mayBeNamed(name))
@@ -125,7 +125,7 @@ void Tree::clear(NodeId directory) noexcept {
     releaseBelow(directory, [this](NodeId id) { _index.erase(_nodes[id].hash, id); });
 }
 
-/** Releases everything below `top`, the innermost first. */
+/** Releases everything below `top`, innermost nodes first. */
 template <class Visit>
 void Tree::releaseBelow(NodeId top, Visit&& beforeRelease) noexcept {
     if (_nodes[top].directory == 0)
@@ -144,7 +144,7 @@ void Tree::releaseBelow(NodeId top, Visit&& beforeRelease) noexcept {
     }
 }
 
-/** Makes a node in a directory, without entering it into the index. */
+/** Creates a node in a directory, without adding it to the index. */
 NodeId Tree::add(NodeId parent, std::string_view name, std::uint32_t hash, bool directory,
                  std::string_view content) {
     NodeId const id = _nodes.make(directory);
@@ -171,8 +171,7 @@ bool Tree::makeDirectories(TreePath const& path, NodeId& outermostMade) {
 }
 
 bool Tree::makeMissing(TreePath const& path, NodeId& outermostMade) {
-    // From the top down with the parent at hand: a look-up of the whole path at every level would make the
-    // cost of a deep path grow with its square.
+    // Goes down from the root and keeps the parent: looking up the whole path at every level would take quadratic time.
     PathPlace place;
     NodeId parent = root;
     std::string_view name = path.first;
@@ -187,10 +186,7 @@ bool Tree::makeMissing(TreePath const& path, NodeId& outermostMade) {
     }
 }
 
-/**
- * The directory `name` in `parent`, made when it is missing; `noNode` for a file, and for a name that cannot
- * be.
- */
+/** The directory `name` in `parent`, created if it is missing; `noNode` if it is a file or the name is invalid. */
 NodeId Tree::childDirectory(NodeId parent, std::string_view name, std::uint32_t hash, NodeId& outermostMade) {
     NodeId const found = _index.find(
         hash, [&](NodeId id) { return _nodes[id].parent == parent && _nodes[id].name() == name; });
@@ -251,7 +247,7 @@ bool Tree::graft(Apart&& apart, TreePath const& path) {
         _index.insert({_nodes[target].hash, target});
         come(target);
     }
-    // From here on nothing can fail.
+    // Nothing below can fail.
     moveChildren(apart._directory, target);
     _nodes.release(std::exchange(apart._directory, noNode));
     for (PathIndex::Slot const entry : apart._entries)
@@ -259,7 +255,10 @@ bool Tree::graft(Apart&& apart, TreePath const& path) {
     return true;
 }
 
-/** Gives notice of an entry that is about to come in a directory, if that is a first-level one. Apart, as it is rare. */
+/**
+ * Gives notice of an entry that is about to be added, if `parent` is a first-level directory. Not inlined: rarely
+ * called.
+ */
 [[gnu::cold, gnu::noinline]] void Tree::giveNotice(NodeId parent, std::string_view name) const {
     if (_nodes[parent].parent == root)
         _notice(name);
@@ -270,7 +269,7 @@ std::vector<NodeId> const& Tree::childrenInAnyOrder(NodeId id) const {
     return node.directory != 0 && node.children != nullptr ? node.children->ids : _none;
 }
 
-/** Gives notice of what stands directly in first-level directories once a directory built apart stands at `path`. */
+/** Gives notice of the entries that `graft` is about to add directly to first-level directories. */
 void Tree::giveNoticeOfAll(NodeId apart, TreePath const& path) const {
     if (!path.rest.empty())
         return;
@@ -283,7 +282,7 @@ void Tree::giveNoticeOfAll(NodeId apart, TreePath const& path) const {
     }
 }
 
-/** Makes the children of one directory, from which none has been taken, those of another, which has none. */
+/** Moves the children of a directory, which has no holes, to another, which is empty. */
 void Tree::moveChildren(NodeId from, NodeId to) noexcept {
     countEntry();
     Children* const children = std::exchange(_nodes[from].children, nullptr);
@@ -308,7 +307,7 @@ void Tree::link(NodeId parent, NodeId child) {
 }
 
 std::unique_ptr<Children> Tree::makeChildren(NodeId first) {
-    constexpr std::size_t room = 6; // as many as the heap's smallest block holds
+    constexpr std::size_t room = 6; // fills the allocator's smallest block
     auto children = std::make_unique<Children>();
     children->ids.reserve(room);
     children->ids.push_back(first);
@@ -340,7 +339,7 @@ void Tree::unlink(NodeId child) noexcept {
     if (directory.children->holes > ids.size() / 2)
         arrange(*directory.children);
     if (ids.capacity() / 4 > ids.size())
-        ids.shrink_to_fit(); // never throws: it leaves the room as it is when there is none for a copy
+        ids.shrink_to_fit(); // never throws: without memory for a copy it changes nothing
 }
 
 } // namespace filesystem

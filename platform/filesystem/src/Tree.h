@@ -20,8 +20,8 @@ namespace filesystem {
 /**
  * A tree of directories and files in memory.
  *
- * Nodes know their parent, their place there and the hash of their path; one flat index finds any of them by
- * its whole path at the same cost, whatever the number of nodes. Nothing here recurses.
+ * A node has its parent, its index there and the hash of its path. One flat index finds nodes by their whole paths,
+ * in time independent of the number of nodes. Nothing here recurses.
  */
 class Tree {
 public:
@@ -32,74 +32,71 @@ public:
     [[nodiscard]] Node& operator[](NodeId id) noexcept { return _nodes[id]; }
     [[nodiscard]] Node const& operator[](NodeId id) const noexcept { return _nodes[id]; }
 
-    /** Reports all changes from now on to a journal; null for none. */
+    /** From now on reports all changes to a journal; null for none. */
     void setJournal(Journal* journal) noexcept { _journal = journal; }
     [[nodiscard]] Journal* journal() const noexcept { return _journal; }
 
-    /** Counts changes in `counter` from now on. */
+    /** From now on counts changes in `counter`. */
     void countIn(std::atomic<std::uint64_t>& counter) noexcept { _changes = &counter; }
 
-    /** Gives notice of entries in first-level directories from now on; null for no notice. */
+    /** From now on calls `notice` before entries are added to first-level directories; null for none. */
     void setNotice(EntryNotice notice) noexcept { _notice = notice; }
 
-    /** Counts a change of a file's content. Changes of entries are counted here. */
+    /** Counts a change of a file's content. The tree itself counts added and removed entries. */
     void count() noexcept {
         _changes->store(_changes->load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
     }
 
-    /** The content of a file is about to change. */
+    /** Must be called before the content of a file changes. */
     void touch(NodeId id) noexcept {
         count();
         if (__builtin_expect(_journal != nullptr, 0))
             _journal->touch(id);
     }
 
-    /** Another number whenever an entry has come or gone. */
+    /** Changes whenever an entry is added or removed. */
     [[nodiscard]] std::uint64_t version() const noexcept { return _version; }
 
-    /** The node at `path`, `noNode` when nothing stands there. */
+    /** The node at `path`; `noNode` if there is none. */
     [[nodiscard]] NodeId find(TreePath const& path) const;
 
     /**
-     * The children of a directory in ascending byte order of their names, valid until the tree is next
-     * changed. Safe from several threads at once: a lock of the process, under which nothing else is locked,
-     * guards the ordering.
+     * The children of a directory in ascending byte order of their names; valid until the tree changes. Several threads
+     * may call it at once: a mutex of the process guards the sorting. No other lock is taken while holding it.
      */
     [[nodiscard]] std::vector<NodeId> const& children(NodeId directory);
 
-    /** Whether the children of a directory came in ascending order, and so without a name twice. */
+    /** Whether the children of a directory were added in ascending order, and therefore have distinct names. */
     [[nodiscard]] bool areOrdered(NodeId directory) const;
 
     /**
-     * Makes an empty directory or file at `path`.
-     * Result: `noNode`, with nothing changed, when its parent is not a directory or its name is invalid.
-     * Errors: `std::bad_alloc`, and those of the notice; nothing has changed. Nothing may stand at `path` yet.
+     * Creates an empty directory or file at `path`, where nothing may exist yet.
+     * Result: `noNode`, with nothing changed, if its parent is not a directory or its name is invalid.
+     * Errors: `std::bad_alloc`, and those of the notice; nothing has changed.
      */
     NodeId make(TreePath const& path, bool directory);
 
-    /** Removes a node, not the root, with all that is below it. */
+    /** Removes a node other than the root, and everything below it. */
     void remove(NodeId id) noexcept;
 
-    /** Removes all that is below a directory. */
+    /** Removes everything below a directory. */
     void clear(NodeId directory) noexcept;
 
     /**
-     * Makes the directory at `path` and the missing ones above it. `outermostMade` is then the outermost that
-     * was made, or `noNode`.
-     * Result: false when a file is in the way or a name is invalid; the directories made before that stay.
+     * Creates the directory at `path` and the missing ones above it. Sets `outermostMade` to the outermost directory
+     * that was created, or to `noNode`.
+     * Result: false if a level is a file or a name is invalid; the directories created before that stay.
      * Errors: as for `make`.
      */
     bool makeDirectories(TreePath const& path, NodeId& outermostMade);
 
-    /** Gives two files of the same name each other's content. The second one is apart. */
+    /** Swaps the contents of two files with the same name, the second of which is in an `Apart`. */
     void exchangeContents(NodeId id, NodeId apart) noexcept {
         touch(id);
         _nodes[id].exchangeText(_nodes[apart]);
     }
 
-    /**
-     * A directory built where no path reaches it, to be put in place as a whole; released with this object.
-     */
+    /** A directory that is built outside the tree, to be put in place as a whole. Released with this object. */
     class Apart {
     public:
         explicit Apart(Tree& tree) : _tree(tree), _directory(tree._nodes.make(true)) {}
@@ -110,10 +107,9 @@ public:
         [[nodiscard]] NodeId directory() const { return _directory; }
 
         /**
-         * Adds a directory, or a file with its content, to this directory or to one below it. The caller sees
-         * to it that no two children of a directory share a name. `hash` is that of the whole path at which
-         * the node will stand.
-         * Errors: `std::bad_alloc`; nothing is in the tree yet.
+         * Adds a directory, or a file with its content, to this directory or to one below it. The caller must make sure
+         * that all children of a directory have different names. `hash` is that of the final path of the node.
+         * Errors: `std::bad_alloc`.
          */
         NodeId addDirectory(NodeId parent, std::string_view name, std::uint32_t hash);
         NodeId addFile(NodeId parent, std::string_view name, std::uint32_t hash, std::string_view content);
@@ -123,12 +119,12 @@ public:
 
         Tree& _tree;
         NodeId _directory;
-        std::vector<PathIndex::Slot> _entries; ///< all that is below
+        std::vector<PathIndex::Slot> _entries; ///< everything below the directory
     };
 
     /**
-     * Puts a directory built apart at `path`, in place of the file or directory there.
-     * Result: false, with nothing changed, when the parent of `path` is not a directory or its name is invalid.
+     * Puts a directory into the tree at `path`, and replaces a file or directory there.
+     * Result: false, with nothing changed, if the parent of `path` is not a directory or the name is invalid.
      * Errors: as for `make`.
      */
     bool graft(Apart&& apart, TreePath const& path);

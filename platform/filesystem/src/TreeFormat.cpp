@@ -24,13 +24,13 @@ constexpr std::uint64_t formatVersion = 1;
 
 static_assert(longestTreeHead == selfDescribedTag.size() + 5 * longestHead);
 
-/** Bytes that grow at their end, with room in front of them. */
+/** A buffer that grows at its end, with room at its front. */
 class Output {
 public:
     explicit Output(std::size_t room)
         : _begin(room), _size(room), _capacity(smallest), _block(make(smallest)) {}
 
-    /** The end, with room for `count` bytes after it. */
+    /** The end, with room for at least `count` more bytes. */
     char* end(std::size_t count) {
         if (_capacity - _size < count)
             grow(count);
@@ -40,7 +40,7 @@ public:
 
     [[nodiscard]] std::string_view content() const { return {_block.get() + _begin, _size - _begin}; }
 
-    /** Puts bytes in front, where there is room for them. */
+    /** Adds bytes at the front, where there must be room for them. */
     void prepend(std::string_view bytes) {
         _begin -= bytes.size();
         writeText(_block.get() + _begin, bytes);
@@ -70,7 +70,7 @@ private:
     std::unique_ptr<char[]> _block;
 };
 
-/** Writes directories without recursion: a stack of the lists of children that are being gone through. */
+/** Encodes directories without recursion, with a stack of the lists of children that are being traversed. */
 class Encoder {
 public:
     Encoder(Tree& tree, Output& out) : _tree(tree), _out(out) {}
@@ -90,7 +90,7 @@ public:
     }
 
 private:
-    /** Entries, so that their nodes are at hand when they are written. */
+    /** How many entries ahead nodes are prefetched, so that they are in the cache when they are written. */
     static constexpr std::ptrdiff_t lookAhead = 8;
 
     struct Range {
@@ -124,15 +124,15 @@ private:
 };
 
 /**
- * Reads a payload without recursion, with a stack of the directories whose entries are still to come, and hands each
- * entry to a visitor, which keeps a `Directory` of its own kind for each directory on the stack.
+ * Decodes a payload without recursion, with a stack of the directories whose entries are not all decoded, and passes
+ * each entry to a visitor, whose type `Directory` holds its state for each directory on the stack.
  */
 template <class Visitor>
 class Decoder {
 public:
     Decoder(Visitor& visitor, std::string_view payload) : _visitor(visitor), _scanner(payload) {}
 
-    /** Errors: `utils::Exception` for anything but one tree; any exception of the visitor's. */
+    /** Errors: `utils::Exception` if the payload is not exactly one tree; those of the visitor. */
     void read() {
         Item const top = _scanner.next();
         if (top.kind != Kind::map)
@@ -153,11 +153,11 @@ public:
 private:
     struct Level {
         typename Visitor::Directory directory;
-        std::uint64_t left; ///< entries still to come
+        std::uint64_t left; ///< entries that have not been decoded
     };
 
     void enter(typename Visitor::Directory const& directory, Item const& map) {
-        // An entry takes two bytes at least, so no count can promise more than there is.
+        // An entry has at least two bytes, so a larger count cannot be right.
         if (map.number > _scanner.left() / 2)
             refuseAsTruncated();
         _open.push_back({directory, map.number});
@@ -178,7 +178,7 @@ private:
     std::vector<Level> _open;
 };
 
-/** Builds the tree. */
+/** A visitor that builds the tree. */
 class Builder {
 public:
     struct Directory {
@@ -199,7 +199,7 @@ public:
         _result.addFile(parent.id, name, parent.place.hashOf(name), content);
     }
 
-    /** Refuses a duplicate name, which names in ascending order cannot include. */
+    /** Refuses duplicate names, which are impossible if the names are in ascending order. */
     void leave(Directory const& directory) {
         if (_tree.areOrdered(directory.id))
             return;
@@ -218,11 +218,11 @@ private:
     PathPlace _topPlace;
 };
 
-/** Builds nothing; checks that the names are in ascending order, as they are in everything that is written. */
+/** A visitor that only checks that all names are in ascending order, as in every file that is written. */
 class OrderCheck {
 public:
     struct Directory {
-        std::string_view last; ///< the name before; empty at first
+        std::string_view last; ///< the previous name; empty at first
     };
 
     static Directory top() { return {}; }
@@ -288,11 +288,11 @@ TreeHead decodeTreeHead(std::string_view start) {
     if (start.substr(0, selfDescribedTag.size()) != selfDescribedTag.substr(0, start.size()))
         throw utils::Exception(otherFile);
     Scanner scanner(start);
-    scanner.nextHead(); // that tag, whole
+    scanner.nextHead(); // the tag, complete
     Head const parts = scanner.nextHead();
     if (parts.major != Major::array || parts.number == 0)
         throw utils::Exception(otherFile);
-    // Another version may have other parts, but starts with its number.
+    // Other versions may have other parts, but start with the version number.
     Head const version = scanner.nextHead();
     if (version.major == Major::number && version.number != formatVersion)
         throw NewerFormat("format version " + std::to_string(version.number) +

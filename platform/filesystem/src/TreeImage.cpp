@@ -20,12 +20,12 @@ namespace {
 
 using Entry = IndexedTree::Entry;
 
-/** Builds a tree in memory without recursion: a stack of the directories whose entries are still to come. */
+/** Builds a tree in memory without recursion, with a stack of the directories whose entries are not all added. */
 class ApartBuilder {
 public:
     ApartBuilder(IndexedTree const& image, Tree::Apart& result) : _image(image), _result(result) {}
 
-    /** The result is to stand at `path`. */
+    /** `path` is the final path of the result. */
     void build(TreePath const& path) {
         enter(_image.root(), _result.directory(), PathPlace(path));
         while (!_open.empty()) {
@@ -41,7 +41,7 @@ private:
         NodeId id;
         PathPlace place;
         Entry const* next;
-        std::uint32_t left; ///< entries still to come
+        std::uint32_t left; ///< entries that have not been added
     };
 
     void enter(Entry const& entry, NodeId id, PathPlace const& place) {

@@ -12,13 +12,13 @@ namespace {
 
 using Entry = IndexedTree::Entry;
 
-/** Compares two trees without recursion: a stack of the pairs of directories that are being gone through. */
+/** Compares two trees without recursion, with a stack of the pairs of directories that are being compared. */
 class Comparison {
 public:
     Comparison(IndexedTree const& from, IndexedTree const& to, std::string path)
         : _from(from), _to(to), _path(std::move(path)) {}
 
-    /** Compares two entries at the path; null for nothing. */
+    /** Compares two entries at the path; null stands for a missing entry. */
     std::vector<TreeChange> run(Entry const* before, Entry const* after) {
         compare(before, after);
         while (!_open.empty()) {
@@ -55,7 +55,7 @@ private:
         compare(before, after);
     }
 
-    /** Which tree has the next entry: below 0 the one before, above 0 the one after, 0 both. */
+    /** Which tree has the next entry: the old one (negative), the new one (positive), or both (0). */
     [[nodiscard]] int orderOf(Pair const& pair) const {
         if (pair.before == pair.beforeEnd)
             return 1;
@@ -64,7 +64,7 @@ private:
         return _from.nameOf(*pair.before).compare(_to.nameOf(*pair.after));
     }
 
-    /** Whether two entries are encoded alike, and so are the same. */
+    /** Whether two entries have the same encoding, and so are equal. */
     [[nodiscard]] bool sameBytes(Entry const& before, Entry const& after) const {
         std::size_t const size = before.end - before.item;
         return size == after.end - after.item &&

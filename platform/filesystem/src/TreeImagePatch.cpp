@@ -18,8 +18,8 @@ using Entry = IndexedTree::Entry;
 using Changes = std::vector<TreeChange>;
 
 /**
- * Writes a payload from its end to its beginning, so that a directory's count of children is known when its turn
- * comes. Without recursion: a stack of the directories that changes lie in. Everything else is copied.
+ * Writes a payload backwards, so that the number of children of a directory is known when its head is written. Works
+ * without recursion, with a stack of the directories that contain changes; everything else is copied.
  */
 class Patch {
 public:
@@ -46,14 +46,14 @@ public:
 private:
     struct Directory {
         Entry const* before; ///< null if it is new
-        std::uint32_t left;  ///< of its children, those still to come
+        std::uint32_t left;  ///< how many of its children are not written yet
         TreeChange const* firstChange;
-        TreeChange const* lastChange; ///< one past those still to come
-        std::size_t depth; ///< how many bytes of the changes' paths lead here, with a "/" at the end
+        TreeChange const* lastChange; ///< the end of the changes that are not written yet
+        std::size_t depth;            ///< size of this directory's path, with a "/" at the end
         std::string_view name;
         std::uint32_t count = 0;
-        bool isKept = false;         ///< even if nothing is left in it
-        Entry const* file = nullptr; ///< what is here instead if nothing comes into it
+        bool isKept = false;         ///< even if it becomes empty
+        Entry const* file = nullptr; ///< the file at this path, kept if nothing is added below it
     };
 
     static std::size_t roomFor(IndexedTree const& from, Changes const& changes) {
@@ -72,7 +72,7 @@ private:
         _open.push_back({before, children, first, last, depth, name});
     }
 
-    /** Takes the last child that a change concerns, after those behind it. */
+    /** Writes the last child that changes, and before that the unchanged children that follow it. */
     void step(Directory& directory) {
         std::string_view const path = directory.lastChange[-1].path;
         std::string_view const name =
@@ -102,7 +102,7 @@ private:
         _open.back().file = !wasDirectory && !isMade && !isRemoved ? before : nullptr;
     }
 
-    /** Whether a path goes through the child `name` of the directory at `depth`, or ends there. */
+    /** Whether a path is that of the child `name` in the directory at `depth`, or below it. */
     static bool leadsTo(std::string const& path, std::size_t depth, std::string_view name) {
         return path.compare(depth, name.size(), name) == 0 &&
                (path.size() == depth + name.size() || path[depth + name.size()] == '/');
@@ -112,7 +112,7 @@ private:
         return _from.entries[directory.before->first + place];
     }
 
-    /** How many of a directory's children, of those still to come, stand before `name` or have it. */
+    /** How many of a directory's unwritten children have names up to and including `name`. */
     [[nodiscard]] std::uint32_t childrenUpTo(Directory const& directory, std::string_view name) const {
         if (directory.left == 0)
             return 0;
@@ -123,10 +123,10 @@ private:
         return static_cast<std::uint32_t>(end - begin);
     }
 
-    /** Copies the children still to come, but for the first `until`. */
+    /** Copies the unwritten children, except for the first `until`. */
     void copyChildren(Directory& directory, std::uint32_t until) {
         while (directory.left > until) {
-            // Those that lie side by side in the payload go at once.
+            // Children that are adjacent in the payload are copied at once.
             Entry const& last = childAt(directory, directory.left - 1);
             Entry const* first = &last;
             while (--directory.left > until && childAt(directory, directory.left - 1).end == first->item) {
@@ -138,7 +138,7 @@ private:
         }
     }
 
-    /** Ends a directory whose children are all written. */
+    /** Completes a directory whose children are all written. */
     void close() {
         Directory const directory = _open.back();
         _open.pop_back();

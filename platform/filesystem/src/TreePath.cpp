@@ -18,7 +18,7 @@ namespace {
 constexpr std::uint64_t everyByte = 0x0101010101010101U;
 constexpr std::uint64_t highBits = 0x80 * everyByte;
 
-/** The high bit of every byte that is a "/", no other bit. */
+/** A word with the high bit set in every byte that is a "/", and all other bits clear. */
 inline std::uint64_t slashes(std::uint64_t word) {
     std::uint64_t const zeroAtSlash = word ^ ('/' * everyByte);
     return ~(((zeroAtSlash & ~highBits) + ~highBits) | zeroAtSlash | ~highBits);
@@ -29,7 +29,7 @@ struct Traits {
     bool emptyLevels;
 };
 
-/** Looks for what keeps a path from being canonical, eight bytes at a time. */
+/** Checks whether a path may not be canonical, eight bytes at a time. */
 Traits examine(std::string_view path) {
     std::uint64_t all = 0;
     std::uint64_t doubled = 0;
@@ -46,13 +46,13 @@ Traits examine(std::string_view path) {
     return {(all & highBits) == 0, doubled != 0 || (!path.empty() && path.back() == '/')};
 }
 
-/** Where the last level of a path begins. */
+/** The offset of the last level of a path. */
 std::size_t beginOfName(std::string_view path) {
     auto const* const slash = static_cast<char const*>(::memrchr(path.data(), '/', path.size()));
     return slash == nullptr ? 0 : static_cast<std::size_t>(slash - path.data()) + 1;
 }
 
-/** `path` with its empty levels left out. */
+/** `path` without its empty levels. */
 std::string withoutEmptyLevels(std::string_view path) {
     std::string result;
     result.reserve(path.size());
@@ -68,7 +68,7 @@ std::string withoutEmptyLevels(std::string_view path) {
     return result;
 }
 
-/** Whether a name, which is not ASCII, is well-formed. */
+/** Whether a name that is not ASCII is well-formed UTF-8. */
 bool isUtf8(std::string_view name) {
     std::string storage;
     return canonicalPath(name, storage) == name;
@@ -92,8 +92,7 @@ QString textOfName(std::string_view name) {
             throw utils::Exception("path too long");
         return QString::fromUtf8(utf8.data(), static_cast<int>(utf8.size()));
     };
-    constexpr std::string_view byteOrderMark =
-        "\xEF\xBB\xBF"; // dropped at the start of a text, kept within one
+    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF"; // QtCore drops it only at the start of a text
     if (name.substr(0, byteOrderMark.size()) != byteOrderMark)
         return text(name);
     return text('/' + std::string(name)).mid(1);
@@ -107,7 +106,7 @@ bool isName(std::string_view name) {
         slash |= slashes(word);
     };
     std::size_t const size = name.size();
-    // The last word may overlap the one before.
+    // The last word may overlap the one before it.
     for (std::size_t at = 0; at + 8 < size; at += 8)
         take(loadWord(name.data() + at));
     take(size < 8 ? loadPartialWord(name.data(), size) : loadWord(name.data() + size - 8));
@@ -137,12 +136,11 @@ TreePath TreePath::parent() const {
     return below(first, rest.substr(0, begin == 0 ? 0 : begin - 1));
 }
 
-// What is not well-formed would come out of the conversion as a plain "?".
+// The conversion would turn unpaired surrogates into "?", so they are rejected first.
 CanonicalPath::CanonicalPath(QString const& path) : _valid(path.isValidUtf16()), _path{} {
     QByteArray const utf8 = path.toUtf8();
     std::string_view view(utf8.constData(), static_cast<std::size_t>(utf8.size()));
-    view.remove_prefix(
-        std::min(view.find_first_not_of('/'), view.size())); // of nearly all the only empty level
+    view.remove_prefix(std::min(view.find_first_not_of('/'), view.size())); // usually the only empty level
     Traits const traits = examine(view);
     _text = traits.emptyLevels ? withoutEmptyLevels(view) : std::string(view);
     _path = TreePath::of(_text);

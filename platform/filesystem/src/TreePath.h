@@ -12,21 +12,21 @@ class QString;
 namespace filesystem {
 
 /**
- * `path` without empty levels: no leading, trailing or doubled "/". What is not UTF-8 in it is replaced as
- * `QString::fromUtf8` replaces it, so that both ways to a file agree. The result is `path` itself or in
+ * `path` without empty levels: without leading, trailing and doubled "/". Invalid UTF-8 is replaced as by
+ * `QString::fromUtf8`, so that paths as `QString` and as bytes lead to the same file. The result refers to `path` or to
  * `storage`.
  */
 [[nodiscard]] std::string_view canonicalPath(std::string_view path, std::string& storage);
 
-/** The text of a name, with everything that is in it. */
+/** The text of a name, including a leading byte order mark. */
 [[nodiscard]] QString textOfName(std::string_view name);
 
-/** Whether a file or directory may have this name: not empty, ".", "..", no "/", and well-formed UTF-8. */
+/** Whether a file or directory may have this name: not empty, not "." or "..", without "/", and well-formed UTF-8. */
 [[nodiscard]] bool isName(std::string_view name);
 
 /**
- * A canonical path, ready for look-ups: its first level, all that follows, and the hash of the latter. Views
- * of text that the caller keeps. The root has neither part.
+ * A canonical path, ready for look-ups: its first level, the rest, and the hash of the rest. Refers to text that the
+ * caller owns. Both parts of the root are empty.
  */
 struct TreePath {
     std::string_view first;
@@ -35,7 +35,7 @@ struct TreePath {
 
     [[nodiscard]] static TreePath of(std::string_view canonical);
 
-    /** A path below a first level. */
+    /** The path `rest` below the first level `first`. */
     [[nodiscard]] static TreePath below(std::string_view first, std::string_view rest) {
         return {first, rest, PathHash::of(rest)};
     }
@@ -46,14 +46,14 @@ struct TreePath {
     [[nodiscard]] TreePath parent() const;
 };
 
-/** A path of the public interface, made canonical once. */
+/** The canonical form of a path from the public interface. */
 class CanonicalPath {
 public:
     explicit CanonicalPath(QString const& path);
     CanonicalPath(CanonicalPath const&) = delete;
     CanonicalPath& operator=(CanonicalPath const&) = delete;
 
-    /** Whether it can name anything: text with unpaired surrogates cannot. */
+    /** False for text with unpaired surrogates, which cannot name anything. */
     [[nodiscard]] bool isValid() const { return _valid; }
     [[nodiscard]] TreePath const& path() const { return _path; }
 

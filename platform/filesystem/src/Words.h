@@ -8,9 +8,9 @@
 
 namespace filesystem {
 
-// Short texts, taken eight bytes at a time where a call of the C library would cost more than its work.
+// Operations on short texts, eight bytes at a time, where a call of the C library would cost more than the work.
 
-/** Eight bytes, the first lowest on every machine. */
+/** Eight bytes as a word, little-endian on every machine. */
 inline std::uint64_t loadWord(char const* bytes) noexcept {
     std::uint64_t word = 0;
     std::memcpy(&word, bytes, sizeof word);
@@ -20,7 +20,7 @@ inline std::uint64_t loadWord(char const* bytes) noexcept {
     return word;
 }
 
-/** The first `count` bytes, up to 8, the rest zero. Never reads past them. */
+/** The first `count` bytes, at most 8, padded with zeros. Never reads past them. */
 inline std::uint64_t loadPartialWord(char const* bytes, std::size_t count) noexcept {
     if (count == sizeof(std::uint64_t))
         return loadWord(bytes);
@@ -38,7 +38,7 @@ inline std::uint64_t loadPartialWord(char const* bytes, std::size_t count) noexc
     return at(0) | at(middle) << (8 * middle) | at(last) << (8 * last);
 }
 
-/** Whether two texts of `count` bytes are the same. */
+/** Whether two texts of `count` bytes are equal. */
 inline bool sameBytes(char const* left, char const* right, std::size_t count) noexcept {
     auto const same = [&](std::size_t at, auto part) {
         auto other = part;
@@ -46,7 +46,7 @@ inline bool sameBytes(char const* left, char const* right, std::size_t count) no
         std::memcpy(&other, right + at, sizeof other);
         return part == other;
     };
-    // The last comparison of a fixed size may overlap the one before.
+    // The last comparison may overlap the one before it.
     if (count >= 8) {
         for (std::size_t at = 0; at + 8 < count; at += 8)
             if (!same(at, std::uint64_t{}))
@@ -59,7 +59,7 @@ inline bool sameBytes(char const* left, char const* right, std::size_t count) no
                           left[count - 1] == right[count - 1]);
 }
 
-/** Whether `left` stands before `right` in the order of their bytes. */
+/** Whether `left` precedes `right` in byte order. */
 inline bool precedes(std::string_view left, std::string_view right) noexcept {
     auto const leading = [](std::string_view text) {
         return __builtin_bswap64(
@@ -70,9 +70,9 @@ inline bool precedes(std::string_view left, std::string_view right) noexcept {
     return leftWord != rightWord ? leftWord < rightWord : left < right;
 }
 
-/** Copies `count` bytes from one place to another apart from it. */
+/** Copies `count` bytes between places that do not overlap. */
 inline void copyBytes(char* to, char const* from, std::size_t count) noexcept {
-    // Two copies of a fixed size that may overlap take any size between theirs and twice that.
+    // Two overlapping copies of a fixed size cover any size from that size to twice as much.
     auto const twice = [&](auto part) {
         std::size_t const second = count - sizeof part;
         auto tail = part;
