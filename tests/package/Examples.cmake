@@ -2,7 +2,7 @@
 #
 # document_examples(NAME DOCUMENT): every C++ block of a document, as examples.awk takes it apart, compiles, and the
 # programs print what the document says: the ctest case NAME.ProgramsPrintWhatItSays runs them one after the other, in
-# one directory. The files are in the directory NAME, for tests of more.
+# one directory, in which it puts the document's plug-ins. The files are in the directory NAME, for further tests.
 function(document_examples name document)
   string(TOLOWER ${name} prefix)
   set(directory ${CMAKE_CURRENT_BINARY_DIR}/${name})
@@ -20,9 +20,15 @@ function(document_examples name document)
 
   foreach(file IN LISTS files)
     get_filename_component(number ${file} NAME_WE)
-    if(file MATCHES "\\.cpp$")
+    if(file MATCHES "^[A-Za-z]+\\.cpp$")
+      add_library(${prefix}-${number} MODULE ${directory}/${file})
+      target_link_libraries(${prefix}-${number} PRIVATE velmorand::settings velmorand-warnings)
+      set_target_properties(${prefix}-${number} PROPERTIES PREFIX "" OUTPUT_NAME ${number} SUFFIX .so)
+      list(APPEND plugins $<TARGET_FILE:${prefix}-${number}>)
+    elseif(file MATCHES "\\.cpp$")
       add_executable(${prefix}-${number} ${directory}/${file})
-      target_link_libraries(${prefix}-${number} PRIVATE velmorand::settings velmorand-warnings Threads::Threads)
+      target_link_libraries(${prefix}-${number} PRIVATE velmorand::settings velmorand-warnings Threads::Threads
+        ${CMAKE_DL_LIBS})
       if("${number}.txt" IN_LIST files)
         list(APPEND runs $<TARGET_FILE:${prefix}-${number}> ${directory}/${number}.txt)
       endif()
@@ -52,5 +58,5 @@ void Example::run() {
       target_compile_options(${prefix}-${number} PRIVATE -Werror)
     endif()
   endforeach()
-  package_script(${name}.ProgramsPrintWhatItSays examples.sh ${runs})
+  package_script(${name}.ProgramsPrintWhatItSays examples.sh ${plugins} ${runs})
 endfunction()

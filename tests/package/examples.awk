@@ -2,9 +2,9 @@
 #
 # usage: awk -v directory=DIRECTORY -f examples.awk DOCUMENT.md
 #
-# Writes the C++ blocks of a document into files of DIRECTORY: a block with a `main` is NN.cpp, with the text block that
-# follows it, its output, as NN.txt; one whose first line is "// NAME.h" is that header; any other is a function's body,
-# NN.inc. NN counts the blocks, from 01 on.
+# Writes the C++ blocks of a document into files of DIRECTORY: a block with a `main` is NN.cpp, and the text block that
+# follows it, its output, is NN.txt; one whose first line is "// NAME.h" or "// NAME.cpp" is that header or that source
+# of a plug-in; any other is the body of a function, NN.inc. NN counts the blocks from 01.
 
 function finish(    name) {
     if (language == "text" && program != "") {
@@ -15,7 +15,7 @@ function finish(    name) {
         return
     }
     name = sprintf("%02d", ++count)
-    if (block ~ /^\/\/ [A-Za-z]+\.h\n/) {
+    if (block ~ /^\/\/ [A-Za-z]+\.(h|cpp)\n/) {
         name = substr(block, 4, index(block, "\n") - 4)
     } else if (block ~ /int main\(/) {
         program = name
