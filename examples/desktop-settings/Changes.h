@@ -8,7 +8,7 @@
 
 namespace desktop {
 
-/** A change of a setting, and who made it. */
+/** A change of a setting, with its author. */
 struct Change {
     std::string by;
     std::string scope; ///< "user" or "global"
@@ -17,14 +17,14 @@ struct Change {
 };
 
 /**
- * The value that `text` holds for a schema's `type`, as `parseVariant` reads it.
- * Errors: `std::runtime_error` if no setting can have the type, or if the text is not a value of it.
+ * The value of a schema's `type` in `text`, as `parseVariant` reads it.
+ * Errors: `std::runtime_error` if a setting cannot have the type, or if the text is not a value of the type.
  */
 Value valueOf(std::string const& type, std::string const& text);
 
 /**
- * Reads a list of changes in the order in which they were made, one a line: BY SCOPE TYPE NAME VALUE.
- * Errors: `std::runtime_error` if the file cannot be read, or for a line of another form.
+ * Reads a list of changes in the order in which they were made, one per line: BY SCOPE TYPE NAME VALUE.
+ * Errors: `std::runtime_error` if the file cannot be read or a line has another form.
  */
 std::vector<Change> readChanges(std::string const& file);
 

@@ -8,20 +8,20 @@
 
 namespace desktop {
 
-/** What schema files hold. */
+/** The contents of schema files. */
 struct Schemas {
     /** Default values by name, as "org/gnome/desktop/interface/clock-format". */
     std::map<std::string, Value> settings;
 
-    /** How many keys are of a type that the register has no kind for, by type. */
+    /** The number of keys of each type that the register does not support. */
     std::map<std::string, int> leftOut;
 };
 
 /**
- * Reads the schema files of the desktop in a directory, those of other software left aside. Enumerations are
- * strings, flags lists of strings.
- * Errors: `std::runtime_error` for a file that cannot be read, a name given twice, and a directory with no
- * setting.
+ * Reads the desktop's schema files in a directory, and ignores those of other software. Enumerations become
+ * strings, flags become lists of strings.
+ * Errors: `std::runtime_error` for a file that cannot be read, a duplicate name, and a directory without
+ * settings.
  */
 Schemas readSchemas(std::string const& directory);
 

@@ -43,7 +43,7 @@ void write(void* sender, std::string const& name, Value const& value, RegisterSc
 }
 
 Value read(std::string const& name) {
-    velmorand::Lock const lock; // the type and the value must be the same moment's
+    velmorand::Lock const lock; // the type and the value must match
     Type elementType{};
     switch (settings().readPropertyType(name, &elementType)) {
     case TYPE_STRING:

@@ -22,26 +22,26 @@ Value read(std::string const& name);
 /** The group of most settings. */
 inline constexpr char const* desktopGroup = "org/gnome/desktop";
 
-/** A property of the running application only. */
+/** A property that exists only while the application runs. */
 inline constexpr char const* sessionProperty = "session/presentation-mode";
 
-/** A setting's name without the group of most settings, for people. */
+/** A setting's name for display, without the group of most settings. */
 std::string shortName(std::string const& name);
 
-/** The scope that readers take a property from, in words; "nowhere" if no scope has it. */
+/** The name of the scope from which readers take a property; "nowhere" if no scope has it. */
 std::string scopeOf(std::string const& name);
 
-/** The number of properties in a group and its subgroups; an empty name stands for the whole scope. */
+/** The number of properties in a group and its subgroups; an empty name denotes the whole scope. */
 int countProperties(std::string const& group, utils::properties::RegisterScope scope);
 
-/** Errors: `std::runtime_error` with `message` unless `holds`. */
+/** Throws `std::runtime_error` with `message` unless `holds`. */
 inline void require(bool holds, std::string const& message) {
     if (!holds)
         throw std::runtime_error(message);
 }
 
 /**
- * Runs a program's body. Result: its exit status, 1 with a message on standard error if the body threw.
+ * Runs a program's body. Result: the exit status; if the body throws, 1, with a message on standard error.
  */
 template <class Body>
 int runProgram(char const* name, Body&& body) {

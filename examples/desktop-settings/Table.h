@@ -7,12 +7,12 @@
 
 namespace desktop {
 
-/** Lines of cells, printed as aligned columns under a heading. Cells are UTF-8; long ones are cut short. */
+/** Rows of cells, printed as aligned columns under a heading. Cells are UTF-8; long ones are truncated. */
 class Table {
 public:
     explicit Table(std::vector<std::string> heading);
 
-    /** Adds a line, with as many cells as the heading has. */
+    /** Adds a row with as many cells as the heading. */
     void add(std::vector<std::string> const& cells);
 
     void print(std::ostream& out) const;

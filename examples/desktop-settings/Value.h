@@ -7,14 +7,14 @@
 
 namespace desktop {
 
-/** A value of any kind that the register holds. */
+/** A value of any kind that the register supports. */
 using Value = std::variant<std::string, int, double, bool, std::vector<std::string>, std::vector<int>,
                            std::vector<double>, std::vector<bool>>;
 
-/** What a person calls the value's kind: "integer", "list of strings". */
+/** The value's kind for display: "integer", "list of strings". */
 std::string kindOf(Value const& value);
 
-/** The value as a person reads it: 24, true, 'Cantarell 11', [0, 0, 100, 100]. */
+/** The value for display: 24, true, 'Cantarell 11', [0, 0, 100, 100]. */
 std::string textOf(Value const& value);
 
 } // namespace desktop

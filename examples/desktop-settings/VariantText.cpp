@@ -17,7 +17,7 @@ namespace desktop {
 
 namespace {
 
-/** Walks over one value's text. */
+/** Parses the text of one value. */
 class Reader {
 public:
     explicit Reader(std::string const& text) : _text(text) {}
@@ -43,7 +43,7 @@ public:
         return true;
     }
 
-    /** The next run of characters that numbers and keywords are made of. */
+    /** The next number or keyword. */
     std::string word() {
         std::size_t const start = _at;
         while (!atEnd() && std::string_view(" \t\n\r,[]'\"").find(_text[_at]) == std::string_view::npos)
@@ -51,7 +51,7 @@ public:
         return _text.substr(start, _at - start);
     }
 
-    /** Passes over what may stand before a value to give its type: "@as", "uint32". */
+    /** Skips an optional type annotation before a value: "@as", "uint32". */
     void skipTypeNote() {
         static constexpr std::array<std::string_view, 5> keywords = {"boolean", "int32", "uint32", "double",
                                                                      "string"};

@@ -9,11 +9,11 @@
 namespace desktop {
 
 /**
- * Reads a default value as schema files write it: 'text', -1, 1.25, true, [0, 100], @as [].
+ * Reads a default value in the form of schema files: 'text', -1, 1.25, true, [0, 100], @as [].
  *
  * `type` is the schema's letter code: s, i, u, d, b, or one of as, ai, ad, ab.
- * Result: nothing for a type that the register has no kind for, and for an unsigned number above its
- * integers. Errors: `std::runtime_error` for a text that is not a value of that type.
+ * Result: `std::nullopt` for a type that the register does not support, and for an unsigned number that is too
+ * large for its integers. Errors: `std::runtime_error` if the text is not a value of that type.
  */
 std::optional<Value> parseVariant(std::string const& type, std::string const& text);
 

@@ -2,8 +2,8 @@
 //
 // usage: desktop-settings-administrator SCHEMAS DIRECTORY
 //
-// Sets every default value of the desktop's schemas for everyone: an administrator's file is an ordinary user's file, in
-// the directory that other users have as the global one.
+// Sets all default values of the desktop's schemas for everyone. The administrator's file has the format of a user's file,
+// in the directory that other users use as the global one.
 
 #include <iostream>
 #include <map>

@@ -2,8 +2,8 @@
 //
 // usage: desktop-settings-application USER-DIRECTORY GLOBAL-DIRECTORY
 //
-// An application that shares its settings with others. Its standard input says what its user does, one action a line,
-// and it answers each with a line:
+// An application that shares its settings with others. It reads its user's actions from standard input, one per line, and
+// answers each with a line:
 //
 //   set TYPE NAME VALUE   changes a setting
 //   hear NAME             waits until another process has changed a setting
@@ -29,21 +29,21 @@ using namespace desktop;
 
 namespace {
 
-/** What other processes have changed and this one has not looked at yet. */
+/** The changes by other processes that this one has not handled yet. */
 class News {
 public:
     News()
         : _listener(
               desktopGroup, [this](std::string const& name) { add(name); }, this) {}
 
-    /** The sender of this application's own changes: they are not news. */
+    /** The sender of this application's own changes, which are not news. */
     [[nodiscard]] void* sender() { return this; }
 
     /** Waits for a setting to change. Errors: `std::runtime_error` if that takes half a minute. */
     void waitFor(std::string const& name) {
         std::unique_lock<std::mutex> lock(_mutex);
         require(_added.wait_for(lock, std::chrono::seconds(30), [&] { return _names.erase(name) != 0; }),
-                "nothing was heard of " + name);
+                "no notification of " + name);
     }
 
     [[nodiscard]] bool isEmpty() {
@@ -58,7 +58,7 @@ private:
         _added.notify_all();
     }
 
-    std::mutex _mutex; // nothing else is locked under it
+    std::mutex _mutex; // no other lock is taken while it is held
     std::condition_variable _added;
     std::set<std::string> _names;
     velmorand::Listener _listener;
@@ -104,7 +104,7 @@ void run(std::string const& userDirectory, std::string const& globalDirectory) {
 
     for (std::string line; std::getline(std::cin, line) && line != "quit";)
         std::cout << act(news, line) << std::endl;
-    require(news.isEmpty(), "heard more than the others have changed");
+    require(news.isEmpty(), "notified of more than the others have changed");
 }
 
 } // namespace

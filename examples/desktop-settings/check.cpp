@@ -2,8 +2,8 @@
 //
 // usage: desktop-settings-check SCHEMAS USER-DIRECTORY GLOBAL-DIRECTORY CHANGES
 //
-// Compares every setting with the changes that have been made: each setting has the value of its last change, in the
-// right scope, or the schemas' value if there was none; nothing else was saved.
+// Compares every setting with the changes that were made: each setting must have the value of its last change, in the
+// right scope, or the schemas' value if it was never changed; nothing else may have been saved.
 
 #include <iostream>
 #include <map>
@@ -21,11 +21,11 @@ using namespace desktop;
 
 namespace {
 
-/** A setting as it should be. */
+/** The expected state of a setting. */
 struct Expected {
     Value value;
     std::string scope;
-    std::string by; ///< who has changed it, oldest first
+    std::string by; ///< the authors of its changes, oldest first
 };
 
 std::map<std::string, Expected> expectedSettings(Schemas const& schemas, std::string const& changesFile) {
@@ -39,7 +39,7 @@ std::map<std::string, Expected> expectedSettings(Schemas const& schemas, std::st
     return expected;
 }
 
-/** What is wrong with a setting; empty if nothing is. */
+/** The difference from the expected state; empty if there is no difference. */
 std::string faultOf(std::string const& name, Expected const& expected) {
     std::string const scope = scopeOf(name);
     if (scope == "nowhere")
@@ -72,7 +72,7 @@ void check(Schemas const& schemas, std::map<std::string, Expected> const& settin
                    fault.empty() ? "yes" : fault});
     }
     table.print(std::cout);
-    require(faults == 0, "settings that are not as they should be: " + std::to_string(faults));
+    require(faults == 0, "wrong settings: " + std::to_string(faults));
     verifyCount(velmorand::SCOPE_GLOBAL, static_cast<int>(schemas.settings.size()), "global");
     verifyCount(velmorand::SCOPE_USER, ofUser, "user");
     require(scopeOf(sessionProperty) == "nowhere", std::string(sessionProperty) + " was saved");

@@ -3,8 +3,8 @@
 #
 # usage: lost-override.sh PROGRAMS-DIRECTORY TOOL
 #
-# The check passes if every change is there. It names what is missing, and fails, if a change was lost, made by nobody,
-# or saved in the wrong place.
+# The check must pass if every change was saved. If a change was lost, is from nobody, or was saved in the wrong place, it
+# must fail and name the setting.
 set -eu
 . "$(dirname "$0")/processes.sh"
 
@@ -20,7 +20,7 @@ quit panel
 check
 cp "$work/user/Velmorand.dat" "$work/sound"
 
-# must_fail MESSAGE: the check fails, and says this.
+# must_fail MESSAGE: the check must fail with this message.
 must_fail() {
     if check >"$work/output" 2>&1; then
         echo "the check passes: $1" >&2
@@ -44,7 +44,7 @@ must_fail "interface/font-name .*WRONG: expected"
 must_fail "the user scope holds 3 settings, expected 2"
 
 rm "$work/user/Velmorand.dat"
-must_fail "not as they should be: 2"
+must_fail "wrong settings: 2"
 
 "$tool" --global "$work/global" --scope global delete $interface/font-name
 must_fail "interface/font-name .*MISSING"

@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# To be sourced, with the programs' directory in $1 and the command-line tool in $2: the processes, and a fresh directory
-# $work to run them in. Applications run in the background; what their users do goes to them through one pipe, and
-# their answers, a line each, come back through another. So every step waits for the one before it.
+# To be sourced with the programs' directory in $1 and the command-line tool in $2. Defines functions that start and
+# control the processes, in a fresh directory $work. Applications run in the background. Each receives its user's actions
+# through one pipe and sends its answers, one line each, through another, so that every step waits for the one before it.
 programs=$1
 tool=$2
 schemas=/usr/share/glib-2.0/schemas
@@ -28,7 +28,7 @@ administrator() {
     "$programs/desktop-settings-administrator" "$schemas" "$work/global"
 }
 
-# start APPLICATION DESCRIPTOR: uses this file descriptor and the next one for the pipes.
+# start APPLICATION DESCRIPTOR: uses this file descriptor and the next for the pipes.
 start() {
     rm -f "$work/$1.actions" "$work/$1.answers"
     mkfifo "$work/$1.actions" "$work/$1.answers"
@@ -51,7 +51,7 @@ tell() {
 answer() {
     eval "descriptor=\$answers_$1"
     if ! IFS= read -r line <&"$descriptor"; then
-        echo "$1 has ended too early:" >&2
+        echo "$1 exited too early:" >&2
         cat "$work/$1.messages" >&2
         exit 1
     fi
@@ -63,13 +63,13 @@ note() {
     printf '%s\n' "$*" >>"$work/changes"
 }
 
-# change APPLICATION TYPE NAME VALUE: goes on without waiting for the answer.
+# change APPLICATION TYPE NAME VALUE: does not wait for the answer.
 change() {
     note "$1" user "$2" "$3" "$4"
     tell "$1" set "$2" "$3" "$4"
 }
 
-# hear APPLICATION NAME...: waits until it has heard that another process has changed each of the settings.
+# hear APPLICATION NAME...: waits until the application has been notified that another process changed each setting.
 hear() {
     application=$1
     shift
@@ -79,19 +79,19 @@ hear() {
     done
 }
 
-# quit APPLICATION...: each must succeed and have had nothing to complain about.
+# quit APPLICATION...: each must succeed without messages on standard error.
 quit() {
     for application in "$@"; do
         tell "$application" quit
         if ! end_of "$application" || [ -s "$work/$application.messages" ]; then
-            echo "$application has failed:" >&2
+            echo "$application failed:" >&2
             cat "$work/$application.messages" >&2
             exit 1
         fi
     done
 }
 
-# end_of APPLICATION: waits for its end. Result: its exit status.
+# end_of APPLICATION: waits until it has exited. Result: its exit status.
 end_of() {
     eval "process=\$process_$1"
     ended=0

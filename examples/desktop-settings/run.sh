@@ -4,7 +4,7 @@
 # usage: run.sh PROGRAMS-DIRECTORY TOOL
 #
 # A day in the life of a desktop's settings: an administrator, three applications and the command-line tool change them
-# at once, an application is killed, the user's file is damaged. In the end, every change is there.
+# at the same time, an application is killed, and the user's file is damaged. At the end, every change is still there.
 set -eu
 . "$(dirname "$0")/processes.sh"
 
@@ -25,7 +25,7 @@ start panel 3
 start mail 5
 start editor 7
 
-heading "3. All three change settings at the same time; each hears of the others' changes"
+heading "3. All three change settings at the same time; each is notified of the others' changes"
 change panel s $interface/clock-format "'12h'"
 change mail as $desktop/input-sources/xkb-options "['compose:ralt', 'caps:escape']"
 change editor d $interface/text-scaling-factor 1.25
@@ -58,7 +58,7 @@ for application in panel mail editor; do
     hear $application $desktop/session/idle-delay
 done
 
-heading "5. The mail program is killed after a change that others have heard of, which is therefore saved"
+heading "5. The mail program is killed after others were notified of its change, which is therefore saved"
 change mail s $interface/font-name "'Cantarell 12'"
 answer mail
 hear panel $interface/font-name
@@ -80,7 +80,7 @@ hear mail $desktop/sound/event-sounds
 quit panel mail editor
 size=$(wc -c <"$work/user/Velmorand.dat")
 printf 'damage' | dd of="$work/user/Velmorand.dat" bs=1 seek=$((size / 2)) conv=notrunc 2>/dev/null
-echo "  All end. Six bytes in the middle of the file are overwritten. The next application says on standard error:"
+echo "  All end. Six bytes in the middle of the file are overwritten. The next application reports on standard error:"
 echo
 start viewer 3 >"$work/viewer.first"
 sed "s|$work/||g" "$work/viewer.messages" | fold -s -w 100 | sed 's/^/  /'
@@ -90,12 +90,12 @@ cmp "$work/user/Velmorand.dat" "$work/user/Velmorand.dat.previous"
 ls "$work"/user/Velmorand.dat.damaged-* >/dev/null
 echo
 cat "$work/viewer.first"
-echo "  The copy from before the last save is in its place: only that save is lost. The user repeats the change:"
+echo "  The copy from before the last save has replaced it: only that save is lost. The user repeats the change:"
 tell viewer show $desktop/sound/event-sounds
 answer viewer
 change viewer b $desktop/sound/event-sounds false
 answer viewer
 quit viewer
 
-heading "7. Another process compares every setting with what was done"
+heading "7. Another process compares every setting with the changes"
 check

@@ -12,12 +12,12 @@
 namespace editor {
 
 /**
- * Counts the lines that a text takes when it is wrapped, on a thread of its own, anew when a setting changes. Needs a
- * QCoreApplication, as every QThread with an event loop does.
+ * Counts the lines of a wrapped text on its own thread, and counts again whenever a setting changes. Requires a
+ * QCoreApplication, like every QThread with an event loop.
  */
 class LineCounter {
 public:
-    /** `report(lines)` is called on the thread, soon and after each change. */
+    /** `report(lines)` is called on that thread, shortly after construction and after each change. */
     LineCounter(QString text, std::function<void(int lines)> report);
     LineCounter(LineCounter const&) = delete;
     LineCounter& operator=(LineCounter const&) = delete;

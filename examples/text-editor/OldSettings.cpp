@@ -9,7 +9,7 @@ namespace editor {
 
 namespace {
 
-/** What version 1 called its settings. The kinds are those that Settings.h declares. */
+/** The names of the settings in version 1. Settings.h declares their kinds. */
 char const* const map = R"(
     theme           -> view/theme
     font/family     -> view/font

@@ -8,12 +8,12 @@
 
 namespace editor {
 
-/** The file in which version 1 of the editor, which used QSettings, kept its settings. */
+/** The settings file of version 1 of the editor, which used QSettings. */
 [[nodiscard]] QString oldSettingsFile();
 
 /**
- * Takes over the settings of version 1, on the first start only.
- * Result: for the user, a line for each setting that could not be taken over.
+ * Imports the settings of version 1, on the first start only.
+ * Result: a message for the user for each setting that could not be imported.
  */
 [[nodiscard]] QStringList importOldSettings(velmorand::LiveSettings& live, QString const& file);
 

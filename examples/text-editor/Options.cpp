@@ -22,7 +22,7 @@ Options optionsOf(QStringList const& arguments) {
 void overrideTheme(QString const& name) {
     auto const theme = velmorand::Stored<Theme>::load(name.toStdString());
     if (!theme)
-        throw velmorand::Exception("there is no theme " + name.toStdString());
+        throw velmorand::Exception("no such theme: " + name.toStdString());
     settings::theme.override(*theme);
 }
 

@@ -6,7 +6,7 @@
 
 namespace editor {
 
-/** The options of the command line; those that are not given are empty. */
+/** The command-line options; those that are not given are empty. */
 struct Options {
     bool wantsCatalogue = false;
     QString theme;
@@ -14,7 +14,7 @@ struct Options {
     QStringList files;
 };
 
-/** Errors: `utils::Exception` for an option that the editor does not have. */
+/** Errors: `utils::Exception` for an unknown option. */
 [[nodiscard]] Options optionsOf(QStringList const& arguments);
 
 /** Puts a theme in force for this run. Errors: `utils::Exception` if the theme is unknown or locked. */

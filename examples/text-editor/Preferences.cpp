@@ -10,13 +10,13 @@ Preferences::Preferences(QObject* dialog, std::function<void()> const& show)
       tabWidth(settings::tabWidth, dialog, show) {}
 
 void Preferences::apply() {
-    velmorand::Lock const lock; // so that no setting is locked between the question and the change
+    velmorand::Lock const lock; // no setting is locked between the check and the change
     velmorand::Changes changes;
     theme.addTo(changes);
     fontSize.addTo(changes);
     tabWidth.addTo(changes);
     changes.apply();
-    cancel(); // the edits have become the values in force
+    cancel(); // the edits are the values in force now
 }
 
 void Preferences::cancel() {

@@ -17,19 +17,19 @@
 
 namespace editor {
 
-/** What one control of a dialog shows and edits: a setting. For use on the dialog's thread. */
+/** The setting that one control of a dialog shows and edits. For use on the dialog's thread. */
 template <class T>
 class Control {
 public:
-    /** `show()` is called on the thread of `dialog`, later, when the value or the lock may be another one. */
+    /** `show()` is called later, on the thread of `dialog`, when the value or the lock may have changed. */
     Control(velmorand::Property<T> const& setting, QObject* dialog, std::function<void()> const& show)
         : _setting(setting), _values(setting, velmorand::inThreadOf(dialog), [show](T const&) { show(); }),
           _locks("velmorand/locked", velmorand::inThreadOf(dialog), [show](std::string const&) { show(); }) {}
 
-    /** The user's edit; without one, or while the administrator has locked the setting, the value in force. */
+    /** The user's edit. Without an edit, or while the administrator has locked the setting, the value in force. */
     [[nodiscard]] T value() const { return _edit && !isLocked() ? *_edit : _setting.get(); }
 
-    /** Whether to grey it out. */
+    /** Whether to grey out the control. */
     [[nodiscard]] bool isLocked() const { return _setting.isLocked(); }
 
     void edit(T value) { _edit = std::move(value); }
@@ -49,15 +49,15 @@ private:
     velmorand::QueuedListener _locks;
 };
 
-/** The dialog with the editor's preferences, without its widgets. Nothing is changed until `apply`. */
+/** The dialog for the editor's preferences, without its widgets. Nothing changes before `apply`. */
 class Preferences {
 public:
-    /** `show()` shows all controls anew; `Control` says when it is called. */
+    /** `show()` refreshes all controls; the constructor of `Control` says when it is called. */
     Preferences(QObject* dialog, std::function<void()> const& show);
 
     /**
-     * The button "Apply": makes all edits, or none. Edits of locked settings are left out.
-     * Errors: `utils::Exception` with a message for the user; nothing has changed then, and the edits are still there.
+     * The button "Apply": makes all edits or none. Edits of locked settings are left out.
+     * Errors: `utils::Exception` with a message for the user; nothing has changed then, and the edits are kept.
      */
     void apply();
 

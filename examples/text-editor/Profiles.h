@@ -12,13 +12,13 @@
 
 namespace editor {
 
-/** The settings of one session. Where the profile has no value, the editor's own setting is in force. */
+/** The settings of one session. A setting that is not in the profile has the value of the editor's own setting. */
 struct Profile {
     explicit Profile(velmorand::Group const& group);
 
     velmorand::Property<Theme> theme;
     velmorand::Property<Wrap> wrap;
-    velmorand::Property<QStringList> files; ///< open in the session
+    velmorand::Property<QStringList> files; ///< the files that are open in the session
 };
 
 /** The user's profiles. A title may be any text. */
@@ -27,18 +27,18 @@ namespace profiles {
 /** In byte order. */
 [[nodiscard]] QStringList titles();
 
-/** The profile of that title. It exists from its first setting on. */
+/** The profile of that title. It exists as soon as it has a setting. */
 [[nodiscard]] Profile profile(QString const& title);
 
 ///@{
-/** Errors: `utils::Exception` if there is a profile of the new title already; nothing has changed then. */
+/** Errors: `utils::Exception` if the new title is already in use; nothing has changed then. */
 void clone(QString const& title, QString const& newTitle);
 void rename(QString const& title, QString const& newTitle);
 ///@}
 
 void remove(QString const& title);
 
-/** Makes the profile's theme and wrapping the editor's own, both at once. */
+/** Sets the editor's own theme and wrapping to the profile's, both at once. */
 void makeDefault(QString const& title);
 
 } // namespace profiles

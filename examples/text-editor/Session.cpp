@@ -14,7 +14,7 @@ namespace editor {
 
 namespace {
 
-/** Puts a text at the head of a list, which holds each text once, and at most `most` texts. */
+/** Puts a text at the head of a list that contains each text once, and at most `most` texts. */
 void putFirst(velmorand::Property<QStringList> const& list, QString const& text, int most) {
     velmorand::Lock const lock; // no other thread changes the list between reading and writing it
     QStringList texts = list.get();

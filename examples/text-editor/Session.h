@@ -8,23 +8,23 @@
 
 namespace editor {
 
-/** What the editor remembers from one start to the next. */
+/** The state that the editor keeps between runs. */
 class Session {
 public:
-    /** Puts a file at the head of the recent files, which are as many as the user wants. */
+    /** Puts a file at the head of the list of recent files, whose length the user chooses. */
     void open(QString const& file) const;
 
     /** Puts a text at the head of the search history. */
     void search(QString const& text) const;
 
-    /** Keeps the window's geometry, as the window system gives it. */
+    /** Stores the window's geometry. */
     void close(QByteArray const& geometry) const;
 
     /** Whether it is time to look for an update. */
     [[nodiscard]] bool isUpdateDue(QDateTime const& now) const;
 };
 
-/** What is wrong with the settings in the files: one line each. */
+/** A line for each setting whose value in the files is invalid. */
 [[nodiscard]] QStringList problems();
 
 } // namespace editor

@@ -15,12 +15,12 @@
 #include <velmorand/Property.h>
 #include <velmorand/QtTypes.h>
 
-/** Every setting of the editor: its name, its type, its fallback, and which values make sense. */
+/** All settings of the editor: their names, types, fallbacks and allowed values. */
 namespace editor {
 
 Q_NAMESPACE
 
-/** Users type these names as well, after `--theme`. */
+/** Users also type these names after `--theme`. */
 enum class Theme { System, Light, Dark };
 VELMORAND_ENUM(Theme, {Theme::System, "system"}, {Theme::Light, "light"}, {Theme::Dark, "dark"})
 
@@ -30,7 +30,7 @@ Q_ENUM_NS(Wrap)
 enum class StartWith { EmptyFile, LastSession };
 Q_ENUM_NS(StartWith)
 
-/** Files have had these names since before the enum had them. */
+/** Files contained these names before the enum existed. */
 enum class LineEnd { Lf, CrLf };
 VELMORAND_ENUM(LineEnd, {LineEnd::Lf, "unix"}, {LineEnd::CrLf, "dos"}, {LineEnd::CrLf, "windows"})
 
@@ -71,8 +71,8 @@ inline Property<Wrap> const wrap{"view/wrap", Wrap::Window, description("Where l
 inline Property<int> const wrapColumn{"view/wrap column", 80, range(20, 500)};
 inline Property<std::vector<int>> const rulers{
     "view/rulers", {80}, range(1, 500), description("Columns with a vertical line")};
-inline Property<std::chrono::milliseconds> const blink{"view/blink", 500ms, range(0ms, 5000ms),
-                                                       description("Time between two blinks; 0ms for none")};
+inline Property<std::chrono::milliseconds> const blink{
+    "view/blink", 500ms, range(0ms, 5000ms), description("Time between two blinks; 0ms: no blinking")};
 inline Property<float> const opacity{"view/opacity", 1.0F, range(0.2F, 1.0F)};
 
 inline Property<int> const tabWidth{"edit/tab width", 8, range(1, 16), description("Tab width, in columns")};

@@ -3,8 +3,8 @@
 // usage: text-editor [--theme NAME] [--profile TITLE] [FILE...]
 //        text-editor --declared-settings
 //
-// Opens files like an editor whose window is not shown, and prints what the window would show. With --declared-settings
-// it prints the catalogue of its settings, which its package installs as share/velmorand/declared/text-editor.json.
+// Opens files like an editor, but prints the contents of the window instead of showing it. With --declared-settings, it
+// prints the catalogue of its settings, which its package installs as share/velmorand/declared/text-editor.json.
 
 #include <iostream>
 
@@ -28,7 +28,7 @@ void print(char const* what, QStringList const& texts) {
         std::cout << what << ": " << text.toStdString() << '\n';
 }
 
-/** Shows the profile's theme, unless the command line names another one, and the profile's files. */
+/** Uses the profile's theme, unless the command line names another one, and opens the profile's files. */
 void openProfile(Options const& options) {
     Profile const profile = profiles::profile(options.profile);
     if (!options.files.isEmpty())
@@ -59,7 +59,7 @@ void run(Options const& options) {
     if (!options.profile.isEmpty())
         openProfile(options);
     showWindow();
-    session.close(QByteArray("\x01\xd9\xd0\xcb\x00\x03", 6)); // what QWidget::saveGeometry returns
+    session.close(QByteArray("\x01\xd9\xd0\xcb\x00\x03", 6)); // as QWidget::saveGeometry returns it
 }
 
 } // namespace

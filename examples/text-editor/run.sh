@@ -3,8 +3,8 @@
 #
 # usage: run.sh DIRECTORY TOOL
 #
-# Starts the editor that is built in DIRECTORY as a user and an administrator would, with settings of its version 1. Each
-# start is followed by what it must print. Then the command-line tool TOOL checks the settings by the editor's own
+# Runs the editor in DIRECTORY as a user and an administrator would, starting with the settings of version 1, and compares
+# the output of each run with the expected one. Then the command-line tool TOOL checks the settings with the editor's
 # catalogue.
 set -eu
 editor=$1/text-editor tool=$2
@@ -12,7 +12,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 export XDG_CONFIG_HOME="$work" XDG_CONFIG_DIRS="$work/administrator"
 
-# run ARGUMENT... - starts the editor, shows what it prints, and compares that with the standard input.
+# run ARGUMENT... - runs the editor, shows its output, and compares it with standard input.
 run() {
     echo "\$ text-editor $*"
     cat >"$work/expected"

@@ -23,7 +23,7 @@ std::string listOf(support::TemporaryDirectory const& directory, std::string con
 
 } // namespace
 
-TEST(ReadChanges, KeepsTheirOrder) {
+TEST(ReadChanges, KeepsTheOrderOfChanges) {
     support::TemporaryDirectory const directory;
     std::vector<Change> const changes =
         readChanges(listOf(directory, "mail user s a/b 'two words'\nadministrator global ai c [1, 2]\n"));
@@ -43,7 +43,7 @@ TEST(ReadChanges, RefusesALineWithoutAValue) {
     EXPECT_THROW(readChanges(file), std::runtime_error);
 }
 
-TEST(ReadChanges, RefusesATypeThatNoSettingCanHave) {
+TEST(ReadChanges, RefusesATypeThatASettingCannotHave) {
     support::TemporaryDirectory const directory;
     std::string const file = listOf(directory, "mail user (dd) a/b (1, 2)\n");
     EXPECT_THROW(readChanges(file), std::runtime_error);

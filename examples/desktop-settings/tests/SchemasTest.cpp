@@ -38,7 +38,7 @@ TEST(ReadSchemas, NamesEachKeyAfterItsSchema) {
     EXPECT_EQ(schemas.settings.begin()->second, Value(true));
 }
 
-TEST(ReadSchemas, TakesAnEnumerationAsAStringAndFlagsAsAList) {
+TEST(ReadSchemas, ReadsEnumerationsAsStringsAndFlagsAsLists) {
     support::TemporaryDirectory const directory;
     writeFile(directory, "org.gnome.desktop.x.gschema.xml",
               schema("x", "<key name='format' enum='e'><default>'24h'</default></key>"
@@ -48,7 +48,7 @@ TEST(ReadSchemas, TakesAnEnumerationAsAStringAndFlagsAsAList) {
     EXPECT_EQ(schemas.settings.at("x/marks"), Value(std::vector<std::string>{"a", "b"}));
 }
 
-TEST(ReadSchemas, TakesDefaultsFromCharacterData) {
+TEST(ReadSchemas, ReadsDefaultsFromCharacterData) {
     support::TemporaryDirectory const directory;
     writeFile(directory, "org.gnome.desktop.x.gschema.xml",
               schema("x", "<key name='k' type='as'><default><![CDATA[['<Super>a']]]></default></key>"));
@@ -56,7 +56,7 @@ TEST(ReadSchemas, TakesDefaultsFromCharacterData) {
               Value(std::vector<std::string>{"<Super>a"}));
 }
 
-TEST(ReadSchemas, CountsTheTypesItLeavesOut) {
+TEST(ReadSchemas, CountsUnsupportedTypes) {
     support::TemporaryDirectory const directory;
     writeFile(directory, "org.gnome.desktop.x.gschema.xml",
               schema("x", "<key name='a' type='a(ss)'><default>[]</default></key>"
@@ -68,7 +68,7 @@ TEST(ReadSchemas, CountsTheTypesItLeavesOut) {
     EXPECT_EQ(schemas.leftOut, (std::map<std::string, int>{{"a(ss)", 2}, {"u", 1}}));
 }
 
-TEST(ReadSchemas, LeavesOtherSoftwareAside) {
+TEST(ReadSchemas, IgnoresOtherSoftware) {
     support::TemporaryDirectory const directory;
     writeFile(directory, "org.gnome.system.x.gschema.xml",
               schema("x", "<key name='k' type='i'><default>1</default></key>"));
@@ -84,7 +84,7 @@ TEST(ReadSchemas, RefusesADamagedFile) {
     EXPECT_THROW(readSchemas(directory.string()), std::runtime_error);
 }
 
-TEST(ReadSchemas, RefusesANameGivenTwice) {
+TEST(ReadSchemas, RefusesADuplicateName) {
     support::TemporaryDirectory const directory;
     std::string const key = "<key name='k' type='i'><default>1</default></key>";
     writeFile(directory, "org.gnome.desktop.x.gschema.xml", schema("x", key + key));

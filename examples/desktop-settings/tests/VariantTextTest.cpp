@@ -11,40 +11,40 @@
 using desktop::parseVariant;
 using desktop::Value;
 
-TEST(ParseVariant, TakesAStringInEitherQuotes) {
+TEST(ParseVariant, ReadsAStringInEitherKindOfQuotes) {
     EXPECT_EQ(parseVariant("s", "'24h'"), Value(std::string("24h")));
     EXPECT_EQ(parseVariant("s", "\"it's\""), Value(std::string("it's")));
 }
 
-TEST(ParseVariant, TakesEscapesInAString) {
+TEST(ParseVariant, ReadsEscapesInAString) {
     EXPECT_EQ(parseVariant("s", R"('a\'b\\c\td')"), Value(std::string("a'b\\c\td")));
     EXPECT_EQ(parseVariant("s", R"('\u00e9\U0001f600')"), Value(std::string("\u00e9\U0001f600")));
 }
 
-TEST(ParseVariant, TakesIntegersOfEveryForm) {
+TEST(ParseVariant, ReadsIntegersInEveryForm) {
     EXPECT_EQ(parseVariant("i", "-1"), Value(-1));
     EXPECT_EQ(parseVariant("i", "0x1F"), Value(31));
     EXPECT_EQ(parseVariant("i", "-2147483648"), Value(std::numeric_limits<int>::min()));
     EXPECT_EQ(parseVariant("u", "uint32 300"), Value(300));
 }
 
-TEST(ParseVariant, HasNoKindForAnUnsignedNumberAboveTheIntegers) {
+TEST(ParseVariant, ReturnsNothingForAnUnsignedNumberAboveTheIntegers) {
     EXPECT_EQ(parseVariant("u", "2147483647"), Value(std::numeric_limits<int>::max()));
     EXPECT_EQ(parseVariant("u", "2147483648"), std::nullopt);
 }
 
-TEST(ParseVariant, TakesNumbersWithAndWithoutAPoint) {
+TEST(ParseVariant, ReadsNumbersWithAndWithoutAPoint) {
     EXPECT_EQ(parseVariant("d", "1.25"), Value(1.25));
     EXPECT_EQ(parseVariant("d", "0"), Value(0.0));
     EXPECT_EQ(parseVariant("d", "-1e3"), Value(-1000.0));
 }
 
-TEST(ParseVariant, TakesBooleans) {
+TEST(ParseVariant, ReadsBooleans) {
     EXPECT_EQ(parseVariant("b", "true"), Value(true));
     EXPECT_EQ(parseVariant("b", " false\n"), Value(false));
 }
 
-TEST(ParseVariant, TakesListsOfEveryKind) {
+TEST(ParseVariant, ReadsListsOfEveryKind) {
     EXPECT_EQ(parseVariant("as", "['<Super>a', \"b,]\"]"),
               Value(std::vector<std::string>{"<Super>a", "b,]"}));
     EXPECT_EQ(parseVariant("ai", "[ 0, 0 ,100,-7]"), Value(std::vector<int>{0, 0, 100, -7}));
@@ -52,12 +52,12 @@ TEST(ParseVariant, TakesListsOfEveryKind) {
     EXPECT_EQ(parseVariant("ab", "[true,false]"), Value(std::vector<bool>{true, false}));
 }
 
-TEST(ParseVariant, TakesAnEmptyListWithAndWithoutItsType) {
+TEST(ParseVariant, ReadsAnEmptyListWithAndWithoutItsType) {
     EXPECT_EQ(parseVariant("as", "[]"), Value(std::vector<std::string>{}));
     EXPECT_EQ(parseVariant("as", "@as [ ]"), Value(std::vector<std::string>{}));
 }
 
-TEST(ParseVariant, HasNoKindForOtherTypes) {
+TEST(ParseVariant, ReturnsNothingForOtherTypes) {
     EXPECT_EQ(parseVariant("a(ss)", "[('xkb', 'us')]"), std::nullopt);
     EXPECT_EQ(parseVariant("(dd)", "(0.0, 0.0)"), std::nullopt);
 }

@@ -14,7 +14,7 @@ using namespace editor;
 
 namespace {
 
-/** What a line counter has reported. */
+/** The reports of a line counter. */
 class Reports {
 public:
     void add(int lines) {
@@ -63,7 +63,7 @@ TEST_F(TextEditorLineCounter, CountsOnItsOwnThread) {
     EXPECT_NE(std::this_thread::get_id(), reports.thread());
 }
 
-TEST_F(TextEditorLineCounter, CountsTheLinesOfALongOne) {
+TEST_F(TextEditorLineCounter, CountsTheRowsOfAWrappedLine) {
     settings::wrapColumn.set(20);
     LineCounter const counter{QString(20, 'x') + '\n' + QString(41, 'x'), note()};
     reports.await(4);

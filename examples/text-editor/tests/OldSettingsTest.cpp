@@ -42,7 +42,7 @@ protected:
 
 } // namespace
 
-TEST_F(TextEditorOldSettings, AreTakenOver) {
+TEST_F(TextEditorOldSettings, AreImported) {
     EXPECT_EQ(QStringList(), import());
     EXPECT_EQ(Theme::Dark, settings::theme.get());
     EXPECT_EQ(QStringList("todo.txt"), settings::recent.get());
@@ -50,26 +50,26 @@ TEST_F(TextEditorOldSettings, AreTakenOver) {
     EXPECT_EQ(QByteArray("\x01\xd9\x00\xff", 4), settings::geometry.get());
 }
 
-TEST_F(TextEditorOldSettings, ThatTheEditorHasNoMoreAreDropped) {
+TEST_F(TextEditorOldSettings, ThatNoLongerExistAreDropped) {
     EXPECT_EQ(QStringList(), import());
     EXPECT_THAT(velmorand::Group().groups(), testing::ElementsAre("files", "velmorand", "view", "window"));
 }
 
-TEST_F(TextEditorOldSettings, AreTakenOverOnce) {
+TEST_F(TextEditorOldSettings, AreImportedOnce) {
     EXPECT_EQ(QStringList(), import());
     settings::theme.reset();
     EXPECT_EQ(QStringList(), import());
     EXPECT_EQ(Theme::System, settings::theme.get());
 }
 
-TEST_F(TextEditorOldSettings, DoNotReplaceWhatTheUserHasSet) {
+TEST_F(TextEditorOldSettings, DoNotReplaceTheUsersSettings) {
     settings::theme.set(Theme::Light);
     EXPECT_EQ(QStringList(), import());
     EXPECT_EQ(Theme::Light, settings::theme.get());
     EXPECT_EQ(12, settings::fontSize.get());
 }
 
-TEST_F(TextEditorOldSettings, ThatCannotBeTakenOverAreNamed) {
+TEST_F(TextEditorOldSettings, ThatCannotBeImportedAreReported) {
     put("[font]\nsize=large\n");
     QStringList const problems = import();
     ASSERT_EQ(1, problems.size());

@@ -17,7 +17,7 @@ TEST(TextEditorOptions, AreTakenFromTheCommandLine) {
     EXPECT_FALSE(options.wantsCatalogue);
 }
 
-TEST(TextEditorOptions, ThatTheEditorDoesNotHaveAreRefused) {
+TEST(TextEditorOptions, ThatAreUnknownAreRefused) {
     EXPECT_EQ("Unknown option 'them'.", failure([] {
                   static_cast<void>(optionsOf({"text-editor", "--them=dark"}));
               }));
@@ -32,6 +32,6 @@ TEST(TextEditorTheme, OfTheCommandLineIsInForceAndNotStored) {
 }
 
 TEST(TextEditorTheme, ThatDoesNotExistIsRefused) {
-    EXPECT_EQ("there is no theme purple", failure([] { overrideTheme("purple"); }));
+    EXPECT_EQ("no such theme: purple", failure([] { overrideTheme("purple"); }));
     EXPECT_FALSE(settings::theme.isOverridden());
 }

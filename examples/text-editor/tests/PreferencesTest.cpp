@@ -19,7 +19,7 @@ namespace {
 using Strings = std::vector<std::string>;
 using velmorand::Listener;
 
-/** An administrator locks settings, in place of those that were locked before. */
+/** An administrator locks settings, replacing those locked before. */
 void lock(Strings const& names) {
     velmorand::write("velmorand/locked", names, velmorand::SCOPE_GLOBAL);
 }
@@ -66,7 +66,7 @@ TEST_F(TextEditorPreferences, ApplyAllEditsTogether) {
     EXPECT_EQ((Strings{"4 14", "4 14"}), seen);
 }
 
-TEST_F(TextEditorPreferences, LeaveWhatIsNotEditedUnset) {
+TEST_F(TextEditorPreferences, LeaveSettingsWithoutAnEditUnset) {
     dialog.tabWidth.edit(4);
     dialog.apply();
     EXPECT_TRUE(settings::tabWidth.isSet());
@@ -97,14 +97,14 @@ TEST_F(TextEditorPreferences, ForgetEditsOnCancel) {
     EXPECT_FALSE(settings::theme.isSet());
 }
 
-TEST_F(TextEditorPreferences, AreShownAnewWhenAValueChanges) {
+TEST_F(TextEditorPreferences, AreRefreshedWhenAValueChanges) {
     settings::theme.set(Theme::Dark);
     EXPECT_EQ(0, timesShown);
     QCoreApplication::processEvents();
     EXPECT_EQ(1, timesShown);
 }
 
-TEST_F(TextEditorPreferences, AreShownAnewWhenASettingIsLocked) {
+TEST_F(TextEditorPreferences, AreRefreshedWhenASettingIsLocked) {
     lock({"view/theme"});
     QCoreApplication::processEvents();
     EXPECT_GT(timesShown, 0);
@@ -121,7 +121,7 @@ TEST_F(TextEditorPreferences, ShowTheAdministratorsValueWhileLocked) {
     EXPECT_EQ(Theme::Dark, dialog.theme.value());
 }
 
-TEST_F(TextEditorPreferences, LeaveOutWhatHasBeenLockedMeanwhile) {
+TEST_F(TextEditorPreferences, LeaveOutSettingsLockedInTheMeantime) {
     dialog.theme.edit(Theme::Dark);
     dialog.tabWidth.edit(4);
     lock({"view/theme"});
@@ -130,7 +130,7 @@ TEST_F(TextEditorPreferences, LeaveOutWhatHasBeenLockedMeanwhile) {
     EXPECT_FALSE(settings::theme.isSet());
 }
 
-TEST_F(TextEditorPreferences, AreNotShownAfterTheDialogIsClosed) {
+TEST_F(TextEditorPreferences, AreNotRefreshedAfterTheDialogIsClosed) {
     bool isShown = false;
     {
         Preferences const other{&window, [&] { isShown = true; }};

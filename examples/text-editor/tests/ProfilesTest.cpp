@@ -28,7 +28,7 @@ TEST_F(TextEditorProfiles, AreListedByTheirTitles) {
     EXPECT_EQ(QStringList({"", "Day", night}), profiles::titles());
 }
 
-TEST_F(TextEditorProfiles, HaveTheEditorsSettingsWhereTheyHaveNone) {
+TEST_F(TextEditorProfiles, FallBackToTheEditorsSettings) {
     settings::wrap.set(Wrap::Column);
     EXPECT_EQ(Wrap::Column, profiles::profile(night).wrap.get());
     EXPECT_EQ(Theme::Dark, profiles::profile(night).theme.get());
@@ -38,19 +38,19 @@ TEST_F(TextEditorProfiles, LeaveTheEditorsSettingsAlone) {
     EXPECT_EQ(Theme::System, settings::theme.get());
 }
 
-TEST_F(TextEditorProfiles, AreUsableWhateverTheFileHas) {
+TEST_F(TextEditorProfiles, AreUsableWithInvalidValuesInTheFile) {
     velmorand::write(profiles::profile(night).theme.name(), 7);
     EXPECT_EQ(Theme::System, profiles::profile(night).theme.get());
 }
 
-TEST_F(TextEditorProfiles, AreClonedWithAllThatIsInThem) {
+TEST_F(TextEditorProfiles, AreClonedWithAllTheirSettings) {
     profiles::clone(night, "Copy");
     EXPECT_EQ(QStringList({"Copy", night}), profiles::titles());
     EXPECT_EQ(Theme::Dark, profiles::profile("Copy").theme.get());
     EXPECT_EQ(QStringList({"letter.txt", "ü"}), profiles::profile("Copy").files.get());
 }
 
-TEST_F(TextEditorProfiles, AreNotClonedOverEachOther) {
+TEST_F(TextEditorProfiles, AreNotClonedOverExistingProfiles) {
     profiles::clone(night, "Copy");
     profiles::profile("Copy").theme.set(Theme::Light);
     EXPECT_NE("nothing", support::failure([&] { profiles::clone(night, "Copy"); }));

@@ -30,7 +30,7 @@ TEST(TextEditorSession, KeepsTheGeometry) {
     EXPECT_EQ(geometry, settings::geometry.get());
 }
 
-TEST(TextEditorSession, LooksForAnUpdateOnceAWeek) {
+TEST(TextEditorSession, LooksForAnUpdateEveryWeek) {
     QDateTime const now(QDate(2026, 3, 1), QTime(8, 30), Qt::UTC);
     EXPECT_TRUE(Session().isUpdateDue(now));
     settings::lastUpdate.set(now);

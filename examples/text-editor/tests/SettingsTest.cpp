@@ -25,7 +25,7 @@ TEST(TextEditorSettings, AreAllInTheCatalogue) {
     EXPECT_EQ(33U, declaredProperties().size());
 }
 
-TEST(TextEditorSettings, HaveFallbacksThatTheyAllow) {
+TEST(TextEditorSettings, AllowTheirOwnFallbacks) {
     for (velmorand::DeclaredProperty const& property : declaredProperties())
         EXPECT_EQ("", property.problem);
     settings::lineColour.set(settings::lineColour.fallback());
@@ -33,7 +33,7 @@ TEST(TextEditorSettings, HaveFallbacksThatTheyAllow) {
     settings::backups.set(settings::backups.fallback());
 }
 
-TEST(TextEditorSettings, AreUsableWhateverTheFileHas) {
+TEST(TextEditorSettings, AreUsableWithInvalidValuesInTheFile) {
     write("view/theme", "purple");
     write("view/font", "\xff");
     write("view/line colour", "orange");
@@ -56,7 +56,7 @@ TEST(TextEditorSettings, AreUsableWhateverTheFileHas) {
               problems().join('\n').toStdString());
 }
 
-TEST(TextEditorSettings, RefuseWhatIsNotAllowed) {
+TEST(TextEditorSettings, RefuseInvalidValues) {
     EXPECT_EQ("view/line colour is not set: \"#FFF\" is not allowed: expected a colour such as #ff8000",
               failure([] { settings::lineColour.set("#FFF"); }));
     EXPECT_EQ(
