@@ -17,20 +17,20 @@
 #include "support/TemporaryDirectory.h"
 
 // Directories that no program should give to the register, as its global or its user directory or as the root
-// of `_test_register_path`, with the bare name of a register file and with one in a directory. The process
-// stands in a directory that holds
+// of `_test_register_path`, with the bare name of a register file and with one in a directory. The working
+// directory contains
 //
 //     file          "content"
 //     sub/inner     "inner"
-//     here/         which each case has as its current directory
+//     here/         the working directory of each case
 //
 // The notation of an outcome:
 //
-//     yes, no       the answer
-//     ready         the register is there, and has both directories, as given, in its temporary scope
-//     +p +p/        a register file, a directory made
+//     yes, no       the result
+//     ready         the register exists, and its temporary scope has both directories as given
+//     +p +p/        a register file or directory was created
 //
-// A register file needs no directory of its own, so every directory will do; what cannot be saved there is not.
+// The register starts with any directory. If it cannot save there, nothing is saved.
 
 namespace {
 
@@ -41,7 +41,7 @@ using badinput::PrintableCell;
 using badinput::repeated;
 using utils::properties::_Register;
 
-/** By row; what is relative is seen from "here". */
+/** By row; relative ones are relative to "here". */
 std::map<std::string, std::string> const& directories() {
     static std::map<std::string, std::string> const all = {
         {"Empty", ""},
@@ -108,7 +108,7 @@ std::map<std::string, Operation> const& operations() {
     return all;
 }
 
-/** Every entry, files with their contents: of a register file, that it is new. */
+/** Every entry, with the contents of files; a register file's content is only marked as new. */
 badinput::Contents everything(fs::path const& top) {
     badinput::Contents result;
     for (fs::directory_entry const& entry : fs::recursive_directory_iterator(top)) {

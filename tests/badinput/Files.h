@@ -12,19 +12,19 @@
 
 #include "badinput/Table.h"
 
-// The tables of file names: the operations of a file system that take a path, and how their outcome is told:
+// The tables of file names: the operations of a file system that take a path, and the notation of their outcomes:
 //
-//     yes, no      the answer
+//     yes, no      the result
 //     =text        the text, number or listing returned
 //     null         no module
-//     +p +p/       a file with the content "new", a directory made
-//     *p -p        a file with its content replaced by "new", an entry gone
+//     +p +p/       a file with the content "new" or a directory was created
+//     *p -p        a file's content was replaced by "new", an entry was removed
 //
-// where % is the path as it was given.
+// where % is the path as given.
 
 namespace badinput {
 
-/** Contents by path; of a directory, whose path ends in "/", none. */
+/** Contents by path; empty for a directory, whose path ends in "/". */
 using Contents = std::map<std::string, std::string>;
 
 inline std::string changes(Contents const& before, Contents const& after) {

@@ -24,11 +24,11 @@
 //     dangling    ->     ../nowhere
 //     loop        ->     loop
 //
-// The notation of an outcome is that of `Files.h`, with paths from the directory around the root. The
-// unique name below the loop is left out: what cannot be examined counts as there, so all names are tried.
+// The notation of outcomes is described in `Files.h`; paths start at the directory around the root. The unique name
+// below the loop is left out: a path that cannot be examined counts as existing, so all names would be tried.
 //
-// A symbolic link below the root is the administrator's: it is followed, wherever it leads. No text in a path
-// leads out.
+// Symbolic links below the root belong to the administrator: they are followed, even out of the root. The text of a
+// path cannot lead out of it.
 
 namespace {
 
@@ -134,7 +134,7 @@ Loop            | no       | no                  | no    | =
     return all;
 }
 
-/** Every entry around the root, links with where they lead, files with their contents. */
+/** Every entry around the root, with the targets of links and the contents of files. */
 Contents everything(fs::path const& top) {
     Contents result;
     for (fs::directory_entry const& entry : fs::recursive_directory_iterator(top)) {

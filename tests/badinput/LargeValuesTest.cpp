@@ -12,8 +12,8 @@
 #include "values/Forms.h"
 #include "values/Kinds.h"
 
-// Values far larger than settings are: each is stored, announced, typed, refused to the reader of another
-// kind, read, saved and loaded like any other, byte for byte.
+// Values far larger than ordinary settings are stored, announced, typed, refused to readers of another kind, read,
+// saved and loaded like any other, byte for byte.
 
 namespace {
 
@@ -34,7 +34,7 @@ constexpr bool underAddressSanitizer = __has_feature(address_sanitizer);
 constexpr bool underAddressSanitizer = false;
 #endif
 
-/** A derived register without a probe's list of calls, which would be longer than the value. */
+/** A derived register that, unlike a probe, does not list calls: the list would be longer than the value. */
 struct Bare : _Register {};
 
 struct BareForm {
@@ -46,7 +46,7 @@ struct LongString : kinds::String {
     static Value large() { return std::string(std::size_t{256} << 20U, 's'); }
 };
 
-/** Ten million elements, each of the kind's samples somewhere among them. */
+/** Ten million elements, with each of the kind's samples among them. */
 template <class Kind>
 struct LongList : Kind {
     static typename Kind::Value large() { return kinds::longList<Kind>(10'000'000); }
@@ -68,16 +68,17 @@ TYPED_TEST_SUITE(LargeValue, Cases, kinds::CaseNames);
 
 } // namespace
 
-TYPED_TEST(LargeValue, IsAValueAsAnyOther) {
+TYPED_TEST(LargeValue, BehavesLikeAnyOther) {
     using Kind = typename TypeParam::Kind;
     constexpr bool isString = std::is_same_v<Kind, LongString>;
     using Other = std::conditional_t<isString, kinds::Integers, kinds::String>;
     if (underThreadSanitizer)
-        GTEST_SKIP() << "one thread has nothing to say there, and takes minutes";
+        GTEST_SKIP() << "single-threaded, and takes minutes under ThreadSanitizer";
     if (underAddressSanitizer && !isString && std::is_same_v<typename TypeParam::Form, BareForm>)
-        GTEST_SKIP() << "a call for each field takes minutes there; shorter lists take the same way";
+        GTEST_SKIP() << "a call for each field takes minutes under AddressSanitizer; shorter lists cover the "
+                        "same code";
     if (underAddressSanitizer && std::is_same_v<typename Kind::Value, std::vector<std::string>>)
-        GTEST_SKIP() << "takes half a minute there; shorter lists take the same way";
+        GTEST_SKIP() << "takes half a minute under AddressSanitizer; shorter lists cover the same code";
     _Register& held = this->settings;
     support::TemporaryDirectory const directory;
     support::RegisterProbe::_UserRegisterPath = directory.string();
@@ -102,5 +103,5 @@ TYPED_TEST(LargeValue, IsAValueAsAnyOther) {
     ASSERT_EQ("done", forms::outcome([&] { held.load(); }));
     EXPECT_TRUE(Kind::read(held, "x") == value);
     EXPECT_TRUE(support::lockIsFree());
-    support::RegisterProbe::_UserRegisterPath.clear(); // nothing more is to be saved
+    support::RegisterProbe::_UserRegisterPath.clear(); // the destructor must not save
 }

@@ -15,12 +15,12 @@
 namespace badinput {
 
 /**
- * The files of a tree by path, with their contents, and its empty directories, with a "/" behind. They are
- * taken from what `serialize` writes, since a path far longer than there is time for could be in the tree.
+ * The files of a tree by path, with their contents, and its empty directories, with a trailing "/". They are
+ * taken from the output of `serialize`, because the paths in a tree can be too long to walk in reasonable time.
  */
 using Leaves = std::map<std::string, std::string>;
 
-/** Takes the items of a register file one by one; the file is sound, as it comes from memory. */
+/** Reads the items of a register file one by one; the file is intact, as it comes from memory. */
 class Items {
 public:
     explicit Items(std::string_view bytes) : _left(bytes) {}
@@ -44,7 +44,7 @@ public:
 
     std::string_view take(std::size_t size) {
         if (size > _left.size())
-            throw std::runtime_error("a tree is cut short");
+            throw std::runtime_error("truncated tree");
         std::string_view const taken = _left.substr(0, size);
         _left.remove_prefix(size);
         return taken;
@@ -86,13 +86,13 @@ inline Leaves leaves(std::string_view registerFile) {
     return result;
 }
 
-/** What `serialize` writes of a whole tree. */
+/** A whole tree, as `serialize` writes it. */
 inline std::string serialized(filesystem::RAMFileSystem const& tree) {
     filesystem::RAMFileSystem other;
     filesystem::FileHandle* handle = nullptr;
     other.open(QStringLiteral("/tree"), &handle, filesystem::FileSystem::MODE_WRITE);
     if (!tree.serialize(QStringLiteral("/"), *handle))
-        throw std::runtime_error("a tree cannot be written");
+        throw std::runtime_error("cannot write a tree");
     other.close(handle);
     other.open(QStringLiteral("/tree"), &handle, filesystem::FileSystem::MODE_READ);
     std::string bytes(static_cast<std::size_t>(other.size(handle)), '\0');
@@ -100,7 +100,7 @@ inline std::string serialized(filesystem::RAMFileSystem const& tree) {
     return bytes;
 }
 
-/** Puts a tree in place of another. */
+/** Replaces a tree with the one in `bytes`. */
 inline void restore(filesystem::RAMFileSystem& tree, std::string const& bytes) {
     filesystem::RAMFileSystem other;
     filesystem::FileHandle* handle = nullptr;

@@ -11,21 +11,20 @@
 #include "badinput/Leaves.h"
 #include "support/Failure.h"
 
-// Paths that no program should give to a file system in memory, which holds
+// Paths that no program should give to a file system in memory, which contains
 //
 //     /file        "content"
 //     /sub/inner   "inner"
 //
-// The notation of an outcome is that of `Files.h`; an empty directory is told as made, any other by its
-// files. `serialize` tells the files that it writes; `unserialize` reads a tree with the file "n" alone.
-// Besides:
+// The notation of outcomes is described in `Files.h`; a new directory is listed only if it is empty. The outcome of
+// `serialize` lists the files that it writes; `unserialize` reads a tree that contains only the file "n". In addition:
 //
 //     -            nothing is returned
 //     !none        utils::Exception "Can't read a register file into %: invalid path in memory"
 //     !nowhere     utils::Exception "Can't read a register file into %: cannot create the directory"
 //
-// where a zero byte in a message ends what the exception shows of it. Paths are made readable: a zero byte is
-// "\x00", and a long run is counted.
+// The exception's message ends at the first zero byte. Paths are made readable: a zero byte is "\x00", and long runs
+// are abbreviated.
 
 namespace {
 
@@ -144,7 +143,7 @@ void put(RAMFileSystem& files, char const* path, char const* content) {
     files.close(handle);
 }
 
-/** The file system of a case, as each starts. */
+/** The file system with which each case starts. */
 struct Memory : RAMFileSystem {
     Memory() {
         mkdir(QStringLiteral("/sub"));

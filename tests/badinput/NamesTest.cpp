@@ -8,18 +8,19 @@
 #include "badinput/Registers.h"
 #include "support/ChildProcess.h"
 
-// Names that no program should give to the register, in the user scope, which holds the integer "g/x".
+// Names that no program should give to the register, in the user scope, which contains the integer "g/x".
 //
 // The notation of an outcome:
 //
 //     -            nothing is returned, nothing has changed
-//     yes, no      the answer
+//     yes, no      the result
 //     =text        the text, number or list returned
-//     value,other  what was read: another kind's first value, or the one that "g/x" holds
+//     value,other  the value read: the first of another kind, or the value of "g/x"
 //     handle       an open file
-//     +p  +p/  *p  a property made, a group made, a property's content changed: empty now, or with
-//     -p  :value   the record of the value that was to be written; a property gone
-//     told         the listeners under this name were told of this name, once
+//     +p  +p/      a property or group was created
+//     *p  *p:value a property's content was changed: to nothing, or to the record of the value to be written
+//     -p           a property was removed
+//     told         the listeners under this name were notified of this name, once
 //     !missing     PropertyNotFound
 //     !type        PropertyBadType
 //     !list        utils::Exception "% does not exist or is not a group."
@@ -28,9 +29,9 @@
 //     !write       utils::Exception "% no such property."
 //     !writePath   utils::Exception "/user/% no such property"
 //
-// where % is the name as it was given, and @ is the name as the tree has it; a zero byte in a message ends
-// what the exception shows of it. What is not written there is not so: every property and group elsewhere, in
-// this scope and in the others, is as it was; nothing waits to be announced; and the lock is free.
+// where % is the name as given, and @ is the name as stored in the tree. The exception's message ends at the first zero
+// byte. A call has no other effects: every other property and group, in this scope and in the others, is unchanged; no
+// change is pending; and the lock is free.
 
 namespace {
 
@@ -43,13 +44,13 @@ using badinput::Subject;
 
 struct Name {
     std::string given;
-    std::string derived; ///< in its place for a derived register, which is asked for every level by its path
+    std::string derived; ///< used instead for a derived register, which looks up every level by its path
 };
 
 std::map<std::string, Name> const& names() {
     auto const name = [](std::string const& given) { return Name{given, given}; };
     static std::map<std::string, Name> const all = {
-        // of nothing that is there
+        // of properties that do not exist
         {"Sound", name("n")},
         {"LeadingSlash", name("/n")},
         {"LeadingSlashes", name("///n")},
@@ -64,7 +65,7 @@ std::map<std::string, Name> const& names() {
         {"MarkInFront", name("\xef\xbb\xbfn")},
         {"OneMebibyte", name(std::string(1 << 20, 'n'))},
         {"ManyLevels", {repeated("m/", 100'000) + "n", repeated("m/", 1'000) + "n"}},
-        // of what cannot be
+        // that cannot exist
         {"Dot", name(".")},
         {"DotDot", name("..")},
         {"DotLevel", name("./n")},
@@ -74,7 +75,7 @@ std::map<std::string, Name> const& names() {
         {"InnerDots", name("g/../g/x")},
         {"DotsAtTheEnd", name("g/..")},
         {"BelowAProperty", name("g/x/n")},
-        // of what is there
+        // of a property that exists
         {"ThereLeadingSlash", name("/g/x")},
         {"ThereDoubledSlash", name("g//x")},
         {"ThereTrailingSlash", name("g/x/")},
@@ -215,7 +216,7 @@ Slashes            | =0       | !missing   | !type       | !type       | told   
     return all;
 }
 
-/** A name as the tree has it: in Unicode, without empty levels. */
+/** A name as stored in the tree: in Unicode, without empty levels. */
 std::string inTree(std::string const& given) {
     QString const text = QString::fromStdString('/' + given);
     std::string result;
@@ -275,7 +276,7 @@ TEST_P(BadName, HasTheOutcomeOfTheContract) {
                 std::string const& given = one.derived ? name.derived : name.given;
                 std::string const outcome = Subject(one.derived).outcome(one.operation, {given, SCOPE_USER});
                 if (outcome != spelled(one.outcome, given))
-                    FAIL() << "promised: " << badinput::readable(spelled(one.outcome, given)) << '\n'
+                    FAIL() << "expected: " << badinput::readable(spelled(one.outcome, given)) << '\n'
                            << "     got: " << badinput::readable(outcome);
             },
             support::Leave::atOnce));

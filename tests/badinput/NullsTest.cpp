@@ -15,7 +15,7 @@
 #include "badinput/Table.h"
 #include "support/TemporaryDirectory.h"
 
-// Null pointers, and handles that are not the file system's own.
+// Null pointers, and handles of another file system.
 
 namespace {
 
@@ -48,16 +48,16 @@ TEST_P(NullListener, IsRefusedByAddCallback) {
     EXPECT_EQ("threw <Null callback.>",
               outcome([](auto& settings) { settings.addCallback("g/x", nullptr); }));
     EXPECT_EQ("threw <Null callback.>", outcome([](auto& settings) { settings.addCallback("", nullptr); }));
-    // Nothing is left behind that a change would call.
+    // No entry was added that a change would call.
     EXPECT_EQ("-", outcome([](auto& settings) { settings.markAsChanged(nullptr, "g/x"); }));
 }
 
-TEST_P(NullListener, IsRemovedWithoutAWord) {
+TEST_P(NullListener, IsIgnoredByRemoveCallback) {
     EXPECT_EQ("-", outcome([](auto& settings) { settings.removeCallback("g/x", nullptr); }));
     EXPECT_EQ("-", outcome([](auto& settings) { settings.removeCallback(nullptr); }));
 }
 
-TEST_P(NullListener, TakesNoOtherWithIt) {
+TEST_P(NullListener, RemovesNoOtherListener) {
     notification::Listener listener;
     subject.settings().addCallback("g/x", &listener);
     subject.settings().removeCallback("g/x", nullptr);
@@ -67,11 +67,11 @@ TEST_P(NullListener, TakesNoOtherWithIt) {
     EXPECT_EQ(1U, listener.told.size());
 }
 
-TEST_P(NullListener, IsNotWhatANullSenderMeans) {
+TEST_P(NullListener, IsUnrelatedToANullSender) {
     EXPECT_EQ("-", outcome([](auto& settings) { settings.notify(nullptr); }));
 }
 
-TEST_P(NullListener, NeitherIsANullElementType) {
+TEST_P(NullListener, IsUnrelatedToANullElementType) {
     subject.settings()._writeIntegers(nullptr, "list", {1}, badinput::SCOPE_USER);
     EXPECT_EQ(utils::properties::TYPE_LIST, subject.settings().readPropertyType("list", nullptr));
     EXPECT_EQ(utils::properties::TYPE_INTEGER, subject.settings().readPropertyType("g/x", nullptr));
@@ -177,7 +177,7 @@ TEST_P(BadHandle, HasTheOutcomeOfTheContract) {
     Files files(forms.at(GetParam().form));
     FileHandle* const handle = cell.row == "Null" ? nullptr : files.foreign;
     EXPECT_EQ(cell.outcome, operations().at(cell.column)(*files.own, handle));
-    // The other's handle is where it was, and both files are as they were.
+    // The other file system's handle has not moved, and both files are unchanged.
     EXPECT_EQ(0, files.other->tell(files.foreign));
     EXPECT_EQ("content", contentOf(*files.own));
     EXPECT_EQ("content", contentOf(*files.other));

@@ -9,8 +9,8 @@
 #include "support/Failure.h"
 #include "support/RegisterProbe.h"
 
-// What `_pathToName` makes of paths: a path in the temporary scope loses two characters more, and one too
-// short for that is refused by the string itself.
+// The names that `_pathToName` returns for paths. A path in the temporary scope loses two more characters; if it is
+// too short for that, `std::string` throws.
 //
 //     =text      the name
 //     !scope     utils::Exception "Bad scope value."
@@ -71,7 +71,7 @@ std::string spelled(std::string text) {
 
 class BadPath : public testing::TestWithParam<Cell> {};
 INSTANTIATE_TEST_SUITE_P(Register, BadPath, testing::ValuesIn(contract()), [](auto const& one) {
-    return std::to_string(one.index); // a path has no letters that a name could be made of
+    return std::to_string(one.index); // a path has no letters for a test's name
 });
 
 TEST_P(BadPath, HasTheOutcomeOfTheContract) {
@@ -88,7 +88,7 @@ TEST_P(BadPath, HasTheOutcomeOfTheContract) {
     EXPECT_EQ(badinput::readable(spelled(GetParam().outcome)), badinput::readable(result)) << GetParam().row;
 }
 
-TEST(LongPaths, HaveNamesAsAnyOther) {
+TEST(LongPaths, HaveNamesLikeAnyOther) {
     support::RegisterProbe const settings;
     std::string const name(1 << 20, 'n');
     EXPECT_TRUE(settings._pathToName("/user/" + name) == name);

@@ -36,7 +36,7 @@ struct Arguments {
 struct Operation {
     std::string name;
     std::function<std::string(_Register&, Arguments const&)> call;
-    std::string written; ///< the record that it leaves in a property
+    std::string written; ///< the record that it writes
 };
 
 inline std::string openedAndClosed(_Register& settings, Arguments const& arguments,
@@ -48,7 +48,7 @@ inline std::string openedAndClosed(_Register& settings, Arguments const& argumen
     return "handle";
 }
 
-/** Tells a listener registered under exactly the name of a change of it. */
+/** Announces a change of the name to a listener that is registered under exactly that name. */
 inline std::string announced(_Register& settings, std::string const& name, bool removedBefore) {
     notification::Listener listener;
     settings.addCallback(name, &listener);
@@ -69,7 +69,7 @@ Operation writer() {
             kinds::recordOf<Kind>(Kind::one())};
 }
 
-/** Reads into a variable that holds a value, which a failure leaves there. */
+/** Reads into a variable that already has a value, which a failed read must not change. */
 template <class Kind>
 Operation reader() {
     return {std::string("read") + Kind::name,
@@ -87,7 +87,7 @@ Operation reader() {
             ""};
 }
 
-/** Every operation that takes a name, in columns as the tables call them. */
+/** Every operation that takes a name, by its column in the tables. */
 inline std::map<std::string, std::vector<Operation>> const& columns() {
     using filesystem::FileSystem;
     using Arg = Arguments const&;
@@ -152,7 +152,7 @@ inline std::vector<Case> everyCase(std::vector<Cell> const& contract) {
     return result;
 }
 
-/** A register of one of the two forms, that starts each case with the same few properties. */
+/** A register of one of the two forms, with the same few properties at the start of each case. */
 class Subject {
 public:
     explicit Subject(bool derived) : _derived(derived ? new support::RegisterProbe : nullptr) {
@@ -161,7 +161,7 @@ public:
 
     [[nodiscard]] _Register& settings() const { return _derived ? *_derived : *_Register::getInstance(); }
 
-    /** What an operation returned or threw, and all that it has changed, as the table of names tells it. */
+    /** What an operation returned or threw, and everything it changed, in the notation of the table of names. */
     std::string outcome(Operation const& operation, Arguments const& arguments) {
         notification::Listener listener;
         bool const tells = operation.name.rfind("write", 0) == 0;

@@ -9,13 +9,13 @@
 #include "badinput/Registers.h"
 #include "support/ChildProcess.h"
 
-// Scopes that are none, with the name of a property that is there in the user scope, and with one whose group
-// is nowhere. The notation is that of the table of names; besides
+// Invalid scopes, with the name of a property that exists in the user scope, and with a name whose group does not
+// exist. The notation is described in NamesTest.cpp; in addition
 //
 //     !scope       utils::Exception "Bad scope value."
 //     !group       utils::Exception "Group m does not exist !"
 //
-// Operations that take no scope are not here.
+// Operations without a scope are left out.
 
 namespace {
 

@@ -11,8 +11,8 @@
 #include <filesystem/DirEntry.h>
 
 /**
- * Contracts as tables: a row for each kind of argument, a column for each operation, and in each cell the
- * exact outcome, in a notation of its own that the table's test spells out before it compares.
+ * Contracts as tables: a row for each kind of argument, a column for each operation, and the exact outcome in each
+ * cell, in a short notation that the test expands before it compares.
  */
 namespace badinput {
 
@@ -33,7 +33,7 @@ inline std::vector<std::string> fields(std::string const& line) {
     return result;
 }
 
-/** The cells of a table: columns apart by "|", the first line names the columns. */
+/** The cells of a table: "|" separates the columns, the first line names them. */
 inline std::vector<Cell> cells(std::string const& table) {
     std::vector<Cell> result;
     std::vector<std::string> columns;
@@ -47,7 +47,7 @@ inline std::vector<Cell> cells(std::string const& table) {
             continue;
         }
         if (row.size() != columns.size())
-            throw std::logic_error("a row of another length: " + line);
+            throw std::logic_error("wrong number of cells: " + line);
         for (std::size_t i = 1; i < row.size(); ++i)
             result.push_back({row[0], columns[i], row[i]});
     }
@@ -77,7 +77,7 @@ inline std::string listed(std::set<filesystem::DirEntry> const& entries) {
     return result;
 }
 
-/** A text for people: what is not printable as "\x01", and long runs of one or two characters counted. */
+/** A text for people: unprintable bytes as "\x01", and long runs of one or two characters abbreviated. */
 inline std::string readable(std::string const& text) {
     std::string result;
     for (std::size_t i = 0; i < text.size();) {

@@ -46,7 +46,7 @@ bool FailingAllocation::hasFailed() {
 
 #ifndef UNDER_A_SANITIZER
 
-// The C functions, which C++'s own call: so what Qt and the C library ask for fails, too.
+// The operators of C++ call the C functions, so replacing these makes the allocations of Qt and the C library fail too.
 extern "C" {
 
 void* malloc(std::size_t size) noexcept {
@@ -88,7 +88,7 @@ int posix_memalign(void** memory, std::size_t alignment, std::size_t size) noexc
 
 #else
 
-// A sanitizer has C functions of its own, which it must not lose. Only what is asked for in C++ fails then.
+// A sanitizer needs its own C functions, so only allocations by C++ code fail.
 
 namespace {
 

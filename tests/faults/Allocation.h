@@ -3,12 +3,12 @@
 
 namespace faults {
 
-/** Which allocations fail once the chosen one has: none, or all that follow. */
+/** Which allocations fail after the chosen one: none, or all. */
 enum class Afterwards { memoryIsThere, nothingIsLeft };
 
 /**
- * While one lives, the `nth` allocation from its making on fails, whichever library asks. One lives at a
- * time, and only one thread runs meanwhile.
+ * While an object exists, the `nth` allocation since its construction fails, in any library. Only one may exist
+ * at a time, in a process with a single thread.
  */
 class FailingAllocation {
 public:

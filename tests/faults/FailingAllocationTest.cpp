@@ -19,9 +19,8 @@
 #include "support/TemporaryDirectory.h"
 #include "values/Kinds.h"
 
-// Every allocation of every operation fails once, in a process of its own. The exception comes out, unless
-// the operation can do without the memory; everything is as before or as after; the lock is free; the next
-// call works.
+// Every allocation of every operation fails once, each in its own process. The operation throws, unless it can do
+// without the memory; the state is that before or after the operation; the lock is free; the next call works.
 
 namespace {
 
@@ -33,26 +32,26 @@ using utils::properties::SCOPE_GLOBAL;
 using utils::properties::SCOPE_TEMPORARY;
 using utils::properties::SCOPE_USER;
 
-/** What a child ends with when the operation asked for less memory than that. */
+/** A child's exit status if the operation made fewer allocations. */
 constexpr int nothingFailed = 42;
 
-// Too long for what stands without memory of its own, whoever looks at them.
-std::string const outer = "a group whose name is longer than what stands in a node";
-std::string const inner = outer + "/another group whose name is longer than what stands in a node";
-std::string const inGroups = inner + "/a property whose name is longer than what stands in a node";
-std::string const onTop = "a property on top whose name is longer than what stands in a node";
-std::string const there = outer + "/a property that is there, whose name is longer than that, too";
+// Too long to be stored without allocating memory, in a node or in a `std::string`.
+std::string const outer = "a group whose name is longer than fits in a node";
+std::string const inner = outer + "/another group whose name is longer than fits in a node";
+std::string const inGroups = inner + "/a property whose name is longer than fits in a node";
+std::string const onTop = "a property on top whose name is longer than fits in a node";
+std::string const there = outer + "/an existing property whose name is longer than fits in a node";
 
-/** A derived register, that goes the long way through the file system and needs no memory of its own. */
+/** A derived register, which does not use the fast paths and needs no memory of its own. */
 class Derived : public _Register {
 public:
     Derived() = default;
 };
 
-/** Where an operation stands that other operations have prepared. */
+/** The surroundings of an operation, prepared by other operations. */
 struct World {
     _Register& settings;
-    std::string directory; ///< on disk, of the register file; empty
+    std::string directory; ///< of the register file; empty
     notification::Listener listener;
 
     World(_Register& register_, std::string where) : settings(register_), directory(std::move(where)) {}
@@ -65,12 +64,12 @@ std::ostream& operator<<(std::ostream& stream, Form form) {
 }
 
 /**
- * Where an operation takes steps that stay when a later one fails: writing field by field, and making group
- * by group. What it has begun may stand there then; everything else is as before.
+ * Where an operation takes steps that remain if a later one fails: writing field by field, and creating group
+ * by group. Its unfinished result may remain; everything else is unchanged.
  */
 enum class InSteps { nowhere, whenDerived };
 
-/** An operation, with what precedes it and what must be true once it has been called with success. */
+/** An operation, its preparation, and the check to be made after it has succeeded. */
 struct Operation {
     std::string name;
     std::function<void(World&)> prepare;
@@ -78,10 +77,10 @@ struct Operation {
     std::function<void(World&)> check;
     bool needsMemory; ///< in every form and build
     InSteps inSteps = InSteps::nowhere;
-    std::string own = {}; ///< the outermost name in the user scope that the steps are about
+    std::string own = {}; ///< the outermost name in the user scope that the steps change
 };
 
-/** A value that, if it can, takes more memory than it may have of its own. */
+/** A value that allocates memory, if its kind can. */
 template <class Kind>
 typename Kind::Value makeLarge() {
     if constexpr (std::is_same_v<Kind, kinds::String>)
@@ -131,7 +130,7 @@ Operation reading() {
             isLarge};
 }
 
-/** The list is as before, or a beginning of what was to be read. */
+/** The list is unchanged, or contains the first elements of the list to be read. */
 Operation readingIntoAUsedList() {
     Operation operation = reading<kinds::Strings>();
     operation.name = "ReadStringsIntoAUsedList";
@@ -156,7 +155,7 @@ void addThere(World& world) {
 
 void nothing(World& /*world*/) {}
 
-/** Takes the failure that an operation is meant to end with. */
+/** Catches the exception that an operation is expected to throw. */
 template <class Call>
 void refused(Call&& call) {
     try {
@@ -168,7 +167,7 @@ void refused(Call&& call) {
     } catch (utils::properties::PropertyBadType const&) {
         return;
     }
-    ADD_FAILURE() << "not refused";
+    ADD_FAILURE() << "no exception";
 }
 
 /** Saves and loads with the world's directory in place. */
@@ -338,14 +337,14 @@ std::vector<Operation> operations() {
          true});
     list.push_back({"Load",
                     [](World& world) {
-                        // By another register, so that this one has never had room for as many.
+                        // By another register, so that this one has never allocated space for as many.
                         saveRegisterFile(world.directory, [](_Register& other) {
                             other._writeInteger(nullptr, inGroups, 1, SCOPE_USER);
                             for (int i = 0; i < 100; ++i)
                                 other._writeInteger(nullptr, std::to_string(i), i, SCOPE_USER);
                         });
                         world.settings._writeInteger(nullptr, onTop, 1, SCOPE_USER);
-                        OnDisk const onDisk(world); // once, so that the path is not what needs memory
+                        OnDisk const onDisk(world); // once before, so that the path needs no memory
                     },
                     [](World& world) {
                         OnDisk const onDisk(world);
@@ -364,7 +363,7 @@ std::vector<Operation> const& allOperations() {
     return list;
 }
 
-/** The whole tree, as bytes. */
+/** The whole tree, serialised. */
 std::string image(filesystem::RAMFileSystem const& files) {
     filesystem::RAMFileSystem disk;
     filesystem::FileHandle* handle = nullptr;
@@ -389,7 +388,7 @@ std::string without(std::string const& name, std::string const& bytes) {
     return image(files);
 }
 
-/** The register file in a directory in which nothing else may be; empty when it is missing. */
+/** The register file in a directory that may contain nothing else; empty if it is missing. */
 std::string fileIn(std::string const& directory) {
     for (auto const& entry : std::filesystem::directory_iterator(directory))
         EXPECT_EQ(registerFileName, entry.path().filename());
@@ -398,8 +397,8 @@ std::string fileIn(std::string const& directory) {
 }
 
 /**
- * How a call ends that is short of memory: "done", "bad_alloc", "no room for a file" when the register has said so, or
- * what it must not throw.
+ * The result of a call that is short of memory: "done", "bad_alloc", "no room for a file" if the register reports
+ * that, or the message of any other exception, which it must not throw.
  */
 template <class Call>
 std::string outcome(Call&& call) {
@@ -423,11 +422,11 @@ std::string nameOf(testing::TestParamInfo<Parameters> const& info) {
     return allOperations()[std::get<0>(info.param)].name + testing::PrintToString(std::get<1>(info.param));
 }
 
-/** Lets one allocation of an attempt after another fail, each in a process of its own. Result: how many. */
+/** Fails the allocations of an attempt one after another, each in its own process. Result: how many. */
 template <class Attempt>
 long failOneAfterAnother(Afterwards afterwards, Attempt const& attempt) {
     for (long nth = 1;; ++nth) {
-        support::TemporaryDirectory const directory; // here, since the child may end at any place
+        support::TemporaryDirectory const directory; // not in the child, which may end anywhere
         int const status = support::inChild([&] { attempt(directory.string(), nth, afterwards); });
         if (status == nothingFailed)
             return nth - 1;
@@ -437,7 +436,7 @@ long failOneAfterAnother(Afterwards afterwards, Attempt const& attempt) {
     }
 }
 
-/** A call whose `nth` allocation fails; ends the process when it has fewer. Result: how the call ended. */
+/** Makes a call whose `nth` allocation fails; ends the process if it has fewer. Result: how the call ended. */
 template <class Call>
 std::string shortOfMemory(long nth, Afterwards afterwards, Call const& call) {
     std::string ended;
@@ -492,7 +491,7 @@ protected:
 TEST_P(FailingAllocations, LeaveEverythingAsBeforeOrAsAfter) {
     for (Afterwards const afterwards : both) {
         long const failed = failOneAfterAnother(afterwards, attempt);
-        EXPECT_TRUE(failed > 0 || !operation().needsMemory) << "nothing was tried";
+        EXPECT_TRUE(failed > 0 || !operation().needsMemory) << "no allocation has failed";
         RecordProperty(afterwards == Afterwards::nothingIsLeft ? "fromOneOn" : "one",
                        static_cast<int>(failed));
     }
@@ -503,7 +502,7 @@ INSTANTIATE_TEST_SUITE_P(Each, FailingAllocations,
                                           testing::Values(Form::Plain, Form::Derived)),
                          nameOf);
 
-/** Register files in a global and a user directory, and what a process does with them first and last. */
+/** Register files in a global and a user directory, and how a process starts and ends with them. */
 class FailingStart : public testing::Test {
 protected:
     FailingStart() {
@@ -521,7 +520,7 @@ protected:
         RegisterProbe::_UserRegisterPath = _user.string();
     }
 
-    /** Fails a start, looks around, and starts again. */
+    /** Fails a start, checks the state, and starts again. */
     void attempt(long nth, Afterwards afterwards, std::function<void()> const& start) const {
         shortOfMemory(nth, afterwards, start);
         expectFilesUntouched();
@@ -546,7 +545,7 @@ protected:
             EXPECT_LT(10, failed);
             RecordProperty(afterwards == Afterwards::nothingIsLeft ? "fromOneOn" : "one",
                            static_cast<int>(failed));
-            expectFilesUntouched(); // after the last save, too
+            expectFilesUntouched(); // even after the last save
         }
     }
 

@@ -11,7 +11,7 @@
 
 namespace {
 
-/** Makes a file system while the `nth` allocation fails. Result: whether there were so many. */
+/** Creates a file system while the `nth` allocation fails. Result: whether it made that many. */
 bool failsToMakeOne(long nth) {
     faults::FailingAllocation const failing(nth, faults::Afterwards::memoryIsThere);
     try {

@@ -18,8 +18,8 @@
 #include "support/ChildProcess.h"
 #include "support/RegisterProbe.h"
 
-// Every allocation of an operation that changes several settings fails once, in a process of its own: all is as before
-// or as after.
+// Every allocation of an operation that changes several settings fails once, each in its own process: the operation
+// makes all its changes or none.
 
 namespace {
 
@@ -30,9 +30,9 @@ using namespace velmorand;
 
 constexpr int nothingFailed = 42;
 
-// Too long for what stands without memory of its own.
-std::string const outer = "a group whose name is longer than what stands in a node";
-std::string const property = "a property whose name is longer than what stands in a node";
+// Too long to be stored without allocating memory.
+std::string const outer = "a group whose name is longer than fits in a node";
+std::string const property = "a property whose name is longer than fits in a node";
 std::string const longText(200, 'v');
 
 std::map<std::string, std::string> usersSettings() {
@@ -60,7 +60,7 @@ Changes changesOfAllSorts() {
     return changes;
 }
 
-/** An operation, made ready to be called. */
+/** Prepares an operation. Result: the operation itself. */
 using Operation = std::function<std::function<void()>()>;
 
 /** Ends the process if the operation has no `nth` allocation. */
@@ -122,11 +122,11 @@ TEST(FailingChanges, OfAnnouncedNamesAreAllMadeOrNone) {
     });
 }
 
-TEST(FailingRemove, TakesAllOrNothing) {
+TEST(FailingRemove, RemovesAllOrNothing) {
     expectAllOrNothing([] { return [] { Group(outer).remove(); }; });
 }
 
-TEST(FailingRemove, OfAllSettingsTakesAllOrNothing) {
+TEST(FailingRemove, OfAllSettingsRemovesAllOrNothing) {
     expectAllOrNothing([] { return [] { Group().remove(); }; });
 }
 

@@ -16,7 +16,7 @@ namespace support {
 inline constexpr char const* accessListName = "system.posix_acl_access";
 inline constexpr char const* defaultListName = "system.posix_acl_default";
 
-/** An extended attribute of the file at `path`; none when it has no such attribute. */
+/** An extended attribute of the file at `path`, if it has this attribute. */
 inline std::optional<std::string> attribute(std::string const& path, std::string const& name) {
     std::string value(1 << 16, '\0');
     auto const size = ::lgetxattr(path.c_str(), name.c_str(), value.data(), value.size());
@@ -26,15 +26,15 @@ inline std::optional<std::string> attribute(std::string const& path, std::string
     return value;
 }
 
-/** Sets an extended attribute. False when the file system does not have such attributes or has no room. */
+/** Sets an extended attribute. False if the file system does not support such attributes or is full. */
 inline bool setAttribute(std::string const& path, std::string const& name, std::string const& value) {
     return ::lsetxattr(path.c_str(), name.c_str(), value.data(), value.size(), 0) == 0;
 }
 
-/** A POSIX access control list, as Linux has it in an extended attribute. */
+/** A POSIX access control list, as Linux stores it in an extended attribute. */
 class AccessList {
 public:
-    /** What the owner, the group, whom the list does not name and, at most, whom it names may do. */
+    /** The rights of the owner, the group and all others, and the mask, which limits the rights of named users. */
     AccessList(unsigned owner, unsigned group, unsigned others, unsigned mask)
         : _owner(owner), _group(group), _others(others), _mask(mask) {}
 
@@ -69,7 +69,7 @@ private:
     std::string _users;
 };
 
-/** The owner and the user 1234 may read and write, nobody else may do anything. The mode says 0660. */
+/** Only the owner and the user 1234 may read and write. The mode is 0660. */
 inline std::string listForOneUser() {
     return AccessList(6, 0, 0, 6).withUser(1234, 6).bytes();
 }
@@ -83,7 +83,7 @@ inline bool hasAccessLists(std::string const& directory) {
     return has;
 }
 
-/** A directory for tests of access control lists, where the file system has them if any at hand does. */
+/** A directory for tests of access control lists, on a file system that supports them if there is one. */
 inline std::filesystem::path parentWithAccessLists() {
     std::filesystem::path usual = std::filesystem::temp_directory_path();
     for (std::filesystem::path const& parent :

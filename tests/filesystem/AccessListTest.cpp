@@ -5,19 +5,19 @@ namespace {
 
 using namespace support;
 
-/** Files of which `directory` says who may do what. */
+/** Files in a directory that supports access control lists. */
 class OnDiskWithAccessLists : public ::testing::Test {
 protected:
     ~OnDiskWithAccessLists() noexcept override = default;
 
     void SetUp() override {
         if (!hasAccessLists(directory.string()))
-            GTEST_SKIP() << "no file system at hand has access control lists";
+            GTEST_SKIP() << "no file system here supports access control lists";
     }
 
     [[nodiscard]] std::string at(std::string const& name) const { return (directory / name).string(); }
 
-    /** Has new files in the directory inherit a list. */
+    /** Makes new files in the directory inherit a list. */
     void setDefaultList(std::string const& list) {
         ASSERT_TRUE(setAttribute(directory.string(), defaultListName, list));
     }
@@ -38,7 +38,7 @@ TEST_F(ReplaceWithAccessList, KeepsIt) {
     EXPECT_EQ(0660U, permissions(at("f")));
 }
 
-TEST_F(ReplaceWithAccessList, KeepsItWhereNewFilesInheritAnother) {
+TEST_F(ReplaceWithAccessList, KeepsItEvenIfNewFilesInheritAnother) {
     putFile(at("f"), "old");
     ASSERT_TRUE(setAttribute(at("f"), accessListName, listForOneUser()));
     setDefaultList(AccessList(7, 7, 7, 7).withUser(4321, 7).bytes());
@@ -47,7 +47,7 @@ TEST_F(ReplaceWithAccessList, KeepsItWhereNewFilesInheritAnother) {
     EXPECT_EQ(0660U, permissions(at("f")));
 }
 
-TEST_F(ReplaceWithAccessList, AddsNoneThatNewFilesInherit) {
+TEST_F(ReplaceWithAccessList, DoesNotAddOneThatNewFilesInherit) {
     putFile(at("f"), "old");
     ASSERT_EQ(0, ::chmod(at("f").c_str(), 0660));
     setDefaultList(AccessList(7, 7, 7, 7).withUser(4321, 7).bytes());
@@ -66,7 +66,7 @@ TEST_F(ReplaceWithAccessList, HidesTheNewContentFromTheStart) {
         EXPECT_EQ(0600U, permissions(at(name))) << name; // the group's bits limit what the list grants
 }
 
-TEST_F(ReplaceWithAccessList, LeavesANewFileTheInheritedOne) {
+TEST_F(ReplaceWithAccessList, KeepsTheInheritedOneOfANewFile) {
     setDefaultList(AccessList(6, 4, 0, 6).withUser(4321, 6).bytes());
     putFile(at("by the system"), "");
     EXPECT_TRUE(writeFile(files, "f", "new"));
@@ -75,11 +75,11 @@ TEST_F(ReplaceWithAccessList, LeavesANewFileTheInheritedOne) {
     EXPECT_EQ(permissions(at("by the system")), permissions(at("f")));
 }
 
-TEST_F(ReplaceWithAccessList, GrantsNobodyWhatWasForAnotherGroup) {
+TEST_F(ReplaceWithAccessList, DoesNotGrantAGroupTheRightsOfAnother) {
     if (::geteuid() != 0)
-        GTEST_SKIP() << "only root can make a file of another group";
+        GTEST_SKIP() << "only root can give a file to another group";
     putFile(at("f"), "old");
-    ASSERT_EQ(0, ::chown(at("f").c_str(), 65534, 1234)); // the user is theirs, the group is not
+    ASSERT_EQ(0, ::chown(at("f").c_str(), 65534, 1234)); // the user's, but of a group that the user is not in
     // Others may read, but not the user 4321.
     ASSERT_TRUE(setAttribute(at("f"), accessListName, AccessList(6, 4, 4, 4).withUser(4321, 0).bytes()));
     ASSERT_EQ(0, asOrdinaryUser(directory, [this] { EXPECT_TRUE(writeFile(files, "f", "new")); }));
@@ -104,7 +104,7 @@ TEST_F(ReplaceWithAttributes, KeepsThem) {
 
 TEST_F(ReplaceWithAttributes, KeepsALargeOne) {
     putFile(at("f"), "old");
-    std::string value = someBytes(1 << 16); // the most that Linux takes, though not in each file system
+    std::string value = someBytes(1 << 16); // the limit of Linux; some file systems allow less
     if (!setAttribute(at("f"), "user.large", value)) {
         value.resize(3'000);
         ASSERT_TRUE(setAttribute(at("f"), "user.large", value));
@@ -113,7 +113,7 @@ TEST_F(ReplaceWithAttributes, KeepsALargeOne) {
     EXPECT_EQ(value, attribute(at("f"), "user.large"));
 }
 
-TEST_F(ReplaceWithAttributes, KeepsThoseOfAFileThatMayNotBeRead) {
+TEST_F(ReplaceWithAttributes, KeepsThoseOfAnUnreadableFile) {
     ASSERT_EQ(0, asOrdinaryUser(directory, [this] {
                   putFile(at("f"), "old");
                   EXPECT_TRUE(setAttribute(at("f"), accessListName,
@@ -135,9 +135,9 @@ TEST_F(ReplaceWithAttributes, KeepsThoseThatOnlyRootMaySet) {
     EXPECT_EQ("kept", attribute(at("f"), "trusted.test"));
 }
 
-TEST_F(ReplaceWithAttributes, LeavesOutThoseThatMayNotBeSet) {
+TEST_F(ReplaceWithAttributes, LeavesOutThoseThatItMayNotSet) {
     if (::geteuid() != 0)
-        GTEST_SKIP() << "only root can set them first";
+        GTEST_SKIP() << "only root can set them";
     putFile(at("f"), "old");
     ASSERT_EQ(0, ::chown(at("f").c_str(), 65534, 65534));
     ASSERT_EQ(0, ::chmod(at("f").c_str(), 0640));
@@ -150,12 +150,12 @@ TEST_F(ReplaceWithAttributes, LeavesOutThoseThatMayNotBeSet) {
     EXPECT_EQ(0640U, permissions(at("f")));
 }
 
-TEST_F(ReplaceWithAttributes, LeavesOutWhatTheSystemComputesFromTheContent) {
+TEST_F(ReplaceWithAttributes, LeavesOutThoseThatTheSystemComputesFromTheContent) {
     if (::geteuid() != 0)
         GTEST_SKIP() << "only root can set such an attribute";
     putFile(at("f"), "old");
     if (!setAttribute(at("f"), "security.ima", std::string("\x01") + std::string(20, 'h')))
-        GTEST_SKIP() << "the system does not let them be set";
+        GTEST_SKIP() << "the system does not allow setting them";
     EXPECT_TRUE(writeFile(files, "f", "new"));
     EXPECT_EQ(std::nullopt, attribute(at("f"), "security.ima"));
 }

@@ -60,7 +60,7 @@ TEST_F(ChangeCounter, CountsAFileThatIsRewrittenDirectly) {
     EXPECT_TRUE(hasCounted());
 }
 
-TEST_F(ChangeCounter, CountsWhatIsMade) {
+TEST_F(ChangeCounter, CountsCreatedFilesAndDirectories) {
     memory.mkdir(QStringLiteral("/user/b"));
     EXPECT_TRUE(hasCounted());
     FileHandle* made = nullptr;
@@ -70,14 +70,14 @@ TEST_F(ChangeCounter, CountsWhatIsMade) {
     EXPECT_TRUE(hasCounted());
 }
 
-TEST_F(ChangeCounter, CountsWhatIsRemoved) {
+TEST_F(ChangeCounter, CountsRemovedFilesAndDirectories) {
     memory.remove(QStringLiteral("/user/a/x"));
     EXPECT_TRUE(hasCounted());
     memory.remove(QStringLiteral("/user"));
     EXPECT_TRUE(hasCounted());
 }
 
-TEST_F(ChangeCounter, CountsATreeThatIsRead) {
+TEST_F(ChangeCounter, CountsALoadedTree) {
     FileHandle* image = nullptr;
     memory.open(QStringLiteral("/image"), &image, RAMFileSystem::MODE_WRITE);
     ASSERT_TRUE(memory.serialize(QStringLiteral("/user"), *image));

@@ -45,7 +45,7 @@ protected:
 
 } // namespace
 
-TEST_F(Changes, AreNoneAtFirst) {
+TEST_F(Changes, AreEmptyAtFirst) {
     EXPECT_THAT(log->take(), IsEmpty());
     EXPECT_EQ(0, wakes);
 }
@@ -56,7 +56,7 @@ TEST_F(Changes, NameAFileThatIsWritten) {
     EXPECT_THAT(log->take(), IsEmpty());
 }
 
-TEST_F(Changes, NameAFileWrittenOverAndOverOnce) {
+TEST_F(Changes, NameARepeatedlyWrittenFileOnce) {
     write("/user/b", "1");
     for (int i = 0; i < 10'000; ++i)
         write(i % 2 == 0 ? "/user/a/x" : "/user/b", "2");
@@ -76,35 +76,35 @@ TEST_F(Changes, NameAFileThatIsEmptied) {
     EXPECT_THAT(log->take(), ElementsAre("a/x"));
 }
 
-TEST_F(Changes, NameANewDirectoryOnceForAllThatIsInIt) {
+TEST_F(Changes, NameANewDirectoryOnceWithItsContents) {
     memory.mkdir(QStringLiteral("/user/b"));
     write("/user/b/x", "1");
     EXPECT_THAT(log->take(), ElementsAre("b"));
 }
 
-TEST_F(Changes, NameWhatIsRemoved) {
+TEST_F(Changes, NameRemovedPaths) {
     memory.remove(QStringLiteral("/user/a/x"));
     EXPECT_THAT(log->take(), ElementsAre("a/x"));
     memory.remove(QStringLiteral("/user/a"));
     EXPECT_THAT(log->take(), ElementsAre("a"));
 }
 
-TEST_F(Changes, NameWhatIsRemovedAndMadeAgain) {
+TEST_F(Changes, NamePathsThatAreRemovedAndCreatedAgain) {
     memory.remove(QStringLiteral("/user/a/x"));
-    write("/user/y", "1"); // may take the place of the other in memory
+    write("/user/y", "1"); // may reuse the node
     write("/user/a/x", "1");
     EXPECT_THAT(log->take(), ElementsAre("a/x", "y"));
 }
 
-// The number of a node that has gone is given to the next one, which must not pass for the one recorded already.
-TEST_F(Changes, NameWhatComesInThePlaceOfWhatWasWrittenAndRemoved) {
+// The number of a removed node is reused for the next one, which must not be taken for the one already recorded.
+TEST_F(Changes, NameAFileThatReusesTheNodeOfAWrittenAndRemovedOne) {
     write("/user/a/x", "2");
     memory.remove(QStringLiteral("/user/a/x"));
     write("/user/y", "1");
     EXPECT_THAT(log->take(), ElementsAre("a/x", "y"));
 }
 
-TEST_F(Changes, NameWhatIsWrittenInThePlaceOfWhatWasRemovedElsewhere) {
+TEST_F(Changes, NameAFileThatReusesTheNodeOfAFileRemovedElsewhere) {
     write("/user/a/x", "2");
     memory.remove(QStringLiteral("/user/a/x"));
     write("/temp/y", "1");
@@ -114,7 +114,7 @@ TEST_F(Changes, NameWhatIsWrittenInThePlaceOfWhatWasRemovedElsewhere) {
     EXPECT_THAT(log->take(), ElementsAre("a/x", "y"));
 }
 
-TEST_F(Changes, NameWhatIsWrittenAgainAfterTheyWereTaken) {
+TEST_F(Changes, NameAFileThatIsWrittenAgainAfterTheyWereTaken) {
     for (int i = 0; i < 3; ++i) {
         write("/user/a/x", "2");
         EXPECT_THAT(log->take(), ElementsAre("a/x"));
@@ -125,7 +125,7 @@ namespace {
 
 constexpr int longNames = 17;
 
-/** The path of one of some files whose names are 1 MiB long: all of them are more than the log holds. */
+/** The path of a file whose name is 1 MiB long. A log cannot hold the names of all such files. */
 QString longPath(int number) {
     return QStringLiteral("/user/") + QString(1 << 20, QChar('a' + number));
 }
@@ -164,7 +164,7 @@ TEST_F(Changes, NameEverythingWhenTheDirectoryIsRemovedOrReplaced) {
     EXPECT_THAT(log->take(), ElementsAre(""));
 }
 
-TEST_F(Changes, NameATreeThatIsRead) {
+TEST_F(Changes, NameALoadedTree) {
     write("/temp/saved", "");
     FileHandle* handle = nullptr;
     memory.open(QStringLiteral("/temp/saved"), &handle, RAMFileSystem::MODE_WRITE);

@@ -11,7 +11,7 @@
 #include "DiskSupport.h"
 #include "support/Allocators.h"
 
-// What a program that has closed its standard streams finds under their numbers.
+// A program that has closed its standard streams must not find the library's files under their numbers.
 
 namespace {
 
@@ -30,7 +30,7 @@ void expectNoStandardStreams() {
         EXPECT_EQ(-1, ::readlink(("/proc/self/fd/" + std::to_string(stream)).c_str(), target, sizeof target));
 }
 
-/** Whether the number of a standard stream is that of a file whose path begins with `path`. */
+/** Whether a standard stream's number belongs to a file whose path begins with `path`. */
 bool isStandardStream(std::string const& path) {
     std::string target(path.size(), '\0');
     for (int const stream : standardStreams)
@@ -151,9 +151,9 @@ TEST_F(ClosedStandardStreams, KeepALogOutOfAModuleBeingLoaded) {
     });
 }
 
-TEST_F(ClosedStandardStreams, DoNotKeepAForkedChildFromSaving) {
+TEST_F(ClosedStandardStreams, DoNotPreventAForkedChildFromSaving) {
 #ifdef UNDER_A_SANITIZER
-    GTEST_SKIP() << "a child forked beside another thread may find the sanitizer's allocator locked";
+    GTEST_SKIP() << "the sanitizer's allocator may be locked in a child forked while another thread runs";
 #endif
     std::string const bytes = someBytes(1'000);
     inDaemon([&] {

@@ -8,7 +8,7 @@
 
 namespace {
 
-/** The table's left column has the right one as its directory parts. */
+/** The directory part of each path in the left column is in the right one. */
 void expectDirectories(std::map<std::string, std::string> const& table) {
     for (auto const& [path, directory] : table)
         EXPECT_EQ(directory, filesystem::dirName(QString::fromStdString(path)).toStdString()) << path;
@@ -22,15 +22,15 @@ TEST(DirName, IsEmptyWithoutASlash) {
     expectDirectories({{"", ""}, {"a", ""}, {"a.b", ""}, {"..", ""}});
 }
 
-TEST(DirName, IsEmptyForAFirstSlashAlone) {
+TEST(DirName, IsEmptyForALeadingSlashAlone) {
     expectDirectories({{"/", ""}, {"/a", ""}});
 }
 
-TEST(DirName, DropsASlashAtTheEndAlone) {
+TEST(DirName, DropsOnlyATrailingSlash) {
     expectDirectories({{"a/", "a"}, {"/user/", "/user"}, {"a/b/", "a/b"}});
 }
 
-TEST(DirName, NormalisesNothing) {
+TEST(DirName, DoesNotNormaliseThePath) {
     expectDirectories({{"a//b", "a/"}, {"//", "/"}, {"a/../b", "a/.."}, {"./a", "."}});
 }
 

@@ -16,7 +16,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 
-std::string const longText(200, 'x'); // which is not kept in the node
+std::string const longText(200, 'x'); // too long to be kept in the node
 
 class DirectChanges : public ::testing::Test {
 protected:
@@ -24,7 +24,7 @@ protected:
     // A file system's destructor may throw, which a test may not.
     ~DirectChanges() noexcept override = default;
 
-    /** Result: the path of the change that is refused; empty if they are made. */
+    /** Result: the path of the change that is refused; empty on success. */
     std::string apply(std::vector<Change> const& changes) {
         Change const* const refused = filesystem::direct::apply(files, "top", changes);
         return refused != nullptr ? std::string(refused->path) : std::string();
@@ -42,13 +42,13 @@ protected:
 
 } // namespace
 
-TEST_F(DirectChanges, MakeFilesAndTheirDirectories) {
+TEST_F(DirectChanges, CreateFilesAndTheirDirectories) {
     EXPECT_EQ("", apply({{"a/b/x", "1"}, {"a/y", longText}, {"z", ""}}));
     EXPECT_THAT(entries(), ElementsAre(Pair("a/", ""), Pair("a/b/", ""), Pair("a/b/x", "1"),
                                        Pair("a/y", longText), Pair("z", "")));
 }
 
-TEST_F(DirectChanges, MakeTheFirstDirectoryToo) {
+TEST_F(DirectChanges, CreateTheFirstDirectory) {
     EXPECT_TRUE(files.remove(text("/top")));
     EXPECT_EQ("", apply({{"x", "1"}}));
     EXPECT_THAT(entries(), ElementsAre(Pair("x", "1")));
@@ -64,7 +64,7 @@ TEST_F(DirectChanges, ReplaceContentsOfEverySize) {
         }
 }
 
-TEST_F(DirectChanges, LeaveHandlesOnWhatTheyReplaceSafe) {
+TEST_F(DirectChanges, KeepHandlesOnReplacedFilesSafe) {
     EXPECT_EQ("", apply({{"x", longText}}));
     FileHandle* handle = nullptr;
     ASSERT_TRUE(files.open(text("/top/x"), &handle, FileSystem::MODE_READ));
@@ -73,7 +73,7 @@ TEST_F(DirectChanges, LeaveHandlesOnWhatTheyReplaceSafe) {
     files.close(handle);
 }
 
-TEST_F(DirectChanges, RemoveWhatIsEmptyThen) {
+TEST_F(DirectChanges, RemoveDirectoriesThatBecomeEmpty) {
     EXPECT_EQ("", apply({{"a/b/c/x", "1"}, {"a/y", "2"}}));
     EXPECT_EQ("", apply({{"a/b/c/x", std::nullopt}}));
     EXPECT_THAT(entries(), ElementsAre(Pair("a/", ""), Pair("a/y", "2")));
@@ -82,18 +82,18 @@ TEST_F(DirectChanges, RemoveWhatIsEmptyThen) {
     EXPECT_TRUE(files.isDirectory(text("/top")));
 }
 
-TEST_F(DirectChanges, KeepADirectoryThatGetsAnotherFile) {
+TEST_F(DirectChanges, KeepADirectoryThatReceivesAnotherFile) {
     EXPECT_EQ("", apply({{"a/x", "1"}}));
     EXPECT_EQ("", apply({{"a/x", std::nullopt}, {"a/y", "2"}}));
     EXPECT_THAT(entries(), ElementsAre(Pair("a/", ""), Pair("a/y", "2")));
 }
 
-TEST_F(DirectChanges, RemoveNothingWhereNothingIs) {
+TEST_F(DirectChanges, IgnoreARemovalOfAMissingPath) {
     EXPECT_EQ("", apply({{"a/x", std::nullopt}}));
     EXPECT_THAT(entries(), IsEmpty());
 }
 
-TEST_F(DirectChanges, TakePathsThatAreNotCanonical) {
+TEST_F(DirectChanges, AcceptPathsThatAreNotCanonical) {
     EXPECT_EQ("", apply({{"/a//x/", "1"}}));
     EXPECT_EQ("", apply({{"a///x", "2"}}));
     EXPECT_THAT(entries(), ElementsAre(Pair("a/", ""), Pair("a/x", "2")));

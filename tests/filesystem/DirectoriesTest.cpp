@@ -10,7 +10,7 @@ using namespace support;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-/** Paths with a level that is not resolved, in a tree that holds "/a" and "/a/b". */
+/** Paths with a level that is not resolved, in a tree with "/a" and "/a/b". */
 char const* const unresolved[] = {".",       "..",     "/.",   "/..",      "/a/.",  "/a/..",
                                   "./a",     "../a",   "/./a", "/../a",    "a/./b", "/a/../a",
                                   "/a/b/..", "/a/b/.", "//..", "/a/..//a", "/a//./"};
@@ -42,7 +42,7 @@ TYPED_TEST(Exists, IsTrueForTheRoot) {
     EXPECT_TRUE(this->files.exists(QString()));
 }
 
-TYPED_TEST(Exists, IsFalseForWhatIsNotThere) {
+TYPED_TEST(Exists, IsFalseForMissingPaths) {
     this->fill();
     for (char const* const path : {"/x", "/a/x", "/x/f", "/A", "/ a", "/a ", "/f", "/b"})
         EXPECT_FALSE(this->files.exists(text(path))) << path;
@@ -54,7 +54,7 @@ TYPED_TEST(Exists, IsFalseBelowAFile) {
     EXPECT_FALSE(this->files.exists(text("/a/f/f")));
 }
 
-TYPED_TEST(Exists, PassesOverEmptyLevels) {
+TYPED_TEST(Exists, IgnoresEmptyLevels) {
     this->fill();
     for (char const* const path : {"a", "/a/", "//a", "/a//b", "a/b//", "///a///b///", "/a//f"})
         EXPECT_TRUE(this->files.exists(text(path))) << path;
@@ -74,7 +74,7 @@ template <class Form>
 using IsDirectory = Tree<Form>;
 TYPED_TEST_SUITE(IsDirectory, Forms, FormNames);
 
-TYPED_TEST(IsDirectory, IsTrueForDirectoriesAlone) {
+TYPED_TEST(IsDirectory, IsTrueOnlyForDirectories) {
     this->fill();
     EXPECT_TRUE(this->files.isDirectory(text("/a")));
     EXPECT_TRUE(this->files.isDirectory(text("/a/b/")));
@@ -94,7 +94,7 @@ template <class Form>
 using IsFile = Tree<Form>;
 TYPED_TEST_SUITE(IsFile, Forms, FormNames);
 
-TYPED_TEST(IsFile, IsTrueForFilesAlone) {
+TYPED_TEST(IsFile, IsTrueOnlyForFiles) {
     this->fill();
     EXPECT_TRUE(this->files.isFile(text("/g")));
     EXPECT_TRUE(this->files.isFile(text("/a//f")));
@@ -107,19 +107,19 @@ template <class Form>
 using MakeDirectory = Tree<Form>;
 TYPED_TEST_SUITE(MakeDirectory, Forms, FormNames);
 
-TYPED_TEST(MakeDirectory, MakesAnEmptyDirectory) {
+TYPED_TEST(MakeDirectory, CreatesAnEmptyDirectory) {
     EXPECT_TRUE(this->files.mkdir(text("/new")));
     EXPECT_TRUE(this->files.isDirectory(text("/new")));
     EXPECT_THAT(listing(this->files, "/new"), IsEmpty());
 }
 
-TYPED_TEST(MakeDirectory, PassesOverEmptyLevels) {
+TYPED_TEST(MakeDirectory, IgnoresEmptyLevels) {
     EXPECT_TRUE(this->files.mkdir(text("/user/")));
     EXPECT_TRUE(this->files.mkdir(text("//user//a")));
     EXPECT_TRUE(this->files.isDirectory(text("/user/a")));
 }
 
-TYPED_TEST(MakeDirectory, RefusesWhatIsThere) {
+TYPED_TEST(MakeDirectory, RefusesExistingPaths) {
     this->fill();
     for (char const* const path : {"/a", "/a/", "/a/b", "/g", "/a/f", "/", ""})
         EXPECT_FALSE(this->files.mkdir(text(path))) << path;
@@ -152,7 +152,7 @@ TYPED_TEST(MakeDirectory, RefusesAnUnpairedSurrogate) {
     EXPECT_THAT(listing(this->files, "/"), IsEmpty());
 }
 
-TYPED_TEST(MakeDirectory, TakesNamesThatOnlyLookLikeDots) {
+TYPED_TEST(MakeDirectory, AcceptsNamesThatOnlyResembleDots) {
     for (char const* const name : {"...", "..a", "a..", ".a", " "}) {
         EXPECT_TRUE(this->files.mkdir(text(name))) << name;
         EXPECT_TRUE(this->files.isDirectory(text(name))) << name;
@@ -163,20 +163,20 @@ template <class Form>
 using Remove = Tree<Form>;
 TYPED_TEST_SUITE(Remove, Forms, FormNames);
 
-TYPED_TEST(Remove, TakesAFile) {
+TYPED_TEST(Remove, RemovesAFile) {
     this->fill();
     EXPECT_TRUE(this->files.remove(text("/a/f")));
     EXPECT_FALSE(this->files.exists(text("/a/f")));
     EXPECT_THAT(listing(this->files, "/a"), ElementsAre("b"));
 }
 
-TYPED_TEST(Remove, TakesAnEmptyDirectory) {
+TYPED_TEST(Remove, RemovesAnEmptyDirectory) {
     this->fill();
     EXPECT_TRUE(this->files.remove(text("/a/b/")));
     EXPECT_FALSE(this->files.exists(text("/a/b")));
 }
 
-TYPED_TEST(Remove, TakesADirectoryWithAllThatIsInIt) {
+TYPED_TEST(Remove, RemovesADirectoryAndItsContents) {
     this->fill();
     ASSERT_TRUE(writeFile(this->files, "/a/b/deep", "x"));
     ASSERT_TRUE(this->files.mkdir(text("/a/c")));
@@ -188,7 +188,7 @@ TYPED_TEST(Remove, TakesADirectoryWithAllThatIsInIt) {
     EXPECT_THAT(listing(this->files, "/"), ElementsAre("g"));
 }
 
-TYPED_TEST(Remove, LeavesNamesThatBeginAlike) {
+TYPED_TEST(Remove, KeepsNamesWithTheSameBeginning) {
     ASSERT_TRUE(this->files.mkdir(text("/ab")));
     ASSERT_TRUE(this->files.mkdir(text("/a")));
     ASSERT_TRUE(writeFile(this->files, "/ab/f", "x"));
@@ -196,7 +196,7 @@ TYPED_TEST(Remove, LeavesNamesThatBeginAlike) {
     EXPECT_EQ("x", readFile(this->files, "/ab/f"));
 }
 
-TYPED_TEST(Remove, IsFalseForWhatIsNotThere) {
+TYPED_TEST(Remove, IsFalseForMissingPaths) {
     this->fill();
     EXPECT_FALSE(this->files.remove(text("/x")));
     EXPECT_FALSE(this->files.remove(text("/a/x")));
@@ -234,7 +234,7 @@ template <class Form>
 using GetFileList = Tree<Form>;
 TYPED_TEST_SUITE(GetFileList, Forms, FormNames);
 
-TYPED_TEST(GetFileList, HoldsFilesAndDirectoriesOfOneLevel) {
+TYPED_TEST(GetFileList, ListsFilesAndDirectoriesOfOneLevel) {
     this->fill();
     EXPECT_THAT(listing(this->files, "/"), ElementsAre("a", "g"));
     EXPECT_THAT(listing(this->files, "/a//"), ElementsAre("b", "f"));
@@ -246,7 +246,7 @@ TYPED_TEST(GetFileList, IsOrderedByName) {
     EXPECT_THAT(listing(this->files, "/"), ElementsAre("10", "9", "B", "a", "ab", "b", "é", "設"));
 }
 
-TYPED_TEST(GetFileList, IsEmptyForWhatIsNoDirectory) {
+TYPED_TEST(GetFileList, IsEmptyForFilesAndMissingPaths) {
     this->fill();
     EXPECT_THAT(listing(this->files, "/g"), IsEmpty());
     EXPECT_THAT(listing(this->files, "/x"), IsEmpty());
@@ -259,7 +259,7 @@ TYPED_TEST(GetFileList, IsEmptyForDotLevels) {
         EXPECT_THAT(listing(this->files, path), IsEmpty()) << path;
 }
 
-TYPED_TEST(GetFileList, HoldsEveryOneOfManyEntries) {
+TYPED_TEST(GetFileList, ListsManyEntriesCompletely) {
     std::vector<std::string> expected;
     for (int i = 1000; i < 3000; ++i) {
         expected.push_back(std::to_string(i));
@@ -281,7 +281,7 @@ TYPED_TEST(UniqueFileName, IsAPathInTheDirectoryAtWhichNothingExists) {
     EXPECT_TRUE(writeFile(this->files, path, "x"));
 }
 
-TYPED_TEST(UniqueFileName, PassesOverTakenNames) {
+TYPED_TEST(UniqueFileName, SkipsExistingNames) {
     std::set<std::string> taken;
     for (int i = 0; i < 20; ++i) {
         QString const path = this->files.getUniqueFileName(text("/"), text("n"), QString());
@@ -292,7 +292,7 @@ TYPED_TEST(UniqueFileName, PassesOverTakenNames) {
     EXPECT_EQ(20U, taken.size());
 }
 
-TYPED_TEST(UniqueFileName, MakesNothing) {
+TYPED_TEST(UniqueFileName, CreatesNothing) {
     static_cast<void>(this->files.getUniqueFileName(text("/"), text("n"), text("x")));
     EXPECT_THAT(listing(this->files, "/"), IsEmpty());
 }
@@ -301,7 +301,7 @@ template <class Form>
 using Names = Tree<Form>;
 TYPED_TEST_SUITE(Names, Forms, FormNames);
 
-TYPED_TEST(Names, OfAllScriptsReachTheirFilesAndAreListed) {
+TYPED_TEST(Names, OfAllScriptsAreFoundAndListed) {
     // The last one begins with a byte-order mark, which is a character like any other inside a path.
     std::string const names[] = {"Größe", "ναι", "設定", "😀", "a b\tc\n\\", "%41", "\xEF\xBB\xBF-"};
     for (std::string const& name : names) {
@@ -315,7 +315,7 @@ TYPED_TEST(Names, OfAllScriptsReachTheirFilesAndAreListed) {
     EXPECT_EQ(std::size(names), listing(this->files, "/").size());
 }
 
-TYPED_TEST(Names, ThatLookAlikeStayApart) {
+TYPED_TEST(Names, ThatLookAlikeAreDifferent) {
     std::string const composed = "\xC3\xA9";
     std::string const decomposed = "e\xCC\x81";
     ASSERT_TRUE(writeFile(this->files, composed, "composed"));
@@ -325,7 +325,7 @@ TYPED_TEST(Names, ThatLookAlikeStayApart) {
     EXPECT_EQ("decomposed", readFile(this->files, decomposed));
 }
 
-TYPED_TEST(Names, OfManyLevelsAreReachedListedAndRemoved) {
+TYPED_TEST(Names, OfManyLevelsAreFoundListedAndRemoved) {
     std::string path;
     for (int level = 0; level < 1000; ++level) {
         path += "/d";

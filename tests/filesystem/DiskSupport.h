@@ -16,7 +16,7 @@
 
 namespace support {
 
-/** A file system rooted at a directory of the test's own, and that directory as the system sees it. */
+/** A file system rooted at a temporary directory, and the path of that directory. */
 class OnDisk : public ::testing::Test {
 protected:
     // A file system's destructor may throw, which a test may not.
@@ -38,13 +38,16 @@ inline std::string fileBytes(std::string const& path) {
     return bytes.str();
 }
 
-/** The permission bits of the file at `path`, links followed. */
+/** The permission bits of the file at `path`. Follows links. */
 inline unsigned permissions(std::string const& path) {
     struct stat status = {};
     return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 07777U : ~0U;
 }
 
-/** In a child, as a user without privileges, whom `directory` lets in; 0 when all expectations held. */
+/**
+ * Runs `body` in a child, as a user without privileges, who may enter `directory`. Result: 0 if all expectations were
+ * met.
+ */
 template <class Body>
 int asOrdinaryUser(TemporaryDirectory const& directory, Body&& body) {
     std::filesystem::permissions(directory.path(), std::filesystem::perms::all);

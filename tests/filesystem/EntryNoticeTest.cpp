@@ -59,7 +59,7 @@ protected:
 
 } // namespace
 
-TEST_F(EntryNotice, IsGivenOfAFileAndADirectory) {
+TEST_F(EntryNotice, IsGivenForAFileAndADirectory) {
     memory.mkdir(QStringLiteral("/user/b"));
     makeFile("/user/c");
     EXPECT_THAT(names(), ElementsAre("b", "c"));
@@ -71,14 +71,14 @@ TEST_F(EntryNotice, IsGivenInEveryFirstLevelDirectory) {
     EXPECT_THAT(names(), ElementsAre("b"));
 }
 
-TEST_F(EntryNotice, IsGivenOfWhatIsMadeDirectly) {
+TEST_F(EntryNotice, IsGivenForDirectChanges) {
     ASSERT_NE(nullptr, filesystem::direct::rewrite(memory, "user", "b", 1));
     ASSERT_NE(nullptr, filesystem::direct::make(memory, "user", "c/d", "c/d/x", 1));
     ASSERT_TRUE(filesystem::direct::makeDirectories(memory, "user", "e/f"));
     EXPECT_THAT(names(), ElementsAre("b", "c", "e"));
 }
 
-TEST_F(EntryNotice, GivesTheNameAsTheTreeHasIt) {
+TEST_F(EntryNotice, GivesTheNameAsStoredInTheTree) {
     ASSERT_NE(nullptr, filesystem::direct::make(memory, "user", "//b/", "//b//x", 1));
     EXPECT_THAT(names(), ElementsAre("b"));
 }
@@ -90,7 +90,7 @@ TEST_F(EntryNotice, IsNotGivenElsewhere) {
     EXPECT_THAT(names(), IsEmpty());
 }
 
-TEST_F(EntryNotice, IsNotGivenOfAFileThatIsRewritten) {
+TEST_F(EntryNotice, IsNotGivenForARewrittenFile) {
     makeFile("/user/x");
     names();
     makeFile("/user/x");
@@ -98,14 +98,14 @@ TEST_F(EntryNotice, IsNotGivenOfAFileThatIsRewritten) {
     EXPECT_THAT(names(), IsEmpty());
 }
 
-TEST_F(EntryNotice, IsGivenAgainOnceTheEntryHasGone) {
+TEST_F(EntryNotice, IsGivenAgainAfterARemoval) {
     memory.remove(QStringLiteral("/user/a"));
     EXPECT_THAT(names(), IsEmpty());
     memory.mkdir(QStringLiteral("/user/a"));
     EXPECT_THAT(names(), ElementsAre("a"));
 }
 
-TEST_F(EntryNotice, IsGivenBeforeTheEntryIsThere) {
+TEST_F(EntryNotice, IsGivenBeforeTheEntryExists) {
     static RAMFileSystem const* watched = nullptr;
     static bool wasThere = true;
     watched = &memory;
@@ -116,7 +116,7 @@ TEST_F(EntryNotice, IsGivenBeforeTheEntryIsThere) {
     EXPECT_FALSE(wasThere);
 }
 
-TEST_F(EntryNotice, IsGivenOfAllThatReplacesADirectory) {
+TEST_F(EntryNotice, IsGivenForEveryEntryThatReplacesADirectory) {
     makeFile("/user/a/x");
     makeFile("/user/y");
     auto const image = filesystem::TreeImage::of(memory, "/user");
@@ -131,7 +131,7 @@ TEST_F(EntryNotice, IsGivenOfAllThatReplacesADirectory) {
     EXPECT_THAT(names(), IsEmpty());
 }
 
-TEST_F(EntryNotice, IsGivenOfAllThatReplacesTheTree) {
+TEST_F(EntryNotice, IsGivenForEveryEntryThatReplacesTheTree) {
     makeFile("/user/a/x");
     makeFile("/file");
     memory.mkdir(QStringLiteral("/temp"));
@@ -142,7 +142,7 @@ TEST_F(EntryNotice, IsGivenOfAllThatReplacesTheTree) {
     EXPECT_THAT(names(), testing::UnorderedElementsAre("a", "y"));
 }
 
-TEST_F(EntryNotice, ThatThrowsKeepsTheEntryFromComing) {
+TEST_F(EntryNotice, ThatThrowsPreventsTheEntry) {
     auto const image = filesystem::TreeImage::of(memory, "/user");
     memory.remove(QStringLiteral("/user/a"));
     filesystem::noticeEntries(memory, refuse);
@@ -156,7 +156,7 @@ TEST_F(EntryNotice, ThatThrowsKeepsTheEntryFromComing) {
     EXPECT_FALSE(memory.exists(QStringLiteral("/new")));
 }
 
-TEST_F(EntryNotice, ThatIsNullIsNotGiven) {
+TEST_F(EntryNotice, MayBeNull) {
     filesystem::noticeEntries(memory, nullptr);
     memory.mkdir(QStringLiteral("/user/b"));
     EXPECT_THAT(names(), IsEmpty());

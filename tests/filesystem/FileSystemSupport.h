@@ -24,12 +24,12 @@ inline QString text(std::string const& utf8) {
     return QString::fromStdString(utf8);
 }
 
-/** A name that no path has: half of a surrogate pair. */
+/** A name that is invalid in a path: half of a surrogate pair. */
 inline QString unpairedSurrogate() {
     return {QChar(0xD800)};
 }
 
-/** Null when the file cannot be opened. */
+/** Null if the file cannot be opened. */
 inline FileHandle* opened(FileSystem& files, std::string const& path, FileSystem::FileSystemMode mode) {
     FileHandle* handle = nullptr;
     return files.open(text(path), &handle, mode) ? handle : nullptr;
@@ -61,7 +61,7 @@ inline std::string read(FileSystem& files, FileHandle* handle, long count) {
     return bytes;
 }
 
-/** The content of a file; none when it cannot be opened. */
+/** The content of a file, if it can be opened. */
 inline std::optional<std::string> readFile(FileSystem& files, std::string const& path) {
     FileHandle* const handle = openedForReading(files, path);
     if (handle == nullptr)
@@ -78,7 +78,7 @@ inline std::vector<std::string> listing(FileSystem const& files, std::string con
     return names;
 }
 
-/** `length` bytes without a pattern that buffers could hide. */
+/** `length` bytes without a pattern, so that errors of buffering are noticed. */
 inline std::string someBytes(std::size_t length) {
     std::string bytes;
     unsigned state = 12345;
@@ -98,7 +98,7 @@ struct RealForm {
     RealFileSystem files{text(directory.string())};
 };
 
-/** The base of the suites that every form of the file system must pass. */
+/** The base of the suites that every kind of file system must pass. */
 template <class Form>
 class EachFileSystem : public ::testing::Test {
 protected:

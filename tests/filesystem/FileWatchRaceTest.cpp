@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What happens to a file while its watch is being set up. The program has the calls by which that is done in its own
-// hands, and changes something in between.
+// Changes of a file while its watch is being set up. The program intercepts the system calls that set it up, and makes
+// a change before or after one of them.
 #include <filesystem>
 #include <functional>
 
@@ -16,7 +16,7 @@
 
 namespace {
 
-/** What happens before or after the `left`th call from now on. */
+/** An action before or after the `left`th call from now on. */
 struct Interruption {
     int left;
     bool isAfter;
@@ -79,13 +79,13 @@ protected:
             putFile(at(path), "first");
     }
 
-    /** Makes a link, and gives it the place of whatever there is. */
+    /** Creates a link and moves it to `place`, replacing any existing file. */
     void link(std::string const& target, std::string const& place) const {
         disk::create_symlink(target, at("work/link"));
         disk::rename(at("work/link"), at(place));
     }
 
-    /** Whether the watch of `path` notices, in the end, that the file at `path` is replaced. */
+    /** Whether the watch of `path` eventually notices that the file at `path` is replaced. */
     bool isWatched(FileWatch& watch, std::string const& path) const {
         while (isReadable(watch))
             watch.takeEvents();
@@ -99,7 +99,7 @@ protected:
         return ::poll(&waiting, 1, 0) > 0;
     }
 
-    /** Interrupts the setting up of a watch of `path` at each of its calls. */
+    /** Interrupts the set-up of a watch of `path` at each of its calls. */
     void expectWatched(std::string const& path, std::function<void()> const& before,
                        std::function<void()> const& action) {
         for (bool const isAfter : {false, true}) {
@@ -151,7 +151,7 @@ TEST_F(WatchingFromTheStart, FollowsALinkToTheDirectoryThatIsRepointed) {
         "work/three/file", [this] { link("one", "work/three"); }, [this] { link("two", "work/three"); });
 }
 
-TEST_F(WatchingFromTheStart, FollowsADirectoryThatIsMade) {
+TEST_F(WatchingFromTheStart, FollowsADirectoryThatIsCreated) {
     expectWatched(
         "work/three/file", [] {}, [this] { disk::rename(at("work/two"), at("work/three")); });
 }

@@ -18,7 +18,7 @@ using namespace support;
 using filesystem::FileWatch;
 namespace disk = std::filesystem;
 
-/** A watch of a file, "directory/file", that exists. Events are there as soon as the call that causes them is over. */
+/** A watch of an existing file, "directory/file". Events are available as soon as the call that causes them returns. */
 class Watching : public OnDisk {
 protected:
     Watching() {
@@ -31,12 +31,12 @@ protected:
         EXPECT_TRUE(changes->isWatching());
     }
 
-    /** Whether the watch notices what an action does. */
+    /** Whether the watch notices the effect of an action. */
     bool notices(std::function<void()> const& action) {
         EXPECT_FALSE(isReadable()) << "before the action";
         action();
         bool const isNoticed = isReadable() && changes->takeEvents();
-        EXPECT_FALSE(changes->takeEvents()) << "once more";
+        EXPECT_FALSE(changes->takeEvents()) << "taken again";
         return isNoticed;
     }
 
@@ -56,7 +56,7 @@ protected:
     std::optional<FileWatch> changes;
 };
 
-/** The most events that wait to be read; 0 where the system does not say. */
+/** The maximum length of the queue of events; 0 if unknown. */
 int mostEvents() {
     int most = 0;
     std::ifstream("/proc/sys/fs/inotify/max_queued_events") >> most;
@@ -76,7 +76,7 @@ TEST_F(Watching, NoticesThatTheFileIsRewrittenInPlace) {
     EXPECT_TRUE(notices([&] { putFile(file, "second"); }));
 }
 
-TEST_F(Watching, NoticesThatTheFileIsRemovedAndMadeAgain) {
+TEST_F(Watching, NoticesThatTheFileIsRemovedAndCreatedAgain) {
     watch({file});
     EXPECT_TRUE(notices([&] { disk::remove(file); }));
     EXPECT_TRUE(notices([&] { putFile(file, "second"); }));
@@ -87,7 +87,7 @@ TEST_F(Watching, NoticesThatTheFileIsMovedAway) {
     EXPECT_TRUE(notices([&] { disk::rename(file, at("elsewhere")); }));
 }
 
-TEST_F(Watching, NoticesThatAFileIsLinkedIntoThePlace) {
+TEST_F(Watching, NoticesThatAnotherFileIsLinkedAtThePath) {
     disk::remove(file);
     putFile(at("other"), "other");
     watch({file});
@@ -101,14 +101,14 @@ TEST_F(Watching, NoticesEachOfSeveralFiles) {
     EXPECT_TRUE(notices([&] { replace(file); }));
 }
 
-TEST_F(Watching, NoticesThatTheDirectoryIsRemovedAndMadeAgain) {
+TEST_F(Watching, NoticesThatTheDirectoryIsRemovedAndCreatedAgain) {
     watch({file});
     EXPECT_TRUE(notices([&] { disk::remove_all(folder); }));
     EXPECT_TRUE(notices([&] { disk::create_directory(folder); }));
     EXPECT_TRUE(notices([&] { putFile(file, "second"); }));
 }
 
-TEST_F(Watching, NoticesThatAnotherDirectoryTakesThePlace) {
+TEST_F(Watching, NoticesThatTheDirectoryIsReplaced) {
     disk::create_directory(at("other"));
     putFile(at("other/file"), "other");
     watch({file});
@@ -120,7 +120,7 @@ TEST_F(Watching, NoticesThatAnotherDirectoryTakesThePlace) {
     EXPECT_FALSE(notices([&] { replace(at("old/file")); }));
 }
 
-TEST_F(Watching, NoticesThatADirectoryFurtherOutIsMoved) {
+TEST_F(Watching, NoticesThatAnOuterDirectoryIsMoved) {
     watch({file});
     EXPECT_TRUE(notices([&] { disk::rename(directory.path(), directory.string() + "-moved"); }));
     EXPECT_TRUE(notices([&] { disk::rename(directory.string() + "-moved", directory.path()); }));
@@ -160,7 +160,7 @@ TEST_F(Watching, NoticesThatALinkToTheFileIsRepointed) {
     EXPECT_FALSE(notices([&] { replace(file); }));
 }
 
-TEST_F(Watching, FollowsTheLinkThatAFileIsReplacedBy) {
+TEST_F(Watching, FollowsALinkThatReplacesTheFile) {
     putFile(at("other"), "other");
     watch({file});
     EXPECT_TRUE(notices([&] {
@@ -190,7 +190,7 @@ TEST_F(Watching, WaitsForTheTargetOfADanglingLink) {
     EXPECT_TRUE(notices([&] { putFile(at("missing/file"), "first"); }));
 }
 
-TEST_F(Watching, GivesUpOnLinksThatGoInCircles) {
+TEST_F(Watching, GivesUpOnCyclicLinks) {
     disk::create_symlink("two", at("one"));
     disk::create_symlink("one", at("two"));
     watch({at("one/file")});
@@ -201,7 +201,7 @@ TEST_F(Watching, GivesUpOnLinksThatGoInCircles) {
     EXPECT_TRUE(notices([&] { replace(file); }));
 }
 
-TEST_F(Watching, IsSilentAboutNeighbours) {
+TEST_F(Watching, IgnoresNeighbours) {
     watch({file});
     EXPECT_FALSE(notices([&] {
         replace(at("directory/file.previous"));
@@ -214,12 +214,12 @@ TEST_F(Watching, IsSilentAboutNeighbours) {
     }));
 }
 
-TEST_F(Watching, IsSilentAboutReading) {
+TEST_F(Watching, IgnoresReading) {
     watch({file});
     EXPECT_FALSE(notices([&] { EXPECT_EQ("first", fileBytes(file)); }));
 }
 
-TEST_F(Watching, TakesLostEventsForAChange) {
+TEST_F(Watching, TreatsLostEventsAsAChange) {
     int const most = mostEvents();
     if (most == 0 || most > 200'000)
         GTEST_SKIP() << "a queue of " << most << " events is too long to fill";
@@ -234,7 +234,7 @@ TEST_F(Watching, TakesLostEventsForAChange) {
     EXPECT_TRUE(notices([&] { replace(file); }));
 }
 
-TEST_F(Watching, SaysThatADirectoryMayNotBeWatched) {
+TEST_F(Watching, ReportsADirectoryThatMayNotBeWatched) {
     ASSERT_EQ(0, ::chmod(folder.c_str(), 0333));
     EXPECT_EQ(0, asOrdinaryUser(directory, [&] {
                   FileWatch const blind({file});
@@ -249,8 +249,8 @@ TEST_F(Watching, WatchesBelowADirectoryThatMayNotBeRead) {
     EXPECT_EQ(0, asOrdinaryUser(directory, [&] { watch({at("directory/inner/file")}); }));
 }
 
-TEST_F(Watching, SaysThatNoDescriptorIsLeft) {
-    // Without descriptors a sanitizer can neither look at the test's own members nor for leaks at the exit.
+TEST_F(Watching, ReportsThatNoDescriptorIsLeft) {
+    // Without descriptors, a sanitizer cannot examine the test's members or look for leaks at the exit.
     auto const watch = [watched = file] {
         struct rlimit const none = {0, 0};
         ASSERT_EQ(0, ::setrlimit(RLIMIT_NOFILE, &none));

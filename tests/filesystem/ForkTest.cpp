@@ -16,7 +16,7 @@
 namespace support {
 namespace {
 
-/** Names in no order, so many that putting them in order takes longer than a fork. */
+/** Unordered names, so many that sorting them takes longer than a fork. */
 void fill(RAMFileSystem& files) {
     constexpr int count = 200'000;
     ASSERT_TRUE(files.mkdir(text("/d")));
@@ -32,9 +32,9 @@ std::string written(RAMFileSystem const& files) {
     return readFile(target, "/f").value_or("");
 }
 
-TEST(Fork, WhileAThreadPutsNamesInOrderLeavesTheChildAWholeTree) {
+TEST(Fork, WhileAThreadSortsNamesLeavesTheChildAnIntactTree) {
 #ifdef UNDER_A_SANITIZER
-    GTEST_SKIP() << "a child forked beside another thread may find the sanitizer's allocator locked";
+    GTEST_SKIP() << "the sanitizer's allocator may be locked in a child forked while another thread runs";
 #endif
     for (int round = 0; round < 3; ++round) {
         RAMFileSystem files;

@@ -33,7 +33,7 @@ template <class Form>
 using Open = Handles<Form>;
 TYPED_TEST_SUITE(Open, Forms, FormNames);
 
-TYPED_TEST(Open, ForWritingMakesAFile) {
+TYPED_TEST(Open, ForWritingCreatesAFile) {
     FileHandle* const handle = openedForWriting(this->files, "/new");
     ASSERT_NE(nullptr, handle);
     EXPECT_EQ(&this->files, &handle->fileSystem());
@@ -42,7 +42,7 @@ TYPED_TEST(Open, ForWritingMakesAFile) {
 }
 
 TYPED_TEST(Open, ForWritingStartsEmpty) {
-    ASSERT_TRUE(writeFile(this->files, "/f", "a longer content"));
+    ASSERT_TRUE(writeFile(this->files, "/f", "longer content"));
     FileHandle* const handle = openedForWriting(this->files, "/f");
     EXPECT_EQ(0, this->files.size(handle));
     EXPECT_TRUE(write(this->files, handle, "short"));
@@ -50,14 +50,14 @@ TYPED_TEST(Open, ForWritingStartsEmpty) {
     EXPECT_EQ("short", readFile(this->files, "/f"));
 }
 
-TYPED_TEST(Open, ForReadingStartsAtTheBegin) {
+TYPED_TEST(Open, ForReadingStartsAtTheBeginning) {
     FileHandle* const handle = this->reading("abc");
     ASSERT_NE(nullptr, handle);
     EXPECT_EQ(0, this->files.tell(handle));
     EXPECT_EQ("abc", read(this->files, handle, 3));
 }
 
-TYPED_TEST(Open, GivesHandlesWithPositionsOfTheirOwn) {
+TYPED_TEST(Open, GivesEachHandleItsOwnPosition) {
     FileHandle* const first = this->reading("abc");
     FileHandle* const second = openedForReading(this->files, "/f");
     EXPECT_EQ("a", read(this->files, first, 1));
@@ -65,7 +65,7 @@ TYPED_TEST(Open, GivesHandlesWithPositionsOfTheirOwn) {
     EXPECT_EQ("bc", read(this->files, first, 3));
 }
 
-TYPED_TEST(Open, PassesOverEmptyLevels) {
+TYPED_TEST(Open, IgnoresEmptyLevels) {
     ASSERT_TRUE(this->files.mkdir(text("/a")));
     EXPECT_TRUE(writeFile(this->files, "//a//f/", "x"));
     EXPECT_EQ("x", readFile(this->files, "a/f"));
@@ -118,7 +118,7 @@ TYPED_TEST(Open, FailsForAnUnpairedSurrogate) {
     EXPECT_THAT(listing(this->files, "/"), IsEmpty());
 }
 
-TYPED_TEST(Open, FailsForAModeThatIsNone) {
+TYPED_TEST(Open, FailsForAnInvalidMode) {
     FileHandle* const before = this->reading("abc");
     for (int const mode : {2, -1, 100}) {
         FileHandle* handle = before;
@@ -152,7 +152,7 @@ template <class Form>
 using Read = Handles<Form>;
 TYPED_TEST_SUITE(Read, Forms, FormNames);
 
-TYPED_TEST(Read, MovesTheBytesThereAre) {
+TYPED_TEST(Read, ReadsTheAvailableBytes) {
     FileHandle* const handle = this->reading("abcde");
     EXPECT_EQ("abc", read(this->files, handle, 3));
     EXPECT_EQ("de", read(this->files, handle, 3));
@@ -173,7 +173,7 @@ TYPED_TEST(Read, SetsErrnoToZeroAtTheEnd) {
     }
 }
 
-TYPED_TEST(Read, SaysOfAHandleThatIsNotForReadingThatItIsBad) {
+TYPED_TEST(Read, SetsErrnoToBadFileForAHandleForWriting) {
     for (FileHandle* const handle :
          {openedForWriting(this->files, "/f"), static_cast<FileHandle*>(nullptr)}) {
         errno = 0;
@@ -182,14 +182,14 @@ TYPED_TEST(Read, SaysOfAHandleThatIsNotForReadingThatItIsBad) {
     }
 }
 
-TYPED_TEST(Read, LeavesTheBufferAfterTheEndAlone) {
+TYPED_TEST(Read, DoesNotTouchTheBufferAfterTheBytesRead) {
     FileHandle* const handle = this->reading("ab");
     char buffer[] = "....";
     EXPECT_EQ(2, this->files.read(handle, buffer, 4));
     EXPECT_STREQ("ab..", buffer);
 }
 
-TYPED_TEST(Read, MovesNothingForZeroAndNegativeCounts) {
+TYPED_TEST(Read, ReadsNothingForZeroAndNegativeCounts) {
     FileHandle* const handle = this->reading("abc");
     char buffer = '.';
     for (long const count : {0L, -1L, LONG_MIN})
@@ -198,7 +198,7 @@ TYPED_TEST(Read, MovesNothingForZeroAndNegativeCounts) {
     EXPECT_EQ(0, this->files.tell(handle));
 }
 
-TYPED_TEST(Read, GivesEveryByteBackInPiecesOfAnySize) {
+TYPED_TEST(Read, ReturnsEveryByteInPiecesOfAnySize) {
     std::string const bytes = someBytes(300'001);
     for (long const piece : {1L, 7L, 4096L, 16'384L, 65'537L, 300'001L, 1'000'000L}) {
         FileHandle* const handle = this->reading(bytes);
@@ -210,7 +210,7 @@ TYPED_TEST(Read, GivesEveryByteBackInPiecesOfAnySize) {
     }
 }
 
-TYPED_TEST(Read, TakesUpWhereSeekWent) {
+TYPED_TEST(Read, ContinuesAtThePositionOfSeek) {
     std::string const bytes = someBytes(100'000);
     FileHandle* const handle = this->reading(bytes);
     for (std::size_t position :
@@ -220,7 +220,7 @@ TYPED_TEST(Read, TakesUpWhereSeekWent) {
     }
 }
 
-TYPED_TEST(Read, MovesNothingThroughAHandleForWriting) {
+TYPED_TEST(Read, ReadsNothingFromAHandleForWriting) {
     FileHandle* const handle = openedForWriting(this->files, "/f");
     ASSERT_TRUE(write(this->files, handle, "abc"));
     ASSERT_TRUE(this->files.seek(handle, 0, fromBegin));
@@ -233,7 +233,7 @@ template <class Form>
 using Write = Handles<Form>;
 TYPED_TEST_SUITE(Write, Forms, FormNames);
 
-TYPED_TEST(Write, AddsAtThePosition) {
+TYPED_TEST(Write, WritesAtThePosition) {
     FileHandle* const handle = openedForWriting(this->files, "/f");
     EXPECT_TRUE(write(this->files, handle, "abc"));
     EXPECT_EQ(3, this->files.tell(handle));
@@ -243,7 +243,7 @@ TYPED_TEST(Write, AddsAtThePosition) {
     EXPECT_EQ("abcde", readFile(this->files, "/f"));
 }
 
-TYPED_TEST(Write, OverwritesWhereSeekWent) {
+TYPED_TEST(Write, OverwritesAtThePositionOfSeek) {
     FileHandle* const handle = openedForWriting(this->files, "/f");
     ASSERT_TRUE(write(this->files, handle, "abcdef"));
     ASSERT_TRUE(this->files.seek(handle, 2, fromBegin));
@@ -268,7 +268,7 @@ TYPED_TEST(Write, KeepsEveryByteInPiecesOfAnySize) {
     }
 }
 
-TYPED_TEST(Write, KeepsWhatWasWrittenInAnyOrder) {
+TYPED_TEST(Write, AcceptsWritesInAnyOrder) {
     std::string const bytes = someBytes(400'000);
     std::string expected;
     FileHandle* const handle = openedForWriting(this->files, "/f");
@@ -289,7 +289,7 @@ TYPED_TEST(Write, KeepsWhatWasWrittenInAnyOrder) {
     EXPECT_EQ(expected, readFile(this->files, "/f"));
 }
 
-TYPED_TEST(Write, MovesNothingForZeroAndNegativeCounts) {
+TYPED_TEST(Write, WritesNothingForZeroAndNegativeCounts) {
     FileHandle* const handle = openedForWriting(this->files, "/f");
     for (long const count : {0L, -1L, LONG_MIN})
         EXPECT_EQ(0, this->files.write(handle, "x", count));
@@ -297,7 +297,7 @@ TYPED_TEST(Write, MovesNothingForZeroAndNegativeCounts) {
     EXPECT_EQ("", readFile(this->files, "/f"));
 }
 
-TYPED_TEST(Write, MovesNothingThroughAHandleForReading) {
+TYPED_TEST(Write, WritesNothingToAHandleForReading) {
     FileHandle* const handle = this->reading("abc");
     EXPECT_EQ(0, this->files.write(handle, "x", 1));
     this->files.writeInt(handle, 1);
@@ -331,7 +331,7 @@ TYPED_TEST(Seek, ReachesBothEnds) {
     EXPECT_EQ(6, this->files.tell(handle));
 }
 
-TYPED_TEST(Seek, RefusesToLeaveTheFileAndStays) {
+TYPED_TEST(Seek, RefusesPositionsOutsideTheFile) {
     FileHandle* const handle = this->reading("abcdef");
     ASSERT_TRUE(this->files.seek(handle, 2, fromBegin));
     for (long const offset : {-1L, 7L, LONG_MAX, LONG_MIN})
@@ -343,7 +343,7 @@ TYPED_TEST(Seek, RefusesToLeaveTheFileAndStays) {
     EXPECT_EQ(2, this->files.tell(handle));
 }
 
-TYPED_TEST(Seek, RefusesToLeaveAFileBeingWritten) {
+TYPED_TEST(Seek, RefusesPositionsOutsideAFileBeingWritten) {
     FileHandle* const handle = openedForWriting(this->files, "/f");
     EXPECT_FALSE(this->files.seek(handle, 1, fromBegin));
     ASSERT_TRUE(write(this->files, handle, "abc"));
@@ -351,7 +351,7 @@ TYPED_TEST(Seek, RefusesToLeaveAFileBeingWritten) {
     EXPECT_TRUE(this->files.seek(handle, 3, fromBegin));
 }
 
-TYPED_TEST(Seek, RefusesAnOriginThatIsNone) {
+TYPED_TEST(Seek, RefusesAnInvalidOrigin) {
     FileHandle* const handle = this->reading("abcdef");
     EXPECT_FALSE(this->files.seek(handle, 1, static_cast<FileSystem::FileSystemOrigin>(3)));
     EXPECT_FALSE(this->files.seek(handle, 1, static_cast<FileSystem::FileSystemOrigin>(-1)));
@@ -362,7 +362,7 @@ template <class Form>
 using Size = Handles<Form>;
 TYPED_TEST_SUITE(Size, Forms, FormNames);
 
-TYPED_TEST(Size, OfAHandleLeavesThePosition) {
+TYPED_TEST(Size, OfAHandleKeepsThePosition) {
     FileHandle* const handle = this->reading("abcdef");
     ASSERT_TRUE(this->files.seek(handle, 2, fromBegin));
     EXPECT_EQ(6, this->files.size(handle));
@@ -376,7 +376,7 @@ TYPED_TEST(Size, OfAPathIsThatOfTheFile) {
     EXPECT_EQ(0, this->files.size(text("/empty")));
 }
 
-TYPED_TEST(Size, OfAPathIsMinusOneForWhatIsNoFile) {
+TYPED_TEST(Size, OfAPathIsMinusOneUnlessItIsAFile) {
     ASSERT_TRUE(this->files.mkdir(text("/a")));
     EXPECT_EQ(-1, this->files.size(text("/a")));
     EXPECT_EQ(-1, this->files.size(text("/x")));
@@ -386,14 +386,14 @@ template <class Form>
 using ReadBytes = Handles<Form>;
 TYPED_TEST_SUITE(ReadBytes, Forms, FormNames);
 
-TYPED_TEST(ReadBytes, GivesTheBytesThereAre) {
+TYPED_TEST(ReadBytes, ReturnsTheAvailableBytes) {
     FileHandle* const handle = this->reading("abcdef");
     EXPECT_EQ("abcd", this->files.readBytes(handle, 4));
     EXPECT_EQ("ef", this->files.readBytes(handle, 4));
     EXPECT_EQ("", this->files.readBytes(handle, 4));
 }
 
-TYPED_TEST(ReadBytes, GivesNothingForZeroAndNegativeCounts) {
+TYPED_TEST(ReadBytes, ReturnsNothingForZeroAndNegativeCounts) {
     FileHandle* const handle = this->reading("abcdef");
     EXPECT_EQ("", this->files.readBytes(handle, 0));
     EXPECT_EQ("", this->files.readBytes(handle, -1));
@@ -401,7 +401,7 @@ TYPED_TEST(ReadBytes, GivesNothingForZeroAndNegativeCounts) {
     EXPECT_EQ(0, this->files.tell(handle));
 }
 
-TYPED_TEST(ReadBytes, AllocatesNoMoreThanTheFileHolds) {
+TYPED_TEST(ReadBytes, AllocatesNoMoreThanTheSizeOfTheFile) {
     FileHandle* const handle = this->reading("abcdef");
     std::string const bytes = this->files.readBytes(handle, INT_MAX);
     EXPECT_EQ("abcdef", bytes);
@@ -467,7 +467,7 @@ TEST(HandleOfALargeFile, HasNoSizeOrPositionThatALongCannotHold) {
     EXPECT_EQ(fits ? 0 : EOVERFLOW, errno);
 }
 
-/** Every operation on a handle that is none of this file system's does nothing and says so. */
+/** Expects every operation on a handle that does not belong to this file system to fail without effect. */
 void expectNothingFrom(FileSystem& files, FileHandle* handle) {
     char buffer[8] = "unread";
     EXPECT_EQ(0, files.read(handle, buffer, 4));
@@ -501,7 +501,7 @@ TYPED_TEST(NullHandle, IsSafeEverywhere) {
 template <class Form>
 class ForeignHandle : public EachFileSystem<Form> {
 protected:
-    /** Handles of `other` are nothing to this file system, and unharmed. */
+    /** Expects this file system to refuse handles of `other` and to leave them unchanged. */
     void expectForeign(FileSystem& other) {
         ASSERT_TRUE(writeFile(other, "/f", "abcdef"));
         FileHandle* const reading = openedForReading(other, "/f");

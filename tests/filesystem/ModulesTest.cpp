@@ -7,7 +7,7 @@ using namespace support;
 
 char const* const symbol = "velmorandTestModuleNumber";
 
-/** What the function of a loaded test module answers. */
+/** The result of the function of a loaded test module. */
 int numberOf(FileSystem& files, void* module) {
     void* const address = files.getSymbolAddress(module, text(symbol));
     return address != nullptr ? reinterpret_cast<int (*)()>(address)() : 0;
@@ -17,7 +17,7 @@ template <class Form>
 using LoadModule = EachFileSystem<Form>;
 TYPED_TEST_SUITE(LoadModule, Forms, FormNames);
 
-TYPED_TEST(LoadModule, MakesTheSymbolsOfASharedObjectReachable) {
+TYPED_TEST(LoadModule, GivesAccessToTheSymbolsOfASharedObject) {
     ASSERT_TRUE(writeFile(this->files, "/module.so", fileBytes(VELMORAND_TEST_MODULE_1)));
     void* const module = this->files.loadModule(text("/module.so"));
     ASSERT_NE(nullptr, module);
@@ -25,7 +25,7 @@ TYPED_TEST(LoadModule, MakesTheSymbolsOfASharedObjectReachable) {
     EXPECT_TRUE(this->files.unloadModule(module));
 }
 
-TYPED_TEST(LoadModule, TellsTwoModulesApart) {
+TYPED_TEST(LoadModule, DistinguishesTwoModules) {
     ASSERT_TRUE(writeFile(this->files, "/1.so", fileBytes(VELMORAND_TEST_MODULE_1)));
     ASSERT_TRUE(writeFile(this->files, "/2.so", fileBytes(VELMORAND_TEST_MODULE_2)));
     void* const first = this->files.loadModule(text("/1.so"));
@@ -36,7 +36,7 @@ TYPED_TEST(LoadModule, TellsTwoModulesApart) {
     EXPECT_TRUE(this->files.unloadModule(second));
 }
 
-TYPED_TEST(LoadModule, FailsForWhatIsNoSharedObject) {
+TYPED_TEST(LoadModule, FailsForAFileThatIsNotASharedObject) {
     ASSERT_TRUE(writeFile(this->files, "/text", "not a shared object"));
     ASSERT_TRUE(writeFile(this->files, "/empty", ""));
     ASSERT_TRUE(this->files.mkdir(text("/directory")));
@@ -56,7 +56,7 @@ template <class Form>
 using GetSymbolAddress = EachFileSystem<Form>;
 TYPED_TEST_SUITE(GetSymbolAddress, Forms, FormNames);
 
-TYPED_TEST(GetSymbolAddress, IsNullForASymbolThatTheModuleHasNot) {
+TYPED_TEST(GetSymbolAddress, IsNullForAMissingSymbol) {
     ASSERT_TRUE(writeFile(this->files, "/module.so", fileBytes(VELMORAND_TEST_MODULE_1)));
     void* const module = this->files.loadModule(text("/module.so"));
     ASSERT_NE(nullptr, module);

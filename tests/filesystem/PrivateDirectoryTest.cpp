@@ -20,11 +20,11 @@ using filesystem::makePrivateDirectories;
 using Outcome = DirectoryLock::Outcome;
 
 constexpr auto atOnce = 0ms;
-constexpr auto longEnough = 100s; // for whatever is certain to happen
+constexpr auto longEnough = 100s; // for something that is certain to happen
 
 using PrivateDirectories = OnDisk;
 
-/** A lock on a directory of the test's own, which nobody holds yet. */
+/** A temporary directory that is not locked. */
 class Locking : public OnDisk {
 protected:
     Locking() { std::filesystem::create_directory(path); }
@@ -35,14 +35,14 @@ protected:
 
 } // namespace
 
-TEST_F(PrivateDirectories, AreMadeForTheUserAlone) {
+TEST_F(PrivateDirectories, AreCreatedForTheUserOnly) {
     ::umask(022);
     EXPECT_TRUE(makePrivateDirectories(at("a/b/c")));
     for (char const* const made : {"a", "a/b", "a/b/c"})
         EXPECT_EQ(0700U, permissions(at(made))) << made;
 }
 
-TEST_F(PrivateDirectories, AreLeftAsTheyAre) {
+TEST_F(PrivateDirectories, ThatExistKeepTheirMode) {
     std::filesystem::create_directory(at("a"));
     ASSERT_EQ(0, ::chmod(at("a").c_str(), 0755));
     EXPECT_TRUE(makePrivateDirectories(at("a/b")));
@@ -50,7 +50,7 @@ TEST_F(PrivateDirectories, AreLeftAsTheyAre) {
     EXPECT_EQ(0755U, permissions(at("a")));
 }
 
-TEST_F(PrivateDirectories, AreNotMadeInPlaceOfAFile) {
+TEST_F(PrivateDirectories, DoNotReplaceAFile) {
     putFile(at("a"), "content");
     EXPECT_FALSE(makePrivateDirectories(at("a/b")));
     EXPECT_EQ(ENOTDIR, errno);
@@ -75,13 +75,13 @@ TEST_F(Locking, ExcludesOtherProcesses) {
                      Leave::atOnce));
 }
 
-TEST_F(Locking, LeavesOtherDirectoriesAlone) {
+TEST_F(Locking, DoesNotAffectOtherDirectories) {
     ASSERT_EQ(Outcome::taken, lock.take(path, atOnce));
     DirectoryLock other;
     EXPECT_EQ(Outcome::taken, other.take(directory.string(), atOnce));
 }
 
-TEST_F(Locking, WaitsNoShorterThanItsPatience) {
+TEST_F(Locking, WaitsForTheWholeTimeLimit) {
     ASSERT_EQ(Outcome::taken, lock.take(path, atOnce));
     DirectoryLock other;
     auto const begin = std::chrono::steady_clock::now();
@@ -106,7 +106,7 @@ TEST_F(Locking, EndsWithTheProcess) {
     EXPECT_EQ(Outcome::taken, lock.take(path, atOnce));
 }
 
-TEST_F(Locking, EndsAlthoughAForkedChildHasTheDirectoryOpen) {
+TEST_F(Locking, EndsEvenIfAForkedChildHasTheDirectoryOpen) {
     auto first = std::make_unique<DirectoryLock>();
     ASSERT_EQ(Outcome::taken, first->take(path, atOnce));
     std::array<int, 2> pipe{};
@@ -124,7 +124,7 @@ TEST_F(Locking, EndsAlthoughAForkedChildHasTheDirectoryOpen) {
     EXPECT_EQ(child, ::waitpid(child, nullptr, 0));
 }
 
-TEST_F(Locking, IsTakenByAWaiterOnceItIsFree) {
+TEST_F(Locking, IsTakenByAWaiterWhenItIsReleased) {
     auto first = std::make_unique<DirectoryLock>();
     ASSERT_EQ(Outcome::taken, first->take(path, atOnce));
     std::thread waiter([&] { EXPECT_EQ(Outcome::taken, lock.take(path, longEnough)); });
@@ -132,7 +132,7 @@ TEST_F(Locking, IsTakenByAWaiterOnceItIsFree) {
     waiter.join();
 }
 
-TEST_F(Locking, IsOnTheDirectoryThatHasTakenThePlaceOfTheAwaitedOne) {
+TEST_F(Locking, IsOnTheDirectoryThatReplacedTheAwaitedOne) {
     DirectoryLock old;
     ASSERT_EQ(Outcome::taken, old.take(path, atOnce));
     std::thread waiter([&] { EXPECT_EQ(Outcome::taken, lock.take(path, longEnough)); });
@@ -151,7 +151,7 @@ TEST_F(Locking, OfAMissingDirectoryFails) {
     EXPECT_FALSE(lock.isHeld());
 }
 
-TEST_F(Locking, OfADirectoryThatMayNotBeReadCountsAsTaken) {
+TEST_F(Locking, OfAnUnreadableDirectoryCountsAsTaken) {
     ASSERT_EQ(0, ::chmod(path.c_str(), 0333));
     EXPECT_EQ(0, asOrdinaryUser(directory, [&] { EXPECT_EQ(Outcome::taken, lock.take(path, atOnce)); }));
 }

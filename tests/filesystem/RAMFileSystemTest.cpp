@@ -26,12 +26,12 @@ protected:
 
 using RAMRoot = RAM;
 
-TEST_F(RAMRoot, IsAllThereIsAtFirst) {
+TEST_F(RAMRoot, IsEmptyAtFirst) {
     EXPECT_TRUE(files.isDirectory(text("/")));
     EXPECT_THAT(listing(files, "/"), IsEmpty());
 }
 
-TEST_F(RAMRoot, IsOfEveryFileSystemItsOwn) {
+TEST_F(RAMRoot, IsSeparateForEveryFileSystem) {
     RAMFileSystem other;
     ASSERT_TRUE(files.mkdir(text("/a")));
     EXPECT_FALSE(other.exists(text("/a")));
@@ -39,7 +39,7 @@ TEST_F(RAMRoot, IsOfEveryFileSystemItsOwn) {
 
 using RAMPaths = RAM;
 
-TEST_F(RAMPaths, AreTheSameWithAndWithoutASlashAtTheEnd) {
+TEST_F(RAMPaths, IgnoreATrailingSlash) {
     ASSERT_TRUE(files.mkdir(text("/global")));
     EXPECT_FALSE(files.mkdir(text("/global/")));
     EXPECT_TRUE(files.isDirectory(text("/global/")));
@@ -58,7 +58,7 @@ TEST_F(RAMPaths, MayHaveNamesOfAnyLength) {
     EXPECT_FALSE(files.exists(text(name + "n")));
 }
 
-TEST_F(RAMPaths, StayApartHoweverManyThereAre) {
+TEST_F(RAMPaths, AreDistinctInLargeNumbers) {
     for (int i = 0; i < 20'000; ++i)
         ASSERT_TRUE(writeFile(files, std::to_string(i), std::to_string(i)));
     for (int i = 0; i < 20'000; i += 2)
@@ -71,7 +71,7 @@ TEST_F(RAMPaths, StayApartHoweverManyThereAre) {
 using RAMHandle = RAM;
 
 // Among so many paths some fifty pairs have the same hash, and it is another fifty in every process.
-TEST_F(RAMPaths, StayApartWhereTheirHashesMeet) {
+TEST_F(RAMPaths, AreDistinctIfTheirHashesCollide) {
     constexpr int many = 400'000;
     ASSERT_TRUE(files.mkdir("/d"));
     int made = 0;
@@ -99,7 +99,7 @@ TEST_F(RAMHandle, ReadsNothingOnceADirectoryAboveIsRemoved) {
     EXPECT_TRUE(files.close(handle));
 }
 
-TEST_F(RAMHandle, HasNothingToDoWithANewFileOfTheSamePath) {
+TEST_F(RAMHandle, IsUnrelatedToANewFileAtTheSamePath) {
     FileHandle* const reading = readingInside();
     FileHandle* const writing = openedForWriting(files, "/a/g");
     ASSERT_TRUE(files.remove(text("/a")));
@@ -112,7 +112,7 @@ TEST_F(RAMHandle, HasNothingToDoWithANewFileOfTheSamePath) {
     EXPECT_EQ("another", readFile(files, "/a/g"));
 }
 
-TEST_F(RAMHandle, ForWritingMovesNothingOnceItsFileIsRemoved) {
+TEST_F(RAMHandle, ForWritingWritesNothingOnceItsFileIsRemoved) {
     FileHandle* const handle = openedForWriting(files, "/f");
     ASSERT_TRUE(write(files, handle, "ab"));
     ASSERT_TRUE(files.remove(text("/f")));
@@ -121,7 +121,7 @@ TEST_F(RAMHandle, ForWritingMovesNothingOnceItsFileIsRemoved) {
     EXPECT_FALSE(files.exists(text("/f")));
 }
 
-TEST_F(RAMHandle, ReadsNoFurtherThanAFileThatBecameShorter) {
+TEST_F(RAMHandle, ReadsUpToTheEndOfAFileThatBecameShorter) {
     FileHandle* const handle = readingInside();
     ASSERT_TRUE(writeFile(files, "/a/f", "x"));
     EXPECT_EQ("", read(files, handle, 4));
@@ -129,13 +129,13 @@ TEST_F(RAMHandle, ReadsNoFurtherThanAFileThatBecameShorter) {
     EXPECT_EQ("x", read(files, handle, 4));
 }
 
-TEST_F(RAMHandle, ReadsWhatAFileThatWasOpenedAgainHoldsNow) {
+TEST_F(RAMHandle, ReadsTheNewContentOfAFileThatWasOpenedAgain) {
     FileHandle* const handle = readingInside();
     ASSERT_TRUE(writeFile(files, "/a/f", "ABCDEFGH"));
     EXPECT_EQ("CDEFGH", read(files, handle, 10));
 }
 
-TEST_F(RAMHandle, WritesWhereItStandsInAFileThatWasEmptiedMeanwhile) {
+TEST_F(RAMHandle, WritesAtItsPositionInAFileThatWasEmptied) {
     FileHandle* const first = openedForWriting(files, "/f");
     ASSERT_TRUE(write(files, first, "abcd"));
     ASSERT_TRUE(files.close(openedForWriting(files, "/f")));
@@ -150,7 +150,7 @@ TEST_F(RAMHandle, KnowsTheSizeOfAFileThatBecameShorter) {
     EXPECT_EQ(1, files.tell(handle));
 }
 
-TEST_F(RAMHandle, ThatIsClosedIsNoneAnyMore) {
+TEST_F(RAMHandle, IsInvalidOnceItIsClosed) {
     FileHandle* const handle = readingInside();
     ASSERT_TRUE(files.close(handle));
     EXPECT_EQ("", read(files, handle, 4));
@@ -158,7 +158,7 @@ TEST_F(RAMHandle, ThatIsClosedIsNoneAnyMore) {
     EXPECT_FALSE(files.close(handle));
 }
 
-TEST_F(RAMHandle, IsSafeWhenItsFileIsReplacedByUnserialising) {
+TEST_F(RAMHandle, IsSafeWhenItsFileIsReplacedByALoadedTree) {
     FileHandle* const handle = readingInside();
     FileHandle* const saved = openedForWriting(files, "/saved");
     ASSERT_TRUE(files.serialize(text("/a"), *saved));

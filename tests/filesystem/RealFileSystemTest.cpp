@@ -18,7 +18,7 @@ using ::testing::IsEmpty;
 
 using RealRoot = OnDisk;
 
-TEST(RealRootless, HasNothingAndTakesNothing) {
+TEST(RealRootless, IsEmptyAndAcceptsNothing) {
     RealFileSystem files{QString()};
     for (char const* const path : {"", "/", "tmp", "/tmp", "proc/self/stat"}) {
         EXPECT_FALSE(files.exists(text(path))) << path;
@@ -44,7 +44,7 @@ TEST_F(RealRoot, NeedNotExistYet) {
     EXPECT_EQ("x", readFile(files, "later/f"));
 }
 
-TEST_F(RealRoot, IsNotLeftThroughDots) {
+TEST_F(RealRoot, CannotBeLeftThroughDots) {
     putFile(at("outside"), "untouched");
     ASSERT_TRUE(files.mkdir(text("root")));
     ASSERT_TRUE(files.mkdir(text("root/a")));
@@ -68,7 +68,7 @@ TEST_F(RealRoot, MayEndWithASlash) {
     EXPECT_EQ("x", readFile(files, "f"));
 }
 
-TEST_F(RealRoot, ThatIsAFileHoldsNothing) {
+TEST_F(RealRoot, ThatIsAFileIsEmpty) {
     putFile(at("f"), "x");
     RealFileSystem onFile(text(at("f")));
     EXPECT_FALSE(onFile.exists(text("/")));
@@ -80,7 +80,7 @@ TEST_F(RealRoot, ThatIsAFileHoldsNothing) {
 
 using RealNames = OnDisk;
 
-TEST_F(RealNames, WithANulNameNothing) {
+TEST_F(RealNames, WithANulByteDoNotExist) {
     putFile(at("f"), "x");
     QString const path = QStringLiteral("f") + QChar(QChar::Null) + QStringLiteral("g");
     FileHandle* handle = nullptr;
@@ -115,7 +115,7 @@ TEST_F(RealNames, AreUtf8InTheLocaleC) {
                                 "e/\xE8\xA8\xAD\xE5\xAE\x9A")));
 }
 
-/** Writes a file when the process is all but over: after every static object that was made later is gone. */
+/** Writes a file at the end of the process, after the destruction of every static object that was created later. */
 struct WriterAtExit {
     std::string root;
     ~WriterAtExit() {
@@ -133,7 +133,7 @@ struct WriterAtExit {
 TEST_F(RealNames, AreUtf8AtTheExitOfTheProcess) {
     ASSERT_TRUE(files.mkdir(text("Größe")));
     ASSERT_EQ(0, inChild([this] {
-                  // Has the locale's converter made, which is gone again at the end.
+                  // Creates the locale's converter, which is destroyed before `writerAtExit`.
                   EXPECT_FALSE(QString::fromLocal8Bit("x").toLocal8Bit().isEmpty());
                   writerAtExit.root = directory.string();
               }));
@@ -159,7 +159,7 @@ TEST_F(RealExists, IsFalseForADanglingLink) {
     EXPECT_THAT(listing(files, "/"), ElementsAre("link"));
 }
 
-TEST_F(RealExists, IsTrueForALinkThatLeadsToItself) {
+TEST_F(RealExists, IsTrueForALinkToItself) {
     std::filesystem::create_symlink("loop", at("loop"));
     EXPECT_TRUE(files.exists(text("loop")));
     EXPECT_TRUE(files.exists(text("loop/f")));
@@ -169,7 +169,7 @@ TEST_F(RealExists, IsTrueForALinkThatLeadsToItself) {
     EXPECT_EQ(nullptr, openedForWriting(files, "loop"));
 }
 
-TEST_F(RealExists, IsTrueForWhatMayNotBeExamined) {
+TEST_F(RealExists, IsTrueForPathsThatCannotBeExamined) {
     ASSERT_EQ(0, asOrdinaryUser(directory, [this] {
                   EXPECT_TRUE(files.mkdir(text("locked")));
                   EXPECT_EQ(0, ::chmod(at("locked").c_str(), 0));
@@ -196,7 +196,7 @@ TEST_F(RealExists, FollowsLinks) {
 
 using RealUniqueName = OnDisk;
 
-TEST_F(RealUniqueName, IsRefusedAtOnceBelowALinkThatLeadsToItself) {
+TEST_F(RealUniqueName, IsEmptyBelowALinkToItselfWithoutTryingOtherNames) {
     std::filesystem::create_symlink("loop", at("loop"));
     struct Counting : RealFileSystem {
         using RealFileSystem::RealFileSystem;
@@ -213,7 +213,7 @@ TEST_F(RealUniqueName, IsRefusedAtOnceBelowALinkThatLeadsToItself) {
 
 using RealSpecialFiles = OnDisk;
 
-/** What stands at `path` is there, but is no file, opens in no mode and stays. */
+/** Expects `path` to exist, not to be a file, to open in no mode and to remain. */
 void expectClosed(RealFileSystem& files, std::string const& path) {
     EXPECT_TRUE(files.exists(text(path)));
     EXPECT_FALSE(files.isFile(text(path)));
@@ -259,7 +259,7 @@ TEST_F(RealSpecialFiles, CanBeRemoved) {
 
 using RealRemove = OnDisk;
 
-TEST_F(RealRemove, TakesLinksAndNotTheirTargets) {
+TEST_F(RealRemove, RemovesLinksButNotTheirTargets) {
     ASSERT_TRUE(files.mkdir(text("kept")));
     putFile(at("kept/f"), "x");
     ASSERT_TRUE(files.mkdir(text("tree")));
@@ -272,20 +272,20 @@ TEST_F(RealRemove, TakesLinksAndNotTheirTargets) {
     EXPECT_EQ("x", fileBytes(at("kept/f")));
 }
 
-TEST_F(RealRemove, TakesADanglingLink) {
+TEST_F(RealRemove, RemovesADanglingLink) {
     std::filesystem::create_symlink("nowhere", at("link"));
     EXPECT_TRUE(files.remove(text("link")));
     EXPECT_THAT(listing(files, "/"), IsEmpty());
 }
 
-TEST_F(RealRemove, TakesNamesThatNoPathReaches) {
+TEST_F(RealRemove, RemovesNamesThatNoPathCanExpress) {
     ASSERT_TRUE(files.mkdir(text("a")));
     putFile(at("a/\xFF"), "x");
     EXPECT_TRUE(files.remove(text("a")));
     EXPECT_THAT(listing(files, "/"), IsEmpty());
 }
 
-TEST_F(RealRemove, TakesWideTrees) {
+TEST_F(RealRemove, RemovesWideTrees) {
     ASSERT_TRUE(files.mkdir(text("a")));
     for (int i = 0; i < 50; ++i) {
         std::string const level = "a/" + std::to_string(i);
@@ -299,7 +299,7 @@ TEST_F(RealRemove, TakesWideTrees) {
     EXPECT_THAT(listing(files, "/"), IsEmpty());
 }
 
-/** Makes a chain of directories below `path`, longer than any path may be. */
+/** Creates a chain of directories below `path` that is longer than a path may be. */
 void makeDeepTree(std::string const& path, int levels) {
     int current = ::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
     for (int level = 0; level < levels; ++level) {
@@ -312,7 +312,7 @@ void makeDeepTree(std::string const& path, int levels) {
     ::close(current);
 }
 
-TEST_F(RealRemove, TakesTreesDeeperThanPathsAndDescriptorsReach) {
+TEST_F(RealRemove, RemovesTreesDeeperThanPathsAndDescriptorsReach) {
     ASSERT_TRUE(files.mkdir(text("a")));
     makeDeepTree(at("a"), 2000);
     ASSERT_EQ(0, inChild([this] {
@@ -323,7 +323,7 @@ TEST_F(RealRemove, TakesTreesDeeperThanPathsAndDescriptorsReach) {
     EXPECT_THAT(listing(files, "/"), IsEmpty());
 }
 
-TEST_F(RealRemove, IsFalseWhenSomethingMayNotBeRemoved) {
+TEST_F(RealRemove, IsFalseIfSomethingCannotBeRemoved) {
     ASSERT_EQ(0, asOrdinaryUser(directory, [this] {
                   EXPECT_TRUE(files.mkdir(text("a")));
                   EXPECT_TRUE(files.mkdir(text("a/locked")));
@@ -346,7 +346,7 @@ TEST_F(RealMakeDirectory, LeavesThePermissionsToTheMask) {
 
 using RealRead = OnDisk;
 
-/** The read calls that this process has made; -1 where the system does not count them. */
+/** The number of read calls that this process has made; -1 if the system does not count them. */
 long readCalls() {
     std::ifstream counts("/proc/self/io");
     std::string name;
@@ -356,7 +356,7 @@ long readCalls() {
     return -1;
 }
 
-TEST_F(RealRead, AsksTheSystemForManyBytesAtOnce) {
+TEST_F(RealRead, ReadsManyBytesPerSystemCall) {
     if (readCalls() < 0)
         GTEST_SKIP() << "the system does not count read calls";
     std::string const bytes = someBytes(100'000);
@@ -370,7 +370,7 @@ TEST_F(RealRead, AsksTheSystemForManyBytesAtOnce) {
     EXPECT_EQ(bytes, all);
 }
 
-TEST_F(RealRead, SeesTheOldContentOfAFileThatIsReplacedMeanwhile) {
+TEST_F(RealRead, SeesTheOldContentOfAFileThatIsReplaced) {
     putFile(at("f"), "old content");
     FileHandle* const handle = openedForReading(files, "f");
     EXPECT_EQ("old", read(files, handle, 3));
@@ -379,7 +379,7 @@ TEST_F(RealRead, SeesTheOldContentOfAFileThatIsReplacedMeanwhile) {
     EXPECT_EQ("new", readFile(files, "f"));
 }
 
-TEST_F(RealRead, SeesTheOldContentOfAFileThatIsRemovedMeanwhile) {
+TEST_F(RealRead, SeesTheOldContentOfAFileThatIsRemoved) {
     putFile(at("f"), "old content");
     FileHandle* const handle = openedForReading(files, "f");
     ASSERT_TRUE(files.remove(text("f")));
@@ -396,7 +396,7 @@ TEST_F(RealClose, IsFalseTheSecondTime) {
     EXPECT_FALSE(files.close(handle));
 }
 
-TEST_F(RealClose, GivesTheDescriptorsBack) {
+TEST_F(RealClose, ReleasesTheDescriptors) {
     auto const descriptors = [] {
         return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
     };

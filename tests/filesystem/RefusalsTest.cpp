@@ -9,12 +9,12 @@ using namespace support;
 
 namespace {
 
-/** Every name is taken. */
+/** Every name exists. */
 struct Crowded : RAMFileSystem {
     [[nodiscard]] bool exists(QString const& /*path*/) const override { return true; }
 };
 
-/** Positions move, but for the `failing`th time from now on. */
+/** Seeking fails for the `failing`th time from now on. */
 struct Unsteady : RAMFileSystem {
     bool seek(FileHandle* handle, long offset, FileSystemOrigin origin) override {
         return --failing != 0 && RAMFileSystem::seek(handle, offset, origin);
@@ -50,7 +50,7 @@ TEST(Unserialise, RefusesAnInvalidPath) {
     handle = openedForReading(files, "/file");
     try {
         files.unserialize("/" + unpairedSurrogate(), *handle);
-        ADD_FAILURE() << "it was accepted";
+        ADD_FAILURE() << "accepted";
     } catch (utils::Exception const& failure) {
         EXPECT_THAT(failure.what(), ::testing::EndsWith(": invalid path in memory"));
     }

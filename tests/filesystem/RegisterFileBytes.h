@@ -6,10 +6,10 @@
 
 #include <zlib.h>
 
-/** Register files of any content, the right and the wrong, byte by byte. */
+/** Builds register files with any content, valid or not, byte by byte. */
 namespace support {
 
-/** `number` in `width` bytes, the high one first. */
+/** `number` in `width` bytes, most significant first. */
 inline std::string bigEndian(std::uint64_t number, int width) {
     std::string bytes;
     for (int shift = 8 * (width - 1); shift >= 0; shift -= 8)
@@ -17,9 +17,7 @@ inline std::string bigEndian(std::uint64_t number, int width) {
     return bytes;
 }
 
-/**
- * The start of an item: its kind, as the byte of the number 0 has it, and a number in as few bytes as can be.
- */
+/** The start of an item: its kind, given as the byte for the number 0, and a number in as few bytes as possible. */
 inline std::string head(unsigned kind, std::uint64_t number) {
     if (number < 24)
         return bigEndian(kind + number, 1);
@@ -30,7 +28,7 @@ inline std::string head(unsigned kind, std::uint64_t number) {
     return bigEndian(kind + 26, 1) + bigEndian(number, 4);
 }
 
-/** A register file around a payload, with the right checksum and, if wanted, another version. */
+/** A register file around a payload, with the correct checksum and the given version. */
 inline std::string registerFile(std::string const& payload, char version = 1) {
     auto const crc = ::crc32_z(0, reinterpret_cast<Bytef const*>(payload.data()), payload.size());
     using namespace std::string_literals;

@@ -17,7 +17,7 @@ protected:
     // A file system's destructor may throw, which a test may not.
     ~RegisterFileOnDisk() noexcept override = default;
 
-    /** Reads the file "f". Result: what it is refused with, empty when it is not. */
+    /** Reads the file "f". Result: the reason why it is refused; empty if it is accepted. */
     std::string refusal() {
         FileHandle* const handle = openedForReading(files, "f");
         std::string message;
@@ -30,7 +30,7 @@ protected:
         return message;
     }
 
-    /** Makes the file "f" 1 TiB large, or as large as a `long` can say, of which only `start` takes room on the disk. */
+    /** Creates the file "f" of 1 TiB, or of the largest size that a `long` can hold. Only `start` occupies disk space. */
     void putHugeFile(std::string const& start) {
         putFile(at("f"), start);
         ASSERT_EQ(0, ::truncate(at("f").c_str(), hugeSize));
@@ -41,19 +41,19 @@ protected:
     RAMFileSystem memory;
 };
 
-TEST_F(RegisterFileOnDisk, IsNamedByItsPathWhenItIsDamaged) {
+TEST_F(RegisterFileOnDisk, IsReportedWithItsPathIfItIsDamaged) {
     putFile(at("f"), "\xD9\xD9\xF7\x83\x01\x00\xD8\x18\x41\xA0"s);
     EXPECT_EQ(at("f") + ": damaged: its checksum does not match", refusal());
     putFile(at("f"), "");
     EXPECT_EQ(at("f") + ": damaged: truncated", refusal());
 }
 
-TEST_F(RegisterFileOnDisk, IsNamedByItsPathWhenItIsAnotherKindOfFile) {
+TEST_F(RegisterFileOnDisk, IsReportedWithItsPathIfItIsAnotherKindOfFile) {
     putFile(at("f"), "settings = 1\n");
     EXPECT_EQ(at("f") + ": not a register file", refusal());
 }
 
-TEST_F(RegisterFileOnDisk, IsNamedByItsPathWhenItIsOfALaterVersion) {
+TEST_F(RegisterFileOnDisk, IsReportedWithItsPathIfItIsOfALaterVersion) {
     putFile(at("f"), "\xD9\xD9\xF7\x83\x02\x00\xD8\x18\x41\xA0"s);
     EXPECT_EQ(at("f") + ": format version 2 is not supported; this library reads version 1", refusal());
 }
@@ -80,7 +80,7 @@ TEST_F(RegisterFileOnDisk, IsRefusedWhenItIsTooLargeForTheMemory) {
 #endif
     std::string const start = "\xD9\xD9\xF7\x83\x01\x00\xD8\x18\x5A\x70\0\0\0"s;
     putHugeFile(start);
-    // As on a machine with so little memory, however much this one promises.
+    // As on a machine with little memory, even if this one overcommits.
     int const status = inChild([&] {
         rlimit const limit = {1U << 30U, 1U << 30U};
         EXPECT_EQ(0, ::setrlimit(RLIMIT_AS, &limit));
@@ -91,7 +91,7 @@ TEST_F(RegisterFileOnDisk, IsRefusedWhenItIsTooLargeForTheMemory) {
 
 using PathOfAHandle = RegisterFileOnDisk;
 
-TEST_F(PathOfAHandle, IsWhereTheFileLies) {
+TEST_F(PathOfAHandle, IsThePathOfTheFileOnDisk) {
     ASSERT_TRUE(files.mkdir("a"));
     for (auto const mode : {FileSystem::MODE_WRITE, FileSystem::MODE_READ}) {
         FileHandle* const handle = opened(files, "/a//ö/", mode);

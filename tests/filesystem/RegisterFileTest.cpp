@@ -25,7 +25,7 @@ protected:
     // A file system's destructor may throw, which a test may not.
     ~RegisterFile() noexcept override = default;
 
-    /** The bytes of what stands at `path`. */
+    /** The register file that is saved from the tree at `path`. */
     std::string saved(std::string const& path) { return savedTo(disk, path); }
 
     std::string savedTo(FileSystem& target, std::string const& path) const {
@@ -42,7 +42,7 @@ protected:
         disk.close(handle);
     }
 
-    /** What loading some bytes is refused with; empty, with a failure, when it is not. */
+    /** The reason why loading some bytes is refused; if they are accepted, the test fails. */
     std::string refusal(std::string const& path, std::string const& bytes) {
         std::string const before = saved("/");
         try {
@@ -51,7 +51,7 @@ protected:
             EXPECT_EQ(before, saved("/"));
             return failure.what();
         }
-        ADD_FAILURE() << "not refused";
+        ADD_FAILURE() << "accepted";
         return {};
     }
 
@@ -105,7 +105,7 @@ TEST_F(Serialize, WritesEqualBytesForEqualTrees) {
     fill();
     for (char const* const path : {"/other", "/other/b", "/other/a", "/other/c"})
         ASSERT_TRUE(files.mkdir(text(path)));
-    ASSERT_TRUE(writeFile(files, "/other/z", "a longer content"));
+    ASSERT_TRUE(writeFile(files, "/other/z", "longer content"));
     ASSERT_TRUE(writeFile(files, "/other/z", "\0\xFF\n"s));
     ASSERT_TRUE(writeFile(files, "/other/a/ö", ""));
     ASSERT_TRUE(writeFile(files, "/other/a/y", ""));
@@ -125,7 +125,7 @@ TEST_F(Serialize, OrdersNamesByTheirBytes) {
               saved("/user"));
 }
 
-TEST_F(Serialize, OrdersNamesThatBeginAlike) {
+TEST_F(Serialize, OrdersNamesWithTheSameBeginning) {
     ASSERT_TRUE(files.mkdir(text("/user")));
     for (char const* const file : {"settings_b", "settings", "settings_a1", "settings_a"})
         ASSERT_TRUE(writeFile(files, "/user/"s + file, ""));
@@ -150,7 +150,7 @@ TEST_F(Serialize, KeepsTheOrderWhenMostNamesHaveBeenRemoved) {
     EXPECT_EQ(saved("/other"), saved("/user"));
 }
 
-TEST_F(Serialize, MayGoOnInSeveralThreadsAtOnce) {
+TEST_F(Serialize, MayRunInSeveralThreadsAtOnce) {
     ASSERT_TRUE(files.mkdir(text("/user")));
     for (int i = 0; i < 200; ++i)
         ASSERT_TRUE(writeFile(files, "/user/" + std::to_string(i * 7 % 200), ""));
@@ -168,7 +168,7 @@ TEST_F(Serialize, MayGoOnInSeveralThreadsAtOnce) {
         EXPECT_EQ(saved("/user"), result);
 }
 
-TEST_F(Serialize, WritesAnEmptyDirectoryForWhatIsNotThere) {
+TEST_F(Serialize, WritesAnEmptyDirectoryForAMissingPath) {
     ASSERT_TRUE(files.mkdir(text("/empty")));
     std::string const empty = saved("/empty");
     EXPECT_EQ('\xA0', empty.back());
@@ -186,7 +186,7 @@ TEST_F(Serialize, WritesAnEmptyDirectoryForAFile) {
     EXPECT_EQ(saved("/missing"), saved("/user/z"));
 }
 
-TEST_F(Serialize, IsFalseWhenTheHandleTakesNothing) {
+TEST_F(Serialize, IsFalseIfTheHandleCannotBeWritten) {
     fill();
     ASSERT_TRUE(writeFile(disk, "/f", "kept"));
     FileHandle* const handle = openedForReading(disk, "/f");
@@ -253,7 +253,7 @@ TEST_F(Unserialize, WithoutAPathReplacesTheWholeTree) {
     EXPECT_EQ(bytes, saved("/"));
 }
 
-TEST_F(Unserialize, ReplacesWhatStoodThere) {
+TEST_F(Unserialize, ReplacesTheOldDirectory) {
     fill();
     std::string const bytes = saved("/user");
     ASSERT_TRUE(files.mkdir(text("/user/new")));
@@ -266,7 +266,7 @@ TEST_F(Unserialize, ReplacesWhatStoodThere) {
     EXPECT_EQ(bytes, saved("/user"));
 }
 
-TEST_F(Unserialize, PutsADirectoryInPlaceOfAFile) {
+TEST_F(Unserialize, ReplacesAFileByADirectory) {
     fill();
     std::string const bytes = saved("/user/a");
     load("/user/z", bytes);
@@ -274,7 +274,7 @@ TEST_F(Unserialize, PutsADirectoryInPlaceOfAFile) {
     EXPECT_EQ("1", readFile(files, "/user/z/x"));
 }
 
-TEST_F(Unserialize, LeavesATreeThatCanBeChanged) {
+TEST_F(Unserialize, GivesATreeThatCanBeChanged) {
     fill();
     load("/copy", saved("/user"));
     EXPECT_TRUE(writeFile(files, "/copy/a/x", "changed"));
@@ -286,7 +286,7 @@ TEST_F(Unserialize, LeavesATreeThatCanBeChanged) {
     EXPECT_FALSE(files.exists(text("/copy/a/x")));
 }
 
-TEST_F(Unserialize, StopsExactlyBehindTheTree) {
+TEST_F(Unserialize, StopsExactlyAfterTheTree) {
     fill();
     std::string const first = saved("/user/a");
     std::string const second = saved("/user");
@@ -330,7 +330,7 @@ TEST_F(Unserialize, RefusesAHandleThatCannotBeRead) {
 
 using Damaged = RegisterFile;
 
-TEST_F(Damaged, ByEachBitTurnedIsRefused) {
+TEST_F(Damaged, ByAnyFlippedBitIsRefused) {
     fill();
     std::string const bytes = saved("/user");
     for (std::size_t bit = 0; bit < 8 * bytes.size(); ++bit) {
@@ -347,7 +347,7 @@ TEST_F(Damaged, ByBeingTruncatedIsRefused) {
         EXPECT_THAT(refusal(bytes.substr(0, length)), HasSubstr("damaged: truncated")) << length;
 }
 
-TEST_F(Damaged, ByABitTurnedBelowACorrectChecksumNeverHarms) {
+TEST_F(Damaged, ByAFlippedBitUnderACorrectChecksumIsHarmless) {
     fill();
     std::string const payload = saved("/user").substr(13);
     for (std::size_t bit = 0; bit < 8 * payload.size(); ++bit) {
@@ -364,7 +364,7 @@ TEST_F(Damaged, ByABitTurnedBelowACorrectChecksumNeverHarms) {
     }
 }
 
-TEST_F(Damaged, IsNotWhatTheHelperMakes) {
+TEST_F(Damaged, ByNothingIsLoaded) {
     load("/user", registerFile("\xA1" + name("f") + content("x")));
     EXPECT_EQ("x", readFile(files, "/user/f"));
 }
@@ -374,11 +374,11 @@ TEST_F(Damaged, ByAnUnknownVersionIsRefused) {
         EXPECT_THAT(refusal(registerFile("\xA0", version)),
                     HasSubstr("format version " + std::to_string(version) +
                               " is not supported; this library reads version 1"));
-    // Whatever else such a version may change.
+    // Another version may change everything else.
     EXPECT_THAT(refusal("\xD9\xD9\xF7\x85\x02\x61xyz"s), HasSubstr("format version 2 is not supported"));
 }
 
-TEST_F(Damaged, ByWhatIsNoRegisterFileIsRefused) {
+TEST_F(Damaged, ByNotBeingARegisterFileIsRefused) {
     for (std::string const& bytes :
          {name("x"), "\xD9\xD9\xF6\x83\x01"s, "\xD9\xD9\xF7\xA0"s, "\xD9\xD9\xF7\x84\x01"s,
           "\xD9\xD9\xF7\x80\x02"s, "\xD9\xD9\xF7\x9F\x01"s, "\x83\x01\x00"s, "\xA0"s, "\x00"s})
@@ -404,7 +404,7 @@ TEST_F(Damaged, ByFieldsOfOtherTypesIsRefused) {
 TEST_F(Damaged, ByAWrongChecksumIsRefused) {
     EXPECT_THAT(refusal("\xD9\xD9\xF7\x83\x01\x00\xD8\x18\x41\xA0"s),
                 HasSubstr("damaged: its checksum does not match"));
-    // A 64-bit number with the right low half.
+    // A 64-bit number with the correct low half.
     std::string wide = registerFile("\xA0");
     wide.replace(5, 1, "\x1B\0\0\0\x01"s);
     EXPECT_THAT(refusal(wide), HasSubstr("damaged: its checksum does not match"));
@@ -420,7 +420,7 @@ TEST_F(Damaged, ByANameGivenTwiceIsRefused) {
                 HasSubstr("damaged: duplicate name: \"f\""));
 }
 
-TEST_F(Damaged, ByANameThatNoPathReachesIsRefused) {
+TEST_F(Damaged, ByANameThatNoPathCanExpressIsRefused) {
     for (std::string const& unreached : {""s, "."s, ".."s, "/"s, "a/b"s, "/a"s, "a/"s, "\xFF"s, "a\xC3"s,
                                          "\xC0\xAF"s, "\xED\xA0\x80"s, "\xF4\x90\x80\x80"s}) {
         EXPECT_THAT(refusal(registerFile("\xA1" + name(unreached) + '\x40')),
@@ -430,7 +430,7 @@ TEST_F(Damaged, ByANameThatNoPathReachesIsRefused) {
     }
 }
 
-TEST_F(Damaged, ByANameThatIsNoTextIsRefused) {
+TEST_F(Damaged, ByANameThatIsNotTextIsRefused) {
     for (std::string const& key : {"\x41"
                                    "f"s,
                                    "\x01"s, "\xA0"s, "\xF6"s,
@@ -439,7 +439,7 @@ TEST_F(Damaged, ByANameThatIsNoTextIsRefused) {
         EXPECT_THAT(refusal(registerFile("\xA1" + key + '\x40')), HasSubstr("damaged: a name is not text"));
 }
 
-TEST_F(Damaged, ByARootThatIsNoDirectoryIsRefused) {
+TEST_F(Damaged, ByARootThatIsNotADirectoryIsRefused) {
     for (std::string const& root :
          {content("x"), "\x80"s, name("x"), "\x01"s, "\xF6"s, "\xC1\xA0"s, "\xBF\xFF"s})
         EXPECT_THAT(refusal(registerFile(root)), HasSubstr("damaged: its payload is not a directory"));
@@ -555,7 +555,7 @@ TEST_F(DeepRegisterFile, IsReleasedWithoutOverflow) {
 
 class MemoryOfARegisterFile : public RegisterFile {
 protected:
-    /** Reads some bytes in each way, whatever becomes of it, and looks at the memory that this took. */
+    /** Reads some bytes in each way, successfully or not, and expects memory use in proportion to their number. */
     void expectProportion(std::string const& bytes) {
         ASSERT_TRUE(writeFile(disk, "/load", bytes));
         FileHandle* const handle = openedForReading(disk, "/load");
@@ -574,12 +574,12 @@ protected:
         try {
             read();
         } catch (utils::Exception const&) {
-            // Refused files are to cost no more than others.
+            // Refused files must not use more memory than others.
         }
         EXPECT_LE(MemoryPeak::bytes(), memoryToRead(size)) << size;
     }
 
-    static constexpr int many = (1 << 17) + 1; // where what grows by doubling is largest
+    static constexpr int many = (1 << 17) + 1; // where containers that grow by doubling are largest
 };
 
 TEST_F(MemoryOfARegisterFile, IsCounted) {
@@ -591,7 +591,7 @@ TEST_F(MemoryOfARegisterFile, IsCounted) {
     EXPECT_GE(MemoryPeak::bytes(), 2 * many); // as read, and in the tree
 }
 
-TEST_F(MemoryOfARegisterFile, IsSmallForALargeFileThatIsNone) {
+TEST_F(MemoryOfARegisterFile, IsSmallForALargeFileOfAnotherKind) {
     std::string const large(10'000'000, 'x');
     for (std::string const& bytes :
          {large, registerFile("\xA0") + large, "\xD9\xD9\xF7\x83\x02"s + large,
@@ -603,7 +603,7 @@ TEST_F(MemoryOfARegisterFile, IsSmallForALargeFileThatIsNone) {
         try {
             fresh.unserialize(text("/user"), *handle);
         } catch (utils::Exception const&) {
-            // The first is none, and the last two are refused.
+            // The first is not a register file, and the last two are refused.
         }
         EXPECT_LE(MemoryPeak::bytes(), memoryToRead(0));
     }
@@ -640,18 +640,18 @@ TEST_F(MemoryOfARegisterFile, IsInProportionForManyLevels) {
         once += "\xA1\x61"
                 "d";
     expectProportion(registerFile(once + '\xA0'));
-    // Each says that it holds as much as there is left.
+    // Each level claims as many entries as there are levels left.
     std::string all;
     for (int left = many; left > 0; --left)
         all += head(0xA0, static_cast<std::uint64_t>(left)) + name("d");
     expectProportion(registerFile(all + '\xA0'));
 }
 
-TEST_F(MemoryOfARegisterFile, IsInProportionForWhatIsLarge) {
+TEST_F(MemoryOfARegisterFile, IsInProportionForLargeContents) {
     std::string const large(1 << 20, 'x');
     expectProportion(registerFile("\xA1" + name("f") + content(large)));
     expectProportion(registerFile("\xA1" + name(large) + '\x40'));
-    expectProportion(registerFile("\xA1" + name(large) + '\x01')); // a refusal that names it
+    expectProportion(registerFile("\xA1" + name(large) + '\x01')); // the message contains the name
     expectProportion(large);
 }
 

@@ -16,12 +16,12 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
-/** Ends the process the hard way. */
+/** Kills the process. */
 void killSelf() {
     static_cast<void>(::raise(SIGKILL));
 }
 
-/** From here on no file of this process grows beyond `bytes`; SIGXFSZ ends it when it tries. */
+/** Limits the size of this process's files; SIGXFSZ ends the process if it exceeds the limit. */
 void limitFileSize(rlim_t bytes) {
     rlimit const limit = {bytes, bytes};
     ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &limit));
@@ -47,13 +47,13 @@ TEST_F(Replace, ShowsNoNewFileUntilCloseHasReturnedTrue) {
     EXPECT_EQ("new", fileBytes(at("f")));
 }
 
-TEST_F(Replace, LeavesNothingBesideTheFile) {
+TEST_F(Replace, LeavesNoOtherFile) {
     putFile(at("f"), "old");
     ASSERT_TRUE(writeFile(files, "f", "new"));
     EXPECT_THAT(listing(files, "/"), ElementsAre("f"));
 }
 
-TEST_F(Replace, WritesBesideTheFileUnderANameMadeFromIt) {
+TEST_F(Replace, WritesATemporaryFileNamedAfterTheFile) {
     FileHandle* const handle = openedForWriting(files, "settings.dat");
     ASSERT_NE(nullptr, handle);
     EXPECT_THAT(listing(files, "/"),
@@ -105,7 +105,7 @@ TEST_F(Replace, ChangesNothingWhenTheHandleIsNeverClosed) {
     EXPECT_THAT(listing(files, "/"), ElementsAre("f"));
 }
 
-TEST_F(Replace, LeavesTheLastOfSeveralHandlesToWin) {
+TEST_F(Replace, KeepsTheContentOfTheHandleClosedLast) {
     FileHandle* const first = openedForWriting(files, "f");
     FileHandle* const second = openedForWriting(files, "f");
     ASSERT_TRUE(write(files, first, "first"));
@@ -143,7 +143,7 @@ TEST_F(ReplaceFailing, ChangesNothingWhenTheLastBytesCannotBeWritten) {
     EXPECT_EQ("old", fileBytes(at("f")));
 }
 
-TEST_F(ReplaceFailing, AtTheLimitOfFileSizesSaysSoWithoutASignal) {
+TEST_F(ReplaceFailing, AtTheFileSizeLimitIsReportedWithoutASignal) {
     putFile(at("f"), "old");
     for (rlim_t const limit : {rlim_t{0}, rlim_t{100'000}, rlim_t{199'999}})
         ASSERT_EQ(0, inChild([&] {
@@ -157,7 +157,7 @@ TEST_F(ReplaceFailing, AtTheLimitOfFileSizesSaysSoWithoutASignal) {
     EXPECT_EQ("old", fileBytes(at("f")));
 }
 
-TEST_F(ReplaceFailing, IsNotWhatAFileOfTheSizeLimitDoes) {
+TEST_F(ReplaceFailing, IsNotCausedByAFileOfExactlyTheSizeLimit) {
     ASSERT_EQ(0, inChild([&] {
                   limitFileSize(200'000);
                   EXPECT_TRUE(writeFile(files, "f", someBytes(200'000)));
@@ -165,7 +165,7 @@ TEST_F(ReplaceFailing, IsNotWhatAFileOfTheSizeLimitDoes) {
     EXPECT_EQ(someBytes(200'000), fileBytes(at("f")));
 }
 
-TEST_F(ReplaceFailing, IsNotMadeGoodByALaterWrite) {
+TEST_F(ReplaceFailing, IsNotUndoneByALaterWrite) {
     putFile(at("f"), "old");
     ASSERT_EQ(0, inChild([this] {
                   limitFileSize(100'000);
@@ -178,7 +178,7 @@ TEST_F(ReplaceFailing, IsNotMadeGoodByALaterWrite) {
     EXPECT_EQ("old", fileBytes(at("f")));
 }
 
-TEST_F(ReplaceFailing, LeavesTheDirectoryThatCameInTheWay) {
+TEST_F(ReplaceFailing, KeepsADirectoryCreatedAtThePath) {
     FileHandle* const handle = openedForWriting(files, "f");
     ASSERT_TRUE(write(files, handle, "new"));
     ASSERT_TRUE(files.mkdir(text("f")));
@@ -187,7 +187,7 @@ TEST_F(ReplaceFailing, LeavesTheDirectoryThatCameInTheWay) {
     EXPECT_THAT(listing(files, "/"), ElementsAre("f"));
 }
 
-TEST_F(ReplaceFailing, SaysWhenTheDirectoryIsGone) {
+TEST_F(ReplaceFailing, ReportsARemovedDirectory) {
     ASSERT_TRUE(files.mkdir(text("a")));
     FileHandle* const handle = openedForWriting(files, "a/f");
     ASSERT_TRUE(write(files, handle, "new"));
@@ -209,7 +209,7 @@ TEST_F(ReplaceFailing, OpensNothingInADirectoryThatMayNotBeChanged) {
 
 using ReplaceInUnreadableDirectory = OnDisk;
 
-TEST_F(ReplaceInUnreadableDirectory, MakesAndReplacesFiles) {
+TEST_F(ReplaceInUnreadableDirectory, CreatesAndReplacesFiles) {
     ASSERT_EQ(0, asOrdinaryUser(directory, [this] {
                   EXPECT_TRUE(files.mkdir(text("d")));
                   EXPECT_EQ(0, ::chmod(at("d").c_str(), 0300));
@@ -241,7 +241,7 @@ TEST_F(ReplacePermissions, OfANewFileAreLeftToTheMask) {
     EXPECT_EQ(0640U, permissions(at("f")));
 }
 
-TEST_F(ReplacePermissions, OfAReplacedFileStay) {
+TEST_F(ReplacePermissions, OfAReplacedFileAreKept) {
     for (unsigned const mode : {0600U, 0644U, 0666U, 0755U, 06755U, 0200U}) {
         putFile(at("f"), "old");
         ASSERT_EQ(0, ::chmod(at("f").c_str(), mode));
@@ -259,7 +259,7 @@ TEST_F(ReplacePermissions, HideTheNewContentFromTheStart) {
         EXPECT_EQ(0600U, permissions(at(name))) << name;
 }
 
-TEST_F(ReplacePermissions, ProtectAFileThatMayNotBeWritten) {
+TEST_F(ReplacePermissions, ProtectAReadOnlyFile) {
     ASSERT_EQ(0, asOrdinaryUser(directory, [this] {
                   putFile(at("f"), "old");
                   EXPECT_EQ(0, ::chmod(at("f").c_str(), 0444));
@@ -271,7 +271,7 @@ TEST_F(ReplacePermissions, ProtectAFileThatMayNotBeWritten) {
 
 TEST_F(ReplacePermissions, KeepTheOwner) {
     if (::geteuid() != 0)
-        GTEST_SKIP() << "only root may give files away";
+        GTEST_SKIP() << "only root can change the owner of a file";
     putFile(at("f"), "old");
     ASSERT_EQ(0, ::chown(at("f").c_str(), 4321, 1234));
     ASSERT_EQ(0, ::chmod(at("f").c_str(), 06755));
@@ -285,7 +285,7 @@ TEST_F(ReplacePermissions, KeepTheOwner) {
 
 TEST_F(ReplacePermissions, LetAnotherOwnersFileBeReplaced) {
     if (::geteuid() != 0)
-        GTEST_SKIP() << "only root can make a file of another owner";
+        GTEST_SKIP() << "only root can give a file to another owner";
     putFile(at("f"), "old");
     ASSERT_EQ(0, ::chmod(at("f").c_str(), 0666));
     ASSERT_EQ(0, asOrdinaryUser(directory, [this] { EXPECT_TRUE(writeFile(files, "f", "new")); }));
@@ -294,11 +294,12 @@ TEST_F(ReplacePermissions, LetAnotherOwnersFileBeReplaced) {
 
 TEST_F(ReplacePermissions, OfAGroupAreNotGivenToAnother) {
     if (::geteuid() != 0)
-        GTEST_SKIP() << "only root can make a file of another group";
+        GTEST_SKIP() << "only root can give a file to another group";
     for (auto const& [before, after] :
          std::map<unsigned, unsigned>{{0666U, 0606U}, {0676U, 0606U}, {02664U, 0604U}, {06777U, 04707U}}) {
         putFile(at("f"), "old");
-        ASSERT_EQ(0, ::chown(at("f").c_str(), 65534, 1234)); // the user is theirs, the group is not
+        ASSERT_EQ(
+            0, ::chown(at("f").c_str(), 65534, 1234)); // the user's, but of a group that the user is not in
         ASSERT_EQ(0, ::chmod(at("f").c_str(), before));
         ASSERT_EQ(0, asOrdinaryUser(directory, [this] { EXPECT_TRUE(writeFile(files, "f", "new")); }));
         EXPECT_EQ("new", fileBytes(at("f")));
@@ -308,11 +309,12 @@ TEST_F(ReplacePermissions, OfAGroupAreNotGivenToAnother) {
 
 TEST_F(ReplacePermissions, OfOthersAreNotGivenToAGroupThatHadFewer) {
     if (::geteuid() != 0)
-        GTEST_SKIP() << "only root can make a file of another group";
+        GTEST_SKIP() << "only root can give a file to another group";
     for (auto const& [before, after] :
          std::map<unsigned, unsigned>{{0606U, 0600U}, {0604U, 0600U}, {02646U, 0604U}, {0657U, 0605U}}) {
         putFile(at("f"), "old");
-        ASSERT_EQ(0, ::chown(at("f").c_str(), 65534, 1234)); // the user is theirs, the group is not
+        ASSERT_EQ(
+            0, ::chown(at("f").c_str(), 65534, 1234)); // the user's, but of a group that the user is not in
         ASSERT_EQ(0, ::chmod(at("f").c_str(), before));
         ASSERT_EQ(0, asOrdinaryUser(directory, [this] { EXPECT_TRUE(writeFile(files, "f", "new")); }));
         EXPECT_EQ("new", fileBytes(at("f")));
@@ -320,7 +322,7 @@ TEST_F(ReplacePermissions, OfOthersAreNotGivenToAGroupThatHadFewer) {
     }
 }
 
-TEST_F(ReplacePermissions, TakenAwayWhileTheFileIsWrittenStayAway) {
+TEST_F(ReplacePermissions, RevokedWhileTheFileIsWrittenAreNotRestored) {
     putFile(at("f"), "old");
     ASSERT_EQ(0, ::chmod(at("f").c_str(), 0666));
     FileHandle* const handle = openedForWriting(files, "f");
@@ -331,11 +333,11 @@ TEST_F(ReplacePermissions, TakenAwayWhileTheFileIsWrittenStayAway) {
     EXPECT_EQ(0600U, permissions(at("f")));
 }
 
-TEST_F(ReplacePermissions, OfAnOwnerToActInTheirNameAreNotGivenToAnother) {
+TEST_F(ReplacePermissions, ToRunAsTheOwnerAreNotGivenToAnotherOwner) {
     if (::geteuid() != 0)
-        GTEST_SKIP() << "only root can make a file of another owner";
+        GTEST_SKIP() << "only root can give a file to another owner";
     putFile(at("f"), "old");
-    ASSERT_EQ(0, ::chown(at("f").c_str(), 4321, 65534)); // the group is theirs, the user is not
+    ASSERT_EQ(0, ::chown(at("f").c_str(), 4321, 65534)); // another owner's, of the user's group
     ASSERT_EQ(0, ::chmod(at("f").c_str(), 06777));
     ASSERT_EQ(0, asOrdinaryUser(directory, [this] { EXPECT_TRUE(writeFile(files, "f", "new")); }));
     EXPECT_EQ("new", fileBytes(at("f")));
@@ -359,7 +361,7 @@ TEST_F(ReplaceThroughLink, ReplacesTheTargetAndKeepsTheLink) {
     EXPECT_THAT(listing(files, "b"), ElementsAre("target"));
 }
 
-TEST_F(ReplaceThroughLink, WritesBesideTheTarget) {
+TEST_F(ReplaceThroughLink, WritesTheTemporaryFileNextToTheTarget) {
     ASSERT_TRUE(files.mkdir(text("a")));
     std::filesystem::create_symlink("a/target", at("link"));
     ASSERT_NE(nullptr, openedForWriting(files, "link"));
@@ -378,7 +380,7 @@ TEST_F(ReplaceThroughLink, FollowsAChain) {
     EXPECT_EQ(nullptr, openedForWriting(files, "41"));
 }
 
-TEST_F(ReplaceThroughLink, MakesTheTargetOfADanglingLink) {
+TEST_F(ReplaceThroughLink, CreatesTheTargetOfADanglingLink) {
     std::filesystem::create_symlink("target", at("link"));
     EXPECT_TRUE(writeFile(files, "link", "new"));
     EXPECT_TRUE(std::filesystem::is_symlink(at("link")));
@@ -403,7 +405,7 @@ TEST_F(ReplaceThroughLink, RefusesADirectory) {
 
 using StaleTemporary = OnDisk;
 
-TEST_F(StaleTemporary, IsClearedWhenItsFileIsOpenedForWriting) {
+TEST_F(StaleTemporary, IsRemovedWhenItsFileIsOpenedForWriting) {
     putFile(at(temporaryName("f")), "left");
     putFile(at(temporaryName("f", "00000000")), "left");
     FileHandle* const handle = openedForWriting(files, "f");
@@ -413,7 +415,7 @@ TEST_F(StaleTemporary, IsClearedWhenItsFileIsOpenedForWriting) {
     EXPECT_THAT(listing(files, "/"), ElementsAre("f"));
 }
 
-TEST_F(StaleTemporary, OfAKilledProcessIsCleared) {
+TEST_F(StaleTemporary, OfAKilledProcessIsRemoved) {
     putFile(at("f"), "old");
     ASSERT_EQ(crashed, inChild([this] {
                   write(files, openedForWriting(files, "f"), someBytes(100'000));
@@ -425,7 +427,7 @@ TEST_F(StaleTemporary, OfAKilledProcessIsCleared) {
     EXPECT_THAT(listing(files, "/"), ElementsAre("f"));
 }
 
-TEST_F(StaleTemporary, IsNotWhatALiveHandleWrites) {
+TEST_F(StaleTemporary, IsNotAFileThatAnOpenHandleWrites) {
     FileHandle* const first = openedForWriting(files, "f");
     auto const before = listing(files, "/");
     ASSERT_THAT(before, SizeIs(1));
@@ -436,7 +438,7 @@ TEST_F(StaleTemporary, IsNotWhatALiveHandleWrites) {
     EXPECT_TRUE(files.close(second));
 }
 
-TEST_F(StaleTemporary, IsNotWhatAnotherProcessHasLocked) {
+TEST_F(StaleTemporary, IsNotAFileThatAnotherProcessHasLocked) {
     std::string const locked = at(temporaryName("f"));
     putFile(locked, "live");
     int const file = ::open(locked.c_str(), O_RDONLY | O_CLOEXEC);
@@ -448,7 +450,7 @@ TEST_F(StaleTemporary, IsNotWhatAnotherProcessHasLocked) {
     EXPECT_THAT(listing(files, "/"), ElementsAre("f"));
 }
 
-TEST_F(StaleTemporary, IsNotWhatOnlyLooksLikeOne) {
+TEST_F(StaleTemporary, IsNotAFileWithASimilarName) {
     std::string const real = temporaryName("f");
     std::string wrongCheck = real;
     wrongCheck.back() = wrongCheck.back() == '0' ? '1' : '0';
@@ -489,7 +491,7 @@ TEST_F(LongName, OfTheSystemsLimitIsReplaced) {
     EXPECT_THAT(listing(files, "/"), ElementsAre(name));
 }
 
-TEST_F(LongName, DoesNotShareItsTemporaryFilesWithOneThatIsCutAlike) {
+TEST_F(LongName, DoesNotShareItsTemporaryFilesWithANameThatIsTruncatedAlike) {
     std::string const one(NAME_MAX, 'n');
     std::string const other = std::string(NAME_MAX - 1, 'n') + 'm';
     ASSERT_EQ(crashed, inChild([&] {
@@ -502,14 +504,14 @@ TEST_F(LongName, DoesNotShareItsTemporaryFilesWithOneThatIsCutAlike) {
     EXPECT_THAT(listing(files, "/"), ElementsAre(other, one));
 }
 
-TEST_F(LongName, IsCutBetweenCharacters) {
+TEST_F(LongName, IsTruncatedBetweenCharacters) {
     for (std::size_t const lead : {0U, 1U, 2U, 3U}) {
         std::string name(lead, 'n');
         while (name.size() + 4 <= NAME_MAX)
             name += "😀";
         FileHandle* const handle = openedForWriting(files, name);
         ASSERT_NE(nullptr, handle);
-        // What is not UTF-8 would not be listed.
+        // A name that is not UTF-8 would not be listed.
         EXPECT_THAT(listing(files, "/"), SizeIs(1)) << lead;
         EXPECT_TRUE(files.close(handle));
         EXPECT_TRUE(files.remove(text(name)));

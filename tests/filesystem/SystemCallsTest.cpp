@@ -23,17 +23,17 @@
 #include "support/TemporaryName.h"
 #include "utils/Exception.h"
 
-// What becomes of an operation when a call to the system fails in the midst of it. The program has the system
-// calls that the library makes in its own hands: it counts them, and fails the one that a test names.
+// Operations of which a system call fails. The program intercepts the system calls that the library makes: it counts
+// them, and fails the one that a test chooses.
 
 namespace {
 
-/** The call that is to fail: the `left`th from now on, of those named `name`, or of all. */
+/** The call that must fail: the `left`th from now on, of the calls named `name` or of all. */
 struct Fault {
     int left = 0;
     int error = 0;
     std::string name;
-    bool always = false;       ///< and every further one
+    bool always = false;       ///< every later one fails, too
     char const* hit = nullptr; ///< the call that has failed
 };
 
@@ -58,7 +58,7 @@ Function* original(std::string const& name) {
 
 } // namespace
 
-// The result of a failed call, or else what the system says.
+// Fails the call or passes it on to the system.
 #define VELMORAND_PASS_ON(failed, name, ...)                                                                 \
     static auto* const system = original<decltype(name)>(#name);                                             \
     return fails(#name) ? (failed) : system(__VA_ARGS__)
@@ -135,7 +135,7 @@ dirent* readdir(DIR* stream) {
     VELMORAND_PASS_ON(nullptr, readdir, stream);
 }
 
-/** A file is closed whatever the system says of it. */
+/** Closes the file even if the call is to fail, as the system does. */
 int close(int file) {
     static auto* const system = original<decltype(close)>("close");
     int const result = system(file);
@@ -178,14 +178,14 @@ using namespace support;
 constexpr int errors[] = {EIO,    ENOSPC, EDQUOT, EROFS,  EACCES,     EPERM,
                           ENOENT, EEXIST, EINVAL, EMFILE, EWOULDBLOCK};
 
-/** Names an error in a failure's trace. */
+/** Describes an error in a failure's trace. */
 std::string told(int error, int call) {
     return std::string(std::strerror(error)) + " at call " + std::to_string(call);
 }
 
 class SystemCalls : public OnDisk {
 protected:
-    /** Runs `operation` with a fault; false when there was no such call. */
+    /** Runs `operation` with a fault. Result: false if it did not make the call. */
     template <class Operation>
     bool withFault(Fault planned, Operation operation) {
         fault = &planned;
@@ -196,10 +196,7 @@ protected:
         return planned.hit != nullptr;
     }
 
-    /**
-     * Runs `operation` again and again from the state that `prepare` makes, with each of its calls failing in
-     * each way, and then `check`s what has become of it.
-     */
+    /** Runs `prepare`, `operation` and `check` repeatedly, with each call of `operation` failing in each way. */
     template <class Prepare, class Operation, class Check>
     void failEveryCall(Prepare prepare, Operation operation, Check check) {
         for (int const planned : errors) {
@@ -215,12 +212,12 @@ protected:
                 if (HasFailure())
                     return;
             }
-            EXPECT_LT(1, call) << "the operation makes no calls";
+            EXPECT_LT(1, call) << "no call to fail";
         }
     }
 
-    std::string failed; ///< the call that failed last, empty for none
-    int error = 0;      ///< how
+    std::string failed; ///< the name of the call that failed last; empty if none did
+    int error = 0;      ///< its error
 
     static std::size_t openDescriptors() {
         std::size_t count = 0;
@@ -236,7 +233,7 @@ protected:
         return result;
     }
 
-    /** Reads a file of at most some bytes, whatever is said of its size. */
+    /** Reads the start of a small file without asking for its size. */
     std::string read(std::string const& name) {
         FileHandle* const handle = openedForReading(files, name);
         std::string bytes = handle == nullptr ? "no file" : support::read(files, handle, 100);
@@ -260,14 +257,14 @@ TEST_F(SystemCalls, ThatFailLeaveAReplacedFileOldOrNew) {
             putFile(at("file"), "old");
             std::filesystem::permissions(at("file"), std::filesystem::perms(0640));
             putFile(at(temporaryName("file")), "left by a killed process");
-            // Of another owner, so that this is to be kept as well.
+            // Of another owner, because the owner is kept as well.
             ASSERT_TRUE(::geteuid() != 0 || ::chown(at("file").c_str(), 65534, 65534) == 0);
         },
         [&] { replaced = writeFile(files, "file", "new"); },
         [&] {
             std::string const content = fileBytes(at("file"));
             EXPECT_TRUE(content == "new" || (content == "old" && !replaced)) << content;
-            // Unless the system said that there is no old file, or not whether it has an access control list.
+            // Unless the system reported that the old file is missing, or could not report its access control list.
             EXPECT_TRUE(
                 permissions(at("file")) == 0640U || (failed == "fstatat" && error == ENOENT) ||
                 (permissions(at("file")) == 0600U && (failed == "fgetxattr" || failed == "fremovexattr")));
@@ -275,15 +272,15 @@ TEST_F(SystemCalls, ThatFailLeaveAReplacedFileOldOrNew) {
             left.erase(temporaryName("file"));
             EXPECT_TRUE(left == std::set<std::string>{"file"} || failed == "unlinkat")
                 << failed << ": " << ::testing::PrintToString(left);
-            // What could not be removed goes with the next replacement.
+            // The next replacement removes a temporary file that remained.
             EXPECT_TRUE(writeFile(files, "file", "newer"));
             EXPECT_EQ((std::set<std::string>{"file"}), entries());
             EXPECT_EQ("newer", fileBytes(at("file")));
         });
 }
 
-TEST_F(SystemCalls, ThatFailSayWhyAFileIsNotReplaced) {
-    std::string const large(100'000, 'n'); // the write comes before the close
+TEST_F(SystemCalls, ThatFailGiveTheReasonWhyAFileIsNotReplaced) {
+    std::string const large(100'000, 'n'); // written before the close
     bool replaced = false;
     int why = 0;
     failEveryCall([&] { putFile(at("file"), "old"); },
@@ -327,14 +324,14 @@ TEST_F(SystemCalls, ThatFailLeaveALinkAndItsTarget) {
         });
 }
 
-TEST_F(SystemCalls, ThatFailMakeAReadShortAndNeverWrong) {
+TEST_F(SystemCalls, ThatFailMakeAReadShortButNeverWrong) {
     std::string content;
     failEveryCall(
         [&] { putFile(at("file"), "content"); }, [&] { content = read("file"); },
         [&] { EXPECT_TRUE(content == "content" || content.empty() || content == "no file") << content; });
 }
 
-TEST_F(SystemCalls, ThatFailMakeAListingEmptyAndNeverPartial) {
+TEST_F(SystemCalls, ThatFailMakeAListingEmptyButNeverPartial) {
     std::vector<std::string> listed;
     failEveryCall(
         [&] {
@@ -347,7 +344,7 @@ TEST_F(SystemCalls, ThatFailMakeAListingEmptyAndNeverPartial) {
         });
 }
 
-TEST_F(SystemCalls, ThatFailLeaveARemovalToBeDoneAgain) {
+TEST_F(SystemCalls, ThatFailLeaveARemovalThatCanBeRepeated) {
     bool removed = false;
     failEveryCall(
         [&] {
@@ -366,7 +363,7 @@ TEST_F(SystemCalls, ThatFailLeaveARemovalToBeDoneAgain) {
         });
 }
 
-TEST_F(SystemCalls, ThatFailMakeNoDirectory) {
+TEST_F(SystemCalls, ThatFailCreateNoDirectory) {
     bool made = false;
     failEveryCall([&] { clear(); }, [&] { made = files.mkdir("sub"); },
                   [&] { EXPECT_EQ(made, std::filesystem::exists(at("sub"))); });
@@ -375,7 +372,7 @@ TEST_F(SystemCalls, ThatFailMakeNoDirectory) {
 TEST_F(SystemCalls, ThatFailLoadNoModuleThisTime) {
     RAMFileSystem memory;
     ASSERT_TRUE(writeFile(memory, "/module", fileBytes(VELMORAND_TEST_MODULE_1)));
-    // While one is loaded, the next needs a descriptor of another number.
+    // While this one is loaded, the next needs a descriptor with another number.
     void* const first = memory.loadModule("/module");
     failEveryCall([] {}, [&] { memory.unloadModule(memory.loadModule("/module")); },
                   [&] {
@@ -386,7 +383,7 @@ TEST_F(SystemCalls, ThatFailLoadNoModuleThisTime) {
     EXPECT_TRUE(memory.unloadModule(first));
 }
 
-TEST_F(SystemCalls, ThatAreInterruptedAreMadeAgain) {
+TEST_F(SystemCalls, ThatAreInterruptedAreRepeated) {
     for (char const* const call :
          {"open",      "openat",   "pread",     "pwrite",     "fsync",        "flock",    "fchmod",  "fchown",
           "getrandom", "close",    "faccessat", "readlinkat", "stat",         "fstat",    "fstatat", "fcntl",
@@ -396,7 +393,8 @@ TEST_F(SystemCalls, ThatAreInterruptedAreMadeAgain) {
             clear();
             putFile(at("file"), "old");
             putFile(at(temporaryName("file")), "left by a killed process");
-            static_cast<void>(setAttribute(at("file"), "user.test", "kept")); // where it can be
+            static_cast<void>(
+                setAttribute(at("file"), "user.test", "kept")); // if the file system supports it
             ASSERT_TRUE(::geteuid() != 0 || ::chown(at("file").c_str(), 65534, 65534) == 0);
             withFault({nth, EINTR, call, false}, [&] {
                 EXPECT_TRUE(writeFile(files, "file", "new"));
@@ -406,16 +404,16 @@ TEST_F(SystemCalls, ThatAreInterruptedAreMadeAgain) {
         }
 }
 
-TEST_F(SystemCalls, ThatSayThatATemporaryNameIsTakenAreMadeWithAnother) {
+TEST_F(SystemCalls, ThatReportAnExistingTemporaryNameAreRepeatedWithAnother) {
     putFile(at("file"), "old");
-    // Of all calls of these names: the directory's own are opened before.
+    // Not the first "openat", which opens the directory.
     EXPECT_TRUE(
         withFault({1, EWOULDBLOCK, "flock", false}, [&] { EXPECT_TRUE(writeFile(files, "file", "new")); }));
     EXPECT_EQ("new", fileBytes(at("file")));
     EXPECT_EQ((std::set<std::string>{"file"}), entries());
 }
 
-TEST_F(SystemCalls, ThatNeverSucceedEndTheAttempt) {
+TEST_F(SystemCalls, ThatNeverSucceedAreNotRepeatedForever) {
     putFile(at("file"), "old");
     for (auto const& [call, kind] :
          std::map<char const*, int>{{"flock", EWOULDBLOCK}, {"getrandom", ENOSYS}}) {
@@ -427,13 +425,13 @@ TEST_F(SystemCalls, ThatNeverSucceedEndTheAttempt) {
     }
 }
 
-TEST_F(SystemCalls, ForLocksWhereThereAreNoneAreDoneWithout) {
+TEST_F(SystemCalls, ForLocksThatTheFileSystemLacksAreNotNeeded) {
     putFile(at("file"), "old");
     EXPECT_TRUE(withFault({1, ENOLCK, "flock", true}, [&] { EXPECT_TRUE(writeFile(files, "file", "new")); }));
     EXPECT_EQ("new", fileBytes(at("file")));
 }
 
-TEST_F(SystemCalls, ThatCannotSynchroniseADirectoryAreNotNeeded) {
+TEST_F(SystemCalls, ThatCannotFlushADirectoryAreIgnored) {
     putFile(at("file"), "old");
     EXPECT_TRUE(
         withFault({2, EINVAL, "fsync", false}, [&] { EXPECT_TRUE(writeFile(files, "file", "new")); }));
@@ -442,9 +440,9 @@ TEST_F(SystemCalls, ThatCannotSynchroniseADirectoryAreNotNeeded) {
     EXPECT_EQ("new", fileBytes(at("file")));
 }
 
-TEST_F(SystemCalls, ThatCannotReadADirectorySynchroniseTheFileSystemInstead) {
+TEST_F(SystemCalls, ThatCannotReadADirectorySyncTheFileSystemInstead) {
     putFile(at("file"), "old");
-    // The first is of the directory, to read it.
+    // The first one opens the directory for reading.
     Fault const unreadable = {1, EACCES, "openat", false};
     EXPECT_TRUE(withFault(unreadable, [&] { EXPECT_TRUE(writeFile(files, "file", "new")); }));
     EXPECT_EQ("new", fileBytes(at("file")));
@@ -462,7 +460,7 @@ TEST_F(SystemCalls, ThatCannotKeepAnAccessListGrantLess) {
     for (int const kind : {EPERM, ENOTSUP, ENOSPC, EACCES, EIO})
         for (char const* const call : {"fgetxattr", "fsetxattr"}) {
             if (kind == ENOTSUP && std::string(call) == "fgetxattr")
-                continue; // that there are no lists
+                continue; // means that the file system does not support lists
             clear();
             putFile(at("file"), "old");
             ASSERT_TRUE(
@@ -519,7 +517,7 @@ TEST_F(SystemCalls, ThatFailToReadARegisterFileAreNotTakenForDamage) {
     }
 }
 
-TEST_F(SystemCalls, ThatFailToReadSayWhy) {
+TEST_F(SystemCalls, ThatFailToReadGiveTheReason) {
     putFile(at("file"), "content");
     FileHandle* const handle = openedForReading(files, "file");
     EXPECT_TRUE(withFault({1, EIO, "pread", true}, [&] {
@@ -530,7 +528,7 @@ TEST_F(SystemCalls, ThatFailToReadSayWhy) {
     EXPECT_EQ(0, errno);
 }
 
-TEST_F(SystemCalls, ThatCannotExamineAFileCallItExisting) {
+TEST_F(SystemCalls, ThatCannotExamineAFileReportItAsExisting) {
     putFile(at("file"), "");
     for (int const kind : {EIO, EACCES, ELOOP, ENOMEM, EOVERFLOW})
         withFault({1, kind, "stat", false}, [&] { EXPECT_TRUE(files.exists("missing")) << kind; });
@@ -538,15 +536,15 @@ TEST_F(SystemCalls, ThatCannotExamineAFileCallItExisting) {
         withFault({1, kind, "stat", false}, [&] { EXPECT_FALSE(files.exists("file")) << kind; });
 }
 
-TEST_F(SystemCalls, ThatFindALinkThatLeadsToItselfAreNotMadeForEver) {
+TEST_F(SystemCalls, ThatFindALinkToItselfAreNotRepeatedForever) {
     std::filesystem::create_symlink("loop", at("loop"));
-    // As if the link had come after the first look at what stands there.
+    // As if the link had been created after the first look at the path.
     EXPECT_TRUE(withFault({1, ENOENT, "faccessat", false},
                           [&] { EXPECT_EQ(nullptr, openedForWriting(files, "loop")); }));
     EXPECT_EQ((std::set<std::string>{"loop"}), entries());
 }
 
-TEST_F(SystemCalls, ThatFailToWriteWhatWasHeldBackTakeNothingMore) {
+TEST_F(SystemCalls, ThatFailToWriteTheBufferEndWriting) {
     putFile(at("file"), "old");
     FileHandle* const handle = openedForWriting(files, "file");
     ASSERT_NE(nullptr, handle);

@@ -58,7 +58,7 @@ TreeImage tree(std::vector<TreeChange> const& content) {
     return TreeImage().with(content);
 }
 
-/** What is in a tree. */
+/** The content of a tree. */
 std::vector<std::string> content(TreeImage const& image) {
     return lines(TreeImage().differencesTo(image));
 }
@@ -68,7 +68,7 @@ TreeImage const sample = tree({directory("a"), file("a/x", "1"), file("a/y", "2"
 
 } // namespace
 
-TEST(TreeImage, HoldsWhatWasPutIntoIt) {
+TEST(TreeImage, ContainsTheTreeItWasBuiltFrom) {
     EXPECT_THAT(content(sample), ElementsAre("+ a/", "+ a/x=1", "+ a/y=2", "+ b/", "+ b/empty/", "+ c=3"));
     EXPECT_EQ(3U, sample.fileCount());
 }
@@ -77,7 +77,7 @@ TEST(TreeImage, IsReadFromItsBytes) {
     EXPECT_THAT(TreeImage(std::string(sample.bytes())).differencesTo(sample), IsEmpty());
 }
 
-TEST(TreeImage, DropsWhatFollowsTheTree) {
+TEST(TreeImage, DropsBytesAfterTheTree) {
     EXPECT_EQ(sample.bytes(), TreeImage(std::string(sample.bytes()) + "more").bytes());
 }
 
@@ -93,7 +93,7 @@ TEST(TreeImage, IsTakenFromAFileSystemInMemory) {
     EXPECT_THAT(content(TreeImage::of(memory, "/nothing")), IsEmpty());
 }
 
-TEST(TreeImage, IsPutIntoAFileSystemInMemoryInPlaceOfADirectory) {
+TEST(TreeImage, ReplacesADirectoryOfAFileSystemInMemory) {
     RAMFileSystem files;
     tree({file("old", "0"), file("a/y", "9")}).putInto(files, "/there");
     sample.putInto(files, "/there");
@@ -102,14 +102,14 @@ TEST(TreeImage, IsPutIntoAFileSystemInMemoryInPlaceOfADirectory) {
     EXPECT_FALSE(files.exists("/there/old"));
 }
 
-TEST(TreeImage, IsPutInPlaceOfAFile) {
+TEST(TreeImage, ReplacesAFileOfAFileSystemInMemory) {
     RAMFileSystem files;
     tree({file("there", "0")}).putInto(files, "/top");
     sample.putInto(files, "/top/there/");
     EXPECT_EQ(content(sample), content(TreeImage::of(files, "/top/there")));
 }
 
-TEST(TreeImage, IsNotPutWhereNoDirectoryCanBeMade) {
+TEST(TreeImage, CannotReplaceAPathThatCannotBeADirectory) {
     RAMFileSystem files;
     EXPECT_THROW(sample.putInto(files, "/missing/there"), utils::Exception);
     EXPECT_TRUE(files.getFileList("/").empty());
@@ -130,17 +130,17 @@ TEST(TreeImage, OfTheSameTreeHasTheSameBytesAsAFileSystemWrites) {
               tree({file("a/x", "content"), file("b/x", "content"), file("c/x", "content")}).bytes());
 }
 
-TEST(TreeImageDifferences, NameWhatIsOtherwise) {
+TEST(TreeImageDifferences, NameEveryChangedPath) {
     TreeImage const other = sample.with({file("a/x", "9"), file("d/new", "4"), removed("c")});
     EXPECT_THAT(lines(sample.differencesTo(other)), ElementsAre("+ a/x=9", "- c", "+ d/", "+ d/new=4"));
 }
 
-TEST(TreeImageDifferences, OfARemovedDirectoryNameAllThatWasInIt) {
+TEST(TreeImageDifferences, OfARemovedDirectoryNameItsContents) {
     TreeImage const other = sample.with({removed("a"), removed("a/x"), removed("a/y")});
     EXPECT_THAT(lines(sample.differencesTo(other)), ElementsAre("- a", "- a/x", "- a/y"));
 }
 
-TEST(TreeImageDifferences, TellAFileFromADirectory) {
+TEST(TreeImageDifferences, DistinguishAFileFromADirectory) {
     TreeImage const other = sample.with({file("a", "file"), file("c/x", "1")});
     EXPECT_THAT(lines(sample.differencesTo(other)),
                 ElementsAre("+ a=file", "- a/x", "- a/y", "+ c/", "+ c/x=1"));
@@ -164,7 +164,7 @@ TEST(TreeImageDifferences, AtOnePathToADirectory) {
     EXPECT_THAT(lines(sample.differencesToDirectory("c", below)), ElementsAre("+ c/", "+ c/x=1", "+ c/z=5"));
 }
 
-TEST(TreeImageWithChanges, IsTheSameWithoutAny) {
+TEST(TreeImageWithChanges, IsUnchangedWithoutAny) {
     EXPECT_EQ(sample.bytes(), sample.with({}).bytes());
 }
 
@@ -172,36 +172,36 @@ TEST(TreeImageWithChanges, KeepsTheDirectoryOfARemovedFile) {
     EXPECT_THAT(content(tree({file("a/x", "1")}).with({removed("a/x")})), ElementsAre("+ a/"));
 }
 
-TEST(TreeImageWithChanges, RemovesADirectoryOnlyIfNothingIsLeftInIt) {
+TEST(TreeImageWithChanges, RemovesADirectoryOnlyIfItIsEmpty) {
     EXPECT_THAT(content(sample.with({removed("a"), removed("a/x")})),
                 ElementsAre("+ a/", "+ a/y=2", "+ b/", "+ b/empty/", "+ c=3"));
 }
 
-TEST(TreeImageWithChanges, LeavesAloneWhatIsNotThere) {
+TEST(TreeImageWithChanges, IgnoresARemovalOfAMissingPath) {
     EXPECT_EQ(sample.bytes(), sample.with({removed("a/missing"), removed("c/x"), removed("z/y")}).bytes());
 }
 
-TEST(TreeImageWithChanges, MakesTheDirectoriesAroundAFile) {
+TEST(TreeImageWithChanges, CreatesTheDirectoriesAroundAFile) {
     EXPECT_THAT(content(TreeImage().with({file("p/q/r", "1")})), ElementsAre("+ p/", "+ p/q/", "+ p/q/r=1"));
 }
 
-TEST(TreeImageWithChanges, PutsAFileInPlaceOfADirectory) {
+TEST(TreeImageWithChanges, ReplacesADirectoryByAFile) {
     EXPECT_THAT(content(sample.with({file("a", "file")})),
                 ElementsAre("+ a=file", "+ b/", "+ b/empty/", "+ c=3"));
 }
 
-TEST(TreeImageWithChanges, PutsADirectoryInPlaceOfAFile) {
+TEST(TreeImageWithChanges, ReplacesAFileByADirectory) {
     EXPECT_THAT(content(tree({file("c", "3")}).with({directory("c")})), ElementsAre("+ c/"));
     EXPECT_THAT(content(tree({file("c", "3")}).with({file("c/x", "1")})), ElementsAre("+ c/", "+ c/x=1"));
 }
 
-TEST(TreeImageWithChanges, TakesTheHigherOfTwoThatContradictEachOther) {
+TEST(TreeImageWithChanges, AppliesTheOuterOfTwoContradictoryChanges) {
     EXPECT_THAT(content(TreeImage().with({file("a", "1"), file("a/x", "2")})), ElementsAre("+ a=1"));
 }
 
 namespace {
 
-/** A tree of few names, so that random ones have much in common. */
+/** A random tree of few names, so that such trees have much in common. */
 class RandomTree {
 public:
     explicit RandomTree(unsigned seed) : _random(seed) {}
@@ -232,7 +232,7 @@ private:
 
     int number(int below) { return std::uniform_int_distribution<int>(0, below - 1)(_random); }
 
-    static constexpr char const* names[] = {"a", "a-b", "b", "long enough to have a head of two bytes", "z"};
+    static constexpr char const* names[] = {"a", "a-b", "b", "long enough for a head of two bytes", "z"};
 
     std::mt19937 _random;
 };
@@ -250,7 +250,7 @@ TEST(TreeImageWithChanges, OfTheDifferencesToAnotherTreeIsThatTree) {
 
 namespace {
 
-/** What comes of some bytes: the content of the tree, or why they are refused. */
+/** The result of reading some bytes: the content of the tree, or why they are refused. */
 template <class... Similar>
 std::vector<std::string> outcome(std::string const& bytes, Similar const&... similar) {
     try {
@@ -299,14 +299,14 @@ private:
     std::mt19937 _random;
 };
 
-/** The payload of a tree that takes more than one piece of a checksum. */
+/** The payload of a tree whose checksum is computed in more than one piece. */
 std::string largePayload() {
     std::vector<TreeChange> changes;
     for (int group = 100; group < 200; ++group)
         for (int i = 100; i < 120; ++i)
             changes.push_back(file("group" + std::to_string(group) + "/name" + std::to_string(i), "content"));
     std::string const bytes(tree(changes).bytes());
-    return bytes.substr(bytes.find("group100") - 3); // with the heads before the name
+    return bytes.substr(bytes.find("group100") - 3); // with the heads of the map and the name
 }
 
 } // namespace
@@ -327,7 +327,7 @@ TEST(TreeImage, RefusesLengthsThatAreRightOnlyInTheirLowerHalf) {
     }
 }
 
-TEST(TreeImageLikeAnother, IsTheSameAsIfItWereReadOnItsOwn) {
+TEST(TreeImageLikeAnother, IsTheSameAsIfReadAlone) {
     RandomTree random(2);
     TreeImage similar;
     for (int round = 0; round < 300; ++round) {
@@ -341,7 +341,7 @@ TEST(TreeImageLikeAnother, IsTheSameAsIfItWereReadOnItsOwn) {
     }
 }
 
-TEST(TreeImageLikeAnother, IsRefusedForTheSameReasonAsOnItsOwn) {
+TEST(TreeImageLikeAnother, IsRefusedForTheSameReasonAsIfReadAlone) {
     std::string const payload = largePayload();
     TreeImage const similar(support::registerFile(payload));
     ASSERT_EQ(2'000U, similar.fileCount());
@@ -360,7 +360,7 @@ TEST(TreeImageLikeAnother, IsCheckedByItsChecksum) {
     EXPECT_THAT(outcome(bytes, similar), ElementsAre("damaged: its checksum does not match"));
 }
 
-TEST(TreeImageLikeAnother, TakesMemoryForItsOwnSizeOnly) {
+TEST(TreeImageLikeAnother, UsesMemoryForItsOwnSizeOnly) {
     TreeImage const similar(support::registerFile(largePayload()));
     std::string const bytes(tree({file("a", "1")}).bytes());
     support::MemoryPeak const counting;
@@ -368,7 +368,7 @@ TEST(TreeImageLikeAnother, TakesMemoryForItsOwnSizeOnly) {
     EXPECT_LE(support::MemoryPeak::bytes(), 1'024);
 }
 
-TEST(TreeImageLikeAnother, MayBeLikeOneWhoseNamesAreOutOfOrder) {
+TEST(TreeImageLikeAnother, MayResembleATreeWithUnorderedNames) {
     using support::content;
     using support::name;
     std::string const bytes =
@@ -379,7 +379,7 @@ TEST(TreeImageLikeAnother, MayBeLikeOneWhoseNamesAreOutOfOrder) {
 
 namespace {
 
-/** Small random changes of a tree of three levels, most of which stays as it is each time. */
+/** Small random changes of a tree of three levels. */
 class SmallChanges {
 public:
     explicit SmallChanges(unsigned seed) : _random(seed) {}
@@ -408,7 +408,7 @@ private:
 
 } // namespace
 
-TEST(TreeImageLikeAnother, StaysRightThroughManySmallChanges) {
+TEST(TreeImageLikeAnother, StaysCorrectThroughManySmallChanges) {
     SmallChanges random(4);
     TreeImage changed;
     TreeImage read;
@@ -428,7 +428,7 @@ TEST(TreeImageLikeAnother, StaysRightThroughManySmallChanges) {
     }
 }
 
-TEST(TreeImage, TakesATreeOfManyLevels) {
+TEST(TreeImage, AcceptsATreeOfManyLevels) {
     std::string path = "x";
     for (int level = 0; level < 100'000; ++level)
         path.insert(0, "x/");

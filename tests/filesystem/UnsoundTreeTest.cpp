@@ -6,8 +6,8 @@
 #include "DiskSupport.h"
 #include "Tree.h"
 
-// What becomes of a file when the tree to be saved is not sound, as threads leave it that change it at the same
-// time. The tests break one with their own hands.
+// Saving a tree that is inconsistent, as threads that change it at the same time can make it. The tests damage the tree
+// directly.
 
 namespace filesystem {
 
@@ -40,7 +40,7 @@ protected:
 
     static Children& childrenOf(Tree& tree, NodeId directory) { return tree[directory].children->ids; }
 
-    /** Saves over the file "f" what is left of a tree after `breakIt`. Result: whether it was saved. */
+    /** Saves a tree, damaged by `breakIt`, over the file "f". Result: whether it was saved. */
     bool isSaved(std::function<void(Tree&, Children&)> const& breakIt) {
         putFile(at("f"), "old");
         RAMFileSystem memory;
@@ -53,7 +53,7 @@ protected:
         bool const serialized = memory.serialize(*handle);
         EXPECT_TRUE(serialized || errno == EAGAIN);
         EXPECT_EQ(serialized, files.close(handle));
-        children = whole; // to be released
+        children = whole; // so that the destructor releases all nodes
         return serialized;
     }
 
@@ -63,11 +63,11 @@ protected:
         EXPECT_EQ((std::vector<std::string>{"f"}), listing(files, "/"));
     }
 
-    /** Gives a node a name of the same length as it has. */
+    /** Renames a node; the length of the name stays the same. */
     static void rename(Tree& tree, NodeId node, char name) { *tree[node].text() = name; }
 };
 
-TEST_F(UnsoundTree, IsNotWhatTheseTestsBreak) {
+TEST_F(UnsoundTree, WithNothingBrokenIsSaved) {
     EXPECT_TRUE(isSaved([](Tree&, Children&) {}));
     RAMFileSystem memory;
     memory.unserialize(*openedForReading(files, "f"));
@@ -108,7 +108,7 @@ TEST_F(NullBuffer, IsAWriteThatFails) {
     EXPECT_EQ("old", fileBytes(at("f")));
 }
 
-TEST_F(NullBuffer, OfNoBytesIsNoWrite) {
+TEST_F(NullBuffer, OfNoBytesIsNotAWrite) {
     FileHandle* const handle = openedForWriting(files, "f");
     EXPECT_EQ(0, files.write(handle, nullptr, 0));
     EXPECT_TRUE(files.close(handle));

@@ -47,7 +47,7 @@ TEST_F(WalkOf, AnEmptyDirectoryHasNoEntries) {
     EXPECT_THAT(visited(), IsEmpty());
 }
 
-TEST_F(WalkOf, DirectoriesVisitsThemBeforeWhatIsInThem) {
+TEST_F(WalkOf, DirectoriesVisitsThemBeforeTheirContents) {
     file("a/b/x");
     file("a/y");
     directory("c");
@@ -135,7 +135,7 @@ TEST_F(WalkOf, PathsKeepsTheBytesBeforeTheName) {
     EXPECT_THAT(names, ElementsAre("a/", "b/", "c", "d/", "e", "f"));
 }
 
-TEST_F(WalkOf, ADirectorySkipsWhatIsInIt) {
+TEST_F(WalkOf, ADirectorySkipsItsContents) {
     file("a/b/x");
     file("c/y");
     file("d");
@@ -147,7 +147,7 @@ TEST_F(WalkOf, ADirectorySkipsWhatIsInIt) {
     EXPECT_EQ("c/", walk.path());
     ASSERT_TRUE(walk.next());
     EXPECT_EQ("c/y", walk.path());
-    walk.skip(); // a file has nothing in it
+    walk.skip(); // a file has no contents to skip
     ASSERT_TRUE(walk.next());
     EXPECT_EQ("d", walk.path());
 }
@@ -159,14 +159,14 @@ TEST_F(WalkOf, ADirectoryFurtherDownGivesPathsFromThere) {
     EXPECT_THAT(visited("//a//b/"), ElementsAre("x"));
 }
 
-TEST_F(WalkOf, WhatIsNotADirectoryHasNoEntries) {
+TEST_F(WalkOf, AFileHasNoEntries) {
     file("a");
     EXPECT_THAT(visited("a"), IsEmpty());
     EXPECT_THAT(visited("b"), IsEmpty());
     EXPECT_FALSE(Walk(files, "elsewhere").next());
 }
 
-TEST_F(WalkOf, AnotherFileSystemIsTakenOverByAMove) {
+TEST_F(WalkOf, AnotherFileSystemContinuesAfterAMove) {
     file("a");
     RAMFileSystem other;
     Walk walk(other, "top");
@@ -176,7 +176,7 @@ TEST_F(WalkOf, AnotherFileSystemIsTakenOverByAMove) {
     EXPECT_EQ("a", moved.path());
 }
 
-// Were each step in proportion to the depth, this would take minutes.
+// If the cost of a step depended on the depth, this would take minutes.
 TEST_F(WalkOf, AMillionLevelsTakesNoTimePerLevel) {
     constexpr std::size_t levels = 1'000'000;
     std::string name;

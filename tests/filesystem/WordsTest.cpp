@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t longest = 40;
 
-/** `size` bytes in a block of their own, so that a sanitizer sees what reads past them. */
+/** `size` bytes in a separate block, so that a sanitizer notices reads past the end. */
 std::vector<char> block(std::size_t size) {
     std::vector<char> bytes(size);
     for (std::size_t i = 0; i < size; ++i)
@@ -23,7 +23,7 @@ std::vector<char> block(std::size_t size) {
 
 } // namespace
 
-TEST(LoadPartialWord, TakesTheFirstByteAsTheLowest) {
+TEST(LoadPartialWord, TreatsTheFirstByteAsTheLowest) {
     for (std::size_t size = 0; size <= 8; ++size) {
         std::vector<char> const bytes = block(size);
         std::uint64_t expected = 0;
@@ -60,7 +60,7 @@ TEST(Precedes, IsTheOrderOfTheBytes) {
                 << left << ' ' << right;
 }
 
-TEST(CopyBytes, CopiesThemAndNoOthers) {
+TEST(CopyBytes, CopiesOnlyThem) {
     for (std::size_t size = 0; size <= longest; ++size) {
         std::vector<char> copy(size + 2, '-');
         filesystem::copyBytes(copy.data() + 1, block(size).data(), size);

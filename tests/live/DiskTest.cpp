@@ -22,7 +22,7 @@ namespace {
 
 class LiveOnDisk : public live::Directories {
 protected:
-    /** Runs a program that may do no more than a user may. */
+    /** Runs a program without root's privileges. */
     template <class Body>
     int asUser(Body&& body) {
         return inChild([&] {
@@ -38,7 +38,7 @@ protected:
     }
 };
 
-/** As on a disk without room: no file of this process may grow. */
+/** As on a full disk: no file of this process may grow. */
 class NoRoom {
 public:
     NoRoom() {
@@ -54,19 +54,19 @@ private:
     rlimit _before{};
 };
 
-/** What becomes of a user's file that may be damaged. */
+/** Live settings whose file may be damaged. */
 class LiveWithDamage : public LiveOnDisk {
 protected:
     LiveWithDamage() {
         save("a/x", 1);
-        save("a/y", 2); // the file before this is kept as the previous one
+        save("a/y", 2); // the first file is kept as the previous one
         _sound = live::bytes(file());
         _previous = live::bytes(previous());
     }
 
     [[nodiscard]] fs::path previous() const { return file().string() + ".previous"; }
 
-    /** Opens the settings when the file holds these bytes, and looks whether a change can be saved then. */
+    /** Opens the settings with these bytes in the file, and expects that a change can be saved then. */
     void tryWith(std::string const& bytes, std::string const& what) {
         SCOPED_TRACE(what);
         live::put(file(), bytes);
@@ -106,7 +106,7 @@ private:
 
 } // namespace
 
-TEST_F(LiveWithDamage, RecoverFromAFileThatIsCutShortAnywhere) {
+TEST_F(LiveWithDamage, RecoverFromAFileThatIsTruncatedAnywhere) {
     for (std::size_t size = 0; size < sound().size(); ++size)
         tryWith(sound().substr(0, size), std::to_string(size) + " bytes");
 }
@@ -119,7 +119,7 @@ TEST_F(LiveWithDamage, RecoverFromAWrongByteAnywhere) {
     }
 }
 
-TEST_F(LiveWithDamage, RecoverFromWhatIsNoRegisterFile) {
+TEST_F(LiveWithDamage, RecoverFromAFileOfAnotherKind) {
     tryWith(std::string(1, '\0'), "a zero");
     tryWith(std::string(100'000, '\0'), "zeros");
     tryWith(std::string(100'000, '\xFF'), "ones");
@@ -183,12 +183,12 @@ TEST_F(LiveWithDamage, RefuseWhatIsNotARegularFile) {
     ASSERT_EQ(0, ::mkfifo(file().c_str(), 0600));
     refuse("a pipe");
     fs::create_symlink(file(), file());
-    refuse("a link to itself");
+    refuse("link to itself");
     fs::create_symlink("/dev/null", file());
     refuse("a device");
 }
 
-TEST_F(LiveOnDisk, AreSavedWhenTheDirectoryMayBeWrittenAgain) {
+TEST_F(LiveOnDisk, AreSavedOnceTheDirectoryIsWritableAgain) {
     EXPECT_EQ(0, asUser([this] {
                   LiveSettings live(options);
                   write("a/x", 1);
@@ -211,7 +211,7 @@ TEST_F(LiveOnDisk, RefuseAFileThatTheUserMayNotRead) {
     EXPECT_EQ("anything", live::bytes(file()));
 }
 
-TEST_F(LiveOnDisk, AreSavedWhenAFullDiskHasRoomAgain) {
+TEST_F(LiveOnDisk, AreSavedOnceAFullDiskHasRoomAgain) {
     int const status = support::withSmallDisk(options.userDirectory, "size=256k", [this] {
         fs::path const ballast = fs::path(options.userDirectory) / "ballast";
         LiveSettings live(options);
@@ -227,6 +227,6 @@ TEST_F(LiveOnDisk, AreSavedWhenAFullDiskHasRoomAgain) {
         EXPECT_LT(5'000U, live::bytes(file()).size());
     });
     if (status == support::cannotMount)
-        GTEST_SKIP() << "this process may not mount a small tmpfs";
+        GTEST_SKIP() << "this process may not mount a tmpfs";
     EXPECT_EQ(0, status);
 }

@@ -28,7 +28,7 @@ class LiveAtTheEnd : public live::Directories {};
 
 } // namespace
 
-TEST_F(LiveAtTheEnd, SaveWhatAMergeHasInHand) {
+TEST_F(LiveAtTheEnd, SaveTheChangesThatAMergeIsHandling) {
     ASSERT_EQ(0, inChild([this] {
                   live::Turn const turn(options.userDirectory);
                   auto* const live = new LiveSettings(options); // NOLINT: never destroyed
@@ -41,7 +41,7 @@ TEST_F(LiveAtTheEnd, SaveWhatAMergeHasInHand) {
     expectStored("a/x", 1);
 }
 
-TEST_F(LiveAtTheEnd, SaveWhatADestructorHasInHand) {
+TEST_F(LiveAtTheEnd, SaveTheChangesThatADestructorIsHandling) {
     ASSERT_EQ(0, inChild([this] {
                   live::Turn const turn(options.userDirectory);
                   auto* const live = new LiveSettings(options);
@@ -96,7 +96,7 @@ TEST_F(LiveAtTheEnd, AChildThatWasForkedWhileAnotherThreadHeldTheLockEnds) {
 
 TEST_F(LiveAtTheEnd, AChildThatWasForkedWhileOtherThreadsSavedEnds) {
 #ifdef UNDER_A_SANITIZER
-    GTEST_SKIP() << "a child forked beside another thread may find the sanitizer's allocator locked";
+    GTEST_SKIP() << "the sanitizer's allocator may be locked in a child forked while another thread runs";
 #endif
     ASSERT_EQ(0, inChild([this] {
                   LiveSettings const live(options);

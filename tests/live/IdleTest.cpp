@@ -17,11 +17,11 @@ class LiveWhileIdle : public live::Directories {};
 
 } // namespace
 
-// VELMORAND_IDLE_SECONDS says for how long; the suite looks instead at what the threads wait for (KeepStill...).
+// Runs for VELMORAND_IDLE_SECONDS. Without it, KeepStillWhileNothingChanges examines what the threads wait for.
 TEST_F(LiveWhileIdle, MakeNoSystemCall) {
     char const* const seconds = std::getenv("VELMORAND_IDLE_SECONDS");
     if (seconds == nullptr)
-        GTEST_SKIP() << "takes as long as VELMORAND_IDLE_SECONDS says, and strace";
+        GTEST_SKIP() << "needs VELMORAND_IDLE_SECONDS, and strace";
     options.delay = std::chrono::milliseconds(1);
     ::pid_t const program = ::fork();
     ASSERT_LE(0, program);
@@ -34,15 +34,13 @@ TEST_F(LiveWhileIdle, MakeNoSystemCall) {
     while (live::bytes(file()).empty())
         std::this_thread::yield();
     support::waitUntilStill(program);
-    support::TemporaryDirectory const
-        elsewhere; // not where the program waits for the administrator's directory
+    support::TemporaryDirectory const elsewhere; // not the directory that the program watches
     std::string const summary = (elsewhere / "summary").string();
     std::string const trace = std::string("timeout -s INT ") + seconds + " strace -f -c -o '" + summary +
                               "' -p " + std::to_string(program);
     constexpr int timedOut = 124;
-    int const status =
-        std::system(trace.c_str()); // NOLINT(cert-env33-c): a test of this machine's own strace
-    EXPECT_EQ(timedOut, WEXITSTATUS(status)) << "strace could not look on";
+    int const status = std::system(trace.c_str()); // NOLINT(cert-env33-c): runs this machine's strace
+    EXPECT_EQ(timedOut, WEXITSTATUS(status)) << "strace failed";
     EXPECT_EQ("", live::bytes(summary)); // it lists the calls that have returned
     ::kill(program, SIGKILL);
     ::waitpid(program, nullptr, 0);

@@ -33,8 +33,8 @@ inline void put(std::filesystem::path const& file, std::string const& bytes) {
 }
 
 /**
- * Directories for live settings that save only when they are told to. Programs are children of the test, which
- * never uses settings itself unless a case says so.
+ * Directories for live settings that are saved only on request. Programs are children of the test, which does not
+ * normally use settings itself.
  */
 class Directories : public testing::Test {
 protected:
@@ -76,7 +76,7 @@ protected:
     std::vector<velmorand::LiveEvent> events;
 };
 
-/** Another process's turn at a directory. */
+/** The lock on a directory, as another process holds it. */
 class Turn {
 public:
     explicit Turn(std::string const& directory)

@@ -11,7 +11,7 @@
 namespace soak {
 
 constexpr int mostLanes = 32;
-constexpr int ownNames = 12; ///< of a lane; the last of them lie in a group that is removed as a whole
+constexpr int ownNames = 12; ///< of a lane; the last of them are in a group that is removed as a whole
 constexpr int grouped = 4;
 constexpr int sharedNames = 5;
 constexpr int mostShared = 1'000'000;
@@ -30,21 +30,21 @@ inline std::string sharedName(int name) {
     return "shared/n" + std::to_string(name);
 }
 
-/** A moment on a clock that all processes share, in nanoseconds. */
+/** The time on a clock that all processes share, in nanoseconds. */
 inline long now() {
     timespec time = {};
     ::clock_gettime(CLOCK_MONOTONIC, &time);
     return time.tv_sec * 1'000'000'000 + time.tv_nsec;
 }
 
-/** What is known of a name that a single thread at a time changes. Values grow with each change. */
+/** The recorded state of a name that only one thread at a time changes. Values grow with each change. */
 struct Own {
-    std::atomic<int> acknowledged{absent}; ///< what `sync` has reported as saved
-    std::atomic<int> newest{absent};       ///< what was written last
-    std::atomic<int> highest{absent};      ///< the highest value that was ever written
-    std::atomic<bool> isRemoved{false};    ///< whether it was removed at some time since it was acknowledged
+    std::atomic<int> acknowledged{absent}; ///< the value that `sync` has reported as saved
+    std::atomic<int> newest{absent};       ///< the value written last
+    std::atomic<int> highest{absent};      ///< the highest value written so far
+    std::atomic<bool> isRemoved{false};    ///< whether it has been removed since it was acknowledged
 
-    /** Whether a file may hold a value. */
+    /** Whether the file may contain a value. */
     [[nodiscard]] bool allows(int found) const {
         if (found == acknowledged)
             return true;
@@ -52,14 +52,14 @@ struct Own {
     }
 };
 
-/** One change of a name that all processes change. Its number is its value. */
+/** A change of a name that all processes change. Its index is the value. */
 struct Shared {
     std::atomic<int> name{-1};
     std::atomic<long> begun{0};
     std::atomic<long> acknowledged{0}; ///< 0: not yet
 };
 
-/** The memory that the processes have in common: it outlasts a process that is killed. */
+/** Memory shared by the processes, which outlives a killed one. */
 struct Record {
     Own own[mostLanes][ownNames];
     std::atomic<int> serial[mostLanes];
@@ -67,7 +67,7 @@ struct Record {
     std::atomic<int> nextShared{1};
     std::atomic<long> acknowledgements{0};
     std::atomic<int> problems{0};
-    std::atomic<bool> leaves[mostLanes]; ///< whether a process is to exit
+    std::atomic<bool> leaves[mostLanes]; ///< whether a process must exit
 
     /** Zeros, so only pages that are written take memory. */
     static Record* make() {

@@ -56,7 +56,7 @@ LiveOptions optionsFor(Record& record, std::filesystem::path const& directory,
     return options;
 }
 
-/** Looks at what a lane's names hold in a process that has just opened the file. */
+/** Checks the values of a lane's names in a process that has just opened the file. */
 void checkLane(Record& record, int lane) {
     for (int name = 0; name < ownNames; ++name) {
         Own const& own = record.own[lane][name];
@@ -67,14 +67,14 @@ void checkLane(Record& record, int lane) {
     }
 }
 
-/** A thread that changes names of its own and names that all share. */
+/** A thread that changes its own names and names that all threads share. */
 class Lane {
 public:
     Lane(Record& record, LiveSettings& live, int lane)
         : _record(record), _live(live), _lane(lane),
           _chance(static_cast<unsigned>(lane + 1000 * record.serial[lane])) {}
 
-    /** What the file holds is what counts from now on. */
+    /** Takes the content of the file as the acknowledged state. */
     void start() {
         checkLane(_record, _lane);
         for (int name = 0; name < ownNames; ++name) {
@@ -129,10 +129,10 @@ private:
         }
     }
 
-    /** Nobody else changes this name. */
+    /** Checks a name that no other thread changes. */
     void checkMemory(int name) {
         int const expected = own(name).newest;
-        // A process that is exiting reads nothing any more.
+        // A process that is exiting cannot read any more.
         if (int const found = valueOf(ownName(_lane, name)); found != expected && !_record.leaves[_lane / 2])
             complain(_record, ownName(_lane, name) + " is " + std::to_string(found) + " in memory, not " +
                                   std::to_string(expected));
@@ -175,7 +175,7 @@ private:
         _sharedToAcknowledge.push_back(value);
     }
 
-    /** A name that is a property for some and a group for others. */
+    /** Changes a name that is a property for some threads and a group for others. */
     void clash() {
         Lock const lock;
         bool const isGroup = _chance() % 2 == 0;
@@ -184,7 +184,7 @@ private:
         write(isGroup ? "clash/" + std::to_string(_lane) : "clash", 1);
     }
 
-    /** All that this lane has changed is acknowledged. Result: whether the process goes on. */
+    /** Saves this lane's changes and records them as acknowledged. Result: whether the process continues. */
     bool sync() {
         SaveResult const result = _live.sync();
         if (!result.saved) {
@@ -210,7 +210,7 @@ private:
     std::vector<int> _sharedToAcknowledge;
 };
 
-/** A process with two lanes, which exits while they go on when it is told to. */
+/** A process with two lanes, which exits on request while they continue. */
 void work(Record& record, std::filesystem::path const& directory, int process) {
     auto* const live = new LiveSettings(optionsFor(record, directory, std::chrono::milliseconds(3)));
     for (int const lane : {2 * process, 2 * process + 1}) {
@@ -230,7 +230,7 @@ void idle(Record& record, std::filesystem::path const& directory, int process) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
-/** No change of a shared name is undone: what was begun after the one that is there was acknowledged is missing. */
+/** Checks that no acknowledged change of a shared name was undone by an earlier change. */
 void checkShared(Record& record) {
     int const end = std::min(record.nextShared.load(), mostShared);
     std::map<int, int> found;
@@ -274,7 +274,7 @@ void checkAll(Record& record, std::filesystem::path const& directory) {
     std::exit(0);
 }
 
-/** Result: whether it exited in order. */
+/** Result: whether it exited normally. */
 bool waitFor(::pid_t child) {
     int status = 0;
     return ::waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
@@ -282,8 +282,8 @@ bool waitFor(::pid_t child) {
 
 } // namespace
 
-// Processes with two threads each that change settings and save them, while others are killed or exit, and start
-// again. VELMORAND_SOAK_PROCESSES, _SAVES, _KILLS and _SEED make it longer, or another one.
+// Processes with two threads each change and save settings while others are killed or exit, and restart.
+// VELMORAND_SOAK_PROCESSES, _SAVES, _KILLS and _SEED vary the test.
 TEST(LiveSoak, KeepsEveryChangeThatWasAcknowledged) {
     int const processes = number("VELMORAND_SOAK_PROCESSES", 4);
     long const saves = number("VELMORAND_SOAK_SAVES", 400);
@@ -314,10 +314,10 @@ TEST(LiveSoak, KeepsEveryChangeThatWasAcknowledged) {
         else
             record.leaves[process] = true;
         bool const inOrder = waitFor(child);
-        EXPECT_TRUE(kill || inOrder) << "process " << process << " did not exit in order";
+        EXPECT_TRUE(kill || inOrder) << "process " << process << " did not exit normally";
         ++(kill ? killed : left);
     };
-    // One process ends for every so many saves, in turns by a signal and by itself.
+    // A process ends after every `interval` saves, alternately by a signal and by exiting.
     long const interval = std::max(1L, saves / (2L * kills + 1));
     long next = interval;
     while (record.problems == 0 && (record.acknowledgements < saves || killed < kills)) {

@@ -19,7 +19,7 @@ protected:
     LiveInThreads() { options.delay = std::chrono::milliseconds(1); }
 };
 
-/** Runs bodies at once, each so many times. */
+/** Runs each body `times` times, all bodies concurrently. */
 void atOnce(int times, std::vector<std::function<void(int)>> const& bodies) {
     std::vector<std::thread> threads;
     for (auto const& body : bodies)
@@ -102,7 +102,7 @@ TEST_F(LiveInThreads, MayBeSavedByTheListenerToEvents) {
     expectStored("a/y", 1);
 }
 
-TEST_F(LiveInThreads, DoNotKeepTheLockWhileTheyWaitForAnotherProcess) {
+TEST_F(LiveInThreads, DoNotHoldTheLockWhileTheyWaitForAnotherProcess) {
     EXPECT_EQ(0, inProgram([this](LiveSettings& live) {
                   live::Turn const turn(options.userDirectory);
                   write("a/x", 1);
@@ -114,7 +114,7 @@ TEST_F(LiveInThreads, DoNotKeepTheLockWhileTheyWaitForAnotherProcess) {
     expectStored("a/x", 2);
 }
 
-TEST_F(LiveInThreads, KeepWhatAnotherProcessSavesWhileTheyWaitToMakeAFileAgain) {
+TEST_F(LiveInThreads, KeepWhatAnotherProcessSavesWhileTheyWaitToCreateAFileAgain) {
     options.delay = std::chrono::hours(1);
     save("a/theirs", 2);
     std::string const theirs = live::bytes(file());

@@ -12,9 +12,7 @@ namespace notification {
 
 using Journal = std::vector<std::string>;
 
-/**
- * Remembers what it is told, writes it into a journal shared with others, and then does what the test asks.
- */
+/** Records the names it is notified of, also in a journal shared with other listeners, and then runs an action. */
 class Listener : public utils::properties::_Register::Callback {
 public:
     Listener() = default;

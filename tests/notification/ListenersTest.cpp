@@ -54,7 +54,7 @@ TYPED_TEST(AddCallback, DoesNotCallTheListener) {
     EXPECT_THAT(this->first.told, IsEmpty());
 }
 
-TYPED_TEST(AddCallback, DoesNotMakeTheProperty) {
+TYPED_TEST(AddCallback, DoesNotCreateTheProperty) {
     this->settings.addCallback("x", &this->first);
     EXPECT_FALSE(this->settings.propertyExists("x"));
 }
@@ -80,7 +80,7 @@ template <class Form>
 class RemoveCallback : public Listeners<Form> {};
 TYPED_TEST_SUITE(RemoveCallback, forms::Both, forms::Names);
 
-TYPED_TEST(RemoveCallback, OfAKeyTakesEveryEntryOfTheListenerThere) {
+TYPED_TEST(RemoveCallback, OfAKeyRemovesEveryEntryOfTheListenerThere) {
     this->settings.addCallback("x", &this->first);
     this->settings.addCallback("x", &this->second);
     this->settings.addCallback("x", &this->first);
@@ -88,14 +88,14 @@ TYPED_TEST(RemoveCallback, OfAKeyTakesEveryEntryOfTheListenerThere) {
     EXPECT_THAT(this->change("x"), ElementsAre("second: x"));
 }
 
-TYPED_TEST(RemoveCallback, OfAKeyLeavesTheOtherKeys) {
+TYPED_TEST(RemoveCallback, OfAKeyKeepsTheOtherKeys) {
     this->settings.addCallback("a/x", &this->first);
     this->settings.addCallback("a", &this->first);
     this->settings.removeCallback("a/x", &this->first);
     EXPECT_THAT(this->change("a/x"), ElementsAre("first: a/x"));
 }
 
-TYPED_TEST(RemoveCallback, OfAllKeysTakesEveryEntryOfTheListener) {
+TYPED_TEST(RemoveCallback, OfAllKeysRemovesEveryEntryOfTheListener) {
     for (char const* key : {"a/x", "a", "a", "b"})
         this->settings.addCallback(key, &this->first);
     this->settings.addCallback("a", &this->second);
@@ -104,7 +104,7 @@ TYPED_TEST(RemoveCallback, OfAllKeysTakesEveryEntryOfTheListener) {
     EXPECT_THAT(this->change("b"), IsEmpty());
 }
 
-TYPED_TEST(RemoveCallback, DoesNothingForWhatIsNotThere) {
+TYPED_TEST(RemoveCallback, IgnoresEntriesThatDoNotExist) {
     this->settings.addCallback("x", &this->first);
     this->settings.removeCallback("x", &this->second);
     this->settings.removeCallback("y", &this->first);
@@ -130,7 +130,7 @@ TYPED_TEST(RemoveCallback, DoesNotCallTheListener) {
     EXPECT_EQ(0, this->first.asked);
 }
 
-/** A listener that tells of its end. */
+/** A listener that reports its destruction. */
 class Mortal : public Listener {
 public:
     explicit Mortal(bool& gone) : _gone(gone) {}
@@ -142,7 +142,7 @@ private:
     bool& _gone;
 };
 
-TEST(RegisterDestruction, LeavesTheListenersAlone) {
+TEST(RegisterDestruction, NeitherCallsNorDestroysTheListeners) {
     bool gone = false;
     Mortal listener(gone);
     {
@@ -155,7 +155,7 @@ TEST(RegisterDestruction, LeavesTheListenersAlone) {
     EXPECT_THAT(listener.told, IsEmpty());
 }
 
-TEST(RegisterDestruction, DoesNotTouchAListenerThatIsGoneAlready) {
+TEST(RegisterDestruction, DoesNotTouchADestroyedListener) {
     EXPECT_EQ(0, support::inChild([] {
                   auto listener = std::make_unique<Listener>();
                   _Register::getInstance()->addCallback("x", listener.get());

@@ -26,7 +26,7 @@ using utils::properties::SCOPE_USER;
 template <class Form>
 class Notify : public forms::Test<Form> {
 protected:
-    /** A listener under each of the keys, in this order; it writes into the journal under its key. */
+    /** Registers a listener under each of the keys, in this order. The journal names it by its key. */
     void listenUnder(std::vector<std::string> const& keys) {
         for (std::string const& key : keys) {
             _listeners.push_back(std::make_unique<Listener>(journal, key));
@@ -34,7 +34,7 @@ protected:
         }
     }
 
-    /** Announces the change of a name to the listeners; what they heard since is in the journal. */
+    /** Announces the change of a name. Result: the journal, with this announcement only. */
     Journal const& change(std::string const& name) {
         journal.clear();
         this->settings.markAsChanged(nullptr, name);
@@ -53,12 +53,12 @@ private:
 };
 TYPED_TEST_SUITE(Notify, forms::Both, forms::Names);
 
-TYPED_TEST(Notify, TellsThePropertyThenItsGroupsFromTheInside) {
+TYPED_TEST(Notify, NotifiesThePropertyThenItsGroupsInnermostFirst) {
     this->listenUnder({"g", "g/h", "g/h/p"});
     EXPECT_THAT(this->change("g/h/p"), ElementsAre("g/h/p: g/h/p", "g/h: g/h/p", "g: g/h/p"));
 }
 
-TYPED_TEST(Notify, TellsAGroupOfAllThatIsInIt) {
+TYPED_TEST(Notify, NotifiesAGroupOfEveryChangeInIt) {
     this->listenUnder({"g/h"});
     EXPECT_THAT(this->change("g/h/p"), ElementsAre("g/h: g/h/p"));
     EXPECT_THAT(this->change("g/h/k/p"), ElementsAre("g/h: g/h/k/p"));
@@ -73,7 +73,7 @@ TYPED_TEST(Notify, FindsTheGroupsOfANameOfManyLevels) {
         std::vector<std::string> expected;
         for (std::size_t slash = name.size(), level = 0; slash != 0 && slash != std::string::npos; ++level) {
             std::string const group = name.substr(0, slash);
-            // Some groups; around every other what stands before and behind it and encloses nothing.
+            // Some of the groups; for every other one also keys that sort next to it but are not groups of the name.
             if (level % 97 == 0 || slash < 4) {
                 this->listenUnder({group});
                 if (level % 2 == 0)
@@ -91,8 +91,8 @@ TYPED_TEST(Notify, FindsTheGroupsOfANameOfManyLevels) {
     }
 }
 
-TYPED_TEST(Notify, TellsNobodyOfANameOfManyLevelsWithoutListeners) {
-    this->listenUnder({"z"}); // behind the name and all its groups
+TYPED_TEST(Notify, CallsNoListenerOfAnotherNameForANameOfManyLevels) {
+    this->listenUnder({"z"}); // sorts after the name and all its groups
     std::string name = "m";
     for (int level = 0; level < 1'000; ++level)
         name += "/m";
@@ -100,7 +100,7 @@ TYPED_TEST(Notify, TellsNobodyOfANameOfManyLevelsWithoutListeners) {
     EXPECT_THAT(this->change('/' + name), IsEmpty());
 }
 
-TYPED_TEST(Notify, DoesNotTakeAPrefixForAGroup) {
+TYPED_TEST(Notify, DoesNotTreatAPrefixAsAGroup) {
     this->listenUnder({"g", "g/h"});
     EXPECT_THAT(this->change("gh"), IsEmpty());
     EXPECT_THAT(this->change("gh/h"), IsEmpty());
@@ -108,7 +108,7 @@ TYPED_TEST(Notify, DoesNotTakeAPrefixForAGroup) {
     EXPECT_THAT(this->change("h"), IsEmpty());
 }
 
-TYPED_TEST(Notify, DoesNotTellAPropertyOfItsGroup) {
+TYPED_TEST(Notify, DoesNotNotifyAPropertyOfItsGroup) {
     this->listenUnder({"g/h/p"});
     EXPECT_THAT(this->change("g/h"), IsEmpty());
     EXPECT_THAT(this->change("g/h/q"), IsEmpty());
@@ -138,7 +138,7 @@ TYPED_TEST(Notify, EndsANameThatBeginsWithASlashAtTheSlash) {
     EXPECT_THAT(this->change("/g/h"), ElementsAre("/g/h: /g/h", "/g: /g/h", "/: /g/h"));
 }
 
-TYPED_TEST(Notify, TellsTheSlashOfNamesThatBeginWithOneOnly) {
+TYPED_TEST(Notify, NotifiesTheSlashOnlyOfNamesThatBeginWithOne) {
     this->listenUnder({"/"});
     EXPECT_THAT(this->change("g/h"), IsEmpty());
     EXPECT_THAT(this->change("g/"), IsEmpty());
@@ -146,7 +146,7 @@ TYPED_TEST(Notify, TellsTheSlashOfNamesThatBeginWithOneOnly) {
     EXPECT_THAT(this->change("//"), ElementsAre("/: //"));
 }
 
-TYPED_TEST(Notify, TellsOfTheSlashItselfOnce) {
+TYPED_TEST(Notify, AnnouncesTheSlashItselfOnce) {
     this->listenUnder({"/"});
     EXPECT_THAT(this->change("/"), ElementsAre("/: /"));
 }
@@ -156,7 +156,7 @@ TYPED_TEST(Notify, EndsANameOfOneCharacterWithItself) {
     EXPECT_THAT(this->change("g"), ElementsAre("g: g"));
 }
 
-TYPED_TEST(Notify, TellsNobodyOfTheEmptyName) {
+TYPED_TEST(Notify, CallsNoListenerForTheEmptyName) {
     this->listenUnder({"", "/"});
     EXPECT_THAT(this->change(""), IsEmpty());
     EXPECT_THAT(pending(this->settings), IsEmpty());
@@ -175,7 +175,7 @@ TYPED_TEST(Notify, DoesNothingWhenNothingIsPending) {
     EXPECT_TRUE(support::lockIsFree());
 }
 
-TYPED_TEST(Notify, TellsPendingNamesInByteOrderEachToItsOwnGroups) {
+TYPED_TEST(Notify, AnnouncesPendingNamesInByteOrderEachToItsOwnGroups) {
     this->listenUnder({"a", "a/x", "b", "B", "\xC5\xBE"});
     pending(this->settings) = {"b/x", "a/x", "\xC5\xBE", "a", "B/x"};
     this->settings.notify(nullptr);
@@ -184,7 +184,7 @@ TYPED_TEST(Notify, TellsPendingNamesInByteOrderEachToItsOwnGroups) {
     EXPECT_THAT(pending(this->settings), IsEmpty());
 }
 
-TYPED_TEST(Notify, TellsTheListenersOfAKeyInTheOrderOfTheirAdding) {
+TYPED_TEST(Notify, CallsTheListenersOfAKeyInTheOrderTheyWereAdded) {
     Listener third(this->journal, "third");
     Listener first(this->journal, "first");
     Listener second(this->journal, "second");
@@ -195,7 +195,7 @@ TYPED_TEST(Notify, TellsTheListenersOfAKeyInTheOrderOfTheirAdding) {
         this->settings.removeCallback(listener);
 }
 
-TYPED_TEST(Notify, TellsAListenerOnceForEachOfItsEntries) {
+TYPED_TEST(Notify, CallsAListenerOnceForEachOfItsEntries) {
     Listener listener(this->journal, "listener");
     for (char const* key : {"a/x", "a/x", "a", "b"})
         this->settings.addCallback(key, &listener);
@@ -204,7 +204,7 @@ TYPED_TEST(Notify, TellsAListenerOnceForEachOfItsEntries) {
     this->settings.removeCallback(&listener);
 }
 
-TYPED_TEST(Notify, LeavesTheListenersOfTheSenderOut) {
+TYPED_TEST(Notify, SkipsTheListenersOfTheSender) {
     int party = 0;
     Listener own(this->journal, "own");
     Listener alsoOwn(this->journal, "also own");
@@ -220,7 +220,7 @@ TYPED_TEST(Notify, LeavesTheListenersOfTheSenderOut) {
         this->settings.removeCallback(listener);
 }
 
-TYPED_TEST(Notify, LeavesTheSendersListenersOutOfEveryPendingName) {
+TYPED_TEST(Notify, SkipsTheSendersListenersForEveryPendingName) {
     Listener listener(this->journal, "listener");
     this->settings.addCallback("a", &listener);
     pending(this->settings) = {"a/x", "a/y"};
@@ -230,18 +230,18 @@ TYPED_TEST(Notify, LeavesTheSendersListenersOutOfEveryPendingName) {
     this->settings.removeCallback(&listener);
 }
 
-TYPED_TEST(Notify, LetsNobodysListenerHearEverySenderButNobody) {
-    Listener nobodys(this->journal, "nobody's");
-    nobodys.identity = nullptr;
-    this->settings.addCallback("x", &nobodys);
+TYPED_TEST(Notify, CallsAListenerWithANullOwnerUnlessTheSenderIsNull) {
+    Listener listener(this->journal, "listener");
+    listener.identity = nullptr;
+    this->settings.addCallback("x", &listener);
     this->settings.markAsChanged(nullptr, "x");
     EXPECT_THAT(this->journal, IsEmpty());
-    this->settings.markAsChanged(&nobodys, "x");
-    EXPECT_THAT(this->journal, ElementsAre("nobody's: x"));
-    this->settings.removeCallback(&nobodys);
+    this->settings.markAsChanged(&listener, "x");
+    EXPECT_THAT(this->journal, ElementsAre("listener: x"));
+    this->settings.removeCallback(&listener);
 }
 
-TYPED_TEST(Notify, AsksForTheOwnerBeforeEachTelling) {
+TYPED_TEST(Notify, AsksForTheOwnerBeforeEachCall) {
     Listener listener(this->journal, "told");
     listener.whenAsked = [this] { this->journal.push_back("asked"); };
     this->settings.addCallback("a/x", &listener);
@@ -250,7 +250,7 @@ TYPED_TEST(Notify, AsksForTheOwnerBeforeEachTelling) {
     this->settings.removeCallback(&listener);
 }
 
-TYPED_TEST(Notify, DoesNotTellTheScopesApart) {
+TYPED_TEST(Notify, DoesNotDistinguishScopes) {
     this->listenUnder({"a"});
     this->settings._writeInteger(nullptr, "a/x", 1, SCOPE_GLOBAL);
     this->settings._writeInteger(nullptr, "a/x", 2, SCOPE_USER);
@@ -258,7 +258,7 @@ TYPED_TEST(Notify, DoesNotTellTheScopesApart) {
     EXPECT_THAT(this->journal, ElementsAre("a: a/x", "a: a/x", "a: a/x"));
 }
 
-TYPED_TEST(Notify, IsNotCausedByMakingAndRemovingProperties) {
+TYPED_TEST(Notify, IsNotCausedByCreatingAndRemovingProperties) {
     this->listenUnder({"a", "a/x"});
     this->settings.addProperty("a/x", SCOPE_USER);
     this->settings.delProperty("a/x", SCOPE_USER);
@@ -267,7 +267,7 @@ TYPED_TEST(Notify, IsNotCausedByMakingAndRemovingProperties) {
     EXPECT_THAT(pending(this->settings), IsEmpty());
 }
 
-TYPED_TEST(Notify, HoldsTheLockWhileListenersAreAskedAndTold) {
+TYPED_TEST(Notify, HoldsTheLockWhileListenersAreAskedAndCalled) {
     Listener listener;
     bool freeWhenAsked = true;
     bool freeWhenTold = true;
@@ -331,7 +331,7 @@ TYPED_TEST(Notify, KeepsTheNameOfAMarkedChangePendingUntilTheLastListenerHasBeen
     EXPECT_THAT(pending(this->settings), IsEmpty());
 }
 
-TYPED_TEST(Notify, TellsAnEqualNameAgain) {
+TYPED_TEST(Notify, AnnouncesAnEqualNameAgain) {
     this->listenUnder({"x"});
     EXPECT_THAT(this->change("x"), ElementsAre("x: x"));
     EXPECT_THAT(this->change("x"), ElementsAre("x: x"));
@@ -360,7 +360,7 @@ TYPED_TEST(MarkAsChanged, AnnouncesANameThatIsPendingAlreadyOnce) {
     EXPECT_THAT(listener.told, ElementsAre("a/x"));
 }
 
-TYPED_TEST(MarkAsChanged, HandsItsSenderOn) {
+TYPED_TEST(MarkAsChanged, PassesItsSenderOn) {
     Listener listener;
     this->settings.addCallback("x", &listener);
     this->settings.markAsChanged(listener.identity, "x");
@@ -391,14 +391,14 @@ protected:
             this->settings.removeCallback(listener);
     }
 
-    /** Announces what is pending; the listener in the middle throws. */
+    /** Announces the pending names; the listener in the middle throws. */
     void expectThrow() {
         EXPECT_EQ("not now", outcome([this] { this->settings.notify(nullptr); }));
         EXPECT_THAT(pending(this->settings), ElementsAre("a", "b", "c"));
         EXPECT_TRUE(support::lockIsFree());
     }
 
-    /** Announces it again, when nobody throws any more. */
+    /** Announces them again, when no listener throws any more. */
     void expectWholeAnnouncement() {
         journal.clear();
         throwing.whenTold = nullptr;
@@ -429,7 +429,7 @@ TYPED_TEST(ThrowingListener, DoesTheSameWhenItsOwnerThrows) {
     this->expectWholeAnnouncement();
 }
 
-TYPED_TEST(ThrowingListener, IsAnnouncedToWithTheNextChange) {
+TYPED_TEST(ThrowingListener, IsCalledAgainWithTheNextChange) {
     this->throwing.whenTold = [](std::string const& /*name*/) { throw std::runtime_error("not now"); };
     this->expectThrow();
     this->journal.clear();

@@ -8,8 +8,8 @@
 #include "notification/Listener.h"
 #include "values/Forms.h"
 
-// Recording a change takes no lock. What tells is the memory that recording needs: the program's own
-// allocation looks at the lock when it is asked for some.
+// Recording a change takes no lock. Recording allocates memory, so the program's allocation function can check the lock
+// at that time.
 
 namespace {
 
@@ -36,7 +36,7 @@ protected:
     ~Recording() override { this->settings.removeCallback(&_listener); }
 
 private:
-    notification::Listener _listener; // a change that nobody could hear of need not be recorded
+    notification::Listener _listener; // without any listener, changes are not recorded
 };
 TYPED_TEST_SUITE(Recording, forms::Both, forms::Names);
 
@@ -57,7 +57,7 @@ TYPED_TEST(Recording, IsSeenUnderALockThatItsCallerHolds) {
     EXPECT_FALSE(lockWasFree);
 }
 
-TEST(HeardWrite, NeedsNoMemoryOnceOneHasBeenHeard) {
+TEST(AnnouncedWrite, NeedsNoMemoryAfterTheFirst) {
     struct Quiet : utils::properties::_Register::Callback {
         void propertyChanged(std::string const& /*name*/) override { ++told; }
         void* owner() override { return this; }

@@ -10,7 +10,7 @@
 #include "notification/Listener.h"
 #include "values/Forms.h"
 
-// Listeners that change the register or its listeners while they are being told.
+// Listeners that change the register or its listeners while they are being called.
 
 namespace {
 
@@ -24,7 +24,7 @@ using testing::IsEmpty;
 using utils::properties::_Register;
 using utils::properties::SCOPE_USER;
 
-/** Three listeners under the property "a/x", told in this order, and one under its group "a". */
+/** Three listeners under the property "a/x", called in this order, and one under its group "a". */
 template <class Form>
 class Reentrancy : public forms::Test<Form> {
 protected:
@@ -38,14 +38,14 @@ protected:
             this->settings.removeCallback(listener);
     }
 
-    /** Announces "a/x"; what was heard is in the journal then. */
+    /** Announces "a/x". Result: the journal. */
     Journal const& change() {
         journal.clear();
         this->settings.markAsChanged(nullptr, "a/x");
         return journal;
     }
 
-    /** Has a listener do something the first time it is told. */
+    /** Sets an action for the first time that a listener is called. */
     template <class Action>
     static void once(Listener& listener, Action action) {
         listener.whenTold = [action, left = 1](std::string const& /*name*/) mutable {
@@ -80,17 +80,17 @@ TYPED_TEST(Reentrancy, TheLastListenerMayRemoveItself) {
     EXPECT_THAT(this->change(), ElementsAre("first: a/x", "second: a/x", "group: a/x"));
 }
 
-TYPED_TEST(Reentrancy, AListenerThatIsRemovedBeforeItsTurnIsNotTold) {
+TYPED_TEST(Reentrancy, AListenerThatIsRemovedBeforeItsTurnIsNotCalled) {
     this->once(this->first, [this] { this->settings.removeCallback("a/x", &this->second); });
     EXPECT_THAT(this->change(), ElementsAre("first: a/x", "third: a/x", "group: a/x"));
 }
 
-TYPED_TEST(Reentrancy, AListenerOfAGroupThatIsRemovedBeforeItsTurnIsNotTold) {
+TYPED_TEST(Reentrancy, AListenerOfAGroupThatIsRemovedBeforeItsTurnIsNotCalled) {
     this->once(this->second, [this] { this->settings.removeCallback(&this->group); });
     EXPECT_THAT(this->change(), ElementsAre("first: a/x", "second: a/x", "third: a/x"));
 }
 
-TYPED_TEST(Reentrancy, RemovingOneThatWasToldChangesNothingForTheRest) {
+TYPED_TEST(Reentrancy, RemovingOneThatWasCalledDoesNotAffectTheRest) {
     this->once(this->second, [this] { this->settings.removeCallback(&this->first); });
     EXPECT_THAT(this->change(), ElementsAre("first: a/x", "second: a/x", "third: a/x", "group: a/x"));
 }
@@ -111,12 +111,12 @@ TYPED_TEST(Reentrancy, AllEntriesOfARemovedListenerAreSkipped) {
     EXPECT_THAT(this->change(), ElementsAre("first: a/x", "third: a/x", "group: a/x"));
 }
 
-TYPED_TEST(Reentrancy, AListenerThatIsRemovedWhileItIsAskedIsNotTold) {
+TYPED_TEST(Reentrancy, AListenerThatIsRemovedWhileItIsAskedIsNotCalled) {
     this->second.whenAsked = [this] { this->settings.removeCallback(&this->second); };
     EXPECT_THAT(this->change(), ElementsAre("first: a/x", "third: a/x", "group: a/x"));
 }
 
-TYPED_TEST(Reentrancy, AnEntryAddedUnderTheSameKeyIsToldFromTheNextChangeOn) {
+TYPED_TEST(Reentrancy, AnEntryAddedUnderTheSameKeyIsCalledFromTheNextChangeOn) {
     Listener late(this->journal, "late");
     this->once(this->first, [this, &late] { this->settings.addCallback("a/x", &late); });
     EXPECT_THAT(this->change(), ElementsAre("first: a/x", "second: a/x", "third: a/x", "group: a/x"));
@@ -125,14 +125,14 @@ TYPED_TEST(Reentrancy, AnEntryAddedUnderTheSameKeyIsToldFromTheNextChangeOn) {
     this->settings.removeCallback(&late);
 }
 
-TYPED_TEST(Reentrancy, AnEntryAddedByTheLastListenerIsToldFromTheNextChangeOn) {
+TYPED_TEST(Reentrancy, AnEntryAddedByTheLastListenerIsCalledFromTheNextChangeOn) {
     this->once(this->group, [this] { this->settings.addCallback("a", &this->group); });
     EXPECT_THAT(this->change(), ElementsAre("first: a/x", "second: a/x", "third: a/x", "group: a/x"));
     EXPECT_THAT(this->change(),
                 ElementsAre("first: a/x", "second: a/x", "third: a/x", "group: a/x", "group: a/x"));
 }
 
-TYPED_TEST(Reentrancy, AListenerThatLeavesAndEntersAgainIsToldFromTheNextChangeOn) {
+TYPED_TEST(Reentrancy, AListenerThatIsRemovedAndAddedAgainIsCalledFromTheNextChangeOn) {
     this->once(this->first, [this] {
         this->settings.removeCallback("a/x", &this->second);
         this->settings.addCallback("a/x", &this->second);
@@ -141,7 +141,7 @@ TYPED_TEST(Reentrancy, AListenerThatLeavesAndEntersAgainIsToldFromTheNextChangeO
     EXPECT_THAT(this->change(), ElementsAre("first: a/x", "third: a/x", "second: a/x", "group: a/x"));
 }
 
-TYPED_TEST(Reentrancy, AnEntryAddedUnderAnEnclosingGroupIsToldWhenItsTurnComes) {
+TYPED_TEST(Reentrancy, AnEntryAddedUnderAnEnclosingGroupIsCalledInItsTurn) {
     Listener late(this->journal, "late");
     this->once(this->third, [this, &late] { this->settings.addCallback("a", &late); });
     EXPECT_THAT(this->change(),
@@ -160,7 +160,7 @@ TYPED_TEST(Reentrancy, AListenerMayDeleteOneThatItRemoved) {
     EXPECT_THAT(this->change(), ElementsAre("first: a/x", "second: a/x", "third: a/x", "group: a/x"));
 }
 
-TYPED_TEST(Reentrancy, AListenerMayDeleteOneThatWasToldBefore) {
+TYPED_TEST(Reentrancy, AListenerMayDeleteOneThatWasCalledBefore) {
     auto victim = std::make_unique<Listener>(this->journal, "victim");
     this->settings.addCallback("a/x", victim.get());
     this->once(this->group, [this, &victim] {
@@ -171,7 +171,7 @@ TYPED_TEST(Reentrancy, AListenerMayDeleteOneThatWasToldBefore) {
                 ElementsAre("first: a/x", "second: a/x", "third: a/x", "victim: a/x", "group: a/x"));
 }
 
-/** A listener that is there for one change. */
+/** A listener for a single change. */
 class OneShot : public _Register::Callback {
 public:
     OneShot(_Register& settings, int& tellings) : _settings(settings), _tellings(tellings) {}
@@ -197,7 +197,7 @@ TYPED_TEST(Reentrancy, AListenerMayDeleteItselfOnceItIsRemoved) {
     EXPECT_EQ(1, tellings);
 }
 
-TYPED_TEST(Reentrancy, AChangeOfAnotherPropertyIsAnnouncedBeforeItsWriterGoesOn) {
+TYPED_TEST(Reentrancy, AChangeOfAnotherPropertyIsAnnouncedBeforeItsWriterContinues) {
     Listener other(this->journal, "other");
     this->settings.addCallback("b", &other);
     this->once(this->second, [this] {
@@ -210,7 +210,7 @@ TYPED_TEST(Reentrancy, AChangeOfAnotherPropertyIsAnnouncedBeforeItsWriterGoesOn)
     this->settings.removeCallback(&other);
 }
 
-TYPED_TEST(Reentrancy, AListenerThatAlwaysWritesAnotherPropertyEnds) {
+TYPED_TEST(Reentrancy, AListenerThatAlwaysWritesAnotherPropertyTerminates) {
     Listener other(this->journal, "other");
     this->settings.addCallback("b", &other);
     this->second.whenTold = [this](std::string const& /*name*/) {
@@ -227,7 +227,7 @@ TYPED_TEST(Reentrancy, AChangeInTheSameGroupIsAnnouncedToTheGroup) {
                 ElementsAre("first: a/x", "group: a/y", "second: a/x", "third: a/x", "group: a/x"));
 }
 
-TYPED_TEST(Reentrancy, AChangeOfThePropertyItselfIsAnnouncedOnceMore) {
+TYPED_TEST(Reentrancy, AChangeOfThePropertyItselfIsAnnouncedAgain) {
     this->once(this->first, [this] { this->settings._writeInteger(nullptr, "a/x", 7, SCOPE_USER); });
     (void)this->change();
     EXPECT_THAT(this->first.told, ElementsAre("a/x", "a/x"));
@@ -255,7 +255,7 @@ TYPED_TEST(Reentrancy, MarkingAnotherNameAnnouncesIt) {
     this->settings.removeCallback(&other);
 }
 
-TYPED_TEST(Reentrancy, MarkingTheSameNameAnnouncesItOnceMore) {
+TYPED_TEST(Reentrancy, MarkingTheSameNameAnnouncesItAgain) {
     this->once(this->third, [this] { this->settings.markAsChanged(nullptr, "a/x"); });
     (void)this->change();
     EXPECT_THAT(this->third.told, ElementsAre("a/x", "a/x"));
@@ -279,7 +279,7 @@ TYPED_TEST(Reentrancy, AnnouncingFromAListenerLosesNoPendingName) {
     this->settings.removeCallback(&other);
 }
 
-TYPED_TEST(Reentrancy, AThrowOutOfANestedChangeLeavesAllNamesPending) {
+TYPED_TEST(Reentrancy, AThrowFromANestedChangeLeavesAllNamesPending) {
     Listener other(this->journal, "other");
     this->settings.addCallback("b", &other);
     other.whenTold = [](std::string const& /*name*/) { throw std::runtime_error("not now"); };
@@ -312,7 +312,7 @@ TYPED_TEST(Reentrancy, AThrowThatTheListenerCatchesDoesNotEndTheOuterAnnouncemen
     this->settings.removeCallback(&other);
 }
 
-TYPED_TEST(Reentrancy, ANestedChangeIsPendingAsWellUntilItsListenersHaveBeenCalled) {
+TYPED_TEST(Reentrancy, ANestedChangeIsPendingUntilItsListenersHaveBeenCalled) {
     Listener other(this->journal, "other");
     this->settings.addCallback("b", &other);
     std::set<std::string> within;
@@ -366,7 +366,7 @@ TYPED_TEST(Reentrancy, ANestedChangeAnnouncesNothingElseOfTheOuterAnnouncement) 
     this->settings.removeCallback(&waiting);
 }
 
-TYPED_TEST(Reentrancy, AChangeOfANameWhoseTurnIsStillToComeIsAnnouncedTwice) {
+TYPED_TEST(Reentrancy, AChangeOfANameThatIsStillPendingIsAnnouncedTwice) {
     Listener waiting(this->journal, "waiting");
     this->settings.addCallback("c", &waiting);
     pending(this->settings) = {"c"};
@@ -430,7 +430,7 @@ TYPED_TEST(Reentrancy, TheSameNameMayBeAnnouncedAtManyDepths) {
     EXPECT_THAT(pending(this->settings), IsEmpty());
 }
 
-TYPED_TEST(Reentrancy, AListenerMayReadAndMakeAndRemoveProperties) {
+TYPED_TEST(Reentrancy, AListenerMayReadCreateAndRemoveProperties) {
     this->settings._writeInteger(nullptr, "a/y", 7, SCOPE_USER);
     int seen = 0;
     this->once(this->first, [this, &seen] {
@@ -444,7 +444,7 @@ TYPED_TEST(Reentrancy, AListenerMayReadAndMakeAndRemoveProperties) {
     EXPECT_FALSE(this->settings.propertyExists("a/y", SCOPE_USER));
 }
 
-TYPED_TEST(Reentrancy, ListenersThatWriteEachOthersPropertiesOnceEnd) {
+TYPED_TEST(Reentrancy, ListenersThatWriteEachOthersPropertiesOnceTerminate) {
     Listener other(this->journal, "other");
     this->settings.addCallback("b", &other);
     this->once(this->first, [this] { this->settings._writeInteger(nullptr, "b", 7, SCOPE_USER); });

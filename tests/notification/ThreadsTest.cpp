@@ -20,7 +20,7 @@ using utils::properties::SCOPE_USER;
 
 constexpr int rounds = 300;
 
-/** Runs `body(0)` to `body(count - 1)` at the same time, each on a thread of its own. */
+/** Runs `body(0)` to `body(count - 1)` at the same time, each on its own thread. */
 template <class Body>
 std::vector<std::thread> start(int count, Body body) {
     std::vector<std::thread> threads;
@@ -35,7 +35,7 @@ void join(std::vector<std::thread>& threads) {
         thread.join();
 }
 
-/** A process's register; a derived one has no shorter way inside, but is used by several threads alike. */
+/** A register; a derived one has no fast paths, but must be thread-safe as well. */
 struct Bare : _Register {};
 
 struct BareForm {
@@ -95,7 +95,7 @@ TYPED_TEST(Threads, ReadersSeeWholeValues) {
     EXPECT_EQ(0, torn);
 }
 
-TYPED_TEST(Threads, ListenersMayComeAndGo) {
+TYPED_TEST(Threads, ListenersMayBeAddedAndRemoved) {
     _Register& shared = this->settings;
     Listener permanent;
     shared.addCallback("shared", &permanent);
@@ -123,7 +123,7 @@ TYPED_TEST(Threads, ARemovalWaitsUntilTheListenerHasReturned) {
     _Register& shared = this->settings;
     Listener listener;
     std::promise<void> inside;
-    bool returned = false; // guarded by the register's lock, which is what this is about
+    bool returned = false; // guarded by the register's lock, as this test shows
     listener.whenTold = [&](std::string const& /*name*/) {
         inside.set_value();
         for (int i = 0; i < 1000; ++i)

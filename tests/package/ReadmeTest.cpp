@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The README's block without a `main` does what its comments say.
+// The README's block without a `main` behaves as its comments describe.
 
 #include <string>
 #include <utility>
@@ -27,7 +27,7 @@ using velmorand::SCOPE_GLOBAL;
 using velmorand::SCOPE_TEMPORARY;
 using velmorand::SCOPE_USER;
 
-/** What the block has read. */
+/** The values that the block has read. */
 struct Read {
     std::string theme;
     double size = 0;
@@ -40,7 +40,7 @@ struct Editor {
     }
 };
 
-/** Settings in an empty directory of the test's own. */
+/** Settings in an empty temporary directory. */
 class Readme : public ::testing::Test {
 protected:
     static void prepareTheme() { velmorand::write("editor/theme", "light"); }
@@ -54,13 +54,13 @@ private:
     velmorand::LiveSettings _live{{_directory / "user", _directory / "global"}};
 };
 
-TEST_F(Readme, ReadsWhatAScopeHolds) {
+TEST_F(Readme, ReadsAValueOfAScope) {
     prepareTheme();
 
     EXPECT_EQ(Editor().run().theme, "light");
 }
 
-TEST_F(Readme, ThrowsWhenNoScopeHoldsTheProperty) {
+TEST_F(Readme, ThrowsIfNoScopeHasTheProperty) {
     EXPECT_THROW(Editor().run(), PropertyNotFound);
 }
 
@@ -70,20 +70,20 @@ TEST_F(Readme, ThrowsWhenThePropertyIsOfAnotherType) {
     EXPECT_THROW(Editor().run(), PropertyBadType);
 }
 
-TEST_F(Readme, ReadsTheFallbackWhenNoScopeHoldsTheProperty) {
+TEST_F(Readme, ReadsTheFallbackIfNoScopeHasTheProperty) {
     prepareTheme();
 
     EXPECT_EQ(Editor().run().size, 11.0);
 }
 
-TEST_F(Readme, ReadsNoFallbackWhenAScopeHoldsTheProperty) {
+TEST_F(Readme, DoesNotReadTheFallbackIfAScopeHasTheProperty) {
     prepareTheme();
     velmorand::write("editor/size", 9.0, SCOPE_GLOBAL);
 
     EXPECT_EQ(Editor().run().size, 9.0);
 }
 
-TEST_F(Readme, ThrowsInPlaceOfTheFallbackWhenThePropertyIsOfAnotherType) {
+TEST_F(Readme, ThrowsInsteadOfUsingTheFallbackIfThePropertyIsOfAnotherType) {
     prepareTheme();
     velmorand::write("editor/size", "large");
 
@@ -102,7 +102,7 @@ TEST_F(Readme, WritesToTheUserScopeUnlessOneIsGiven) {
     EXPECT_TRUE(exists("editor/size", SCOPE_TEMPORARY));
 }
 
-TEST_F(Readme, LeavesTheSenderOutOnlyWhereOneIsGiven) {
+TEST_F(Readme, SkipsTheSenderOnlyIfOneIsGiven) {
     prepareTheme();
     Editor editor;
     std::vector<std::string> notified;

@@ -1,7 +1,7 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
 #
-# A project of its own finds the installed package with find_package, builds with it and runs.
+# A separate project finds the installed package with find_package, builds with it and runs.
 set -eu
 here=$(dirname "$0")
 . "$here/installed.sh"
@@ -13,7 +13,7 @@ here=$(dirname "$0")
 mkdir "$work/settings"
 "$work/build/consumer" "$work/settings"
 test -s "$work/settings/Velmorand.dat"
-# The tool, where it is built, finds its libraries beside it.
+# The tool, if it is built, finds its libraries in the same prefix.
 if [ -e "$prefix/bin/velmorand-register" ]; then
     env -u LD_LIBRARY_PATH "$prefix/bin/velmorand-register" check "$work/settings"
 fi

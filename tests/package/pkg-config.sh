@@ -1,7 +1,7 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
 #
-# A plain compiler call builds with the flags that pkg-config gives for the installed package, and the result runs.
+# Builds and runs a program with the flags that pkg-config gives for the installed package.
 set -eu
 here=$(dirname "$0")
 . "$here/installed.sh"

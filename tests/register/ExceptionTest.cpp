@@ -16,11 +16,11 @@ static_assert(std::is_nothrow_copy_constructible_v<Exception>);
 static_assert(std::is_nothrow_copy_assignable_v<Exception>);
 static_assert(std::has_virtual_destructor_v<Exception>);
 
-TEST(Exception, SaysNothingByDefault) {
+TEST(Exception, HasNoMessageByDefault) {
     EXPECT_STREQ("", Exception().what());
 }
 
-TEST(Exception, SaysTheTextItWasMadeFrom) {
+TEST(Exception, HasTheGivenMessage) {
     EXPECT_STREQ("Bad scope value.", Exception("Bad scope value.").what());
     EXPECT_STREQ("", Exception("").what());
     EXPECT_STREQ("Gr\xc3\xb6\xc3\x9f"
@@ -30,12 +30,12 @@ TEST(Exception, SaysTheTextItWasMadeFrom) {
                      .what());
 }
 
-TEST(Exception, TakesNullForNoText) {
+TEST(Exception, TreatsNullAsAnEmptyMessage) {
     char const* const none = nullptr;
     EXPECT_STREQ("", Exception(none).what());
 }
 
-TEST(Exception, KeepsItsOwnCopyOfTheText) {
+TEST(Exception, CopiesTheMessage) {
     std::string text = "first";
     Exception const fromString(text);
     Exception const fromPointer(text.c_str());
@@ -44,7 +44,7 @@ TEST(Exception, KeepsItsOwnCopyOfTheText) {
     EXPECT_STREQ("first", fromPointer.what());
 }
 
-TEST(Exception, IsCaughtAsAnyOtherException) {
+TEST(Exception, IsCaughtLikeAnyOtherException) {
     std::string caught;
     try {
         throw Exception("message");
@@ -54,14 +54,14 @@ TEST(Exception, IsCaughtAsAnyOtherException) {
     EXPECT_EQ("message", caught);
 }
 
-TEST(Exception, LeavesItsTextToACopy) {
+TEST(Exception, IsCopiedWithItsMessage) {
     auto original = std::make_unique<Exception>("message");
     Exception const copy(*original);
     original.reset();
     EXPECT_STREQ("message", copy.what());
 }
 
-TEST(Exception, TakesOverTheTextOfAnother) {
+TEST(Exception, IsAssignedTheMessageOfAnother) {
     Exception target("old");
     {
         Exception const source("new");
@@ -71,14 +71,14 @@ TEST(Exception, TakesOverTheTextOfAnother) {
     EXPECT_STREQ("new", target.what());
 }
 
-TEST(Exception, KeepsItsTextWhenAssignedToItself) {
+TEST(Exception, KeepsItsMessageWhenAssignedToItself) {
     Exception target("message");
     Exception const& same = target;
     target = same;
     EXPECT_STREQ("message", target.what());
 }
 
-TEST(Exception, KeepsItsTextThroughAnExceptionPointer) {
+TEST(Exception, KeepsItsMessageThroughAnExceptionPointer) {
     std::exception_ptr const kept = std::make_exception_ptr(Exception("message"));
     try {
         std::rethrow_exception(kept);

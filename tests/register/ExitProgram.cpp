@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// An application that writes one property and returns from main, for the tests of what an exit saves. Before
-// it returns it uses QtCore or static objects, or starts threads that never stop using the register.
+// An application that writes one property and returns from main, to test that the exit saves it. Before it returns, it
+// uses QtCore or static objects, or starts threads that never stop using the register.
 //
 //     register-exit-program (Nothing | QtCoreBefore | QtCoreAfter | Statics | Writers | Readers) DIRECTORY
 
@@ -31,11 +31,11 @@ public:
     void* owner() override { return this; }
 };
 
-/** Made before the register, destroyed after it. */
+/** Created before the register, destroyed after it. */
 Listener listener;
 QString keptText;
 
-/** Does with QtCore what an application does: locales, conversions and files with non-ASCII names. */
+/** Uses QtCore as an application does: locales, conversions and files with non-ASCII names. */
 void useQtCore(std::string const& directory) {
     keptText = QLocale::system().name() + QString::fromUtf8("\xc3\xa4");
 #if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
@@ -48,11 +48,11 @@ void useQtCore(std::string const& directory) {
         file.write(keptText.toUtf8());
 }
 
-// A thread may enter an operation when the register has just been destroyed; it waits for the lock there and
-// touches nothing. UBSan's check of the object's type comes before that.
+// A thread may enter an operation when the register has just been destroyed. There it waits for the lock without using
+// the object, but UBSan would check the object's type first.
 #define ENTERS_AT_EXIT __attribute__((no_sanitize("vptr")))
 
-/** Makes, writes and removes properties of one thread's own, the contents of different lengths. */
+/** Creates, writes and removes properties that only one thread uses, with contents of different lengths. */
 ENTERS_AT_EXIT void write(int thread, int round) {
     std::string const group = "threads/" + std::to_string(thread);
     _Register& settings = *_Register::getInstance();
@@ -70,7 +70,7 @@ ENTERS_AT_EXIT void read(int /*thread*/, int round) {
     static_cast<void>(settings.propertyExists(std::to_string(round)));
 }
 
-/** Starts three threads that go on for as long as the process, and waits until each has begun. */
+/** Starts three threads that run until the process ends, and waits until each has begun. */
 void startThreads(void (*use)(int thread, int round)) {
     static std::atomic<int> begun{0};
     for (int thread = 0; thread < 3; ++thread)

@@ -31,7 +31,7 @@ namespace {
 std::string const nonAscii = "Pr\xc3\xa4"
                              "ferenzen \xe6\x97\xa5\xf0\x9f\x8e\xa8";
 
-/** After so many seconds a process that hangs is killed. */
+/** The time in seconds after which a process that hangs is killed. */
 constexpr unsigned limit = 60;
 
 /** The directory of the running test, for exit handlers, which take no argument. */
@@ -41,7 +41,7 @@ void write(std::string const& name, int value) {
     _Register::getInstance()->_writeInteger(nullptr, name, value, SCOPE_USER);
 }
 
-/** Appends a line to a file at every call and when it is destroyed. */
+/** Appends a line to a file for every call and for its destruction. */
 class Logger : public _Register::Callback {
 public:
     explicit Logger(std::filesystem::path log) : _log(std::move(log)) {}
@@ -113,7 +113,7 @@ TEST(Exit, SavesIntoADirectoryWithANonAsciiName) {
     EXPECT_EQ(42, savedInteger((directory / nonAscii).string(), "x"));
 }
 
-TEST(Exit, FromAnotherThreadSavesAsWell) {
+TEST(Exit, FromAnotherThreadSaves) {
     TemporaryDirectory const user;
     EXPECT_EQ(0, inChild([&] {
                   _Register::initialize("", user.string());
@@ -123,13 +123,13 @@ TEST(Exit, FromAnotherThreadSavesAsWell) {
     EXPECT_EQ(42, savedInteger(user.string(), "x"));
 }
 
-TEST(Exit, SavesNothingWhenTheRegisterWasNeverUsed) {
+TEST(Exit, SavesNothingIfTheRegisterWasNeverUsed) {
     TemporaryDirectory const user;
     EXPECT_EQ(0, inChild([&] { RegisterProbe::_UserRegisterPath = user.string(); }));
     EXPECT_TRUE(std::filesystem::is_empty(user.path()));
 }
 
-TEST(Exit, IsQuietWhenTheFileCannotBeSaved) {
+TEST(Exit, IsSilentIfTheFileCannotBeSaved) {
     TemporaryDirectory const user;
     EXPECT_EQ(0, inChild([&] {
                   _Register::initialize("", user.string());
@@ -149,7 +149,7 @@ TEST(Exit, SavesAfterTheHandlersRegisteredLater) {
     EXPECT_EQ(42, savedInteger(user.string(), "x"));
 }
 
-TEST(Exit, SavesAfterStaticObjectsMadeLaterAreDestroyed) {
+TEST(Exit, SavesAfterStaticObjectsCreatedLaterAreDestroyed) {
     struct Writer {
         Writer() = default;
         Writer(Writer const&) = delete;
@@ -209,7 +209,7 @@ TEST(Exit, DoesNotWaitForeverForTheLock) {
     EXPECT_EQ(42, savedInteger(user.string(), "x"));
 }
 
-TEST(Exit, FromAListenerSavesAsWell) {
+TEST(Exit, FromAListenerSaves) {
     class Exiting : public _Register::Callback {
     public:
         void propertyChanged(std::string const& /*name*/) override { std::exit(0); }
@@ -222,12 +222,12 @@ TEST(Exit, FromAListenerSavesAsWell) {
                   static Exiting listener;
                   _Register::getInstance()->addCallback("x", &listener);
                   write("x", 42);
-                  ADD_FAILURE() << "the listener was not called";
+                  ADD_FAILURE() << "the process should have exited in the listener";
               }));
     EXPECT_EQ(42, savedInteger(user.string(), "x"));
 }
 
-TEST(ExitOfAForkedChild, SavesAsWell) {
+TEST(ExitOfAForkedChild, Saves) {
     TemporaryDirectory const user;
     EXPECT_EQ(0, inChild(
                      [&] {
@@ -259,7 +259,7 @@ TEST(ExitOfAForkedChild, DoesNotWaitForeverForALockThatWasHeldAtTheFork) {
               }));
 }
 
-TEST(Exit, LeavesTheLockInUse) {
+TEST(Exit, KeepsTheLockUsable) {
     TemporaryDirectory const user;
     EXPECT_EQ(0, inChild([&] {
                   exitDirectory = user.path();
@@ -272,7 +272,7 @@ TEST(Exit, LeavesTheLockInUse) {
     EXPECT_TRUE(std::filesystem::exists(user / "locked"));
 }
 
-TEST(Exit, LeavesListenersAlone) {
+TEST(Exit, DoesNotDestroyListeners) {
     TemporaryDirectory const user;
     EXPECT_EQ(0, inChild([&] {
                   _Register::initialize("", user.string());
@@ -283,7 +283,7 @@ TEST(Exit, LeavesListenersAlone) {
     EXPECT_EQ("x\n", fileBytes(user / "log"));
 }
 
-TEST(Exit, LooksAtNoListenerThatIsGone) {
+TEST(Exit, DoesNotTouchDestroyedListeners) {
     TemporaryDirectory const user;
     EXPECT_EQ(0, inChild([&] {
                   static Logger earlier(user / "earlier");
@@ -346,7 +346,7 @@ INSTANTIATE_TEST_SUITE_P(Using, ExitOfAProgram,
 
 namespace {
 
-/** Runs the program several times, its threads in mid-use at each exit; each start loads the last save. */
+/** Runs the program several times. Its threads use the register at each exit, and each start loads the last save. */
 void expectCleanExits(std::string const& mode) {
     TemporaryDirectory const directory;
     for (int round = 0; round < 20; ++round) {
@@ -357,10 +357,10 @@ void expectCleanExits(std::string const& mode) {
 
 } // namespace
 
-TEST(ExitWithThreads, ThatWriteSavesAWholeFile) {
+TEST(ExitWithThreads, ThatWriteSavesAnIntactFile) {
     expectCleanExits("Writers");
 }
 
-TEST(ExitWithThreads, ThatReadSavesAWholeFile) {
+TEST(ExitWithThreads, ThatReadSavesAnIntactFile) {
     expectCleanExits("Readers");
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The example in docs/file-format.md is what the register writes and reads.
+// The register writes and reads the example in docs/file-format.md.
 
 #include <sstream>
 #include <string>
@@ -20,7 +20,7 @@ using utils::properties::SCOPE_USER;
 
 namespace {
 
-/** The first lines in a row that start with `start`, behind a line of the document. */
+/** The first consecutive lines that start with `start`, after the line `behind` of the document. */
 std::vector<std::string> linesBehind(std::string const& behind, std::string const& start) {
     std::istringstream document(fileBytes(FILE_FORMAT_DOCUMENT));
     std::string line;
@@ -36,7 +36,7 @@ std::vector<std::string> linesBehind(std::string const& behind, std::string cons
     return lines;
 }
 
-/** The bytes that two-digit numbers stand for. */
+/** The bytes given as two-digit hexadecimal numbers. */
 std::string bytesOf(std::string const& numbers) {
     std::istringstream stream(numbers);
     std::string bytes;
@@ -45,7 +45,7 @@ std::string bytesOf(std::string const& numbers) {
     return bytes;
 }
 
-/** The bytes of the dump: 16 in a line, behind their place and before the same as text. */
+/** The bytes of the dump: 16 in a line, between their offset and the same bytes as text. */
 std::string dump() {
     std::string bytes;
     for (std::string const& line : linesBehind("## A file, byte for byte", "    000000"))
@@ -53,7 +53,7 @@ std::string dump() {
     return bytes;
 }
 
-/** What the first column of the table says: numbers in `...`, text in "...". */
+/** The bytes in the first column of the table: numbers in `...`, text in "...". */
 std::string explained() {
     std::string bytes;
     for (std::string const& row : linesBehind("| bytes | what they say |", "| `")) {
@@ -82,7 +82,7 @@ TEST(FileFormat, ExampleIsWhatTheRegisterWrites) {
     EXPECT_EQ(dump(), fileBytes(directory / registerFileName));
 }
 
-TEST(FileFormat, ExampleIsReadAsItSays) {
+TEST(FileFormat, ExampleIsReadAsDescribed) {
     TemporaryDirectory const directory;
     writeFile(directory / registerFileName, dump());
 

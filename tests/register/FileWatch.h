@@ -12,8 +12,8 @@
 #include <unistd.h>
 
 /**
- * Counts what happens to one file of a directory, in whatever process, without waiting: an event is in the
- * queue before the call that caused it returns.
+ * Counts the events of one file of a directory, caused by any process, without waiting: an event is in the queue before
+ * the call that caused it returns.
  */
 class FileWatch {
 public:
@@ -27,13 +27,13 @@ public:
     FileWatch& operator=(FileWatch const&) = delete;
     ~FileWatch() { ::close(_queue); }
 
-    /** How often a new file has taken the name. */
+    /** The number of times that a new file has been moved to the name. */
     int replacements() {
         update();
         return _replacements;
     }
 
-    /** How often the file was opened for reading and closed. */
+    /** The number of times that the file was opened for reading and closed. */
     int readings() {
         update();
         return _readings;

@@ -25,7 +25,7 @@ TYPED_TEST_SUITE(PropertyList, forms::Both, forms::Names);
 
 } // namespace
 
-TYPED_TEST(AddGroup, MakesTheMissingGroups) {
+TYPED_TEST(AddGroup, CreatesTheMissingGroups) {
     this->settings.addGroup("a/b/q", SCOPE_USER);
     EXPECT_TRUE(this->settings.groupExists("a", SCOPE_USER));
     EXPECT_TRUE(this->settings.groupExists("a/b", SCOPE_USER));
@@ -46,7 +46,7 @@ TYPED_TEST(AddGroup, IsSilentWhenAPropertyIsInTheWay) {
     EXPECT_FALSE(this->settings.groupExists("x", SCOPE_USER));
 }
 
-TYPED_TEST(AddGroup, MakesTheGroupInItsOwnScopeOnly) {
+TYPED_TEST(AddGroup, CreatesTheGroupOnlyInItsScope) {
     this->settings.addGroup("a", SCOPE_TEMPORARY);
     EXPECT_TRUE(this->settings.groupExists("a", SCOPE_TEMPORARY));
     EXPECT_FALSE(this->settings.groupExists("a", SCOPE_USER));
@@ -60,7 +60,7 @@ TYPED_TEST(AddGroup, DoesNothingForAPropertyOfThatName) {
     EXPECT_TRUE(this->settings.propertyExists("x", SCOPE_USER));
 }
 
-TYPED_TEST(AddGroup, MakesADeletedScopeAgain) {
+TYPED_TEST(AddGroup, CreatesADeletedScopeAgain) {
     for (RegisterScope const scope : allScopes) {
         this->settings.delProperty("", scope);
         this->settings.addGroup("", scope);
@@ -68,7 +68,7 @@ TYPED_TEST(AddGroup, MakesADeletedScopeAgain) {
     }
 }
 
-TYPED_TEST(AddGroup, MakesADeletedScopeAgainForAGroupInIt) {
+TYPED_TEST(AddGroup, CreatesADeletedScopeAgainForAGroupInIt) {
     for (RegisterScope const scope : allScopes) {
         this->settings.delProperty("", scope);
         this->settings.addGroup("a/b", scope);

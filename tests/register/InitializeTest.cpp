@@ -21,7 +21,7 @@ using utils::properties::_Register;
 
 namespace {
 
-/** The two directories that an application names. */
+/** The two directories that an application passes. */
 struct Directories {
     TemporaryDirectory global;
     TemporaryDirectory user;
@@ -35,7 +35,7 @@ std::string text(std::string const& name) {
     return value;
 }
 
-/** Removes the register file when told of a change, and notes the change and whether the file was there. */
+/** Removes the register file when notified, and records the change and whether the file existed. */
 class FileRemover : public _Register::Callback {
 public:
     explicit FileRemover(std::filesystem::path file) : _file(std::move(file)) {}
@@ -105,7 +105,7 @@ TEST(Initialize, KeepsThePathsAsTheyWereGiven) {
               }));
 }
 
-TEST(Initialize, AcceptsMissingDirectoriesAndMakesNone) {
+TEST(Initialize, AcceptsMissingDirectoriesAndCreatesNone) {
     TemporaryDirectory const directory;
     EXPECT_EQ(0, inChild([&] {
                   _Register::initialize((directory / "global").string(), (directory / "user").string());
@@ -138,7 +138,7 @@ TEST(Initialize, SavesAfterEachPropertyTheUserDirectoryFirst) {
               }));
 }
 
-TEST(Initialize, LeavesTheContentOfTheUserFileEqual) {
+TEST(Initialize, DoesNotChangeTheContentOfTheUserFile) {
     Directories const directories;
     saveInteger(directories.user.string(), "g/x", 9);
     std::string const before = fileBytes(directories.user / registerFileName);
@@ -155,7 +155,7 @@ TEST(Initialize, WritesNothingToTheGlobalDirectory) {
     EXPECT_TRUE(std::filesystem::is_empty(directories.global.path()));
 }
 
-TEST(Initialize, ASecondTimeChangesThePathsAndLoadsNothing) {
+TEST(Initialize, ASecondTimeChangesThePathsButLoadsNothing) {
     Directories const first;
     Directories const second;
     saveInteger(first.user.string(), "first", 1);
@@ -186,7 +186,7 @@ TEST(Initialize, AfterTheFirstUseLoadsNothing) {
     EXPECT_EQ(2, savedInteger(directories.user.string(), "y"));
 }
 
-TEST(Initialize, SaysThatNoUserRegisterCanBeThere) {
+TEST(Initialize, ReportsThatNoUserRegisterCanExist) {
     TemporaryDirectory const directory;
     EXPECT_EQ(0, inChild([&] {
                   RegisterProbe::_VL_REGISTER_NAME = "settings/register";
@@ -201,7 +201,7 @@ TEST(Initialize, SaysThatNoUserRegisterCanBeThere) {
     EXPECT_FALSE(std::filesystem::exists(directory / "missing"));
 }
 
-TEST(Initialize, GoesOnWithoutAGlobalRegister) {
+TEST(Initialize, ContinuesWithoutAGlobalRegister) {
     TemporaryDirectory const directory;
     EXPECT_EQ(0, inChild([&] {
                   RegisterProbe::_VL_REGISTER_NAME = "settings/register";

@@ -20,7 +20,7 @@ using utils::properties::_Register;
 using utils::properties::PropertyBadType;
 using utils::properties::PropertyNotFound;
 
-// The members and what they promise, checked when this file is compiled.
+// The members and their signatures, checked at compile time.
 
 static_assert(std::is_convertible_v<_Register*, RAMFileSystem*>);
 static_assert(std::is_convertible_v<RAMFileSystem*, FileSystem*>);
@@ -29,7 +29,7 @@ static_assert(sizeof(_Register) == sizeof(RAMFileSystem) + sizeof(std::set<std::
 static_assert(!std::is_copy_constructible_v<_Register> && !std::is_copy_assignable_v<_Register>);
 static_assert(!std::is_copy_constructible_v<RegisterProbe> && !std::is_copy_assignable_v<RegisterProbe>);
 static_assert(!std::is_move_constructible_v<RegisterProbe> && !std::is_move_assignable_v<RegisterProbe>);
-static_assert(!std::is_default_constructible_v<_Register>, "getInstance() alone makes the register");
+static_assert(!std::is_default_constructible_v<_Register>, "only getInstance() creates the register");
 static_assert(std::has_virtual_destructor_v<_Register>);
 static_assert(!std::is_nothrow_destructible_v<_Register>);
 static_assert(!std::is_nothrow_destructible_v<RAMFileSystem>);
@@ -74,7 +74,7 @@ static_assert(std::is_default_constructible_v<PropertyNotFound> &&
 
 namespace {
 
-/** The place of a virtual operation in its class's table, from a pointer to it as the C++ ABI lays it out. */
+/** The index of a virtual operation in its class's table, from a pointer to it in the layout of the C++ ABI. */
 template <class Operation>
 std::size_t slot(Operation operation) {
     struct {
@@ -89,7 +89,7 @@ std::size_t slot(Operation operation) {
 
 } // namespace
 
-TEST(SlotOrder, IsThatOfTheFileSystem) {
+TEST(SlotOrder, BeginsWithTheFileSystem) {
     EXPECT_EQ(2U, slot(&FileSystem::getFileList));
     EXPECT_EQ(3U, slot(&FileSystem::exists));
     EXPECT_EQ(4U, slot(&FileSystem::remove));
@@ -120,7 +120,7 @@ TEST(SlotOrder, IsThatOfTheFileSystem) {
     EXPECT_EQ(29U, slot(&FileSystem::isFile));
 }
 
-TEST(SlotOrder, GoesOnWithTheMemoryFileSystem) {
+TEST(SlotOrder, ContinuesWithTheMemoryFileSystem) {
     EXPECT_EQ(30U, slot<bool (RAMFileSystem::*)(FileHandle&) const>(&RAMFileSystem::serialize));
     EXPECT_EQ(31U, slot<void (RAMFileSystem::*)(FileHandle&)>(&RAMFileSystem::unserialize));
     EXPECT_EQ(32U,
@@ -133,9 +133,9 @@ TEST(SlotOrder, OfAListenerHasPropertyChangedBeforeOwner) {
     EXPECT_EQ(3U, slot(&_Register::Callback::owner));
 }
 
-TEST(RegisterType, HasTheMemoryFileSystemAsItsOnePublicBase) {
+TEST(RegisterType, HasTheMemoryFileSystemAsItsOnlyPublicBase) {
     auto const* const type = dynamic_cast<abi::__si_class_type_info const*>(&typeid(_Register));
-    ASSERT_NE(nullptr, type) << "more than one base, or one that is not public";
+    ASSERT_NE(nullptr, type) << "not exactly one public base";
     EXPECT_EQ(typeid(RAMFileSystem), *type->__base_type);
 }
 
@@ -144,7 +144,7 @@ namespace {
 template <class Thrown>
 void expectPrivateBase() {
     auto const* const type = dynamic_cast<abi::__vmi_class_type_info const*>(&typeid(Thrown));
-    ASSERT_NE(nullptr, type) << "its base is public";
+    ASSERT_NE(nullptr, type) << "the base is public";
     ASSERT_EQ(1U, type->__base_count);
     EXPECT_EQ(typeid(utils::Exception), *type->__base_info[0].__base_type);
     EXPECT_FALSE(type->__base_info[0].__is_public_p());
@@ -152,7 +152,7 @@ void expectPrivateBase() {
     EXPECT_EQ(0, type->__base_info[0].__offset());
 }
 
-/** Which handler takes a `Thrown`. Those for the base classes lie inside, so that they meet it first. */
+/** The handler that catches a `Thrown`. The handlers of the base classes are inside, so that they see it first. */
 template <class Thrown>
 std::string handler() {
     try {
@@ -174,7 +174,7 @@ TEST(PropertyBadType, HasAPrivateBase) {
     expectPrivateBase<PropertyBadType>();
 }
 
-TEST(PropertyBadType, IsCaughtByItsOwnNameOnly) {
+TEST(PropertyBadType, IsCaughtOnlyByItsOwnName) {
     EXPECT_EQ("its own", handler<PropertyBadType>());
 }
 
@@ -182,7 +182,7 @@ TEST(PropertyNotFound, HasAPrivateBase) {
     expectPrivateBase<PropertyNotFound>();
 }
 
-TEST(PropertyNotFound, IsCaughtByItsOwnNameOnly) {
+TEST(PropertyNotFound, IsCaughtOnlyByItsOwnName) {
     EXPECT_EQ("its own", handler<PropertyNotFound>());
 }
 

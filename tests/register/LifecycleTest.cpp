@@ -24,7 +24,7 @@ using utils::properties::_Register;
 
 namespace {
 
-/** Asks for the register from within a change, and notes what it got. */
+/** Calls `getInstance` during a change, and records the result. */
 class Asker : public _Register::Callback {
 public:
     void propertyChanged(std::string const& /*name*/) override { found = _Register::getInstance(); }
@@ -35,7 +35,7 @@ public:
 
 } // namespace
 
-TEST(LoadedLibrary, HasItsStaticMembersAtTheirFirstValues) {
+TEST(LoadedLibrary, HasInitialValuesInItsStaticMembers) {
     EXPECT_EQ("Velmorand.dat", RegisterProbe::_VL_REGISTER_NAME);
     EXPECT_EQ("/temp/", RegisterProbe::_TempRegisterPath);
     EXPECT_EQ("", RegisterProbe::_GlobalRegisterPath);
@@ -43,7 +43,7 @@ TEST(LoadedLibrary, HasItsStaticMembersAtTheirFirstValues) {
     EXPECT_FALSE(RegisterProbe::_haveGlobalRegister);
 }
 
-TEST(LoadedLibrary, HasItsLockFree) {
+TEST(LoadedLibrary, HasAFreeLock) {
     ASSERT_NE(nullptr, _Register::_mutex);
     EXPECT_TRUE(lockIsFree());
 }
@@ -56,7 +56,7 @@ TEST(LoadedLibrary, HasARecursiveLock) {
     EXPECT_FALSE(lockIsFree());
 }
 
-TEST(Construction, MakesTheThreeScopes) {
+TEST(Construction, CreatesTheThreeScopes) {
     RegisterProbe const settings;
     for (char const* path : {"/global", "/global/", "/user", "/user/", "/temp", "/temp/"})
         EXPECT_TRUE(settings.isDirectory(path)) << path;
@@ -69,7 +69,7 @@ TEST(Construction, StartsWithoutChangesAndListeners) {
     EXPECT_TRUE(settings._callbacks.empty());
 }
 
-TEST(GetInstance, GivesTheSameRegisterAgain) {
+TEST(GetInstance, ReturnsTheSameRegisterAgain) {
     EXPECT_EQ(0, inChild([] {
                   _Register* const first = _Register::getInstance();
                   ASSERT_NE(nullptr, first);
@@ -102,7 +102,7 @@ TEST(GetInstance, BuildsTheRegisterOnceForRacingThreads) {
     EXPECT_EQ(1, watch.replacements());
 }
 
-TEST(GetInstance, AnswersFromInsideAnOperation) {
+TEST(GetInstance, ReturnsInsideAnOperation) {
     EXPECT_EQ(0, inChild([] {
                   _Register* const settings = _Register::getInstance();
                   Asker asker;
@@ -112,14 +112,14 @@ TEST(GetInstance, AnswersFromInsideAnOperation) {
               }));
 }
 
-TEST(GetInstance, AnswersACallerWhoHoldsTheLock) {
+TEST(GetInstance, ReturnsToACallerThatHoldsTheLock) {
     EXPECT_EQ(0, inChild([] {
                   boost::unique_lock<boost::recursive_mutex> const held(*_Register::_mutex);
                   EXPECT_NE(nullptr, _Register::getInstance());
               }));
 }
 
-TEST(GetInstance, WithoutInitializeKeepsOffTheDisk) {
+TEST(GetInstance, WithoutInitializeDoesNotUseTheDisk) {
     EXPECT_EQ(0, inChild([] {
                   _Register* const settings = _Register::getInstance();
                   EXPECT_EQ(Names{}, names(settings->propertyList("", SCOPE_USER)));
@@ -129,7 +129,7 @@ TEST(GetInstance, WithoutInitializeKeepsOffTheDisk) {
               }));
 }
 
-TEST(GetInstance, LetsAFailureOfTheLoadingOutAndTriesAgain) {
+TEST(GetInstance, ReportsAFailureToLoadAndTriesAgain) {
     TemporaryDirectory const source;
     TemporaryDirectory const user;
     saveInteger(source.string(), "x", 4);

@@ -23,7 +23,7 @@ using support::TemporaryDirectory;
 
 namespace {
 
-/** How often the lock was held and how often it was free at the file-system calls of an operation. */
+/** The number of file-system calls of an operation during which the lock was held or free. */
 struct Observed {
     int held = 0;
     int free = 0;
@@ -161,7 +161,7 @@ TEST(Lock, IsFreeAfterAnExceptionOfTheRegister) {
     EXPECT_TRUE(lockIsFree());
 }
 
-TEST(Lock, StaysWithACallerWhoHeldItBefore) {
+TEST(Lock, StaysWithACallerThatHeldItBefore) {
     RegisterProbe settings;
     boost::unique_lock<boost::recursive_mutex> held(*RegisterProbe::_mutex);
     settings.addProperty("x", SCOPE_USER);
@@ -171,7 +171,7 @@ TEST(Lock, StaysWithACallerWhoHeldItBefore) {
     EXPECT_TRUE(lockIsFree());
 }
 
-TEST(BadScope, IsRefusedByEveryOperationAndLeavesNoLock) {
+TEST(BadScope, IsRefusedByEveryOperationWithoutLeavingALock) {
     RegisterProbe settings;
     for (int const value : {3, -1, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()}) {
         auto const scope = static_cast<RegisterScope>(value);

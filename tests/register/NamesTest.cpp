@@ -20,14 +20,14 @@ TEST(NameToPath, PutsTheScopeDirectoryBeforeTheName) {
     EXPECT_EQ("/temp/a/b", settings._nameToPath("a/b", SCOPE_TEMPORARY));
 }
 
-TEST(NameToPath, GivesTheScopeDirectoryForTheEmptyName) {
+TEST(NameToPath, ReturnsTheScopeDirectoryForTheEmptyName) {
     RegisterProbe const settings;
     EXPECT_EQ("/global/", settings._nameToPath("", SCOPE_GLOBAL));
     EXPECT_EQ("/user/", settings._nameToPath("", SCOPE_USER));
     EXPECT_EQ("/temp/", settings._nameToPath("", SCOPE_TEMPORARY));
 }
 
-TEST(NameToPath, NormalisesNothing) {
+TEST(NameToPath, DoesNotNormaliseTheName) {
     RegisterProbe const settings;
     EXPECT_EQ("/user//a", settings._nameToPath("/a", SCOPE_USER));
     EXPECT_EQ("/user/a//b/", settings._nameToPath("a//b/", SCOPE_USER));
@@ -63,14 +63,14 @@ TEST(PathToName, AcceptsAnyNumberOfLeadingSlashes) {
     EXPECT_EQ("/name", settings._pathToName("//temp/ab/name"));
 }
 
-TEST(PathToName, TakesTheUserPrefixOff) {
+TEST(PathToName, RemovesTheUserPrefix) {
     RegisterProbe const settings;
     EXPECT_EQ("a/b", settings._pathToName("/user/a/b"));
     EXPECT_EQ("/a", settings._pathToName("/user//a"));
     EXPECT_EQ("", settings._pathToName("/user/"));
 }
 
-TEST(PathToName, TakesTheGlobalPrefixOff) {
+TEST(PathToName, RemovesTheGlobalPrefix) {
     RegisterProbe const settings;
     EXPECT_EQ("a/b", settings._pathToName("/global/a/b"));
     EXPECT_EQ("x", settings._pathToName("/global/x"));
@@ -93,7 +93,7 @@ TEST(PathToName, ThrowsOutOfRangeForATemporaryPathThatIsTooShort) {
     }
 }
 
-TEST(PathToName, RefusesAPathInNoScope) {
+TEST(PathToName, RefusesAPathOutsideTheScopes) {
     RegisterProbe const settings;
     for (char const* path : {"", "/", "///", "/other/x", "/global", "global", "/user", "/temp", "/User/a",
                              "/userx/a", "x/user/a", " /user/a", "/globa"})
@@ -113,7 +113,7 @@ TEST(LocateProperty, AsksTheUserThenTheGlobalThenTheTemporaryScope) {
     EXPECT_EQ((Calls{"exists /user/g/x", "exists /global/g/x", "exists /temp/g/x"}), settings.takeCalls());
 }
 
-TEST(LocateProperty, StopsAtTheFirstScopeThatHoldsTheName) {
+TEST(LocateProperty, StopsAtTheFirstScopeThatHasTheName) {
     RegisterProbe settings;
     for (RegisterScope const scope : allScopes)
         settings.addProperty("x", scope);
@@ -135,19 +135,19 @@ TEST(LocateProperty, FindsTheTemporaryScopeLast) {
     EXPECT_EQ("/temp/x", settings._locateProperty("x"));
 }
 
-TEST(LocateProperty, TakesAGroupOfThatNameAsWell) {
+TEST(LocateProperty, FindsAGroupOfThatNameToo) {
     RegisterProbe settings;
     settings.addGroup("x", SCOPE_USER);
     settings.addProperty("x", SCOPE_GLOBAL);
     EXPECT_EQ("/user/x", settings._locateProperty("x"));
 }
 
-TEST(LocateProperty, GivesTheScopeDirectoryForTheEmptyName) {
+TEST(LocateProperty, ReturnsTheScopeDirectoryForTheEmptyName) {
     RegisterProbe const settings;
     EXPECT_EQ("/user/", settings._locateProperty(""));
 }
 
-TEST(NameOperations, AskForNoLock) {
+TEST(NameOperations, DoNotTakeTheLock) {
     RegisterProbe settings;
     settings.addProperty("x", SCOPE_USER);
     boost::unique_lock<boost::recursive_mutex> const held(*RegisterProbe::_mutex);

@@ -24,7 +24,7 @@ namespace {
 template <class Form>
 class OddNames : public forms::Test<Form> {
 protected:
-    /** Writes 42 under `name`, saves, forgets it, loads, and reads it back. */
+    /** Writes 42 under `name`, saves, removes it, loads, and reads it back. */
     int throughAFile(std::string const& name) {
         TemporaryDirectory const directory;
         RegisterProbe::_UserRegisterPath = directory.string();
@@ -40,13 +40,13 @@ TYPED_TEST_SUITE(OddNames, forms::Both, forms::Names);
 
 } // namespace
 
-TYPED_TEST(OddNames, DoubledSlashesMeanNothingToTheTree) {
+TYPED_TEST(OddNames, DoubledSlashesAreIgnored) {
     this->settings.addProperty("a//b///x", SCOPE_USER);
     EXPECT_TRUE(this->settings.propertyExists("a/b/x", SCOPE_USER));
     EXPECT_EQ((Names{"x"}), names(this->settings.propertyList("a///b", SCOPE_USER)));
 }
 
-TYPED_TEST(OddNames, LeadingSlashesMeanNothingToTheTree) {
+TYPED_TEST(OddNames, LeadingSlashesAreIgnored) {
     this->settings.addProperty("/a", SCOPE_USER);
     this->settings.addProperty("//g/x", SCOPE_USER);
     EXPECT_EQ((Names{"a", "g"}), names(this->settings.propertyList("", SCOPE_USER)));
@@ -59,24 +59,24 @@ TYPED_TEST(OddNames, ALeadingSlashLeavesThePropertyInItsScope) {
     EXPECT_FALSE(this->settings.propertyExists("x", SCOPE_GLOBAL));
 }
 
-TYPED_TEST(OddNames, TrailingSlashesMeanNothingToAGroup) {
+TYPED_TEST(OddNames, TrailingSlashesOfAGroupAreIgnored) {
     this->settings.addGroup("a/b//", SCOPE_USER);
     EXPECT_TRUE(this->settings.groupExists("a/b", SCOPE_USER));
     EXPECT_TRUE(this->settings.groupExists("a/b/", SCOPE_USER));
 }
 
-TYPED_TEST(OddNames, APropertyEndingInASlashMakesOnlyTheGroup) {
+TYPED_TEST(OddNames, APropertyEndingInASlashCreatesOnlyTheGroup) {
     this->settings.addProperty("a/", SCOPE_USER);
     EXPECT_TRUE(this->settings.groupExists("a", SCOPE_USER));
 }
 
-TYPED_TEST(OddNames, SlashesAloneNameTheScope) {
+TYPED_TEST(OddNames, OnlySlashesNameTheScope) {
     this->settings.addGroup("//", SCOPE_USER);
     this->settings.addProperty("/", SCOPE_USER);
     EXPECT_EQ(Names{}, names(this->settings.propertyList("///", SCOPE_USER)));
 }
 
-TYPED_TEST(OddNames, NoNameReachesOutOfItsScope) {
+TYPED_TEST(OddNames, NoNameLeadsOutOfItsScope) {
     this->settings.addProperty("x", SCOPE_GLOBAL);
     this->settings.addProperty("g/x", SCOPE_USER);
     for (std::string const name : {"../global/x", "../../global/x", "g/../../global/x", "..", "g/..",
@@ -88,7 +88,7 @@ TYPED_TEST(OddNames, NoNameReachesOutOfItsScope) {
     EXPECT_TRUE(this->settings.propertyExists("g/x", SCOPE_USER));
 }
 
-TYPED_TEST(OddNames, DotLevelsCannotBeMade) {
+TYPED_TEST(OddNames, DotLevelsCannotBeCreated) {
     for (std::string const name : {".", "..", "./x", "../x", "../new/x", "../../x"}) {
         this->settings.addGroup(name, SCOPE_USER);
         this->settings.addProperty(name, SCOPE_USER);
@@ -98,7 +98,7 @@ TYPED_TEST(OddNames, DotLevelsCannotBeMade) {
     EXPECT_EQ(3U, this->settings.getFileList("/").size());
 }
 
-TYPED_TEST(OddNames, NamesThatOnlyBeginWithDotsAreNamesAsAnyOther) {
+TYPED_TEST(OddNames, NamesThatOnlyBeginWithDotsAreOrdinaryNames) {
     for (std::string const name : {"...", ".x", "..x"}) {
         this->settings.addProperty(name, SCOPE_USER);
         EXPECT_TRUE(this->settings.propertyExists(name, SCOPE_USER)) << name;
@@ -129,12 +129,12 @@ TYPED_TEST(OddNames, NonAsciiNamesAreListedAsTheyWereGiven) {
     EXPECT_EQ((Names{name}), names(this->settings.propertyList("g", SCOPE_USER)));
 }
 
-TYPED_TEST(OddNames, InvalidUtf8FindsWhatItHasMade) {
+TYPED_TEST(OddNames, InvalidUtf8FindsThePropertyItCreated) {
     for (std::string const name : {"\xff", "a\x80/\xc3", "\xed\xa0\x80", "\xf4\x90\x80\x80", "\xc0\xaf"})
         EXPECT_EQ(42, this->throughAFile(name));
 }
 
-TYPED_TEST(OddNames, AByteOrderMarkBelongsToTheName) {
+TYPED_TEST(OddNames, AByteOrderMarkIsPartOfTheName) {
     std::string const mark = "\xef\xbb\xbf";
     this->settings.addProperty(mark + "g/x", SCOPE_USER);
     EXPECT_TRUE(this->settings.groupExists(mark + "g"));
@@ -160,7 +160,7 @@ TYPED_TEST(OddNames, NamesOfManyCharactersSurviveTheRegisterFile) {
     EXPECT_EQ(42, this->throughAFile(std::string(1'000'000, 'n')));
 }
 
-TYPED_TEST(OddNames, MessagesHoldTheNameAsItWasGiven) {
+TYPED_TEST(OddNames, MessagesContainTheNameAsGiven) {
     EXPECT_EQ("Cannot open property named /\xc3\xa4 !", failure([&] {
                   (void)this->settings.openProperty("/\xc3\xa4", filesystem::FileSystem::MODE_READ,
                                                     SCOPE_USER);
@@ -178,7 +178,7 @@ std::string deepName(int levels) {
     return name + "x";
 }
 
-/** Makes `name` in the user scope, saves and forgets it, loads it, and leaves it to the destructor. */
+/** Creates `name` in the user scope, saves, removes and loads it, and leaves it to the destructor. */
 void walkThrough(_Register& settings, std::string const& name, std::string const& directory) {
     RegisterProbe::_UserRegisterPath = directory;
     settings.addProperty(name, SCOPE_USER);
@@ -191,10 +191,10 @@ void walkThrough(_Register& settings, std::string const& name, std::string const
     EXPECT_EQ(made ? "nothing" : "PropertyNotFound", failure([&] { (void)settings._locateProperty(name); }));
 }
 
-/** A register that is not the process's and lists nothing, for names too long to be listed. */
+/** A derived register that does not list its calls, for names too long to be listed. */
 class DerivedRegister : public _Register {};
 
-/** Runs `body` on a stack too small for anything that recurses on the depth of a name. */
+/** Runs `body` on a stack too small for recursion on the depth of a name. */
 template <class Body>
 void onASmallStack(Body&& body) {
     boost::thread::attributes small;
@@ -212,7 +212,7 @@ TEST(DeepNames, WorkOrAreRefusedInTheRegisterOfTheProcess) {
               }));
 }
 
-// Fewer levels, since a derived register is asked for each of the groups by its whole path.
+// Fewer levels, because a derived register looks up each group by its whole path.
 TEST(DeepNames, WorkOrAreRefusedInADerivedRegister) {
     TemporaryDirectory const directory;
     EXPECT_EQ(0, support::inChild([&] {

@@ -35,19 +35,19 @@ TYPED_TEST_SUITE(LocateProperty, forms::Both, forms::Names);
 
 } // namespace
 
-TYPED_TEST(AddProperty, MakesTheGroupsAndAnEmptyFile) {
+TYPED_TEST(AddProperty, CreatesTheGroupsAndAnEmptyFile) {
     this->settings.addProperty("a/b/x", SCOPE_GLOBAL);
     EXPECT_TRUE(this->settings.groupExists("a", SCOPE_GLOBAL));
     EXPECT_TRUE(this->settings.groupExists("a/b", SCOPE_GLOBAL));
     EXPECT_EQ("", forms::content(this->settings, "/global/a/b/x"));
 }
 
-TYPED_TEST(AddProperty, MakesAPropertyDirectlyInTheScope) {
+TYPED_TEST(AddProperty, CreatesAPropertyDirectlyInTheScope) {
     this->settings.addProperty("x", SCOPE_USER);
     EXPECT_EQ("", forms::content(this->settings, "/user/x"));
 }
 
-TYPED_TEST(AddProperty, LeavesAPropertyThatExistsAsItIs) {
+TYPED_TEST(AddProperty, DoesNotChangeAnExistingProperty) {
     forms::store(this->settings, "/user/x", "I*");
     this->settings.addProperty("x", SCOPE_USER);
     EXPECT_EQ("I*", forms::content(this->settings, "/user/x"));
@@ -72,7 +72,7 @@ TYPED_TEST(AddProperty, IsSilentWhenAPropertyIsInTheWayOfItsGroup) {
     EXPECT_FALSE(this->settings.groupExists("x"));
 }
 
-TYPED_TEST(AddProperty, MakesADeletedScopeAgain) {
+TYPED_TEST(AddProperty, CreatesADeletedScopeAgain) {
     for (RegisterScope const scope : allScopes) {
         this->settings.delProperty("", scope);
         this->settings.addProperty("a/x", scope);
@@ -103,7 +103,7 @@ TYPED_TEST(DelProperty, DoesNothingForAMissingName) {
     EXPECT_EQ((Names{"x"}), names(this->settings.propertyList("", SCOPE_USER)));
 }
 
-TYPED_TEST(DelProperty, RemovesItFromItsOwnScopeOnly) {
+TYPED_TEST(DelProperty, RemovesItOnlyFromItsScope) {
     this->settings.addProperty("x", SCOPE_GLOBAL);
     this->settings.addProperty("x", SCOPE_USER);
     this->settings.delProperty("x", SCOPE_USER);
@@ -111,7 +111,7 @@ TYPED_TEST(DelProperty, RemovesItFromItsOwnScopeOnly) {
     EXPECT_FALSE(this->settings.propertyExists("x", SCOPE_USER));
 }
 
-TYPED_TEST(DelProperty, RemovesAGroupWithAllThatIsInIt) {
+TYPED_TEST(DelProperty, RemovesAGroupWithItsContents) {
     this->settings.addProperty("g/sub/x", SCOPE_USER);
     this->settings.delProperty("g", SCOPE_USER);
     EXPECT_FALSE(this->settings.propertyExists("g"));
@@ -130,7 +130,7 @@ TYPED_TEST(DelProperty, RemovesAWholeScopeUnderTheEmptyName) {
     EXPECT_TRUE(this->settings.propertyExists("g/x", SCOPE_TEMPORARY));
 }
 
-TYPED_TEST(PropertyExists, IsTrueForAPropertyInItsScopeOnly) {
+TYPED_TEST(PropertyExists, IsTrueOnlyInTheScopeOfTheProperty) {
     this->settings.addProperty("g/x", SCOPE_USER);
     EXPECT_TRUE(this->settings.propertyExists("g/x", SCOPE_USER));
     EXPECT_FALSE(this->settings.propertyExists("g/x", SCOPE_GLOBAL));
@@ -148,7 +148,7 @@ TYPED_TEST(PropertyExists, WithoutScopeFindsTheTemporaryOne) {
     EXPECT_TRUE(this->settings.propertyExists("x"));
 }
 
-TYPED_TEST(OpenProperty, GivesAHandleOnTheRecord) {
+TYPED_TEST(OpenProperty, ReturnsAHandleOfTheRecord) {
     forms::store(this->settings, "/user/x", "Sabc");
     FileHandle* const handle = this->settings.openProperty("x", FileSystem::MODE_READ, SCOPE_USER);
     ASSERT_NE(nullptr, handle);
@@ -156,7 +156,7 @@ TYPED_TEST(OpenProperty, GivesAHandleOnTheRecord) {
     this->settings.closeProperty(*handle);
 }
 
-TYPED_TEST(OpenProperty, MakesAMissingPropertyWhenOpenedForWriting) {
+TYPED_TEST(OpenProperty, CreatesAMissingPropertyWhenOpenedForWriting) {
     this->settings.addGroup("g", SCOPE_USER);
     FileHandle* const handle = this->settings.openProperty("g/x", FileSystem::MODE_WRITE, SCOPE_USER);
     ASSERT_NE(nullptr, handle);
@@ -165,7 +165,7 @@ TYPED_TEST(OpenProperty, MakesAMissingPropertyWhenOpenedForWriting) {
     EXPECT_EQ("B", forms::content(this->settings, "/user/g/x"));
 }
 
-TYPED_TEST(OpenProperty, SaysThatTheGroupDoesNotExist) {
+TYPED_TEST(OpenProperty, ReportsThatTheGroupDoesNotExist) {
     EXPECT_EQ("Group nogroup does not exist !", failure([&] {
                   (void)this->settings.openProperty("nogroup/x", FileSystem::MODE_READ, SCOPE_USER);
               }));
@@ -174,13 +174,13 @@ TYPED_TEST(OpenProperty, SaysThatTheGroupDoesNotExist) {
               }));
 }
 
-TYPED_TEST(OpenProperty, SaysThatAPropertyIsNoGroup) {
+TYPED_TEST(OpenProperty, ReportsThatAPropertyIsNotAGroup) {
     this->settings.addProperty("x", SCOPE_USER);
     EXPECT_EQ("Group x does not exist !",
               failure([&] { (void)this->settings.openProperty("x/y", FileSystem::MODE_READ, SCOPE_USER); }));
 }
 
-TYPED_TEST(OpenProperty, AcceptsAGroupThatOnlyAnotherScopeHas) {
+TYPED_TEST(OpenProperty, AcceptsAGroupOfAnotherScope) {
     this->settings.addGroup("g", SCOPE_GLOBAL);
     EXPECT_EQ("Cannot open property named g/x !",
               failure([&] { (void)this->settings.openProperty("g/x", FileSystem::MODE_READ, SCOPE_USER); }));
@@ -188,12 +188,12 @@ TYPED_TEST(OpenProperty, AcceptsAGroupThatOnlyAnotherScopeHas) {
               failure([&] { (void)this->settings.openProperty("g/x", FileSystem::MODE_WRITE, SCOPE_USER); }));
 }
 
-TYPED_TEST(OpenProperty, SaysThatItCannotOpenAMissingProperty) {
+TYPED_TEST(OpenProperty, ReportsThatItCannotOpenAMissingProperty) {
     EXPECT_EQ("Cannot open property named x !",
               failure([&] { (void)this->settings.openProperty("x", FileSystem::MODE_READ, SCOPE_USER); }));
 }
 
-TYPED_TEST(OpenProperty, SaysThatItCannotOpenAGroup) {
+TYPED_TEST(OpenProperty, ReportsThatItCannotOpenAGroup) {
     this->settings.addGroup("g", SCOPE_USER);
     EXPECT_EQ("Cannot open property named g !",
               failure([&] { (void)this->settings.openProperty("g", FileSystem::MODE_WRITE, SCOPE_USER); }));
@@ -210,7 +210,7 @@ TYPED_TEST(OpenProperty, TestsTheGroupBeforeTheScope) {
               failure([&] { (void)this->settings.openProperty("g/x", FileSystem::MODE_READ, badScope); }));
 }
 
-TYPED_TEST(OpenProperty, SaysThatNoScopeIsLeft) {
+TYPED_TEST(OpenProperty, ReportsThatNoScopeIsLeft) {
     for (RegisterScope const scope : allScopes)
         this->settings.delProperty("", scope);
     EXPECT_EQ("Group  does not exist !",

@@ -29,7 +29,7 @@ inline void writeFile(std::filesystem::path const& file, std::string const& byte
         throw std::runtime_error("cannot write " + file.string());
 }
 
-/** Saves a register file in `directory` that holds what `fill` writes to the user scope. */
+/** Saves a register file in `directory`, with the user scope that `fill` writes. */
 template <class Fill>
 void saveRegisterFile(std::string const& directory, Fill&& fill) {
     support::RegisterProbe settings;
@@ -46,7 +46,7 @@ inline void saveInteger(std::string const& directory, std::string const& name, i
     });
 }
 
-/** A register that has loaded the user register file in `directory`, and saves to none. */
+/** A register that has loaded the user register file in `directory`, and does not save. */
 inline std::unique_ptr<support::RegisterProbe> loadedFrom(std::string const& directory) {
     support::RegisterProbe::_UserRegisterPath = directory;
     auto settings = std::make_unique<support::RegisterProbe>();
@@ -61,7 +61,7 @@ inline int integer(utils::properties::_Register& settings, std::string const& na
     return value;
 }
 
-/** The integer that the user register file in `directory` holds under `name`. */
+/** The integer under `name` in the user register file in `directory`. */
 inline int savedInteger(std::string const& directory, std::string const& name) {
     return integer(*loadedFrom(directory), name);
 }

@@ -25,14 +25,14 @@ using support::TemporaryDirectory;
 
 namespace {
 
-/** Points the static paths at the two directories, the global one being in use. */
+/** Sets the static paths to the two directories, and enables the global one. */
 void useBoth(TemporaryDirectory const& global, TemporaryDirectory const& user) {
     RegisterProbe::_GlobalRegisterPath = global.string();
     RegisterProbe::_UserRegisterPath = user.string();
     RegisterProbe::_haveGlobalRegister = true;
 }
 
-/** Every name in the three scopes' own directories. */
+/** The names at the top level of the three scopes. */
 Names everything(RegisterProbe const& settings) {
     Names result;
     for (RegisterScope const scope : allScopes)
@@ -98,7 +98,7 @@ TEST(Load, FillsEachScopeFromItsOwnFile) {
     EXPECT_EQ((Names{"/global/of the system", "/user/of the user"}), everything(settings));
 }
 
-TEST(Load, DoesNotReadTheGlobalFileWhenThereIsNoGlobalRegister) {
+TEST(Load, DoesNotReadTheGlobalFileWithoutAGlobalRegister) {
     TemporaryDirectory const global;
     TemporaryDirectory const user;
     saveInteger(global.string(), "x", 1);
@@ -125,7 +125,7 @@ TEST(Load, ReadsTheGlobalFileFirstAndEachOnce) {
     EXPECT_EQ(1, userWatch.readings());
 }
 
-TEST(Load, ReadsNoUserFileWhenTheGlobalOneFails) {
+TEST(Load, DoesNotReadTheUserFileIfTheGlobalOneFails) {
     TemporaryDirectory const global;
     TemporaryDirectory const user;
     saveInteger(global.string(), "x", 1);
@@ -143,7 +143,7 @@ TEST(Load, AcceptsADirectoryWithATrailingSlash) {
     EXPECT_EQ(3, savedInteger(user.string() + "/", "x"));
 }
 
-TEST(SecondLoad, ReplacesTheScopesWhoseFilesAreThere) {
+TEST(SecondLoad, ReplacesTheScopesWhoseFilesExist) {
     TemporaryDirectory const global;
     TemporaryDirectory const user;
     useBoth(global, user);
@@ -158,7 +158,7 @@ TEST(SecondLoad, ReplacesTheScopesWhoseFilesAreThere) {
     EXPECT_EQ((Names{"/global/of the system", "/user/of the user", "/temp/temporary"}), everything(settings));
 }
 
-TEST(SecondLoad, LeavesAScopeWhoseFileIsMissingAsItIs) {
+TEST(SecondLoad, KeepsAScopeWhoseFileIsMissing) {
     TemporaryDirectory const global;
     TemporaryDirectory const user;
     saveInteger(global.string(), "x", 1);
@@ -214,7 +214,7 @@ TEST(Save, WritesNeitherTheGlobalNorTheTemporaryScope) {
     EXPECT_EQ((Names{"/user/user"}), everything(*loadedFrom(user.string())));
 }
 
-TEST(Save, LeavesTheGlobalFileAlone) {
+TEST(Save, DoesNotWriteTheGlobalFile) {
     TemporaryDirectory const global;
     TemporaryDirectory const user;
     saveInteger(global.string(), "x", 1);
@@ -228,7 +228,7 @@ TEST(Save, LeavesTheGlobalFileAlone) {
     EXPECT_EQ(0, watch.replacements());
 }
 
-TEST(Save, ReplacesWhatTheFileHeld) {
+TEST(Save, ReplacesTheContentOfTheFile) {
     TemporaryDirectory const user;
     saveInteger(user.string(), "old", 1);
     saveInteger(user.string(), "new", 2);
@@ -278,7 +278,7 @@ TEST(Save, WritesAnEmptyTreeForADeletedScope) {
     EXPECT_EQ(Names{}, names(loadedFrom(user.string())->propertyList("", SCOPE_USER)));
 }
 
-TEST(Save, WritesAnEmptyTreeForAFileInTheScopesPlace) {
+TEST(Save, WritesAnEmptyTreeForAFileInPlaceOfTheScope) {
     TemporaryDirectory const user;
     TemporaryDirectory const empty;
     saveRegisterFile(empty.string(), [](RegisterProbe&) {});
@@ -292,7 +292,7 @@ TEST(Save, WritesAnEmptyTreeForAFileInTheScopesPlace) {
 
 namespace {
 
-/** A register that writes `bytes` in place of the user scope, and says that they were not all written. */
+/** A register that writes `bytes` instead of the user scope, and reports a failure. */
 struct Unsuccessful : RegisterProbe {
     explicit Unsuccessful(std::string content) : bytes(std::move(content)) {}
 
@@ -305,7 +305,7 @@ struct Unsuccessful : RegisterProbe {
     std::string bytes;
 };
 
-/** While one lives, no file of this process grows beyond some bytes; a write past that fails. */
+/** While an object exists, the size of this process's files is limited; writes beyond the limit fail. */
 class FileSizeLimit {
 public:
     explicit FileSizeLimit(::rlim_t bytes) : _handler(std::signal(SIGXFSZ, SIG_IGN)) {
@@ -327,7 +327,7 @@ private:
 
 } // namespace
 
-TEST(Save, ClosesTheFileWhateverSerialisingAnswers) {
+TEST(Save, ClosesTheFileEvenIfSerialisingFails) {
     TemporaryDirectory const user;
     saveInteger(user.string(), "x", 1);
     Unsuccessful const settings("all there is");
@@ -337,11 +337,11 @@ TEST(Save, ClosesTheFileWhateverSerialisingAnswers) {
     EXPECT_EQ("all there is", fileBytes(user / registerFileName));
 }
 
-TEST(Save, KeepsTheFileWhenAWriteFailed) {
+TEST(Save, KeepsTheFileIfAWriteFails) {
     TemporaryDirectory const user;
     saveInteger(user.string(), "x", 1);
     std::string const before = fileBytes(user / registerFileName);
-    Unsuccessful const settings(std::string(1'000'000, 'x')); // past all buffers
+    Unsuccessful const settings(std::string(1'000'000, 'x')); // larger than all buffers
     RegisterProbe::_UserRegisterPath = user.string();
     {
         FileSizeLimit const limit(1'000);
@@ -372,7 +372,7 @@ TEST(Save, IsSilentWhenADirectoryIsInTheWay) {
     EXPECT_TRUE(std::filesystem::is_directory(directory / registerFileName));
 }
 
-TEST(Save, LetsAFailureOfTheFileSystemOutAndTheFileAsItWas) {
+TEST(Save, PassesAFailureOfTheFileSystemOnAndKeepsTheFile) {
     TemporaryDirectory const user;
     saveInteger(user.string(), "x", 1);
     std::string const before = fileBytes(user / registerFileName);
@@ -386,7 +386,7 @@ TEST(Save, LetsAFailureOfTheFileSystemOutAndTheFileAsItWas) {
     RegisterProbe::_UserRegisterPath.clear();
 }
 
-TEST(Save, ReachesADirectoryWithANonAsciiName) {
+TEST(Save, AcceptsADirectoryWithANonAsciiName) {
     TemporaryDirectory const directory;
     std::filesystem::path const user = directory / "Pr\xc3\xa4"
                                                    "ferenzen \xe6\x97\xa5";
@@ -406,7 +406,7 @@ TEST(Destructor, SavesTheUserScope) {
     EXPECT_EQ(6, savedInteger(user.string(), "x"));
 }
 
-TEST(Destructor, SavesOnceAndTakesNoLock) {
+TEST(Destructor, SavesOnceWithoutTakingTheLock) {
     TemporaryDirectory const user;
     RegisterProbe::_UserRegisterPath = user.string();
     FileWatch watch(user.string(), registerFileName);

@@ -33,34 +33,34 @@ TEST(TestRegisterPath, AcceptsABareNameUnderAnyRoot) {
     EXPECT_TRUE(std::filesystem::is_empty(root.path()));
 }
 
-TEST(TestRegisterPath, AcceptsASubdirectoryThatExists) {
+TEST(TestRegisterPath, AcceptsAnExistingSubdirectory) {
     TemporaryDirectory const root;
     std::filesystem::create_directory(root / "sub");
     EXPECT_TRUE(_test_register_path(root.string(), "sub/file"));
     EXPECT_TRUE(std::filesystem::is_empty(root / "sub"));
 }
 
-TEST(TestRegisterPath, MakesAMissingSubdirectory) {
+TEST(TestRegisterPath, CreatesAMissingSubdirectory) {
     TemporaryDirectory const root;
     EXPECT_TRUE(_test_register_path(root.string(), "sub/file"));
     EXPECT_TRUE(std::filesystem::is_directory(root / "sub"));
     EXPECT_TRUE(std::filesystem::is_empty(root / "sub"));
 }
 
-TEST(TestRegisterPath, MakesASubdirectoryInsideOneThatExists) {
+TEST(TestRegisterPath, CreatesASubdirectoryInsideAnExistingOne) {
     TemporaryDirectory const root;
     std::filesystem::create_directory(root / "a");
     EXPECT_TRUE(_test_register_path(root.string(), "a/b/file"));
     EXPECT_TRUE(std::filesystem::is_directory(root / "a/b"));
 }
 
-TEST(TestRegisterPath, MakesOneLevelOnly) {
+TEST(TestRegisterPath, CreatesOnlyOneLevel) {
     TemporaryDirectory const root;
     EXPECT_FALSE(_test_register_path(root.string(), "a/b/file"));
     EXPECT_TRUE(std::filesystem::is_empty(root.path()));
 }
 
-TEST(TestRegisterPath, MakesNoRoot) {
+TEST(TestRegisterPath, DoesNotCreateTheRoot) {
     TemporaryDirectory const root;
     EXPECT_FALSE(_test_register_path((root / "missing").string(), "sub/file"));
     EXPECT_TRUE(std::filesystem::is_empty(root.path()));
@@ -73,20 +73,20 @@ TEST(TestRegisterPath, FailsWhenAFileIsInTheWayOfTheNewSubdirectory) {
     EXPECT_TRUE(std::filesystem::is_regular_file(root / "a"));
 }
 
-TEST(TestRegisterPath, TakesAFileForTheSubdirectoryThatExists) {
+TEST(TestRegisterPath, AcceptsAFileInPlaceOfTheSubdirectory) {
     TemporaryDirectory const root;
     writeFile(root / "a", "");
     EXPECT_TRUE(_test_register_path(root.string(), "a/file"));
 }
 
-TEST(TestRegisterPath, MakesNothingOutsideTheRoot) {
+TEST(TestRegisterPath, CreatesNothingOutsideTheRoot) {
     TemporaryDirectory const directory;
     std::filesystem::create_directory(directory / "root");
     EXPECT_FALSE(_test_register_path((directory / "root").string(), "../sub/file"));
     EXPECT_FALSE(std::filesystem::exists(directory / "sub"));
 }
 
-TEST(TestRegisterPath, MakesNothingWithAnEmptyRoot) {
+TEST(TestRegisterPath, CreatesNothingWithAnEmptyRoot) {
     TemporaryDirectory const directory;
     ASSERT_EQ(0, ::chdir(directory.path().c_str()));
     EXPECT_FALSE(_test_register_path("", "sub/file"));

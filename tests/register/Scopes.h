@@ -16,10 +16,10 @@ using Names = std::vector<std::string>;
 
 inline constexpr RegisterScope allScopes[] = {SCOPE_GLOBAL, SCOPE_USER, SCOPE_TEMPORARY};
 
-/** A value that is none of the three scopes. */
+/** An invalid scope. */
 inline constexpr auto badScope = static_cast<RegisterScope>(3);
 
-/** The names in a listing, in its order. */
+/** The names in a listing, in the same order. */
 inline Names names(std::set<filesystem::DirEntry> const& listing) {
     Names result;
     for (filesystem::DirEntry const& entry : listing)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The file-system calls that the operations on groups and properties make, in their order.
+// The file-system calls that the operations on groups and properties make, in order.
 
 #include <set>
 #include <string>
@@ -16,7 +16,7 @@ using filesystem::FileSystem;
 using support::failure;
 using support::RegisterProbe;
 
-TEST(AddGroupCalls, MakesTheMissingGroupsFromTheOutside) {
+TEST(AddGroupCalls, CreatesTheMissingGroupsOutermostFirst) {
     RegisterProbe settings;
     settings.addGroup("a/b/q", SCOPE_USER);
     EXPECT_EQ(
@@ -28,7 +28,7 @@ TEST(AddGroupCalls, MakesTheMissingGroupsFromTheOutside) {
     EXPECT_TRUE(settings.groupExists("a/b/q", SCOPE_USER));
 }
 
-TEST(AddGroupCalls, BuildsOnWhatIsThere) {
+TEST(AddGroupCalls, CreatesOnlyTheMissingGroups) {
     RegisterProbe settings;
     settings.addGroup("a", SCOPE_USER);
     settings.takeCalls();
@@ -36,7 +36,7 @@ TEST(AddGroupCalls, BuildsOnWhatIsThere) {
     EXPECT_EQ((Calls{"exists /user/a/b", "exists /user/a", "mkdir /user/a/b"}), settings.takeCalls());
 }
 
-TEST(AddGroupCalls, DoesNothingForAGroupThatExists) {
+TEST(AddGroupCalls, DoesNothingForAnExistingGroup) {
     RegisterProbe settings;
     settings.addProperty("a/b/x", SCOPE_USER);
     settings.takeCalls();
@@ -56,33 +56,33 @@ TEST(AddGroupCalls, IsSilentWhenAPropertyIsInTheWay) {
     EXPECT_FALSE(settings.propertyExists("x/y", SCOPE_USER));
 }
 
-TEST(AddGroupCalls, IsSilentWhenADirectoryCannotBeMade) {
+TEST(AddGroupCalls, IsSilentIfADirectoryCannotBeCreated) {
     RegisterProbe settings;
     settings.mkdirAnswers["/user/a"] = false;
     settings.addGroup("a/b", SCOPE_USER);
     EXPECT_FALSE(settings.propertyExists("a"));
 }
 
-TEST(AddGroupCalls, DoesNothingForTheEmptyNameWhileTheScopeStands) {
+TEST(AddGroupCalls, DoesNothingForTheEmptyNameWhileTheScopeExists) {
     RegisterProbe settings;
     settings.addGroup("", SCOPE_USER);
     EXPECT_EQ((Calls{"exists /user/"}), settings.takeCalls());
 }
 
-TEST(GroupExistsCalls, AsksWhetherThePathIsADirectory) {
+TEST(GroupExistsCalls, ChecksWhetherThePathIsADirectory) {
     RegisterProbe settings;
     EXPECT_FALSE(settings.groupExists("g", SCOPE_GLOBAL));
     EXPECT_EQ((Calls{"isDirectory /global/g"}), settings.takeCalls());
 }
 
-TEST(GroupExistsCalls, WithoutScopeAsksTheGlobalThenTheUserThenTheTemporaryOne) {
+TEST(GroupExistsCalls, WithoutScopeChecksTheGlobalThenTheUserThenTheTemporaryOne) {
     RegisterProbe settings;
     EXPECT_FALSE(settings.groupExists("g"));
     EXPECT_EQ((Calls{"isDirectory /global/g", "isDirectory /user/g", "isDirectory /temp/g"}),
               settings.takeCalls());
 }
 
-TEST(GroupExistsCalls, WithoutScopeStopsAtTheFirstThatHoldsIt) {
+TEST(GroupExistsCalls, WithoutScopeStopsAtTheFirstThatHasIt) {
     RegisterProbe settings;
     settings.addGroup("g", SCOPE_USER);
     settings.addGroup("g", SCOPE_TEMPORARY);
@@ -114,13 +114,13 @@ public:
 
 } // namespace
 
-TEST(PropertyListCalls, LeavesOutTheDirectoryItselfAndItsParent) {
+TEST(PropertyListCalls, OmitsTheDirectoryItselfAndItsParent) {
     RegisterWithDots settings;
     settings.addProperty("g/x", SCOPE_USER);
     EXPECT_EQ((Names{"...", "..x", ".hidden", "x"}), names(settings.propertyList("g", SCOPE_USER)));
 }
 
-TEST(AddPropertyCalls, MakesTheGroupsAndAnEmptyFile) {
+TEST(AddPropertyCalls, CreatesTheGroupsAndAnEmptyFile) {
     RegisterProbe settings;
     settings.addProperty("a/b/x", SCOPE_GLOBAL);
     EXPECT_EQ(
@@ -131,7 +131,7 @@ TEST(AddPropertyCalls, MakesTheGroupsAndAnEmptyFile) {
     EXPECT_EQ("", settings.content("/global/a/b/x"));
 }
 
-TEST(AddPropertyCalls, AsksForItsGroupAlsoWhenItExists) {
+TEST(AddPropertyCalls, CheckItsGroupEvenIfItExists) {
     RegisterProbe settings;
     settings.addGroup("a", SCOPE_USER);
     settings.takeCalls();
@@ -140,14 +140,14 @@ TEST(AddPropertyCalls, AsksForItsGroupAlsoWhenItExists) {
               settings.takeCalls());
 }
 
-TEST(AddPropertyCalls, MakesAPropertyDirectlyInTheScope) {
+TEST(AddPropertyCalls, CreatesAPropertyDirectlyInTheScope) {
     RegisterProbe settings;
     settings.addProperty("x", SCOPE_USER);
     EXPECT_EQ((Calls{"exists /user/x", "exists /user/", "open /user/x 1", "close"}), settings.takeCalls());
     EXPECT_EQ("", settings.content("/user/x"));
 }
 
-TEST(AddPropertyCalls, LeavesAPropertyThatExistsAsItIs) {
+TEST(AddPropertyCalls, DoesNotChangeAnExistingProperty) {
     RegisterProbe settings;
     settings.store("/user/x", "I*");
     settings.addProperty("x", SCOPE_USER);
@@ -155,7 +155,7 @@ TEST(AddPropertyCalls, LeavesAPropertyThatExistsAsItIs) {
     EXPECT_EQ("I*", settings.content("/user/x"));
 }
 
-TEST(AddPropertyCalls, IsSilentWhenTheFileCannotBeMade) {
+TEST(AddPropertyCalls, IsSilentIfTheFileCannotBeCreated) {
     RegisterProbe settings;
     settings.refuseOpen("/user/x");
     settings.addProperty("x", SCOPE_USER);
@@ -199,19 +199,19 @@ TEST(DelPropertyCalls, RecordsNoChange) {
     EXPECT_TRUE(settings._changedProperties.empty());
 }
 
-TEST(PropertyExistsCalls, AsksWhetherThePathExists) {
+TEST(PropertyExistsCalls, ChecksWhetherThePathExists) {
     RegisterProbe settings;
     EXPECT_FALSE(settings.propertyExists("x", SCOPE_TEMPORARY));
     EXPECT_EQ((Calls{"exists /temp/x"}), settings.takeCalls());
 }
 
-TEST(PropertyExistsCalls, WithoutScopeAsksTheGlobalThenTheUserThenTheTemporaryOne) {
+TEST(PropertyExistsCalls, WithoutScopeChecksTheGlobalThenTheUserThenTheTemporaryOne) {
     RegisterProbe settings;
     EXPECT_FALSE(settings.propertyExists("x"));
     EXPECT_EQ((Calls{"exists /global/x", "exists /user/x", "exists /temp/x"}), settings.takeCalls());
 }
 
-TEST(PropertyExistsCalls, WithoutScopeStopsAtTheFirstThatHoldsIt) {
+TEST(PropertyExistsCalls, WithoutScopeStopsAtTheFirstThatHasIt) {
     RegisterProbe settings;
     for (RegisterScope const scope : allScopes)
         settings.addProperty("x", scope);
@@ -232,7 +232,7 @@ TEST(OpenPropertyCalls, TestsTheGroupInEveryScopeAndOpensThePath) {
     settings.closeProperty(*handle);
 }
 
-TEST(OpenPropertyCalls, HandsTheModeOnUnchanged) {
+TEST(OpenPropertyCalls, PassesTheModeOnUnchanged) {
     RegisterProbe settings;
     auto const mode = static_cast<FileSystem::FileSystemMode>(7);
     EXPECT_EQ("Cannot open property named x !",

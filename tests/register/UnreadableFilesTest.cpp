@@ -24,7 +24,7 @@ using utils::properties::_Register;
 
 namespace {
 
-/** Something that stands where a register file should and cannot be opened, by root neither. */
+/** Something in place of a register file that cannot be opened, not even by root. */
 struct Obstacle {
     char const* name;
     std::filesystem::file_type type;
@@ -67,7 +67,7 @@ std::string failureOfConstruction() {
 
 } // namespace
 
-TEST_P(UnreadableFile, InTheUserDirectoryIsNamed) {
+TEST_P(UnreadableFile, InTheUserDirectoryIsReported) {
     TemporaryDirectory const user;
     block(user);
     RegisterProbe::_UserRegisterPath = user.string();
@@ -75,7 +75,7 @@ TEST_P(UnreadableFile, InTheUserDirectoryIsNamed) {
     EXPECT_TRUE(stillBlocked(user));
 }
 
-TEST_P(UnreadableFile, InTheGlobalDirectoryIsNamed) {
+TEST_P(UnreadableFile, InTheGlobalDirectoryIsReported) {
     TemporaryDirectory const global;
     block(global);
     RegisterProbe::_GlobalRegisterPath = global.string();
@@ -84,21 +84,21 @@ TEST_P(UnreadableFile, InTheGlobalDirectoryIsNamed) {
     EXPECT_TRUE(stillBlocked(global));
 }
 
-TEST_P(UnreadableFile, InTheGlobalDirectoryDoesNotMatterWithoutAGlobalRegister) {
+TEST_P(UnreadableFile, InTheGlobalDirectoryIsIgnoredWithoutAGlobalRegister) {
     TemporaryDirectory const global;
     block(global);
     RegisterProbe::_GlobalRegisterPath = global.string();
     EXPECT_EQ("nothing", failureOfConstruction());
 }
 
-TEST_P(UnreadableFile, IsNamedWithADoubledSlashWhenTheDirectoryEndsInOne) {
+TEST_P(UnreadableFile, IsReportedWithADoubledSlashIfTheDirectoryEndsInOne) {
     TemporaryDirectory const user;
     block(user);
     RegisterProbe::_UserRegisterPath = user.string() + "/";
     EXPECT_EQ("Can't open " + user.string() + "//Velmorand.dat", failureOfConstruction());
 }
 
-TEST_P(UnreadableFile, InTheGlobalDirectoryIsMetFirst) {
+TEST_P(UnreadableFile, InTheGlobalDirectoryIsReportedFirst) {
     TemporaryDirectory const global;
     TemporaryDirectory const user;
     block(global);
@@ -128,7 +128,7 @@ TEST_P(UnreadableFile, LeavesInitializeWithThePathsSet) {
 INSTANTIATE_TEST_SUITE_P(Every, UnreadableFile, ::testing::ValuesIn(obstacles),
                          [](auto const& test) { return std::string(test.param.name); });
 
-TEST(UnreadableRegisterFile, WithoutPermissionIsNamed) {
+TEST(UnreadableRegisterFile, WithoutPermissionIsReported) {
     if (::geteuid() == 0)
         GTEST_SKIP() << "root may read every file";
     TemporaryDirectory const user;
@@ -160,7 +160,7 @@ public:
 
     [[nodiscard]] std::string directory() const { return _directory.string(); }
 
-    /** Whether loading throws a `utils::Exception` that says something, and leaves the file as it is. */
+    /** Whether loading throws a `utils::Exception` with a message and does not change the file. */
     [[nodiscard]] bool isRefusedAndKept() const {
         std::string const message = failureOfConstruction();
         return message != "nothing" && !message.empty() && message.rfind("std: ", 0) != 0 && isKept();
@@ -175,7 +175,7 @@ private:
 
 } // namespace
 
-TEST(DamagedFile, IsToldFromASoundOne) {
+TEST(DamagedFile, WithoutDamageIsLoaded) {
     DamagedFile const file(soundFile());
     EXPECT_EQ("nothing", failureOfConstruction());
 }

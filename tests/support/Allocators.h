@@ -3,8 +3,8 @@
 
 #include <cstddef>
 
-// What a program needs that puts its own allocation functions in place of the C library's: whether a sanitizer
-// has them in its own hands already (UNDER_A_SANITIZER), and the names under which the C library keeps its own.
+// For programs that replace the allocation functions: the C library's own functions, and whether a sanitizer has
+// replaced them already (UNDER_A_SANITIZER).
 
 #if defined(__has_feature)
 #if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)

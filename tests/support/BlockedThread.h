@@ -13,7 +13,7 @@
 
 namespace support {
 
-/** A thread that runs up to a lock which the caller holds: once this is made it waits there. */
+/** A thread that blocks on a lock held by the caller. After construction, the thread is waiting for the lock. */
 class BlockedThread {
 public:
     explicit BlockedThread(std::function<void()> body)
@@ -34,7 +34,7 @@ public:
     }
 
 private:
-    /** Whether the kernel sees a thread neither asleep nor ended. */
+    /** Whether the kernel reports a thread as running: neither asleep nor ended. */
     static bool isRunning(long thread) {
         std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
         std::string status;

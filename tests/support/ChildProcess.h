@@ -15,13 +15,13 @@ namespace support {
 /** The status of a child that ended by a signal or an uncaught exception. */
 constexpr int crashed = 255;
 
-/** How a child ends that has done its work: through `std::exit`, which runs every exit handler, or at once. */
+/** How a child ends after its work: through `std::exit`, which runs every exit handler, or immediately. */
 enum class Leave { throughExit, atOnce };
 
 /**
  * Runs `body` in a forked child.
- * Result: the child's exit status: 0, or 1 when an expectation failed in it, or what the body gave to
- * `std::exit`; `crashed` when it was killed or threw.
+ * Result: the child's exit status: 0, or 1 if an expectation failed in it, or the argument of `std::exit`;
+ * `crashed` if it was killed or threw.
  */
 template <class Body>
 int inChild(Body&& body, Leave leave = Leave::throughExit) {

@@ -14,8 +14,8 @@
 namespace support {
 
 /**
- * A thread with an event loop of Qt and an object in it, which is destroyed in the thread when the loop has ended. All
- * that threads hand to each other goes through what ThreadSanitizer sees, which does not see Qt's own locks.
+ * A thread with an event loop of Qt and an object in it, which is destroyed in the thread after the loop has ended.
+ * Threads exchange data only in ways that ThreadSanitizer recognises; it does not see Qt's own locks.
  */
 class EventLoop {
 public:
@@ -39,7 +39,7 @@ public:
 
     [[nodiscard]] QObject* object() const { return _object; }
 
-    /** Runs `call` in the loop, after all that has been posted to it, and waits until it has returned. */
+    /** Runs `call` in the loop, after all events posted before, and waits until it has returned. */
     void run(std::function<void()> call) const {
         std::promise<void> done;
         velmorand::inThreadOf(_object)([&] {
@@ -53,7 +53,7 @@ private:
     QObject* _object = nullptr;
     QEventLoop* _loop = nullptr;
     std::promise<void> _isReady;
-    std::thread _thread; // after all that it uses
+    std::thread _thread; // last, because it uses the other members
 };
 
 } // namespace support

@@ -12,9 +12,9 @@
 namespace support {
 
 /**
- * What `body` throws: the message of a `utils::Exception`, "PropertyNotFound" or "PropertyBadType", "std: "
- * and the message of any other `std::exception`, and "nothing" when it returns. The handlers of the base
- * classes lie inside, so that they meet the exception first.
+ * Describes the exception that `body` throws: the message of a `utils::Exception`, "PropertyNotFound" or
+ * "PropertyBadType", "std: " and the message of any other `std::exception`, or "nothing" if it returns. The handlers
+ * of the base classes are inside, so that they see the exception first.
  */
 template <class Body>
 std::string failure(Body&& body) {

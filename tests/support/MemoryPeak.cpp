@@ -47,7 +47,7 @@ long MemoryPeak::bytes() {
 
 #ifdef UNDER_A_SANITIZER
 
-// A sanitizer has the C functions in its own hands, and tells of each call.
+// A sanitizer replaces the C functions itself and reports each call.
 extern "C" {
 
 int __sanitizer_install_malloc_and_free_hooks(void (*taken)(void const volatile*, std::size_t),
@@ -97,7 +97,7 @@ void* calloc(std::size_t count, std::size_t size) noexcept {
     return taken(__libc_calloc(count, size));
 }
 
-/** Both blocks are there for a moment, unless the old one grows where it is. */
+/** Counts both blocks, as they exist at the same time unless the old one grows in place. */
 void* realloc(void* memory, std::size_t size) noexcept {
     std::size_t const before = memory == nullptr ? 0 : ::malloc_usable_size(memory);
     void* const result = __libc_realloc(memory, size);

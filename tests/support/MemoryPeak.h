@@ -4,8 +4,8 @@
 namespace support {
 
 /**
- * While one lives, it counts the memory that is taken and given back, by whichever library of the process.
- * One lives at a time, and only one thread runs meanwhile.
+ * While an object exists, it counts the memory that all libraries of the process allocate and free. Only one may
+ * exist at a time, in a process with a single thread.
  */
 class MemoryPeak {
 public:
@@ -14,7 +14,7 @@ public:
     MemoryPeak& operator=(MemoryPeak const&) = delete;
     ~MemoryPeak();
 
-    /** The most bytes that have been in use at once, of the last one's time and beyond those at its start. */
+    /** The peak of the bytes in use during the existence of the last object, beyond those at its start. */
     [[nodiscard]] static long bytes();
 };
 

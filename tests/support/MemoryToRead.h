@@ -6,8 +6,8 @@
 namespace support {
 
 /**
- * The most memory that reading a register file of so many bytes may take, whatever they say. It is directories
- * within directories that cost the most for their three bytes each: 110 times as much.
+ * The most memory that reading a register file may use, for any content. Nested directories cost the most: 110 times
+ * their three bytes each.
  */
 constexpr long memoryToRead(std::size_t bytes) {
     return 65'536 + 128 * static_cast<long>(bytes);

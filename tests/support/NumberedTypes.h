@@ -5,7 +5,7 @@
 
 namespace support {
 
-/** Names the types of a typed test suite by their places, as without names, which Clang warns of. */
+/** Numbers the types of a typed test suite. Without names, which has the same effect, Clang warns. */
 struct NumberedTypes {
     template <class T>
     static std::string GetName(int place) {

@@ -1,3 +1,3 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Nothing but the precompiled headers that come with it.
+// Only for the precompiled headers.

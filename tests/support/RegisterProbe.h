@@ -15,7 +15,7 @@
 
 namespace support {
 
-/** Whether the register's lock is free: another thread tries to take it. */
+/** Whether another thread can take the register's lock. */
 inline bool lockIsFree() {
     bool taken = false;
     std::thread([&taken] {
@@ -27,17 +27,16 @@ inline bool lockIsFree() {
 }
 
 /**
- * A register that shows its protected members, lists the file-system calls that its operations make, and
+ * A register that exposes its protected members, lists the file-system calls that its operations make, and
  * fails them on demand.
  *
- * Its constructor loads from the static paths and its destructor saves to `_UserRegisterPath`, as any
- * register's do: set the paths first. The empty path, which they start with, keeps a probe off the disk. What
- * the constructor and the destructor call themselves is not seen.
+ * As in any register, the constructor loads from the static paths and the destructor saves to `_UserRegisterPath`:
+ * set the paths first. With the initial, empty paths, a probe does not use the disk. Calls by the constructor and the
+ * destructor are not listed.
  *
  * A call is listed as the operation and its argument ("exists /user/a", "open /user/a 1", "writeByte S",
- * "writeInt 42", "write text", "close"); a written byte other than printable ASCII stands as "\x01". Only the
- * register's own calls count: what the file system calls to do its work is neither listed nor failed, nor is
- * what `onCall` does. One thread uses a probe at a time.
+ * "writeInt 42", "write text", "close"); bytes other than printable ASCII are written as "\x01". Only the register's
+ * own calls are listed and failed, not those that the file system or `onCall` makes. A probe is not thread-safe.
  */
 class RegisterProbe : public utils::properties::_Register {
 public:
@@ -51,23 +50,23 @@ public:
 
     RegisterProbe() = default;
 
-    /** What `exists` and `mkdir` say of a path, in place of the truth; `mkdir` makes nothing then. */
+    /** Results that `exists` and `mkdir` return for a path instead of the real ones; `mkdir` then creates nothing. */
     std::map<std::string, bool> existsAnswers;
     std::map<std::string, bool> mkdirAnswers;
 
-    /** Runs before every call that is listed, with its text. */
+    /** Called before every call that is listed, with its text. */
     std::function<void(std::string const& call)> onCall;
 
-    /** Makes the `nth` call of an operation from now on, "writeInt" say, throw `std::runtime_error`. */
+    /** Makes the `nth` call of an operation from now on, such as "writeInt", throw `std::runtime_error`. */
     void failCall(std::string const& operation, int nth = 1) { _failures[operation] = nth; }
 
     /** Makes the `nth` opening of a path from now on return false. */
     void refuseOpen(std::string const& path, int nth = 1) { _refusals[path].insert(_openings[path] + nth); }
 
-    /** The calls made since this was last asked. */
+    /** Returns the calls made since the last call of this function. */
     std::vector<std::string> takeCalls() { return std::exchange(_calls, {}); }
 
-    /** Writes a file's bytes, unseen; its directory must exist. */
+    /** Writes a file, without listing the calls; its directory must exist. */
     void store(std::string const& path, std::string const& bytes) {
         Quiet const quiet(*this);
         filesystem::FileHandle* handle = nullptr;
@@ -78,7 +77,7 @@ public:
         RAMFileSystem::close(handle);
     }
 
-    /** A file's bytes, read unseen. */
+    /** Reads a file, without listing the calls. */
     std::string content(std::string const& path) {
         Quiet const quiet(*this);
         filesystem::FileHandle* handle = nullptr;
@@ -213,7 +212,7 @@ public:
     }
 
 private:
-    /** While one lives, calls are the file system's own or the test's, and go unseen. */
+    /** While an object exists, calls are the file system's own or the test's, and are not listed. */
     class Quiet {
     public:
         explicit Quiet(RegisterProbe const& probe) : _probe(probe) { ++_probe._depth; }
@@ -225,9 +224,7 @@ private:
         RegisterProbe const& _probe;
     };
 
-    /**
-     * One call: listed, and failed when it is to fail, if it is the register's; what it calls itself is not.
-     */
+    /** A call: if the register makes it, it is listed, and failed on demand. Calls that it makes itself are not. */
     class Call {
     public:
         Call(RegisterProbe const& probe, std::string const& operation, std::string const& argument = {})

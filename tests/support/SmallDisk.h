@@ -19,8 +19,8 @@ namespace support {
 constexpr int cannotMount = 77;
 
 /**
- * Runs `body` in a child that sees a small disk, of memory, at `place`; nobody else does, and it is gone with
- * the child. Result: the child's status; `cannotMount` when the system does not let it.
+ * Runs `body` in a child with a small tmpfs mounted at `place`. Only the child sees it, and it ends with the child.
+ * Result: the child's status; `cannotMount` if the system does not allow the mount.
  */
 template <class Body>
 int withSmallDisk(std::filesystem::path const& place, std::string const& options, Body&& body) {

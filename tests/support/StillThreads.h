@@ -14,8 +14,8 @@
 namespace support {
 
 /**
- * Whether a thread, by its directory in /proc, waits in the kernel for events alone, without a time limit: it makes no system call
- * before there is one.
+ * Whether a thread, given its directory in /proc, waits in the kernel for events without a time limit. Until an event
+ * arrives, it makes no system call.
  */
 inline bool isStill(std::filesystem::path const& thread) {
     // The number of the call and its arguments; for poll the third one is the time limit.
@@ -34,7 +34,7 @@ inline std::filesystem::directory_iterator threadsOf(::pid_t process) {
     return std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/task");
 }
 
-/** Waits until all threads of a process are still, however long that takes. */
+/** Waits until all threads of a process are still. */
 inline void waitUntilStill(::pid_t process) {
     while (!std::all_of(threadsOf(process), {}, [](auto const& thread) { return isStill(thread.path()); }))
         std::this_thread::yield();

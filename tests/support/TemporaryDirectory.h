@@ -8,14 +8,14 @@
 
 namespace support {
 
-/** A fresh, empty directory of this test's own, removed with all that is in it at the end. */
+/** A new, empty temporary directory. The destructor removes it with its contents. */
 class TemporaryDirectory {
 public:
     explicit TemporaryDirectory(
         std::filesystem::path const& parent = std::filesystem::temp_directory_path()) {
         std::string pattern = (parent / "velmorand-test-XXXXXX").string();
         if (::mkdtemp(pattern.data()) == nullptr)
-            throw std::runtime_error("cannot make a temporary directory at " + pattern);
+            throw std::runtime_error("cannot create a temporary directory at " + pattern);
         _path = pattern;
     }
     TemporaryDirectory(TemporaryDirectory const&) = delete;

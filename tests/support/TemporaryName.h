@@ -9,8 +9,8 @@
 namespace support {
 
 /**
- * The name of a temporary file as a killed process leaves it beside the file `name`, which is short. `random`
- * is 8 hexadecimal digits.
+ * The name of a temporary file that a killed process has left next to the file `name`, which is short. `random` is
+ * 8 hexadecimal digits.
  */
 inline std::string temporaryName(std::string const& name, std::string const& random = "0123abcd") {
     std::string const checked = name + '/' + random;

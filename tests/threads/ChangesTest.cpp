@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Changes that are applied together, and groups that are renamed, while other threads read, write and listen.
+// Applying changes together and renaming groups while other threads read, write and listen.
 
 #include <atomic>
 #include <string>
@@ -22,7 +22,7 @@ using threads::rounds;
 
 } // namespace
 
-TEST(Changes, AreSeenAllOrNotAtAll) {
+TEST(Changes, BecomeVisibleTogether) {
     Property<int> const width{"a/width", 0};
     Property<std::string> const height{"a/height", "0"};
     std::atomic<int> torn{0};
@@ -51,7 +51,7 @@ TEST(Changes, AreSeenAllOrNotAtAll) {
     EXPECT_EQ(0, torn);
 }
 
-TEST(Groups, AreSeenUnderTheOldNameOrTheNewOne) {
+TEST(Groups, ExistUnderEitherTheOldOrTheNewName) {
     write("old/x", 1);
     write("old/in/y", 2);
     std::atomic<int> lost{0};

@@ -14,7 +14,7 @@
 
 namespace threads {
 
-/** `count` operations, or as many times more as VELMORAND_STRESS says, for long runs. */
+/** `count`, multiplied by VELMORAND_STRESS if it is set, for long runs. */
 inline int rounds(int count) {
     char const* const factor = std::getenv("VELMORAND_STRESS");
     return factor == nullptr ? count
@@ -22,12 +22,12 @@ inline int rounds(int count) {
 }
 
 /**
- * Threads that begin together. Between two operations of theirs nothing synchronises them but what the
- * register does itself, so that a race detector sees what is missing there.
+ * Threads that begin together. Only the register's own locks synchronise them, so that a race detector notices missing
+ * ones.
  */
 class Crew {
 public:
-    /** `count` threads to do `rounds` rounds of `task(thread, round)`, each of so many operations. */
+    /** Adds `count` threads that call `task(thread, round)` `rounds` times; each call makes `operations` operations. */
     template <class Task>
     void add(int count, int rounds, int operations, Task task) {
         for (int thread = 0; thread < count; ++thread)
@@ -38,7 +38,7 @@ public:
         _operations += long{count} * rounds * operations;
     }
 
-    /** Runs them to their end, and tells how much that was. Time is told, and nothing depends on it. */
+    /** Runs the threads to their end, and prints the number of operations and the time taken. */
     void run() {
         std::promise<void> gate;
         std::shared_future<void> const open = gate.get_future().share();

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Declared settings, read without the lock while another thread changes them: values may be out of date only as long as
-// the reader cannot know it.
+// Declared settings, read without the lock while another thread changes them. A reader must not get a value older than
+// a change that it already knows of.
 
 #include <algorithm>
 #include <atomic>
@@ -31,7 +31,7 @@ enum class Hand { first, second, third, fourth };
 VELMORAND_ENUM(Hand, {Hand::first, "first"}, {Hand::second, "second"}, {Hand::third, "third"},
                {Hand::fourth, "fourth"})
 
-/** Eight bytes that prove themselves: the second half is made from the first. */
+/** Eight bytes that can be verified: the second half is computed from the first. */
 struct Pair {
     std::uint32_t number;
     std::uint32_t proof;
@@ -66,7 +66,7 @@ constexpr char const* flagName = "litmus/flag";
 constexpr char const* handName = "litmus/hand";
 constexpr char const* lastName = "litmus/last";
 
-/** A number whose two halves are made from an integer. */
+/** A number whose two halves are computed from an integer. */
 double patternOf(int value) {
     std::uint64_t const half = 0x40000000U + static_cast<std::uint32_t>(value);
     std::uint64_t const bits = half << 32U | half;
@@ -91,7 +91,7 @@ Hand handOf(int round) {
     return static_cast<Hand>(round % 4);
 }
 
-/** The settings of one declaration each, of a type each, in the order in which they are changed. */
+/** A setting of each type, in the order in which they are changed. */
 struct Declarations {
     Property<Pair> pair{pairName, Pair{0, ~0U}};
     Property<double> number{numberName, patternOf(0)};
@@ -100,7 +100,7 @@ struct Declarations {
     Property<int> last{lastName, 0};
 };
 
-/** Changes all settings in their order, by one means: `write(name, value)`. */
+/** Changes all settings in order with `write(name, value)`. */
 template <class Write>
 void changeInOrder(int round, Write&& write) {
     write(pairName, std::to_string(round));
@@ -110,7 +110,7 @@ void changeInOrder(int round, Write&& write) {
     write(lastName, round);
 }
 
-/** The register's writers, each for its kind. */
+/** Writes a value with the register's operation for its kind. */
 struct Writer {
     _Register& settings;
     RegisterScope scope;
@@ -129,7 +129,7 @@ struct Writer {
     }
 };
 
-/** Writes the record of a value to its file. */
+/** Writes the record of a value to the property's file. */
 struct FileWriter {
     _Register& settings;
 
@@ -159,24 +159,24 @@ private:
     }
 };
 
-/** Whether all changes of a round become visible together or one after the other. */
+/** Whether the changes of a round become visible together or one by one. */
 enum class Visible { together, oneByOne };
 
-/** What one reader has seen: no later read may fall behind it. */
+/** Tracks the rounds that a reader has seen; a later read must not return an older value. */
 class Reader {
 public:
     Reader(std::atomic<int>& wrong, Visible visible) : _wrong(wrong), _visible(visible) {}
 
-    /** The last round of which it knows that it is complete. */
+    /** The last round that the reader knows to be complete. */
     [[nodiscard]] int complete() const { return _complete; }
 
-    /** It has learned in another way that a round is complete. */
+    /** Records that the reader has learned in another way that a round is complete. */
     void hear(int round) {
         _complete = std::max(_complete, round);
         _seen = std::max(_seen, round);
     }
 
-    /** It has read the value of a round. */
+    /** Records that the reader has read the value of a round. */
     int see(int round) {
         if (round < _seen)
             ++_wrong;
@@ -186,7 +186,7 @@ public:
         return round;
     }
 
-    /** It has read the value that is changed last in its round. */
+    /** Records that the reader has read the value that is changed last in its round. */
     int seeLast(int round) {
         _seen = _complete;
         see(round);
@@ -195,9 +195,9 @@ public:
     }
 
     /**
-     * Reads settings in the order opposite to that of their changes. Each must be of the round of the one before it, or
-     * of a later one. The flag and the hand do not tell their round; but if the first and the last read tell the same
-     * one, it is theirs as well.
+     * Reads the settings in the reverse order of their changes. No value may be of an earlier round than the one read
+     * before it. The values of the flag and the hand do not contain their round, but if the first and the last value
+     * are of the same round, so are these.
      */
     void readBackwards(Declarations const& settings) {
         int const begin = seeLast(settings.last.get());
@@ -222,13 +222,13 @@ private:
     int _seen = 0; ///< at least `_complete`
 };
 
-/** Lets a writer go on only when a reader has read again, so that each change is made beside readers. */
+/** Lets the writer continue only after another read, so that each change is made while readers run. */
 class Pace {
 public:
     void haveRead(bool isNew) {
         _reads.fetch_add(1, std::memory_order_relaxed);
         if (!isNew)
-            std::this_thread::yield(); // to the writer
+            std::this_thread::yield(); // lets the writer run
     }
 
     void waitForAReader() {
@@ -242,9 +242,9 @@ private:
 };
 
 /**
- * Readers of all settings, and one writer that changes them in every round by `change(round)` and announces the round
- * through another variable.
- * Result: how many reads were wrong.
+ * Runs readers of all settings, and a writer that changes them in every round with `change(round)` and then publishes
+ * the round in another variable.
+ * Result: the number of wrong reads.
  */
 template <class Change>
 int wrongReads(int roundCount, Change&& change, Visible visible = Visible::together) {
@@ -258,7 +258,7 @@ int wrongReads(int roundCount, Change&& change, Visible visible = Visible::toget
         change(++round);
         announced.store(round, std::memory_order_release);
     });
-    // One that only reads, one that is told, and one that reads other declarations of the same settings as well.
+    // One only reads, one also reads the published round, and one also reads other declarations of the same settings.
     crew.add(3, 1, 1, [&](int readerNumber, int /*round*/) {
         Reader reader(wrong, visible);
         Declarations const own;
@@ -299,14 +299,14 @@ TEST(ReadsWithoutTheLock, SeeChangesInTheirOrder) {
               }));
 }
 
-TEST(ReadsWithoutTheLock, SeeChangesByTheRegistersWritersInTheirOrder) {
+TEST(ReadsWithoutTheLock, SeeWritesOfTheRegisterInTheirOrder) {
     EXPECT_EQ(0, wrongReads(rounds(5000), [](int round) {
                   Lock const lock;
                   changeInOrder(round, Writer{theRegister(), SCOPE_USER});
               }));
 }
 
-// Without a lock around them, each change can be seen before the next one is made.
+// Without a lock around the round, each change becomes visible before the next one is made.
 TEST(ReadsWithoutTheLock, SeeChangesOneByOneInTheirOrder) {
     EXPECT_EQ(0, wrongReads(
                      rounds(5000),
@@ -324,7 +324,7 @@ TEST(ReadsWithoutTheLock, SeeChangesOfFilesInTheirOrder) {
               }));
 }
 
-// The value of a round is in the next scope until the one above it is removed.
+// Even rounds write to the temporary scope, and become visible when the values in the user scope are removed.
 TEST(ReadsWithoutTheLock, SeeRemovalsInTheirOrder) {
     EXPECT_EQ(0, wrongReads(rounds(5000), [](int round) {
                   if (round % 2 != 0) {
@@ -339,7 +339,7 @@ TEST(ReadsWithoutTheLock, SeeRemovalsInTheirOrder) {
               }));
 }
 
-// The value of a round is an override, or in the scope below it.
+// The value of a round is either an override or in the scope below.
 TEST(ReadsWithoutTheLock, SeeOverridesInTheirOrder) {
     Declarations const settings;
     EXPECT_EQ(0, wrongReads(rounds(5000), [&](int round) {
@@ -365,7 +365,7 @@ TEST(ReadsWithoutTheLock, SeeOverridesInTheirOrder) {
 // The value of a round is the administrator's while the settings are locked, and the user's otherwise.
 TEST(ReadsWithoutTheLock, SeeLocksInTheirOrder) {
     EXPECT_EQ(0, wrongReads(rounds(5000), [](int round) {
-                  // The user has no values yet that would hide the administrator's until all of them are written.
+                  // In the first round, the user has no values that hide the administrator's while they are written.
                   std::optional<Lock> wholeFirstRound;
                   if (round == 1)
                       wholeFirstRound.emplace();
@@ -376,7 +376,7 @@ TEST(ReadsWithoutTheLock, SeeLocksInTheirOrder) {
               }));
 }
 
-TEST(ReadsWithoutTheLock, SeeAnImageAtOnce) {
+TEST(ReadsWithoutTheLock, SeeAnImageAllAtOnce) {
     TemporaryDirectory const directory;
     RegisterProbe other;
     filesystem::RealFileSystem disk(QString::fromStdString(directory.string()));
@@ -395,7 +395,7 @@ TEST(ReadsWithoutTheLock, SeeAnImageAtOnce) {
               }));
 }
 
-TEST(ReadsWithoutTheLock, SeeALoadedFileAtOnce) {
+TEST(ReadsWithoutTheLock, SeeALoadedFileAllAtOnce) {
     TemporaryDirectory const directory;
     RegisterProbe other;
     RegisterProbe::_UserRegisterPath = directory.string();
@@ -407,8 +407,8 @@ TEST(ReadsWithoutTheLock, SeeALoadedFileAtOnce) {
               }));
 }
 
-// Another process's save, as far as these settings can tell.
-TEST(ReadsWithoutTheLock, SeeAMergeAtOnce) {
+// For these settings, this is a save by another process.
+TEST(ReadsWithoutTheLock, SeeAMergeAllAtOnce) {
     TemporaryDirectory const user;
     TemporaryDirectory const global;
     RegisterProbe other;
@@ -425,8 +425,8 @@ TEST(ReadsWithoutTheLock, SeeAMergeAtOnce) {
               }));
 }
 
-// Each thread that finds the value out of date reads it and keeps it for all, so several do at once.
-TEST(ReadsWithoutTheLock, AreOfOneValueWhoeverHasKeptIt) {
+// Every thread that finds the kept value out of date reads it and keeps it for all, so several may do so at once.
+TEST(ReadsWithoutTheLock, ReturnWholeValuesKeptByAnyThread) {
     Property<Pair> const shared{pairName, Pair{0, ~0U}};
     int const roundCount = rounds(5000);
     std::atomic<int> wrong{0};
@@ -447,8 +447,8 @@ TEST(ReadsWithoutTheLock, AreOfOneValueWhoeverHasKeptIt) {
     EXPECT_EQ(0, wrong);
 }
 
-// A thread tells the next one what it has read, and that one must not read anything older.
-TEST(ReadsWithoutTheLock, FollowWhatAnotherReaderTells) {
+// A thread publishes a value that it has read; threads that see it must not read an older one.
+TEST(ReadsWithoutTheLock, AreNotOlderThanAReadReportedByAnotherThread) {
     Declarations const settings;
     int const roundCount = rounds(5000);
     std::atomic<int> wrong{0};

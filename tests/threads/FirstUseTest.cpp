@@ -21,7 +21,7 @@ using utils::properties::_Register;
 
 constexpr int callers = 8;
 
-/** What each of several threads that begin together gets from `getInstance()`, null for an exception. */
+/** The results of `getInstance()` in several threads that begin together; null for an exception. */
 std::vector<_Register*> instances(std::vector<std::string>& failures) {
     std::vector<_Register*> got(callers, nullptr);
     failures.assign(callers, "");
@@ -36,7 +36,7 @@ std::vector<_Register*> instances(std::vector<std::string>& failures) {
 
 } // namespace
 
-// In a new process each time, since the register is built once in each.
+// In a new process each time, because a process builds its register only once.
 TEST(FirstUse, OfSeveralThreadsBuildsOneLoadedRegister) {
     TemporaryDirectory const directory;
     saveInteger(directory.string(), "loaded", 42);
@@ -58,7 +58,7 @@ TEST(FirstUse, OfSeveralThreadsBuildsOneLoadedRegister) {
                   }));
 }
 
-TEST(FirstUse, ThatCannotLoadFailsForEveryThreadAndIsTriedAgain) {
+TEST(FirstUse, ThatCannotLoadFailsForEveryThreadAndIsRepeated) {
     TemporaryDirectory const directory;
     saveInteger(directory.string(), "loaded", 42);
     std::string const sound = fileBytes(directory / registerFileName);

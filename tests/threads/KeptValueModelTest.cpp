@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The words in which a declaration keeps its value, in every execution that the memory model of C++ allows a few threads
-// to have: what this machine's processor never does included.
+// Checks the protocol by which a declaration keeps its value, in every execution that the memory model of C++ allows
+// for a few threads, including those that this machine's processor never produces.
 //
-// The model: each variable has its modification order, a list of writes. Each thread has a view, the place in each list
-// that it must not read or write before. A write of a release order carries the writer's view to whoever acquires it. A
-// thread may read any write from its place on, and write anywhere after its place. This is all that the language allows
-// short of values from writes that come later in the reader's own thread, which no dependency here could bring about.
+// The model: each variable has a modification order, which is a list of writes. Each thread has a view: its position in
+// each list. It may read any write from its position on, and insert a write anywhere after its position. A release
+// write carries the writer's view to a thread that acquires it. The model covers everything that the language allows,
+// except values from later writes of the reader's own thread, which the dependencies here rule out.
 
 #include <algorithm>
 #include <array>
@@ -48,20 +48,20 @@ void join(View& view, View const& other) {
 
 struct Write {
     std::uint64_t value;
-    View view;       ///< for those who acquire it
-    bool isExchange; ///< nothing can come between it and the write before it
+    View view;       ///< for threads that acquire it
+    bool isExchange; ///< no other write may be inserted directly before it
 };
 
-/** What a thread does next with what it shares. */
+/** A thread's next operation on shared state. */
 struct Step {
     enum class Kind { load, store, exchange, take, change, fetch, release } kind;
-    std::size_t variable; ///< or the declaration that is fetched
+    std::size_t variable; ///< or the declaration
     std::memory_order order;
     std::uint64_t value;
     std::uint64_t expected;
 };
 
-/** Which operation of the protocol loses its order, to show that it needs it. */
+/** The operation of the protocol whose memory order is relaxed, to show that the order is needed. */
 enum class Weakened { nothing, loadOfState, loadOfBits, storeOfBits, storeOfState, exchange };
 
 bool isBits(std::size_t variable) {
@@ -82,8 +82,8 @@ Step weakened(Step step, Weakened what) {
 }
 
 /**
- * One thread as far as it has come. Its body is run again from its beginning for each step, and is given what the steps
- * so far have returned.
+ * The state of a thread. For each step, its body is run again from the beginning with the results of the steps made so
+ * far.
  */
 class Thread {
 public:
@@ -115,7 +115,7 @@ public:
     [[nodiscard]] std::vector<std::uint64_t> const& results() const { return _results; }
 
     View view{};
-    bool isWrong = false; ///< what the body has found out
+    bool isWrong = false; ///< set by the body
 
 private:
     Body _body;
@@ -123,7 +123,7 @@ private:
     std::size_t _given = 0;
 };
 
-/** A variable, as the code under test uses it on a thread. */
+/** A variable, as the code under test uses it in a thread. */
 class Word {
 public:
     Word(Thread& thread, std::size_t variable) : _thread(thread), _variable(variable) {}
@@ -144,7 +144,7 @@ private:
     std::size_t _variable;
 };
 
-/** What a thread does with the register: under its lock. */
+/** A thread's operations on the register, under its lock. */
 class Settings {
 public:
     explicit Settings(Thread& thread) : _thread(thread) {}
@@ -172,17 +172,17 @@ private:
     Thread& _thread;
 };
 
-/** All threads and all that they share, at one moment. */
+/** The state of all threads and all shared variables. */
 class Execution {
 public:
     Execution(std::vector<Thread> threads, Weakened weakness)
         : _threads(std::move(threads)), _weakness(weakness) {
-        // All settings have been read while they were 0.
+        // Initially, all declarations keep the value 0.
         for (std::size_t variable = 0; variable < variables; ++variable)
             _memory[variable].push_back({isBits(variable) ? 0U : 1U, {}, false});
     }
 
-    /** Every execution that goes on from here, by one step. */
+    /** Visits every execution that continues this one by one step. */
     template <class Visit>
     void forEachNext(Visit&& visit) const {
         for (std::size_t thread = 0; thread < _threads.size(); ++thread) {
@@ -200,7 +200,7 @@ public:
         });
     }
 
-    /** The same text for the same state, from which everything that follows is the same. */
+    /** A text that identifies the state. */
     [[nodiscard]] std::string text() const {
         std::string text;
         auto const add = [&text](auto value) {
@@ -290,7 +290,7 @@ private:
         return 0;
     }
 
-    /** Acquires what it reads; what it writes belongs to the release sequence of that. */
+    /** Acquires the write that it reads; its own write continues the release sequence of that write. */
     std::uint64_t exchange(std::size_t thread, Step const& step, std::size_t at) {
         std::uint64_t const found = load(thread, step, at);
         View const released = _memory[step.variable][at].view;
@@ -318,7 +318,7 @@ private:
         _threads[thread].view[variable] = static_cast<std::uint8_t>(at);
     }
 
-    /** Takes the lock, or reads a value under it in one go: the state in the upper half. */
+    /** Takes the lock, or takes it, reads a value and releases it; then the upper half of the result is the state. */
     std::uint64_t enter(std::size_t thread, Step const& step) {
         View& view = _threads[thread].view;
         join(view, _lockView);
@@ -330,7 +330,7 @@ private:
         return _memory[registerState].back().value << 32U | _values[step.variable];
     }
 
-    /** Counts and makes a change, or releases the lock. */
+    /** Makes a change and counts it, or releases the lock. */
     std::uint64_t proceed(std::size_t thread, Step const& step) {
         if (step.kind == Step::Kind::release) {
             join(_lockView, _threads[thread].view);
@@ -351,7 +351,7 @@ private:
     Weakened _weakness;
 };
 
-/** Whether some execution of threads goes wrong. */
+/** Whether any execution of the threads goes wrong. */
 bool canGoWrong(std::vector<Thread::Body> const& bodies, Weakened weakness) {
     std::vector<Thread> threads(bodies.begin(), bodies.end());
     std::vector<Execution> open{Execution(std::move(threads), weakness)};
@@ -372,7 +372,7 @@ bool canGoWrong(std::vector<Thread::Body> const& bodies, Weakened weakness) {
 constexpr std::size_t a = 0;
 constexpr std::size_t b = 1;
 
-/** Changes two settings under one lock, one after the other. */
+/** Changes two settings one after the other under the lock. */
 void changeBoth(Thread& thread) {
     Settings settings(thread);
     settings.lock();
@@ -399,7 +399,7 @@ void readB(Thread& thread) {
     Settings(thread).get(b);
 }
 
-/** Knows of a change because it has made it. */
+/** Must see its own change. */
 void changeAndRead(Thread& thread) {
     Settings settings(thread);
     settings.lock();
@@ -408,7 +408,7 @@ void changeAndRead(Thread& thread) {
     thread.isWrong = settings.get(a) != 1;
 }
 
-/** Sees the later change: then it must see the earlier one. */
+/** If it sees the later change, it must see the earlier one. */
 void readBackwards(Thread& thread) {
     Settings settings(thread);
     std::uint64_t const later = settings.get(b);
@@ -416,7 +416,7 @@ void readBackwards(Thread& thread) {
     thread.isWrong = later > earlier;
 }
 
-/** A value never goes back. */
+/** Must not see an older value in the second read. */
 void readTwice(Thread& thread) {
     Settings settings(thread);
     std::uint64_t const first = settings.get(a);
@@ -439,7 +439,7 @@ TEST(KeptValueModel, NeverMissesTheThreadsOwnChange) {
     EXPECT_FALSE(canGoWrong({changeAndRead, readA, readA}, Weakened::nothing));
 }
 
-TEST(KeptValueModel, NeverGoesBack) {
+TEST(KeptValueModel, NeverReturnsToAnOlderValue) {
     EXPECT_FALSE(canGoWrong({changeTwice, readA, readTwice}, Weakened::nothing));
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Listeners to everything, and queued listeners in event loops, that come and go while threads change settings.
+// Listeners to everything, and queued listeners in event loops, that are created and destroyed while threads change
+// settings.
 
 #include <atomic>
 #include <memory>
@@ -23,7 +24,7 @@
 #include "threads/Crew.h"
 
 #ifdef __SANITIZE_THREAD__
-/** ThreadSanitizer does not see the locks of these libraries, only the memory and the files that they guard. */
+/** ThreadSanitizer does not see the locks of these libraries, only the memory and the files that the locks guard. */
 extern "C" char const* __tsan_default_suppressions();
 char const* __tsan_default_suppressions() {
     return "called_from_lib:libQt5Core.so\ncalled_from_lib:libglib-2.0.so\n";
@@ -37,19 +38,19 @@ using threads::Crew;
 using threads::rounds;
 using utils::properties::_Register;
 
-/** A name of one thread's, with a first level of its own in every round. */
+/** A name for one thread, with a different first level in every round. */
 std::string nameOf(int thread, int round) {
     return "thread " + std::to_string(thread) + " round " + std::to_string(round) + "/x";
 }
 
-/** What a handler uses, which is destroyed as soon as the handler may not be called any more. */
+/** Used by a handler, and destroyed as soon as the handler must not be called any more. */
 struct Window {
     int calls = 0;
 };
 
 } // namespace
 
-TEST(ListenersToEverything, HearEachNewNameOnceWhileOthersComeAndGo) {
+TEST(ListenersToEverything, AreNotifiedOfEachNewNameOnceWhileOthersAreAddedAndRemoved) {
     int const roundCount = rounds(150);
     constexpr int writers = 3;
     std::multiset<std::string> heard; // guarded by the settings' lock
@@ -81,7 +82,7 @@ protected:
     QCoreApplication application{argc, argv};
 };
 
-TEST_F(ListenersInLoops, HearTheLastValueOfEveryThread) {
+TEST_F(ListenersInLoops, ReceiveTheLastValueOfEveryThread) {
     constexpr int writers = 3;
     int const roundCount = rounds(500);
     support::EventLoop const loop;

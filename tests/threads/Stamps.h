@@ -9,10 +9,10 @@
 
 #include "values/Kinds.h"
 
-/** Values that prove themselves: each is made from a stamp, and only a value that was made has one. */
+/** Values that can be verified: each is computed from a stamp, which can be read back from it and checked. */
 namespace threads {
 
-/** Who wrote a value, where, and as the how manieth of their writes there: 24 bits in all. */
+/** The writer of a value, the property, and the number of that writer's writes to it: 24 bits in all. */
 struct Stamp {
     static constexpr std::uint32_t properties = 4;
     static constexpr std::uint32_t writers = 4;
@@ -35,7 +35,7 @@ inline std::uint32_t check(std::uint32_t bits) {
     return bits ^ (bits >> 16U);
 }
 
-/** How a value of a kind is made from a stamp, and which stamp it would have been made from. */
+/** Computes a value of a kind from a stamp, and the stamp that a value claims. */
 template <class Kind>
 struct Stamped;
 
@@ -60,7 +60,7 @@ struct Stamped<kinds::Number> {
     }
 };
 
-/** A boolean changes with every turn, and tells of its stamp no more than that. */
+/** A boolean changes with every turn, and has no room for a stamp. */
 template <>
 struct Stamped<kinds::Boolean> {
     static bool make(Stamp stamp) { return (stamp.property + stamp.turn) % 2 == 0; }
@@ -100,7 +100,7 @@ struct Stamped<kinds::Numbers> : StampedList<kinds::Numbers> {};
 template <>
 struct Stamped<kinds::Strings> : StampedList<kinds::Strings> {};
 
-/** The bits of the stamp, then those of its check, then some more. */
+/** The bits of the stamp, then those of its check, then a varying number of others. */
 template <>
 struct Stamped<kinds::Booleans> {
     static std::vector<bool> make(Stamp stamp) {
@@ -119,7 +119,7 @@ struct Stamped<kinds::Booleans> {
     }
 };
 
-/** Whether a value of a property is one that was made for it, and which; a boolean may always be. */
+/** Whether a value was computed for a property, and from which stamp; always true for a boolean. */
 template <class Kind>
 bool isMade(typename Kind::Value const& value, std::uint32_t property, Stamp& stamp) {
     if constexpr (tellsItsStamp<Kind>) {

@@ -36,12 +36,12 @@ using utils::properties::SCOPE_USER;
 using Lock = boost::unique_lock<boost::recursive_mutex>;
 
 /**
- * Properties of one kind that several threads share, what was written to them, and what is wrong. Their
- * writers all do the same turns.
+ * Properties of one kind that several threads share, the writes to them, and the number of errors. All writers make
+ * the same number of turns.
  *
- * A value that tells its stamp is judged by that. One that does not, a boolean, is judged by the write before
- * it, for half of the properties: they are written and read with the lock held, and what was written last is
- * kept beside. The other half are written and read as any other, and only their last value is judged.
+ * Values are checked by their stamps. Booleans have none: half of them are written and read with the lock held and
+ * compared with the last value written, the others are written and read without it and only their last value is
+ * checked.
  */
 template <class Kind>
 class Shared {
@@ -57,7 +57,7 @@ public:
 
     void write(Stamp stamp, void* sender) {
         if (stamp.turn >= Stamp::turns)
-            std::abort(); // no stamps are left for so long a run
+            std::abort(); // the run is too long for the stamps
         auto const value = Stamped<Kind>::make(stamp);
         _begun.at(stamp.property).at(stamp.writer).store(stamp.turn, std::memory_order_relaxed);
         Lock const lock = lockFor(stamp.property);
@@ -66,10 +66,10 @@ public:
         Kind::write(_settings, sender, name(stamp.property), value, scope(stamp.property));
     }
 
-    /** What one reader has seen of each writer. */
+    /** The last turn of each writer that a reader has seen. */
     using Seen = std::array<std::array<std::uint32_t, Stamp::writers>, Stamp::properties>;
 
-    /** Reads a property: its value must have been written there, and none older than one seen before. */
+    /** Reads a property. Its value must have been written there, and must not be older than one seen before. */
     void read(std::uint32_t property, Seen& seen) {
         Lock const lock = lockFor(property);
         typename Kind::Value value{};
@@ -98,7 +98,7 @@ public:
             ++wrong;
     }
 
-    /** The last value of every property is the last that one of its writers wrote: no write is lost. */
+    /** Expects the value of every property to be the last one of some writer: no write is lost. */
     void expectTheLastWrites() {
         for (std::uint32_t property = 0; property < Stamp::properties; ++property) {
             auto const value = Kind::read(_settings, name(property));
@@ -117,7 +117,7 @@ private:
         return property == 0 ? SCOPE_GLOBAL : property == 1 ? SCOPE_TEMPORARY : SCOPE_USER;
     }
 
-    /** The register's lock, where what was written last is kept beside; else none. */
+    /** The register's lock for properties whose last value is recorded; otherwise no lock. */
     static Lock lockFor(std::uint32_t property) {
         return tellsItsStamp<Kind> || property % 2 == 0 ? Lock() : Lock(*_Register::_mutex);
     }
@@ -154,8 +154,8 @@ TYPED_TEST(Stress, ReadersSeeOnlyWhatWasWritten) {
     shared.expectTheLastWrites();
 }
 
-// A property that changes its kind under its readers: they get a whole value or are refused.
-TEST(StressOfKinds, ReadersSeeOnlyWholeValuesOfTheirKind) {
+// The kind of a property changes while it is read: readers get a complete value or an exception.
+TEST(StressOfKinds, ReadersSeeOnlyCompleteValuesOfTheirKind) {
     _Register& settings = *_Register::getInstance();
     settings._writeInteger(nullptr, "x", Stamped<kinds::Integer>::make({0, 0, 0}), SCOPE_USER);
     std::atomic<int> wrong{0};
@@ -185,7 +185,7 @@ TEST(StressOfKinds, ReadersSeeOnlyWholeValuesOfTheirKind) {
 
 namespace {
 
-/** What a listener throws, and a writer then gets. */
+/** Thrown by a listener, and then by the writer. */
 struct Thrown {};
 
 template <class Change>
@@ -193,12 +193,11 @@ void letListenersThrow(Change change) {
     try {
         change();
     } catch (Thrown const&) {
-        // The change is made, and is announced with the next one.
+        // The change has been made, and is announced again with the next one.
     }
 }
 
-/** Reads a property whenever it is told of it, as listeners do: after any other that stands under its name.
- */
+/** Reads a property whenever it changes. It listens to the group, so it is called after the property's listeners. */
 template <class Kind>
 class Watcher : public _Register::Callback {
 public:
@@ -222,7 +221,7 @@ private:
     std::string _name;
 };
 
-/** One of two listeners under one name: the first to be told removes and deletes both. */
+/** One of two listeners under one name: the first to be called removes and deletes both. */
 class OneShot : public _Register::Callback {
 public:
     OneShot(_Register& settings, int& told) : _settings(settings), _told(told) {}
@@ -252,7 +251,7 @@ private:
     OneShot* _other = nullptr;
 };
 
-/** Throws whenever it is told. */
+/** Throws whenever it is called. */
 class Thrower : public _Register::Callback {
 public:
     void propertyChanged(std::string const& /*name*/) override { throw Thrown(); }
@@ -279,7 +278,7 @@ void forEach(EveryKind& kinds, Visit visit) {
     std::apply([&](auto&... kind) { (visit(kind), ...); }, kinds);
 }
 
-/** A change of the structure, and a look at it, with the lock held where the register takes none itself. */
+/** Changes the structure and checks it, holding the lock around operations that do not take it. */
 void changeStructure(_Register& settings, int thread, int round) {
     std::string const group = "structure/" + std::to_string(thread);
     std::string const name = group + '/' + std::to_string(round % 5);
@@ -302,7 +301,7 @@ void changeStructure(_Register& settings, int thread, int round) {
     EXPECT_FALSE(settings.propertyExists(name, SCOPE_USER));
 }
 
-/** A listener for a while, that is not called once it has been removed. */
+/** Adds and removes a listener, which must not be called after its removal. */
 void passBy(_Register& settings, int round) {
     bool gone = false; // guarded by the register's lock
     std::string const key = round % 2 == 0 ? "shared" : Shared<kinds::Integer>::name(0);
@@ -321,7 +320,7 @@ void passBy(_Register& settings, int round) {
 
 } // namespace
 
-TEST(StressOfEverything, LosesNothingAndTellsEveryone) {
+TEST(StressOfEverything, LosesNothingAndNotifiesEveryListener) {
     support::TemporaryDirectory const directory;
     RegisterProbe::_UserRegisterPath = directory.string();
     _Register& settings = *_Register::getInstance();
@@ -369,7 +368,7 @@ TEST(StressOfEverything, LosesNothingAndTellsEveryone) {
     crew.add(2, rounds(1000), 13, [&](int thread, int round) { changeStructure(settings, thread, round); });
     crew.run();
 
-    // What a listener that threw has kept back is announced now.
+    // Announces the changes that are still pending because a listener threw.
     settings.notify(nullptr);
     EXPECT_EQ(shots, told);
     EXPECT_TRUE(forms::pending(settings).empty());
@@ -384,7 +383,7 @@ TEST(StressOfEverything, LosesNothingAndTellsEveryone) {
 
 namespace {
 
-/** Whether a register file holds the two values of one stamp. */
+/** Whether a register file contains the two values of the same stamp. */
 bool holdsAPair(std::string const& directory) {
     filesystem::RealFileSystem disk(QString::fromStdString(directory));
     filesystem::RAMFileSystem tree;
@@ -411,7 +410,7 @@ bool holdsAPair(std::string const& directory) {
 
 } // namespace
 
-TEST(StressOfSaves, FilesHoldWhatWasThereAtOneMoment) {
+TEST(StressOfSaves, FilesContainAConsistentState) {
     support::TemporaryDirectory const directory;
     RegisterProbe::_UserRegisterPath = directory.string();
     _Register& settings = *_Register::getInstance();

@@ -8,7 +8,7 @@
 
 #include "support/RegisterProbe.h"
 
-// The file-system calls of the typed operations: a derived register sees one for each field, in this order.
+// The file-system calls of the typed operations: a derived register sees one call for each field, in this order.
 
 namespace {
 
@@ -57,7 +57,7 @@ TEST_F(WriterCalls, OfAString) {
     EXPECT_EQ(writing({"writeByte S", "writeInt 2", "write hi"}), probe.takeCalls());
 }
 
-TEST_F(WriterCalls, OfTheEmptyStringStillWriteIt) {
+TEST_F(WriterCalls, OfTheEmptyStringIncludeAnEmptyWrite) {
     probe._writeString(nullptr, "x", "", SCOPE_USER);
     EXPECT_EQ(writing({"writeByte S", "writeInt 0", "write"}), probe.takeCalls());
 }
@@ -108,7 +108,7 @@ TEST_F(WriterCalls, OfAnEmptyListEndWithTheCount) {
     EXPECT_EQ(writing({"writeByte L", "writeByte N", "writeInt 0"}), probe.takeCalls());
 }
 
-TEST_F(WriterCalls, OfANewPropertyMakeItAndOpenItAgain) {
+TEST_F(WriterCalls, OfANewPropertyCreateItAndOpenItAgain) {
     probe._writeInteger(nullptr, "a/b/x", 7, SCOPE_GLOBAL);
     EXPECT_THAT(probe.takeCalls(),
                 ElementsAre("open /global/a/b/x 1", "exists /global/a/b/x", "exists /global/a/b",
@@ -117,7 +117,7 @@ TEST_F(WriterCalls, OfANewPropertyMakeItAndOpenItAgain) {
                             "writeByte I", "writeInt 7", "close"));
 }
 
-TEST_F(WriterCalls, OfANewPropertyInAGroupThatIsThereMakeItAtOnce) {
+TEST_F(WriterCalls, OfANewPropertyInAnExistingGroupCreateItDirectly) {
     probe._writeInteger(nullptr, "y", 7, SCOPE_TEMPORARY);
     EXPECT_THAT(probe.takeCalls(), ElementsAre("open /temp/y 1", "writeByte I", "writeInt 7", "close"));
 }
@@ -141,12 +141,12 @@ TEST_F(ReaderCalls, OfAString) {
     EXPECT_EQ(reading({"readByte", "readInt", "readBytes 2"}), callsOf(&support::RegisterProbe::_readString));
 }
 
-TEST_F(ReaderCalls, OfTheEmptyStringStillReadIt) {
+TEST_F(ReaderCalls, OfTheEmptyStringIncludeAnEmptyRead) {
     probe._writeString(nullptr, "x", "", SCOPE_USER);
     EXPECT_EQ(reading({"readByte", "readInt", "readBytes 0"}), callsOf(&support::RegisterProbe::_readString));
 }
 
-TEST_F(ReaderCalls, OfAStringHandItsLengthOnUnchanged) {
+TEST_F(ReaderCalls, OfAStringPassItsLengthOnUnchanged) {
     probe.store("/user/x", std::string("S\xFF\xFF\xFF\xFFtext"));
     EXPECT_EQ(reading({"readByte", "readInt", "readBytes -1"}),
               callsOf(&support::RegisterProbe::_readString));
@@ -192,7 +192,7 @@ TEST_F(ReaderCalls, OfBooleans) {
               callsOf(&support::RegisterProbe::_readBooleans));
 }
 
-TEST_F(ReaderCalls, LookIntoTheUserTheGlobalAndTheTemporaryScope) {
+TEST_F(ReaderCalls, SearchTheUserTheGlobalAndTheTemporaryScope) {
     probe._writeInteger(nullptr, "x", 42, SCOPE_TEMPORARY);
     Calls const calls = {"exists /user/x", "exists /global/x", "exists /temp/x", "open /temp/x 0",
                          "readByte",       "readInt",          "close"};
@@ -212,7 +212,7 @@ TEST_F(PropertyTypeCalls, OfAListReadItsElementTag) {
     EXPECT_EQ(reading({"readByte", "readByte"}), probe.takeCalls());
 }
 
-TEST_F(PropertyTypeCalls, OfAListReadOneTagWhenNobodyAsksForTheOther) {
+TEST_F(PropertyTypeCalls, OfAListReadOneTagIfTheOtherIsNotRequested) {
     probe.store("/user/x", "LI");
     (void)probe.readPropertyType("x", nullptr);
     EXPECT_EQ(reading({"readByte"}), probe.takeCalls());

@@ -8,7 +8,7 @@
 #include "values/Forms.h"
 #include "values/Kinds.h"
 
-// A value that its owner guards with the register's lock may change while its writer waits for that lock.
+// A value that is guarded by the register's lock may change while a writer of it waits for that lock.
 
 namespace {
 
@@ -32,13 +32,13 @@ protected:
 
     void expectTheLaterValue(Value const& before, Value const& after) {
         std::string const expected = kinds::recordOf<typename Case::Kind>(after);
-        EXPECT_TRUE(expected == writeWhileItChanges(before, after)) << "a property that is new";
-        EXPECT_TRUE(expected == writeWhileItChanges(before, after)) << "one that was there";
+        EXPECT_TRUE(expected == writeWhileItChanges(before, after)) << "new property";
+        EXPECT_TRUE(expected == writeWhileItChanges(before, after)) << "existing property";
     }
 };
 TYPED_TEST_SUITE(ChangingValue, kinds::AllCases, kinds::CaseNames);
 
-TYPED_TEST(ChangingValue, IsWrittenAsItIsUnderTheLock) {
+TYPED_TEST(ChangingValue, IsWrittenWithItsStateUnderTheLock) {
     this->expectTheLaterValue(TypeParam::Kind::one(), TypeParam::Kind::other());
     this->expectTheLaterValue(TypeParam::Kind::other(), TypeParam::Kind::one());
 }

@@ -10,7 +10,7 @@
 #include "values/Forms.h"
 #include "values/Kinds.h"
 
-// What the typed operations leave behind when one of their file-system calls fails.
+// The state after one of the file-system calls of a typed operation fails.
 
 namespace {
 
@@ -24,7 +24,7 @@ using testing::Not;
 using utils::properties::SCOPE_USER;
 using Calls = std::vector<std::string>;
 
-/** A register with a group "a" in the user scope, whose listener is told of all that happens there. */
+/** A register with a group "a" in the user scope, and a listener to this group. */
 struct WatchedRegister {
     WatchedRegister() {
         probe.addGroup("a", SCOPE_USER);
@@ -36,7 +36,7 @@ struct WatchedRegister {
     Listener listener;
 };
 
-/** One call of an operation: the `nth` that it makes of a file-system operation. */
+/** A call that an operation makes: the `nth` call of a file-system operation. */
 struct Position {
     std::string operation;
     int nth;
@@ -55,7 +55,7 @@ std::vector<Position> positionsOf(Calls const& calls) {
 template <class Kind>
 class FailingWrite : public testing::Test {
 protected:
-    /** The calls of writing `one()` over a property that is there. */
+    /** The calls of writing `one()` over an existing property. */
     static std::vector<Position> callsOfAWrite() {
         WatchedRegister watched;
         watched.probe.store("/user/a/x", "?");
@@ -75,7 +75,7 @@ protected:
 };
 TYPED_TEST_SUITE(FailingWrite, kinds::All, kinds::KindNames);
 
-TYPED_TEST(FailingWrite, LeavesWhatWasWrittenUnannouncedAndTheHandleOpen) {
+TYPED_TEST(FailingWrite, LeavesThePartialRecordUnannouncedAndTheHandleOpen) {
     auto const fields = kinds::fieldsOf<TypeParam>(TypeParam::one());
     auto const calls = this->callsOfAWrite();
     ASSERT_EQ(fields.size() + 2, calls.size()); // between opening and closing
@@ -92,7 +92,7 @@ TYPED_TEST(FailingWrite, LeavesWhatWasWrittenUnannouncedAndTheHandleOpen) {
     }
 }
 
-TYPED_TEST(FailingWrite, DoesNotHinderTheNext) {
+TYPED_TEST(FailingWrite, DoesNotAffectTheNext) {
     for (Position const& call : this->callsOfAWrite()) {
         WatchedRegister watched;
         watched.probe.store("/user/a/x", "?");
@@ -104,7 +104,7 @@ TYPED_TEST(FailingWrite, DoesNotHinderTheNext) {
     }
 }
 
-TYPED_TEST(FailingWrite, LetsAFailureToMakeThePropertyOut) {
+TYPED_TEST(FailingWrite, PassesAFailureToCreateThePropertyOn) {
     for (std::string const operation : {"exists", "mkdir", "close"}) {
         WatchedRegister watched;
         watched.probe.delProperty("a", SCOPE_USER);
@@ -116,7 +116,7 @@ TYPED_TEST(FailingWrite, LetsAFailureToMakeThePropertyOut) {
     }
 }
 
-TYPED_TEST(FailingWrite, SaysSoWhenANewPropertyCannotBeOpened) {
+TYPED_TEST(FailingWrite, ReportsThatANewPropertyCannotBeOpened) {
     WatchedRegister watched;
     watched.probe.refuseOpen("/user/a/x", 1);
     watched.probe.refuseOpen("/user/a/x", 3);
@@ -127,7 +127,7 @@ TYPED_TEST(FailingWrite, SaysSoWhenANewPropertyCannotBeOpened) {
     EXPECT_TRUE(support::lockIsFree());
 }
 
-TYPED_TEST(FailingWrite, SaysSoWhenAPropertyThatIsThereCannotBeOpened) {
+TYPED_TEST(FailingWrite, ReportsThatAnExistingPropertyCannotBeOpened) {
     WatchedRegister watched;
     watched.probe.store("/user/a/x", "before");
     watched.probe.refuseOpen("/user/a/x", 1);
@@ -138,7 +138,7 @@ TYPED_TEST(FailingWrite, SaysSoWhenAPropertyThatIsThereCannotBeOpened) {
                 ElementsAre("open /user/a/x 1", "exists /user/a/x", "open /user/a/x 1"));
 }
 
-TYPED_TEST(FailingWrite, TriesAPropertyThatIsThereASecondTime) {
+TYPED_TEST(FailingWrite, TriesToOpenAnExistingPropertyTwice) {
     WatchedRegister watched;
     watched.probe.store("/user/a/x", "before");
     watched.probe.refuseOpen("/user/a/x", 1);
@@ -175,7 +175,7 @@ TYPED_TEST(FailingRead, LeavesTheHandleOpenAndTheLockFree) {
     }
 }
 
-TYPED_TEST(FailingRead, LeavesTheValueAloneUntilItsPayloadIsRead) {
+TYPED_TEST(FailingRead, DoesNotChangeTheValueUntilItsPayloadIsRead) {
     std::size_t const headCalls = 2 + std::string(TypeParam::tags).size() + (this->isList() ? 1 : 0);
     auto const calls = this->callsOfARead();
     for (std::size_t i = 0; i < headCalls; ++i) {
@@ -188,7 +188,7 @@ TYPED_TEST(FailingRead, LeavesTheValueAloneUntilItsPayloadIsRead) {
     }
 }
 
-TYPED_TEST(FailingRead, IsStoredBeforeTheHandleIsClosedButForANumber) {
+TYPED_TEST(FailingRead, StoresTheValueBeforeItClosesTheHandleExceptForANumber) {
     RegisterProbe probe;
     probe.store("/user/x", kinds::recordOf<TypeParam>(TypeParam::other()));
     probe.failCall("close");
@@ -210,7 +210,7 @@ TYPED_TEST(FailingRead, NeverClosesAPropertyOfAnotherKind) {
     });
 }
 
-TYPED_TEST(FailingRead, StopsAtTheTagThatIsWrong) {
+TYPED_TEST(FailingRead, StopsAtAWrongTag) {
     RegisterProbe probe;
     probe.store("/user/x", "?S");
     EXPECT_EQ("PropertyBadType", outcome([&] { (void)TypeParam::read(probe, "x"); }));

@@ -11,12 +11,12 @@
 
 #include "support/RegisterProbe.h"
 
-/** The forms in which a register comes. What it promises holds for both alike. */
+/** The forms of a register. The contract is the same for both. */
 namespace forms {
 
 using utils::properties::_Register;
 
-/** The register of the process, which may take shorter ways inside. */
+/** The register of the process, which may use fast paths. */
 struct Plain {
     static constexpr char const* name = "Plain";
     _Register& settings = *_Register::getInstance();
@@ -44,12 +44,12 @@ protected:
     _Register& settings = form->settings;
 };
 
-/** The names that a register has not announced yet. */
+/** The pending names of a register. */
 inline std::set<std::string>& pending(_Register& settings) {
     return settings.*(&support::RegisterProbe::_changedProperties);
 }
 
-/** Puts bytes at a path, through the register's own file operations. */
+/** Writes bytes to a path with the register's own file operations. */
 inline void store(_Register& settings, std::string const& path, std::string const& bytes) {
     filesystem::FileHandle* handle = nullptr;
     ASSERT_TRUE(settings.open(QString::fromStdString(path), &handle, _Register::MODE_WRITE)) << path;
@@ -58,7 +58,7 @@ inline void store(_Register& settings, std::string const& path, std::string cons
     settings.close(handle);
 }
 
-/** All bytes at a path, through the register's own file operations. */
+/** Reads all bytes at a path with the register's own file operations. */
 inline std::string content(_Register& settings, std::string const& path) {
     filesystem::FileHandle* handle = nullptr;
     if (!settings.open(QString::fromStdString(path), &handle, _Register::MODE_READ))
@@ -68,9 +68,7 @@ inline std::string content(_Register& settings, std::string const& path) {
     return bytes;
 }
 
-/**
- * How a call ended: "done", or what it threw: the name of a property exception, or the message of another.
- */
+/** The result of a call: "done", the name of a property exception, or the message of another exception. */
 template <class Call>
 std::string outcome(Call&& call) {
     try {

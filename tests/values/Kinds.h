@@ -14,7 +14,7 @@
 #include "values/Forms.h"
 #include "values/Record.h"
 
-/** The eight kinds of value, so that a promise can be put to each of them. */
+/** The eight kinds of value, for tests that apply to each of them. */
 namespace kinds {
 
 using utils::properties::_Register;
@@ -141,7 +141,7 @@ struct Booleans : Kind<std::vector<bool>, &_Register::_writeBooleans, &_Register
     static Value one() { return {true, false, true}; }
     static Value other() { return {false}; }
 
-    /** All false but for one of them. */
+    /** All false except one. */
     static Value onlyTrue(std::size_t size, std::size_t index) {
         Value values(size);
         values[index] = true;
@@ -162,14 +162,14 @@ record::Fields fieldsOf(typename Kind::Value const& value) {
     return fields;
 }
 
-/** The record of a value. Two values with the same record are the same, bit for bit. */
+/** The record of a value. Values with the same record are equal bit for bit. */
 template <class Kind>
 std::string recordOf(typename Kind::Value const& value) {
     record::Fields const fields = fieldsOf<Kind>(value);
     return record::joined(fields, fields.size());
 }
 
-/** Many different elements, the last of which tells how many. */
+/** Many different elements, the last of which depends on their number. */
 template <class Kind>
 typename Kind::Value longList(std::size_t size) {
     std::deque<typename Kind::Element::Value> const samples = {Kind::Element::one(), Kind::Element::other()};
@@ -243,7 +243,7 @@ protected:
 
     Value read(std::string const& name) { return Case::Kind::read(this->settings, name); }
 
-    /** Reads into a variable that holds `one()`, and expects the reader to fail and to leave it alone. */
+    /** Reads into a variable that contains `one()`, and expects the reader to fail without changing it. */
     void expectRefused(std::string const& name, std::string const& failure) {
         Value value = Case::Kind::one();
         EXPECT_EQ(failure, forms::outcome([&] { Case::Kind::read(this->settings, name, value); }));

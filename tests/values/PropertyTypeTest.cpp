@@ -24,7 +24,7 @@ template <class Form>
 class ReadPropertyType : public forms::Test<Form> {};
 TYPED_TEST_SUITE(ReadPropertyType, forms::Both, forms::Names);
 
-TYPED_TEST(ReadPropertyType, GivesTheTagsOfEveryKindOfValue) {
+TYPED_TEST(ReadPropertyType, ReturnsTheTagsOfEveryKindOfValue) {
     kinds::forEach([this](auto kind) {
         using Kind = decltype(kind);
         Type elements = untouched;
@@ -35,7 +35,7 @@ TYPED_TEST(ReadPropertyType, GivesTheTagsOfEveryKindOfValue) {
     });
 }
 
-TYPED_TEST(ReadPropertyType, NeedsNoPlaceForTheElementTag) {
+TYPED_TEST(ReadPropertyType, AcceptsNullForTheElementTag) {
     kinds::forEach([this](auto kind) {
         using Kind = decltype(kind);
         Kind::write(this->settings, nullptr, "x", Kind::one(), SCOPE_USER);
@@ -43,12 +43,12 @@ TYPED_TEST(ReadPropertyType, NeedsNoPlaceForTheElementTag) {
     });
 }
 
-TYPED_TEST(ReadPropertyType, GivesUnknownTagsAsTheyAre) {
+TYPED_TEST(ReadPropertyType, ReturnsUnknownTagsUnchanged) {
     store(this->settings, "/user/x", "?");
     EXPECT_EQ('?', this->settings.readPropertyType("x", nullptr));
 }
 
-TYPED_TEST(ReadPropertyType, GivesTagsAboveAsciiAsNegative) {
+TYPED_TEST(ReadPropertyType, ReturnsTagsAboveAsciiAsNegative) {
     Type elements = untouched;
     store(this->settings, "/user/x", "\x80");
     EXPECT_EQ(-128, this->settings.readPropertyType("x", &elements));
@@ -58,7 +58,7 @@ TYPED_TEST(ReadPropertyType, GivesTagsAboveAsciiAsNegative) {
     EXPECT_EQ(-1, elements);
 }
 
-TYPED_TEST(ReadPropertyType, TakesAMissingElementTagAsZero) {
+TYPED_TEST(ReadPropertyType, TreatsAMissingElementTagAsZero) {
     Type elements = untouched;
     store(this->settings, "/user/x", "L");
     EXPECT_EQ(utils::properties::TYPE_LIST, this->settings.readPropertyType("x", &elements));
@@ -97,7 +97,7 @@ TYPED_TEST(ReadPropertyType, FindsTheUserThenTheGlobalThenTheTemporaryScope) {
     EXPECT_EQ('B', this->settings.readPropertyType("x", nullptr));
 }
 
-TYPED_TEST(ReadPropertyType, LeavesTheLockFree) {
+TYPED_TEST(ReadPropertyType, ReleasesTheLock) {
     this->settings._writeInteger(nullptr, "x", 1, SCOPE_USER);
     this->settings.readPropertyType("x", nullptr);
     EXPECT_TRUE(support::lockIsFree());
@@ -128,11 +128,11 @@ struct ExceptionNames {
 using Exceptions = testing::Types<PropertyBadType, PropertyNotFound>;
 TYPED_TEST_SUITE(PropertyException, Exceptions, ExceptionNames);
 
-TYPED_TEST(PropertyException, IsCaughtByItsOwnNameOnly) {
+TYPED_TEST(PropertyException, IsCaughtOnlyByItsOwnName) {
     EXPECT_EQ("its own", this->handler());
 }
 
-TYPED_TEST(PropertyException, IsNoMoreThanItsBase) {
+TYPED_TEST(PropertyException, AddsNothingToItsBase) {
     EXPECT_TRUE((std::is_base_of_v<utils::Exception, TypeParam>));
     EXPECT_FALSE((std::is_convertible_v<TypeParam*, utils::Exception*>));
     EXPECT_EQ(sizeof(utils::Exception), sizeof(TypeParam));

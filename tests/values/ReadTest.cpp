@@ -28,14 +28,14 @@ using utils::properties::SCOPE_USER;
 template <class Case>
 class Read : public kinds::Test<Case> {
 protected:
-    /** What a reader throws for a property that is there and cannot be opened. */
+    /** The exception for a property that exists but cannot be opened. */
     static std::string cannotOpen() {
         return std::string(Case::Kind::tags) == "S" ? "PropertyNotFound" : "PropertyBadType";
     }
 };
 TYPED_TEST_SUITE(Read, kinds::AllCases, kinds::CaseNames);
 
-TYPED_TEST(Read, GivesEveryValueBackBitForBit) {
+TYPED_TEST(Read, ReturnsEveryValueBitForBit) {
     using Kind = typename TypeParam::Kind;
     for (auto const& value : Kind::zoo()) {
         this->write("a/x", value);
@@ -78,14 +78,14 @@ TYPED_TEST(Read, FindsTheNextScopeAfterARemoval) {
     EXPECT_EQ(Kind::other(), this->read("x"));
 }
 
-TYPED_TEST(Read, DoesNotLookBeyondAnotherKindOfValueInAnEarlierScope) {
+TYPED_TEST(Read, StopsAtAnotherKindOfValueInAnEarlierScope) {
     using Kind = typename TypeParam::Kind;
     store(this->settings, "/user/x", "?");
     this->write("x", Kind::one(), SCOPE_GLOBAL);
     this->expectRefused("x", "PropertyBadType");
 }
 
-TYPED_TEST(Read, DoesNotLookBeyondAGroupInAnEarlierScope) {
+TYPED_TEST(Read, StopsAtAGroupInAnEarlierScope) {
     this->settings.addGroup("x", SCOPE_USER);
     this->write("x", TypeParam::Kind::one(), SCOPE_GLOBAL);
     this->expectRefused("x", this->cannotOpen());
@@ -145,13 +145,13 @@ TYPED_TEST(Read, RefusesUnknownTags) {
     }
 }
 
-TYPED_TEST(Read, IgnoresWhatFollowsTheRecord) {
+TYPED_TEST(Read, IgnoresBytesAfterTheRecord) {
     using Kind = typename TypeParam::Kind;
     store(this->settings, "/user/x", kinds::recordOf<Kind>(Kind::one()) + "more");
     EXPECT_EQ(Kind::one(), this->read("x"));
 }
 
-TYPED_TEST(Read, TakesWhatIsMissingFromARecordAsZero) {
+TYPED_TEST(Read, TreatsMissingBytesOfARecordAsZero) {
     using Kind = typename TypeParam::Kind;
     std::size_t const tags = std::string(Kind::tags).size();
     std::string const whole = kinds::recordOf<Kind>(Kind::one());
@@ -185,7 +185,7 @@ TYPED_TEST(Read, ChangesNothing) {
     EXPECT_THAT(listener.told, IsEmpty());
 }
 
-TYPED_TEST(Read, LeavesTheLockFree) {
+TYPED_TEST(Read, ReleasesTheLock) {
     this->write("x", TypeParam::Kind::one());
     (void)this->read("x");
     EXPECT_TRUE(support::lockIsFree());
@@ -212,7 +212,7 @@ template <class Form>
 class ReadString : public forms::Test<Form> {};
 TYPED_TEST_SUITE(ReadString, forms::Both, forms::Names);
 
-TYPED_TEST(ReadString, GivesTheBytesThereAreForALengthBeyondTheEnd) {
+TYPED_TEST(ReadString, ReturnsTheAvailableBytesForALengthBeyondTheEnd) {
     std::string value = "before";
     store(this->settings, "/user/x", "S" + record::int32(2'000'000'000) + "abc");
     this->settings._readString("x", value);
@@ -232,7 +232,7 @@ template <class Form>
 class ReadBoolean : public forms::Test<Form> {};
 TYPED_TEST_SUITE(ReadBoolean, forms::Both, forms::Names);
 
-TYPED_TEST(ReadBoolean, IsTrueForEveryByteButZero) {
+TYPED_TEST(ReadBoolean, IsTrueForEveryByteExceptZero) {
     for (char const byte : {'\1', '\2', '\x7F', '\x80', '\xFF'}) {
         bool value = false;
         store(this->settings, "/user/x", std::string("B") + byte);
@@ -253,21 +253,21 @@ protected:
 };
 TYPED_TEST_SUITE(ReadStrings, forms::Both, forms::Names);
 
-TYPED_TEST(ReadStrings, TakesMissingElementsAsEmpty) {
+TYPED_TEST(ReadStrings, TreatsMissingElementsAsEmpty) {
     EXPECT_THAT(this->readRecord(record::int32(3) + record::int32(2) + "ab"), ElementsAre("ab", "", ""));
 }
 
-TYPED_TEST(ReadStrings, GivesTheBytesThereAreForALengthBeyondTheEnd) {
+TYPED_TEST(ReadStrings, ReturnsTheAvailableBytesForALengthBeyondTheEnd) {
     EXPECT_THAT(this->readRecord(record::int32(3) + record::int32(2'000'000'000) + "abc"),
                 ElementsAre("abc", "", ""));
 }
 
-TYPED_TEST(ReadStrings, TakesANegativeLengthAsEmptyAndReadsOn) {
+TYPED_TEST(ReadStrings, TreatsANegativeLengthAsEmptyAndContinues) {
     EXPECT_THAT(this->readRecord(record::int32(2) + record::int32(-7) + record::int32(1) + "a"),
                 ElementsAre("", "a"));
 }
 
-TYPED_TEST(ReadStrings, PassesOverALengthThatIsNotWhole) {
+TYPED_TEST(ReadStrings, SkipsATruncatedLength) {
     EXPECT_THAT(this->readRecord(record::int32(3) + record::int32(1) + "a" + std::string("\1\0", 2)),
                 ElementsAre("a", "", ""));
 }
@@ -294,7 +294,7 @@ TYPED_TEST(ReadNumbers, KeepsTheBitsOfASignallingNaN) {
     EXPECT_TRUE(isSignalling(numbers[1]));
 }
 
-TYPED_TEST(ReadNumbers, TakesMissingBytesAsZero) {
+TYPED_TEST(ReadNumbers, TreatsMissingBytesAsZero) {
     std::vector<double> values;
     store(this->settings, "/user/x", "LN" + record::int32(3) + std::string("\0\0\0\0\0\0\xF0\x3F\7", 9));
     this->settings._readNumbers("x", values);
@@ -305,7 +305,7 @@ template <class Form>
 class ReadIntegers : public forms::Test<Form> {};
 TYPED_TEST_SUITE(ReadIntegers, forms::Both, forms::Names);
 
-TYPED_TEST(ReadIntegers, TakesMissingElementsAsZero) {
+TYPED_TEST(ReadIntegers, TreatsMissingElementsAsZero) {
     std::vector<int> values;
     store(this->settings, "/user/x", "LI" + record::int32(4) + record::int32(-9) + "\1\1");
     this->settings._readIntegers("x", values);
@@ -316,7 +316,7 @@ template <class Form>
 class ReadBooleans : public forms::Test<Form> {};
 TYPED_TEST_SUITE(ReadBooleans, forms::Both, forms::Names);
 
-TYPED_TEST(ReadBooleans, TakesEveryByteButZeroAsTrueAndMissingOnesAsFalse) {
+TYPED_TEST(ReadBooleans, TreatsEveryByteExceptZeroAsTrueAndMissingOnesAsFalse) {
     std::vector<bool> values;
     store(this->settings, "/user/x", "LB" + record::int32(5) + std::string("\2\0\xFF", 3));
     this->settings._readBooleans("x", values);
@@ -326,7 +326,7 @@ TYPED_TEST(ReadBooleans, TakesEveryByteButZeroAsTrueAndMissingOnesAsFalse) {
 template <class Case>
 class ReadList : public kinds::Test<Case> {
 protected:
-    /** What a list has room for once its elements are replaced, one by one, by those of another. */
+    /** The capacity of a list after its elements are replaced, one by one, by those of another. */
     static std::size_t roomAfterReplacing(typename Case::Kind::Value list,
                                           typename Case::Kind::Value const& with) {
         list.clear();
@@ -337,7 +337,7 @@ protected:
 };
 TYPED_TEST_SUITE(ReadList, kinds::ListCases, kinds::CaseNames);
 
-TYPED_TEST(ReadList, ReplacesWhatTheListHeld) {
+TYPED_TEST(ReadList, ReplacesTheElementsOfTheList) {
     using Kind = typename TypeParam::Kind;
     for (auto const& stored : {Kind::one(), Kind::other(), typename Kind::Value()}) {
         typename Kind::Value values = kinds::longList<Kind>(10);
@@ -347,7 +347,7 @@ TYPED_TEST(ReadList, ReplacesWhatTheListHeld) {
     }
 }
 
-TYPED_TEST(ReadList, GivesAHundredThousandElementsBack) {
+TYPED_TEST(ReadList, ReturnsAHundredThousandElements) {
     using Kind = typename TypeParam::Kind;
     auto const values = kinds::longList<Kind>(100'000);
     this->write("x", values);
@@ -364,7 +364,7 @@ TYPED_TEST(ReadList, IsEmptyForANegativeCount) {
     }
 }
 
-TYPED_TEST(ReadList, TakesACountBeyondTheRecordAsItStands) {
+TYPED_TEST(ReadList, AcceptsACountBeyondTheRecord) {
     using Kind = typename TypeParam::Kind;
     std::size_t const tags = std::string(Kind::tags).size();
     std::string bytes = kinds::recordOf<Kind>(Kind::one());
@@ -375,7 +375,7 @@ TYPED_TEST(ReadList, TakesACountBeyondTheRecordAsItStands) {
     EXPECT_EQ(expected, this->read("x"));
 }
 
-TYPED_TEST(ReadList, ReadsNoMoreElementsThanItsCount) {
+TYPED_TEST(ReadList, ReadsOnlyAsManyElementsAsItsCount) {
     using Kind = typename TypeParam::Kind;
     std::size_t const tags = std::string(Kind::tags).size();
     std::string bytes = kinds::recordOf<Kind>(Kind::one());

@@ -6,12 +6,10 @@
 #include <string>
 #include <vector>
 
-/**
- * The value record, told once more and apart from the register: what each value is written as and read from.
- */
+/** The value record, implemented independently of the register. */
 namespace record {
 
-/** The fields of a record in their order, each the bytes of one file-system call. */
+/** The fields of a record in order; each is written with one file-system call. */
 using Fields = std::vector<std::string>;
 
 inline std::string joined(Fields const& fields, std::size_t count) {
@@ -56,7 +54,7 @@ void append(Fields& fields, std::vector<Element> const& values) {
         append(fields, static_cast<Element const&>(element));
 }
 
-/** Reads bytes from the front; what is not there reads as zero or as nothing. */
+/** Reads bytes from the front; missing bytes read as zero or as an empty string. */
 class Cursor {
 public:
     explicit Cursor(std::string bytes) : _bytes(std::move(bytes)) {}

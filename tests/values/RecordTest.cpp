@@ -13,7 +13,7 @@ namespace {
 using forms::content;
 using utils::properties::SCOPE_USER;
 
-/** The bytes of a literal, the zero bytes in it included. */
+/** The bytes of a literal, including zero bytes. */
 template <std::size_t Size>
 std::string bytes(char const (&literal)[Size]) {
     return {literal, Size - 1};
@@ -37,7 +37,7 @@ TYPED_TEST(Record, OfTheEmptyStringIsFiveBytes) {
     EXPECT_EQ(bytes("S\0\0\0\0"), this->written());
 }
 
-TYPED_TEST(Record, OfANumberIsItsBitsFromTheLowest) {
+TYPED_TEST(Record, OfANumberIsItsBitsLowestByteFirst) {
     this->settings._writeNumber(nullptr, "x", 1.0, SCOPE_USER);
     EXPECT_EQ(bytes("N\0\0\0\0\0\0\xF0\x3F"), this->written());
 }
@@ -59,7 +59,7 @@ TYPED_TEST(Record, OfASignallingNaNKeepsItsBits) {
     EXPECT_EQ(bytes("LN\2\0\0\0\0\0\0\0\0\0\0\0\1\0\0\0\0\0\xF0\x7F"), this->written());
 }
 
-TYPED_TEST(Record, OfAnIntegerIsFourBytesFromTheLowest) {
+TYPED_TEST(Record, OfAnIntegerIsFourBytesLowestFirst) {
     this->settings._writeInteger(nullptr, "x", 0x01020384, SCOPE_USER);
     EXPECT_EQ(bytes("I\x84\3\2\1"), this->written());
 }
@@ -79,27 +79,27 @@ TYPED_TEST(Record, OfFalseIsZero) {
     EXPECT_EQ(bytes("B\0"), this->written());
 }
 
-TYPED_TEST(Record, OfStringsGivesEachItsLength) {
+TYPED_TEST(Record, OfStringsHasTheLengthOfEach) {
     this->settings._writeStrings(nullptr, "x", {"ab", "", "c"}, SCOPE_USER);
     EXPECT_EQ(bytes("LS\3\0\0\0\2\0\0\0ab\0\0\0\0\1\0\0\0c"), this->written());
 }
 
-TYPED_TEST(Record, OfNumbersGivesEachEightBytes) {
+TYPED_TEST(Record, OfNumbersHasEightBytesForEach) {
     this->settings._writeNumbers(nullptr, "x", {1.0, -0.0}, SCOPE_USER);
     EXPECT_EQ(bytes("LN\2\0\0\0\0\0\0\0\0\0\xF0\x3F\0\0\0\0\0\0\0\x80"), this->written());
 }
 
-TYPED_TEST(Record, OfIntegersGivesEachFourBytes) {
+TYPED_TEST(Record, OfIntegersHasFourBytesForEach) {
     this->settings._writeIntegers(nullptr, "x", {1, -1}, SCOPE_USER);
     EXPECT_EQ(bytes("LI\2\0\0\0\1\0\0\0\xFF\xFF\xFF\xFF"), this->written());
 }
 
-TYPED_TEST(Record, OfBooleansGivesEachAByte) {
+TYPED_TEST(Record, OfBooleansHasAByteForEach) {
     this->settings._writeBooleans(nullptr, "x", {true, false, true}, SCOPE_USER);
     EXPECT_EQ(bytes("LB\3\0\0\0\1\0\1"), this->written());
 }
 
-TYPED_TEST(Record, OfThirtyThreeBooleansCountsBooleansNotWords) {
+TYPED_TEST(Record, OfThirtyThreeBooleansCountsBooleansRatherThanWords) {
     std::vector<bool> values(33, false);
     values[32] = true;
     this->settings._writeBooleans(nullptr, "x", values, SCOPE_USER);

@@ -10,8 +10,8 @@
 
 #include "values/Forms.h"
 
-// A writer that has taken the lock holds it until it returns or throws. The program's own allocation function
-// looks at the lock whenever a writer asks for memory.
+// A writer that has taken the lock holds it until it returns or throws. The program's own allocation function checks
+// the lock whenever a writer allocates memory.
 
 namespace {
 
@@ -28,7 +28,7 @@ struct Watch {
 
 void* allocate(std::size_t size) {
     if (watching) {
-        watching = false; // looking needs memory, too
+        watching = false; // the check allocates memory, too
         bool const isFree = support::lockIsFree();
         wasReleased = wasReleased || (wasHeld && isFree);
         wasHeld = wasHeld || !isFree;
@@ -53,19 +53,19 @@ protected:
     }
 
     static void expectHeldThroughout() {
-        EXPECT_TRUE(wasHeld) << "the write needed no memory";
+        EXPECT_TRUE(wasHeld) << "the write allocated no memory";
         EXPECT_FALSE(wasReleased);
         EXPECT_TRUE(support::lockIsFree());
     }
 };
 TYPED_TEST_SUITE(WriteLock, forms::Both, forms::Names);
 
-TYPED_TEST(WriteLock, IsHeldWhileAPropertyAndItsGroupsAreMade) {
+TYPED_TEST(WriteLock, IsHeldWhileAPropertyAndItsGroupsAreCreated) {
     EXPECT_EQ("done", this->write("a group of some length/another group/a property of some length"));
     this->expectHeldThroughout();
 }
 
-TYPED_TEST(WriteLock, IsHeldUntilAWriteIsRefusedWhoseGroupsWereMade) {
+TYPED_TEST(WriteLock, IsHeldUntilAWriteIsRefusedAfterItsGroupsWereCreated) {
     std::string const name = "a group of some length/another group/..";
     EXPECT_EQ(name + " no such property.", this->write(name));
     EXPECT_TRUE(

@@ -27,7 +27,7 @@ using utils::properties::SCOPE_USER;
 template <class Case>
 class Write : public kinds::Test<Case> {
 protected:
-    /** Expects a write to fail with a message, to tell nobody and to leave nothing behind. */
+    /** Expects a write to fail with a message, to notify no listener and to leave no traces. */
     void expectRefused(std::string const& name, RegisterScope scope, std::string const& message) {
         Listener listener;
         this->settings.addCallback(name, &listener);
@@ -53,19 +53,19 @@ TYPED_TEST(Write, StoresTheRecordOfEveryValue) {
     }
 }
 
-TYPED_TEST(Write, MakesThePropertyAndItsGroups) {
+TYPED_TEST(Write, CreatesThePropertyAndItsGroups) {
     this->write("a/b/x", TypeParam::Kind::one());
     EXPECT_TRUE(this->settings.groupExists("a", SCOPE_USER));
     EXPECT_TRUE(this->settings.groupExists("a/b", SCOPE_USER));
     EXPECT_TRUE(this->settings.isFile("/user/a/b/x"));
 }
 
-TYPED_TEST(Write, MakesAPropertyWithoutAGroup) {
+TYPED_TEST(Write, CreatesAPropertyWithoutAGroup) {
     this->write("x", TypeParam::Kind::one());
     EXPECT_TRUE(this->settings.isFile("/user/x"));
 }
 
-TYPED_TEST(Write, StoresInTheScopeAskedForOnly) {
+TYPED_TEST(Write, StoresOnlyInTheGivenScope) {
     using Kind = typename TypeParam::Kind;
     this->write("in/global", Kind::one(), SCOPE_GLOBAL);
     this->write("in/user", Kind::one(), SCOPE_USER);
@@ -88,14 +88,14 @@ TYPED_TEST(Write, ReplacesAValueOfAnyKind) {
     });
 }
 
-TYPED_TEST(Write, LeavesNothingOfALongerRecord) {
+TYPED_TEST(Write, ReplacesALongerRecordCompletely) {
     using Kind = typename TypeParam::Kind;
     forms::store(this->settings, "/user/x", std::string(1000, 'z'));
     this->write("x", Kind::one());
     EXPECT_EQ(kinds::recordOf<Kind>(Kind::one()), content(this->settings, "/user/x"));
 }
 
-TYPED_TEST(Write, TakesDoubledAndLeadingSlashesAsOne) {
+TYPED_TEST(Write, TreatsDoubledAndLeadingSlashesAsOne) {
     using Kind = typename TypeParam::Kind;
     this->write("a//b", Kind::one());
     this->write("/c", Kind::one());
@@ -109,14 +109,14 @@ TYPED_TEST(Write, AcceptsANameOutsideAscii) {
     EXPECT_EQ(kinds::recordOf<Kind>(Kind::one()), content(this->settings, "/user/\xC5\xBE/\xE2\x98\x83"));
 }
 
-TYPED_TEST(Write, MakesARemovedScopeAgain) {
+TYPED_TEST(Write, CreatesARemovedScopeAgain) {
     using Kind = typename TypeParam::Kind;
     this->settings.delProperty("", SCOPE_USER);
     this->write("a/x", Kind::one());
     EXPECT_EQ(kinds::recordOf<Kind>(Kind::one()), content(this->settings, "/user/a/x"));
 }
 
-TYPED_TEST(Write, AnnouncesTheNameAsItWasGiven) {
+TYPED_TEST(Write, AnnouncesTheNameAsGiven) {
     Listener listener;
     this->settings.addCallback("a", &listener);
     this->write("a/x", TypeParam::Kind::one(), SCOPE_GLOBAL);
@@ -134,7 +134,7 @@ TYPED_TEST(Write, AnnouncesAnEqualValueAgain) {
     EXPECT_THAT(listener.told, ElementsAre("x", "x"));
 }
 
-TYPED_TEST(Write, LeavesTheListenersOfItsSenderOut) {
+TYPED_TEST(Write, SkipsTheListenersOfItsSender) {
     Listener own;
     Listener foreign;
     this->settings.addCallback("x", &own);
@@ -146,7 +146,7 @@ TYPED_TEST(Write, LeavesTheListenersOfItsSenderOut) {
     EXPECT_THAT(foreign.told, ElementsAre("x"));
 }
 
-TYPED_TEST(Write, HandsANullSenderOn) {
+TYPED_TEST(Write, PassesANullSenderOn) {
     Listener nobodys;
     nobodys.identity = nullptr;
     this->settings.addCallback("x", &nobodys);
@@ -167,7 +167,7 @@ TYPED_TEST(Write, StoresTheValueBeforeItIsAnnounced) {
     EXPECT_EQ(kinds::recordOf<Kind>(Kind::one()), seen);
 }
 
-TYPED_TEST(Write, HoldsTheLockUntilAllAreTold) {
+TYPED_TEST(Write, HoldsTheLockUntilAllListenersAreNotified) {
     Listener listener;
     bool free = true;
     listener.whenTold = [&](std::string const& /*name*/) { free = support::lockIsFree(); };
@@ -183,7 +183,7 @@ TYPED_TEST(Write, LeavesNothingPending) {
     EXPECT_THAT(pending(this->settings), IsEmpty());
 }
 
-TYPED_TEST(Write, AnnouncesWhatWasPendingToo) {
+TYPED_TEST(Write, AnnouncesPendingNamesToo) {
     Listener listener;
     this->settings.addCallback("older", &listener);
     pending(this->settings).insert("older");
@@ -239,7 +239,7 @@ TYPED_TEST(Write, RefusesTheEmptyName) {
     EXPECT_TRUE(this->settings.groupExists("", SCOPE_USER));
 }
 
-TYPED_TEST(Write, RefusesALevelThatClimbs) {
+TYPED_TEST(Write, RefusesDotLevels) {
     this->expectRefused("..", SCOPE_USER, this->cannotOpen(".."));
     this->expectRefused("../global/x", SCOPE_USER, this->cannotOpen("../global/x"));
     this->expectRefused("a/../x", SCOPE_USER, this->cannotOpen("a/../x"));

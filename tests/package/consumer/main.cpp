@@ -2,8 +2,7 @@
 //
 // usage: consumer DIRECTORY
 //
-// An application outside the project: uses each of the three libraries and the headers over them once, and leaves
-// a register file in DIRECTORY when it exits.
+// An application outside the project: uses each library once, and leaves a register file in DIRECTORY when it exits.
 
 #include <cstdlib>
 #include <iostream>
@@ -17,7 +16,7 @@
 #include <velmorand/Listener.h>
 #include <velmorand/Property.h>
 
-static_assert(QT_VERSION_MAJOR == QT_MAJOR, "built with another QtCore than the library");
+static_assert(QT_VERSION_MAJOR == QT_MAJOR, "not built with the library's version of QtCore");
 
 using utils::properties::_Register;
 
@@ -49,7 +48,7 @@ bool badScopeIsAnException(_Register& settings) {
     return false;
 }
 
-/** With a setting, which is written and reset, and the two kinds of listeners. */
+/** Writes and resets a setting, with both kinds of listeners. */
 bool frontEndWorks() {
     velmorand::Property<std::string> const theme{"editor/theme", "light"};
     int calls = 0;
@@ -74,15 +73,15 @@ int main(int argc, char** argv) {
     settings._writeInteger(nullptr, "editor/tab width", 4, utils::properties::SCOPE_USER);
     int width = 0;
     settings._readInteger("editor/tab width", width);
-    require(width == 4, "the integer written is not the one read");
+    require(width == 4, "read another integer than the one written");
 
-    require(missingPropertyIsCaughtByName(settings), "PropertyNotFound did not arrive");
-    require(badScopeIsAnException(settings), "utils::Exception did not arrive");
+    require(missingPropertyIsCaughtByName(settings), "PropertyNotFound was not caught");
+    require(badScopeIsAnException(settings), "utils::Exception was not caught");
 
     require(frontEndWorks(), "the front end does not work");
 
     filesystem::RAMFileSystem memory;
     require(memory.mkdir(QStringLiteral("/a")) && memory.isDirectory(QStringLiteral("/a")),
-            "mkdir made nothing");
+            "mkdir created nothing");
     return EXIT_SUCCESS;
 }

@@ -2,7 +2,7 @@
 //
 // usage: consumer DIRECTORY
 //
-// An application of a superproject: uses the register, and leaves a register file in DIRECTORY when it exits.
+// A superproject's application: uses the register, and leaves a register file in DIRECTORY when it exits.
 
 #include <cstdlib>
 
