@@ -34,7 +34,7 @@ std::vector<std::string> declaredNames() {
     return names;
 }
 
-/** The entry of the one property that is declared. */
+/** The entry of the only declared property. */
 std::string onlyEntry() {
     std::string const text = catalogue("p");
     std::string const before = "{\n  \"program\": \"p\",\n  \"settings\": {\n    ";
@@ -52,7 +52,7 @@ TEST(DeclaredProperties, AreSortedByName) {
     EXPECT_THAT(declaredNames(), ElementsAre("a/x", "b"));
 }
 
-TEST(DeclaredProperties, AreThereWhileTheirPropertyExists) {
+TEST(DeclaredProperties, ExistWhileTheirPropertyExists) {
     std::optional<Property<int>> copy;
     {
         Property<int> const original{"a"};
@@ -63,14 +63,14 @@ TEST(DeclaredProperties, AreThereWhileTheirPropertyExists) {
     EXPECT_THAT(declaredNames(), IsEmpty());
 }
 
-TEST(DeclaredProperties, CountOnceUnderOneName) {
+TEST(DeclaredProperties, AreListedOncePerName) {
     Property<int> const first{"a", 1};
     Property<int> const second{"a", 2};
     ASSERT_THAT(declaredNames(), ElementsAre("a"));
     EXPECT_EQ("1", declaredProperties()[0].fallback);
 }
 
-TEST(DeclaredProperties, TellAllThatIsDeclared) {
+TEST(DeclaredProperties, DescribeTheWholeDeclaration) {
     Property<double> const size{"a/size", 11.5, description("Font size, in points"), range(6, 72)};
     DeclaredProperty const declared = declaredProperties().at(0);
     EXPECT_EQ("number", declared.kind);
@@ -82,7 +82,7 @@ TEST(DeclaredProperties, TellAllThatIsDeclared) {
     EXPECT_EQ("Font size, in points", declared.description);
 }
 
-TEST(DeclaredProperties, TellWhetherTheyAreSetAndWhatIsWrong) {
+TEST(DeclaredProperties, ReportWhetherTheyAreSetAndValid) {
     Property<int> const width{"a/width", 7};
     EXPECT_FALSE(declaredProperties().at(0).isSet);
     width.set(8);
@@ -110,7 +110,7 @@ TEST(DeclaredProperties, AreResetTogether) {
     EXPECT_EQ(1, read<int>("a/other"));
 }
 
-TEST(DeclaredProperties, LeaveTheSenderOutWhenTheyAreReset) {
+TEST(DeclaredProperties, SkipTheSenderWhenTheyAreReset) {
     Property<int> const width{"a/width", 7};
     width.set(1);
     int sender = 0;
@@ -137,7 +137,7 @@ TEST(DeclaredProperties, AreAnnouncedAgainIfAListenerThrows) {
     EXPECT_EQ(1, calls);
 }
 
-TEST(DeclaredProperties, LiveUntilAnotherThreadHasDescribedThem) {
+TEST(DeclaredProperties, AreNotDestroyedWhileAnotherThreadDescribesThem) {
     std::optional<support::BlockedThread> destroying;
     bool isDestroyed = false;
     std::optional<Property<int>> property;
@@ -160,7 +160,7 @@ TEST(Catalogue, IsEmptyWithoutDeclarations) {
     EXPECT_EQ("{\n  \"program\": \"p\",\n  \"settings\": {\n  }\n}\n", catalogue("p"));
 }
 
-TEST(Catalogue, HasAnEntryALine) {
+TEST(Catalogue, HasAnEntryPerLine) {
     Property<int> const b{"b", 1};
     Property<bool> const a{"a", true};
     EXPECT_EQ("\"a\": {\"type\": \"boolean\", \"fallback\": true},\n"
@@ -175,25 +175,25 @@ TEST(Catalogue, HasLimitsAndDescription) {
               onlyEntry());
 }
 
-TEST(Catalogue, HasTheNamesOfAnEnumAsChoices) {
+TEST(Catalogue, ListsTheNamesOfAnEnumAsChoices) {
     Property<Theme> const theme{"a/theme", Theme::dark};
     EXPECT_EQ(R"("a/theme": {"type": "string", "fallback": "dark", "choices": ["light", "dark"]})",
               onlyEntry());
 }
 
-TEST(Catalogue, HasTheLimitsOfATypeSmallerThanItsKind) {
+TEST(Catalogue, GivesTheLimitsOfATypeSmallerThanItsKind) {
     Property<unsigned char> const byte{"a/byte", 1, atMost(9)};
     EXPECT_EQ(R"("a/byte": {"type": "integer", "fallback": 1, "minimum": 0, "maximum": 9})", onlyEntry());
 }
 
-TEST(Catalogue, HasLongNumbersAsText) {
+TEST(Catalogue, WritesLongNumbersAsText) {
     Property<std::int64_t> const id{"a/id", -1};
     EXPECT_EQ(R"("a/id": {"type": "string", "format": "whole", "fallback": "-1", )"
               R"("minimum": "-9223372036854775808", "maximum": "9223372036854775807"})",
               onlyEntry());
 }
 
-TEST(Catalogue, HasDurationsAsText) {
+TEST(Catalogue, WritesDurationsAsText) {
     Property<std::chrono::milliseconds> const autosave{"a/autosave", 30s, atLeast(1s)};
     EXPECT_EQ(
         R"("a/autosave": {"type": "string", "format": "duration", "fallback": "30000ms", "minimum": "1000ms"})",
@@ -207,12 +207,12 @@ TEST(Catalogue, HasListsOfAnyKind) {
         onlyEntry());
 }
 
-TEST(Catalogue, LeavesOutAFallbackThatIsComputed) {
+TEST(Catalogue, OmitsAComputedFallback) {
     Property<int> const threads{"a/threads", [] { return 4; }};
     EXPECT_EQ(R"("a/threads": {"type": "integer"})", onlyEntry());
 }
 
-TEST(Catalogue, HasWhatJsonLacksAsText) {
+TEST(Catalogue, WritesNumbersThatJsonLacksAsText) {
     Property<std::vector<double>> const limits{"a/limits",
                                                {std::numeric_limits<double>::infinity(),
                                                 -std::numeric_limits<double>::infinity(),
@@ -220,17 +220,17 @@ TEST(Catalogue, HasWhatJsonLacksAsText) {
     EXPECT_EQ(R"("a/limits": {"type": "numbers", "fallback": ["inf", "-inf", "nan"]})", onlyEntry());
 }
 
-TEST(Catalogue, LeavesOutWhatCannotBeStored) {
+TEST(Catalogue, OmitsAFallbackThatCannotBeStored) {
     Property<Theme> const theme{"a/theme", static_cast<Theme>(7)};
     EXPECT_EQ(R"("a/theme": {"type": "string", "choices": ["light", "dark"]})", onlyEntry());
 }
 
-TEST(Catalogue, LeavesOutANameThatIsNotUtf8) {
+TEST(Catalogue, OmitsANameThatIsNotUtf8) {
     Property<int> const property{"a/\xff"};
     EXPECT_EQ("{\n  \"program\": \"p\",\n  \"settings\": {\n  }\n}\n", catalogue("p"));
 }
 
-TEST(Catalogue, HasTextThatIsNotUtf8InBase64) {
+TEST(Catalogue, WritesTextThatIsNotUtf8InBase64) {
     Property<std::string> const bytes{"a/bytes", "\xff\x01"};
     EXPECT_EQ(R"("a/bytes": {"type": "string", "fallback": {"base64": "/wE="}})", onlyEntry());
 }

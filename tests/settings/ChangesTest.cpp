@@ -37,7 +37,7 @@ protected:
 
 } // namespace
 
-TEST_F(Transaction, HasDoneNothingBeforeItIsApplied) {
+TEST_F(Transaction, HasNoEffectBeforeItIsApplied) {
     changes.set(width, 800);
     EXPECT_EQ(1, width.get());
     { Changes const dropped = std::move(changes); }
@@ -45,7 +45,7 @@ TEST_F(Transaction, HasDoneNothingBeforeItIsApplied) {
     EXPECT_THAT(names, IsEmpty());
 }
 
-TEST_F(Transaction, AnnouncesAllWhenAllAreInPlace) {
+TEST_F(Transaction, AnnouncesChangesOnceAllHaveBeenMade) {
     Listener const sees{"a", [this](std::string const&) {
                             EXPECT_EQ(800, width.get());
                             EXPECT_EQ(600, height.get());
@@ -82,7 +82,7 @@ TEST_F(Transaction, ResetsAndRemovesEmptyGroups) {
     EXPECT_THAT(names, ElementsAre("a/width"));
 }
 
-TEST_F(Transaction, LeavesTheSenderOut) {
+TEST_F(Transaction, SkipsTheSender) {
     int sender = 0;
     int calls = 0;
     Listener const own{"a", [&calls](std::string const&) { ++calls; }, &sender};
@@ -92,7 +92,7 @@ TEST_F(Transaction, LeavesTheSenderOut) {
     EXPECT_EQ(1U, names.size());
 }
 
-TEST_F(Transaction, RefusesAtOnceWhatADeclarationDoesNotAllow) {
+TEST_F(Transaction, RefusesAValueThatADeclarationDoesNotAllowImmediately) {
     EXPECT_EQ("a/width is not set: 1001 is not allowed: expected at most 1000",
               failure([this] { changes.set(width, 1001); }));
     EXPECT_TRUE(changes.empty());
@@ -106,7 +106,7 @@ TEST_F(Transaction, WritesByName) {
     EXPECT_THAT(names, ElementsAre("a/list", "a/text"));
 }
 
-TEST_F(Transaction, ThatFailsHasDoneNothing) {
+TEST_F(Transaction, ThatFailsHasNoEffect) {
     width.set(5);
     write("a/group/x", 1);
     names.clear();
@@ -130,7 +130,7 @@ TEST_F(Transaction, IsEmptyOnceItIsApplied) {
     EXPECT_TRUE(changes.empty());
 }
 
-TEST_F(Transaction, IsMadeEvenIfAListenerThrows) {
+TEST_F(Transaction, IsAppliedEvenIfAListenerThrows) {
     Listener const throwing{"a", [](std::string const&) { throw utils::Exception("from the listener"); }};
     changes.set(width, 5);
     EXPECT_EQ("from the listener", failure([this] { changes.apply(); }));
@@ -162,7 +162,7 @@ TEST_F(Transaction, ThatChangesANameBeingAnnouncedAnnouncesItAgain) {
     EXPECT_THAT(seen, ElementsAre(5, 6));
 }
 
-TEST_F(Transaction, AnnouncesNamesThatAListenerHasHeldUp) {
+TEST_F(Transaction, AnnouncesNamesThatAreStillPending) {
     bool throws = true;
     Listener const throwing{"a", [&throws](std::string const&) {
                                 if (throws)
@@ -178,7 +178,7 @@ TEST_F(Transaction, AnnouncesNamesThatAListenerHasHeldUp) {
     EXPECT_THAT(names, ElementsAre("a/height", "after a/height", "a/width", "after a/width"));
 }
 
-TEST_F(Transaction, CannotMakeAPropertyOfWhatIsAGroupUntilThen) {
+TEST_F(Transaction, CannotReplaceAGroupItEmptiesByAProperty) {
     write("a/g/x", 1);
     changes.reset("a/g/x");
     changes.write("a/g", 1);
@@ -186,7 +186,7 @@ TEST_F(Transaction, CannotMakeAPropertyOfWhatIsAGroupUntilThen) {
     EXPECT_EQ(1, read<int>("a/g/x"));
 }
 
-TEST_F(Transaction, CannotMakeAPropertyAndAGroupOfOneName) {
+TEST_F(Transaction, CannotCreateAPropertyAndAGroupOfTheSameName) {
     changes.write("a/g/x", 1);
     changes.write("a/g", 1);
     EXPECT_EQ("cannot write \"a/g/x\": \"a/g\" is to become a property",
@@ -201,14 +201,14 @@ TEST_F(Transaction, DoesNotResetAGroup) {
     EXPECT_EQ(1, read<int>("a/g/x"));
 }
 
-TEST_F(Transaction, RefusesAtOnceWhatIsNotAName) {
+TEST_F(Transaction, RefusesAnInvalidNameImmediately) {
     EXPECT_EQ("invalid name: \"a/..\": a level cannot be \"..\"",
               failure([this] { changes.write("a/..", 1); }));
     EXPECT_EQ("invalid name: \"\": empty", failure([this] { changes.reset(""); }));
     EXPECT_TRUE(changes.empty());
 }
 
-TEST_F(Transaction, MayBeAppliedAgainWhenItHasFailed) {
+TEST_F(Transaction, MayBeAppliedAgainAfterAFailure) {
     write("a/width/x", 1);
     changes.set(width, 5);
     EXPECT_EQ("cannot write \"a/width\": it is a group", failure([this] { changes.apply(); }));
@@ -228,7 +228,7 @@ TEST_F(Transaction, MayBeUsedAgainAfterItIsMoved) {
     EXPECT_EQ(5, width.get());
 }
 
-/** A value of each kind, written by the register and by `Changes`. */
+/** Values of each kind, to be written by the register and by `Changes`. */
 template <class T>
 class ChangesOf : public testing::Test {
 public:
@@ -272,7 +272,7 @@ using Kinds = testing::Types<std::string, double, int, bool, std::vector<std::st
                              std::vector<int>, std::vector<bool>>;
 TYPED_TEST_SUITE(ChangesOf, Kinds, support::NumberedTypes);
 
-TYPED_TEST(ChangesOf, EveryKindAreWhatTheRegisterWrites) {
+TYPED_TEST(ChangesOf, EveryKindEqualThoseWrittenByTheRegister) {
     auto const bytesAt = [](char const* name) {
         return std::string(filesystem::direct::find(*_Register::getInstance(), {"user"}, name).content);
     };

@@ -82,7 +82,7 @@ int computedWidth() {
     return 42;
 }
 
-/** Makes a property of the user's with bytes of any kind. */
+/** Creates a property in the user scope with any bytes. */
 void putRecord(std::string const& name, std::string_view bytes) {
     auto& settings = *utils::properties::_Register::getInstance();
     char* const content = filesystem::direct::make(settings, "user", "a", name, bytes.size());
@@ -96,12 +96,12 @@ Property<double> sizeProperty() {
 
 } // namespace
 
-TEST(Get, GivesTheFallbackWhileNoScopeHasTheName) {
+TEST(Get, ReturnsTheFallbackWhileNoScopeHasTheName) {
     EXPECT_EQ(11.0, sizeProperty().get());
     EXPECT_EQ("", sizeProperty().problem());
 }
 
-TEST(Get, GivesTheFallbackForAnotherKindOfValue) {
+TEST(Get, ReturnsTheFallbackForAnotherKindOfValue) {
     write("a/size", 12);
     EXPECT_EQ(11.0, sizeProperty().get());
     EXPECT_EQ("a/size: expected a number, found an integer", sizeProperty().problem());
@@ -109,7 +109,7 @@ TEST(Get, GivesTheFallbackForAnotherKindOfValue) {
     EXPECT_EQ("a/size: expected a number, found a list of strings", sizeProperty().problem());
 }
 
-TEST(Get, GivesTheFallbackForAGroup) {
+TEST(Get, ReturnsTheFallbackForAGroup) {
     write("a/size/x", 1);
     EXPECT_EQ(11.0, sizeProperty().get());
     EXPECT_EQ("a/size: expected a number, found a group", sizeProperty().problem());
@@ -118,7 +118,7 @@ TEST(Get, GivesTheFallbackForAGroup) {
     EXPECT_EQ("a/size: expected a string, found a group", text.problem());
 }
 
-TEST(Get, GivesTheFallbackForAValueOutOfRange) {
+TEST(Get, ReturnsTheFallbackForAValueOutOfRange) {
     write("a/size", 72.0);
     EXPECT_EQ(72.0, sizeProperty().get());
     write("a/size", 72.5);
@@ -128,35 +128,35 @@ TEST(Get, GivesTheFallbackForAValueOutOfRange) {
     EXPECT_EQ("a/size: \"nan\" is not allowed: expected 6 to 72", sizeProperty().problem());
 }
 
-TEST(Get, GivesTheFallbackForAnUnknownName) {
+TEST(Get, ReturnsTheFallbackForAnUnknownName) {
     Property<Theme> const theme{"a/theme", Theme::dark};
     write("a/theme", "purple");
     EXPECT_EQ(Theme::dark, theme.get());
     EXPECT_EQ(R"(a/theme: "purple" is not allowed: expected one of "light", "dark")", theme.problem());
 }
 
-TEST(Get, GivesTheFallbackForAValueThatIsNotAChoice) {
+TEST(Get, ReturnsTheFallbackForAValueThatIsNotAChoice) {
     Property<std::string> const unit{"a/unit", "cm", choices({"cm", "in"})};
     write("a/unit", "mm");
     EXPECT_EQ("cm", unit.get());
     EXPECT_EQ(R"(a/unit: "mm" is not allowed: expected one of "cm", "in")", unit.problem());
 }
 
-TEST(Get, GivesTheFallbackForAValueThatTheProgramsCheckRefuses) {
+TEST(Get, ReturnsTheFallbackForAValueThatTheProgramsCheckRefuses) {
     Property<int> const even{"a/even", 2, check([](int value) { return value % 2 == 0; }, "an even number")};
     write("a/even", 3);
     EXPECT_EQ(2, even.get());
     EXPECT_EQ("a/even: 3 is not allowed: expected an even number", even.problem());
 }
 
-TEST(Get, GivesTheFallbackForAnInvalidElementOfAList) {
+TEST(Get, ReturnsTheFallbackForAnInvalidElementOfAList) {
     Property<std::vector<int>> const widths{"a/widths", {5}, atLeast(1)};
     write("a/widths", std::vector<int>{3, 0});
     EXPECT_THAT(widths.get(), ElementsAre(5));
     EXPECT_EQ("a/widths: 0 is not allowed: expected at least 1", widths.problem());
 }
 
-TEST(Get, GivesTheFallbackForATruncatedValue) {
+TEST(Get, ReturnsTheFallbackForATruncatedValue) {
     Property<int> const width{"a/width", 7};
     putRecord("a/width", "I\x01");
     EXPECT_EQ(7, width.get());
@@ -172,7 +172,7 @@ TEST(Get, AllocatesNothingForADamagedCount) {
     EXPECT_THAT(texts.get(), IsEmpty());
 }
 
-TEST(Get, GivesTheFallbackForBytesThatAreNotAValue) {
+TEST(Get, ReturnsTheFallbackForBytesThatAreNotAValue) {
     Property<int> const width{"a/width", 7};
     putRecord("a/width", "?");
     EXPECT_EQ("a/width: expected an integer, found bytes that are not a value", width.problem());
@@ -180,7 +180,7 @@ TEST(Get, GivesTheFallbackForBytesThatAreNotAValue) {
     EXPECT_EQ("a/width: expected an integer, found an empty property", width.problem());
 }
 
-TEST(Get, GivesTheFallbackIfTheProgramsConversionThrows) {
+TEST(Get, ReturnsTheFallbackIfTheProgramsConversionThrows) {
     Property<Parsed> const parsed{"a/parsed"};
     write("a/parsed", "not a number");
     EXPECT_EQ(0, parsed.get().value);
@@ -189,7 +189,7 @@ TEST(Get, GivesTheFallbackIfTheProgramsConversionThrows) {
     EXPECT_EQ(7, parsed.get().value);
 }
 
-TEST(Get, SaysWhatTheFirstScopeHas) {
+TEST(Get, ReportsTheValueOfTheFirstScope) {
     Property<std::string> const text{"a/x"};
     write("a/x", 1);
     write("a/x/y", 1, SCOPE_GLOBAL);
@@ -202,7 +202,7 @@ TEST(Get, ShortensALongValueInTheProblem) {
     EXPECT_GT(300U, unit.problem().size());
 }
 
-TEST(Get, ShowsOtherThreadsNothingOfChangesUnderALock) {
+TEST(Get, HidesChangesUnderALockFromOtherThreads) {
     Property<int> const width{"a/width", 1};
     int seen = 0;
     std::optional<support::BlockedThread> reader;
@@ -217,7 +217,7 @@ TEST(Get, ShowsOtherThreadsNothingOfChangesUnderALock) {
     EXPECT_EQ(3, seen);
 }
 
-TEST(Get, ShowsOtherThreadsNothingOfChangesThatAreBeingAnnounced) {
+TEST(Get, HidesChangesThatAreBeingAnnouncedFromOtherThreads) {
     Property<int> const width{"a/width", 1};
     int seen = 0;
     std::optional<support::BlockedThread> reader;
@@ -233,7 +233,7 @@ TEST(Get, ShowsOtherThreadsNothingOfChangesThatAreBeingAnnounced) {
     EXPECT_EQ(3, seen);
 }
 
-TEST(Get, TakesTheFirstScopeThatHasTheName) {
+TEST(Get, ReadsTheFirstScopeThatHasTheName) {
     Property<int> const width{"a/width", 1};
     write("a/width", 2, SCOPE_TEMPORARY);
     EXPECT_EQ(2, width.get());
@@ -265,21 +265,21 @@ TEST(Get, ComputesAFallbackByAFunction) {
     EXPECT_EQ(42, width.get());
 }
 
-TEST(Get, GivesTheSameDurationAgain) {
+TEST(Get, ReturnsTheSameDurationAgain) {
     Property<std::chrono::seconds> const delay{"a/delay", std::chrono::seconds(1)};
     delay.set(std::chrono::minutes(1));
     EXPECT_EQ(std::chrono::seconds(60), delay.get());
     EXPECT_EQ(std::chrono::seconds(60), delay.get());
 }
 
-TEST(Get, GivesATypeWithoutADefault) {
+TEST(Get, ReturnsATypeWithoutADefault) {
     Property<Percent> const share{"a/share", Percent(50)};
     share.set(Percent(70));
     EXPECT_EQ(70, share.get().value);
     EXPECT_EQ(70, share.get().value);
 }
 
-TEST(Set, RefusesWhatTheDeclarationDoesNotAllow) {
+TEST(Set, RefusesValuesThatTheDeclarationDoesNotAllow) {
     Property<double> const size = sizeProperty();
     EXPECT_EQ("a/size is not set: 80 is not allowed: expected 6 to 72", failure([&] { size.set(80.0); }));
     EXPECT_FALSE(size.isSet());
@@ -296,7 +296,7 @@ TEST(Set, RefusesWhatTheDeclarationDoesNotAllow) {
     EXPECT_EQ(R"(a/checked is not set: "x" is not allowed)", failure([&] { checked.set("x"); }));
 }
 
-TEST(Set, RefusesAnIntegerThatTheTypeDoesNotHave) {
+TEST(Set, RefusesAnIntegerOutsideTheRangeOfTheType) {
     Property<unsigned char> const byte{"a/byte"};
     byte.set(255);
     EXPECT_EQ(255, byte.get());
@@ -306,7 +306,7 @@ TEST(Set, RefusesAnIntegerThatTheTypeDoesNotHave) {
               failure([&] { count.set(-1); }));
 }
 
-TEST(Set, RefusesWhatCannotBeStored) {
+TEST(Set, RefusesValuesThatCannotBeStored) {
     Property<Theme> const theme{"a/theme"};
     EXPECT_EQ("a/theme is not set: the value 7 of the enum has no name",
               failure([&] { theme.set(static_cast<Theme>(7)); }));
@@ -320,7 +320,7 @@ TEST(Set, RefusesANumberThatTheTypeRounds) {
     EXPECT_EQ(16'777'216.0F, scale.get());
 }
 
-TEST(Set, RefusesADurationThatTheTypeCannotCount) {
+TEST(Set, RefusesADurationThatTheTypeCannotRepresent) {
     Property<std::chrono::nanoseconds> const wait{"a/wait"};
     EXPECT_EQ("a/wait is not set: the type does not have the value", failure([&] { wait.set(10'000'000h); }));
     Property<std::chrono::duration<int>> const small{"a/small"};
@@ -359,7 +359,7 @@ TEST(Set, ReplacesAValueOfAnotherKind) {
     EXPECT_EQ(3, width.get());
 }
 
-TEST(Set, TakesAnyText) {
+TEST(Set, AcceptsAnyText) {
     Property<std::string> const text{"a/text"};
     text.set("literal");
     EXPECT_EQ("literal", text.get());
@@ -367,7 +367,7 @@ TEST(Set, TakesAnyText) {
     EXPECT_EQ("view", text.get());
 }
 
-TEST(Set, TakesANumberWithoutASuffix) {
+TEST(Set, AcceptsANumberWithoutASuffix) {
     Property<double> const size{"a/size", 11};
     size.set(12);
     EXPECT_EQ(12.0, size.get());
@@ -408,7 +408,7 @@ TEST(Declaring, DoesNotCompileWithAFallbackThatIsConverted) {
     static_assert(!canDeclare<std::string, int> && !canDeclare<Theme, int>);
 }
 
-TEST(Declaring, RefusesValuesThatTheTypeDoesNotHave) {
+TEST(Declaring, RefusesValuesThatTheTypeCannotRepresent) {
     std::string const refusal = "a/x is declared with a value that its type does not have";
     EXPECT_EQ(refusal, failure([] { Property<unsigned> const property("a/x", 0, atLeast(-1)); }));
     EXPECT_EQ(refusal, failure([] { Property<unsigned> const property("a/x", -1); }));
@@ -423,7 +423,7 @@ TEST(Declaring, RefusesAMinimumAboveTheMaximum) {
               failure([] { Property<int> const property("a/x", 5, range(9, 2)); }));
 }
 
-TEST(Declaring, TakesConstantsOfOtherTypes) {
+TEST(Declaring, AcceptsConstantsOfOtherTypes) {
     Property<double> const size{"a/size", 11, range(0, 4.5)};
     EXPECT_EQ("a/size is not set: 5 is not allowed: expected 0 to 4.5", failure([&] { size.set(5); }));
     Property<float> const scale{"a/scale", 0.1, range(0.5, 4)};
@@ -457,7 +457,7 @@ TEST(Declaring, IsSharedByCopies) {
     EXPECT_EQ(1, moved.get());
 }
 
-TEST(Declaring, NamesAreKept) {
+TEST(Declaring, KeepsTheNameAndTheFallback) {
     EXPECT_EQ("a/size", sizeProperty().name());
     EXPECT_EQ(11.0, sizeProperty().fallback());
 }

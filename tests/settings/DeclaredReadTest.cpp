@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A declared setting that has been read keeps its value: every way to change the register makes the next read take the
-// new one, and until then a read takes no lock.
+// A declared setting keeps the value that was read. After any change of the register, the next read returns the new
+// value; until then, reads take no lock.
 
 #include <atomic>
 #include <chrono>
@@ -46,7 +46,7 @@ using support::RegisterProbe;
 using support::TemporaryDirectory;
 using utils::properties::_Register;
 
-/** Settings that have been read, so that they keep their values: those of the user scope, and fallbacks. */
+/** Settings that have been read and keep their values, which are either in the user scope or fallbacks. */
 class KeptValue : public testing::Test {
 protected:
     void SetUp() override {
@@ -67,14 +67,14 @@ protected:
 
     static _Register& settings() { return *_Register::getInstance(); }
 
-    /** A file of the register, opened. */
+    /** Opens a file of the register. */
     static FileHandle* opened(char const* path, FileSystem::FileSystemMode mode) {
         FileHandle* handle = nullptr;
         EXPECT_TRUE(settings().open(QString::fromLatin1(path), &handle, mode)) << path;
         return handle;
     }
 
-    /** An image of a register's user scope, or of all of it, in a file to read. */
+    /** A file, opened for reading, with an image of a register's user scope or of the whole register. */
     FileHandle* image(std::function<void(_Register&)> const& fill, QString const& path = "/user") {
         RegisterProbe other;
         fill(other);
@@ -170,7 +170,7 @@ TEST_F(KeptValue, IsReplacedByAFallbackForAnotherKindOfValue) {
     EXPECT_EQ(Theme::light, theme.get());
 }
 
-TEST_F(KeptValue, IsReplacedInsideAListenerAlready) {
+TEST_F(KeptValue, IsReplacedBeforeListenersAreCalled) {
     std::vector<int> heard;
     Listener const listener{"a/width", [&](std::string const&) { heard.push_back(width.get()); }};
     width.set(2);
@@ -197,7 +197,7 @@ TEST_F(KeptValue, IsReplacedInEveryThread) {
 
 // The register's writers.
 
-TEST_F(KeptValue, IsReplacedByTheRegistersWriterOfItsKind) {
+TEST_F(KeptValue, IsReplacedByAWriteOfTheRegister) {
     settings()._writeInteger(nullptr, "a/width", 2, SCOPE_USER);
     EXPECT_EQ(2, width.get());
     settings()._writeNumber(nullptr, "a/size", 2.5, SCOPE_USER);
@@ -208,7 +208,7 @@ TEST_F(KeptValue, IsReplacedByTheRegistersWriterOfItsKind) {
     EXPECT_EQ(Theme::system, theme.get());
 }
 
-TEST_F(KeptValue, IsReplacedByEveryOtherOfTheRegistersWriters) {
+TEST_F(KeptValue, IsReplacedByAFallbackWhenTheRegisterWritesAnotherKind) {
     std::vector<std::function<void()>> const writers = {
         [] { settings()._writeString(nullptr, "a/width", "2", SCOPE_USER); },
         [] { settings()._writeNumber(nullptr, "a/width", 2, SCOPE_USER); },
@@ -235,7 +235,7 @@ TEST_F(KeptValue, IsReplacedByAWriteToAScopeThatIsSearchedEarlier) {
     EXPECT_EQ(4, height.get());
 }
 
-TEST_F(KeptValue, IsReplacedByThatOfTheNextScopeWhenItIsRemoved) {
+TEST_F(KeptValue, IsReplacedByTheNextScopesWhenItIsRemoved) {
     settings()._writeInteger(nullptr, "a/width", 2, SCOPE_GLOBAL);
     ASSERT_EQ(1, width.get());
     settings().delProperty("a/width", SCOPE_USER);
@@ -275,7 +275,7 @@ TEST_F(KeptValue, IsReplacedByAFallbackWhenAGroupHidesIt) {
     EXPECT_EQ(-1, height.get());
 }
 
-// The file system that the register is.
+// The register as a file system.
 
 TEST_F(KeptValue, IsReplacedByAWriteToTheFile) {
     FileHandle* const file = opened("/user/a/width", FileSystem::MODE_WRITE);
@@ -328,7 +328,7 @@ TEST_F(KeptValue, IsReplacedByAnImageOfTheGroup) {
     EXPECT_EQ(2, width.get());
 }
 
-TEST_F(KeptValue, IsReplacedByAnImageThatIsTheFirstOfItsGroup) {
+TEST_F(KeptValue, IsReplacedByTheFirstImageOfItsGroup) {
     Property<int> const other{"b/width", -1};
     ASSERT_EQ(-1, other.get());
     settings().unserialize("/user/b", *image(fillWithTwo, "/user/a"));
@@ -349,7 +349,7 @@ class KeptValueOfAFile : public testing::Test {
 protected:
     KeptValueOfAFile() { fill(1); }
 
-    /** Writes both files anew. */
+    /** Writes both files. */
     void fill(int value) const {
         saveInteger(user.string(), "a/width", value);
         saveInteger(global.string(), "a/height", value);
@@ -364,7 +364,7 @@ protected:
 
 } // namespace
 
-TEST_F(KeptValueOfAFile, IsReadFirstAfterInitialize) {
+TEST_F(KeptValueOfAFile, IsReadAfterInitialize) {
     initialize(global.string(), user.string());
     EXPECT_EQ(1, width.get());
     EXPECT_EQ(1, height.get());
@@ -420,7 +420,7 @@ protected:
 
 } // namespace
 
-TEST_F(KeptValueOfLiveSettings, IsReadFirstFromTheFile) {
+TEST_F(KeptValueOfLiveSettings, IsReadFromTheFile) {
     inOther("set a/width 1");
     LiveSettings const live(options);
     EXPECT_EQ(1, width.get());
@@ -452,7 +452,7 @@ TEST_F(KeptValueOfLiveSettings, IsReplacedByAFallbackWhenAnotherProcessRemovesIt
     EXPECT_EQ(-1, width.get());
 }
 
-TEST_F(KeptValueOfLiveSettings, IsReplacedByAFallbackWhenAnotherProcessMakesItAGroup) {
+TEST_F(KeptValueOfLiveSettings, IsReplacedByAFallbackWhenAnotherProcessReplacesItByAGroup) {
     inOther("set a/width 1");
     LiveSettings live(options);
     ASSERT_EQ(1, width.get());
@@ -469,7 +469,7 @@ TEST_F(KeptValueOfLiveSettings, IsReplacedByTheAdministratorsValue) {
     EXPECT_EQ(2, width.get());
 }
 
-TEST_F(KeptValueOfLiveSettings, IsReplacedWhenTheyFollowEachOther) {
+TEST_F(KeptValueOfLiveSettings, IsReplacedByTheNextLiveSettings) {
     {
         LiveSettings const live(options);
         width.set(1);
@@ -480,14 +480,14 @@ TEST_F(KeptValueOfLiveSettings, IsReplacedWhenTheyFollowEachOther) {
     EXPECT_EQ(2, width.get());
 }
 
-// The end.
+// The end of the process, and forks.
 
 namespace {
 
 constexpr int held = 7;
 constexpr int failed = 8;
 
-/** Ends the process with `held` or `failed`, as its check says, when it is destroyed. */
+/** When destroyed, ends the process with `held` or `failed`, depending on the check. */
 struct AtEnd {
     ~AtEnd() {
         if (check)
@@ -508,7 +508,7 @@ TEST(KeptValueOfAnEndedRegister, IsReplacedByTheFallback) {
               }));
 }
 
-TEST(KeptValueOfAnEndedRegister, IsThereUntilThen) {
+TEST(KeptValueOfAnEndedRegister, IsKeptUntilThen) {
     EXPECT_EQ(held, inChild([] {
                   static Property<int> const width{"a/width", -1};
                   width.set(1);
@@ -558,9 +558,9 @@ TEST(KeptValueOfAForkedChild, IsItsOwn) {
     EXPECT_EQ(1, width.get());
 }
 
-TEST(AForkedChild, DeclaresSettingsWhateverOtherThreadsWereDeclaring) {
+TEST(AForkedChild, DeclaresSettingsEvenIfOtherThreadsWereDeclaringThem) {
 #ifdef UNDER_A_SANITIZER
-    GTEST_SKIP() << "a child forked beside another thread may find the sanitizer's allocator locked";
+    GTEST_SKIP() << "the sanitizer's allocator may be locked in a child forked while another thread runs";
 #endif
     std::atomic<bool> isDone{false};
     std::thread declaring([&] {
@@ -571,7 +571,7 @@ TEST(AForkedChild, DeclaresSettingsWhateverOtherThreadsWereDeclaring) {
     for (int i = 0; i < 300 && crashes == 0; ++i)
         crashes += inChild(
                        [] {
-                           ::alarm(30); // in place of a wait for ever
+                           ::alarm(30); // for a child that hangs
                            Property<int> const own{"a/own", 1};
                        },
                        support::Leave::atOnce) != 0;
@@ -580,7 +580,7 @@ TEST(AForkedChild, DeclaresSettingsWhateverOtherThreadsWereDeclaring) {
     EXPECT_EQ(0, crashes);
 }
 
-// The lock. A read that waits for it never returns here: the holder waits for the reader.
+// The lock. A read that took it would never return here, because the holder waits for the reader.
 
 namespace {
 
@@ -615,7 +615,7 @@ TEST_F(KeptValue, IsReadWithoutTheLockIfItIsAFallback) {
     EXPECT_EQ(Theme::light, onAnotherThread([&] { return theme.get(); }));
 }
 
-TEST_F(KeptValue, IsReadWithoutTheLockWhateverTheSmallType) {
+TEST_F(KeptValue, IsReadWithoutTheLockForEverySmallType) {
     Property<unsigned> const unsignedValue{"a/unsigned", 1U};
     Property<long> const longValue{"a/long", 2L};
     Property<float> const floatValue{"a/float", 3.0F};

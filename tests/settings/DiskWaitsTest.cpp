@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A program with an fsync of its own, to see what threads hold while they wait for the disk.
+// Locks held by threads that wait for the disk. The program replaces fsync to examine them.
 
 #include <atomic>
 #include <cerrno>
@@ -51,7 +51,7 @@ extern "C" int fsync(int file) {
     return static_cast<int>(::syscall(SYS_fsync, file));
 }
 
-TEST(WaitingForTheDisk, IsDoneWithoutTheLockByASave) {
+TEST(WaitingForTheDisk, ByASaveDoesNotHoldTheLock) {
     support::TemporaryDirectory const directory;
     initialize("", directory.string());
     write("a/x", 1);
@@ -62,7 +62,7 @@ TEST(WaitingForTheDisk, IsDoneWithoutTheLockByASave) {
     EXPECT_EQ(0, flushesUnderTheLock);
 }
 
-TEST(WaitingForTheDisk, IsDoneWithoutTheLockByLiveSettings) {
+TEST(WaitingForTheDisk, ByLiveSettingsDoesNotHoldTheLock) {
     support::TemporaryDirectory const directory;
     LiveOptions options;
     options.userDirectory = directory.string();
@@ -92,7 +92,7 @@ TEST(WaitingForTheDisk, DoesNotDelayAReaderEvenIfTheLockIsHeld) {
     EXPECT_EQ(1, read);
 }
 
-TEST(SavingAgain, KeepsAChangeBackToWhatAFailedSaveHasReplaced) {
+TEST(SavingAgain, SavesAChangeBackToTheValueBeforeAFailedSave) {
     support::TemporaryDirectory const directory;
     LiveOptions options;
     options.userDirectory = directory.string();
@@ -113,8 +113,8 @@ TEST(SavingAgain, KeepsAChangeBackToWhatAFailedSaveHasReplaced) {
     EXPECT_EQ(1, read<int>("a/x"));
 }
 
-// The file is replaced all the same, which the program's own watch notices.
-TEST(SavingAgain, WaitsForItsTimeIfTheFileWasReplacedByASaveThatFailed) {
+// The watch notices that the file was replaced, but must not cause another attempt at once.
+TEST(SavingAgain, IsDelayedEvenIfTheFailedSaveReplacedTheFile) {
     using Clock = std::chrono::steady_clock;
     support::TemporaryDirectory const directory;
     LiveOptions options;
@@ -129,7 +129,7 @@ TEST(SavingAgain, WaitsForItsTimeIfTheFileWasReplacedByASaveThatFailed) {
     write("a/x", 1);
     while (failures < 3)
         std::this_thread::yield();
-    EXPECT_LE(std::chrono::milliseconds(1500), Clock::now() - begin); // after 500 ms, and 1000 more
+    EXPECT_LE(std::chrono::milliseconds(1500), Clock::now() - begin); // the delays are 500 ms and 1000 ms
     EXPECT_FALSE(live.isSaved());
     areDirectoriesBroken = false;
 }

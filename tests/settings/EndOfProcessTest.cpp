@@ -37,7 +37,7 @@ using testing::ElementsAre;
 constexpr int held = 7;
 constexpr int failed = 8;
 
-/** Ends the process with `held` or `failed`, as its check says, when it is destroyed. */
+/** When destroyed, ends the process with `held` or `failed`, depending on the check. */
 struct AtEnd {
     ~AtEnd() {
         if (check)
@@ -55,7 +55,7 @@ std::vector<std::string> filesIn(std::filesystem::path const& directory) {
 
 constexpr char const* exiting = "the process is exiting and its settings have been closed";
 
-/** Runs a child with settings in a directory, and a check in a static object that outlives its register. */
+/** Runs a check in a child with settings in a directory, after the destruction of its register. */
 class AfterTheRegister : public testing::Test {
 protected:
     int check(std::function<bool()> condition) {
@@ -72,7 +72,7 @@ protected:
 
 } // namespace
 
-TEST_F(AfterTheRegister, ReadingFindsNothing) {
+TEST_F(AfterTheRegister, ReadingReportsAMissingProperty) {
     EXPECT_EQ(held, check([] {
                   try {
                       static_cast<void>(read<int>("a/b"));
@@ -83,7 +83,7 @@ TEST_F(AfterTheRegister, ReadingFindsNothing) {
               }));
 }
 
-TEST_F(AfterTheRegister, ReadingWithAFallbackGivesIt) {
+TEST_F(AfterTheRegister, ReadingWithAFallbackReturnsIt) {
     EXPECT_EQ(held, check([] { return read<int>("a/b", 5) == 5; }));
 }
 
@@ -133,7 +133,7 @@ TEST_F(AfterTheRegister, SavingIsRefused) {
               }));
 }
 
-TEST_F(AfterTheRegister, NothingIsLeftBesideTheFile) {
+TEST_F(AfterTheRegister, NoOtherFileIsLeft) {
     EXPECT_EQ(held, check([this] {
                   static_cast<void>(saveSettings());
                   return filesIn(directory.path()) == std::vector<std::string>{"Velmorand.dat"};
@@ -147,7 +147,7 @@ TEST_F(AfterTheRegister, OpeningTheSettingsAgainIsRefused) {
               }));
 }
 
-TEST_F(AfterTheRegister, ANewListenerHearsNothing) {
+TEST_F(AfterTheRegister, ANewListenerIsNotNotified) {
     EXPECT_EQ(held, check([] {
                   QueuedListener const queued{"a"};
                   Listener const listener{"a", [](std::string const&) {}};
@@ -166,7 +166,7 @@ TEST_F(AfterTheRegister, TheLockIsNotWaitedFor) {
               }));
 }
 
-TEST_F(AfterTheRegister, IsNoticedByAProcessThatUsedOnlyTheRegister) {
+TEST_F(AfterTheRegister, ReadingReturnsTheFallbackEvenIfOnlyTheRegisterWasUsed) {
     EXPECT_EQ(held, inChild([] {
                   static AtEnd end;
                   _Register::getInstance()->_writeInteger(nullptr, "a/b", 1, SCOPE_TEMPORARY);

@@ -41,7 +41,7 @@ auto noteIn(Names& names) {
     return [&names](std::string const& name) { names.push_back(name); };
 }
 
-/** A listener to everything among settings that were there before it. */
+/** A listener to everything, created after some settings. */
 class Everything : public testing::Test {
 protected:
     Everything() {
@@ -51,7 +51,7 @@ protected:
         listener = Listener{everything, noteIn(names)};
     }
 
-    /** The names heard since the last call. */
+    /** The names notified since the last call. */
     Names heard() { return std::exchange(names, {}); }
 
     Names names;
@@ -65,47 +65,47 @@ std::size_t numberOfEntries() {
 
 } // namespace
 
-TEST_F(Everything, HearsAChangeInAGroupThatIsThere) {
+TEST_F(Everything, IncludesAChangeInAnExistingGroup) {
     write("old/x", 2);
     write("old/new/y", 2);
     EXPECT_THAT(heard(), ElementsAre("old/x", "old/new/y"));
 }
 
-TEST_F(Everything, HearsAChangeInANewGroup) {
+TEST_F(Everything, IncludesAChangeInANewGroup) {
     write("new/x", 1);
     write("new/x", 2);
     write("new/y", 1);
     EXPECT_THAT(heard(), ElementsAre("new/x", "new/x", "new/y"));
 }
 
-TEST_F(Everything, HearsAPropertyInNoGroup) {
+TEST_F(Everything, IncludesAPropertyWithoutAGroup) {
     write("single", 2, SCOPE_GLOBAL);
     write("another", 1);
     write("another", 2);
     EXPECT_THAT(heard(), ElementsAre("single", "another", "another"));
 }
 
-TEST_F(Everything, HearsEveryScope) {
+TEST_F(Everything, IncludesEveryScope) {
     write("global/x", 1, SCOPE_GLOBAL);
     write("temporary/x", 1, SCOPE_TEMPORARY);
     write("global/x", 1, SCOPE_USER);
     EXPECT_THAT(heard(), ElementsAre("global/x", "temporary/x", "global/x"));
 }
 
-TEST_F(Everything, HearsTheRegistersOwnWriters) {
+TEST_F(Everything, IncludesWritesOfTheRegister) {
     theRegister()._writeInteger(nullptr, "old/x", 2, SCOPE_USER);
     theRegister()._writeStrings(nullptr, "new/x", {"1"}, SCOPE_USER);
     EXPECT_THAT(heard(), ElementsAre("old/x", "new/x"));
 }
 
-TEST_F(Everything, HearsEachNameOnceHoweverItIsSpelt) {
+TEST_F(Everything, IncludesEachNameOnceInAnySpelling) {
     for (char const* const name : {"/a/x", "//b//x", "c//x", "d/", "/e", "//f", "g//", "/old/x", "old//x"}) {
         theRegister()._writeInteger(nullptr, name, 1, SCOPE_USER);
         EXPECT_THAT(heard(), ElementsAre(name));
     }
 }
 
-TEST_F(Everything, HearsARegisterThatGoesTheLongWay) {
+TEST_F(Everything, IncludesMarkedChanges) {
     theRegister().addProperty("new/x", SCOPE_USER);
     theRegister().addGroup("group", SCOPE_USER);
     theRegister().markAsChanged(nullptr, "new/x");
@@ -113,7 +113,7 @@ TEST_F(Everything, HearsARegisterThatGoesTheLongWay) {
     EXPECT_THAT(heard(), ElementsAre("new/x", "group"));
 }
 
-TEST_F(Everything, HearsAnOverrideOfANameThatNoScopeHas) {
+TEST_F(Everything, IncludesAnOverrideOfANameThatNoScopeHas) {
     Property<int> const setting{"fresh/x", 1};
     setting.override(5);
     EXPECT_THAT(heard(), ElementsAre("fresh/x"));
@@ -121,7 +121,7 @@ TEST_F(Everything, HearsAnOverrideOfANameThatNoScopeHas) {
     EXPECT_THAT(heard(), ElementsAre("fresh/x"));
 }
 
-TEST_F(Everything, HearsARemoval) {
+TEST_F(Everything, IncludesARemoval) {
     Property<int> const single{"topmost"};
     single.set(1);
     heard();
@@ -130,7 +130,7 @@ TEST_F(Everything, HearsARemoval) {
     EXPECT_THAT(heard(), ElementsAre("topmost", "old/x"));
 }
 
-TEST_F(Everything, HearsANameThatHasBeenAwayOnce) {
+TEST_F(Everything, IncludesANameThatWasRemovedAndWrittenAgainOnce) {
     Group("old").remove();
     theRegister().delProperty("single", SCOPE_GLOBAL);
     heard();
@@ -139,7 +139,7 @@ TEST_F(Everything, HearsANameThatHasBeenAwayOnce) {
     EXPECT_THAT(heard(), ElementsAre("old/x", "single"));
 }
 
-TEST_F(Everything, HearsChangesOfWhatAFileHasBroughtIn) {
+TEST_F(Everything, IncludesChangesOfPropertiesLoadedFromAFile) {
     auto const image = filesystem::TreeImage::of(theRegister(), "/user");
     theRegister().delProperty("old", SCOPE_USER);
     listener = Listener();
@@ -152,7 +152,7 @@ TEST_F(Everything, HearsChangesOfWhatAFileHasBroughtIn) {
     EXPECT_THAT(heard(), ElementsAre("old/x", "old/x"));
 }
 
-TEST_F(Everything, HearsChangesMadeTogether) {
+TEST_F(Everything, IncludesChangesMadeTogether) {
     Changes changes;
     changes.write("new/x", 1);
     changes.write("another", 1);
@@ -163,7 +163,7 @@ TEST_F(Everything, HearsChangesMadeTogether) {
     EXPECT_THAT(heard(), ElementsAre("new/x"));
 }
 
-TEST_F(Everything, HearsALaterChangeOfWhatCouldNotBeMadeTogether) {
+TEST_F(Everything, IncludesALaterChangeAfterAFailedTransaction) {
     Changes changes;
     changes.write("new/x", 1);
     changes.write("old", 1); // is a group
@@ -173,7 +173,7 @@ TEST_F(Everything, HearsALaterChangeOfWhatCouldNotBeMadeTogether) {
     EXPECT_THAT(heard(), ElementsAre("new/x"));
 }
 
-TEST_F(Everything, LeavesOutItsSender) {
+TEST_F(Everything, SkipsItsSender) {
     int sender = 0;
     listener = Listener{everything, noteIn(names), &sender};
     write("new/x", 1, SCOPE_USER, &sender);
@@ -182,7 +182,7 @@ TEST_F(Everything, LeavesOutItsSender) {
     EXPECT_THAT(heard(), ElementsAre("new/x"));
 }
 
-TEST_F(Everything, IsHeardOnceByEachListener) {
+TEST_F(Everything, IsAnnouncedOnceToEachListener) {
     Names second;
     Names third;
     Listener const early{everything, noteIn(second)};
@@ -195,7 +195,7 @@ TEST_F(Everything, IsHeardOnceByEachListener) {
     EXPECT_THAT(third, ElementsAre("new/x", "newer/x"));
 }
 
-TEST_F(Everything, IsHeardByThoseThatAreLeft) {
+TEST_F(Everything, IsAnnouncedToTheRemainingListeners) {
     {
         Listener const early{everything, [](std::string const&) {}};
     }
@@ -204,7 +204,7 @@ TEST_F(Everything, IsHeardByThoseThatAreLeft) {
     EXPECT_THAT(heard(), ElementsAre("new/x", "old/x"));
 }
 
-TEST_F(Everything, LeavesNothingBehind) {
+TEST_F(Everything, LeavesNoEntries) {
     write("new/x", 1);
     listener = Listener();
     write("newer/x", 1);
@@ -212,7 +212,7 @@ TEST_F(Everything, LeavesNothingBehind) {
     EXPECT_THAT(heard(), ElementsAre("new/x"));
 }
 
-TEST_F(Everything, IsHeardAfterAllHadLeft) {
+TEST_F(Everything, MayBeListenedToAgainWithoutMissingGroups) {
     listener = Listener();
     write("meanwhile/x", 1);
     listener = Listener{everything, noteIn(names)};
@@ -221,7 +221,7 @@ TEST_F(Everything, IsHeardAfterAllHadLeft) {
     EXPECT_THAT(heard(), ElementsAre("meanwhile/x", "new/x"));
 }
 
-TEST_F(Everything, MayBeLeftInsideTheCall) {
+TEST_F(Everything, AllowsRemovingTheListenerInsideTheCall) {
     std::optional<Listener> leaving;
     Names last;
     leaving.emplace(everything, [&](std::string const& name) {
@@ -234,7 +234,7 @@ TEST_F(Everything, MayBeLeftInsideTheCall) {
     EXPECT_THAT(heard(), ElementsAre("new/x", "newer/x"));
 }
 
-TEST_F(Everything, MayBeJoinedInsideACall) {
+TEST_F(Everything, AllowsAddingAListenerInsideTheCall) {
     std::optional<Listener> joining;
     Names later;
     Listener const starter{"new", [&](std::string const&) {
@@ -246,7 +246,7 @@ TEST_F(Everything, MayBeJoinedInsideACall) {
     EXPECT_THAT(later, ElementsAre("new/x"));
 }
 
-TEST_F(Everything, HearsWhatAListenerChangesInANewGroup) {
+TEST_F(Everything, IncludesAListenersChangeInANewGroup) {
     Listener const follower{"new", [](std::string const&) { write("log/x", 1); }};
     write("new/x", 1);
     EXPECT_THAT(heard(), testing::UnorderedElementsAre("new/x", "log/x"));
@@ -271,7 +271,7 @@ TEST_F(Everything, IsCollectedByAQueuedListener) {
     EXPECT_THAT(delivered, ElementsAre("new/x", "single"));
 }
 
-TEST_F(Everything, IsHeardInAForkedChild) {
+TEST_F(Everything, IsAnnouncedInAForkedChild) {
     EXPECT_EQ(0, inChild([this] {
                   write("new/x", 1);
                   write("old/x", 1);
@@ -279,13 +279,13 @@ TEST_F(Everything, IsHeardInAForkedChild) {
               }));
 }
 
-TEST_F(Everything, KeepsNoChildWaitingThatWasForkedWithTheLockHeld) {
+TEST_F(Everything, DoesNotBlockAChildForkedWithTheLockHeld) {
     _Register& settings = theRegister();
     std::lock_guard<boost::recursive_mutex> const lock(*_Register::_mutex);
     EXPECT_EQ(0, inChild([&] { settings.mkdir(QStringLiteral("/user/new")); }, support::Leave::atOnce));
 }
 
-TEST_F(Everything, MayBeHeardUntilTheExit) {
+TEST_F(Everything, IsAnnouncedDuringTheExit) {
     EXPECT_EQ(0, inChild([this] {
                   struct Writer {
                       ~Writer() {
@@ -303,7 +303,7 @@ TEST_F(Everything, MayBeHeardUntilTheExit) {
               }));
 }
 
-TEST(EverythingBeforeTheRegister, MayOutliveIt) {
+TEST(EverythingBeforeTheRegister, ListenersMayOutliveIt) {
     EXPECT_EQ(0, inChild([] {
                   static std::optional<Listener> listener; // destroyed after the register
                   theRegister();
@@ -312,7 +312,7 @@ TEST(EverythingBeforeTheRegister, MayOutliveIt) {
               }));
 }
 
-TEST(EverythingOfManyNames, IsHeard) {
+TEST(EverythingOfManyNames, IsAnnounced) {
     for (int i = 0; i < 20'000; ++i)
         write("name " + std::to_string(i), i, SCOPE_TEMPORARY);
     Names names;

@@ -105,7 +105,7 @@ TEST(Group, ContainsPropertiesAndGroups) {
     EXPECT_FALSE(Group("a").contains("h"));
 }
 
-TEST(Remove, AnnouncesEachPropertyWhenAllAreGone) {
+TEST(Remove, AnnouncesEachPropertyOnceAllAreRemoved) {
     write("a/g/x", 1);
     write("a/g/y", 1);
     std::vector<std::string> names;
@@ -117,7 +117,7 @@ TEST(Remove, AnnouncesEachPropertyWhenAllAreGone) {
     EXPECT_THAT(names, ElementsAre("a/g/x", "a/g/y"));
 }
 
-TEST(Remove, LeavesTheSenderOut) {
+TEST(Remove, SkipsTheSender) {
     write("a/x", 1);
     int sender = 0;
     int calls = 0;
@@ -127,7 +127,7 @@ TEST(Remove, LeavesTheSenderOut) {
     EXPECT_FALSE(isInUserScope("a"));
 }
 
-TEST(Remove, TakesOnePropertyOrGroup) {
+TEST(Remove, RemovesOnePropertyOrGroup) {
     write("a/g/x", 1);
     write("a/y", 1);
     write("a/z", 1);
@@ -154,7 +154,7 @@ TEST(Remove, OfAllKeepsTheScope) {
     EXPECT_EQ(2, read<int>("a/x"));
 }
 
-TEST(Remove, OfAGroupTakesItsEmptyGroupsToo) {
+TEST(Remove, OfAGroupRemovesItsEmptyGroupsToo) {
     _Register::getInstance()->addGroup("a/g/empty", SCOPE_USER);
     Group("a/g").remove();
     EXPECT_FALSE(isInUserScope("a"));
@@ -176,7 +176,7 @@ TEST(Remove, IsDoneEvenIfAListenerThrows) {
     EXPECT_FALSE(isInUserScope("a"));
 }
 
-TEST(Copy, HasTheUsersValuesOrElseTheGlobalOnes) {
+TEST(Copy, HasTheUsersValuesOrOtherwiseTheGlobalOnes) {
     write("a/one/x", 1);
     write("a/one/x", 9, SCOPE_GLOBAL);
     write("a/one/g/y", "text", SCOPE_GLOBAL);
@@ -189,14 +189,14 @@ TEST(Copy, HasTheUsersValuesOrElseTheGlobalOnes) {
     EXPECT_EQ(1, read<int>("a/one/x"));
 }
 
-TEST(Copy, LeavesTemporaryValuesOut) {
+TEST(Copy, OmitsTemporaryValues) {
     write("a/one/x", 1, SCOPE_TEMPORARY);
     write("a/one/y", 1);
     Group("a/one").copy("a/two");
     EXPECT_THAT(Group("a/two").properties(), ElementsAre("y"));
 }
 
-TEST(Copy, PrefersTheUsersWhereOneScopeHasAGroup) {
+TEST(Copy, PrefersTheUsersNameIfTheOtherScopeHasAGroup) {
     write("a/one/x", 1);
     write("a/one/x/y", 2, SCOPE_GLOBAL);
     write("a/one/z/y", 1);
@@ -207,14 +207,14 @@ TEST(Copy, PrefersTheUsersWhereOneScopeHasAGroup) {
     EXPECT_EQ(1, read<int>("a/two/z/y"));
 }
 
-TEST(Copy, HasTheGlobalGroupOfAUsersProperty) {
+TEST(Copy, IncludesTheGlobalGroupOfAUsersProperty) {
     write("a/one", 1);
     write("a/one/x", 2, SCOPE_GLOBAL);
     Group("a/one").copy("a/two");
     EXPECT_EQ(2, read<int>("a/two/x"));
 }
 
-TEST(Copy, RefusesWhatCannotBe) {
+TEST(Copy, RefusesExistingAndInvalidNames) {
     write("a/one/x", 1);
     write("a/two/x", 2, SCOPE_GLOBAL);
     EXPECT_EQ("cannot copy \"a/one\" to \"a/two\": \"a/two\" already exists",
@@ -232,7 +232,7 @@ TEST(Copy, RefusesWhatCannotBe) {
     EXPECT_FALSE(isInUserScope("b"));
 }
 
-TEST(Copy, IntoAPropertyIsRefusedAndLeavesNothing) {
+TEST(Copy, IntoAPropertyIsRefusedAndHasNoEffect) {
     write("a/one/x", 1);
     write("b/y", 1);
     EXPECT_EQ("cannot write \"b/y/z/x\": \"b/y\" is a property",
@@ -246,12 +246,12 @@ TEST(Copy, MayHaveANameThatBeginsWithTheGroups) {
     EXPECT_EQ(1, read<int>("a/one two/x"));
 }
 
-TEST(Copy, OfAnEmptyGroupMakesNothing) {
+TEST(Copy, OfAnEmptyGroupCreatesNothing) {
     Group("a/one").copy("a/two");
     EXPECT_FALSE(isInUserScope("a"));
 }
 
-TEST(Remove, TakesATextOfAnyTypeForAName) {
+TEST(Remove, AcceptsTextOfAnyTypeAsAName) {
     write("a/x", 1);
     write("a/y", 1);
     std::string name("x");
@@ -294,7 +294,7 @@ TEST(Rename, CopiesGlobalSettings) {
     EXPECT_THAT(Group("a/one").properties(), ElementsAre("y"));
 }
 
-TEST(Rename, RemovesTheGroupsThatHaveBecomeEmpty) {
+TEST(Rename, RemovesGroupsThatBecomeEmpty) {
     write("a/deep/one/x", 1);
     Group("a/deep/one").rename("b");
     EXPECT_FALSE(isInUserScope("a"));
@@ -308,7 +308,7 @@ TEST(Rename, ToTheSameNameDoesNothing) {
     EXPECT_EQ(1, read<int>("a/one/x"));
 }
 
-TEST(Rename, RefusesWhatIsThere) {
+TEST(Rename, RefusesAnExistingName) {
     write("a/one/x", 1);
     write("a/two", 2);
     EXPECT_EQ("cannot rename \"a/one\" to \"a/two\": \"a/two\" already exists",
@@ -318,7 +318,7 @@ TEST(Rename, RefusesWhatIsThere) {
     EXPECT_EQ(1, read<int>("a/one/x"));
 }
 
-TEST(Rename, LeavesTheSenderOut) {
+TEST(Rename, SkipsTheSender) {
     write("a/one/x", 1);
     int sender = 0;
     int calls = 0;

@@ -41,7 +41,7 @@ protected:
         LiveOptions options;
         options.userDirectory = (directory / "user").string();
         options.globalDirectory = (directory / "global").string();
-        options.delay = std::chrono::hours(1); // nothing is saved by the way
+        options.delay = std::chrono::hours(1); // saves only on request
         return options;
     }
 
@@ -49,7 +49,7 @@ protected:
 
     ImportReport importOld(LiveSettings& live) const { return importOnce(live, "editor", source); }
 
-    /** What a program that starts now finds; its exit status tells. */
+    /** Runs `body` in a new program with live settings. Result: its exit status. */
     template <class Body>
     [[nodiscard]] int inNewProgram(Body body) const {
         return support::inChild([&] {
@@ -58,14 +58,14 @@ protected:
         });
     }
 
-    /** Runs a program that has one directory as the user's and another as the administrator's. */
+    /** Runs a program with the given user and administrator directories. */
     void runProgram(char const* users, char const* administrators, std::string const& action) const {
         std::string const command = "'" LIVE_PROGRAM "' '" + (directory / users).string() + "' '" +
                                     (directory / administrators).string() + "' " + action;
         EXPECT_EQ(0, std::system(command.c_str()));
     }
 
-    /** Locks a name, in a process of the administrator's. */
+    /** Locks a name in another process, as the administrator. */
     void lock(std::string const& name) const { runProgram("global", "user", "lock " + name); }
 
     support::TemporaryDirectory directory;
@@ -81,7 +81,7 @@ Outcome outcomeOf(ImportReport const& report, std::string const& from) {
     return Outcome::refused;
 }
 
-/** Why a setting was refused. */
+/** The reason why a setting was refused. */
 std::string refusalOf(ImportReport const& report, std::string const& from) {
     for (ImportedSetting const& setting : report.settings)
         if (setting.from == from && setting.outcome == Outcome::refused)
@@ -90,7 +90,7 @@ std::string refusalOf(ImportReport const& report, std::string const& from) {
     return {};
 }
 
-TEST_F(Import, PutsEverythingInPlaceAndRecordsIt) {
+TEST_F(Import, ImportsEverythingAndRecordsIt) {
     putOld(R"({"theme": "dark", "window": {"width": 800}})");
     LiveSettings live(options());
     ImportReport const report = importOld(live);
@@ -142,7 +142,7 @@ TEST_F(Import, HappensAgainOnceTheRecordIsReset) {
     EXPECT_EQ(Outcome::unchanged, outcomeOf(report, "theme"));
 }
 
-TEST_F(Import, OfEachIdIsAMatterOfItsOwn) {
+TEST_F(Import, OfEachIdIsIndependent) {
     putOld(R"({"theme": "dark"})");
     LiveSettings live(options());
     importOld(live);
@@ -151,7 +151,7 @@ TEST_F(Import, OfEachIdIsAMatterOfItsOwn) {
     EXPECT_THROW(importOnce(live, "", {Store::json, old}), utils::Exception);
 }
 
-TEST_F(Import, LooksForAMissingStoreAtEachStart) {
+TEST_F(Import, LooksForAMissingStoreAtEveryStart) {
     LiveSettings live(options());
     EXPECT_EQ(Result::nothingThere, importOld(live).result);
     EXPECT_FALSE(Group().contains("velmorand"));
@@ -159,7 +159,7 @@ TEST_F(Import, LooksForAMissingStoreAtEachStart) {
     EXPECT_EQ(Result::imported, importOld(live).result);
 }
 
-TEST_F(Import, KeepsWhatTheUserHasSaved) {
+TEST_F(Import, KeepsValuesThatTheUserHasSaved) {
     putOld(R"({"theme": "dark", "size": 1})");
     EXPECT_EQ(0, inNewProgram([](LiveSettings&) { write("editor/theme", "light"); }));
     LiveSettings live(options());
@@ -169,7 +169,7 @@ TEST_F(Import, KeepsWhatTheUserHasSaved) {
     EXPECT_EQ("light", read<std::string>("editor/theme"));
 }
 
-TEST_F(Import, KeepsWhatThisProcessHasChangedAndNotSaved) {
+TEST_F(Import, KeepsUnsavedChangesOfThisProcess) {
     putOld(R"({"theme": "dark"})");
     LiveSettings live(options());
     write("editor/theme", "light");
@@ -177,7 +177,7 @@ TEST_F(Import, KeepsWhatThisProcessHasChangedAndNotSaved) {
     EXPECT_EQ("light", read<std::string>("editor/theme"));
 }
 
-TEST_F(Import, KeepsWhatAnotherRunningProgramHasSaved) {
+TEST_F(Import, KeepsValuesThatAnotherProgramHasSaved) {
     putOld(R"({"theme": "dark"})");
     LiveSettings live(options());
     runProgram("user", "global", "set editor/theme 5");
@@ -201,7 +201,7 @@ TEST_F(Import, GivesValuesTheKindsThatTheProgramDeclares) {
     EXPECT_EQ(7, wrong.get());
 }
 
-TEST_F(Import, RefusesWhatTheDeclarationsDoNotAllow) {
+TEST_F(Import, RefusesValuesThatTheDeclarationsDoNotAllow) {
     putOld(R"({"size": 80, "theme": "pink", "sizes": [8, 80], "even": 3, "tabs": 70000, "ok": 12})");
     Property<double> const size{"editor/size", 11.0, range(6.0, 72.0)};
     Property<std::string> const theme{"editor/theme", "light", choices({"light", "dark"})};
@@ -220,7 +220,7 @@ TEST_F(Import, RefusesWhatTheDeclarationsDoNotAllow) {
     EXPECT_THAT(Group("editor").properties(), ElementsAre("ok"));
 }
 
-TEST_F(Import, RefusesAKindOfTheMapThatIsNotTheDeclaredOne) {
+TEST_F(Import, RefusesAKindInTheMapThatDiffersFromTheDeclaration) {
     putOld(R"({"size": 12})");
     source.map = ImportMap("size -> editor/size as integer");
     Property<double> const size{"editor/size", 11.0};
@@ -229,7 +229,7 @@ TEST_F(Import, RefusesAKindOfTheMapThatIsNotTheDeclaredOne) {
     EXPECT_FALSE(size.isSet());
 }
 
-TEST_F(Import, RefusesTheFirstOfTwoWithOneNewNameIfItIsNotAllowedAndTakesTheSecond) {
+TEST_F(Import, TakesTheSecondOfTwoWithTheSameNewNameIfTheFirstIsNotAllowed) {
     putOld(R"({"a": 80, "b": 12})");
     source.map = ImportMap("a -> size\nb -> size");
     Property<double> const size{"size", 11.0, range(6.0, 72.0)};
@@ -240,7 +240,7 @@ TEST_F(Import, RefusesTheFirstOfTwoWithOneNewNameIfItIsNotAllowedAndTakesTheSeco
     EXPECT_EQ(12.0, size.get());
 }
 
-TEST_F(Import, RefusesWhatTheAdministratorHasLocked) {
+TEST_F(Import, RefusesLockedSettings) {
     putOld(R"({"theme": "dark", "size": 12})");
     lock("editor/theme");
     LiveSettings live(options());
@@ -251,7 +251,7 @@ TEST_F(Import, RefusesWhatTheAdministratorHasLocked) {
     EXPECT_THAT(Group("editor").properties(SCOPE_USER), ElementsAre("size"));
 }
 
-TEST_F(Import, RefusesWhatIsInAGroupThatHasBeenLockedSinceTheProgramStarted) {
+TEST_F(Import, RefusesSettingsInAGroupLockedSinceTheProgramStarted) {
     putOld(R"({"window": {"width": 800}, "size": 12})");
     LiveSettings live(options());
     lock("editor/window");
@@ -261,7 +261,7 @@ TEST_F(Import, RefusesWhatIsInAGroupThatHasBeenLockedSinceTheProgramStarted) {
     EXPECT_FALSE(Group("editor").contains("window", SCOPE_USER));
 }
 
-TEST_F(Import, NotifiesListenersWhenAllIsInPlace) {
+TEST_F(Import, NotifiesListenersOnceAllSettingsAreImported) {
     putOld(R"({"a": 1, "b": 2})");
     LiveSettings live(options());
     std::vector<std::string> heard;
@@ -277,7 +277,7 @@ TEST_F(Import, NotifiesListenersWhenAllIsInPlace) {
     EXPECT_THAT(heard, UnorderedElementsAre("editor/a", "editor/b", "velmorand/imported/editor"));
 }
 
-TEST_F(Import, OfAStoreThatCannotBeReadChangesNothingAndIsTriedAgain) {
+TEST_F(Import, OfAnUnreadableStoreChangesNothingAndIsRepeated) {
     putOld(R"({"theme": "da)");
     LiveSettings live(options());
     ImportReport const report = importOld(live);
@@ -325,7 +325,7 @@ std::string manySettings(int count) {
     return json + "}";
 }
 
-/** The processes that a test has started, which wait for one signal to go on. */
+/** Starts processes that wait for a common signal. */
 class Starters {
 public:
     Starters() { EXPECT_EQ(0, ::pipe(_gate.data())); }
@@ -363,7 +363,7 @@ private:
     std::array<int, 2> _gate{};
 };
 
-TEST_F(Import, OfProcessesThatStartTogetherOneDoesIt) {
+TEST_F(Import, IsDoneByOneOfSeveralProcessesThatStartTogether) {
     constexpr int count = 300;
     putOld(manySettings(count));
     for (int round = 0; round < 50; ++round) {
@@ -387,7 +387,7 @@ TEST_F(Import, OfProcessesThatStartTogetherOneDoesIt) {
     }
 }
 
-TEST_F(Import, OfAProcessThatIsKilledIsWholeOrHasNotHappened) {
+TEST_F(Import, ByAProcessThatIsKilledIsCompleteOrHasNoEffect) {
     constexpr int count = 300;
     putOld(manySettings(count));
     int done = 0;
@@ -402,7 +402,7 @@ TEST_F(Import, OfAProcessThatIsKilledIsWholeOrHasNotHappened) {
             return 0;
         });
         starters.go();
-        ::usleep(static_cast<::useconds_t>(round * 250)); // anywhere between the start and the end
+        ::usleep(static_cast<::useconds_t>(round * 250)); // at any point between the start and the end
         ::kill(child, SIGKILL);
         Starters::statusOf(child);
         int const status = inNewProgram([&](LiveSettings& live) {
@@ -415,7 +415,7 @@ TEST_F(Import, OfAProcessThatIsKilledIsWholeOrHasNotHappened) {
         ASSERT_THAT(status, testing::AnyOf(2, 3)) << "round " << round;
         done += status == 2 ? 1 : 0;
     }
-    std::cout << done << " of " << rounds << " imports were whole\n";
+    std::cout << done << " of " << rounds << " imports were completed\n";
 }
 
 } // namespace

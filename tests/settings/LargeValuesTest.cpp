@@ -12,7 +12,7 @@
 
 using namespace velmorand;
 
-// A record gives a length 31 bits. A longer value would be stored cut off, or as nothing.
+// A length in a record has 31 bits. Longer values must be refused, because they would be stored truncated or empty.
 
 namespace {
 

@@ -7,7 +7,7 @@
 
 using namespace velmorand;
 
-TEST(Level, ComesBackAsTheText) {
+TEST(Level, IsDecodedToTheText) {
     for (std::string const& text :
          {std::string("plain"), std::string("Größe"), std::string(), std::string("."), std::string(".."),
           std::string("a/b"), std::string("%"), std::string("%2F"), std::string("100 %"),
@@ -20,18 +20,18 @@ TEST(Level, ComesBackAsTheText) {
     }
 }
 
-TEST(Level, KeepsMostTextsAsTheyAre) {
+TEST(Level, DoesNotChangeMostTexts) {
     EXPECT_EQ("My Größe #1", levelFrom("My Größe #1"));
     EXPECT_EQ("a%2Fb", levelFrom("a/b"));
     EXPECT_EQ("%2E%2E", levelFrom(".."));
 }
 
-TEST(Level, EscapesDotsOnlyWhereTheyAreTheWholeText) {
+TEST(Level, EscapesDotsOnlyIfTheyAreTheWholeText) {
     EXPECT_EQ("%2E", levelFrom("."));
     EXPECT_EQ("a.%2F..ö", levelFrom("a./..ö"));
 }
 
-TEST(Level, ThatNoTextBecomesIsTakenAsItIs) {
+TEST(Level, ThatIsNotEncodedIsNotChanged) {
     EXPECT_EQ("%2", textFrom("%2"));
     EXPECT_EQ("%zz", textFrom("%zz"));
     EXPECT_EQ("a%", textFrom("a%"));

@@ -39,20 +39,20 @@ protected:
 
 } // namespace
 
-TEST_F(ListenerHandle, IsToldOfAChangeInItsGroup) {
+TEST_F(ListenerHandle, IsNotifiedOfAChangeInItsGroup) {
     Listener const listener{"a", note()};
     write("a/b", 1);
     write("c/d", 1);
     EXPECT_THAT(names, ElementsAre("a/b"));
 }
 
-TEST_F(ListenerHandle, LeavesAtTheEndOfItsScope) {
+TEST_F(ListenerHandle, IsRemovedAtTheEndOfItsScope) {
     { Listener const listener{"a", note()}; }
     write("a/b", 1);
     EXPECT_THAT(names, IsEmpty());
 }
 
-TEST_F(ListenerHandle, LeavesOutItsSender) {
+TEST_F(ListenerHandle, SkipsItsSender) {
     int sender = 0;
     Listener const listener{"a", note(), &sender};
     write("a/b", 1, SCOPE_USER, &sender);
@@ -60,13 +60,13 @@ TEST_F(ListenerHandle, LeavesOutItsSender) {
     EXPECT_THAT(names, ElementsAre("a/c"));
 }
 
-TEST_F(ListenerHandle, WithoutASenderHearsThoseThatHaveNone) {
+TEST_F(ListenerHandle, WithoutASenderIsNotifiedOfWritesWithoutASender) {
     Listener const listener{"a", note()};
     write("a/b", 1, SCOPE_USER, nullptr);
     EXPECT_THAT(names, ElementsAre("a/b"));
 }
 
-TEST_F(ListenerHandle, TakesACallableThatOnlyMoves) {
+TEST_F(ListenerHandle, AcceptsAMoveOnlyCallable) {
     auto target = std::make_unique<std::string>();
     std::string const& heard = *target;
     Listener const listener{"a", [target = std::move(target)](std::string const& name) { *target = name; }};
@@ -86,7 +86,7 @@ TEST_F(ListenerHandle, MovesWithItsEntry) {
     EXPECT_THAT(names, ElementsAre("a/b"));
 }
 
-TEST_F(ListenerHandle, LeavesWhenAnotherIsAssigned) {
+TEST_F(ListenerHandle, IsRemovedWhenAnotherIsAssigned) {
     std::vector<std::string> others;
     Listener listener{"a", note()};
     listener = Listener{"a", [&](std::string const& name) { others.push_back(name); }};
@@ -103,7 +103,7 @@ TEST_F(ListenerHandle, MayBeDestroyedInsideItsOwnCall) {
         long& result = uses;
         auto const& shared = held;
         listener.reset();
-        result = shared.use_count(); // what the callable holds lives until it returns
+        result = shared.use_count(); // the callable is not destroyed before it returns
     });
     write("a/b", 1);
     write("a/b", 2);
@@ -119,7 +119,7 @@ TEST_F(ListenerHandle, MayBeDestroyedByAnotherListenerOfTheRound) {
     EXPECT_THAT(names, IsEmpty());
 }
 
-TEST_F(ListenerHandle, DestroyedOnAnotherThreadWaitsForACallUnderWay) {
+TEST_F(ListenerHandle, DestroyedOnAnotherThreadWaitsForARunningCall) {
     std::atomic<bool> destroyed{false};
     bool destroyedInside = true;
     std::thread destroyer;
@@ -139,20 +139,20 @@ TEST_F(ListenerHandle, DestroyedOnAnotherThreadWaitsForACallUnderWay) {
     EXPECT_TRUE(destroyed);
 }
 
-TEST_F(ListenerHandle, GivesTheWriterWhatItThrows) {
+TEST_F(ListenerHandle, PassesItsExceptionToTheWriter) {
     Listener const listener{"a", [](std::string const&) { throw utils::Exception("no"); }};
     EXPECT_EQ("no", failure([] { write("a/b", 1); }));
     EXPECT_EQ(1, read<int>("a/b"));
 }
 
-TEST_F(ListenerHandle, TakesAKeyWithMoreSlashes) {
+TEST_F(ListenerHandle, AcceptsAKeyWithMoreSlashes) {
     Listener const group{"/a//b/", note()};
     Listener const property{"a//b//x/", note()};
     write("a/b/x", 1);
     EXPECT_THAT(names, ElementsAre("a/b/x", "a/b/x"));
 }
 
-TEST_F(ListenerHandle, IsNeverCalledUnderAKeyThatNothingCanHave) {
+TEST_F(ListenerHandle, IsNeverCalledForAnInvalidKey) {
     Listener const here{"a/./b", note()};
     Listener const above{"a/..", note()};
     write("a/b", 1);
@@ -160,7 +160,7 @@ TEST_F(ListenerHandle, IsNeverCalledUnderAKeyThatNothingCanHave) {
     EXPECT_THAT(names, IsEmpty());
 }
 
-TEST_F(ListenerHandle, HearsANameOfTheRegistersAsFarAsItIsClean) {
+TEST_F(ListenerHandle, IsNotifiedOfANameOfTheRegisterUpToItsFirstExtraSlash) {
     Listener const property{"a/b/x", note()};
     Listener const inner{"a/b", note()};
     Listener const outer{"a", note()};
@@ -183,7 +183,7 @@ TEST_F(ListenerHandle, IsCalledWithTheLockHeld) {
     EXPECT_FALSE(isFree);
 }
 
-TEST_F(ListenerHandle, MadeFirstMayOutliveTheRegister) {
+TEST_F(ListenerHandle, CreatedFirstMayOutliveTheRegister) {
     EXPECT_EQ(0, inChild([] {
                   static std::optional<Listener> listener; // destroyed after the register
                   _Register::getInstance();
@@ -192,7 +192,7 @@ TEST_F(ListenerHandle, MadeFirstMayOutliveTheRegister) {
               }));
 }
 
-TEST_F(ListenerHandle, IsNotToldOfChangesAtExitAfterItIsGone) {
+TEST_F(ListenerHandle, IsNotNotifiedOfChangesAtExitAfterItsDestruction) {
     EXPECT_EQ(0, inChild([] {
                   struct Writer {
                       ~Writer() { write("a/b", 1, SCOPE_TEMPORARY); }

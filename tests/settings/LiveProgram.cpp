@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// usage: live-program USER-DIRECTORY GLOBAL-DIRECTORY {set NAME INTEGER | delete NAME | group NAME | lock NAME | get NAME}...
+// usage: live-program USER-DIRECTORY GLOBAL-DIRECTORY
+//                     {set NAME INTEGER | delete NAME | group NAME | lock NAME | get NAME}...
 //
-// A program with live settings that does one thing after the other and ends. "get" prints the integer, or "-"; "lock"
-// locks one name, and no other, for programs that have its user directory as their global one.
+// A program with live settings that makes the given changes in order and ends. "get" prints the integer, or "-". "lock"
+// replaces the list of locked names by one name, for programs whose global directory is this program's user directory.
 
 #include <cstdlib>
 #include <iostream>

@@ -44,7 +44,7 @@ using testing::UnorderedElementsAre;
 
 namespace fs = std::filesystem;
 
-/** Directories of the test's own, and live settings in them that save only when they are told to. */
+/** Temporary directories, and options for live settings in them that are saved only on request. */
 class Live : public testing::Test {
 protected:
     Live() {
@@ -62,12 +62,12 @@ protected:
     [[nodiscard]] fs::path file() const { return fs::path(options.userDirectory) / "Velmorand.dat"; }
     [[nodiscard]] fs::path globalFile() const { return fs::path(options.globalDirectory) / "Velmorand.dat"; }
 
-    /** Another process with live settings in the same directories. Result: what it prints. */
+    /** Runs another process with live settings in the same directories. Result: its output. */
     std::string inOther(std::string const& actions) const {
         return run(options.userDirectory, options.globalDirectory, actions);
     }
 
-    /** The same, for the administrator's settings. */
+    /** Runs another process that changes the administrator's settings. */
     void administer(std::string const& actions) const {
         run(options.globalDirectory, options.userDirectory, actions);
     }
@@ -82,7 +82,7 @@ protected:
         return printed;
     }
 
-    /** What a process that opens the settings now reads; -1 for nothing. */
+    /** The value that a new process reads; -1 if the property does not exist. */
     int stored(std::string const& name) const {
         std::string const printed = inOther("get " + name);
         return printed == "-\n" ? -1 : std::stoi(printed);
@@ -112,7 +112,7 @@ std::string bytes(fs::path const& file) {
 
 } // namespace
 
-TEST_F(Live, SaveWhatHasChangedWhenTheyEnd) {
+TEST_F(Live, SaveChangesWhenTheyEnd) {
     {
         LiveSettings const live(options);
         write("a/x", 1);
@@ -143,7 +143,7 @@ TEST_F(Live, WriteNothingIfNothingHasChanged) {
     EXPECT_THAT(namesInUserDirectory(), IsEmpty());
 }
 
-TEST_F(Live, LeaveTheFileAloneIfNothingHasChanged) {
+TEST_F(Live, DoNotReplaceTheFileIfNothingHasChanged) {
     inOther("set a/x 1");
     struct stat before = {};
     ASSERT_EQ(0, ::stat(file().c_str(), &before));
@@ -157,7 +157,7 @@ TEST_F(Live, LeaveTheFileAloneIfNothingHasChanged) {
     EXPECT_EQ(before.st_ino, after.st_ino);
 }
 
-TEST_F(Live, KeepWhatAnotherProcessHasSaved) {
+TEST_F(Live, KeepValuesThatAnotherProcessHasSaved) {
     LiveSettings live(options);
     write("a/mine", 1);
     inOther("set a/theirs 2");
@@ -187,7 +187,7 @@ TEST_F(Live, KeepADeletionByAnotherProcess) {
     EXPECT_EQ(2, stored("a/y"));
 }
 
-TEST_F(Live, DeleteFromTheFileWhatIsDeletedHere) {
+TEST_F(Live, DeleteFromTheFileWhatThisProcessDeletes) {
     inOther("set a/x 1 set a/y 1");
     LiveSettings live(options);
     _Register::getInstance()->delProperty("a/x", SCOPE_USER);
@@ -196,7 +196,7 @@ TEST_F(Live, DeleteFromTheFileWhatIsDeletedHere) {
     EXPECT_EQ(1, stored("a/y"));
 }
 
-TEST_F(Live, DeleteAGroupButForWhatIsNewInIt) {
+TEST_F(Live, DeleteAGroupExceptForNewSettingsInIt) {
     inOther("set a/x 1 set a/y 1");
     LiveSettings live(options);
     _Register::getInstance()->delProperty("a", SCOPE_USER);
@@ -237,7 +237,7 @@ TEST_F(Live, ResolveANameThatIsAGroupHereAndAPropertyThere) {
     EXPECT_EQ(1, stored("a/x"));
 }
 
-TEST_F(Live, TakeAPropertyThatHasBecomeAGroupElsewhere) {
+TEST_F(Live, FollowAPropertyThatHasBecomeAGroupElsewhere) {
     inOther("set a 1");
     LiveSettings live(options);
     inOther("delete a set a/x 2");
@@ -267,7 +267,7 @@ TEST_F(Live, KeepThePreviousFile) {
     EXPECT_THAT(namesInUserDirectory(), UnorderedElementsAre("Velmorand.dat", "Velmorand.dat.previous"));
 }
 
-TEST_F(Live, MakeAFileAgainThatHasBeenRemoved) {
+TEST_F(Live, CreateARemovedFileAgain) {
     LiveSettings live(options);
     write("a/x", 1);
     ASSERT_TRUE(live.sync().saved);
@@ -289,7 +289,7 @@ TEST_F(Live, SaveEverythingWithTheNextChangeIfTheFileHasBeenRemoved) {
     EXPECT_EQ(2, stored("a/y"));
 }
 
-TEST_F(Live, LeaveARemovedFileMissingIfNothingChanges) {
+TEST_F(Live, DoNotCreateARemovedFileIfNothingChanges) {
     {
         LiveSettings const live(options);
         write("a/x", 1);
@@ -300,7 +300,7 @@ TEST_F(Live, LeaveARemovedFileMissingIfNothingChanges) {
     EXPECT_FALSE(fs::exists(file()));
 }
 
-TEST_F(Live, MakeTheirDirectoryForTheUserAlone) {
+TEST_F(Live, CreateTheirDirectoryForTheUserOnly) {
     fs::remove_all(options.userDirectory);
     options.userDirectory = (directory / "new" / "user").string();
     LiveSettings const live(options);
@@ -311,7 +311,7 @@ TEST_F(Live, MakeTheirDirectoryForTheUserAlone) {
     }
 }
 
-TEST_F(Live, AreFoundWhereTheEnvironmentSays) {
+TEST_F(Live, UseTheDirectoriesOfTheEnvironment) {
     ASSERT_EQ(0, ::setenv("XDG_CONFIG_HOME", directory.path().c_str(), 1));
     ASSERT_EQ(0, ::setenv("XDG_CONFIG_DIRS", ("/nowhere:" + directory.string()).c_str(), 1));
     LiveSettings const live;
@@ -319,13 +319,13 @@ TEST_F(Live, AreFoundWhereTheEnvironmentSays) {
     EXPECT_EQ("/nowhere/velmorand", live.globalDirectory());
 }
 
-TEST_F(Live, AreOneAtATime) {
+TEST_F(Live, ExistOnlyOnceAtATime) {
     LiveSettings const live(options);
     EXPECT_EQ("this process already has a LiveSettings, and can have only one at a time",
               failure([this] { LiveSettings const second(options); }));
 }
 
-TEST_F(Live, MustBeTheFirstUseOfTheRegister) {
+TEST_F(Live, RefuseARegisterThatHasBeenUsed) {
     EXPECT_EQ(0, inChild([this] {
                   static_cast<void>(read<int>("a/x", 0));
                   EXPECT_THAT(failure([this] { LiveSettings const live(options); }),
@@ -338,7 +338,7 @@ TEST_F(Live, MustBeTheFirstUseOfTheRegister) {
               }));
 }
 
-TEST_F(Live, MayFollowEachOther) {
+TEST_F(Live, MayBeCreatedAgain) {
     {
         LiveSettings const first(options);
         write("a/x", 1);
@@ -351,13 +351,13 @@ TEST_F(Live, MayFollowEachOther) {
     EXPECT_THAT(heard, ElementsAre("a/x"));
 }
 
-TEST_F(Live, RefuseToBeOpenedInAnotherWayAsWell) {
+TEST_F(Live, PreventOpeningTheSettingsInAnotherWay) {
     LiveSettings const live(options);
     EXPECT_EQ("cannot open the settings: LiveSettings has already opened them",
               failure([this] { initialize("", options.userDirectory); }));
 }
 
-TEST_F(Live, AnnounceWhatOthersHaveChangedTogether) {
+TEST_F(Live, AnnounceTheChangesOfAnotherProcessTogether) {
     inOther("set a/x 1 set a/y 1 set a/z 1");
     LiveSettings live(options);
     std::vector<std::string> heard;
@@ -371,7 +371,7 @@ TEST_F(Live, AnnounceWhatOthersHaveChangedTogether) {
     EXPECT_THAT(heard, ElementsAre("a/x=20", "a/y=20"));
 }
 
-TEST_F(Live, LetAListenerToEverythingHearNewGroups) {
+TEST_F(Live, AnnounceNewGroupsToAListenerToEverything) {
     inOther("set a/x 1 set single 1");
     LiveSettings live(options);
     std::vector<std::string> heard;
@@ -381,7 +381,7 @@ TEST_F(Live, LetAListenerToEverythingHearNewGroups) {
     EXPECT_THAT(heard, ElementsAre("a/x", "b/y", "c", "single"));
 }
 
-TEST_F(Live, LetEveryListenerHearEvenIfOneThrows) {
+TEST_F(Live, NotifyEveryListenerEvenIfOneThrows) {
     LiveSettings live(options);
     std::vector<std::string> heard;
     Listener const throwing{"a/x", [](std::string const&) { throw std::runtime_error("no"); }};
@@ -393,7 +393,7 @@ TEST_F(Live, LetEveryListenerHearEvenIfOneThrows) {
     EXPECT_THAT(heard, ElementsAre("b", "b"));
 }
 
-TEST_F(Live, LetTheOtherListenersOfANameHearEvenIfOneThrows) {
+TEST_F(Live, NotifyTheOtherListenersOfANameEvenIfOneThrows) {
     LiveSettings live(options);
     std::vector<std::string> heard;
     Listener const first{"a/x", [&](std::string const&) { heard.emplace_back("first"); }};
@@ -414,7 +414,7 @@ TEST_F(Live, LetTheOtherListenersOfANameHearEvenIfOneThrows) {
     EXPECT_FALSE(queued.empty());
 }
 
-TEST_F(Live, LeaveTheExceptionToAListenerThatWritesItself) {
+TEST_F(Live, PassTheExceptionToAListenerThatWrites) {
     LiveSettings live(options);
     std::string caught;
     Listener const throwing{"b", [](std::string const&) { throw std::runtime_error("no"); }};
@@ -431,7 +431,7 @@ TEST_F(Live, LeaveTheExceptionToAListenerThatWritesItself) {
     EXPECT_THROW(write("b", 2), std::runtime_error);
 }
 
-TEST_F(Live, LetTheOtherListenersHearEvenIfACallbackOfTheRegisterThrows) {
+TEST_F(Live, NotifyTheOtherListenersEvenIfACallbackOfTheRegisterThrows) {
     struct Throwing : _Register::Callback {
         void* owner() override { return this; }
         void propertyChanged(std::string const& /*name*/) override { throw std::runtime_error("no"); }
@@ -454,7 +454,7 @@ TEST_F(Live, LetTheOtherListenersHearEvenIfACallbackOfTheRegisterThrows) {
     _Register::getInstance()->removeCallback(&throwing);
 }
 
-TEST_F(Live, SurviveThatAListenerRemovesAnotherAfterACallbackOfTheRegisterHasThrown) {
+TEST_F(Live, AllowAListenerToRemoveAnotherAfterACallbackOfTheRegisterHasThrown) {
     struct Throwing : _Register::Callback {
         void* owner() override { return this; }
         void propertyChanged(std::string const& /*name*/) override { throw std::runtime_error("no"); }
@@ -500,7 +500,7 @@ TEST_F(Live, FollowTheAdministratorsLocks) {
     EXPECT_EQ(1, property.get());
 }
 
-TEST_F(Live, AnnounceWhatALockPutsInForce) {
+TEST_F(Live, AnnounceValuesChangedByALock) {
     inOther("set a/other 1 set a/same 3 set a/deep/x 1 set b/x 1");
     administer("set a/other 2 set a/same 3 set a/unset 4");
     LiveSettings live(options);
@@ -523,7 +523,7 @@ TEST_F(Live, AnnounceWhatALockPutsInForce) {
     EXPECT_THAT(values, ElementsAre(1));
 }
 
-TEST_F(Live, AnnounceWhatALockPutsInForceInPlaceOfAGroup) {
+TEST_F(Live, AnnounceAValueThatALockPutsInPlaceOfAGroup) {
     inOther("set a/x/y 1");
     administer("set a/x 2");
     LiveSettings live(options);
@@ -535,7 +535,7 @@ TEST_F(Live, AnnounceWhatALockPutsInForceInPlaceOfAGroup) {
     EXPECT_EQ(2, read<int>("a/x"));
 }
 
-TEST_F(Live, AnnounceWhatALockPutsInForceInPlaceOfAnOverride) {
+TEST_F(Live, AnnounceAValueThatALockPutsInPlaceOfAnOverride) {
     LiveSettings live(options);
     Property<int> const property{"a/x"};
     property.override(9);
@@ -558,7 +558,7 @@ TEST_F(Live, AnnounceALockTogetherWithTheAdministratorsValue) {
     EXPECT_THAT(seen, ElementsAre(2));
 }
 
-TEST_F(Live, SayWhetherAllIsSaved) {
+TEST_F(Live, ReportWhetherEverythingIsSaved) {
     LiveSettings live(options);
     EXPECT_TRUE(live.isSaved());
     write("a/x", 1);
@@ -567,7 +567,7 @@ TEST_F(Live, SayWhetherAllIsSaved) {
     EXPECT_TRUE(live.isSaved());
 }
 
-TEST_F(Live, AreSavedByAPlainSaveToo) {
+TEST_F(Live, AreAlsoSavedByAPlainSave) {
     LiveSettings const live(options);
     write("a/x", 1);
     EXPECT_TRUE(saveSettings().saved);
@@ -575,7 +575,7 @@ TEST_F(Live, AreSavedByAPlainSaveToo) {
     EXPECT_EQ(1, stored("a/x"));
 }
 
-TEST_F(Live, PutThePreviousFileInPlaceOfADamagedOne) {
+TEST_F(Live, ReplaceADamagedFileByThePreviousOne) {
     inOther("set a/x 1");
     inOther("set a/x 2");
     damage(file());
@@ -599,7 +599,7 @@ TEST_F(Live, StartEmptyIfThePreviousFileIsDamagedToo) {
     EXPECT_EQ(1U, live.events().size());
 }
 
-TEST_F(Live, KeepAHandfulOfDamagedFiles) {
+TEST_F(Live, KeepALimitedNumberOfDamagedFiles) {
     for (int i = 0; i < 8; ++i) {
         damage(file());
         inOther("");
@@ -610,7 +610,7 @@ TEST_F(Live, KeepAHandfulOfDamagedFiles) {
     EXPECT_EQ(5, kept);
 }
 
-TEST_F(Live, MendAFileThatIsDamagedWhileTheyRun) {
+TEST_F(Live, RepairAFileThatIsDamagedWhileTheyRun) {
     LiveSettings live(options);
     write("a/x", 1);
     ASSERT_TRUE(live.sync().saved);
@@ -625,7 +625,7 @@ TEST_F(Live, MendAFileThatIsDamagedWhileTheyRun) {
     EXPECT_EQ(2, stored("a/y"));
 }
 
-TEST_F(Live, IgnoreADamagedAdministratorsFileUntilItIsMended) {
+TEST_F(Live, IgnoreADamagedAdministratorsFileUntilItIsRepaired) {
     damage(globalFile());
     LiveSettings live(options);
     ASSERT_EQ(1U, events.size());
@@ -637,7 +637,7 @@ TEST_F(Live, IgnoreADamagedAdministratorsFileUntilItIsMended) {
     EXPECT_EQ(1, read<int>("a/x"));
 }
 
-TEST_F(Live, LeaveAFileAloneThatIsOfALaterVersion) {
+TEST_F(Live, DoNotChangeAFileOfALaterVersion) {
     std::string const later("\xD9\xD9\xF7\x83\x02\x00\xD8\x18\x41\xA0", 10);
     std::ofstream(file(), std::ios::binary) << later;
     EXPECT_THAT(failure([this] { LiveSettings const live(options); }),
@@ -651,7 +651,7 @@ TEST_F(Live, RefuseAFileThatCannotBeRead) {
     EXPECT_TRUE(fs::is_directory(file()));
 }
 
-TEST_F(Live, MayBeMadeAfterAFailure) {
+TEST_F(Live, MayBeCreatedAfterAFailure) {
     fs::create_directory(file());
     EXPECT_NE("", failure([this] { LiveSettings const live(options); }));
     fs::remove(file());
@@ -688,7 +688,7 @@ TEST_F(Live, SaveNothingInAForkedChild) {
     EXPECT_EQ(1, stored("a/x"));
 }
 
-TEST_F(Live, SaveAtTheExitOfAProcessThatDoesNotEndThem) {
+TEST_F(Live, SaveAtTheExitIfTheyAreNotDestroyed) {
     ASSERT_EQ(0, inChild([this] {
                   auto* const live = new LiveSettings(options); // NOLINT: never destroyed
                   write("a/x", 1);
@@ -697,7 +697,7 @@ TEST_F(Live, SaveAtTheExitOfAProcessThatDoesNotEndThem) {
     EXPECT_EQ(1, stored("a/x"));
 }
 
-TEST_F(Live, DoNotUndoAtTheirEndWhatOthersHaveSaved) {
+TEST_F(Live, DoNotUndoTheSavesOfOthersAtTheirEnd) {
     inOther("set a/x 1");
     {
         LiveSettings const idle(options);
@@ -728,12 +728,12 @@ TEST_F(Live, SaveAtAnExitFromAnotherThread) {
 
 namespace {
 
-/** Live settings whose own thread saves and listens. */
-class LiveByThemselves : public Live {
+/** Live settings that are saved and updated by their background thread. */
+class LiveInBackground : public Live {
 protected:
-    LiveByThemselves() { options.delay = std::chrono::milliseconds(1); }
+    LiveInBackground() { options.delay = std::chrono::milliseconds(1); }
 
-    /** Waits until a listener has heard a name; the test's own time limit is the only one. */
+    /** Waits until a listener has been notified of a name. Only the test's time limit ends the wait. */
     class Heard {
     public:
         explicit Heard(std::string const& key)
@@ -764,29 +764,29 @@ protected:
 
 } // namespace
 
-TEST_F(LiveByThemselves, SaveAChange) {
+TEST_F(LiveInBackground, SaveAChange) {
     LiveSettings const live(options);
     write("a/x", 1);
     waitUntil([&] { return live.isSaved(); });
     EXPECT_EQ(1, stored("a/x"));
 }
 
-// The save is due from the first change, so that further ones do not put it off.
-TEST_F(LiveByThemselves, SaveWhileChangesGoOnAndOn) {
+// The first change schedules the save; further changes do not delay it.
+TEST_F(LiveInBackground, SaveDuringContinuousChanges) {
     options.delay = std::chrono::milliseconds(50);
     LiveSettings const live(options);
     for (int i = 0; !fs::exists(file()); ++i)
         write("a/x", i);
 }
 
-TEST_F(LiveByThemselves, KeepStillWhileNothingChanges) {
+TEST_F(LiveInBackground, KeepStillWhileNothingChanges) {
     LiveSettings const live(options);
     write("a/x", 1);
     waitUntil([&] { return live.isSaved(); });
     support::waitUntilAnotherThreadIsStill();
 }
 
-TEST_F(LiveByThemselves, HearWhatAnotherProcessSaves) {
+TEST_F(LiveInBackground, FollowTheSaveOfAnotherProcess) {
     LiveSettings const live(options);
     Heard heard{"a"};
     inOther("set a/x 1");
@@ -794,7 +794,7 @@ TEST_F(LiveByThemselves, HearWhatAnotherProcessSaves) {
     EXPECT_EQ(1, read<int>("a/x"));
 }
 
-TEST_F(LiveByThemselves, HearWhatAnotherProcessSavesAgainAndAgain) {
+TEST_F(LiveInBackground, FollowManySavesOfAnotherProcess) {
     LiveSettings const live(options);
     Heard heard{"a"};
     for (int i = 1; i < 20; ++i) {
@@ -804,7 +804,7 @@ TEST_F(LiveByThemselves, HearWhatAnotherProcessSavesAgainAndAgain) {
     }
 }
 
-TEST_F(LiveByThemselves, HearAfterTheDirectoryWasRemovedAndMadeAgain) {
+TEST_F(LiveInBackground, FollowADirectoryThatWasRemovedAndCreatedAgain) {
     LiveSettings const live(options);
     Heard heard{"a"};
     fs::remove_all(options.userDirectory);
@@ -813,7 +813,7 @@ TEST_F(LiveByThemselves, HearAfterTheDirectoryWasRemovedAndMadeAgain) {
     EXPECT_EQ(1, read<int>("a/x"));
 }
 
-TEST_F(LiveByThemselves, HearAfterALinkWasRepointed) {
+TEST_F(LiveInBackground, FollowALinkThatWasRepointed) {
     fs::path const user = directory / "user";
     fs::rename(user, directory / "one");
     fs::create_directory_symlink(directory / "one", user);
@@ -829,7 +829,7 @@ TEST_F(LiveByThemselves, HearAfterALinkWasRepointed) {
     EXPECT_EQ(2, read<int>("a/x"));
 }
 
-TEST_F(LiveByThemselves, HearAnAdministratorsRollOut) {
+TEST_F(LiveInBackground, FollowARollOutByTheAdministrator) {
     LiveSettings const live(options);
     Heard heard{"a"};
     administer("set a/x 1");
@@ -837,7 +837,7 @@ TEST_F(LiveByThemselves, HearAnAdministratorsRollOut) {
     EXPECT_EQ(1, read<int>("a/x"));
 }
 
-TEST_F(LiveByThemselves, ExitFromAListenerOnTheirThread) {
+TEST_F(LiveInBackground, AllowAnExitFromAListenerOnTheirThread) {
     ASSERT_EQ(7, inChild([this] {
                   static LiveSettings const live(options);
                   Listener const listener{"a", [](std::string const&) { std::exit(7); }};

@@ -25,7 +25,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using Strings = std::vector<std::string>;
 
-/** Locks names, in place of those that were locked before. */
+/** Replaces the list of locked names. */
 void lock(Strings const& names) {
     write("velmorand/locked", names, SCOPE_GLOBAL);
 }
@@ -37,7 +37,7 @@ protected:
     static T administrators();
 };
 
-// One that differs from the type's own default, and from the other.
+// Values that differ from each other and from the type's default.
 template <>
 std::string LockedKinds<std::string>::users() {
     return "user's";
@@ -159,7 +159,7 @@ TEST(Locked, PropertiesDoNotLockTheGroupAroundThem) {
     EXPECT_EQ(1, read<int>("a/y"));
 }
 
-TEST(Locked, NamesAreCleaned) {
+TEST(Locked, NamesAreNormalised) {
     write("a/x", 1);
     lock({"//a///x/"});
     EXPECT_TRUE(isLocked("a/x"));
@@ -175,7 +175,7 @@ TEST(Locked, ListsMayHaveEntriesThatAreNotNames) {
     EXPECT_FALSE(isLocked(""));
 }
 
-TEST(Locked, ListsMayHaveEntriesInOthers) {
+TEST(Locked, ListsMayHaveEntriesInsideOthers) {
     lock({"a/b", "a", "a-"});
     EXPECT_TRUE(isLocked("a/b"));
     EXPECT_TRUE(isLocked("a/c"));
@@ -214,7 +214,7 @@ TEST(Locked, CannotBeListedByTheUser) {
     EXPECT_FALSE(isLocked("a/x"));
 }
 
-TEST(Locked, FollowsTheList) {
+TEST(Locked, FollowChangesOfTheList) {
     Property<int> const property{"a/x"};
     property.set(1);
     lock({"a"});
@@ -225,7 +225,7 @@ TEST(Locked, FollowsTheList) {
     EXPECT_EQ(1, property.get());
 }
 
-TEST(Locked, IsKnownToPropertiesGroupsAndTheCatalogue) {
+TEST(Locked, AreReportedByPropertiesGroupsAndTheCatalogue) {
     Property<int> const property{"a/x"};
     lock({"a/x"});
     EXPECT_TRUE(property.isLocked());
@@ -236,7 +236,7 @@ TEST(Locked, IsKnownToPropertiesGroupsAndTheCatalogue) {
     EXPECT_FALSE(declaredProperties().at(0).isLocked);
 }
 
-TEST(Locked, RefusesToWriteAndChangesNothing) {
+TEST(Locked, CannotBeWritten) {
     Property<int> const property{"a/x"};
     property.set(1);
     lock({"a/x"});
@@ -250,12 +250,12 @@ TEST(Locked, RefusesToWriteAndChangesNothing) {
     EXPECT_EQ(1, property.get());
 }
 
-TEST(Locked, RefusalNamesTheGroupThatIsLocked) {
+TEST(Locked, ErrorsNameTheLockedGroup) {
     lock({"a"});
     EXPECT_EQ("cannot write \"a/b/x\": the administrator has locked a", failure([] { write("a/b/x", 2); }));
 }
 
-TEST(Locked, LeavesTheOtherScopesWritable) {
+TEST(Locked, CanBeWrittenInTheOtherScopes) {
     lock({"a/x"});
     write("a/x", 1, SCOPE_TEMPORARY);
     EXPECT_EQ(1, read<int>("a/x"));
@@ -263,7 +263,7 @@ TEST(Locked, LeavesTheOtherScopesWritable) {
     EXPECT_EQ(2, read<int>("a/x"));
 }
 
-TEST(Locked, RefusesAllOfSeveralChanges) {
+TEST(Locked, RefuseTransactionsAsAWhole) {
     write("a/w", 1);
     lock({"a/x"});
     Changes changes;
@@ -291,7 +291,7 @@ TEST(Locked, MayBeReset) {
     EXPECT_FALSE(other.isSet());
 }
 
-TEST(Locked, IsUnknownToTheRegistersOwnReadersAndWriters) {
+TEST(Locked, DoNotAffectReadsAndWritesOfTheRegister) {
     write("a/x", 1);
     write("a/x", 2, SCOPE_GLOBAL);
     lock({"a/x"});
@@ -303,7 +303,7 @@ TEST(Locked, IsUnknownToTheRegistersOwnReadersAndWriters) {
     EXPECT_EQ(3, value);
 }
 
-TEST(Locked, ReadersSayWhatIsWrongWithTheAdministratorsValue) {
+TEST(Locked, ReadersReportTheProblemOfTheAdministratorsValue) {
     Property<int> const property{"a/x", 5, range(1, 9)};
     property.set(2);
     lock({"a/x"});
@@ -324,7 +324,7 @@ TEST(Locked, GroupsOfTheAdministratorsFailLikeOthers) {
     EXPECT_EQ("PropertyNotFound", failure([] { static_cast<void>(read<std::string>("a/x")); }));
 }
 
-TEST(Locked, GroupListsLeaveOutWhatIsNotInForce) {
+TEST(Locked, GroupListsOmitHiddenNames) {
     write("a/x", 1);
     write("a/y", 1);
     write("a/y", 2, SCOPE_GLOBAL);
@@ -351,7 +351,7 @@ TEST(Locked, GroupsAreCopiedWithTheValuesInForce) {
     EXPECT_EQ(2, copy.read<int>("y"));
 }
 
-TEST(Locked, RefusesCopiesAndNewNamesOfGroups) {
+TEST(Locked, RefuseCopiesAndNewNamesOfGroups) {
     write("a/x", 1);
     write("a/y", 1);
     lock({"b/y"});

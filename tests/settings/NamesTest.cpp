@@ -26,7 +26,7 @@ bool isInUserScope(std::string const& name) {
 
 } // namespace
 
-TEST(Names, AreCleanedWhenTheyAreWritten) {
+TEST(Names, AreNormalisedWhenTheyAreWritten) {
     std::vector<std::string> heard;
     Listener const listener{"a", [&heard](std::string const& name) { heard.push_back(name); }};
     write("/a//x/", 1);
@@ -34,13 +34,13 @@ TEST(Names, AreCleanedWhenTheyAreWritten) {
     EXPECT_EQ(1, read<int>("a/x"));
 }
 
-TEST(Names, ThatEndInASlashLeaveNoGroupInTheWay) {
+TEST(Names, ThatEndInASlashDoNotCreateAGroup) {
     write("cfg/size/", 1);
     write("cfg/size", 2);
     EXPECT_EQ(2, read<int>("cfg/size/"));
 }
 
-TEST(Names, ThatCannotBeAreRefusedAndLeaveNothing) {
+TEST(Names, ThatAreInvalidAreRefused) {
     EXPECT_EQ("invalid name: \"\": empty", failure([] { write("", 1); }));
     EXPECT_EQ("invalid name: \"//\": empty", failure([] { write("//", 1); }));
     EXPECT_EQ("invalid name: \"b/../x\": a level cannot be \"..\"", failure([] { write("b/../x", 1); }));
@@ -54,18 +54,18 @@ TEST(Names, MayHaveLevelsThatBeginWithADot) {
     EXPECT_EQ(1, read<int>("a/.x/..y"));
 }
 
-TEST(Names, ThatAreTakenSayByWhat) {
+TEST(Names, ThatExistReportWhatTheyAre) {
     write("a/x", 1);
     EXPECT_EQ("cannot write \"a\": it is a group", failure([] { write("a", 1); }));
     EXPECT_EQ("cannot write \"a/x/y/z\": \"a/x\" is a property", failure([] { write("a/x/y/z", 1); }));
 }
 
-TEST(Names, OfListenersThatThrowKeepTheListenersError) {
+TEST(Names, OfThrowingListenersDoNotReplaceTheListenersError) {
     Listener const listener{"a", [](std::string const&) { throw utils::Exception("from the listener"); }};
     EXPECT_EQ("from the listener", failure([] { write("a/x", 1); }));
 }
 
-TEST(Names, OfListenersThatThrowKeepItEvenIfTheNameHasBecomeAGroup) {
+TEST(Names, OfThrowingListenersDoNotReplaceItIfTheNameHasBecomeAGroup) {
     Listener const listener{"a", [](std::string const&) {
                                 _Register::getInstance()->delProperty("a", SCOPE_USER);
                                 _Register::getInstance()->addGroup("a", SCOPE_USER);
@@ -81,14 +81,14 @@ TEST(Names, MayHaveAnyCharacters) {
     }
 }
 
-TEST(Names, AreCleanedInEveryScope) {
+TEST(Names, AreNormalisedInEveryScope) {
     write("a//x/", 1, SCOPE_GLOBAL);
     write("a//y/", 1, SCOPE_TEMPORARY);
     EXPECT_EQ(1, read<int>("a/x"));
     EXPECT_EQ(1, read<int>("a/y"));
 }
 
-TEST(Names, OfDeclaredPropertiesAreClean) {
+TEST(Names, OfDeclaredPropertiesAreNormalised) {
     Property<int> const property{"/a//x/", 1};
     EXPECT_EQ("a/x", property.name());
     property.set(2);
@@ -98,7 +98,7 @@ TEST(Names, OfDeclaredPropertiesAreClean) {
     EXPECT_FALSE(isInUserScope("a"));
 }
 
-TEST(Names, ThatCannotBeAreNotInTheCatalogue) {
+TEST(Names, ThatAreInvalidAreNotInTheCatalogue) {
     Property<int> const empty{""};
     Property<int> const dots{"a/../x"};
     Property<int> const bytes{"a/\xff"};

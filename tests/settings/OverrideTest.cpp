@@ -41,7 +41,7 @@ private:
 
 } // namespace
 
-TEST(Override, ComesBeforeAllScopes) {
+TEST(Override, TakesPrecedenceOverAllScopes) {
     Property<int> const property{"a/x"};
     property.set(1);
     property.override(9);
@@ -61,7 +61,7 @@ TEST(Override, NeedsNoValueInAScope) {
     EXPECT_EQ(5, property.get());
 }
 
-TEST(Override, TakesEveryTypeOfASetting) {
+TEST(Override, AcceptsEveryTypeOfASetting) {
     Property<Theme> const theme{"a/theme"};
     Property<std::vector<std::string>> const list{"a/list"};
     Property<std::chrono::seconds> const delay{"a/delay"};
@@ -123,13 +123,13 @@ TEST(Override, IsRefusedForValuesThatAreNotAllowed) {
     EXPECT_FALSE(property.isOverridden());
 }
 
-TEST(Override, IsRefusedForWhatIsNotAName) {
+TEST(Override, IsRefusedForAnInvalidName) {
     Property<int> const property{"a/../x"};
     EXPECT_EQ("invalid name: \"a/../x\": a level cannot be \"..\"", failure([&] { property.override(1); }));
     EXPECT_FALSE(property.isOverridden());
 }
 
-TEST(Override, LetsTheUsersValueBeStored) {
+TEST(Override, DoesNotPreventStoringTheUsersValue) {
     Property<int> const property{"a/x"};
     property.override(9);
     property.set(9);
@@ -140,7 +140,7 @@ TEST(Override, LetsTheUsersValueBeStored) {
     EXPECT_EQ(2, property.get());
 }
 
-TEST(Override, StaysWhenTheUsersValueIsReset) {
+TEST(Override, IsKeptWhenTheUsersValueIsReset) {
     Property<int> const property{"a/x"};
     property.set(1);
     property.override(9);
@@ -183,7 +183,7 @@ TEST(Override, IsNotSaved) {
     EXPECT_EQ(1, property.get());
 }
 
-TEST(Override, NotifiesOnceOfAnotherValueInForce) {
+TEST(Override, NotifiesOnceOfANewEffectiveValue) {
     Property<int> const property{"a/x", 5};
     property.set(1);
     Heard heard;
@@ -197,7 +197,7 @@ TEST(Override, NotifiesOnceOfAnotherValueInForce) {
     EXPECT_THAT(heard.names, ElementsAre("a/x", "a/x"));
 }
 
-TEST(Override, NotifiesNobodyIfTheValueInForceStays) {
+TEST(Override, DoesNotNotifyIfTheEffectiveValueStays) {
     Property<int> const property{"a/x"};
     property.set(1);
     Heard heard;
@@ -206,7 +206,7 @@ TEST(Override, NotifiesNobodyIfTheValueInForceStays) {
     EXPECT_THAT(heard.names, IsEmpty());
 }
 
-TEST(Override, LeavesItsSenderOut) {
+TEST(Override, SkipsItsSender) {
     Property<int> const property{"a/x"};
     Heard heard;
     property.override(1, &heard);
@@ -239,7 +239,7 @@ TEST(Override, IsRefusedForALockedSetting) {
     EXPECT_EQ(0, property.get());
 }
 
-TEST(Override, DoesNotCountWhileTheSettingIsLocked) {
+TEST(Override, IsIgnoredWhileTheSettingIsLocked) {
     Property<int> const property{"a/x"};
     property.override(9);
     write("a/x", 2, SCOPE_GLOBAL);

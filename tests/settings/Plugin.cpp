@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A plug-in with listeners that live from its loading to its unloading.
+// A plug-in with listeners that exist while it is loaded.
 
 #include "Plugin.h"
 

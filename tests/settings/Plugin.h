@@ -3,13 +3,13 @@
 
 #include <velmorand/Listener.h>
 
-/** What a plug-in offers to its host, under these names. */
+/** The interface of a plug-in. */
 extern "C" {
 
-/** How many changes its static listener has heard. */
+/** The number of changes that the plug-in's listeners were notified of. */
 using PluginHeard = int();
 
-/** Makes a listener that counts as well; it is given back to the `pluginRelease` of any plug-in, or deleted. */
+/** Creates another listener that counts. The caller passes it to the `pluginRelease` of any plug-in, or deletes it. */
 using PluginMake = velmorand::Listener*();
 using PluginRelease = void(velmorand::Listener*);
 }

@@ -2,9 +2,9 @@
 //
 // usage: plugin-host FIRST SECOND STEP...
 //
-// A program with two plug-ins. The steps are "load1", "unload2" and so on, "make1" (plug-in 1 makes a listener) and
-// "release2" (plug-in 2 destroys it). After each step everyone must hear one change, once; what is still loaded stays
-// so when the program exits. The exit status is 0 if all held.
+// A program with two plug-ins. The steps are "load1", "unload2" and so on, "make1" (plug-in 1 creates a listener) and
+// "release2" (plug-in 2 destroys it). After each step, every listener must be notified of a change exactly once.
+// Plug-ins that are still loaded stay loaded when the program exits. The exit status is 0 on success.
 
 #include <array>
 #include <cstdlib>
@@ -83,7 +83,7 @@ struct Host {
         expectAllHear(step);
     }
 
-    /** The host's old and new listeners, and those of the plug-ins. */
+    /** Expects that the host's old and new listeners, and those of the plug-ins, are notified. */
     void expectAllHear(std::string const& step) {
         velmorand::write(step + std::to_string(value), value); // a new name, for listeners to everything
         int newHeard = 0;
@@ -92,12 +92,12 @@ struct Host {
         std::array<int, 2> const before{plugins[0].heard(), plugins[1].heard()};
         velmorand::write("shared/value", ++value);
         if (newHeard != 1 || oldHeard != oldBefore + 1)
-            fail(step + ": the host's listeners heard " + std::to_string(newHeard) + " and " +
+            fail(step + ": the host's listeners were notified of " + std::to_string(newHeard) + " and " +
                  std::to_string(oldHeard - oldBefore) + " changes");
         for (std::size_t i = 0; i < plugins.size(); ++i) {
             int const expected = (plugins[i].isLoaded() ? 1 : 0) + (made && maker == &plugins[i] ? 1 : 0);
             if (plugins[i].heard() != before[i] + expected)
-                fail(step + ": plug-in " + std::to_string(i + 1) + " heard " +
+                fail(step + ": plug-in " + std::to_string(i + 1) + " was notified of " +
                      std::to_string(plugins[i].heard() - before[i]) + " changes");
         }
     }

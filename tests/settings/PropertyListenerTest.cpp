@@ -48,7 +48,7 @@ protected:
     std::vector<int> values;
 };
 
-/** Two values of each type, neither of which is the fallback. */
+/** Two values of each type that differ from the fallback. */
 template <class T>
 struct Samples;
 
@@ -138,7 +138,7 @@ TYPED_TEST_SUITE(PropertyListenerOfType, Types, support::NumberedTypes);
 
 } // namespace
 
-TYPED_TEST(PropertyListenerOfType, IsGivenEachNewValue) {
+TYPED_TEST(PropertyListenerOfType, ReceivesEachNewValue) {
     Property<TypeParam> const property{"a/x"};
     std::vector<TypeParam> values;
     Listener const listener{property, [&](TypeParam const& value) { values.push_back(value); }};
@@ -148,7 +148,7 @@ TYPED_TEST(PropertyListenerOfType, IsGivenEachNewValue) {
     EXPECT_EQ(samples, values);
 }
 
-TYPED_TEST(PropertyListenerOfType, IsGivenTheLastValueOnceByAnExecutor) {
+TYPED_TEST(PropertyListenerOfType, ReceivesTheLastValueOnceFromAnExecutor) {
     Property<TypeParam> const property{"a/x"};
     std::vector<TypeParam> values;
     std::vector<std::function<void()>> tasks;
@@ -163,21 +163,21 @@ TYPED_TEST(PropertyListenerOfType, IsGivenTheLastValueOnceByAnExecutor) {
     EXPECT_EQ(std::vector<TypeParam>{samples[1]}, values);
 }
 
-TEST_F(PropertyListener, IsGivenTheFallbackOnceTheValueIsReset) {
+TEST_F(PropertyListener, ReceivesTheFallbackOnceTheValueIsReset) {
     size.set(20);
     Listener const listener{size, note()};
     size.reset();
     EXPECT_THAT(values, ElementsAre(11));
 }
 
-TEST_F(PropertyListener, IsGivenTheFallbackForAValueThatIsNotAllowed) {
+TEST_F(PropertyListener, ReceivesTheFallbackForAValueThatIsNotAllowed) {
     Listener const listener{size, note()};
     write("a/size", 80);
     write("a/size", "large");
     EXPECT_THAT(values, ElementsAre(11, 11));
 }
 
-TEST_F(PropertyListener, IsGivenTheValueInForceWhateverScopeIsWritten) {
+TEST_F(PropertyListener, ReceivesTheEffectiveValueIfAnyScopeIsWritten) {
     Listener const listener{size, note()};
     write("a/size", 20, SCOPE_GLOBAL);
     size.set(30);
@@ -186,14 +186,14 @@ TEST_F(PropertyListener, IsGivenTheValueInForceWhateverScopeIsWritten) {
     EXPECT_THAT(values, ElementsAre(20, 30, 30, 40));
 }
 
-TEST_F(PropertyListener, IsGivenWhatTheRegisterWrites) {
+TEST_F(PropertyListener, ReceivesAValueWrittenByTheRegister) {
     Listener const listener{size, note()};
     _Register::getInstance()->_writeInteger(nullptr, "a/size", 20, SCOPE_USER);
     _Register::getInstance()->_writeInteger(nullptr, "a/size/", 30, SCOPE_USER);
     EXPECT_THAT(values, ElementsAre(20, 30));
 }
 
-TEST_F(PropertyListener, IsCalledWhenAllChangesAreInPlace) {
+TEST_F(PropertyListener, IsCalledOnceAllChangesHaveBeenMade) {
     Property<int> const other{"a/other"};
     Listener const listener{size, [&](int value) { values = {value, other.get()}; }};
     Changes changes;
@@ -211,14 +211,14 @@ TEST_F(PropertyListener, IsNotCalledForOtherNames) {
     EXPECT_THAT(values, IsEmpty());
 }
 
-TEST_F(PropertyListener, LeavesOutItsSender) {
+TEST_F(PropertyListener, SkipsItsSender) {
     Listener const listener{size, note(), this};
     size.set(20, this);
     size.set(30);
     EXPECT_THAT(values, ElementsAre(30));
 }
 
-TEST_F(PropertyListener, HearsAPropertyDeclaredWithMoreSlashes) {
+TEST_F(PropertyListener, IsNotifiedOfAPropertyDeclaredWithMoreSlashes) {
     Property<int> const unclean{"/b//size/"};
     Listener const listener{unclean, note()};
     write("b/size", 5);
@@ -226,21 +226,21 @@ TEST_F(PropertyListener, HearsAPropertyDeclaredWithMoreSlashes) {
     EXPECT_THAT(values, ElementsAre(5, 6));
 }
 
-TEST_F(PropertyListener, HearsNothingOfAPropertyWithoutAName) {
+TEST_F(PropertyListener, IsNotNotifiedOfAPropertyWithoutAName) {
     Property<int> const nameless{"/"};
     Listener const listener{nameless, note()};
     write("x", 5);
     EXPECT_THAT(values, IsEmpty());
 }
 
-TEST_F(PropertyListener, NeedsNoDeclarationBesideIt) {
+TEST_F(PropertyListener, MayOutliveItsDeclaration) {
     Listener const listener{Property<int>{"b/size", 3}, note()};
     write("b/size", 5);
     write("b/size", "large");
     EXPECT_THAT(values, ElementsAre(5, 3));
 }
 
-TEST_F(PropertyListener, TakesACallableThatOnlyMoves) {
+TEST_F(PropertyListener, AcceptsAMoveOnlyCallable) {
     auto target = std::make_unique<int>();
     int const& heard = *target;
     Listener const listener{size, [target = std::move(target)](int value) { *target = value; }};
@@ -248,7 +248,7 @@ TEST_F(PropertyListener, TakesACallableThatOnlyMoves) {
     EXPECT_EQ(20, heard);
 }
 
-TEST_F(PropertyListener, GivesTheWriterWhatAComputedFallbackThrows) {
+TEST_F(PropertyListener, PassesAnExceptionOfAComputedFallbackToTheWriter) {
     Property<int> const computed{"b/size", []() -> int { throw utils::Exception("no fallback"); }};
     Listener const listener{computed, note()};
     EXPECT_EQ("no fallback", failure([] { write("b/size", "large"); }));
@@ -265,7 +265,7 @@ TEST_F(PropertyListener, MayBeDestroyedInsideItsOwnCall) {
     EXPECT_THAT(values, ElementsAre(20));
 }
 
-TEST_F(PropertyListener, IsDeliveredOnceWhenTheLoopAsks) {
+TEST_F(PropertyListener, ReceivesTheLastValueOnceWhenTheLoopDelivers) {
     QueuedListener changes{size};
     size.set(20);
     size.set(30);

@@ -20,7 +20,7 @@ using support::failure;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/** Notes the names it is told. */
+/** Records the names it is notified of. */
 class Noting : public _Register::Callback {
 public:
     explicit Noting(std::string const& key) { _Register::getInstance()->addCallback(key, this); }
@@ -82,7 +82,7 @@ TYPED_TEST(EveryType, IsReadAsItWasWritten) {
     EXPECT_EQ(sample<TypeParam>(), read<TypeParam>("a/b"));
 }
 
-TYPED_TEST(EveryType, IsTheFallbackWhenNoScopeHoldsIt) {
+TYPED_TEST(EveryType, IsTheFallbackIfNoScopeHasIt) {
     EXPECT_EQ(sample<TypeParam>(), read<TypeParam>("a/b", sample<TypeParam>()));
 }
 
@@ -94,7 +94,7 @@ TYPED_TEST(EveryType, IsAPropertyThatIsSetAndReset) {
     EXPECT_EQ(TypeParam(), property.get());
 }
 
-TEST(Read, ThrowsWhenNoScopeHoldsTheName) {
+TEST(Read, ThrowsIfNoScopeHasTheName) {
     EXPECT_EQ("PropertyNotFound", failure([] { static_cast<void>(read<int>("a/b")); }));
 }
 
@@ -113,7 +113,7 @@ TEST(Read, WithAFallbackThrowsForAGroup) {
     EXPECT_EQ("PropertyBadType", failure([] { static_cast<void>(read<int>("a", 1)); }));
 }
 
-TEST(Read, WithAFallbackTakesTheFirstScopeThatHoldsTheName) {
+TEST(Read, WithAFallbackReadsTheFirstScopeThatHasTheName) {
     write("a/b", 1, SCOPE_TEMPORARY);
     EXPECT_EQ(1, read("a/b", 9));
     write("a/b", 2, SCOPE_GLOBAL);
@@ -122,33 +122,33 @@ TEST(Read, WithAFallbackTakesTheFirstScopeThatHoldsTheName) {
     EXPECT_EQ(3, read("a/b", 9));
 }
 
-TEST(Read, TakesALiteralAsTheFallbackOfAString) {
+TEST(Read, AcceptsALiteralAsTheFallbackOfAString) {
     EXPECT_EQ("dark", read<std::string>("a/b", "dark"));
 }
 
-TEST(Write, GoesToTheUserScope) {
+TEST(Write, WritesToTheUserScope) {
     write("a/b", 1);
     EXPECT_TRUE(_Register::getInstance()->propertyExists("a/b", SCOPE_USER));
 }
 
-TEST(Write, GoesToTheScopeGiven) {
+TEST(Write, WritesToTheGivenScope) {
     write("a/b", 1, SCOPE_TEMPORARY);
     EXPECT_TRUE(_Register::getInstance()->propertyExists("a/b", SCOPE_TEMPORARY));
     EXPECT_FALSE(_Register::getInstance()->propertyExists("a/b", SCOPE_USER));
 }
 
-TEST(Write, TakesALiteralAsAString) {
+TEST(Write, AcceptsALiteralAsAString) {
     write("a/b", "dark");
     EXPECT_EQ("dark", read<std::string>("a/b"));
 }
 
-TEST(Write, TakesACharacterPointerAsAString) {
+TEST(Write, AcceptsACharacterPointerAsAString) {
     char const* const text = "dark";
     write("a/b", text);
     EXPECT_EQ("dark", read<std::string>("a/b"));
 }
 
-TEST(Write, TellsTheListenersButTheSenders) {
+TEST(Write, NotifiesListenersExceptTheSenders) {
     Noting sender("a");
     Noting other("a");
     write("a/b", 1, SCOPE_USER, &sender);
@@ -156,17 +156,17 @@ TEST(Write, TellsTheListenersButTheSenders) {
     EXPECT_THAT(other.names, ElementsAre("a/b"));
 }
 
-TEST(Write, RefusesWhatIsNoScope) {
+TEST(Write, RefusesAnInvalidScope) {
     EXPECT_EQ("Bad scope value.", failure([] { write("a/b", 1, static_cast<RegisterScope>(3)); }));
 }
 
-TEST(PropertyOf, IsItsFallbackWhileNobodyHasSetIt) {
+TEST(PropertyOf, HasItsFallbackUntilItIsSet) {
     Property<std::vector<int>> const recent{"a/recent", {1, 2, 3}};
     EXPECT_THAT(recent.get(), ElementsAre(1, 2, 3));
     EXPECT_FALSE(recent.isSet());
 }
 
-TEST(PropertyOf, IsWhatItWasSetTo) {
+TEST(PropertyOf, HasTheValueThatWasSet) {
     Property<std::vector<int>> const recent{"a/recent", {1, 2, 3}};
     recent.set({4, 5});
     EXPECT_THAT(recent.get(), ElementsAre(4, 5));
@@ -179,7 +179,7 @@ TEST(PropertyOf, KnowsItsNameAndFallback) {
     EXPECT_EQ(8, width.fallback());
 }
 
-TEST(PropertyOf, LeavesItsSenderOut) {
+TEST(PropertyOf, SkipsItsSender) {
     Noting sender("a");
     Property<int> const width{"a/width"};
     width.set(1, &sender);
@@ -194,7 +194,7 @@ TEST(PropertyOf, IsSetOnlyByTheUserScope) {
     EXPECT_EQ(1, width.get());
 }
 
-TEST(Reset, ShowsTheNextScope) {
+TEST(Reset, RevealsTheNextScope) {
     write("a/width", 1, SCOPE_GLOBAL);
     Property<int> const width{"a/width", 8};
     width.set(2);
@@ -202,7 +202,7 @@ TEST(Reset, ShowsTheNextScope) {
     EXPECT_EQ(1, width.get());
 }
 
-TEST(Reset, TellsTheListenersWithTheValueGone) {
+TEST(Reset, NotifiesListenersAfterTheValueIsRemoved) {
     Property<int> const width{"a/width", 8};
     width.set(2);
     Noting listener("a/width");
@@ -211,7 +211,7 @@ TEST(Reset, TellsTheListenersWithTheValueGone) {
     EXPECT_EQ(8, width.get());
 }
 
-TEST(Reset, DoesNothingWhenItIsNotSet) {
+TEST(Reset, DoesNothingIfItIsNotSet) {
     Noting listener("a");
     Property<int>("a/width").reset();
     EXPECT_THAT(listener.names, IsEmpty());
@@ -225,7 +225,7 @@ TEST(Reset, KeepsAGroupOfThatName) {
     EXPECT_EQ(1, read<int>("a/width/b"));
 }
 
-TEST(Reset, LeavesTheLockFreeWhenAListenerThrows) {
+TEST(Reset, ReleasesTheLockIfAListenerThrows) {
     struct Throwing : Noting {
         using Noting::Noting;
         void propertyChanged(std::string const&) override { throw utils::Exception("no"); }
@@ -238,7 +238,7 @@ TEST(Reset, LeavesTheLockFreeWhenAListenerThrows) {
     EXPECT_FALSE(width.isSet());
 }
 
-TEST(Reset, RemovesTheGroupsThatHaveBecomeEmpty) {
+TEST(Reset, RemovesGroupsThatBecomeEmpty) {
     Property<int> const property{"a/b/x"};
     property.set(1);
     write("a/y", 1);

@@ -29,7 +29,7 @@ using support::failure;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/** A program of Qt, whose main thread has an event loop. */
+/** A Qt program whose main thread has an event loop. */
 class InThreadOf : public testing::Test {
 protected:
     auto note() {
@@ -58,7 +58,7 @@ TEST_F(InThreadOf, DeliversInTheEventLoop) {
     EXPECT_THAT(names, ElementsAre("a/b"));
 }
 
-TEST_F(InThreadOf, DeliversChangesOfOtherThreadsInItsOwn) {
+TEST_F(InThreadOf, DeliversChangesByOtherThreadsInItsThread) {
     QueuedListener const changes{"a", inThreadOf(object.get()), [this](std::string const& changed) {
                                      note()(changed);
                                      if (read<int>("a/last", 0) == 1)
@@ -102,7 +102,7 @@ TEST_F(InThreadOf, DeliversWithNoLockHeld) {
     EXPECT_TRUE(isFree);
 }
 
-TEST_F(InThreadOf, GivesThePropertysValue) {
+TEST_F(InThreadOf, PassesTheValueOfTheProperty) {
     Property<QString> const font{"a/font", QStringLiteral("Monospace")};
     std::vector<QString> fonts;
     QueuedListener const changes{font, inThreadOf(object.get()),
@@ -191,7 +191,7 @@ TEST_F(InThreadOf, MayBeCopiedAndServeSeveralListeners) {
     EXPECT_THAT(names, ElementsAre("a/x", "b/x"));
 }
 
-TEST_F(InThreadOf, LeavesTheObjectAloneOnceTheListenerHasGone) {
+TEST_F(InThreadOf, DoesNotUseTheObjectOnceTheListenerIsDestroyed) {
     auto const held = std::make_shared<int>();
     {
         QueuedListener const changes{"a", inThreadOf(object.get()), [held](std::string const&) {}};

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Compiled with the macros by which Qt programs forbid implicit conversions.
+// Compiled with the macros that Qt programs use to forbid implicit conversions.
 
 #include <string>
 #include <type_traits>

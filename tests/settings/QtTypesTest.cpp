@@ -33,7 +33,7 @@ using support::failure;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/** What is read back after `value` was written. */
+/** Writes a value and reads it back. */
 template <class T>
 T kept(T const& value) {
     write("a/x", value);
@@ -47,7 +47,7 @@ std::string storedText(T const& value) {
     return read<std::string>("a/x");
 }
 
-/** What is read as a `T` after `stored` was written. */
+/** The error of reading a `T` after `stored` was written. */
 template <class T, class Kind>
 std::string reading(Kind const& stored) {
     write("a/x", stored);
@@ -112,7 +112,7 @@ TEST(QtStrings, ThatAreNotUtf8AreNotValid) {
     EXPECT_EQ(R"(a/x: {"base64": "9JCAgA=="} is not allowed: expected text in UTF-8)", name.problem());
 }
 
-TEST(QtStrings, TakeLiterals) {
+TEST(QtStrings, AcceptLiterals) {
     Property<QString> const name{"a/name", "none", choices({"none", "one", "two"})};
     EXPECT_EQ("none", name.get());
     name.set("one");
@@ -124,7 +124,7 @@ TEST(QtStrings, TakeLiterals) {
     EXPECT_EQ(R"(a/other is not set: "y" is not allowed: expected "x")", failure([&] { other.set("y"); }));
 }
 
-TEST(QtStrings, DoNotCompileFromWhatIsNotText) {
+TEST(QtStrings, DoNotCompileFromOtherTypes) {
     static_assert(canSet<QString, char const*> && canSet<QString, QString> && canSet<QString, QLatin1String>);
     static_assert(!canSet<QString, int> && !canSet<QString, bool> && !canSet<QString, char>);
     static_assert(!canSet<QString, std::string> && !canSet<std::string, QString>);
@@ -235,7 +235,7 @@ TEST(QtDateTimes, HaveTheirOffsetFromUtc) {
     EXPECT_EQ(inZone(date, noon, "America/St_Johns"), read<QDateTime>("a/x"));
 }
 
-TEST(QtDateTimes, KeepTheMomentOfBothHoursThatTheClockShowsTwice) {
+TEST(QtDateTimes, DistinguishTheHourThatTheClockShowsTwice) {
     QDateTime const summer = utc("2026-10-25T00:30:00.000").toTimeZone(QTimeZone("Europe/Berlin"));
     QDateTime const winter = summer.addSecs(3600);
     EXPECT_EQ("2026-10-25T02:30:00.000+02:00", storedText(summer));
@@ -244,7 +244,7 @@ TEST(QtDateTimes, KeepTheMomentOfBothHoursThatTheClockShowsTwice) {
     EXPECT_EQ(winter.toMSecsSinceEpoch(), read<QDateTime>("a/x").toMSecsSinceEpoch());
 }
 
-TEST(QtDateTimes, KeepTheMomentIfTheirOffsetHasSeconds) {
+TEST(QtDateTimes, KeepTheirTimeIfTheOffsetHasSeconds) {
     for (int const offset : {1172, -1172, 59, -59}) {
         QDateTime const time = utc("1920-01-01T00:00:00.001").toOffsetFromUtc(offset);
         EXPECT_EQ(time.toMSecsSinceEpoch(), kept(time).toMSecsSinceEpoch()) << offset;
@@ -298,7 +298,7 @@ TEST(QtDateTimes, MayHaveALimit) {
         failure([&] { since.set(utc("1999-12-31T23:59:59.999")); }));
 }
 
-TEST(QtEnums, HaveTheNamesThatQtCoreKnows) {
+TEST(QtEnums, UseTheNamesThatQtCoreKnows) {
     EXPECT_EQ("Vertical", storedText(Qt::Vertical));
     EXPECT_EQ(Qt::Vertical, read<Qt::Orientation>("a/x"));
     for (char const* const other : {"", "vertical", "Qt::Vertical", "2"})
@@ -318,7 +318,7 @@ TEST(QtEnums, WithoutANameAreRefused) {
               failure([] { write("a/x", static_cast<Qt::Orientation>(3)); }));
 }
 
-TEST(QtEnums, HaveTheNamesThatTheyAreGiven) {
+TEST(QtEnums, UseTheNamesThatTheProgramGives) {
     EXPECT_EQ("y", storedText(Qt::YAxis));
 }
 

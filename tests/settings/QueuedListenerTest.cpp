@@ -33,7 +33,7 @@ std::vector<std::string> delivered(QueuedListener& changes) {
     return names;
 }
 
-/** A loop that runs its tasks when it is told to. */
+/** An executor whose tasks run on request. */
 class QueuedWithAnExecutor : public testing::Test {
 protected:
     auto executor() {
@@ -43,7 +43,7 @@ protected:
         return [this](std::string const& name) { names.push_back(name); };
     }
 
-    /** Runs the tasks that there are. Result: their number. */
+    /** Runs the queued tasks. Result: their number. */
     std::size_t runTasks() {
         auto const now = std::exchange(tasks, {});
         for (auto const& task : now)
@@ -57,7 +57,7 @@ protected:
 
 } // namespace
 
-TEST(Queued, HandsOverEachNameOnce) {
+TEST(Queued, DeliversEachNameOnce) {
     QueuedListener changes{"a"};
     write("a/c", 1);
     write("a/b", 1);
@@ -66,14 +66,14 @@ TEST(Queued, HandsOverEachNameOnce) {
     EXPECT_THAT(delivered(changes), IsEmpty());
 }
 
-TEST(Queued, SaysHowManyItHandedOver) {
+TEST(Queued, ReturnsTheNumberOfDeliveredNames) {
     QueuedListener changes{"a"};
     write("a/c", 1);
     write("a/b", 1);
     EXPECT_EQ(2U, changes.deliver([](std::string const&) {}));
 }
 
-TEST(Queued, TellsWhetherThereIsSomething) {
+TEST(Queued, ReportsWhetherNamesAreQueued) {
     QueuedListener changes{"a"};
     EXPECT_TRUE(changes.empty());
     write("a/b", 1);
@@ -82,7 +82,7 @@ TEST(Queued, TellsWhetherThereIsSomething) {
     EXPECT_TRUE(changes.empty());
 }
 
-TEST(Queued, HandsOverWithNoLockHeld) {
+TEST(Queued, DeliversWithoutHoldingTheLock) {
     QueuedListener changes{"a"};
     write("a/b", 1);
     bool isFree = false;
@@ -90,14 +90,14 @@ TEST(Queued, HandsOverWithNoLockHeld) {
     EXPECT_TRUE(isFree);
 }
 
-TEST(Queued, KeepsForTheNextTimeWhatChangesMeanwhile) {
+TEST(Queued, KeepsChangesMadeDuringADeliveryForTheNextOne) {
     QueuedListener changes{"a"};
     write("a/b", 1);
     changes.deliver([](std::string const&) { write("a/b", 2); });
     EXPECT_THAT(delivered(changes), ElementsAre("a/b"));
 }
 
-TEST(Queued, KeepsWhatTheHandlerWasNotCalledWith) {
+TEST(Queued, KeepsNamesThatTheHandlerWasNotCalledWith) {
     QueuedListener changes{"a"};
     write("a/b", 1);
     write("a/c", 1);
@@ -106,7 +106,7 @@ TEST(Queued, KeepsWhatTheHandlerWasNotCalledWith) {
     EXPECT_THAT(delivered(changes), ElementsAre("a/c"));
 }
 
-TEST(Queued, WakesOnceUntilTheNamesAreHandedOver) {
+TEST(Queued, WakesOnceUntilTheNamesAreDelivered) {
     int wakes = 0;
     QueuedListener changes{"a", [&wakes] { ++wakes; }};
     write("a/b", 1);
@@ -141,14 +141,14 @@ TEST(Queued, WakesAgainAfterAWakeThatThrew) {
     EXPECT_THAT(delivered(changes), ElementsAre("a/b", "a/c"));
 }
 
-TEST(Queued, LeavesOutItsSender) {
+TEST(Queued, SkipsItsSender) {
     int sender = 0;
     QueuedListener changes{"a", [] {}, &sender};
     write("a/b", 1, SCOPE_USER, &sender);
     EXPECT_THAT(delivered(changes), IsEmpty());
 }
 
-TEST(Queued, MovesWithWhatItHasCollected) {
+TEST(Queued, KeepsItsNamesWhenItIsMoved) {
     QueuedListener changes{"a"};
     write("a/b", 1);
     QueuedListener moved(std::move(changes));
@@ -177,7 +177,7 @@ TEST_F(QueuedWithAnExecutor, IsCalledByTheTaskAndNotBefore) {
     EXPECT_THAT(names, ElementsAre("a/b"));
 }
 
-TEST_F(QueuedWithAnExecutor, IsGivenAllNamesByOneTask) {
+TEST_F(QueuedWithAnExecutor, ReceivesAllNamesInOneTask) {
     QueuedListener const changes{"a", executor(), note()};
     write("a/c", 1);
     write("a/b", 1);
@@ -186,7 +186,7 @@ TEST_F(QueuedWithAnExecutor, IsGivenAllNamesByOneTask) {
     EXPECT_THAT(names, ElementsAre("a/b", "a/c"));
 }
 
-TEST_F(QueuedWithAnExecutor, IsGivenWhatChangesMeanwhileByAnotherTask) {
+TEST_F(QueuedWithAnExecutor, ReceivesChangesMadeDuringATaskInAnotherTask) {
     QueuedListener const changes{"a", executor(), [this](std::string const& name) {
                                      names.push_back(name);
                                      if (names.size() == 1)
@@ -199,7 +199,7 @@ TEST_F(QueuedWithAnExecutor, IsGivenWhatChangesMeanwhileByAnotherTask) {
     EXPECT_THAT(names, ElementsAre("a/b", "a/b"));
 }
 
-TEST_F(QueuedWithAnExecutor, IsCalledWithNoLockHeld) {
+TEST_F(QueuedWithAnExecutor, IsCalledWithoutTheLockHeld) {
     bool isFree = false;
     QueuedListener const changes{"a", executor(),
                                  [&](std::string const&) { isFree = support::lockIsFree(); }};
@@ -208,13 +208,13 @@ TEST_F(QueuedWithAnExecutor, IsCalledWithNoLockHeld) {
     EXPECT_TRUE(isFree);
 }
 
-TEST_F(QueuedWithAnExecutor, LeavesOutItsSender) {
+TEST_F(QueuedWithAnExecutor, SkipsItsSender) {
     QueuedListener const changes{"a", executor(), note(), this};
     write("a/b", 1, SCOPE_USER, this);
     EXPECT_EQ(0U, runTasks());
 }
 
-TEST_F(QueuedWithAnExecutor, TakesCallablesThatOnlyMove) {
+TEST_F(QueuedWithAnExecutor, AcceptsMoveOnlyCallables) {
     auto target = std::make_unique<std::string>();
     std::string const& heard = *target;
     QueuedListener const changes{"a",
@@ -226,7 +226,7 @@ TEST_F(QueuedWithAnExecutor, TakesCallablesThatOnlyMove) {
     EXPECT_EQ("a/b", heard);
 }
 
-TEST_F(QueuedWithAnExecutor, ReportsWhatTheHandlerThrowsAndGoesOn) {
+TEST_F(QueuedWithAnExecutor, ReportsAnExceptionOfTheHandlerAndContinues) {
     QueuedListener const changes{"a", executor(), [this](std::string const& name) {
                                      names.push_back(name);
                                      throw std::runtime_error("no");
@@ -243,7 +243,7 @@ TEST_F(QueuedWithAnExecutor, ReportsWhatTheHandlerThrowsAndGoesOn) {
     EXPECT_EQ(1U, runTasks());
 }
 
-TEST_F(QueuedWithAnExecutor, AsksAgainAfterAnExecutorThatThrew) {
+TEST_F(QueuedWithAnExecutor, CallsAThrowingExecutorAgain) {
     bool isFull = true;
     QueuedListener const changes{"a",
                                  [&](std::function<void()> task) {
@@ -264,7 +264,7 @@ TEST_F(QueuedWithAnExecutor, IsNotCalledOnceItIsDestroyed) {
     changes.emplace("a", executor(), [this, held](std::string const& name) { names.push_back(name); });
     write("a/b", 1);
     changes.reset();
-    EXPECT_EQ(1, held.use_count()); // the function has gone, whatever the loop still has
+    EXPECT_EQ(1, held.use_count()); // the function has been destroyed, even though a task is still queued
     EXPECT_EQ(1U, runTasks());
     EXPECT_THAT(names, IsEmpty());
 }
@@ -293,7 +293,7 @@ TEST_F(QueuedWithAnExecutor, MayBeDestroyedInsideItsOwnCall) {
     changes.emplace("a", executor(), [this, &changes, &uses, own = held](std::string const& name) {
         names.push_back(name);
         changes.reset();
-        uses = own.use_count(); // what the function holds lives until it returns
+        uses = own.use_count(); // the function is not destroyed before it returns
     });
     write("a/b", 1);
     write("a/c", 1);
@@ -303,7 +303,7 @@ TEST_F(QueuedWithAnExecutor, MayBeDestroyedInsideItsOwnCall) {
     EXPECT_THAT(names, ElementsAre("a/b"));
 }
 
-TEST_F(QueuedWithAnExecutor, DestroyedOnAnotherThreadWaitsForACallUnderWay) {
+TEST_F(QueuedWithAnExecutor, DestroyedOnAnotherThreadWaitsForARunningCall) {
     std::atomic<bool> destroyed{false};
     bool destroyedInside = true;
     std::optional<support::BlockedThread> destroyer;
@@ -336,7 +336,7 @@ TEST_F(QueuedWithAnExecutor, DestroyedInAForkedChildDoesNotWaitForTheParentsThre
     runTasks();
 }
 
-TEST_F(QueuedWithAnExecutor, IsCalledAgainInsideALoopOfItsOwn) {
+TEST_F(QueuedWithAnExecutor, IsCalledAgainInsideANestedLoop) {
     QueuedListener const changes{"a", executor(), [this](std::string const& name) {
                                      names.push_back(name + " begins");
                                      if (name == "a/b") {
@@ -350,7 +350,7 @@ TEST_F(QueuedWithAnExecutor, IsCalledAgainInsideALoopOfItsOwn) {
     EXPECT_THAT(names, ElementsAre("a/b begins", "a/c begins", "a/c ends", "a/b ends"));
 }
 
-TEST_F(QueuedWithAnExecutor, HearsEverything) {
+TEST_F(QueuedWithAnExecutor, MayListenToEverything) {
     QueuedListener const changes{everything, executor(), note()};
     write("a/b", 1);
     write("c", 1);

@@ -24,7 +24,7 @@ using utils::properties::_Register;
 
 namespace {
 
-/** A register with a user directory of the test's own. */
+/** A register with a temporary user directory. */
 class SaveSettings : public ::testing::Test {
 protected:
     SaveSettings() { _Register::initialize("", directory.string()); }
@@ -36,7 +36,7 @@ protected:
         return {std::istreambuf_iterator<char>(stream), {}};
     }
 
-    /** What the result says when the system says `error` of the register file. */
+    /** The reason in the result if the system reports `error` for the register file. */
     [[nodiscard]] std::string refusal(int error) const {
         return file() + ": " + std::generic_category().message(error);
     }
@@ -46,13 +46,13 @@ protected:
 
 } // namespace
 
-TEST_F(SaveSettings, SaysThatItWorked) {
+TEST_F(SaveSettings, ReportsSuccess) {
     SaveResult const result = saveSettings();
     EXPECT_TRUE(result.saved);
     EXPECT_EQ("", result.reason);
 }
 
-TEST_F(SaveSettings, WritesWhatSaveWrites) {
+TEST_F(SaveSettings, WritesTheSameFileAsSave) {
     write("a/b", 1);
     write("t", 2, SCOPE_TEMPORARY);
     _Register::getInstance()->save();
@@ -62,37 +62,37 @@ TEST_F(SaveSettings, WritesWhatSaveWrites) {
     EXPECT_EQ(saved, bytes());
 }
 
-TEST_F(SaveSettings, SaysThatTheDirectoryIsMissing) {
+TEST_F(SaveSettings, ReportsAMissingDirectory) {
     std::filesystem::remove_all(directory.path());
     SaveResult const result = saveSettings();
     EXPECT_FALSE(result.saved);
     EXPECT_EQ(refusal(ENOENT), result.reason);
 }
 
-TEST_F(SaveSettings, SaysThatADirectoryStandsInPlaceOfTheFile) {
+TEST_F(SaveSettings, ReportsADirectoryInPlaceOfTheFile) {
     std::filesystem::remove(file());
     std::filesystem::create_directory(file());
     EXPECT_EQ(refusal(EISDIR), saveSettings().reason);
 }
 
-TEST_F(SaveSettings, SaysThatALinkLeadsNowhere) {
+TEST_F(SaveSettings, ReportsADanglingLink) {
     std::filesystem::remove(file());
     std::filesystem::create_symlink(file(), file());
     EXPECT_EQ(refusal(ELOOP), saveSettings().reason);
 }
 
-TEST_F(SaveSettings, UsesTheFileNameThatSaveUses) {
+TEST_F(SaveSettings, UsesTheSameFileNameAsSave) {
     support::RegisterProbe::_VL_REGISTER_NAME = "other.dat";
     ASSERT_TRUE(saveSettings().saved);
     EXPECT_TRUE(std::filesystem::exists(directory / "other.dat"));
 }
 
-TEST_F(SaveSettings, SaysThatAWriteFailedAndLeavesTheFile) {
+TEST_F(SaveSettings, ReportsAFailedWriteAndKeepsTheFile) {
     write("a", 1);
     ASSERT_TRUE(saveSettings().saved);
     std::string const saved = bytes();
     write("a", 2);
-    // No file may grow: the process is told, and not killed.
+    // No file may grow; the write fails instead of killing the process.
     ASSERT_NE(SIG_ERR, std::signal(SIGXFSZ, SIG_IGN));
     struct rlimit limit = {};
     ASSERT_EQ(0, ::getrlimit(RLIMIT_FSIZE, &limit));
@@ -105,13 +105,13 @@ TEST_F(SaveSettings, SaysThatAWriteFailedAndLeavesTheFile) {
     EXPECT_EQ(saved, bytes());
 }
 
-TEST(SaveSettingsBeforeInitialize, SaysThatThereIsNoDirectory) {
+TEST(SaveSettingsBeforeInitialize, ReportsThatNoDirectoryIsSet) {
     SaveResult const result = saveSettings();
     EXPECT_FALSE(result.saved);
     EXPECT_EQ("no user directory is set", result.reason);
 }
 
-TEST_F(SaveSettings, FromSeveralThreadsLeavesTheNewestSettings) {
+TEST_F(SaveSettings, FromSeveralThreadsSavesTheLastSettings) {
     std::vector<std::thread> threads;
     for (int thread = 0; thread < 4; ++thread)
         threads.emplace_back([thread] {

@@ -79,14 +79,14 @@ using namespace std::chrono_literals;
 using support::failure;
 using testing::ElementsAre;
 
-/** What is read back after `value` was written. */
+/** Writes a value and reads it back. */
 template <class T>
 T kept(T const& value) {
     write("a/x", value);
     return read<T>("a/x");
 }
 
-/** What is read as a `T` after `stored` was written. */
+/** The error of reading a `T` after `stored` was written. */
 template <class T, class Kind>
 std::string reading(Kind const& stored) {
     write("a/x", stored);
@@ -151,14 +151,14 @@ TEST(Stored, FloatsKeepTheirValue) {
     EXPECT_TRUE(std::isnan(kept(std::nanf(""))));
 }
 
-TEST(Stored, FloatsAreTheNearestToANumber) {
+TEST(Stored, FloatsAreRoundedToTheNearest) {
     write("a/x", 0.1);
     EXPECT_EQ(0.1F, read<float>("a/x"));
     EXPECT_EQ("PropertyBadType", reading<float>(1e39));
     EXPECT_EQ("PropertyBadType", reading<float>(-1e39));
 }
 
-TEST(Stored, EnumsAreNames) {
+TEST(Stored, EnumsAreStoredAsNames) {
     EXPECT_EQ(Theme::dark, kept(Theme::dark));
     EXPECT_EQ("dark", read<std::string>("a/x"));
     EXPECT_EQ("PropertyBadType", reading<Theme>("Dark"));
@@ -184,7 +184,7 @@ TEST(Stored, TextIsWrittenFromAView) {
     EXPECT_EQ("dark", read<std::string>("a/x"));
 }
 
-TEST(Stored, PathsAreTheirBytes) {
+TEST(Stored, PathsAreStoredAsTheirBytes) {
     std::filesystem::path const path = "/tmp/\xff name";
     EXPECT_EQ(path, kept(path));
     EXPECT_EQ(path.native(), read<std::string>("a/x"));
