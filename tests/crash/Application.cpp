@@ -1,22 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The application that the crash tests kill. It marks the start and the end of each save in the log, where
-// the preloaded shim writes down its file-system calls, and keeps nothing else.
+// The application that the crash tests kill. It marks the start and the end of each save in the log, in which the
+// preloaded shim records its file-system calls.
 //
 // usage: crash-application MANNER LOG MODE DIRECTORY SIZE STATE ...
 //
-// MANNER is "register", or another way to save; DIRECTORY holds the register file, in STATE at the start.
+// MANNER is "register", or another way to save. DIRECTORY contains the register file, in STATE at the start.
 //
 //   run COUNT            starts, saves COUNT further states, and exits, which saves one more
-//   save [OBSERVED]      starts, saves one further state, and ends at once; with OBSERVED it first copies the
-//                        file there as that save left it, and saves one further state
+//   save [OBSERVED]      starts, saves a further state, and ends at once; with OBSERVED it copies the file there
+//                        after that save, and saves another state before it ends
 //   make                 saves STATE
-//   check OBSERVED       a fresh process after the crash: says which state it found, copies the file as the
-//                        start left it to OBSERVED, saves a further state and reads it again
-//   loop                 saves one further state after the other, until it is killed
+//   check OBSERVED       a new process after the crash: reports the state it found, copies the file to OBSERVED
+//                        after the start, saves a further state and reads it again
+//   loop                 saves further states until it is killed
 //
-// Exit status: 0; 1 when it failed otherwise; 3 when the register refused to start; 4 when it held no whole
-// state.
+// Exit status: 0; 3 if the register refused to start; 4 if it did not contain a complete state; 1 for other failures.
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -66,12 +65,12 @@ public:
             std::_Exit(1);
     }
 
-    /** The start saves what it has loaded. */
+    /** Opens the register, which loads the file and saves it. */
     void start() const {
         mark("begin", _state);
         begin();
         if (Settings::stateIn(*_Register::getInstance()) != _state)
-            throw std::logic_error("another state than expected");
+            throw std::logic_error("unexpected state");
         mark("end", _state);
     }
 
@@ -91,7 +90,7 @@ public:
         mark("end", _state);
     }
 
-    /** The last save is that of the exit. */
+    /** Exits, which saves for the last time. */
     [[noreturn]] void exit() {
         ++_state;
         mark("begin", _state);
@@ -136,7 +135,7 @@ private:
             crash::saveCarelessly(_manner, _directory, bytes());
     }
 
-    /** What the register saves. */
+    /** The register file that the register saves. */
     [[nodiscard]] std::string bytes() const {
         filesystem::RealFileSystem files(QString::fromStdString(_scratch));
         filesystem::FileHandle* handle = nullptr;
@@ -156,7 +155,7 @@ private:
     int _state;
 };
 
-/** For the handler that marks the end of the last save, after the register's. */
+/** For the exit handler that marks the end of the last save. It runs after the register's handler. */
 Application* atExit;
 
 [[noreturn]] void perform(std::vector<std::string> const& all) {
@@ -197,6 +196,6 @@ int main(int count, char** arguments) {
     try {
         perform(std::vector<std::string>(arguments + 1, arguments + count));
     } catch (...) {
-        std::_Exit(1); // without the save of the exit
+        std::_Exit(1); // without saving
     }
 }

@@ -11,7 +11,7 @@ namespace crash {
 
 namespace {
 
-/** Writes, in full unless the manner is not to look. */
+/** Writes all bytes, unless the manner ignores short writes. */
 bool put(std::string const& manner, int file, std::string const& bytes) {
     for (std::size_t moved = 0; moved < bytes.size();) {
         auto const step = ::write(file, bytes.data() + moved, bytes.size() - moved);
@@ -69,7 +69,7 @@ void saveCarelessly(std::string const& manner, std::string const& directory, std
     std::string const aside = directory + (manner == "littering" ? "/litter" + std::to_string(::getpid())
                                                                  : "/.Velmorand.dat.000000");
     auto const remove = [](std::string const& path) { retried([&] { return ::unlink(path.c_str()); }); };
-    remove(aside); // what one that was killed has left
+    remove(aside); // left by a killed process
     if (!write(manner, aside, bytes)) {
         remove(aside);
         return;

@@ -6,19 +6,18 @@
 namespace crash {
 
 /**
- * The ways of saving that lose settings, each named for what it leaves out; they are here to show that the
- * harness notices. The careful one leaves nothing out, and shows that the harness does not cry out at
- * everything. Writes `bytes` to Velmorand.dat in `directory`. `manner`:
+ * Writes `bytes` to Velmorand.dat in `directory`, in ways that can lose settings, to show that the harness notices.
+ * The careful one is correct, and shows that the harness does not report everything. `manner`:
  *
  *     "careful"             loses nothing
- *     "direct"              writes over the old file
- *     "removing-first"      removes the old file before it moves the new one to its place
- *     "unsynced"            does not synchronise the file
- *     "directory-unsynced"  does not synchronise the directory
- *     "unchecked-write"     does not look whether all was written
- *     "unchecked-sync"      does not look whether the file was synchronised
+ *     "direct"              overwrites the old file
+ *     "removing-first"      removes the old file before it renames the new one
+ *     "unsynced"            does not fsync the file
+ *     "directory-unsynced"  does not fsync the directory
+ *     "unchecked-write"     ignores short writes
+ *     "unchecked-sync"      ignores errors of fsync
  *     "impatient"           gives up when a signal interrupts it
- *     "littering"           leaves a new temporary file behind when it is killed, for good
+ *     "littering"           leaves a temporary file when it is killed, which is never removed
  */
 void saveCarelessly(std::string const& manner, std::string const& directory, std::string const& bytes);
 

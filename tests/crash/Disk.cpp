@@ -30,7 +30,7 @@ std::string fromHexadecimal(std::string const& text) {
     return bytes;
 }
 
-/** Everything that a file may hold, numbered without making it. */
+/** The possible contents of a file, counted without building them. */
 class Possibilities {
 public:
     Possibilities(std::string const& durable, std::vector<std::string> const& since) {
@@ -57,7 +57,7 @@ public:
         }
     }
 
-    /** How many they are, as far as `limit`. */
+    /** The number of contents, or more than `limit` if there are more. */
     [[nodiscard]] long count(long limit) const {
         long count = 0;
         for (std::size_t const size : _sizes) {
@@ -81,7 +81,7 @@ public:
         return result;
     }
 
-    /** The extremes: of each size, all old, all new; of the largest, all but one sector old or new. */
+    /** The extremes: for each size, all sectors old or all new; for the largest, also all but one old or new. */
     [[nodiscard]] std::vector<std::string> some(long limit, std::mt19937& chance) const {
         std::vector<std::string> result;
         std::size_t const longest = _sizes.back();
@@ -165,7 +165,7 @@ Disk::Disk(Beginning const& beginning) {
 void Disk::apply(Event const& event) {
     auto const& words = event.effect;
     if (event.is("create")) {
-        // The number may be that of a file that is gone.
+        // The inode number of a removed file may be reused.
         lead(words.at(1), _inodes[words.at(2)] = std::make_shared<File>());
     } else if (event.is("write")) {
         change(words.at(1), [&](std::string& content) {
@@ -186,7 +186,7 @@ void Disk::apply(Event const& event) {
                 makeDurable(*file);
     } else if (event.is("rename") || event.is("link")) {
         auto const file = at(words.at(1));
-        // Of two names for the same file, renaming one to the other leaves both.
+        // Renaming a name of a file to another name of the same file keeps both.
         if (leadsTo(words.at(2), file))
             return;
         lead(words.at(2), file);
@@ -195,7 +195,7 @@ void Disk::apply(Event const& event) {
     } else if (event.is("unlink")) {
         lead(words.at(1), nullptr);
     } else if (!event.effect.empty() && !event.is("failed")) {
-        throw std::logic_error("the replay does not know " + event.effect[0]);
+        throw std::logic_error("the replay does not support " + event.effect[0]);
     }
 }
 
@@ -215,7 +215,7 @@ void Disk::change(std::string const& inode, std::function<void(std::string&)> co
 
 void Disk::lead(std::string const& name, std::shared_ptr<File> const& file) {
     if (name.find('/') != std::string::npos)
-        throw std::logic_error("the replay knows one directory only: " + name);
+        throw std::logic_error("the replay supports only one directory: " + name);
     Name& files = _names.emplace(name, Name{nullptr}).first->second;
     files.erase(std::remove(files.begin(), files.end(), file), files.end());
     files.push_back(file);
@@ -224,7 +224,7 @@ void Disk::lead(std::string const& name, std::shared_ptr<File> const& file) {
 std::shared_ptr<Disk::File> Disk::at(std::string const& name) const {
     auto const found = _names.find(name);
     if (found == _names.end() || !found->second.back())
-        throw std::logic_error("the replay does not know the file " + name);
+        throw std::logic_error("unknown file in the replay: " + name);
     return found->second.back();
 }
 
@@ -251,7 +251,7 @@ void Disk::findContents(File& file, long limit, std::mt19937& chance) {
 
 Disk::Shown Disk::forEachState(long limit, std::mt19937& chance,
                                std::function<void(State const&)> const& show) {
-    // A name with what it leads to, and a file with what it holds, are one choice: null is no file.
+    // Each name has one list of choices: the contents of all files that it may refer to; null means that it is missing.
     std::vector<std::pair<std::string, std::vector<std::string const*>>> choices;
     long count = 1;
     bool haveAll = true;
@@ -275,7 +275,7 @@ Disk::Shown Disk::forEachState(long limit, std::mt19937& chance,
     for (long number = 0; number < (isEach ? count : limit); ++number) {
         auto rest = static_cast<std::size_t>(number);
         for (auto const& [name, contentsAt] : choices) {
-            // Where not every state is shown, each content of the register file is, beside others by chance.
+            // If not every state is shown, each content of the register file is, with random choices for other names.
             bool const inTurn = isEach || name == Trial::name;
             state[name] = contentsAt[(inTurn ? rest : chance()) % contentsAt.size()];
             if (isEach)
@@ -291,7 +291,7 @@ Findings replay(Recording const& recording, Disk::Beginning const& beginning, Tr
                 std::function<void(Disk::State const&, Allowed const&)> const& distinct) {
     Findings findings;
     Disk disk(beginning);
-    std::mt19937 chance(1); // the same states at each run
+    std::mt19937 chance(1); // the same states in each run
     auto const previousAtFirst = beginning.files.find(Trial::previousName);
     Allowed allowed(initial, previousAtFirst == beginning.files.end()
                                  ? std::nullopt

@@ -16,18 +16,17 @@
 namespace crash {
 
 /**
- * A disk that promises as little as a disk may, and all that it may hold after a power cut.
+ * A disk with the weakest guarantees that a disk may give, and its possible states after a power cut.
  *
- * Until a file is synchronised, each of its 512-byte sectors is, independent of the others, as it was or as
- * one of the writes since made it, or zeros where there was none; and it is as long as it has been at some
- * moment since, or ends between two sectors of what was added. Until a directory is synchronised, each of its
- * names, independent of the others, leads to any of the files it has led to since, or to none if it was ever
- * without one: creating, renaming and removing happened or not, in any order, and a name may have come before
- * the file's content. To synchronise a file does not make its name durable.
+ * Until a file is flushed with fsync, each of its 512-byte sectors independently has its old content, or that after
+ * any write since, or zeros if it is new; and the file has any of the sizes since then, or ends between two added
+ * sectors. Until a directory is flushed, each of its names independently refers to any of the files it has referred to
+ * since, or to none if it has been missing: creations, renames and removals may happen or not, in any order, and a name
+ * may become durable before the content of its file. Flushing a file does not make its name durable.
  */
 class Disk {
 public:
-    /** What is there before a recording, and durable; files go by the inode that it names them by. */
+    /** The durable state before a recording; files are identified by their inodes in the recording. */
     struct Beginning {
         explicit Beginning(std::filesystem::path const& directory);
         std::map<std::string, std::string> inodes; // by name
@@ -41,7 +40,7 @@ public:
 
     void apply(Event const& event);
 
-    /** The files as every process sees them while there is power. */
+    /** The files as processes see them before a power cut. */
     [[nodiscard]] Files present() const;
 
     /** A state of the disk after a power cut: each name and its content. */
@@ -49,12 +48,12 @@ public:
 
     struct Shown {
         long states;
-        bool isAll; // there are no others
+        bool isAll; // whether these are all states
     };
 
     /**
-     * Shows every state that the disk may be in, or, where they are more than `limit`, `limit` of them: those
-     * in which all is as old or as new as can be or a single sector is not, and others by chance.
+     * Shows every possible state of the disk, or `limit` of them if there are more: the states with everything, or
+     * everything but a single sector, as old or as new as possible, and random others.
      */
     Shown forEachState(long limit, std::mt19937& chance, std::function<void(State const&)> const& show);
 
@@ -63,10 +62,11 @@ private:
         std::string durable;
         std::vector<std::string> since; // the content after each change that is not durable
         [[nodiscard]] std::string const& present() const { return since.empty() ? durable : since.back(); }
-        std::vector<std::string> contents; // what it may hold; worked out when asked for
-        bool isAll = false;                // that it may hold
+        std::vector<std::string> contents; // the possible contents, computed on demand
+        bool isAll = false;                // whether these are all
     };
-    using Name = std::vector<std::shared_ptr<File>>; // what it may lead to, the present last; null is nothing
+    using Name =
+        std::vector<std::shared_ptr<File>>; // the possible files, the present one last; null: missing
 
     static void findContents(File& file, long limit, std::mt19937& chance);
 
@@ -80,21 +80,20 @@ private:
     std::map<std::string, Name> _names;
 };
 
-/** What the replay of a recording has found. */
+/** The results of replaying a recording. */
 struct Findings {
     long crashPoints = 0;
     long states = 0;
-    long sampled = 0;   // crash points of which some states only were looked at
-    long forbidden = 0; // states that are not allowed
+    long sampled = 0;   // crash points of which only some states were checked
+    long forbidden = 0; // number of states that are not allowed
     std::string first;  // the first of them
 };
 
 /**
- * Cuts the power after each event of a recording, and looks at every state that may be left: the file must be
- * one of the two that are allowed, byte for byte, and so must the previous file that live settings keep; `initial`
- * is the state before. `skipped` is the number of a
- * call that is taken for not made. `distinct` is shown each allowed combination of a register file, a
- * previous one and the names beside them once.
+ * Cuts the power after each event of a recording, and checks every possible state: the register file must be one of the
+ * two allowed files, byte for byte, and so must the previous file that live settings keep. `initial` is the state
+ * before. `skipped` is the number of a call that is left out. `distinct` is called once for each allowed combination of
+ * a register file, a previous file and the names of other files.
  */
 Findings replay(Recording const& recording, Disk::Beginning const& beginning, Trial& trial,
                 std::optional<int> initial, long limit, long skipped = 0,

@@ -23,7 +23,7 @@ bool isOldOrNew(std::optional<int> state) {
     return state && (*state == 1 || *state == 2);
 }
 
-/** An application that saves, with a fault somewhere, and saves again; from state 1 to 2 to 3. */
+/** An application that saves with a fault and then saves again: from state 1 to 2 to 3. */
 class Faults {
 public:
     explicit Faults(std::size_t size, std::string const& manner = "register") : trial(size, manner) {
@@ -52,7 +52,7 @@ public:
         return false;
     }
 
-    /** Whether the save has moved its file into place before this call of it. */
+    /** Whether the save has renamed its file before this call. */
     [[nodiscard]] bool isMovedBefore(Event const& call) const {
         for (Event const& other : whole.callsOf(2))
             if (other.is("rename"))
@@ -60,23 +60,23 @@ public:
         return false;
     }
 
-    /** Makes a call fail. Result: what is wrong, or empty. */
+    /** Makes a call fail. Result: the problem, if any. */
     std::string failing(Event const& call, int error) {
         Outcome const run = attempt("fail " + std::to_string(call.call) + ' ' + std::to_string(error));
         if (run.exitedWith(refused) && !isIn(2, call)) // it could not load
-            return trial.registerFile() == trial.bytesOf(1) ? "" : "what it could not read is gone";
+            return trial.registerFile() == trial.bytesOf(1) ? "" : "the unreadable file has changed";
         auto const saved = savedIn(run);
         bool const isVital = call.is("write") || call.is("sync") || call.is("rename") || call.is("truncate");
         if (!isIn(2, call))
-            return saved != 2 ? "a later save is not made" : afterwards();
+            return saved != 2 ? "a later save is missing" : afterwards();
         if (isMovedBefore(call) && saved != 2)
-            return "the new file is not there";
+            return "the new file is missing";
         if (!isMovedBefore(call) && isVital && saved != 1)
-            return "the old file is not there";
+            return "the old file is missing";
         return isOldOrNew(saved) ? afterwards() : "neither the old nor the new file";
     }
 
-    /** Makes a call end early without failing. Result: what is wrong, or empty. */
+    /** Interrupts a call or makes it short. Result: the problem, if any. */
     std::string surviving(Event const& call, std::string const& plan) {
         Outcome const run = attempt(plan + ' ' + std::to_string(call.call) + " 4"); // EINTR
         if (!run.exitedWith(0))
@@ -84,12 +84,12 @@ public:
         return savedIn(run) != 2 ? "does not save" : afterwards();
     }
 
-    /** The state that the save in question has left. */
+    /** The state of the file after the save with the fault. */
     [[nodiscard]] std::optional<int> savedIn(Outcome const& run) const {
         return run.exitedWith(0) ? trial.stateOf(contentOf(trial.observed())) : -1;
     }
 
-    /** The next save works, and so does the next process. */
+    /** Checks that the next save and the next process work. Result: the problem, if any. */
     std::string afterwards() {
         if (trial.registerFile() != trial.bytesOf(3))
             return "the next save fails";
@@ -101,7 +101,7 @@ public:
     std::vector<Event> calls; // of the start and the first save
 };
 
-/** The calls that a signal may interrupt. */
+/** Whether a signal may interrupt a call. */
 bool isInterruptible(Event const& call) {
     static std::set<std::string> const names = {"open",   "close",  "read",     "write",    "sync",  "access",
                                                 "stat",   "chmod",  "chown",    "flock",    "fcntl", "link",
@@ -151,7 +151,7 @@ TEST_P(Failing, AtAnyCallLeavesTheOldFileOrTheNew) {
     EXPECT_THAT(failEachCall(faults, GetParam().second), IsEmpty());
 }
 
-TEST_P(Failing, AtAnyCallOfARunLosesThatSaveAlone) {
+TEST_P(Failing, AtAnyCallOfARunLosesOnlyThatSave) {
     Trial trial(fewSectors);
     trial.reset(1);
     Recording const whole = trial.run("count", "run", 1, "2").recording; // the exit saves state 4
@@ -183,7 +183,7 @@ INSTANTIATE_TEST_SUITE_P(With, Failing,
                                            Error("EACCES", EACCES)),
                          [](auto const& test) { return test.param.first; });
 
-// All that a process can do on a disk that is gone is to leave the file alone.
+// A process cannot save on a failed disk, but must not damage the file.
 TEST(FailingForGood, FromAnyCallOnLeavesTheOldFileOrTheNew) {
     Faults faults(fewSectors);
     Problems problems;
@@ -210,7 +210,7 @@ TEST(Interrupted, AtAnyCallLoadsAndSaves) {
     EXPECT_THAT(disturbEachCall(faults, "fail", isInterruptible), IsEmpty());
 }
 
-TEST(CutShort, AtAnyCallLoadsAndSaves) {
+TEST(ShortTransfer, AtAnyCallLoadsAndSaves) {
     Faults faults(manySectors);
     EXPECT_THAT(disturbEachCall(faults, "short", isTransfer), IsEmpty());
 }
@@ -236,7 +236,7 @@ TEST(FaultsOfSavingCarelessly, NoticeASaveThatIsGivenUpWhenInterrupted) {
     EXPECT_THAT(disturbEachCall(faults, "fail", isInterruptible), Not(IsEmpty()));
 }
 
-TEST(SavingCarefully, PassesForSafeWithAFaultAtAnyCall) {
+TEST(SavingCarefully, PassesWithAFaultAtAnyCall) {
     Faults faults(fewSectors, "careful");
     EXPECT_THAT(failEachCall(faults, ENOSPC), IsEmpty());
     EXPECT_THAT(failEachCall(faults, EIO), IsEmpty());

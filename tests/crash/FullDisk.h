@@ -14,17 +14,17 @@ namespace crash {
 
 constexpr long page = 4096;
 
-/** The end of a test with a small disk, which `scripts/crash-test` must not go without. */
+/** Ends a test with a small disk. `scripts/crash-test` must not skip it. */
 inline void finishFullDisk(int status) {
     if (status != support::cannotMount)
         EXPECT_EQ(0, status);
     else if (isThorough())
-        FAIL() << "this process may not mount a small tmpfs";
+        FAIL() << "this process may not mount a tmpfs";
     else
-        GTEST_SKIP() << "this process may not mount a small tmpfs";
+        GTEST_SKIP() << "this process may not mount a tmpfs";
 }
 
-/** Fills the disk but for some bytes. */
+/** Fills the disk except for some bytes. */
 inline void fillUp(std::filesystem::path const& directory, long leave) {
     long const room = static_cast<long>(std::filesystem::space(directory).available);
     std::ofstream(directory / "ballast", std::ios::binary)

@@ -12,7 +12,7 @@ namespace {
 using namespace crash;
 using support::withSmallDisk;
 
-/** Saves state 2 over state 1, and then, with room again, state 3. Result: what the first save left. */
+/** Saves state 2 over state 1, and then state 3 with room again. Result: the state after the first save. */
 std::optional<int> saveInto(Trial& trial, std::function<void()> const& fill) {
     trial.reset(1);
     for (int const state : {1, 2, 3})
@@ -47,7 +47,7 @@ TEST(FullDisk, KeepsTheOldFileUntilThereIsRoomForTheNew) {
     }));
 }
 
-TEST(FullDisk, KeepsTheOldFileWhenThereAreNoInodesLeft) {
+TEST(FullDisk, KeepsTheOldFileIfNoInodesAreLeft) {
     support::TemporaryDirectory const directory;
     finishFullDisk(withSmallDisk(directory.path(), "size=256k,nr_inodes=12", [&] {
         Trial trial(std::filesystem::canonical(directory.path()), oneSector);

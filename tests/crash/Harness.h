@@ -7,23 +7,23 @@
 
 namespace crash {
 
-/** A number from the environment, or what it is without. */
+/** A number from the environment, or `otherwise` if it is not set. */
 inline long number(char const* variable, long otherwise) {
     char const* const value = std::getenv(variable);
     return value != nullptr ? std::stol(value) : otherwise;
 }
 
-/** Whether all is tried, which takes minutes, as `scripts/crash-test` has it. */
+/** Whether to try everything, which takes minutes; `scripts/crash-test` does. */
 inline bool isThorough() {
     return number("CRASH_THOROUGH", 0) != 0;
 }
 
-/** Says how much was tried, for `scripts/crash-test` to add up. */
+/** Prints how much was tried, for the sums of `scripts/crash-test`. */
 inline void figure(std::string const& name, long count) {
     std::cout << "figure: " << count << ' ' << name << '\n';
 }
 
-/** The name of a test with a way to save: its letters. */
+/** Names a test with a way to save after its letters. */
 struct NameOfManner {
     template <class Test>
     std::string operator()(Test const& test) const {
@@ -37,7 +37,7 @@ struct NameOfManner {
 
 constexpr std::size_t oneSector = 400;
 constexpr std::size_t fewSectors = 2'400;
-constexpr std::size_t moreSectors = 6'000; // as many as can be lost in every combination
+constexpr std::size_t moreSectors = 6'000; // the most of which every combination can be tried
 constexpr std::size_t manySectors = 100'000;
 
 } // namespace crash

@@ -17,8 +17,8 @@ using ::testing::Not;
 using Problems = std::vector<std::string>;
 
 /**
- * Kills the application before and after each of its calls, and has a fresh process look at what is left.
- * Result: what was wrong. `beginning` is what lies in the directory, in state `initial`.
+ * Kills the application before and after each of its calls, and checks the result with a new process.
+ * Result: the problems. `beginning` is the initial content of the directory, in state `initial`.
  */
 Problems killAtEachCall(Trial& trial, Files const& beginning, std::optional<int> initial,
                         std::string const& mode, std::string const& more = {}) {
@@ -27,7 +27,7 @@ Problems killAtEachCall(Trial& trial, Files const& beginning, std::optional<int>
     Outcome const whole = trial.run("count", mode, initial.value_or(0), more);
     if (!whole.exitedWith(0) || whole.recording.calls() == 0)
         throw std::runtime_error("the application does not work");
-    // Another way to save differs from the register's in one save only.
+    // Other ways to save are used for one save only.
     auto const other = whole.recording.callsOf(2);
     long const first = trial.isOfRegister() ? 1 : other.front().call;
     long const last = trial.isOfRegister() ? whole.recording.calls() : other.back().call;
@@ -61,7 +61,7 @@ TEST(Kill, AtAnyCallOfASaveLeavesTheOldFileOrTheNew) {
     EXPECT_THAT(killAtEachCall(trial, 1, "save"), IsEmpty());
 }
 
-TEST(Kill, AtAnyCallOfTheFirstSaveLeavesNoFileOrAWholeOne) {
+TEST(Kill, AtAnyCallOfTheFirstSaveLeavesNoFileOrAnIntactOne) {
     Trial trial(fewSectors);
     EXPECT_THAT(killAtEachCall(trial, std::nullopt, "save"), IsEmpty());
 }
@@ -71,7 +71,7 @@ TEST(Kill, AtAnyCallOfALargeSaveLeavesTheOldFileOrTheNew) {
     EXPECT_THAT(killAtEachCall(trial, 1, "save"), IsEmpty());
 }
 
-TEST(Kill, AtAnyCallOfARunLeavesTheLastSaveOrTheOneUnderWay) {
+TEST(Kill, AtAnyCallOfARunLeavesTheLastSaveOrTheCurrentOne) {
     Trial trial(oneSector);
     EXPECT_THAT(killAtEachCall(trial, 1, "run", isThorough() ? "10" : "2"), IsEmpty());
     if (!isThorough())
@@ -80,7 +80,7 @@ TEST(Kill, AtAnyCallOfARunLeavesTheLastSaveOrTheOneUnderWay) {
     EXPECT_THAT(killAtEachCall(large, 1, "run", "10"), IsEmpty());
 }
 
-TEST(Kill, WhileWhatAnEarlierOneLeftIsClearedLosesNothing) {
+TEST(Kill, WhileTheFilesOfAnEarlierKillAreRemovedLosesNothing) {
     Trial trial(fewSectors);
     std::string const half = trial.bytesOf(2).substr(0, 1000);
     EXPECT_THAT(killAtEachCall(trial,
@@ -101,7 +101,7 @@ TEST_P(KillOf, IsNoticed) {
 INSTANTIATE_TEST_SUITE_P(SavingCarelessly, KillOf, ::testing::Values("direct", "removing-first", "littering"),
                          NameOfManner());
 
-TEST(SavingCarefully, PassesForSafeWhenKilledAtAnyCall) {
+TEST(SavingCarefully, PassesIfKilledAtAnyCall) {
     Trial trial(fewSectors, "careful");
     EXPECT_THAT(killAtEachCall(trial, 1, "save"), IsEmpty());
 }

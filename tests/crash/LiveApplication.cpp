@@ -1,26 +1,26 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The application with live settings that the crash tests kill. It marks the start and the end of each save in the log,
-// as `Application.cpp` does.
+// An application with live settings that the crash tests kill. Like `Application.cpp`, it marks the start and the end
+// of each save in the log.
 //
 // usage: crash-live-application live LOG MODE DIRECTORY SIZE STATE [OBSERVED]
 //
-// The register file in DIRECTORY is in STATE, as `Sides.h` describes it. Once the settings are open, another program's
-// next state, the file "theirs" beside DIRECTORY, takes its place, if there is such a file.
+// The register file in DIRECTORY is in STATE, as described in `Sides.h`. Once the settings are open, the file "theirs"
+// in DIRECTORY's parent replaces it, if it exists: the next state of another program.
 //
-//   save [OBSERVED]  changes its side, calls `sync` and ends at once; with OBSERVED it first copies both files there as
-//                    that left them, and changes and saves once more
-//   retry            changes its side and calls `sync` until that has succeeded, and ends at once
+//   save [OBSERVED]  changes its side, calls `sync` and ends at once; with OBSERVED it copies both files there after
+//                    that, and changes and saves again before it ends
+//   retry            changes its side, calls `sync` until it succeeds, and ends at once
 //   end              changes its side and destroys the settings
 //   exit             changes its side and exits
 //   worker           changes its side and waits until that is saved
 //   theirs           changes the other side and saves it
 //   make             saves STATE
-//   check OBSERVED   a fresh process after the crash: says which state it found, copies the file as the start left it to
-//                    OBSERVED, changes and saves its side, and opens the settings again
+//   check OBSERVED   a new process after the crash: reports the state it found, copies the file to OBSERVED after the
+//                    start, changes and saves its side, and opens the settings again
 //
-// Exit status: 0; 1 when it failed otherwise; 3 when the settings cannot be opened; 4 when they are not one whole state;
-// 5 when a file was reported as damaged.
+// Exit status: 0; 3 if the settings cannot be opened; 4 if they are not a complete state; 5 if a file was reported as
+// damaged; 1 for other failures.
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -84,16 +84,16 @@ public:
 
     void start(std::chrono::milliseconds delay = std::chrono::hours(1)) {
         open(delay);
-        // Another program may have saved by now.
+        // Another program may have saved already.
         if (crash::Sides::state() % 10 != _state % 10)
-            throw std::logic_error("another state than expected");
+            throw std::logic_error("unexpected state");
         if (std::string const theirs = bytesOf(_directory.parent_path() / "theirs"); !theirs.empty())
             replaceBy(theirs);
     }
 
     void change() {
         ++_state;
-        mark("keep", _state); // before a thread of its own can save it
+        mark("keep", _state); // before the background thread can save the change
         _sides.change("mine", _state);
     }
 
@@ -167,7 +167,7 @@ public:
     [[nodiscard]] int state() const { return _state; }
 
 private:
-    /** As a program does that saves without live settings. */
+    /** Saves as a program without live settings does. */
     void replaceBy(std::string const& theirs) {
         _state += 10;
         mark("begin", _state);
@@ -191,7 +191,7 @@ private:
     std::filesystem::path _directory;
     crash::Sides _sides;
     int _state;
-    LiveSettings* _live = nullptr; ///< not destroyed but by `end`: a killed process does not either
+    LiveSettings* _live = nullptr; ///< destroyed only by `end`, as in a killed process
 };
 
 Application* atExit;
@@ -202,7 +202,7 @@ Application* atExit;
     if (mode == "save") {
         application.start();
         application.change();
-        static_cast<void>(application.sync()); // it has marked what came of it
+        static_cast<void>(application.sync()); // marks the result
         if (all.size() > 6) {
             application.observe(all[6]);
             application.change();
@@ -217,7 +217,7 @@ Application* atExit;
         application.end();
     } else if (mode == "exit") {
         atExit = &application;
-        // After the handler of the settings, which is registered later.
+        // Runs after the handler of the settings, which is registered later.
         static_cast<void>(std::atexit([] { atExit->mark("end", atExit->state()); }));
         application.start();
         application.change();
@@ -244,6 +244,6 @@ int main(int count, char** arguments) {
     try {
         perform(std::vector<std::string>(arguments + 1, arguments + count));
     } catch (...) {
-        std::_Exit(1); // without the save of the exit
+        std::_Exit(1); // without saving
     }
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Kills and power cuts while live settings save: a merge that replaces the file and keeps the one before it.
+// Kills and power cuts while live settings are saved: a merge that replaces the file and keeps the previous one.
 #include <stdexcept>
 
 #include <gmock/gmock.h>
@@ -16,8 +16,8 @@ using namespace crash;
 using ::testing::IsEmpty;
 
 /**
- * Kills the application before and after each of its calls, and has a fresh process look at what is left. `begin` puts
- * the directory into the state before. Result: what was wrong.
+ * Kills the application before and after each of its calls, and checks the result with a new process. `begin` restores
+ * the initial content of the directory. Result: the problems.
  */
 template <class Begin>
 Problems killAtEachCall(LiveTrial& trial, Begin&& begin, std::optional<int> initial, std::string const& mode,
@@ -35,7 +35,7 @@ Problems killAtEachCall(LiveTrial& trial, Begin&& begin, std::optional<int> init
             begin();
             std::string const plan = when + std::to_string(call);
             Outcome const run = trial.run(plan, mode, state, more);
-            // A thread of its own may make fewer calls than it did in the other run.
+            // The background thread may make fewer calls than in the other run.
             if (!run.wasKilled() && !(mode == "worker" && run.exitedWith(0)))
                 throw std::runtime_error(plan + " killed nothing");
             std::string const problem = trial.problem(Allowed(initial, run.recording, previous));
@@ -78,7 +78,7 @@ TEST(LiveKillWithoutHardLinks, AtAnyCallLosesNothing) {
     }
 }
 
-TEST(LiveKillOfTheFirstSave, LeavesNoFileOrAWholeOne) {
+TEST(LiveKillOfTheFirstSave, LeavesNoFileOrAnIntactOne) {
     LiveTrial trial(fewSectors);
     trial.setTheirs(std::nullopt);
     trial.bytesOf(1);
@@ -87,7 +87,7 @@ TEST(LiveKillOfTheFirstSave, LeavesNoFileOrAWholeOne) {
                 IsEmpty());
 }
 
-TEST(LiveKillOfTheFirstSave, WhileItsDirectoryIsMadeLosesNothing) {
+TEST(LiveKillOfTheFirstSave, WhileItsDirectoryIsCreatedLosesNothing) {
     LiveTrial trial(oneSector);
     trial.setTheirs(std::nullopt);
     trial.bytesOf(1);
@@ -100,7 +100,7 @@ TEST(LiveKillWhileLeftoversAreCleared, LosesNothing) {
     LiveTrial trial(oneSector);
     auto const begin = [&] {
         trial.begin();
-        // Of a save, and of keeping the file: a second name for it.
+        // Leftovers of a save, and of keeping the previous file, which is a second link to the file.
         Files files = trial.files();
         files[support::temporaryName(Trial::name)] = trial.bytesOf(ours).substr(0, 100);
         trial.reset(files);
@@ -113,8 +113,8 @@ TEST(LiveKillWhileLeftoversAreCleared, LosesNothing) {
 
 class LiveSaves : public ::testing::TestWithParam<std::string> {};
 
-// Another program saves while this one stands still before a call: its change stays, and so does this program's.
-TEST_P(LiveSaves, OfTwoProgramsAtOnceLoseNeithersChanges) {
+// Another program saves while this one is stopped before a call: the changes of both must be kept.
+TEST_P(LiveSaves, OfTwoProgramsAtOnceLoseNoChanges) {
     LiveTrial trial(oneSector);
     trial.setTheirs(std::nullopt);
     long const calls = trial.attempt("count", GetParam()).recording.calls();
@@ -128,9 +128,9 @@ TEST_P(LiveSaves, OfTwoProgramsAtOnceLoseNeithersChanges) {
         if (!mine.exitedWith(0) || !others.exitedWith(0))
             problems.push_back(plan + ": not saved");
         else if (trial.registerFile() != trial.bytesOf(ours))
-            problems.push_back(plan + ": a change is missing");
+            problems.push_back(plan + ": a change is lost");
         else if (trial.files().size() != 2)
-            problems.push_back(plan + ": something is left");
+            problems.push_back(plan + ": unexpected files remain");
     }
     EXPECT_THAT(problems, IsEmpty());
     figure("saves of live settings with another one between two calls", calls);
@@ -146,7 +146,7 @@ public:
         : beginning((trial.begin(), trial.directory())), run(trial.run(plan, mode, opened, more)),
           _trial(trial) {}
 
-    /** The power cuts that would lose something. */
+    /** Replays the recording with power cuts. */
     Findings replayed(long limit, long skipped = 0,
                       std::function<void(Disk::State const&, Allowed const&)> const& distinct = {}) {
         return replay(run.recording, beginning, _trial, opened, limit, skipped, distinct);
@@ -159,9 +159,9 @@ private:
     LiveTrial& _trial;
 };
 
-constexpr long everyState = 200'000; // more than there are
+constexpr long everyState = 200'000; // more than the number of states
 
-/** Result: the power cuts of which not every state was tried. */
+/** Result: the number of power cuts of which not every state was tried. */
 long expectNothingLost(LiveTrial& trial, std::string const& mode, long limit) {
     LiveRecorded recorded(trial, "record", mode, mode == "save" ? trial.observed().string() : "");
     EXPECT_TRUE(recorded.run.exitedWith(0));
@@ -187,7 +187,7 @@ long expectNothingLost(LiveTrial& trial, std::string const& mode, long limit) {
 
 class LivePowerCut : public ::testing::TestWithParam<std::string> {};
 
-TEST_P(LivePowerCut, AtAnyMomentLosesNothing) {
+TEST_P(LivePowerCut, AtAnyTimeLosesNothing) {
     LiveTrial trial(isThorough() ? 5'000 : fewSectors);
     EXPECT_EQ(0, expectNothingLost(trial, GetParam(), everyState));
 }
@@ -206,7 +206,7 @@ TEST(LivePowerCutWithLargeFiles, LosesNothing) {
     expectNothingLost(trial, "save", isThorough() ? 5'000 : 300);
 }
 
-/** What was acknowledged after a fault is durable. */
+/** Settings that were acknowledged after a fault must be durable. */
 TEST(LivePowerCutAfterAFault, LosesNothingThatWasSavedByTheNextAttempt) {
     LiveTrial trial(oneSector);
     auto const calls = trial.attempt("count", "retry").recording.callsOf(ours);
@@ -226,7 +226,7 @@ TEST(LivePowerCutAfterAFault, LosesNothingThatWasSavedByTheNextAttempt) {
     figure("faults of live settings with a power cut after them", tried);
 }
 
-TEST(LivePowerCutReplay, EndsWithTheFilesThatAreThere) {
+TEST(LivePowerCutReplay, EndsWithTheActualFiles) {
     for (bool const hasLinks : {true, false}) {
         LiveTrial trial(manySectors);
         trial.setLinks(hasLinks);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Calls that fail while live settings save, and full disks.
+// Failing calls and full disks while live settings are saved.
 #include <cerrno>
 #include <cstring>
 #include <set>
@@ -23,7 +23,7 @@ bool isOneOf(std::optional<int> state, std::set<int> const& states) {
     return state && states.count(*state) != 0;
 }
 
-/** An application that opens, saves with a fault somewhere, and saves again. */
+/** An application that opens live settings, saves with a fault, and saves again. */
 class LiveFaults {
 public:
     explicit LiveFaults(std::size_t size, bool hasLinks = true) : trial(size) {
@@ -43,40 +43,40 @@ public:
         return trial.attempt(plan, "save", trial.observed().string());
     }
 
-    /** Makes a call of the start fail. Result: what is wrong, or empty. */
+    /** Makes a call of the start fail. Result: the problem, if any. */
     std::string failingAtTheStart(Event const& call, int error) {
         Outcome const run = attempt("fail " + std::to_string(call.call) + ' ' + std::to_string(error));
         if (run.exitedWith(refused))
             return trial.registerFile() == trial.bytesOf(opened) &&
                            trial.previousFile() == trial.bytesOf(kept)
                        ? ""
-                       : "what it could not read is gone";
+                       : "the unreadable files have changed";
         return run.exitedWith(0) ? afterwards(run, true) : "does not start";
     }
 
-    /** Makes a call of the save fail. Result: what is wrong, or empty. */
+    /** Makes a call of the save fail. Result: the problem, if any. */
     std::string failing(Event const& call, int error) {
         Outcome const run = attempt("fail " + std::to_string(call.call) + ' ' + std::to_string(error));
         if (!run.exitedWith(0))
-            return "ends badly";
+            return "the application fails";
         auto const failure = run.recording.failureOf(ours);
         auto const file = trial.stateOf(contentOf(trial.observed()));
         auto const previous = trial.stateOf(contentOf(trial.observed().string() + ".previous"));
         if (!failure && (file != ours || previous != theirs))
-            return "not saved, and nothing said";
+            return "not saved, but no failure is reported";
         if (failure && (failure->rfind(trial.directory().string(), 0) != 0 ||
                         failure->find(std::strerror(error)) == std::string::npos))
-            return "not the path and the reason: " + *failure;
+            return "the path or the reason is missing: " + *failure;
         if (!failure && isVital(call, error))
             return "no failure is reported";
         if (failure && file != (isMovedBefore(call) ? ours : theirs))
-            return "the wrong file is there";
+            return "wrong file";
         if (failure && !isOneOf(previous, {kept, theirs}))
-            return "the wrong previous file is there";
+            return "wrong previous file";
         return afterwards(run, file == ours);
     }
 
-    /** Makes a call end early without failing. Result: what is wrong, or empty. */
+    /** Interrupts a call or makes it short. Result: the problem, if any. */
     std::string surviving(Event const& call, std::string const& plan) {
         Outcome const run = attempt(plan + ' ' + std::to_string(call.call) + " 4"); // EINTR
         if (!run.exitedWith(0) || run.recording.failureOf(ours))
@@ -84,14 +84,17 @@ public:
         return afterwards(run, true);
     }
 
-    /** The next save works, keeps what was there before it, and leaves nothing behind; so does the next process. */
+    /**
+     * Checks that the next save and the next process work, keep the previous file and leave no other.
+     * Result: the problem, if any.
+     */
     std::string afterwards(Outcome const& run, bool isSaved) {
         if (auto const failure = run.recording.failureOf(further))
             return "the next save fails: " + *failure;
         if (trial.registerFile() != trial.bytesOf(further))
-            return "the next save loses something";
+            return "the next save loses a change";
         if (trial.previousFile() != trial.bytesOf(isSaved ? ours : theirs))
-            return "the next save does not keep the file before it";
+            return "the next save does not keep the previous file";
         return trial.problem(Allowed(further, isSaved ? ours : theirs));
     }
 
@@ -101,14 +104,14 @@ public:
     std::vector<Event> saving;
 
 private:
-    /** Whether the save cannot go on without this call. */
+    /** Whether the save must fail if this call fails. */
     [[nodiscard]] static bool isVital(Event const& call, int error) {
         static std::set<int> const withoutLinks = {EPERM, EXDEV, EMLINK, EOPNOTSUPP};
         return (call.is("link") && withoutLinks.count(error) == 0) || call.is("write") || call.is("sync") ||
                call.is("syncdir") || call.is("rename") || call.is("truncate") || call.is("create");
     }
 
-    /** Whether the save has moved its file into place before this call of it. */
+    /** Whether the save has renamed its file before this call. */
     [[nodiscard]] bool isMovedBefore(Event const& call) const {
         for (Event const& other : saving)
             if (other.is("rename") && other.effect.at(2) == Trial::name)
@@ -168,11 +171,11 @@ TEST(LiveFailingForGood, FromAnyCallOnLeavesTheOldFileOrTheNew) {
         auto const previous = faults.trial.stateOf(faults.trial.previousFile());
         std::string problem;
         if (!run.exitedWith(0))
-            problem = "ends badly";
+            problem = "the application fails";
         else if (!isOneOf(left, {theirs, ours}))
             problem = "neither the old nor the new file";
         else if (!isOneOf(previous, {kept, theirs}))
-            problem = "the wrong previous file";
+            problem = "wrong previous file";
         else
             problem = faults.trial.problem(Allowed(left, previous));
         if (!problem.empty())
@@ -192,7 +195,7 @@ TEST(LiveInterrupted, AtAnyCallSaves) {
     figure("faults injected into live settings", static_cast<long>(faults.saving.size()));
 }
 
-TEST(LiveCutShort, AtAnyCallSaves) {
+TEST(LiveShortTransfer, AtAnyCallSaves) {
     for (bool const hasLinks : {true, false}) {
         LiveFaults faults(manySectors, hasLinks);
         Problems problems;
@@ -210,7 +213,7 @@ TEST(LiveCutShort, AtAnyCallSaves) {
     }
 }
 
-/** Saves on a disk that `fill` has filled up, and again when there is room. Result: whether the first save worked. */
+/** Saves on a disk that `fill` has filled, and again with room. Result: whether the first save succeeded. */
 bool saveInto(LiveTrial& trial, std::function<void()> const& fill) {
     trial.begin();
     trial.setTheirs(std::nullopt);
@@ -254,7 +257,7 @@ TEST(LiveFullDisk, KeepsBothFilesUntilThereIsRoomForTheNew) {
     }));
 }
 
-TEST(LiveFullDisk, KeepsBothFilesWhenThereAreNoInodesLeft) {
+TEST(LiveFullDisk, KeepsBothFilesIfNoInodesAreLeft) {
     support::TemporaryDirectory const directory;
     for (int const left : {0, 1}) {
         finishFullDisk(support::withSmallDisk(directory.path(), "size=256k,nr_inodes=12", [&] {

@@ -11,11 +11,11 @@ namespace crash {
 
 using Problems = std::vector<std::string>;
 
-/** The states of a trial with live settings, as `Sides.h` numbers them. */
-constexpr int kept = 10;   ///< in the previous file at the beginning
-constexpr int opened = 11; ///< in the file at the beginning
+/** The states of a trial with live settings, numbered as in `Sides.h`. */
+constexpr int kept = 10;   ///< of the previous file at the beginning
+constexpr int opened = 11; ///< of the file at the beginning
 constexpr int theirs = 21; ///< after another program's save
-constexpr int ours = 22;   ///< after the save in question, which merges
+constexpr int ours = 22;   ///< after the tested save, which merges
 constexpr int further = 23;
 
 /** A directory with a register file and a previous one, in which an application with live settings runs. */
@@ -28,7 +28,7 @@ public:
 
     void begin() { reset({{name, bytesOf(opened)}, {previousName, bytesOf(kept)}}); }
 
-    /** From the beginning. */
+    /** Runs the application from the initial state. */
     Outcome attempt(std::string const& plan, std::string const& mode, std::string const& more = {}) {
         begin();
         return run(plan, mode, opened, more);

@@ -19,7 +19,7 @@ Recording::Recording(std::string const& log) {
         else
             line >> event.call >> event.name;
         if (!line || event.isMark() != (kind == "mark"))
-            throw std::runtime_error("not a line of a log: " + line.str());
+            throw std::runtime_error("invalid line in a log: " + line.str());
         for (std::string word; line >> word;)
             event.effect.push_back(word);
         _events.push_back(std::move(event));

@@ -9,8 +9,8 @@
 namespace crash {
 
 /**
- * A line of the log of a run: a mark of the application ("mark begin 2"), or a numbered call and what it did
- * to the disk. Paths are relative to the directory; files go by their inode, bytes are hexadecimal:
+ * A line in the log of a run: a mark of the application ("mark begin 2"), or a numbered call and its effect on the
+ * disk. Paths are relative to the directory, files are identified by their inodes, bytes are hexadecimal:
  *
  *     call 7 open create .Velmorand.dat.velmorand-0123abcd-4a5b6c7d 4711
  *     call 8 write write 4711 0 d9d9f7
@@ -19,7 +19,7 @@ namespace crash {
  *     call 11 sync syncdir .
  *     call 12 stat failed
  *
- * and "syncfs", "truncate INODE SIZE", "link FROM TO", "unlink PATH"; a call that changed nothing has no more words.
+ * and "syncfs", "truncate INODE SIZE", "link FROM TO", "unlink PATH". A call without effect has no further words.
  */
 struct Event {
     [[nodiscard]] bool isMark() const { return call == 0; }
@@ -28,15 +28,16 @@ struct Event {
     long call = 0;    // its number; 0 for a mark
     std::string name; // of the call, or of the mark: "begin", "keep", "end", "failed" or "found"
     int state = 0;    // of a mark
-    std::vector<std::string> effect; // "write" and its words; of the mark "failed" the reason, in words
+    std::vector<std::string>
+        effect; // "write" and its arguments; for the mark "failed", the words of the reason
 };
 
-/** All that happened in a run, in order. */
+/** The events of a run, in order. */
 class Recording {
 public:
     Recording() = default;
 
-    /** Reads a log. A line that is not whole, as the kill left it, is the last one and is left out. */
+    /** Reads a log. An incomplete last line, written by a killed process, is ignored. */
     explicit Recording(std::string const& log);
 
     [[nodiscard]] std::vector<Event> const& events() const { return _events; }
@@ -45,13 +46,13 @@ public:
     /** The calls between the start of the save of `state` and its end. */
     [[nodiscard]] std::vector<Event> callsOf(int state) const;
 
-    /** The reason of the save of `state`, if it has failed. */
+    /** The reason why the save of `state` failed, if it did. */
     [[nodiscard]] std::optional<std::string> failureOf(int state) const;
 
     /** Whether a call of this name has failed. */
     [[nodiscard]] bool hasFailed(std::string const& name) const;
 
-    /** The state that a fresh process found. */
+    /** The state that a new process found. */
     [[nodiscard]] std::optional<int> found() const;
 
 private:
@@ -59,8 +60,8 @@ private:
 };
 
 /**
- * The states that may be on the disk: the last whose save has finished, and the one being saved, as one that has
- * failed counts. A save after the mark "keep" keeps the file before it as the previous one.
+ * The states that may be on the disk: the last one whose save has finished, and the one being saved; a failed save
+ * counts as unfinished. A save after the mark "keep" keeps the previous file.
  */
 class Allowed {
 public:
@@ -90,12 +91,12 @@ public:
         }
     }
 
-    /** Whether a state may be there, or, for none, no file at all. */
+    /** Whether the file may have a state; without one: whether it may be missing. */
     [[nodiscard]] bool has(std::optional<int> state) const {
         return state == _finished || (state && state == _underWay);
     }
 
-    /** Whether the previous file may be that of a state, or, for none, missing. */
+    /** Whether the previous file may have a state; without one: whether it may be missing. */
     [[nodiscard]] bool hasPrevious(std::optional<int> state) const { return _previous.count(state) != 0; }
 
     [[nodiscard]] std::optional<int> finished() const { return _finished; }

@@ -9,7 +9,7 @@ namespace {
 
 using namespace crash;
 
-/** A recorded run of the application, to be replayed on the weak disk as often as one likes. */
+/** A recorded run of the application, which can be replayed on the weak disk repeatedly. */
 class Recorded {
 public:
     Recorded(std::size_t size, std::optional<int> from, std::string const& mode,
@@ -23,7 +23,7 @@ public:
         return replay(run.recording, beginning, trial, initial, limit, skipped);
     }
 
-    /** The calls of further saves that synchronise the file ("sync") or the directory ("syncdir"). */
+    /** The calls of further saves that flush the file ("sync") or the directory ("syncdir"). */
     [[nodiscard]] std::vector<long> syncs(std::string const& what) const {
         std::vector<long> calls;
         for (Event const& event : run.recording.events())
@@ -41,11 +41,11 @@ public:
     Files end;
 };
 
-constexpr long everyState = 100'000; // more than there are
+constexpr long everyState = 100'000; // more than the number of states
 
 /**
- * Replays a run; what differs as a process sees it is also loaded by one, which then saves and clears up.
- * Result: the power cuts of which not every state was tried.
+ * Replays a run. A new process also loads each state that differs for a process, saves and cleans up.
+ * Result: the number of power cuts of which not every state was tried.
  */
 long expectNothingLost(Recorded& recorded, long limit) {
     EXPECT_TRUE(recorded.run.exitedWith(0));
@@ -71,22 +71,22 @@ long expectNothingLost(Recorded& recorded, long limit) {
     return findings.sampled;
 }
 
-TEST(PowerCut, DuringARunLeavesTheLastSaveOrTheOneUnderWay) {
+TEST(PowerCut, DuringARunLeavesTheLastSaveOrTheCurrentOne) {
     Recorded recorded(isThorough() ? moreSectors : fewSectors, 1, "run");
     EXPECT_EQ(0, expectNothingLost(recorded, everyState));
 }
 
-TEST(PowerCut, DuringTheFirstRunLeavesTheLastSaveOrTheOneUnderWay) {
+TEST(PowerCut, DuringTheFirstRunLeavesTheLastSaveOrTheCurrentOne) {
     Recorded recorded(isThorough() ? moreSectors : fewSectors, std::nullopt, "run");
     EXPECT_EQ(0, expectNothingLost(recorded, everyState));
 }
 
-TEST(PowerCut, DuringARunWithLargeFilesLeavesTheLastSaveOrTheOneUnderWay) {
+TEST(PowerCut, DuringARunWithLargeFilesLeavesTheLastSaveOrTheCurrentOne) {
     Recorded recorded(manySectors, 1, "run");
     expectNothingLost(recorded, isThorough() ? 5'000 : 300);
 }
 
-TEST(PowerCutReplay, EndsWithTheFilesThatAreThere) {
+TEST(PowerCutReplay, EndsWithTheActualFiles) {
     Recorded const recorded(manySectors, 1, "run");
     Disk disk(recorded.beginning);
     for (Event const& event : recorded.run.recording.events())
@@ -107,7 +107,7 @@ TEST(PowerCutReplay, NoticesEachMissingSyncOfTheFile) {
     expectEachMissingIsNoticed("sync");
 }
 
-// What a save promises when it has returned: its settings outlast a power cut.
+// Settings must survive a power cut after their save has returned.
 TEST(PowerCutReplay, NoticesEachMissingSyncOfTheDirectory) {
     expectEachMissingIsNoticed("syncdir");
 }
@@ -131,7 +131,7 @@ INSTANTIATE_TEST_SUITE_P(SavingCarelessly, PowerCutOf,
                          ::testing::Values("direct", "removing-first", "unsynced", "directory-unsynced"),
                          NameOfManner());
 
-TEST(SavingCarefully, PassesForSafeInAPowerCut) {
+TEST(SavingCarefully, PassesInAPowerCut) {
     Recorded recorded(fewSectors, 1, "save", "careful");
     ASSERT_TRUE(recorded.run.exitedWith(0));
     Findings const findings = recorded.replayed(everyState);
@@ -139,7 +139,7 @@ TEST(SavingCarefully, PassesForSafeInAPowerCut) {
     EXPECT_EQ(0, findings.sampled);
 }
 
-// The disk of the replay itself, on recordings made by hand.
+// The weak disk itself, with recordings made by hand.
 
 class WeakDisk : public ::testing::Test {
 protected:
@@ -177,7 +177,7 @@ protected:
 using ::testing::ElementsAre;
 using ::testing::UnorderedElementsAre;
 
-TEST_F(WeakDisk, LosesAWriteOrItsLengthUntilTheFileIsSynchronised) {
+TEST_F(WeakDisk, LosesAWriteOrItsLengthUntilTheFileIsFlushed) {
     EXPECT_THAT(after({"write OLD 2 4142"}), // "olAB"
                 UnorderedElementsAre("f=old", std::string("f=old\0", 6), "f=olA", "f=olAB"));
     EXPECT_THAT(after({"write OLD 2 4142", "sync OLD"}), ElementsAre("f=olAB"));
@@ -195,23 +195,23 @@ TEST_F(WeakDisk, TearsAWriteBetweenSectors) {
     EXPECT_EQ(8U, states.size()); // 2 of 3 bytes, 2 of 512, 4 of 513
 }
 
-TEST_F(WeakDisk, SaysWhenItShowsSomeStatesOnly) {
+TEST_F(WeakDisk, ReportsWhenItShowsOnlySomeStates) {
     Disk disk{Disk::Beginning(trial.directory())};
     Recording const recording("call 1 x create g 1\ncall 2 x write 1 0 41\n");
     for (Event const& event : recording.events())
         disk.apply(event);
     std::mt19937 chance(1);
     auto const ignore = [](Disk::State const&) {};
-    EXPECT_TRUE(disk.forEachState(4, chance, ignore).isAll); // no "g", an empty one, "\0" and "A"
+    EXPECT_TRUE(disk.forEachState(4, chance, ignore).isAll); // "g" is missing, empty, "\0" or "A"
     EXPECT_FALSE(disk.forEachState(3, chance, ignore).isAll);
 }
 
-TEST_F(WeakDisk, LosesANameUntilTheDirectoryIsSynchronised) {
+TEST_F(WeakDisk, LosesANameUntilTheDirectoryIsFlushed) {
     EXPECT_THAT(after({"create g 1", "sync 1"}), ElementsAre("f=old g=", "f=old g=-"));
     EXPECT_THAT(after({"create g 1", "syncdir ."}), ElementsAre("f=old g="));
 }
 
-TEST_F(WeakDisk, LosesNothingOnceTheWholeFileSystemIsSynchronised) {
+TEST_F(WeakDisk, LosesNothingOnceTheFileSystemIsFlushed) {
     EXPECT_THAT(after({"create g 1", "write 1 0 41", "rename g f", "syncfs"}), ElementsAre("f=A g=-"));
 }
 
@@ -226,7 +226,7 @@ TEST_F(WeakDisk, KeepsBothNamesOfAFileWhenOneIsRenamedToTheOther) {
     EXPECT_THAT(after({"link f g", "rename g f", "syncdir ."}), ElementsAre("f=old g=old"));
 }
 
-TEST_F(WeakDisk, RemovesAFileAtAnyMomentUntilTheDirectoryIsSynchronised) {
+TEST_F(WeakDisk, RemovesAFileAtAnyTimeUntilTheDirectoryIsFlushed) {
     EXPECT_THAT(after({"unlink f"}), ElementsAre("f=-", "f=old"));
     EXPECT_THAT(after({"unlink f", "syncdir ."}), ElementsAre("f=-"));
 }

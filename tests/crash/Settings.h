@@ -11,15 +11,15 @@
 namespace crash {
 
 /**
- * The settings that stand for a state: every kind of value, each different from one state to the next, and
- * one long string, so that no mixture of two states passes for either. State 0 is an empty user scope.
- * `size` is about the size in bytes of the register file.
+ * The settings that represent a state: every kind of value, each different in consecutive states, and a long string,
+ * so that a mixture of two states is recognised. State 0 is an empty user scope. `size` is the approximate size of the
+ * register file in bytes.
  */
 class Settings {
 public:
     Settings(int state, std::size_t size) : _state(state), _size(size) {}
 
-    /** Replaces what the user scope holds. */
+    /** Replaces the content of the user scope. */
     void writeTo(utils::properties::_Register& target) const {
         using utils::properties::SCOPE_USER;
         target.delProperty("", SCOPE_USER);
@@ -37,7 +37,7 @@ public:
         target._writeInteger(nullptr, "only here/" + std::to_string(_state), 1, SCOPE_USER);
     }
 
-    /** The state that the user scope holds. Throws when it holds none, or a mixture. */
+    /** The state of the user scope. Throws if it is not a state, or a mixture. */
     static int stateIn(utils::properties::_Register& source) {
         if (source.propertyList("", utils::properties::SCOPE_USER).empty())
             return 0;
@@ -83,7 +83,7 @@ private:
         return result;
     }
 
-    /** As long as makes the file about as large as wanted, a little different with each state. */
+    /** Long enough for the wanted size of the file; the length depends on the state. */
     [[nodiscard]] std::string text() const {
         std::size_t const others = 240;
         std::size_t const length =

@@ -1,18 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Stands between a program and the system's file calls: numbers those under one directory, writes down what
-// they did, and kills the process at one of them or makes one fail. To be preloaded.
+// Intercepts a program's file calls: numbers those in one directory, records their effects, and kills the process at a
+// call or makes a call fail. To be preloaded.
 //
-// CRASH_DIRECTORY  the directory, without symbolic links in its path; without it nothing is done
-// CRASH_LOG        the file that a line is added to for each call, see `Recording.h`
-// CRASH_PLAN       "count"; "record", which writes down the bytes as well; or what to do at the Nth call:
-//                  "kill-before N", "kill-after N", "stop-before N", "fail N ERROR" (bytes too), "fail-from N ERROR"
-//                  or "short N"
-// CRASH_THREAD     "main" leaves the calls of other threads alone, whose moments differ from run to run; and time stands
-//                  still for them, so that they do nothing that is due later
-// CRASH_NO_LINKS   set: as on a file system without hard links
+// CRASH_DIRECTORY  the directory, without symbolic links in its path; if it is not set, nothing is intercepted
+// CRASH_LOG        the log file; each call appends a line, see `Recording.h`
+// CRASH_PLAN       "count"; "record", which also records the bytes; or an action at the Nth call: "kill-before N",
+//                  "kill-after N", "stop-before N", "fail N ERROR" (also records the bytes), "fail-from N ERROR" or
+//                  "short N"
+// CRASH_THREAD     "main": ignores the calls of other threads, whose timing varies; and stops the clock for them, so
+//                  that they do nothing that is due later
+// CRASH_NO_LINKS   if set: as on a file system without hard links
 //
-// A call that fails by plan does nothing, but for `close`, which closes all the same, as Linux does.
+// A call that is made to fail has no effect, except that `close` closes the file, as on Linux.
 #include <atomic>
 #include <cerrno>
 #include <climits>
@@ -34,7 +34,7 @@
 
 namespace {
 
-/** The system call itself: the functions that would make it are the ones replaced here. */
+/** Makes a system call directly, because the functions for it are replaced here. */
 template <class... Arguments>
 long direct(long number, Arguments... arguments) {
     return ::syscall(number, arguments...);
@@ -48,7 +48,7 @@ std::string variable(char const* name) {
 struct Plan {
     Plan() { std::istringstream(variable("CRASH_PLAN")) >> action >> number >> error; }
 
-    /** Never destroyed: the process may make calls until its very end. */
+    /** Never destroyed, because the process may make calls until its end. */
     static Plan& get() {
         static Plan& plan = *new Plan;
         return plan;
@@ -83,7 +83,7 @@ std::string linkAt(std::string const& path) {
     return length > 0 ? std::string(target, static_cast<std::size_t>(length)) : "";
 }
 
-/** The path of an open file, by which a duplicate of its descriptor is known as well. */
+/** The path of an open file, which is the same for duplicates of its descriptor. */
 std::string pathOf(int file) {
     return file >= 0 ? linkAt("/proc/self/fd/" + std::to_string(file)) : "";
 }
@@ -94,7 +94,7 @@ std::string pathAt(int base, char const* path) {
     return (base == AT_FDCWD ? linkAt("/proc/self/cwd") : pathOf(base)) + '/' + path;
 }
 
-/** Whether this thread is not the one whose calls count. */
+/** Whether the calls of this thread are ignored. */
 bool isLeftAlone() {
     return Plan::get().isOfMainThread && direct(SYS_gettid) != direct(SYS_getpid);
 }
@@ -107,7 +107,7 @@ bool isOurs(std::string const& path) {
            (path.size() == directory.size() || path[directory.size()] == '/');
 }
 
-/** A path as it stands in the log: relative to the directory. */
+/** A path for the log: relative to the directory. */
 std::string relative(std::string const& path) {
     return std::filesystem::path(path).lexically_normal().lexically_relative(Plan::get().directory).string();
 }
@@ -143,8 +143,8 @@ std::string nothing(long /*result*/) {
 }
 
 /**
- * Makes the next numbered call, as the plan wants it. `perform` gets whether the call is to be cut short;
- * `describe` says, given its result, what a call that succeeded did to the disk.
+ * Makes the next numbered call according to the plan. `perform` makes the call, short or in full; `describe` returns
+ * the effect of a successful call on the disk, given its result.
  */
 template <class Perform, class Describe>
 long numbered(char const* name, Perform perform, Describe describe) {
@@ -184,21 +184,21 @@ long openNumbered(int base, char const* path, int flags, ::mode_t mode) {
     });
 }
 
-/** A call on an open file that leaves nothing to write down. */
+/** A call on an open file without effect on the disk. */
 template <class Perform>
 long onFile(char const* name, int file, Perform perform) {
     auto const whole = [=](bool /*shortened*/) { return perform(); };
     return isOurs(pathOf(file)) ? numbered(name, whole, nothing) : perform();
 }
 
-/** The same on a path. */
+/** A call on a path without effect on the disk. */
 template <class Perform>
 long onPath(char const* name, int base, char const* path, Perform perform) {
     auto const whole = [=](bool /*shortened*/) { return perform(); };
     return isOurs(pathAt(base, path)) ? numbered(name, whole, nothing) : perform();
 }
 
-/** A call that moves bytes; one that is cut short moves half of them, but some. */
+/** A call that transfers bytes; a short one transfers half of them, at least one. */
 template <class Perform>
 long readNumbered(int file, std::size_t count, Perform perform) {
     if (!isOurs(pathOf(file)))
@@ -219,7 +219,7 @@ long writeNumbered(int file, void const* bytes, std::size_t count, long position
         });
 }
 
-/** Where `write` writes next. */
+/** The position of the next `write`. */
 long positionOf(int file) {
     struct stat status = {};
     if ((direct(SYS_fcntl, file, F_GETFL) & O_APPEND) != 0 && direct(SYS_fstat, file, &status) == 0)
@@ -253,7 +253,7 @@ int truncateNumbered(int file, long size) {
     }));
 }
 
-/** `rename` or `link`, as `name` says. */
+/** `rename` or `link`, depending on `name`. */
 template <class Perform>
 int toNewName(char const* name, std::string const& from, std::string const& to, Perform perform) {
     if (!isOurs(from) && !isOurs(to))

@@ -14,29 +14,29 @@
 namespace crash {
 
 /**
- * The settings of a state that two programs share. Its tens count what others have changed, in the group "theirs", its
- * ones what this program has, in the group "mine"; 0 stands for no such group. Each change of a side replaces all of
- * its settings, and one name by another, so that no mixture of two states passes for either. `size` is about the size
- * in bytes of the register file.
+ * The settings of a state that two programs share. The tens of the state count the changes by others, in the group
+ * "theirs"; the ones count the changes by this program, in the group "mine"; 0 means that the group does not exist.
+ * Each change of a side replaces all its settings, and a name by another, so that a mixture of two states is recognised.
+ * `size` is the approximate size of the register file in bytes.
  */
 class Sides {
 public:
     explicit Sides(std::size_t size) : _size(size) {}
 
-    /** Makes both sides those of a state. */
+    /** Writes both sides of a state. */
     void write(int state) const {
-        velmorand::Lock const lock; // all at once, for a thread that saves
+        velmorand::Lock const lock; // so that a thread that saves sees both or none
         writeSide("mine", state % 10, _size);
         writeSide("theirs", state / 10, 0);
     }
 
-    /** Replaces one side by its next. */
+    /** Replaces one side by that of a state. */
     void change(std::string const& side, int state) const {
         velmorand::Lock const lock;
         writeSide(side, side == "mine" ? state % 10 : state / 10, side == "mine" ? _size : 0);
     }
 
-    /** The state that the settings are in. Throws when they are a mixture. */
+    /** The state of the settings. Throws if they are a mixture. */
     static int state() { return 10 * stateOf("theirs") + stateOf("mine"); }
 
 private:
@@ -73,7 +73,7 @@ private:
         return side + "/only here/" + std::to_string(number);
     }
 
-    /** As long as makes the file about as large as wanted, a little different with each number. */
+    /** Long enough for the wanted size of the file; the length depends on the number. */
     static std::string text(int number, std::size_t size) {
         std::size_t const others = 320;
         std::string result;

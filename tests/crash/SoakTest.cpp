@@ -13,16 +13,16 @@ using namespace crash;
 using std::chrono::microseconds;
 using std::chrono::steady_clock;
 
-/** How long the application takes to start and save for the first time. */
+/** The time that the application takes to start and save for the first time. */
 microseconds startingTime(Trial& trial) {
     auto const begin = steady_clock::now();
     EXPECT_TRUE(trial.run("", "save", 1).exitedWith(0));
     return std::chrono::duration_cast<microseconds>(steady_clock::now() - begin);
 }
 
-// An application that saves and saves, killed at any moment; CRASH_ROUNDS times, with the moments that
-// CRASH_SEED makes. What it left is what the next one starts with.
-TEST(Soak, OfRandomKillsLeavesTheLastSaveOrTheOneUnderWay) {
+// An application that saves continuously is killed CRASH_ROUNDS times, at random times with the seed CRASH_SEED. Each
+// round starts with the files of the one before.
+TEST(Soak, OfRandomKillsLeavesTheLastSaveOrTheCurrentOne) {
     long const rounds = number("CRASH_ROUNDS", 40);
     std::mt19937 chance(static_cast<unsigned>(number("CRASH_SEED", 1)));
     Trial trial(oneSector);
@@ -45,7 +45,7 @@ TEST(Soak, OfRandomKillsLeavesTheLastSaveOrTheOneUnderWay) {
             std::cout << round << " rounds" << std::endl;
     }
     EXPECT_GT(saves, 0);
-    EXPECT_TRUE(duringSaves > 0 || !isThorough()) << "no kill met a save";
+    EXPECT_TRUE(duringSaves > 0 || !isThorough()) << "no kill during a save";
     figure("soak rounds", rounds);
     figure("of them killed during a save", duringSaves);
     figure("saves finished in them", saves);

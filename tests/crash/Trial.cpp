@@ -101,7 +101,7 @@ std::string const& Trial::bytesOf(int state) {
         return known->second;
     Trial maker(_size, isLive() ? _manner : "register");
     if (!maker.run("", "make", state).exitedWith(0))
-        throw std::runtime_error("cannot make state " + std::to_string(state));
+        throw std::runtime_error("cannot save state " + std::to_string(state));
     return _bytes[state] = maker.registerFile().value();
 }
 
@@ -143,7 +143,7 @@ Outcome Trial::killAfter(std::chrono::microseconds delay, std::string const& mod
     return finish(process);
 }
 
-/** Without a plan, without the shim. */
+/** Uses the shim only with a plan, or without hard links. */
 int Trial::start(std::string const& plan, std::string const& mode, int state, std::string const& more) {
     std::string const log = _place / "log";
     std::filesystem::remove(log);
@@ -186,19 +186,18 @@ std::string Trial::problem(Allowed const& allowed, std::optional<int>* state) {
     if (!before && !allowed.has(std::nullopt))
         return "the file is missing";
     if (isLive() && !allowed.hasPrevious(stateOf(previousFile())))
-        return "the previous file is that of state " + std::to_string(stateOf(previousFile()).value_or(0));
+        return "the previous file has state " + std::to_string(stateOf(previousFile()).value_or(0));
     Outcome const fresh = run("", "check", 0, observed().string());
     auto const found = fresh.recording.found();
     if (!fresh.exitedWith(0) || !found)
-        return "a fresh process does not load it: status " + std::to_string(fresh.status);
+        return "a new process cannot load it: status " + std::to_string(fresh.status);
     if (before && !allowed.has(found))
         return "state " + std::to_string(*found) + " is not allowed";
     if (!before && *found != 0)
-        return "a state out of nothing";
-    // Equal settings give equal files: what the fresh process saved again is what stood there, to the last
-    // byte.
+        return "a state without a file";
+    // Equal settings give equal files, so the file that the new process saved must equal the file it found.
     if (before && before != contentOf(observed()))
-        return "the file is not that of state " + std::to_string(*found);
+        return "the file is not the one of state " + std::to_string(*found);
     auto left = files();
     if (isLive() && before && before != previousFile())
         return "the next save has not kept the file as the previous one";

@@ -19,7 +19,7 @@ using Files = std::map<std::string, std::string>;
 
 std::optional<std::string> contentOf(std::filesystem::path const& file);
 
-/** How an application ended, and what it did until then. */
+/** How an application ended, and its recording. */
 struct Outcome {
     [[nodiscard]] bool wasKilled() const;
     [[nodiscard]] bool exitedWith(int code) const;
@@ -29,15 +29,15 @@ struct Outcome {
 };
 
 /**
- * A register directory, and the processes that use it. It lies in memory unless TMPDIR says where: a killed
- * process leaves the same there, and no time goes by with disks.
+ * A register directory, and the processes that use it. It is in memory unless TMPDIR is set, which makes no difference
+ * for killed processes and saves time.
  */
 class Trial {
 public:
-    /** Files of about `size` bytes; saved by the application in `manner`, which "live" makes live settings. */
+    /** Files of about `size` bytes, saved by the application in `manner`; "live" means live settings. */
     explicit Trial(std::size_t size, std::string manner = "register");
 
-    /** Uses the directory `inside`, which the caller has made, instead of one of its own. */
+    /** Uses the existing directory `inside`. */
     Trial(std::filesystem::path inside, std::size_t size, std::string manner = "register");
 
     [[nodiscard]] std::filesystem::path const& directory() const { return _directory; }
@@ -46,35 +46,35 @@ public:
     [[nodiscard]] bool isLive() const { return _manner == "live"; }
     void setSize(std::size_t size) { _size = size; }
 
-    /** The files that are in the directory. */
+    /** The files in the directory. */
     [[nodiscard]] Files files() const;
     [[nodiscard]] std::optional<std::string> registerFile() const { return contentOf(_directory / name); }
     [[nodiscard]] std::optional<std::string> previousFile() const {
         return contentOf(_directory / previousName);
     }
 
-    /** The register file that another process saves while an application with live settings runs; or none. */
+    /** The state that another process saves while an application with live settings runs, if any. */
     void setTheirs(std::optional<int> state);
 
-    /** Whether the file system is to have hard links. */
+    /** Whether the file system supports hard links. */
     void setLinks(bool hasLinks) { _hasLinks = hasLinks; }
 
-    /** Empties the directory and puts the file of a state there, or none. */
+    /** Empties the directory and writes the file of a state, if one is given. */
     void reset(std::optional<int> state);
     void reset(Files const& files);
 
     /** The bytes of the register file in a state. */
     std::string const& bytesOf(int state);
 
-    /** The state whose file has these bytes, of those that `bytesOf` was asked for; -1 when there is none. */
+    /** The state whose file has these bytes, among those passed to `bytesOf` before; -1 for other bytes. */
     [[nodiscard]] std::optional<int> stateOf(std::optional<std::string> const& bytes) const;
 
-    /** Runs the application as the shim's plan wants it. */
+    /** Runs the application with a plan for the shim. */
     Outcome run(std::string const& plan, std::string const& mode, int state, std::string const& more = {});
 
     /**
-     * Runs the application until the plan stops it; then `other` in the same directory, until it ends or waits for
-     * the lock; and lets both go on. Result: how they ended.
+     * Runs the application until the plan stops it, then `other` in the same directory until it ends or waits for
+     * the lock, and then continues both. Result: how they ended.
      */
     std::pair<Outcome, Outcome> runBeside(std::string const& plan, std::string const& mode, Trial& other,
                                           std::string const& otherMode, int state);
@@ -83,10 +83,9 @@ public:
     Outcome killAfter(std::chrono::microseconds delay, std::string const& mode, int state);
 
     /**
-     * After a crash: has a fresh process load and save twice. Result: what is wrong, empty when nothing is:
-     * the state is an allowed one, byte for byte, and after the next save nothing lies beside the file but the
-     * previous one, if live settings have saved.
-     * `state` is set to the one that is there now.
+     * Checks the directory after a crash with a new process that loads and saves twice: the state must be allowed, byte
+     * for byte, and after the next save, the directory may contain only the file and, with live settings, the previous
+     * one. Result: the problem; empty if there is none. Sets `state` to the state after the check.
      */
     std::string problem(Allowed const& allowed, std::optional<int>* state = nullptr);
 

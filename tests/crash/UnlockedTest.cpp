@@ -21,14 +21,14 @@ using utils::properties::_Register;
 using utils::properties::SCOPE_USER;
 
 constexpr int saves = 30;
-constexpr unsigned secondsAtMost = 20; // for a process that hangs in what it has broken
+constexpr unsigned secondsAtMost = 20; // for a process that hangs in a broken tree
 
-/** What is wrong with the register file in a directory, empty when nothing is. */
+/** The problem with the register file in a directory; empty if there is none. */
 std::string problemOf(std::string const& directory) {
     filesystem::RealFileSystem disk(QString::fromStdString(directory));
     filesystem::FileHandle* handle = nullptr;
     if (!disk.open("Velmorand.dat", &handle, filesystem::FileSystem::MODE_READ))
-        return "it does not open";
+        return "cannot be opened";
     try {
         filesystem::RAMFileSystem().unserialize(*handle);
     } catch (utils::Exception const& failure) {
@@ -55,12 +55,12 @@ std::string problemOf(std::string const& directory) {
     }
 }
 
-/** Saves without the lock, over and over, while two threads change what is saved. */
+/** Saves repeatedly without the lock while two threads change the settings. */
 [[noreturn]] void saveUnlocked(std::string const& directory, unsigned seed) {
     rlimit const none = {0, 0};
     ::setrlimit(RLIMIT_CORE, &none);
     ::dup2(::open("/dev/null", O_WRONLY | O_CLOEXEC),
-           STDERR_FILENO); // what the C library says when it gives up
+           STDERR_FILENO); // drops the C library's messages about a broken heap
     ::alarm(secondsAtMost);
     _Register::initialize("", directory);
     _Register& settings = *_Register::getInstance();
@@ -71,7 +71,7 @@ std::string problemOf(std::string const& directory) {
     ::_exit(0);
 }
 
-// Such a program is wrong, and may crash; what it saves is no one moment's settings. But it loses no file.
+// Such a program is wrong and may crash, and its files may be inconsistent, but it must not lose a file.
 TEST(SavingUnlocked, LeavesAFileThatLoads) {
     long const runs = isThorough() ? 2'000 : 100;
     long ended = 0;
