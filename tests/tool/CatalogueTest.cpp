@@ -13,7 +13,7 @@ namespace {
 
 class Catalogue : public Tool {
 protected:
-    /** Puts a catalogue that declares "a/x", with this fallback, below a data directory. */
+    /** Installs a catalogue in a data directory, which declares "a/x" with this fallback. */
     void install(std::string const& data, std::string const& file, std::string const& fallback) {
         putBytes(placeFor(data) + '/' + file, declaring(fallback));
     }
@@ -22,7 +22,7 @@ protected:
         return catalogueOf(R"("a/x": {"type": "string", "fallback": ")" + fallback + "\"}");
     }
 
-    /** The directory for catalogues below a data directory. */
+    /** The directory for catalogues in a data directory. */
     std::string placeFor(std::string const& data) {
         std::string place = at(data + "/velmorand/declared");
         std::filesystem::create_directories(place);
@@ -102,7 +102,7 @@ std::vector<Case> everyBadCatalogue() {
 
 } // namespace
 
-TEST_P(BadCatalogue, IsAWarningWithItsPlaceAndIsLeftOut) {
+TEST_P(BadCatalogue, IsIgnoredWithAWarningThatNamesThePlace) {
     std::string const bad = placeFor(".local/share") + "/bad.json";
     putBytes(bad, GetParam().json);
     install(".local/share", "good.json", "good");
@@ -113,7 +113,7 @@ TEST_P(BadCatalogue, IsAWarningWithItsPlaceAndIsLeftOut) {
     EXPECT_THAT(outcome.err, HasSubstr(GetParam().complaint));
 }
 
-TEST_P(BadCatalogue, IsAnErrorIfItIsGiven) {
+TEST_P(BadCatalogue, IsAnErrorIfItIsGivenAsAnOption) {
     putBytes(at("bad.json"), GetParam().json);
     EXPECT_THAT(run({"--catalogue", at("bad.json"), "list", "--declared"}),
                 Complains(2, GetParam().complaint));
@@ -171,13 +171,13 @@ TEST_F(Catalogue, IsAddedToOthers) {
     EXPECT_EQ(line("a") + "boolean   unset  b/y: false\n", fallback());
 }
 
-TEST_F(Catalogue, ExcludesOtherFilesBesideIt) {
+TEST_F(Catalogue, ExcludesOtherFilesInTheDirectory) {
     for (char const* const other : {"a.json~", "a.txt", ".a.json", ".#a.json", "json"})
         install("share", other, "other");
     EXPECT_EQ("", run({"list", "--declared"}).out);
 }
 
-TEST_F(Catalogue, ThatIsADirectoryOrAPipeIsLeftOut) {
+TEST_F(Catalogue, ThatIsADirectoryOrAPipeIsIgnored) {
     std::filesystem::create_directory(placeFor("share") + "/a.json");
     ASSERT_EQ(0, ::mkfifo((placeFor("share") + "/b.json").c_str(), 0600));
     install("share", "c.json", "c");
@@ -195,7 +195,7 @@ TEST_F(Catalogue, InAFileInPlaceOfTheDirectoryIsAWarning) {
                 HasSubstr("warning: " + at("share/velmorand/declared") + ": Not a directory\n"));
 }
 
-TEST_F(Catalogue, ThatIsGivenReplacesThoseThatAreInstalled) {
+TEST_F(Catalogue, GivenAsAnOptionReplacesTheInstalledOnes) {
     install("share", "a.json", "installed");
     install("mine", "a.json", "in a directory");
     putBytes(at("file"), declaring("in a file"));
@@ -207,7 +207,7 @@ TEST_F(Catalogue, ThatIsGivenReplacesThoseThatAreInstalled) {
     EXPECT_EQ("", run({"--catalogue", at("empty"), "list", "--declared"}).out);
 }
 
-TEST_F(Catalogue, ThatIsGivenMustBeThere) {
+TEST_F(Catalogue, GivenAsAnOptionMustExist) {
     EXPECT_THAT(run({"--catalogue", at("nowhere"), "list", "--declared"}),
                 Complains(2, at("nowhere") + ": No such file or directory"));
     EXPECT_THAT(run({"--catalogue", at("nowhere"), "check", "--declared"}),
@@ -216,13 +216,13 @@ TEST_F(Catalogue, ThatIsGivenMustBeThere) {
                 Complains(2, at("nowhere") + ": No such file or directory"));
 }
 
-TEST_F(Catalogue, ThatIsGivenInADirectoryMustBeValid) {
+TEST_F(Catalogue, InADirectoryGivenAsAnOptionMustBeValid) {
     putBytes(placeFor("mine") + "/a.json", "{}");
     EXPECT_THAT(run({"--catalogue", placeFor("mine"), "list", "--declared"}),
                 Complains(2, placeFor("mine") + R"(/a.json:1: "settings" is missing)"));
 }
 
-TEST_F(Catalogue, ThatIsInvalidDoesNotStopSet) {
+TEST_F(Catalogue, ThatIsInvalidDoesNotPreventSet) {
     putBytes(placeFor("share") + "/a.json", "{}");
     Outcome const outcome = run({"set", "integer", "x", "1"});
     EXPECT_EQ(0, outcome.status);
@@ -230,7 +230,7 @@ TEST_F(Catalogue, ThatIsInvalidDoesNotStopSet) {
     EXPECT_EQ("1\n", answer({"get", "x"}));
 }
 
-TEST_F(Catalogue, IsReadByNoOtherCommand) {
+TEST_F(Catalogue, IsNotReadByOtherCommands) {
     putBytes(placeFor("share") + "/a.json", "{}");
     EXPECT_THAT(run({"set", "--force", "integer", "x", "1"}).err, testing::IsEmpty());
     for (Arguments const& arguments :
@@ -246,7 +246,7 @@ TEST_F(Catalogue, MayHaveMembersOfLaterVersions) {
     EXPECT_EQ(line("a"), fallback());
 }
 
-TEST_F(Catalogue, HoldsWhatJsonLacks) {
+TEST_F(Catalogue, MayHaveNumbersThatJsonLacks) {
     putBytes(placeFor("share") + "/a.json",
              catalogueOf(R"("a": {"type": "number", "fallback": "-inf", "minimum": "-inf"},
                             "b": {"type": "numbers", "fallback": ["nan", -0.0, 1]},

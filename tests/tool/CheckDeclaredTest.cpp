@@ -9,7 +9,7 @@ using namespace tool;
 
 namespace {
 
-/** A check of the user's file against the declarations, in which values may be wrong. */
+/** Checks of the user's file against the declarations. */
 class CheckDeclared : public Declared {
 protected:
     void set(Arguments arguments) {
@@ -126,7 +126,7 @@ TEST_P(NotAsDeclared, IsAWarning) {
 INSTANTIATE_TEST_SUITE_P(Each, NotAsDeclared, testing::ValuesIn(whatIsNotAllowed()),
                          [](auto const& test) { return test.param.name; });
 
-TEST_P(AsDeclared, IsSound) {
+TEST_P(AsDeclared, IsAccepted) {
     set(GetParam().setting);
     expectSound();
 }
@@ -144,7 +144,7 @@ TEST_F(CheckDeclared, NamesTheNearestDeclaredName) {
                    "4 properties, 4 warnings");
 }
 
-TEST_F(CheckDeclared, SuggestsNothingThatIsFar) {
+TEST_F(CheckDeclared, DoesNotSuggestDistantNames) {
     for (char const* const name : {"editor/colour", "editor/sz", "editor/x"})
         set({"integer", name, "1"});
     expectWarnings(warning("editor/colour", "not declared") + warning("editor/sz", "not declared") +
@@ -162,13 +162,13 @@ TEST_F(CheckDeclared, NamesTheNearestOfSeveral) {
                    "2 properties, 2 warnings");
 }
 
-TEST_F(CheckDeclared, NamesTheFirstOfSeveralThatAreAsNear) {
+TEST_F(CheckDeclared, NamesTheFirstOfSeveralEquallyNearNames) {
     declare(R"("e/fold1": {"type": "string"}, "e/fold2": {"type": "string"}, "e/fold3": {"type": "string"})");
     set({"string", "e/fold", ""});
     expectWarnings(warning("e/fold", "not declared (did you mean \"e/fold1\"?)"), "1 property, 1 warning");
 }
 
-TEST_F(CheckDeclared, FindsAPropertyInPlaceOfAGroupAndTheOtherWayRound) {
+TEST_F(CheckDeclared, FindsAPropertyInPlaceOfAGroupAndViceVersa) {
     set({"integer", "viewer", "1"});
     set({"integer", "editor/size/x", "1"});
     expectWarnings(warning("editor/size", "a group is not allowed: expected a number from 6 to 72") +
@@ -208,7 +208,7 @@ TEST_F(CheckDeclared, RejectsInfinityAsAWholeNumber) {
     expectWarnings(warning("a/x", "inf is not allowed: expected a whole number"), "1 property, 1 warning");
 }
 
-TEST_F(CheckDeclared, ComparesLengthsOfTime) {
+TEST_F(CheckDeclared, ComparesDurations) {
     declare(R"("a/x": {"type": "string", "format": "duration", "minimum": "-1.5h", "maximum": "90min"})");
     for (char const* const length : {"-90min", "-5400s", "0d", "1.5h", "0.0625d"}) {
         set({"string", "a/x", "--", length});
@@ -220,14 +220,14 @@ TEST_F(CheckDeclared, ComparesLengthsOfTime) {
     }
 }
 
-TEST_F(CheckDeclared, NamesTheOneLimitThereIs) {
+TEST_F(CheckDeclared, NamesTheOnlyLimit) {
     declare(R"("a/x": {"type": "number", "maximum": 0.5})");
     set({"number", "a/x", "1"});
     expectWarnings(warning("a/x", "1 is not allowed: expected a number of at most 0.5"),
                    "1 property, 1 warning");
 }
 
-TEST_F(CheckDeclared, IgnoresFormatsThatItDoesNotKnow) {
+TEST_F(CheckDeclared, IgnoresUnknownFormats) {
     declare(R"("a/x": {"type": "string", "format": "date", "minimum": "2000-01-01"},
                "a/y": {"type": "number", "format": "date"})");
     set({"string", "a/x", "1999-12-31"});
@@ -256,7 +256,7 @@ TEST_F(CheckDeclared, ReportsDamageFirst) {
               outcome.err);
 }
 
-TEST_F(CheckDeclared, SaysOnlyOnceThatAValueIsDamaged) {
+TEST_F(CheckDeclared, ReportsADamagedValueOnlyOnce) {
     answer({"import", "-"}, R"({"viewer/zoom": {"type": "bytes", "base64": "Qg=="}})");
     EXPECT_THAT(run({"check", "--declared"}), Complains(3, "\"viewer/zoom\": truncated: "));
 }
@@ -280,7 +280,7 @@ TEST_F(CheckDeclared, IsOnlyDoneOnRequest) {
     EXPECT_EQ(userFile + ": sound, 1 property\n", answer({"check"}));
 }
 
-TEST_F(CheckDeclared, WithoutCataloguesSaysSo) {
+TEST_F(CheckDeclared, ReportsThatNoCatalogueIsInstalled) {
     set({"string", "editor/sizes", "x"});
     std::filesystem::remove(installed + "/editor.json");
     Outcome const outcome = run({"check", "--declared"});

@@ -21,7 +21,7 @@ void PrintTo(Case const& test, std::ostream* out) {
     *out << test.name;
 }
 
-/** Checks of a register file that an application has saved, in which one property holds any bytes. */
+/** Checks of a register file that an application has saved, with a property that may contain any bytes. */
 class Check : public Tool {
 protected:
     Check() { _Register::initialize("", user); }
@@ -94,7 +94,7 @@ std::vector<Case> everySoundRecord() {
 
 } // namespace
 
-TEST_P(Damage, OfARecordIsNamed) {
+TEST_P(Damage, OfARecordIsReported) {
     save("group/x", GetParam().record);
     EXPECT_THAT(run({"check"}), Complains(3, userFile + ": \"group/x\": " + GetParam().damage + '\n'));
 }
@@ -102,7 +102,7 @@ TEST_P(Damage, OfARecordIsNamed) {
 INSTANTIATE_TEST_SUITE_P(Each, Damage, testing::ValuesIn(everyDamage()),
                          [](auto const& test) { return test.param.name; });
 
-TEST_P(Soundness, OfARecordIsSeen) {
+TEST_P(Soundness, OfARecordIsRecognised) {
     save("group/x", GetParam().record);
     EXPECT_EQ(userFile + ": sound, 1 property\n", answer({"check"}));
 }
@@ -131,7 +131,7 @@ TEST_F(Check, RefusesALengthThatIsRightOnlyInItsLowerHalf) {
     EXPECT_THAT(run({"check"}), Complains(3, userFile + ": damaged: truncated\n"));
 }
 
-TEST_F(Check, GoesOnWithTheGlobalFile) {
+TEST_F(Check, ContinuesWithTheGlobalFile) {
     save("a", "x");
     answer({"--global", global, "--scope", "global", "import", "-"}, "{}");
     Outcome const outcome = run({"--global", global, "check"});
@@ -140,7 +140,7 @@ TEST_F(Check, GoesOnWithTheGlobalFile) {
     EXPECT_THAT(outcome.err, testing::HasSubstr("\"a\": unknown type: 0x78"));
 }
 
-TEST_F(Check, LeavesItToTheOtherCommandsToShowWhatApplicationsRead) {
+TEST_F(Check, DoesNotPreventOtherCommandsFromShowingTheValue) {
     save("x", bytes("LS\2\0\0\0\1\0\0\0a"));
     EXPECT_EQ("a\n\n", answer({"get", "x"}));
     EXPECT_EQ("strings   user   x: [\"a\", \"\"]\n", answer({"list", "-l"}));

@@ -17,7 +17,7 @@ namespace {
 
 constexpr char const* damagedName = "Velmorand.dat.damaged-20261121T093000Z";
 
-/** The tool, on a register file in which "x" is 2, and was 1 before. */
+/** The tool with a register file in which "x" is 2, and was 1 before. */
 class Copies : public Tool {
 protected:
     Copies() {
@@ -34,7 +34,7 @@ protected:
         return names;
     }
 
-    /** Makes a copy that was written so many seconds after the beginning of 1970, UTC. */
+    /** Creates a copy that was written so many seconds after the beginning of 1970, UTC. */
     void putCopy(std::string const& name, std::string const& bytes, time_t written) const {
         std::string const path = user + '/' + name;
         putBytes(path, bytes);
@@ -46,7 +46,7 @@ protected:
         EXPECT_EQ(0, ::utimensat(AT_FDCWD, path.c_str(), times, 0));
     }
 
-    /** A list without copies: scripts get an empty one, people a note. */
+    /** An empty list of copies, with a note on standard error. */
     static auto SaysThatNoneAreKept(std::string const& path) {
         return testing::AllOf(
             testing::Field(&Outcome::status, 0), testing::Field(&Outcome::out, ""),
@@ -76,7 +76,7 @@ TEST_F(Copies, AreListedNewestFirstInLocalTime) {
     EXPECT_THAT(lines, testing::Not(testing::HasSubstr("Z: 1 property")));
 }
 
-TEST_F(Copies, AreNothingElseBesideTheFile) {
+TEST_F(Copies, ExcludeOtherFilesInTheDirectory) {
     std::filesystem::remove(previousFile);
     for (char const* const other :
          {"Velmorand.dat.bak", "Velmorand.dat.damaged-\x1b[2J", "Other.dat.previous",
@@ -85,13 +85,13 @@ TEST_F(Copies, AreNothingElseBesideTheFile) {
     EXPECT_THAT(run({"restore"}), SaysThatNoneAreKept(userFile));
 }
 
-TEST_F(Copies, NeedNoDirectory) {
+TEST_F(Copies, AreEmptyWithoutADirectory) {
     EXPECT_THAT(runBare({"restore"}), SaysThatNoneAreKept(at(".config/velmorand/Velmorand.dat")));
     EXPECT_THAT(runBare({"restore", "previous"}), Complains(1, "no such copy: previous"));
     EXPECT_FALSE(std::filesystem::exists(at(".config")));
 }
 
-TEST_F(Copies, ThatArePutBackTwiceAreWhereTheyWere) {
+TEST_F(Copies, RestoredTwiceAreUnchanged) {
     EXPECT_EQ("", answer({"restore", "previous"}));
     EXPECT_EQ(one, bytesOf(userFile));
     EXPECT_EQ(two, bytesOf(previousFile));
@@ -101,7 +101,7 @@ TEST_F(Copies, ThatArePutBackTwiceAreWhereTheyWere) {
     EXPECT_THAT(files(), testing::ElementsAre("Velmorand.dat", "Velmorand.dat.previous"));
 }
 
-TEST_F(Copies, StayWhenTheyArePutBack) {
+TEST_F(Copies, AreKeptWhenTheyAreRestored) {
     answer({"set", "integer", "x", "3"});
     std::string const three = bytesOf(userFile);
     putBytes(damagedFile, one);
@@ -131,7 +131,7 @@ TEST_F(Copies, ThatAreDamagedAreRefused) {
     EXPECT_EQ(3U, files().size());
 }
 
-TEST_F(Copies, AreFoundByNoOtherName) {
+TEST_F(Copies, AreNotFoundByOtherNames) {
     putBytes(at("Velmorand.dat.previous"), one);
     for (std::string const& name :
          {std::string("missing"), std::string("Velmorand.dat"), std::string(damagedName),
@@ -140,14 +140,14 @@ TEST_F(Copies, AreFoundByNoOtherName) {
     EXPECT_EQ(two, bytesOf(userFile));
 }
 
-TEST_F(Copies, TakeThePlaceOfAMissingFile) {
+TEST_F(Copies, ReplaceAMissingFile) {
     std::filesystem::remove(userFile);
     answer({"restore", "previous"});
     EXPECT_EQ(one, bytesOf(userFile));
     EXPECT_EQ(one, bytesOf(previousFile));
 }
 
-TEST_F(Copies, TakeThePlaceOfADamagedFileWhichIsKept) {
+TEST_F(Copies, ReplaceADamagedFileWhichIsKept) {
     putBytes(at("damaged"), "garbage");
     std::filesystem::rename(at("damaged"), userFile);
     answer({"restore", "previous"});
@@ -155,7 +155,7 @@ TEST_F(Copies, TakeThePlaceOfADamagedFileWhichIsKept) {
     EXPECT_EQ("garbage", bytesOf(previousFile));
 }
 
-TEST_F(Copies, OfTheGlobalFileAreBesideIt) {
+TEST_F(Copies, OfTheGlobalFileAreInItsDirectory) {
     Arguments const onGlobal{"--global", global, "--scope", "global"};
     auto const runOnGlobal = [&](Arguments const& arguments) {
         Arguments all = onGlobal;
@@ -173,7 +173,7 @@ TEST_F(Copies, OfTheGlobalFileAreBesideIt) {
     EXPECT_EQ(two, bytesOf(userFile));
 }
 
-TEST_F(Copies, ThatAKilledRestoreHasLeftCanBePutBack) {
+TEST_F(Copies, LeftByAKilledRestoreCanBeRestored) {
     putBytes(userFile + ".previous.old", one);
     putBytes(previousFile, two);
     EXPECT_THAT(answer({"restore"}), testing::HasSubstr("  Velmorand.dat.previous.old: 1 property\n"));

@@ -5,15 +5,15 @@
 
 namespace tool {
 
-/** A catalogue that declares these settings, which are given as the members of a JSON object. */
+/** A catalogue that declares settings, given as the members of a JSON object. */
 std::string catalogueOf(std::string const& settings);
 
-/** The tool, with a catalogue of settings of each sort in the user's data directory. */
+/** The tool with a catalogue of settings of every kind in the user's data directory. */
 class Declared : public Tool {
 protected:
     Declared();
 
-    /** Puts a catalogue in place of the user's own. */
+    /** Replaces the catalogue in the user's data directory. */
     void declare(std::string const& settings) const;
 
     std::string installed = at(".local/share/velmorand/declared");

@@ -14,14 +14,14 @@ using utils::properties::SCOPE_USER;
 
 namespace {
 
-/** The tool on settings in groups within groups. Time in proportion to the depth's square takes minutes here. */
+/** The tool with deeply nested settings. If the time grew with the square of the depth, the tests would take minutes. */
 class Deep : public Tool {
 protected:
     static constexpr std::size_t levels = 100'000;
 
     Deep() { _Register::initialize("", user); }
 
-    /** The beginning of the names in a group of so many levels. */
+    /** The prefix of the names in a group of `depth` levels. */
     static std::string group(std::size_t depth, std::string const& level = "d") {
         std::string name;
         while (depth-- > 0)
@@ -35,7 +35,7 @@ protected:
 
     static void save() { _Register::getInstance()->save(); }
 
-    /** The most memory, in bytes, that a run on the user directory has had; what it prints is thrown away. */
+    /** The peak memory, in bytes, of a run on the user directory. Its output is discarded. */
     long memoryOf(Arguments arguments) {
         std::filesystem::remove(outPath());
         std::filesystem::create_symlink("/dev/null", outPath());
@@ -65,7 +65,7 @@ TEST_F(Deep, SettingsAreCheckedAndShown) {
 }
 
 TEST_F(Deep, SettingsAreCompared) {
-    std::string const innermost = group(4 * levels); // paths of this length are compared fast
+    std::string const innermost = group(4 * levels); // comparing paths of this length is fast
     set(innermost + "x");
     save();
     std::filesystem::copy_file(userFile, globalFile);
@@ -85,8 +85,8 @@ TEST_F(Deep, SettingsAreImportedAndDeleted) {
     EXPECT_EQ("", answer({"list", "-r"}));
 }
 
-TEST_F(Deep, SettingsOnEachLevelTakeNoMemoryForTheirNames) {
-    constexpr std::size_t depth = 1'000; // the names have 64 MB
+TEST_F(Deep, SettingsOnEachLevelUseNoMemoryForTheirNames) {
+    constexpr std::size_t depth = 1'000; // the names take 64 MB
     constexpr long room = 30'000'000;
     for (std::size_t level = 0; level < depth; ++level)
         set(group(level, std::string(128, 'd')) + "x");

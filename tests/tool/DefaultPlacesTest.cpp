@@ -25,13 +25,13 @@ TEST_F(DefaultPlaces, AreInTheHomeDirectoryWithoutIt) {
     }
 }
 
-TEST_F(DefaultPlaces, AreNotMadeByReading) {
+TEST_F(DefaultPlaces, AreNotCreatedByReading) {
     EXPECT_EQ(0, runBare({"list"}).status);
     EXPECT_THAT(runBare({"get", "x"}), Complains(1, "no such property: x"));
     EXPECT_FALSE(std::filesystem::exists(at(".config")));
 }
 
-TEST_F(DefaultPlaces, AreNotMadeByWhatFails) {
+TEST_F(DefaultPlaces, AreNotCreatedByFailingCommands) {
     EXPECT_THAT(runBare({"delete", "x"}), Complains(1, "no such property or group: x"));
     EXPECT_THAT(runBare({"import", "-"}, "[]"), Complains(2, "expected an object of entries"));
     EXPECT_FALSE(std::filesystem::exists(at(".config")));
@@ -43,13 +43,13 @@ TEST_F(DefaultPlaces, AreNeededWithoutAUserDirectory) {
                 Complains(2, "no user directory: neither XDG_CONFIG_HOME nor HOME is set"));
 }
 
-TEST_F(DefaultPlaces, ThatCannotBeMadeAreNamed) {
+TEST_F(DefaultPlaces, ThatCannotBeCreatedAreReported) {
     putBytes(at(".config"), "in the way");
     EXPECT_THAT(runBare({"set", "integer", "x", "1"}),
                 Complains(3, "cannot create the directory " + at(".config") + ": Not a directory"));
 }
 
-TEST_F(DefaultPlaces, AreMadeForTheUserAlone) {
+TEST_F(DefaultPlaces, AreCreatedForTheUserOnly) {
     ::umask(022);
     EXPECT_EQ(0, runBare({"import", "-"}, "{}").status);
     for (char const* const made : {".config", ".config/velmorand"}) {
@@ -59,7 +59,7 @@ TEST_F(DefaultPlaces, AreMadeForTheUserAlone) {
     }
 }
 
-TEST_F(DefaultPlaces, LeaveTheDirectoriesThatAreThere) {
+TEST_F(DefaultPlaces, DoNotChangeExistingDirectories) {
     std::filesystem::create_directory(at(".config"));
     ASSERT_EQ(0, ::chmod(at(".config").c_str(), 0755));
     EXPECT_EQ(0, runBare({"set", "integer", "x", "1"}).status);

@@ -10,7 +10,7 @@ namespace {
 
 class Documents : public Tool {
 protected:
-    /** All matches of a pattern's first group. */
+    /** All matches of the first group of a pattern. */
     static std::set<std::string> found(std::string const& text, std::string const& pattern) {
         std::regex const expression(pattern);
         std::set<std::string> all;

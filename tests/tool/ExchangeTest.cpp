@@ -24,7 +24,7 @@ protected:
 
     static _Register& settings() { return *_Register::getInstance(); }
 
-    /** Stores bytes as a property, whatever they mean. */
+    /** Stores any bytes as a property. */
     static void put(std::string const& name, std::string const& bytes) {
         settings().addProperty(name, SCOPE_USER);
         filesystem::FileHandle* const handle =
@@ -33,7 +33,7 @@ protected:
         settings().closeProperty(*handle);
     }
 
-    /** Saves and exports; what is imported from that is the same file, and is exported alike. */
+    /** Saves and exports the settings, and expects that importing them gives the same file and the same export. */
     std::string exported() {
         EXPECT_TRUE(saveSettings().saved);
         std::string json = answer({"export"});
@@ -45,7 +45,7 @@ protected:
         return json;
     }
 
-    /** The line of an export that a property named "x" makes. */
+    /** The line for the property "x" in an export. */
     std::string lineOf(std::function<void()> const& make) {
         settings().delProperty("", SCOPE_USER);
         make();
@@ -122,7 +122,7 @@ TEST_F(Exchange, OfTextThatIsNotUtf8) {
               lineOfValue(std::vector<std::string>{"p", "\xFF", ""}));
 }
 
-TEST_F(Exchange, OfBytesThatTheValueDoesNotSay) {
+TEST_F(Exchange, OfBytesAfterTheValue) {
     EXPECT_EQ(R"({"type": "number", "value": "nan", "record": "TgAAAAAAAPj/"})",
               lineOfValue(fromBits(0xFFF8000000000000U)));
     EXPECT_EQ(R"({"type": "boolean", "value": true, "record": "QgI="})", lineOf([] { put("x", "B\x02"); }));
@@ -132,13 +132,13 @@ TEST_F(Exchange, OfBytesThatTheValueDoesNotSay) {
               lineOf([] { put("x", std::string("S\x09\0\0\0a", 6)); }));
 }
 
-TEST_F(Exchange, OfBytesThatAreNoValue) {
+TEST_F(Exchange, OfBytesThatAreNotAValue) {
     EXPECT_EQ(R"({"type": "bytes", "base64": ""})", lineOf([] { settings().addProperty("x", SCOPE_USER); }));
     EXPECT_EQ(R"({"type": "bytes", "base64": "eHl6"})", lineOf([] { put("x", "xyz"); }));
     EXPECT_EQ(R"({"type": "bytes", "base64": "TA=="})", lineOf([] { put("x", "L"); }));
 }
 
-TEST_F(Exchange, OfAListThatSaysItIsLongerThanMemory) {
+TEST_F(Exchange, OfAListThatClaimsToBeLongerThanMemory) {
     EXPECT_EQ(R"({"type": "bytes", "base64": "TEn///9/"})", lineOf([] { put("x", "LI\xFF\xFF\xFF\x7F"); }));
 }
 

@@ -12,7 +12,7 @@ using namespace tool;
 
 namespace {
 
-/** The tool on a register file that it cannot read or replace. */
+/** The tool with a register file that it cannot read or replace. */
 class Failures : public Tool {
 protected:
     Failures() {
@@ -20,7 +20,7 @@ protected:
         saved = bytesOf(userFile);
     }
 
-    /** What becomes of a run in which no file may grow, as on a full disk. */
+    /** Runs the tool while files may not grow, as on a full disk. */
     Outcome runOnAFullDisk(Arguments const& arguments) {
         struct rlimit limit = {};
         EXPECT_EQ(0, ::getrlimit(RLIMIT_FSIZE, &limit));
@@ -31,7 +31,7 @@ protected:
         return outcome;
     }
 
-    /** Enough for a complaint and for counts of coverage, and not for a register file with what `setting` sets. */
+    /** Enough for error messages and coverage counts, but not for a register file with the value of `setting`. */
     static constexpr rlim_t room = 400'000;
     Arguments const setting = [] {
         Arguments arguments(11, std::string(100'000, 'l'));
@@ -53,7 +53,7 @@ TEST_F(Failures, OfADamagedFileNameIt) {
         EXPECT_THAT(run(arguments), Complains(3, userFile + ": ")) << arguments.front();
 }
 
-TEST_F(Failures, OfADamagedFileLeaveIt) {
+TEST_F(Failures, OfADamagedFileKeepIt) {
     for (std::string const& damaged :
          {std::string(), std::string("garbage"), saved.substr(0, saved.size() / 2)}) {
         putBytes(userFile, damaged);
@@ -65,13 +65,13 @@ TEST_F(Failures, OfADamagedFileLeaveIt) {
     }
 }
 
-TEST_F(Failures, OfAFileWithMoreAfterItAreFoundByCheck) {
+TEST_F(Failures, OfAFileWithTrailingDataAreFoundByCheck) {
     putBytes(userFile, saved + "xyz");
     EXPECT_THAT(run({"check"}), Complains(3, userFile + ": unexpected data after the settings: 3 bytes"));
     EXPECT_EQ("old\n", answer({"get", "x"}));
 }
 
-TEST_F(Failures, OfADamagedGlobalFileConcernWhoReadsIt) {
+TEST_F(Failures, OfADamagedGlobalFileAffectCommandsThatReadIt) {
     putBytes(globalFile, "garbage");
     EXPECT_THAT(run({"--global", global, "get", "y"}), Complains(3, globalFile + ": "));
     EXPECT_EQ("old\n", answer({"get", "x"}));
@@ -99,7 +99,7 @@ TEST_F(Failures, OfADeviceInPlaceOfTheFile) {
     EXPECT_THAT(run({"check", "/dev/null"}), Complains(3, "/dev/null: not a regular file"));
 }
 
-TEST_F(Failures, OfAFileThatMayNotBeReadSaySo) {
+TEST_F(Failures, OfAnUnreadableFileAreReported) {
     if (::geteuid() == 0)
         GTEST_SKIP() << "root reads everything";
     std::filesystem::permissions(userFile, std::filesystem::perms::none);
@@ -107,15 +107,15 @@ TEST_F(Failures, OfAFileThatMayNotBeReadSaySo) {
     EXPECT_THAT(run({"set", "integer", "y", "1"}), Complains(3, userFile + ": Permission denied"));
 }
 
-TEST_F(Failures, OfAFullDiskLeaveTheOldFile) {
+TEST_F(Failures, OfAFullDiskKeepTheOldFile) {
     EXPECT_THAT(runOnAFullDisk(setting), Complains(3, "not saved: " + userFile + ": File too large"));
     EXPECT_EQ(saved, bytesOf(userFile));
     EXPECT_EQ("old\n", answer({"get", "x"}));
     EXPECT_EQ(1, std::distance(std::filesystem::directory_iterator(user), {}));
 }
 
-TEST_F(Failures, ToRestoreOnAFullDiskLeaveBothFiles) {
-    // So long that only the end of it, which is written last of all, is too much.
+TEST_F(Failures, ToRestoreOnAFullDiskKeepBothFiles) {
+    // So long that only its end, which is written last, exceeds the limit.
     for (char const* const name : {"a", "b", "c", "d", "e", "f", "g", "h"})
         answer({"set", "string", name, std::string(room / 8, 'l')});
     std::string const previous = bytesOf(userFile);
@@ -129,7 +129,7 @@ TEST_F(Failures, ToRestoreOnAFullDiskLeaveBothFiles) {
     EXPECT_EQ(2, std::distance(std::filesystem::directory_iterator(user), {}));
 }
 
-TEST_F(Failures, ToPrintAreNotSilent) {
+TEST_F(Failures, ToPrintAreReported) {
     std::filesystem::remove(outPath());
     std::filesystem::create_symlink("/dev/full", outPath());
     for (Arguments const& arguments :
@@ -143,7 +143,7 @@ TEST_F(Failures, ToPrintAreNotSilent) {
     }
 }
 
-TEST_F(Failures, WithoutStandardDescriptorsAreNotSilent) {
+TEST_F(Failures, WithoutStandardDescriptorsAreReported) {
     auto const runWithout = [this](std::string const& closed, std::string const& arguments) {
         std::string const command =
             VELMORAND_TOOL " --user '" + user + "' " + arguments + " 2>'" + errPath() + "' " + closed;

@@ -110,7 +110,7 @@ std::vector<Case> everyCase() {
 
 } // namespace
 
-TEST_P(BadImport, NamesThePlaceAndTheReasonAndChangesNothing) {
+TEST_P(BadImport, ReportsThePlaceAndTheReasonAndChangesNothing) {
     answer({"set", "integer", "group/x", "1"});
     std::string const before = bytesOf(userFile);
     EXPECT_THAT(run({"import", "-"}, GetParam().json), Complains(2, GetParam().complaint));
@@ -128,19 +128,19 @@ TEST_F(Import, ReadsAFile) {
     EXPECT_EQ("1\n", answer({"get", "x"}));
 }
 
-TEST_F(Import, NamesTheFileThatIsWrong) {
+TEST_F(Import, NamesTheInvalidFile) {
     putBytes(at("settings.json"), "\n{\"x\":\n{}}");
     EXPECT_THAT(run({"import", at("settings.json")}),
                 Complains(2, at("settings.json") + ":2: \"x\": \"type\" is missing"));
 }
 
-TEST_F(Import, KeepsWhatItDoesNotName) {
+TEST_F(Import, KeepsSettingsThatItDoesNotName) {
     answer({"set", "integer", "kept", "1"});
     answer({"import", "-"}, R"({"x": {"type": "integer", "value": 2}})");
     EXPECT_EQ("1\n", answer({"get", "kept"}));
 }
 
-TEST_F(Import, RemovesWhatItDoesNotNameWhenReplacing) {
+TEST_F(Import, RemovesOtherSettingsWhenReplacing) {
     answer({"set", "integer", "x", "1"});
     answer({"import", "--replace", "-"}, R"({"x/y": {"type": "integer", "value": 2}})");
     EXPECT_EQ("integer   user   x/y\n", answer({"list", "-r"}));
@@ -148,14 +148,14 @@ TEST_F(Import, RemovesWhatItDoesNotNameWhenReplacing) {
     EXPECT_EQ("", answer({"list", "-r"}));
 }
 
-TEST_F(Import, TakesAnyOrderAndAnyLayout) {
+TEST_F(Import, AcceptsAnyOrderAndLayout) {
     answer({"import", "-"},
            "\n{ \"b/x\" :{\"value\":1,\n\"type\":\"number\"},\"a\":{\"type\":\"group\"} }\n\n");
     EXPECT_EQ("group     user   a\nnumber    user   b/x\n", answer({"list", "-r"}));
     EXPECT_EQ("1\n", answer({"get", "b/x"}));
 }
 
-TEST_F(Import, RepeatsNoLongText) {
+TEST_F(Import, DoesNotRepeatLongText) {
     Outcome const outcome =
         run({"import", "-"}, entryOf(R"("type": "integer", "value": ")" + std::string(1'000'000, 'l') + '"'));
     EXPECT_THAT(outcome, Complains(2, "lll ... lll"));
@@ -163,12 +163,12 @@ TEST_F(Import, RepeatsNoLongText) {
     EXPECT_GT(1000U, outcome.err.size());
 }
 
-TEST_F(Import, TakesEitherFormOfNegativeZero) {
+TEST_F(Import, AcceptsBothFormsOfNegativeZero) {
     answer({"import", "-"}, R"({"x": {"type": "numbers", "value": [-0, -0.0, 0]}})");
     EXPECT_EQ("-0\n-0\n0\n", answer({"get", "x"}));
 }
 
-TEST_F(Import, GoesIntoTheGlobalFileOnRequest) {
+TEST_F(Import, ChangesTheGlobalFileOnRequest) {
     answer({"--global", global, "--scope", "global", "import", "-"}, R"({"x": {"type": "group"}})");
     EXPECT_EQ("no file", bytesOf(userFile));
     EXPECT_EQ("group     global x\n", answer({"--global", global, "list"}));

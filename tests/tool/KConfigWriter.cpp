@@ -2,7 +2,7 @@
 //
 // usage: kconfig-writer FILE
 //
-// Writes a file as an application of KConfig does.
+// Writes a file as an application that uses KConfig does.
 
 #include <KConfig>
 #include <KConfigGroup>

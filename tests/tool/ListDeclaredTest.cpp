@@ -28,7 +28,7 @@ TEST_F(ListDeclared, ShowsFallbacksAndDescriptions) {
               answer({"list", "--declared", "-r"}));
 }
 
-TEST_F(ListDeclared, ShowsValuesInForce) {
+TEST_F(ListDeclared, ShowsEffectiveValues) {
     setGlobally({"string", "editor/theme", "dark"});
     setGlobally({"number", "editor/size", "20"});
     answer({"set", "number", "editor/size", "12.5"});
@@ -37,7 +37,7 @@ TEST_F(ListDeclared, ShowsValuesInForce) {
     EXPECT_THAT(lines, testing::HasSubstr("string    global editor/theme: \"dark\"\n"));
 }
 
-TEST_F(ListDeclared, LooksIntoTheScopeThatIsGiven) {
+TEST_F(ListDeclared, ReadsTheGivenScope) {
     setGlobally({"integer", "viewer/zoom", "50"});
     answer({"set", "integer", "viewer/zoom", "75"});
     EXPECT_EQ("integer   global viewer/zoom: 50\n",
@@ -46,7 +46,7 @@ TEST_F(ListDeclared, LooksIntoTheScopeThatIsGiven) {
               answer({"--scope", "temporary", "list", "--declared", "viewer"}));
 }
 
-TEST_F(ListDeclared, ShowsGroupsInPlaceOfWhatIsInThem) {
+TEST_F(ListDeclared, ShowsGroupsInsteadOfTheirSettings) {
     answer({"set", "integer", "viewer/zoom", "75"});
     EXPECT_EQ("group     unset  editor\n"
               "group     user   viewer\n",
@@ -56,7 +56,7 @@ TEST_F(ListDeclared, ShowsGroupsInPlaceOfWhatIsInThem) {
         testing::EndsWith("\nstring    unset  editor/theme: \"light\"\ngroup     unset  editor/view\n"));
 }
 
-TEST_F(ListDeclared, LeavesOutUndeclaredSettings) {
+TEST_F(ListDeclared, OmitsUndeclaredSettings) {
     answer({"set", "integer", "viewer/other", "1"});
     EXPECT_EQ("integer   unset  viewer/zoom: 100\n", answer({"list", "--declared", "-l", "viewer"}));
 }
@@ -88,14 +88,14 @@ TEST_F(ListDeclared, KeepsEachSettingOnItsLine) {
     EXPECT_EQ("string    unset  x\\ny: \"a\\nb\"  # c\\nd \\u001b\n", answer({"list", "--declared"}));
 }
 
-TEST_F(ListDeclared, OfAGroupWithoutThemSaysSo) {
+TEST_F(ListDeclared, ReportsAGroupWithoutDeclaredSettings) {
     answer({"set", "integer", "other/x", "1"});
     EXPECT_THAT(run({"list", "--declared", "other"}), Complains(1, "no declared settings in group: other\n"));
     EXPECT_THAT(run({"list", "--declared", "viewer/zoom"}),
                 Complains(1, "\"viewer/zoom\" is a property, not a group\n"));
 }
 
-TEST_F(ListDeclared, WithoutCataloguesSaysSo) {
+TEST_F(ListDeclared, ReportsThatNoCatalogueIsInstalled) {
     ::setenv("XDG_DATA_HOME", at("nowhere").c_str(), 1);
     Outcome const outcome = run({"list", "--declared", "editor"});
     EXPECT_EQ(0, outcome.status);

@@ -10,7 +10,7 @@ using namespace tool;
 
 namespace {
 
-/** The tool, while another process has locked the user directory; anybody who may read it can. */
+/** The tool while another process has locked the user directory. Locking needs only read permission. */
 class Lock : public Tool {
 protected:
     Lock() {
@@ -28,7 +28,7 @@ private:
 
 } // namespace
 
-TEST_F(Lock, IsWaitedForNoLongerThanAsked) {
+TEST_F(Lock, IsWaitedForUpToTheTimeLimit) {
     std::string const before = bytesOf(userFile);
     std::string const complaint =
         "nothing changed: " + user + ": locked by another process for more than 0 s";
@@ -39,13 +39,13 @@ TEST_F(Lock, IsWaitedForNoLongerThanAsked) {
     EXPECT_EQ(before, bytesOf(userFile));
 }
 
-TEST_F(Lock, LetsReadersPass) {
+TEST_F(Lock, DoesNotBlockReaders) {
     EXPECT_EQ("1\n", answer({"--wait", "0", "get", "x"}));
     EXPECT_EQ("integer   user   x\n", answer({"--wait", "0", "list"}));
     EXPECT_NE("", answer({"--wait", "0", "restore"}));
 }
 
-TEST_F(Lock, IsTakenOnceItIsGivenBack) {
+TEST_F(Lock, IsTakenOnceItIsReleased) {
     ::pid_t const child = start({"--user", user, "--wait", "100", "set", "integer", "x", "2"});
     unlock();
     int status = 0;

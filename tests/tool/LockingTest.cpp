@@ -8,7 +8,7 @@ using namespace tool;
 
 namespace {
 
-/** The tool, for settings that the administrator has locked. */
+/** The tool with settings that the administrator has locked. */
 class Locking : public Declared {
 protected:
     std::string administer(Arguments arguments) {
@@ -39,7 +39,7 @@ TEST_F(Locking, ListsNamesInTheGlobalFile) {
     EXPECT_EQ("no file", bytesOf(userFile));
 }
 
-TEST_F(Locking, CountsForApplications) {
+TEST_F(Locking, AppliesToApplications) {
     setGlobally({"integer", "viewer/zoom", "50"});
     answer({"set", "integer", "viewer/zoom", "75"});
     administer({"lock", "viewer"});
@@ -68,7 +68,7 @@ TEST_F(Locking, CanBeUndone) {
     EXPECT_EQ("editor/theme\n", list());
 }
 
-TEST_F(Locking, LeavesNothingWhenAllIsUndone) {
+TEST_F(Locking, LeavesNoListWhenEverythingIsUnlocked) {
     setGlobally({"integer", "viewer/zoom", "50"});
     std::string const before = bytesOf(globalFile);
     administer({"lock", "viewer", "editor"});
@@ -84,7 +84,7 @@ TEST_F(Locking, OfAGroupCannotBeUndoneForANameInIt) {
     EXPECT_EQ("viewer\neditor\n", list());
 }
 
-TEST_F(Locking, OfAGroupRemainsForANameThatIsUnlocked) {
+TEST_F(Locking, OfAGroupStillAppliesToANameThatIsUnlocked) {
     administer({"lock", "editor/theme", "editor"});
     EXPECT_THAT(runOnBoth({"set", "number", "editor/size", "12"}),
                 Complains(2, "the administrator has locked editor"));
@@ -104,7 +104,7 @@ TEST_F(Locking, NeedsTheGlobalDirectoryAndNames) {
     EXPECT_EQ("no file", bytesOf(globalFile));
 }
 
-TEST_F(Locking, LeavesAListOfAnotherTypeAlone) {
+TEST_F(Locking, DoesNotChangeAListOfAnotherType) {
     setGlobally({"string", "velmorand/locked", "a"});
     std::string const expected =
         "nothing changed: velmorand/locked: a string is not allowed: expected a list "
@@ -147,7 +147,7 @@ TEST_F(Locking, IsCheckedIfItIsNotAProperty) {
         testing::EndsWith("\"velmorand/locked\": a group is not allowed: expected a list of strings\n"));
 }
 
-TEST_F(Locking, IsShownInPlaceOfTheScope) {
+TEST_F(Locking, IsShownInsteadOfTheScope) {
     setGlobally({"string", "editor/theme", "dark"});
     setGlobally({"integer", "viewer/zoom", "50"});
     answer({"set", "string", "editor/theme", "light"});
@@ -187,7 +187,7 @@ TEST_F(Locking, IsShownForDeclaredSettings) {
     EXPECT_THAT(lines, testing::HasSubstr("number    unset  editor/size: 11.0"));
 }
 
-TEST_F(Locking, PutsTheAdministratorsValueInForce) {
+TEST_F(Locking, MakesTheAdministratorsValueEffective) {
     answer({"set", "string", "editor/theme", "light"});
     administer({"lock", "editor"});
     EXPECT_THAT(runOnBoth({"get", "editor/theme"}),
@@ -197,7 +197,7 @@ TEST_F(Locking, PutsTheAdministratorsValueInForce) {
     EXPECT_EQ("light\n", administer({"--scope", "user", "get", "editor/theme"}));
 }
 
-TEST_F(Locking, KeepsTheUsersValueFromBeingSet) {
+TEST_F(Locking, PreventsSettingTheUsersValue) {
     administer({"lock", "editor"});
     EXPECT_THAT(runOnBoth({"set", "string", "editor/theme", "dark"}),
                 Complains(2, "editor/theme: the administrator has locked editor (--force sets it anyway)\n"));
@@ -214,7 +214,7 @@ TEST_F(Locking, IsIgnoredByForce) {
     EXPECT_EQ("dark\n", answer({"get", "editor/theme"}));
 }
 
-TEST_F(Locking, LetsTheGlobalValueBeSetAndTheUsersBeDeleted) {
+TEST_F(Locking, AllowsSettingTheGlobalValueAndDeletingTheUsers) {
     answer({"set", "string", "editor/theme", "light"});
     administer({"lock", "editor"});
     setGlobally({"string", "editor/theme", "dark"});

@@ -98,7 +98,7 @@ std::vector<Case> misuses() {
 
 } // namespace
 
-TEST_P(WrongCall, ShowsHowToCallItAndChangesNothing) {
+TEST_P(WrongCall, ShowsTheUsageAndChangesNothing) {
     answer({"set", "integer", "group/x", "1"});
     std::string const before = bytesOf(userFile);
     EXPECT_THAT(run(GetParam().arguments), ShowsUsage(GetParam().complaint));
@@ -108,7 +108,7 @@ TEST_P(WrongCall, ShowsHowToCallItAndChangesNothing) {
 INSTANTIATE_TEST_SUITE_P(Each, WrongCall, testing::ValuesIn(wrongCalls()),
                          [](auto const& test) { return test.param.name; });
 
-TEST_P(Misuse, IsOneLineAndStatus2AndChangesNothing) {
+TEST_P(Misuse, IsReportedInOneLineWithStatus2AndChangesNothing) {
     answer({"set", "integer", "group/x", "1"});
     std::string const before = bytesOf(userFile);
     EXPECT_THAT(run(GetParam().arguments), Complains(2, GetParam().complaint));

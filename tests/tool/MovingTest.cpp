@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// import --from: settings that come from other stores.
+// import --from: importing settings from other stores.
 
 #include <cstdlib>
 #include <filesystem>
@@ -27,7 +27,7 @@ using ::testing::StartsWith;
 
 class Moving : public Tool {
 protected:
-    /** What a run says that sets everything. */
+    /** The output of an import that sets everything. */
     std::string moved(std::string const& store, std::string const& file, Arguments more = {}) {
         more.insert(more.begin(), {"import", "--from", store, file});
         return answer(more);
@@ -97,7 +97,7 @@ TEST_F(FromIni, GeometryIsAListOfNumbers) {
               all());
 }
 
-TEST_F(FromIni, TypedValuesAreStoredAsTheLibraryStoresTheirTypes) {
+TEST_F(FromIni, TypedValuesAreStoredLikeThoseOfTheLibrary) {
     moved("ini", ini([](QSettings& settings) {
               settings.setValue("bytes", QByteArray("\x01z", 2));
               settings.setValue("long", QVariantList{Q_INT64_C(99999999999), Q_INT64_C(1)});
@@ -128,7 +128,7 @@ TEST_F(FromIni, GroupsAndArraysAreGroups) {
               all());
 }
 
-TEST_F(FromIni, AValueThatOnlyItsProgramKnowsIsNotTakenAndTheRestIs) {
+TEST_F(FromIni, AValueOfAnUnknownTypeIsRefusedAndTheRestIsTaken) {
     // A QFont, as a program with a window writes it.
     Outcome const outcome =
         run({"import", "--from", "ini",
@@ -168,7 +168,7 @@ TEST_F(FromKConfig, TextAndNestedGroupsKeepEveryCharacter) {
               all());
 }
 
-TEST_F(FromKConfig, TheMapGivesKindsAndListsAreReadAsKConfigReadsThem) {
+TEST_F(FromKConfig, TheMapGivesKindsAndListsAreReadAsInKConfig) {
     moved("kconfig", at("old"),
           map("Main Window/Tool%2FBars/Order -> order as strings\n"
               "Main Window/Tool%2FBars/Sizes -> sizes as integers\n"
@@ -186,16 +186,16 @@ TEST_F(FromKConfig, TheMapGivesKindsAndListsAreReadAsKConfigReadsThem) {
               all());
 }
 
-TEST_F(FromKConfig, StandardInputWillDo) {
+TEST_F(FromKConfig, StandardInputIsAccepted) {
     EXPECT_THAT(answer({"import", "--from", "kconfig", "-"}, bytesOf(at("old"))), EndsWith("\n8 set\n"));
 }
 
-TEST_F(FromKConfig, ARelativePathIsOneFromTheWorkingDirectory) {
+TEST_F(FromKConfig, ARelativePathIsRelativeToTheWorkingDirectory) {
     std::filesystem::current_path(directory.path());
     EXPECT_THAT(moved("kconfig", "old"), EndsWith("\n8 set\n"));
 }
 
-TEST_F(FromKConfig, AnInvalidLineIsNamedAndNothingIsWritten) {
+TEST_F(FromKConfig, AnInvalidLineIsReportedAndNothingIsWritten) {
     EXPECT_THAT(run({"import", "--from", "kconfig", file("[A]\nx=1\ny\n")}),
                 Complains(2, at("old") + ":3: Invalid entry (missing '=')"));
     EXPECT_THAT(run({"import", "--from", "kconfig", file("x=1\n[A\ny=1\n")}),
@@ -203,7 +203,7 @@ TEST_F(FromKConfig, AnInvalidLineIsNamedAndNothingIsWritten) {
     EXPECT_EQ("no file", bytesOf(userFile));
 }
 
-TEST_F(FromKConfig, GroupsTooDeepAreRefused) {
+TEST_F(FromKConfig, DeeplyNestedGroupsAreRefused) {
     std::string header;
     for (int i = 0; i < 10'000; ++i)
         header += "[a]";
@@ -215,7 +215,7 @@ TEST_F(FromKConfig, GroupsTooDeepAreRefused) {
 
 #ifdef IMPORTS_DCONF
 
-/** A database of dconf, as its tools make it from texts of values. */
+/** A dconf database, compiled by its tools from text. */
 class FromDconf : public Moving {
 protected:
     void SetUp() override {
@@ -281,24 +281,24 @@ char const* const everySetting = "integers  user   ai: [1, 2]\n"
                                  "string    user   x: \"-9999999999\"\n"
                                  "integer   user   y: 7\n";
 
-TEST_F(FromDconf, ADumpGivesEachValueTheKindOfItsType) {
+TEST_F(FromDconf, AValueOfADumpHasTheKindOfItsType) {
     put(everyType);
     moved("dconf", dump());
     EXPECT_EQ(everySetting, all());
 }
 
-TEST_F(FromDconf, ADirectoryOfTheUsersDatabaseGivesTheSame) {
+TEST_F(FromDconf, ADirectoryOfTheUsersDatabaseGivesTheSameSettings) {
     put(everyType);
     moved("dconf", "/org/example/");
     EXPECT_EQ(everySetting, all());
 }
 
-TEST_F(FromDconf, ADumpMayComeThroughAPipe) {
+TEST_F(FromDconf, ADumpMayBeReadFromAPipe) {
     put(everyType);
     EXPECT_THAT(answer({"import", "--from", "dconf", "-"}, bytesOf(dump())), EndsWith("\n17 set\n"));
 }
 
-TEST_F(FromDconf, WhatTheRegisterDoesNotHaveIsNotTaken) {
+TEST_F(FromDconf, ValuesThatTheRegisterCannotStoreAreRefused) {
     Outcome const outcome =
         run({"import", "--from", "dconf",
              file("[/]\nlists=[[1]]\nmixed=(1, 'a')\nwrong=zzz\nnothing=@mi nothing\nunit=()\n"
@@ -320,7 +320,7 @@ TEST_F(FromDconf, AFileThatIsNotADumpIsRefused) {
     EXPECT_EQ("no file", bytesOf(userFile));
 }
 
-TEST_F(FromDconf, ValuesTooDeepAreNotTaken) {
+TEST_F(FromDconf, DeeplyNestedValuesAreRefused) {
     std::string const deep = "[/]\nx=" + std::string(100'000, '[') + std::string(100'000, ']') + "\ny=1\n";
     Outcome const outcome = run({"import", "--from", "dconf", file(deep)});
     EXPECT_THAT(outcome.out, EndsWith("\n1 set, 1 refused\n"));
@@ -338,7 +338,7 @@ TEST_F(FromJson, ObjectsAreGroups) {
               all());
 }
 
-TEST_F(FromJson, WholeNumbersGetTheSmallestKindThatHasThem) {
+TEST_F(FromJson, WholeNumbersGetTheSmallestPossibleKind) {
     moved("json", file(R"({"a": 2147483647, "b": -2147483649, "c": 9007199254740993})"));
     EXPECT_EQ("integer   user   a: 2147483647\n"
               "number    user   b: -2147483649.0\n"
@@ -356,7 +356,7 @@ TEST_F(FromJson, ListsOfOneKindAreLists) {
               all());
 }
 
-TEST_F(FromJson, WhatTheRegisterDoesNotHaveIsNotTaken) {
+TEST_F(FromJson, ValuesThatTheRegisterCannotStoreAreRefused) {
     Outcome const outcome = run(
         {"import", "--from", "json", file(R"({"a": null, "b": [1, "x"], "c": [[1]], "d": [{}], "e": 1})")});
     EXPECT_EQ(1, outcome.status);
@@ -421,7 +421,7 @@ TEST_F(Moving, DoesNotWaitForAPipeInPlaceOfAFile) {
     EXPECT_THAT(run({"import", "--from", "ini", at("pipe")}), Complains(2, "not a regular file"));
 }
 
-TEST_F(Moving, SaysWhatThisInstallationCannotRead) {
+TEST_F(Moving, ReportsStoresThatThisInstallationCannotRead) {
     std::filesystem::create_directory(at("lib"));
     std::filesystem::path const library = VELMORAND_SETTINGS_LIBRARY;
     std::filesystem::copy_file(library, at("lib") / library.filename());
@@ -435,7 +435,7 @@ TEST_F(Moving, SaysWhatThisInstallationCannotRead) {
     moved("ini", file("x=1\n"));
 }
 
-TEST_F(Moving, RefusesWhatDoesNotGoTogether) {
+TEST_F(Moving, RefusesContradictoryOptions) {
     EXPECT_THAT(run({"import", "--from", "registry", "x"}),
                 ShowsUsage("no such store: registry (stores: ini, kconfig, dconf, json)"));
     EXPECT_THAT(run({"import", "--from", "ini", "--replace", "x"}),
@@ -447,7 +447,7 @@ TEST_F(Moving, RefusesWhatDoesNotGoTogether) {
     EXPECT_THAT(run({"import", "--from", "json", "--map", "-", "-"}), ShowsUsage("only one of"));
 }
 
-TEST_F(Moving, PrintsWhatBecameOfEachSetting) {
+TEST_F(Moving, PrintsTheOutcomeOfEachSetting) {
     answer({"set", "string", "new/theme", "light"});
     answer({"set", "string", "new/same", "x"});
     Outcome const outcome =
@@ -473,25 +473,25 @@ TEST_F(Moving, OverwritesOnRequest) {
     EXPECT_EQ("dark\n", answer({"get", "theme"}));
 }
 
-TEST_F(Moving, ASecondRunChangesNothingAndLeavesTheFileAlone) {
+TEST_F(Moving, ASecondRunDoesNotReplaceTheFile) {
     moved("json", file(R"({"theme": "dark"})"));
     auto const written = std::filesystem::last_write_time(userFile);
     EXPECT_EQ("unchanged theme: string \"dark\"\n1 unchanged; nothing changed\n", moved("json", at("old")));
     EXPECT_EQ(written, std::filesystem::last_write_time(userFile));
 }
 
-TEST_F(Moving, ADryRunPrintsTheSameAndWritesNothing) {
+TEST_F(Moving, ADryRunPrintsTheSameButWritesNothing) {
     EXPECT_EQ("set       theme: string \"dark\"\n1 set; not written (--dry-run)\n",
               moved("json", file(R"({"theme": "dark"})"), {"--dry-run"}));
     EXPECT_EQ("no file", bytesOf(userFile));
 }
 
-TEST_F(Moving, ADryRunSeesWhatIsThere) {
+TEST_F(Moving, ADryRunConsidersExistingSettings) {
     answer({"set", "string", "theme", "light"});
     EXPECT_THAT(moved("json", file(R"({"theme": "dark"})"), {"--dry-run"}), StartsWith("kept      theme"));
 }
 
-TEST_F(Moving, ANameThatIsAGroupIsNotTaken) {
+TEST_F(Moving, ANameThatIsAGroupIsRefused) {
     answer({"set", "integer", "a/b", "1"});
     answer({"set", "integer", "c", "1"});
     Outcome const outcome = run({"import", "--from", "json", file(R"({"a": 1, "c": {"d": 1}, "e": 1})")});
@@ -502,7 +502,7 @@ TEST_F(Moving, ANameThatIsAGroupIsNotTaken) {
               outcome.out);
 }
 
-TEST_F(Moving, OfTwoWithOneNewNameTheFirstIsTaken) {
+TEST_F(Moving, OfTwoWithTheSameNewNameTheFirstIsTaken) {
     Outcome const outcome = run({"import", "--from", "json", file(R"({"a": 1, "b": 2})"), "--map",
                                  map("a -> x\nb -> x\n").back(), "--overwrite"});
     EXPECT_EQ("set       a -> x: integer 1\n"
@@ -511,7 +511,7 @@ TEST_F(Moving, OfTwoWithOneNewNameTheFirstIsTaken) {
               outcome.out);
 }
 
-TEST_F(Moving, GoesIntoTheGlobalFileOnRequest) {
+TEST_F(Moving, ChangesTheGlobalFileOnRequest) {
     answer({"--global", global, "--scope", "global", "import", "--from", "json", file(R"({"x": 1})")});
     EXPECT_EQ("no file", bytesOf(userFile));
     EXPECT_EQ("integer   global x\n", answer({"--global", global, "list"}));
@@ -540,7 +540,7 @@ TEST_F(Moving, TheMapsKindTakesPrecedenceOverTheCatalogues) {
     EXPECT_THAT(outcome.out, StartsWith("refused   size: "));
 }
 
-TEST_F(Moving, WhatTheAdministratorHasLockedIsNotTakenAndTheRestIs) {
+TEST_F(Moving, LockedSettingsAreRefusedAndTheRestIsTaken) {
     answer({"--global", global, "lock", "editor/theme", "window"});
     Outcome const outcome = run({"--global", global, "import", "--from", "json", "--overwrite",
                                  file(R"({"editor": {"size": 12, "theme": "dark"}, "window": {"x": 1}})")});
@@ -553,21 +553,21 @@ TEST_F(Moving, WhatTheAdministratorHasLockedIsNotTakenAndTheRestIs) {
     EXPECT_EQ("integer   user   editor/size: 12\n", all());
 }
 
-TEST_F(Moving, LocksAreThoseOfTheNewNames) {
+TEST_F(Moving, LocksApplyToTheNewNames) {
     answer({"--global", global, "lock", "old"});
     EXPECT_EQ("set       old -> new: integer 1\n1 set\n",
               answer({"--global", global, "import", "--from", "json", file(R"({"old": 1})"), "--map",
                       map("old -> new\n").back()}));
 }
 
-TEST_F(Moving, LocksDoNotBindTheAdministratorNorWithoutTheGlobalDirectory) {
+TEST_F(Moving, LocksDoNotApplyToTheAdministratorOrWithoutTheGlobalDirectory) {
     answer({"--global", global, "lock", "theme"});
     EXPECT_EQ("set       theme: string \"dark\"\n1 set\n", moved("json", file(R"({"theme": "dark"})")));
     EXPECT_EQ("set       theme: string \"dark\"\n1 set\n",
               answer({"--global", global, "--scope", "global", "import", "--from", "json", at("old")}));
 }
 
-TEST_F(Moving, ForceTakesWhatIsLockedOrNotAllowed) {
+TEST_F(Moving, ForceTakesSettingsThatAreLockedOrNotAllowed) {
     answer({"--global", global, "lock", "theme"});
     putBytes(at("catalogue.json"), R"({"settings": {"size": {"type": "integer", "maximum": 5}}})");
     EXPECT_EQ("set       size: integer 6\nset       theme: string \"dark\"\n2 set\n",
@@ -577,7 +577,7 @@ TEST_F(Moving, ForceTakesWhatIsLockedOrNotAllowed) {
 
 using MapOfNames = Moving;
 
-TEST_F(MapOfNames, TheRuleForASettingOrElseForTheInnermostGroupCounts) {
+TEST_F(MapOfNames, TheRuleForASettingOrOtherwiseForTheInnermostGroupApplies) {
     moved("json", file(R"({"a": {"b": {"c": 1, "d": 2}, "e": 3}, "f": 4, "g": {"h": 5}})"),
           map("# the editor's\n"
               "\n"
@@ -594,7 +594,7 @@ TEST_F(MapOfNames, TheRuleForASettingOrElseForTheInnermostGroupCounts) {
               all());
 }
 
-TEST_F(MapOfNames, OldNamesMayHaveEscapesWhereTheyAreNeeded) {
+TEST_F(MapOfNames, OldNamesMayHaveEscapes) {
     moved("json", file(R"({"a/b": 1, "x -> y": 2, "save as": 3})"),
           map("a%2Fb -> slash\nx %2D> y -> arrow\nsave as -> save as file as number\n"));
     EXPECT_EQ("integer   user   arrow: 2\n"

@@ -23,7 +23,7 @@ protected:
 
 } // namespace
 
-TEST_F(Reading, ListsKindScopeAndFullNameOfWhatIsInAGroup) {
+TEST_F(Reading, ListsKindScopeAndFullNameOfTheEntriesOfAGroup) {
     EXPECT_EQ("group     user   a/b\n"
               "string    user   a/text\n",
               answer({"list", "a"}));
@@ -44,7 +44,7 @@ TEST_F(Reading, ListsValues) {
     EXPECT_EQ("booleans  user   a/b/flags: [true, false]\n", answer({"list", "--long", "-r", "a/b"}));
 }
 
-TEST_F(Reading, ListsTheScopeThatDecides) {
+TEST_F(Reading, ListsTheEffectiveScope) {
     EXPECT_EQ("booleans  user   a/b/flags\n"
               "number    global a/ratio\n"
               "string    user   a/text\n"
@@ -52,7 +52,7 @@ TEST_F(Reading, ListsTheScopeThatDecides) {
               answer({"--global", global, "list", "-r"}));
 }
 
-TEST_F(Reading, ListsNoPropertyThatAGroupOfTheUserHides) {
+TEST_F(Reading, OmitsAPropertyHiddenByAGroupOfTheUser) {
     answer({"--global", global, "--scope", "global", "set", "integer", "a/b", "1"});
     EXPECT_EQ("group     user   a/b\nnumber    global a/ratio\nstring    user   a/text\n",
               answer({"--global", global, "list", "a"}));
@@ -90,25 +90,25 @@ TEST_F(Reading, ListsAnEmptyGroup) {
     EXPECT_EQ("", answer({"list", "g/empty"}));
 }
 
-TEST_F(Reading, ListsNamesInOneLineEach) {
+TEST_F(Reading, ListsEachNameInOneLine) {
     answer({"set", "string", "a/text", "t"});
     answer({"set", "integer", "l/two\nlines \x1b[31m\x7f", "1"});
     EXPECT_EQ("integer   user   l/two\\nlines \\u001b[31m\\u007f\n", answer({"list", "l"}));
 }
 
-TEST_F(Reading, OfAGroupThatIsNotThereSaysSo) {
+TEST_F(Reading, ReportsAMissingGroup) {
     EXPECT_THAT(run({"list", "nowhere"}), Complains(1, "no such group: nowhere"));
     EXPECT_THAT(run({"export", "nowhere"}), Complains(1, "no such group: nowhere"));
 }
 
-TEST_F(Reading, OfAPropertyInPlaceOfAGroupSaysSo) {
+TEST_F(Reading, ReportsAPropertyInPlaceOfAGroup) {
     EXPECT_THAT(run({"list", "a/text"}), Complains(1, "\"a/text\" is a property, not a group"));
     EXPECT_THAT(run({"--global", global, "list", "a/ratio"}),
                 Complains(1, "\"a/ratio\" is a property, not a group"));
     EXPECT_THAT(run({"export", "both"}), Complains(1, "\"both\" is a property, not a group"));
 }
 
-TEST_F(Reading, SaysWhatIsNotExported) {
+TEST_F(Reading, ReportsSettingsThatAreNotExported) {
     Outcome const outcome = run({"--global", global, "export"});
     EXPECT_EQ(0, outcome.status);
     EXPECT_EQ(answer({"export"}), outcome.out);
@@ -119,32 +119,32 @@ TEST_F(Reading, SaysWhatIsNotExported) {
     answer({"--global", global, "--scope", "user", "export"});
 }
 
-TEST_F(Reading, GetsTheValueThatDecides) {
+TEST_F(Reading, GetsTheEffectiveValue) {
     EXPECT_EQ("1\n", answer({"--global", global, "get", "both"}));
     EXPECT_EQ("0.5\n", answer({"--global", global, "--scope", "global", "get", "both"}));
     EXPECT_EQ("0.25\n", answer({"--global", global, "get", "a/ratio"}));
 }
 
-TEST_F(Reading, GetsAnElementALine) {
+TEST_F(Reading, GetsAnElementPerLine) {
     EXPECT_EQ("true\nfalse\n", answer({"get", "a/b/flags"}));
 }
 
-TEST_F(Reading, GetsTextAsItIs) {
+TEST_F(Reading, GetsTextUnchanged) {
     answer({"set", "string", "text", " \x1b[31m\n\"\xFF "});
     EXPECT_EQ(" \x1b[31m\n\"\xFF \n", answer({"get", "text"}));
 }
 
-TEST_F(Reading, TakesOptionsAfterTheCommand) {
+TEST_F(Reading, AcceptsOptionsAfterTheCommand) {
     EXPECT_EQ("1\n", runBare({"get", "both", "--user", user}).out);
 }
 
-TEST_F(Reading, OfANameThatIsNotThereSaysSo) {
+TEST_F(Reading, ReportsAMissingProperty) {
     EXPECT_THAT(run({"get", "nowhere"}), Complains(1, "no such property: nowhere"));
     EXPECT_THAT(run({"get", "a/ratio"}), Complains(1, "no such property: a/ratio"));
     EXPECT_THAT(run({"--scope", "temporary", "get", "both"}), Complains(1, "no such property: both"));
 }
 
-TEST_F(Reading, OfAGroupInPlaceOfAPropertySaysSo) {
+TEST_F(Reading, ReportsAGroupInPlaceOfAProperty) {
     EXPECT_THAT(run({"get", "a"}), Complains(1, "\"a\" is a group, not a property"));
 }
 
@@ -160,7 +160,7 @@ TEST_F(Reading, WritesNoFile) {
     EXPECT_EQ(written, std::filesystem::last_write_time(userFile));
 }
 
-TEST_F(Reading, ChecksAFileThatIsSound) {
+TEST_F(Reading, ChecksAnIntactFile) {
     EXPECT_EQ(userFile + ": sound, 3 properties\n", answer({"check"}));
     EXPECT_EQ(globalFile + ": sound, 2 properties\n", answer({"check", globalFile}));
     EXPECT_EQ(globalFile + ": sound, 2 properties\n", answer({"check", global}));
@@ -168,7 +168,7 @@ TEST_F(Reading, ChecksAFileThatIsSound) {
               answer({"--global", global, "check"}));
 }
 
-TEST_F(Reading, OfAFileThatIsNotThereSaysSo) {
+TEST_F(Reading, ReportsAMissingFile) {
     EXPECT_THAT(run({"check", at("nowhere")}), Complains(1, at("nowhere") + ": No such file or directory"));
     std::filesystem::remove(userFile);
     EXPECT_THAT(run({"check"}), Complains(1, userFile + ": No such file or directory"));
@@ -189,7 +189,7 @@ TEST_F(Reading, ShowsWhatDiffers) {
               outcome.out);
 }
 
-TEST_F(Reading, ShowsTheBytesWhereTheValuesAreAlike) {
+TEST_F(Reading, ShowsTheBytesIfTheValuesLookTheSame) {
     answer({"import", "-"},
            R"({"both": {"type": "boolean", "value": true}, "n": {"type": "bytes", "base64": "eA=="}})");
     std::string const copy = bytesOf(userFile);
@@ -224,13 +224,13 @@ TEST_F(Reading, ComparesSettingsFromAPipe) {
     EXPECT_EQ(0, outcome.status) << outcome.err;
 }
 
-TEST_F(Reading, OfAWrongExportSaysWhatIsWrong) {
+TEST_F(Reading, ReportsAnInvalidExport) {
     putBytes(at("settings.json"), "{\n\"x\": {}}");
     EXPECT_THAT(run({"diff", at("settings.json"), user}),
                 Complains(2, at("settings.json") + ":2: \"x\": \"type\" is missing"));
 }
 
-TEST_F(Reading, OfAFileThatIsNotComparableSaysWhatIsExpected) {
+TEST_F(Reading, ReportsAFileThatCannotBeCompared) {
     for (std::string const other : {"neither", "[1]"}) {
         putBytes(at("other"), other);
         EXPECT_THAT(run({"diff", user, at("other")}),

@@ -5,7 +5,7 @@ using namespace tool;
 
 using SetDeclared = Declared;
 
-TEST_F(SetDeclared, RefusesAnotherKindAndSaysWhatIsExpected) {
+TEST_F(SetDeclared, RefusesAnotherKindAndReportsTheExpectedOne) {
     EXPECT_THAT(run({"set", "string", "editor/size", "12"}),
                 Complains(2, "editor/size: a string is not allowed: expected a number from 6 to 72 "
                              "(--force sets it anyway)\n"));
@@ -22,30 +22,30 @@ TEST_F(SetDeclared, RefusesAValueThatIsNotAllowed) {
     EXPECT_EQ("12\n", answer({"get", "editor/size"}));
 }
 
-TEST_F(SetDeclared, TakesWhatIsAllowed) {
+TEST_F(SetDeclared, AcceptsAllowedValues) {
     answer({"set", "string", "editor/autosave", "2min"});
     answer({"set", "integers", "editor/margins", "0", "9"});
     EXPECT_EQ("2min\n", answer({"get", "editor/autosave"}));
 }
 
-TEST_F(SetDeclared, TakesAnythingByForce) {
+TEST_F(SetDeclared, AcceptsAnythingByForce) {
     answer({"set", "--force", "string", "editor/size", "big"});
     EXPECT_EQ("big\n", answer({"get", "editor/size"}));
     answer({"set", "number", "editor/size", "99", "--force"});
     EXPECT_EQ("99\n", answer({"get", "editor/size"}));
 }
 
-TEST_F(SetDeclared, TakesNamesThatAreNotDeclared) {
+TEST_F(SetDeclared, AcceptsUndeclaredNames) {
     answer({"set", "integer", "editor/other", "1"});
     EXPECT_EQ("1\n", answer({"get", "editor/other"}));
 }
 
-TEST_F(SetDeclared, RefusesTheSameInTheGlobalFile) {
+TEST_F(SetDeclared, RefusesTheSameValuesInTheGlobalFile) {
     EXPECT_THAT(run({"--global", global, "--scope", "global", "set", "string", "/editor//theme", "blue"}),
                 Complains(2, "editor/theme: \"blue\" is not allowed"));
 }
 
-TEST_F(SetDeclared, LeavesImportAlone) {
+TEST_F(SetDeclared, DoesNotAffectImport) {
     answer({"import", "-"}, R"({"editor/size": {"type": "string", "value": "big"}})");
     EXPECT_EQ("big\n", answer({"get", "editor/size"}));
 }

@@ -19,18 +19,18 @@ std::string utf8(int character) {
     return QString(QChar(static_cast<char16_t>(character))).toStdString();
 }
 
-/** The right-to-left override: what follows it is shown backwards. */
+/** The right-to-left override: the text after it is displayed backwards. */
 std::string const backwards = utf8(0x202E);
 
-/** ESC, DEL, a control character outside ASCII, and one for the direction; and harmless characters. */
+/** ESC, DEL, a control character outside ASCII, a character for the direction, and harmless characters. */
 std::string const text = "\x1b[31m \x7f \xC2\x9B " + backwards + " \t\xC3\xA9\\\"\nend";
 
-/** The tool, printing on a terminal. */
+/** The tool with a terminal as its standard output. */
 class Terminal : public Tool {
 protected:
     Terminal() { ::unsetenv("NO_COLOR"); }
 
-    /** What a run on the user directory prints on a terminal. */
+    /** The output of a run on the user directory on a terminal. */
     std::string printed(Arguments arguments) {
         arguments.insert(arguments.begin(), {"--user", user});
         int const screen = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
@@ -38,7 +38,7 @@ protected:
         int const line = ::open(::ptsname(screen), O_RDWR | O_NOCTTY);
         termios settings = {};
         EXPECT_EQ(0, ::tcgetattr(line, &settings));
-        ::cfmakeraw(&settings); // no line feed becomes two characters
+        ::cfmakeraw(&settings); // line feeds are not translated
         EXPECT_EQ(0, ::tcsetattr(line, TCSANOW, &settings));
         ::pid_t const child = startOn(line, arguments);
         ::close(line);
@@ -101,7 +101,7 @@ TEST_F(Terminal, IsSentNoControlCharactersByLists) {
               answer({"list", "-l"}));
 }
 
-TEST_F(Terminal, IsSentTheSameSettingsInOtherLettersByExport) {
+TEST_F(Terminal, IsSentEscapedSettingsByExport) {
     answer({"set", "strings", "x\x7f" + backwards, text});
     std::string const shown = printed({"export"});
     EXPECT_EQ("{\n  \"x\\u007f\\u202e\": {\"type\": \"strings\", \"value\": "
@@ -127,7 +127,7 @@ TEST_F(Terminal, HasColours) {
     EXPECT_EQ("- x: integer 1\n+ x: integer 2\n", printed({"diff", user, global}));
 }
 
-TEST_F(Terminal, IsSentNoControlCharactersByComplaints) {
+TEST_F(Terminal, IsSentNoControlCharactersByErrorMessages) {
     EXPECT_THAT(run({"get", "\x1b \xC2\x9B " + backwards}),
                 Complains(1, "no such property: \\u001b \\u009b \\u202e\n"));
 }

@@ -32,7 +32,7 @@ Tool::Tool() {
 
 namespace {
 
-/** Becomes the tool, with these standard descriptors. */
+/** Replaces the process by the tool, with these standard descriptors. */
 [[noreturn]] void become(Arguments const& arguments, int in, int out, int err) {
     std::vector<char*> argv;
     std::string program = VELMORAND_TOOL;

@@ -15,7 +15,7 @@ namespace tool {
 
 using Arguments = std::vector<std::string>;
 
-/** The outcome of a run: its exit status, or minus the signal that ended it; and its output. */
+/** The outcome of a run: its exit status, or the negated number of the signal that ended it, and its output. */
 struct Outcome {
     int status;
     std::string out;
@@ -26,28 +26,28 @@ inline void PrintTo(Outcome const& outcome, std::ostream* out) {
     *out << "status " << outcome.status << ", out \"" << outcome.out << "\", err \"" << outcome.err << '"';
 }
 
-/** The content of a file; "no file" when there is none. */
+/** The content of a file; "no file" if it does not exist. */
 std::string bytesOf(std::string const& path);
 void putBytes(std::string const& path, std::string const& bytes);
 
-/** The tool, with a user and a global directory of the test's own, which is also its home. */
+/** The tool with temporary user, global and home directories. */
 class Tool : public ::testing::Test {
 protected:
     Tool();
 
-    /** Runs it with these arguments alone. */
+    /** Runs the tool with exactly these arguments. */
     Outcome runBare(Arguments const& arguments, std::string const& input = "");
 
-    /** Runs it on the user directory. */
+    /** Runs the tool on the user directory. */
     Outcome run(Arguments arguments, std::string const& input = "");
 
-    /** What a run on the user directory prints; it must succeed in silence. */
+    /** The output of a run on the user directory, which must succeed and write nothing on standard error. */
     std::string answer(Arguments const& arguments, std::string const& input = "");
 
-    /** Starts it; its output goes to `outPath()` and `errPath()`. */
+    /** Starts the tool. Its output goes to `outPath()` and `errPath()`. */
     [[nodiscard]] pid_t start(Arguments const& arguments, std::string const& input = "") const;
 
-    /** Starts it with a terminal as its standard input, output and error. */
+    /** Starts the tool with a terminal as its standard input, output and error. */
     [[nodiscard]] static pid_t startOn(int terminal, Arguments const& arguments);
 
     [[nodiscard]] std::string at(std::string const& name) const { return (directory / name).string(); }
@@ -61,14 +61,14 @@ protected:
     std::string globalFile = global + "/Velmorand.dat";
 };
 
-/** A complaint: one line with this text, nothing on standard output, and this exit status. */
+/** An error message: one line with this text, nothing on standard output, and this exit status. */
 MATCHER_P2(Complains, status, text, "") {
     std::string const& line = arg.err;
     return arg.status == status && arg.out.empty() && line.find("velmorand-register: ") == 0 &&
            line.find('\n') == line.size() - 1 && line.find(text) != std::string::npos;
 }
 
-/** A complaint about the command line: a line with this text, and how to call the command. */
+/** An error message about the command line: a line with this text, followed by the usage of the command. */
 MATCHER_P(ShowsUsage, text, "") {
     std::string const& lines = arg.err;
     auto const usage = lines.find("\nUsage: velmorand-register ");

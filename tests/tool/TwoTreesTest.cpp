@@ -10,7 +10,7 @@ namespace {
 
 using Integers = std::map<std::string, int>;
 
-/** Random settings in the user's and in the global file, of which many names begin alike and some are in both. */
+/** Random settings in the user's and the global file. Many names have a common prefix, and some are in both files. */
 class TwoTrees : public Tool {
 protected:
     TwoTrees() {

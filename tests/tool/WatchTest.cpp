@@ -11,7 +11,7 @@ using namespace tool;
 
 namespace {
 
-/** The tool, watching. It prints nothing before something changes, so the fixture makes changes until it answers. */
+/** The tool while it watches. It prints nothing before a change, so the fixture makes changes until it prints one. */
 class Watch : public Tool {
 protected:
     ~Watch() override {
@@ -25,7 +25,7 @@ protected:
         std::filesystem::remove(outPath());
         std::filesystem::remove(errPath());
         _watcher = start(arguments);
-        // The runs from here on must not write over the watcher's output.
+        // Later runs must not overwrite the watcher's output.
         _out = at("watched");
         _err = at("complained");
         while (!std::filesystem::exists(outPath()) || !std::filesystem::exists(errPath()))
@@ -69,7 +69,7 @@ TEST_F(Watch, PrintsOldAndNew) {
     printed("+ y: strings [\"a\", \"b\"]\n");
 }
 
-TEST_F(Watch, TakesAMissingFileForAnEmptyOne) {
+TEST_F(Watch, TreatsAMissingFileAsEmpty) {
     watch({"--user", user, "watch"});
     answer({"set", "integer", "x", "2"});
     printed("+ x: integer 2\n");
@@ -77,7 +77,7 @@ TEST_F(Watch, TakesAMissingFileForAnEmptyOne) {
     printed("- x: integer 2\n");
 }
 
-TEST_F(Watch, ComplainsOfADamagedFileAndGoesOn) {
+TEST_F(Watch, ReportsADamagedFileAndContinues) {
     watch({"--user", user, "watch"});
     answer({"set", "integer", "x", "1"});
     printed("+ x: integer 1\n");
@@ -106,7 +106,7 @@ TEST_F(Watch, FollowsALinkInPlaceOfTheDirectory) {
     printed("+ x: integer 1\n");
 }
 
-TEST_F(Watch, FollowsAFileThatGetsASecondName) {
+TEST_F(Watch, FollowsAFileThatGetsASecondLink) {
     answer({"--scope", "global", "--global", global, "set", "integer", "x", "1"});
     watch({"--user", user, "watch"});
     std::filesystem::remove(userFile);
@@ -114,7 +114,7 @@ TEST_F(Watch, FollowsAFileThatGetsASecondName) {
     printed("+ x: integer 1\n");
 }
 
-TEST_F(Watch, GoesOnWhenItsDirectoryIsAnotherOne) {
+TEST_F(Watch, FollowsADirectoryThatIsReplaced) {
     watch({"--user", user, "watch"});
     answer({"set", "integer", "x", "1"});
     printed("+ x: integer 1\n");
@@ -125,7 +125,7 @@ TEST_F(Watch, GoesOnWhenItsDirectoryIsAnotherOne) {
     printed("+ x: integer 2\n");
 }
 
-TEST_F(Watch, WaitsForTheUsersOwnDirectory) {
+TEST_F(Watch, WaitsForTheDefaultUserDirectory) {
     user = at(".config/velmorand");
     watch({"watch"});
     answer({"set", "integer", "x", "1"});

@@ -19,10 +19,10 @@ namespace {
 
 class Writing : public Tool {
 protected:
-    /** Loads what the tool has saved, as an application does. */
+    /** Loads the files that the tool has saved, as an application does. */
     void load() const { utils::properties::_Register::initialize(global, user); }
 
-    /** What is another one for a file that has been replaced or written to. */
+    /** Identifies a version of a file: differs after the file has been replaced or written to. */
     static std::tuple<ino_t, time_t, long> stateOf(std::string const& path) {
         struct stat status = {};
         EXPECT_EQ(0, ::stat(path.c_str(), &status));
@@ -92,7 +92,7 @@ TEST_F(Writing, SetsAListWithoutElements) {
     EXPECT_THAT(read<std::vector<std::string>>("none"), IsEmpty());
 }
 
-TEST_F(Writing, SetsOneTextOfAnyForm) {
+TEST_F(Writing, SetsAnyText) {
     for (std::string const text : {"", "[a,b]", "{}", "%%", "=", "-", "a\nb", "\xFF"}) {
         answer({"set", "string", "text", text});
         EXPECT_EQ(text + "\n", answer({"get", "text"}));
@@ -103,26 +103,26 @@ TEST_F(Writing, SetsOneTextOfAnyForm) {
     EXPECT_EQ("--user\n", answer({"get", "text"}));
 }
 
-TEST_F(Writing, SetsAnotherKindInPlaceOfTheOld) {
+TEST_F(Writing, ReplacesAnotherKind) {
     answer({"set", "string", "x", "text"});
     answer({"set", "integers", "x", "4", "5"});
     EXPECT_EQ("4\n5\n", answer({"get", "x"}));
 }
 
-TEST_F(Writing, LeavesTheOtherSettings) {
+TEST_F(Writing, KeepsTheOtherSettings) {
     answer({"set", "integer", "a/x", "1"});
     answer({"set", "integer", "b", "2"});
     answer({"delete", "b"});
     EXPECT_EQ("1\n", answer({"get", "a/x"}));
 }
 
-TEST_F(Writing, TakesNamesAsTheRegisterDoes) {
+TEST_F(Writing, AcceptsNamesLikeTheRegister) {
     answer({"set", "integer", "//a///x/", "1"});
     EXPECT_EQ("integer   user   a/x\n", answer({"list", "-r"}));
     EXPECT_EQ("1\n", answer({"get", "/a/x"}));
 }
 
-TEST_F(Writing, TakesNamesAndValuesThatAreCommandsToo) {
+TEST_F(Writing, AcceptsNamesAndValuesThatAreAlsoCommands) {
     answer({"set", "string", "list", "delete"});
     answer({"set", "integer", "get/set", "1"});
     EXPECT_EQ("delete\n", answer({"get", "list"}));
@@ -153,14 +153,14 @@ TEST_F(Writing, DeletesAGroupWithEverythingInIt) {
     EXPECT_EQ("", answer({"list", "-r"}));
 }
 
-TEST_F(Writing, DeletesNothingThatDoesNotExist) {
+TEST_F(Writing, ReportsADeletionOfAMissingName) {
     answer({"set", "integer", "x", "1"});
     std::string const before = bytesOf(userFile);
     EXPECT_THAT(run({"delete", "y"}), Complains(1, "no such property or group: y"));
     EXPECT_EQ(before, bytesOf(userFile));
 }
 
-TEST_F(Writing, OfWhatIsThereAlreadyTouchesNoFile) {
+TEST_F(Writing, OfAnEqualValueDoesNotReplaceTheFile) {
     answer({"import", "-"}, R"({"a/x": {"type": "integer", "value": 1}, "a/g": {"type": "group"}})");
     auto const isTouched = [this, before = stateOf(userFile)] { return stateOf(userFile) != before; };
     answer({"set", "integer", "a/x", "1"});
@@ -178,7 +178,7 @@ TEST_F(Writing, OfAnotherGroupReplacesTheFile) {
     EXPECT_NE(before, stateOf(userFile));
 }
 
-TEST_F(Writing, OfNothingMakesAFile) {
+TEST_F(Writing, OfNothingCreatesAFile) {
     answer({"import", "-"}, "{}");
     EXPECT_EQ(userFile + ": sound, 0 properties\n", answer({"check"}));
 }
@@ -192,7 +192,7 @@ TEST_F(Writing, KeepsTheFilesPermissions) {
     EXPECT_EQ(0640U, status.st_mode & 07777U);
 }
 
-TEST_F(Writing, LosesNothingWhenManyInstancesWriteAtOnce) {
+TEST_F(Writing, LosesNothingIfManyInstancesWriteAtOnce) {
     constexpr int writers = 20;
     std::vector<pid_t> children;
     children.reserve(writers);
@@ -207,7 +207,7 @@ TEST_F(Writing, LosesNothingWhenManyInstancesWriteAtOnce) {
     EXPECT_EQ(userFile + ": sound, 20 properties\n", answer({"check"}));
 }
 
-TEST_F(Writing, KeepsTheFileOfBefore) {
+TEST_F(Writing, KeepsThePreviousFile) {
     std::string before;
     for (Arguments const& change :
          {Arguments{"set", "integer", "x", "1"}, {"delete", "x"}, {"import", "--replace", "-"}}) {
@@ -218,7 +218,7 @@ TEST_F(Writing, KeepsTheFileOfBefore) {
     }
 }
 
-TEST_F(Writing, OfWhatIsThereAlreadyLeavesTheFileOfBefore) {
+TEST_F(Writing, OfAnEqualValueKeepsThePreviousFile) {
     answer({"set", "integer", "x", "1"});
     answer({"set", "integer", "x", "2"});
     std::string const before = bytesOf(userFile + ".previous");

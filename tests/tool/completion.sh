@@ -3,7 +3,7 @@
 #
 # usage: completion.sh TOOL COMPLETION
 #
-# Asks the completion for what it offers, as bash does when Tab is pressed.
+# Calls the completion as bash does when Tab is pressed, and checks its offers.
 [ -r /usr/share/bash-completion/bash_completion ] || exit 77
 . /usr/share/bash-completion/bash_completion
 . "$2"
@@ -91,7 +91,7 @@ offers 'other/x' velmorand-register get --catalogue=other.json o
 offers 'app' velmorand-register --user user list --declared ''
 offers 'deep' velmorand-register --user user list ''
 
-# The cursor may stand before the name.
+# The cursor may be before the name.
 COMP_WORDS=(velmorand-register --user user set '' app/size) COMP_CWORD=4
 COMP_LINE="${COMP_WORDS[*]}" COMPREPLY=() COMP_POINT=35
 _velmorand_register
