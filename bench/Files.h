@@ -29,17 +29,17 @@ inline void synchronise(std::filesystem::path const& path) {
     if (descriptor >= 0)
         ::close(descriptor);
     if (!done)
-        throw std::runtime_error("cannot synchronise " + path.string());
+        throw std::runtime_error("cannot fsync " + path.string());
 }
 
-/** Puts the file `aside`, which is complete, durably in the place of `path`, in one step. */
+/** Durably and atomically replaces the file `path` by `aside`. */
 inline void moveInPlace(std::filesystem::path const& aside, std::filesystem::path const& path) {
     synchronise(aside);
     std::filesystem::rename(aside, path);
     synchronise(path.parent_path());
 }
 
-/** Replaces a file durably, in one step: the way of a store that has no safe saving of its own. */
+/** Durably and atomically replaces a file, for stores that cannot save safely themselves. */
 inline void replaceFile(std::filesystem::path const& path, std::string const& bytes) {
     std::filesystem::path const aside = path.string() + ".new";
     std::ofstream file(aside, std::ios::binary);

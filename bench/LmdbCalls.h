@@ -8,7 +8,7 @@
 
 #include <lmdb.h>
 
-/** LMDB's calls in this program's own types. */
+/** LMDB's calls with the types of this program. */
 namespace bench::lmdb {
 
 inline void check(int result) {
@@ -16,7 +16,7 @@ inline void check(int result) {
         throw std::runtime_error(std::string("LMDB: ") + mdb_strerror(result));
 }
 
-/** LMDB takes what it only reads through pointers that are not const. */
+/** LMDB has non-const pointers even to data that it only reads. */
 inline MDB_val text(std::string_view value) {
     return {value.size(), const_cast<char*>(value.data())};
 }

@@ -49,7 +49,7 @@ public:
 
     [[nodiscard]] std::vector<std::string> const& ordered() const { return _ordered; }
 
-    /** In random order, the same in every run. */
+    /** The names in random order, which is the same in every run. */
     [[nodiscard]] std::vector<std::string> const& shuffled() const { return _shuffled; }
 
     [[nodiscard]] std::vector<std::string> const& groups() const { return _groups; }
@@ -58,7 +58,7 @@ private:
     void shuffle() {
         std::vector<std::string> mixed = _ordered;
         std::shuffle(mixed.begin(), mixed.end(), std::minstd_rand(12345));
-        _shuffled = mixed; // a copy, so that the texts lie in memory in the order in which they are read
+        _shuffled = mixed; // a copy, so that the strings are in memory in the order in which they are read
     }
 
     std::vector<std::string> _groups;
@@ -66,20 +66,20 @@ private:
     std::vector<std::string> _shuffled;
 };
 
-/** Names beside those given, that none of them is. */
+/** Names similar to the given ones, but different from all of them. */
 inline std::vector<std::string> missingNames(std::vector<std::string> names) {
     for (std::string& name : names)
         name.back() = 'x';
     return names;
 }
 
-/** The group of a name, and its last level. */
+/** The group of a name and its last level. */
 inline std::pair<std::string, std::string> splitName(std::string const& name) {
     std::size_t const slash = name.rfind('/');
     return {name.substr(0, slash), name.substr(slash + 1)};
 }
 
-/** Goes round a list without end. */
+/** Cycles through a list of names. */
 class Cycle {
 public:
     explicit Cycle(std::vector<std::string> const& names) : _names(names) {}

@@ -23,7 +23,7 @@ constexpr std::size_t usualCount = 10'000;
 constexpr std::size_t fileCount = 100'000;
 constexpr int usualValue = 42;
 
-/** `count` names, the usual way in 100 groups; made once. */
+/** `count` names, by default in 100 groups. Computed only once. */
 inline Names const& names(std::size_t count, std::size_t groups = 100) {
     static std::map<std::pair<std::size_t, std::size_t>, Names> made;
     return made
@@ -32,7 +32,7 @@ inline Names const& names(std::size_t count, std::size_t groups = 100) {
         .first->second;
 }
 
-/** A fresh directory for a store's files; all go when the process ends. */
+/** A new directory for a store's files. All are removed when the process ends. */
 inline std::filesystem::path storeDirectory() {
     static TemporaryDirectory const all;
     static unsigned made = 0;
@@ -41,14 +41,14 @@ inline std::filesystem::path storeDirectory() {
     return directory;
 }
 
-/** The process's one store of a kind, and what is in it. */
+/** The process's only store of a kind, and its content. */
 template <class Store>
 struct Held {
     static inline std::unique_ptr<Store> store;
     static inline std::string content;
 };
 
-/** A store with some content. It is filled only when it does not have it yet: repetitions find it ready. */
+/** A store with some content. It is filled only if it has another content, so repetitions find it ready. */
 template <class Store, class Fill>
 Store& holding(std::string const& content, Names const& names, Fill const& fill) {
     using Held = bench::Held<Store>;
@@ -61,7 +61,7 @@ Store& holding(std::string const& content, Names const& names, Fill const& fill)
     return *Held::store;
 }
 
-/** To be called for every store before the process ends: the register is destroyed among its last steps. */
+/** Must be called for every store before the process ends, because the register is destroyed at the exit. */
 template <class Store>
 void release() {
     Held<Store>::store.reset();
@@ -93,7 +93,7 @@ void measureReads(benchmark::State& state, Store& store, std::vector<std::string
     Value value{};
     store.read(names.front(), value);
     if (value != expected)
-        state.SkipWithError("reads another value than was written");
+        state.SkipWithError("read another value than the one written");
     Cycle cycle(names);
     for (auto _ : state) {
         store.read(cycle.next(), value);
@@ -126,7 +126,7 @@ void readString(benchmark::State& state) {
     measureReads(state, store, all.shuffled(), value);
 }
 
-/** One list, read again and again into the same vector. */
+/** Reads one list repeatedly into the same vector. */
 template <class Store, class Element>
 void readList(benchmark::State& state, std::size_t size) {
     Names const& all = names(usualCount);
@@ -160,11 +160,11 @@ void writeInteger(benchmark::State& state) {
     fill(store, all);
 }
 
-/** As `writeInteger`, with a listener on one group, in which all writes are. */
+/** Like `writeInteger`, with a listener to the group of all writes. */
 template <class Store>
 void writeHeard(benchmark::State& state) {
     static long calls = 0;
-    static int value = usualValue; // never the same twice: some stores announce only what is new
+    static int value = usualValue; // always different, because some stores announce only new values
     Names const& all = names(usualCount);
     std::string const& group = all.groups().front();
     auto& store = holding<Store>("a listener", all, [&all, &group](Store& empty) {
@@ -180,10 +180,10 @@ void writeHeard(benchmark::State& state) {
     for (auto _ : state)
         store.write(cycle.next(), ++value);
     if (calls != state.iterations())
-        state.SkipWithError("the listener did not hear every write");
+        state.SkipWithError("the listener was not notified of every write");
 }
 
-/** Writes names that are not there yet; when all are there, begins again with none. */
+/** Writes new names; when all names exist, starts again with an empty store. */
 template <class Store>
 void create(benchmark::State& state) {
     Names const& all = names(usualCount);
@@ -209,7 +209,7 @@ void listGroup(benchmark::State& state) {
         benchmark::DoNotOptimize(store.list(group));
 }
 
-/** The last step is a read in each group, for the stores that put work off. */
+/** The last step reads from each group, for stores that load lazily. */
 template <class Store>
 void load(benchmark::State& state) {
     Names const& all = names(fileCount);
@@ -226,12 +226,12 @@ void load(benchmark::State& state) {
             int value = 0;
             store.read(group + "/prop_100", value);
             if (value != usualValue)
-                state.SkipWithError("loads another value than was saved");
+                state.SkipWithError("loaded another value than the one saved");
         }
     }
 }
 
-/** The first step is a write, for the stores that do not save what has not changed. */
+/** The first step is a write, for stores that do not save without a change. */
 template <class Store>
 void save(benchmark::State& state) {
     Names const& all = names(fileCount);
@@ -239,7 +239,7 @@ void save(benchmark::State& state) {
         fill(empty, all);
         empty.save();
     });
-    static int value = usualValue; // never the same twice
+    static int value = usualValue; // always different
     for (auto _ : state) {
         store.write(all.shuffled().front(), ++value);
         store.save();

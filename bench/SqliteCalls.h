@@ -7,7 +7,7 @@
 
 #include <sqlite3.h>
 
-/** SQLite's calls in this program's own types. */
+/** SQLite's calls with the types of this program. */
 namespace bench::sqlite {
 
 constexpr char const* createTable =
@@ -44,7 +44,7 @@ void bind(sqlite3_stmt* statement, int index, Bind bindIt, Values... values) {
     check(bindIt(statement, index, values...));
 }
 
-/** A statement's first row for a name; the statement is ready for the next use when it goes. */
+/** The first row of a statement for a name. The destructor resets the statement for its next use. */
 class Row {
 public:
     Row(sqlite3_stmt* statement, std::string const& name) : _statement(statement) {
@@ -63,7 +63,7 @@ private:
     int _result = SQLITE_OK;
 };
 
-/** Gives a name a value with a prepared `upsert`. */
+/** Sets the value of a name with a prepared `upsert`. */
 template <class Bind, class... Values>
 void put(sqlite3_stmt* prepared, std::string const& name, Bind bindIt, Values... values) {
     bind(prepared, 2, bindIt, values...);

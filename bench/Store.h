@@ -6,43 +6,40 @@
 namespace bench {
 
 /**
- * What every store under measurement looks like: one header in stores/, one class of its file's name, called
+ * The interface of every measured store. A store is a class in a header of the same name in stores/; it is used
  * without virtual calls. It has
  *
  *     static constexpr char const* label            its name in the tables
  *     Store(std::filesystem::path const& directory, Names const& names)
- *                                                   empty; `names` is what it may be asked for
+ *                                                   empty; only `names` will be used
  *     void write(std::string const& name, V const& value)
- *     void read(std::string const& name, V& value)  a name that is there
+ *     void read(std::string const& name, V& value)  an existing name
  *         V: int, double, bool, std::string, and std::vector of int and of double
  *     int readOr(std::string const& name, int fallback)
- *     auto list(std::string const& group)           the bare names in a group, in the library's own form
- *     void clear()                                  drops all values in memory, and leaves the file; not
- *                                                   measured
- *     void save()                                   writes all to a file in `directory`, by the safest way
- *                                                   the library has
- *     void load()                                   reads what `save` wrote into a cleared store
+ *     auto list(std::string const& group)           the names in a group, without the group, in the library's
+ *                                                   own type
+ *     void clear()                                  drops all values in memory but keeps the file; not measured
+ *     void save()                                   writes everything to a file in `directory`, in the
+ *                                                   library's safest way
+ *     void load()                                   reads the file written by `save` into a cleared store
  *
- * and what its constants say it has: the base gives their defaults.
+ * and the optional parts that its constants announce; this base has their defaults.
  */
 struct Store {
-    /**
-     * void writeNext(names): gives names the value `nextScopeValue` in the scope that `read` turns to when
-     * the first lacks them.
-     */
+    /** void writeNext(names): sets names to `nextScopeValue` in the scope that `read` searches after the first. */
     static constexpr bool hasNextScope = false;
 
-    /** void listen(group, long& calls): counts every further change in the group. */
+    /** void listen(group, long& calls): counts every later change in the group. */
     static constexpr bool hasListeners = false;
 
-    /** `readOr` can be asked for a name that is not there. */
+    /** `readOr` may be called with a name that does not exist. */
     static constexpr bool knowsMissing = true;
 
-    /** Bytes that a store holds outside the heap. */
+    /** The bytes that a store uses outside the heap. */
     [[nodiscard]] std::size_t bytesOutsideTheHeap() const { return 0; }
 };
 
-/** What `writeNext` writes. */
+/** The value that `writeNext` writes. */
 constexpr int nextScopeValue = 7;
 
 template <class... Stores>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The operations that every store has, on all stores: "row/store", and "growth/properties/store". One process
-// runs the repetitions of a row in random order; a process for each row keeps the rows apart.
+// The operations that every store supports, on all stores: "row/store", and "growth/properties/store". One process runs
+// the repetitions of a row in random order; a separate process for each row keeps the rows independent.
 #include <string>
 
 #include <benchmark/benchmark.h>

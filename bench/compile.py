@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
 """usage: compile.py [--repetitions N] BUILD RESULT.json
 
-Measures how long g++ -O2 takes for files that use the settings, beside files that use QSettings, and adds the medians of
-the compiler's time to the result of measure.py. The files are compiled in turn, so that what disturbs the machine for a
-while disturbs all alike. BUILD is the build directory, where some headers are generated.
+Measures how long g++ -O2 takes to compile files that use the settings, compared with files that use QSettings, and adds
+the medians of the compiler's time to the result of measure.py. The files are compiled in turns, so that a disturbance
+of the machine affects all of them. BUILD is the build directory, where some headers are generated.
 """
 import argparse
 import json
@@ -33,7 +33,7 @@ int get() { return QSettings().value("editor/width", 80).toInt(); }
 
 
 def compiler_time(command):
-    """The processor's time, in seconds, of a command and what it starts."""
+    """The processor time, in seconds, of a command and its child processes."""
     process = subprocess.Popen(command)
     _, status, usage = os.wait4(process.pid, 0)
     if status != 0:

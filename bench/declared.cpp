@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Reading declared settings that have not changed, beside stores that are asked for the same values by their names:
-// "declared_integer/store", and by several threads "declared_threads/threads/store". The floor is a mirror of the value in an atomic variable, which nothing keeps up to
-// date.
+// Reading declared settings that have not changed, compared with reading the same values by name from other stores:
+// "declared_integer/store", and in several threads "declared_threads/threads/store". The floor is a copy of the value
+// in an atomic variable, which is never updated.
 #include <atomic>
 #include <cstddef>
 #include <memory>
@@ -32,13 +32,13 @@ namespace {
 
 constexpr std::size_t declaredCount = 100;
 
-/** The names of the declared settings, in the order in which they are read. */
+/** The names of the declared settings, in the order of reading. */
 std::vector<std::string> declaredNames() {
     std::vector<std::string> const& all = names(usualCount).shuffled();
     return {all.begin(), all.begin() + declaredCount};
 }
 
-/** A value of each type, and how the stores keep it. */
+/** A value of each type, and its stored form. */
 template <class T>
 struct Sample {
     static T value() { return T(1.5); }
@@ -50,7 +50,7 @@ struct Sample<Theme> {
     static std::string stored() { return "dark"; }
 };
 
-/** A store with 10,000 properties, of which those that are declared have a sample of the type. */
+/** A store with 10,000 properties. The declared ones have a sample of the type. */
 template <class Store, class T>
 Store& holdingSamples() {
     Names const& all = names(usualCount);
@@ -61,7 +61,7 @@ Store& holdingSamples() {
     });
 }
 
-/** Filling a store is left to one of the threads that will read it. */
+/** One of the reading threads fills the store. */
 std::mutex filling;
 
 template <class Store, class T>
@@ -135,7 +135,7 @@ void addType(std::string const& row, StoreList<Stores...>) {
     (addRow(row, Stores::label, readByName<Stores, T>), ...);
 }
 
-/** Without the others, most of which leave it to the program to lock them. */
+/** Leaves out the other stores, most of which are not thread-safe. */
 void addThreads(int threads) {
     std::string const row = "declared_threads/" + std::to_string(threads);
     for (auto* const added :

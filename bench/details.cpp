@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What only the register and the limit have, or what only they are asked for: long names, many listeners,
-// lists of every kind and size, several threads. The names are "row/parameter/store".
+// Operations measured only on the register and the limit: long names, many listeners, lists of every kind and size,
+// several threads. The names are "row/parameter/store".
 #include <cstddef>
 #include <mutex>
 #include <string>
@@ -28,7 +28,7 @@ void readLongName(benchmark::State& state, std::size_t length) {
     measureReads(state, store, all.shuffled(), usualValue);
 }
 
-/** Writes that one listener hears, among `count` listeners on other names. */
+/** Writes that notify one listener, with `count` listeners on other names. */
 template <class Store>
 void writeAmongListeners(benchmark::State& state, std::size_t count) {
     static long calls = 0;
@@ -45,7 +45,7 @@ void writeAmongListeners(benchmark::State& state, std::size_t count) {
         store.write(name, ++value);
 }
 
-/** Writes that `count` listeners hear. */
+/** Writes that notify `count` listeners. */
 template <class Store>
 void writeHeardBy(benchmark::State& state, std::size_t count) {
     static long calls = 0;
@@ -91,7 +91,7 @@ void writeListOf(benchmark::State& state, std::size_t size) {
     store.write(name, usualValue);
 }
 
-/** The operations of several threads, each through all names. The first `readers` of them read. */
+/** Several threads that each go through all names. The first `readers` threads read, the others write. */
 template <class Store>
 void share(benchmark::State& state, int readers) {
     static std::mutex filling;

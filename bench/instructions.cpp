@@ -2,9 +2,9 @@
 //
 // usage: valgrind --tool=callgrind --instr-atstart=no velmorand-bench-instructions [--live]
 //
-// Runs each operation of the register a fixed number of times, and lets callgrind write what it counted in a
-// file of its own: its trigger names the operation and how many times it ran, "read_integer 1000". With --live it
-// counts writes while there are live settings, which must be the first use of a process's settings.
+// Runs each operation of the register a fixed number of times, and makes callgrind dump the counts of each to a
+// separate file, whose trigger names the operation and the number of runs: "read_integer 1000". With --live, counts
+// writes with live settings, which must be the first use of the register in a process.
 #include <chrono>
 #include <cstddef>
 #include <string>
@@ -24,7 +24,7 @@ namespace bench {
 
 namespace {
 
-/** Counts `operation`, called with each of some names in turn. */
+/** Counts `operation`, called with each of the names. */
 template <class Operation>
 void count(std::string const& row, std::vector<std::string> const& names, Operation const& operation) {
     std::string const trigger = row + " " + std::to_string(names.size());
@@ -44,7 +44,7 @@ void countValue(Register& store, std::string const& kind, Value const& value) {
     store.clear();
     count("create_" + kind, all, [&](std::string const& name) { store.write(name, value); });
     count("write_" + kind, all, [&](std::string const& name) { store.write(name, value); });
-    read(all.front()); // lists are read into a vector that was used before
+    read(all.front()); // lists are read into a vector that has been used before
     count("read_" + kind, all, read);
 }
 
@@ -84,7 +84,7 @@ void countOthers(Register& store) {
     count("load_10000", {"once"}, [&](std::string const&) { store.load(); });
 }
 
-/** Declared settings that have not changed since they were read. */
+/** Declared settings that have not changed since the last read. */
 template <class T>
 void countDeclared(Register& store, std::string const& kind, T const& value) {
     std::vector<std::string> const& all = names(1'000).shuffled();

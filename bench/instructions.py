@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """usage: instructions.py COUNTS-DIRECTORY TABLE [--update]
 
-Compares the instructions per operation in callgrind's files with those in the table, or writes the table anew.
+Compares the instructions per operation in callgrind's files with those in the table, or rewrites the table.
 """
 import pathlib
 import re
@@ -12,12 +12,12 @@ TOLERANCE = 0.03
 HEADER = """\
 # SPDX-License-Identifier: Apache-2.0
 #
-# Instructions per operation, in the release build. scripts/instructions compares with it; --update writes it.
+# Instructions per operation, in the release build. scripts/instructions compares with this table; --update rewrites it.
 """
 
 
 def counted(directory):
-    """What each file says: its trigger is the operation and how many times it ran."""
+    """The counts in the files: the trigger of each file names the operation and the number of runs."""
     result = {}
     files = sorted(directory.glob("*.*"), key=lambda file: (file.stem != "out", int(file.suffix[1:])))
     for file in files:
@@ -42,7 +42,7 @@ def write_table(path, counts):
 
 
 def compare(today, table):
-    """Prints today's counts beside the table's. Result: whether none is missing and none has grown too much."""
+    """Prints the new counts next to the table's. Result: whether no count is missing or has grown too much."""
     good = True
     for operation in list(table) + [new for new in today if new not in table]:
         before, now = table.get(operation), today.get(operation)
@@ -68,7 +68,7 @@ def main():
     today = counted(pathlib.Path(arguments[0]))
     table = pathlib.Path(arguments[1])
     if not today:
-        sys.exit("instructions: nothing was counted")
+        sys.exit("instructions: no counts found")
     good = compare(today, read_table(table))
     if update:
         write_table(table, today)

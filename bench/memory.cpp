@@ -2,9 +2,9 @@
 //
 // usage: velmorand-bench-memory
 //
-// Prints, for each store, its name, a tab, and the bytes that a property takes at 100,000 properties with
-// mixed small values: all that the heap gives out for them, its own overhead included, and what the store
-// maps beside it. Each store has a process of its own.
+// Prints a line for each store: its name, a tab, and the bytes per property with 100,000 properties of mixed small
+// values. This includes the heap with its overhead, and memory that the store maps itself. Each store runs in its own
+// process.
 #include <cstddef>
 #include <exception>
 #include <filesystem>
@@ -31,7 +31,7 @@ std::size_t heapInUse() {
     return info.uordblks + info.hblkhd;
 }
 
-/** A quarter each of integers, numbers, booleans and strings of 8 bytes. */
+/** Integers, numbers, booleans and strings of 8 bytes, in equal parts. */
 template <class Store>
 void fillMixed(Store& store, Names const& names) {
     std::size_t i = 0;

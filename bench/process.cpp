@@ -2,9 +2,9 @@
 //
 // usage: velmorand-bench-process
 //
-// Whole processes: each iteration runs this program anew, as a child that does one thing. What a row costs
-// more than "nothing" is the register's. The rows "start_and_read" run small programs, which are linked with nothing
-// but what they use.
+// Whole processes: each iteration runs this program again as a child with one task. The cost of the register is the
+// difference to the row "nothing". The rows "start_and_read" run small programs that are linked only with the libraries
+// they use.
 #include <cstddef>
 #include <exception>
 #include <filesystem>
@@ -46,7 +46,7 @@ void fillQSettings(std::string const& directory) {
         settings.setValue(QString::fromStdString(name), usualValue);
 }
 
-/** What children do, as their first argument says; the others are the global and the user directory. */
+/** Runs the task of a child: its first argument; the others are the global and the user directory. */
 int runChild(std::string const& task, std::string const& global, std::string const& user) {
     if (task != "--nothing")
         _Register::initialize(global, user);
@@ -63,7 +63,7 @@ std::filesystem::path thisProgram() {
     return std::filesystem::read_symlink("/proc/self/exe");
 }
 
-/** Runs a program, whose path is the first of its arguments. Result: whether it was successful. */
+/** Runs a program; the first argument is its path. Result: whether it succeeded. */
 bool run(std::vector<std::string> arguments) {
     std::vector<char*> pointers;
     for (std::string& argument : arguments)

@@ -3,9 +3,9 @@
 // usage: velmorand-bench-sharing COUNT REPETITIONS
 //
 // Shares COUNT settings between processes in each of the ways, and prints lines of "row way median 90th-percentile",
-// with tabs between and times in nanoseconds. In the row "save" one changed setting becomes durable and visible; in
-// the row "hear" a listener in another process hears of it. The ways take turns, so what disturbs the machine for a
-// while disturbs all alike.
+// separated by tabs, with times in nanoseconds. In the row "save", a changed setting becomes durable and visible; in
+// the row "hear", a listener in another process is notified of it. The ways are measured in turns, so that a
+// disturbance of the machine affects all of them.
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -37,27 +37,27 @@ namespace bench::sharing {
 
 namespace {
 
-/** By the system's clock that all processes share. */
+/** The time of a clock that all processes share, in nanoseconds. */
 std::int64_t now() {
     return std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
 }
 
-/** What a process of a way writes to its standard output. */
+/** Written by a process to its standard output. */
 struct Report {
     int value;
     std::int64_t begin; ///< of a save
-    std::int64_t end;   ///< of a save, or when the value was heard
+    std::int64_t end;   ///< of a save, or the time of the notification
 };
 
-/** What a saving process reads from its standard input: one of the integers, and what it is to be. */
+/** Read by a saving process from its standard input: the place of an integer, and its new value. */
 struct Change {
     std::size_t place;
     int value;
 };
 
 /**
- * A process of this program, with a task in one of the ways. Each way saves in a process of its own as well: what one
- * leaves behind in memory would be cleared up in another's time.
+ * A process of this program, with a task in one of the ways. Each way also saves in a separate process, so that
+ * cleaning up after one way does not count as time of another.
  */
 class Process {
 public:
@@ -65,7 +65,7 @@ public:
         std::array<int, 2> changes{};
         std::array<int, 2> reports{};
         if (::pipe2(changes.data(), O_CLOEXEC) != 0 || ::pipe2(reports.data(), O_CLOEXEC) != 0)
-            throw std::runtime_error("cannot make a pipe");
+            throw std::runtime_error("cannot create a pipe");
         _changes = changes[1];
         _reports = reports[0];
         std::string program = std::filesystem::read_symlink("/proc/self/exe").string();
@@ -124,7 +124,7 @@ void send(Report const& report) {
         ::_exit(1);
 }
 
-/** One way under measurement. */
+/** A measured way. */
 struct Measured {
     std::string label;
     std::unique_ptr<Process> saving;
@@ -168,7 +168,7 @@ std::vector<std::string> integersOf(Names const& names) {
     return integers;
 }
 
-/** `size` is the number of settings, for the floor that of bytes. */
+/** `size` is the number of settings; for the floor, the number of bytes. */
 template <class Way>
 bool saveIf(std::string const& label, std::filesystem::path const& directory, std::size_t size) {
     if (label != Way::label)
@@ -219,7 +219,7 @@ bool isHeard(List<Ways...> /*all*/, std::string const& label) {
     return ((Ways::isHeard && label == Ways::label) || ...) || label == Floor::label;
 }
 
-/** A process must not outlive the process that measures, however that ends. */
+/** Ends this process together with the measuring process, even if that is killed. */
 void endWithParent() {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     ::pollfd reports{STDOUT_FILENO, 0, 0};
@@ -227,7 +227,7 @@ void endWithParent() {
         ::_exit(1);
 }
 
-/** Lets what the last change has caused in other processes, and on the disk, come to its end. */
+/** Waits until other processes and the disk have probably finished handling the last change. */
 void settle() {
     std::this_thread::sleep_for(std::chrono::milliseconds(3));
 }
@@ -238,13 +238,13 @@ void measureOnce(Measured& way, Change change) {
     way.times.push_back((way.listening ? way.listening->waitFor(change.value).end : saved.end) - saved.begin);
 }
 
-/** Another one each time, in all rows: nobody is notified of an equal value. */
+/** A new value each time, in all rows, because equal values are not announced. */
 int nextValue() {
     static int value = 0;
     return ++value;
 }
 
-/** Each round begins with another way. */
+/** Measures all ways in rounds. Each round begins with another way. */
 template <class NextPlace>
 void measure(std::string const& row, std::vector<Measured>& ways, int repetitions, NextPlace nextPlace) {
     for (int i = 0; i < repetitions; ++i) {
@@ -293,7 +293,7 @@ int main(int argc, char** argv) try {
     }
     if (argc != 3)
         return 2;
-    std::signal(SIGPIPE, SIG_IGN); // a process that has ended is reported by name
+    std::signal(SIGPIPE, SIG_IGN); // so that an ended process is reported by name
     measureAll(std::stoul(argv[1]), std::atoi(argv[2]));
     return 0;
 } catch (std::exception const& failure) {

@@ -2,9 +2,9 @@
 //
 // usage: velmorand-bench-waits live|plain COUNT SAVES
 //
-// Holds COUNT settings, and saves a changed one SAVES times on one thread, while another thread reads without pause.
-// Prints a line for each save: the longest of the reads that began or ended during it or outlasted it, then the longest
-// of those in which the reader did not merely lose its processor to another thread; in nanoseconds, with a tab between.
+// Saves COUNT settings, one of them changed, SAVES times in one thread while another thread reads continuously. Prints
+// a line for each save: the longest of the reads that overlap it, then the longest of those in which the reader did not
+// merely lose its processor to another thread; in nanoseconds, separated by a tab.
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -31,13 +31,13 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/** The longest reads of one save. */
+/** The longest reads during a save. */
 struct Waits {
     std::int64_t longest = 0;
     std::int64_t longestOwn = 0; ///< of those that were not merely interrupted
 };
 
-/** Measures how long reads take, on a thread of its own. */
+/** Measures the duration of reads in a separate thread. */
 class Reader {
 public:
     Reader(std::vector<std::string> const& names, std::size_t saves)
@@ -46,10 +46,10 @@ public:
     Reader& operator=(Reader const&) = delete;
     ~Reader() { stop(); }
 
-    /** A save begins, or ends. */
+    /** Must be called when a save begins and when it ends. */
     void beginOrEndSave() { ++_begunAndEnded; }
 
-    /** Result: for each save. */
+    /** Ends the thread. Result: the longest reads for each save. */
     std::vector<Waits> const& stop() {
         _isStopping = true;
         if (_thread.joinable())
@@ -58,7 +58,7 @@ public:
     }
 
 private:
-    /** How often this thread has slept, and how often it was interrupted. */
+    /** The numbers of voluntary and involuntary context switches of this thread. */
     struct Switches {
         long sleeps;
         long interruptions;
@@ -90,7 +90,7 @@ private:
         return _waits.begin() + static_cast<std::ptrdiff_t>(save);
     }
 
-    /** Notes a read during the saves from `first` to before `end`. */
+    /** Records a read during the saves from `first` to before `end`. */
     void note(std::size_t first, std::size_t end, std::int64_t wait, Switches& before) {
         Switches const after = switches();
         bool const isInterrupted =
@@ -104,8 +104,8 @@ private:
     }
 
     std::vector<std::string> const& _names;
-    std::vector<Waits> _waits;                  // the thread's until it has ended
-    std::atomic<std::size_t> _begunAndEnded{0}; // saves, counted twice: when they begin, and when they end
+    std::vector<Waits> _waits;                  // used only by the thread until it has ended
+    std::atomic<std::size_t> _begunAndEnded{0}; // counts each save twice: at its begin and its end
     std::atomic<bool> _isStopping{false};
     std::thread _thread;
 };
@@ -139,7 +139,7 @@ int main(int argc, char** argv) try {
         velmorand::write(name, 0);
     save(live.get());
     if (live != nullptr) {
-        // Opened anew: the worker has begun to save all of that as well, and would go on during the first saves.
+        // Opened again, because the background thread has begun to save all of that, and would delay the first saves.
         live.reset();
         live = open(true, directory.string());
     }

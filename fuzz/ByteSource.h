@@ -9,7 +9,7 @@
 
 namespace fuzz {
 
-/** Takes decisions off the front of an input; a used-up one gives zeros. */
+/** Reads decisions from the front of an input. After the end, it returns zeros. */
 class ByteSource {
 public:
     explicit ByteSource(std::string_view input) : _left(input) {}
@@ -24,7 +24,7 @@ public:
         return value;
     }
 
-    /** Up to 255 bytes, their number first. */
+    /** Up to 255 bytes, preceded by their number. */
     std::string string() {
         std::size_t const size = std::min(std::size_t{byte()}, _left.size());
         std::string const taken(_left.substr(0, size));

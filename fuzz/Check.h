@@ -7,7 +7,7 @@
 
 namespace fuzz {
 
-/** Ends the process, loudly, when a promise does not hold for the input at hand. */
+/** Ends the process with a message if a promise does not hold for the current input. */
 inline void check(bool holds, char const* promise, std::string_view detail = {}) {
     if (holds)
         return;

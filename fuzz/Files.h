@@ -27,7 +27,7 @@ inline std::string bytes(QString const& text) {
 
 inline void writeFile(FileSystem& files, QString const& path, std::string_view content) {
     FileHandle* handle = nullptr;
-    check(files.open(path, &handle, FileSystem::MODE_WRITE), "a file that can be made can be written");
+    check(files.open(path, &handle, FileSystem::MODE_WRITE), "a file that can be created can be written");
     auto const size = static_cast<long>(content.size());
     check(files.write(handle, content.data(), size) == size, "everything is written");
     check(files.close(handle), "a file that was written can be closed");
@@ -35,7 +35,7 @@ inline void writeFile(FileSystem& files, QString const& path, std::string_view c
 
 inline std::string readFile(FileSystem& files, QString const& path) {
     FileHandle* handle = nullptr;
-    check(files.open(path, &handle, FileSystem::MODE_READ), "a file that is there can be read");
+    check(files.open(path, &handle, FileSystem::MODE_READ), "an existing file can be read");
     long const size = files.size(handle);
     check(size >= 0, "an open file has a size");
     std::string content(static_cast<std::size_t>(size), '\0');
@@ -44,9 +44,9 @@ inline std::string readFile(FileSystem& files, QString const& path) {
     return content;
 }
 
-/** What `serialize` writes of a directory. */
+/** A directory, as `serialize` writes it. */
 inline std::string image(RAMFileSystem const& files, std::string_view path) {
-    static RAMFileSystem disk; // a file system costs more to make than all else here
+    static RAMFileSystem disk; // creating a file system would cost more than everything else here
     FileHandle* handle = nullptr;
     disk.open(text("/image"), &handle, FileSystem::MODE_WRITE);
     check(files.serialize(text(path), *handle), "a directory can be serialised");

@@ -11,14 +11,14 @@
 
 #include "Tree.h"
 
-/** The register file's format once more, from its description alone: neither code nor library in common. */
+/** A second implementation of the register file's format, which shares no code or library with the first. */
 namespace fuzz::format {
 
 enum Major : unsigned { number = 0, byteString = 2, textString = 3, array = 4, map = 5, tag = 6 };
 
 constexpr std::string_view selfDescribed = "\xD9\xD9\xF7";
 
-/** The start of an item, with its number in `width` bytes at least: 0 for as few as it takes. */
+/** The start of an item, with its number in at least `width` bytes; 0 means as few as possible. */
 inline std::string head(unsigned major, std::uint64_t value, unsigned width = 0) {
     unsigned const needed = value < 24         ? 0
                             : value <= 0xFF    ? 1
@@ -42,7 +42,7 @@ inline std::uint32_t checksum(std::string_view payload) {
         ::crc32_z(0, reinterpret_cast<Bytef const*>(payload.data()), payload.size()));
 }
 
-/** The register file around a payload. */
+/** A register file with a payload. */
 inline std::string wrap(std::string_view payload) {
     return std::string(selfDescribed) + head(array, 3) + head(number, 1) + head(number, checksum(payload)) +
            head(tag, 24) + head(byteString, payload.size()) + std::string(payload);
@@ -108,7 +108,7 @@ inline bool isName(std::string_view name) {
 struct Decoded {
     Tree tree;
     std::size_t size;   ///< of the item, in bytes
-    bool asItIsWritten; ///< every head the shortest, names in order
+    bool asItIsWritten; ///< all heads have minimal length, and names are in order
 };
 
 class Reader {
@@ -165,7 +165,7 @@ private:
     bool _shortest = true;
 };
 
-/** The tree of a payload; none when it is anything else. */
+/** The tree of a payload, if it is valid. */
 inline std::optional<Decoded> decodePayload(std::string_view payload) {
     struct Level {
         std::size_t directory;
@@ -209,7 +209,7 @@ inline std::optional<Decoded> decodePayload(std::string_view payload) {
     return reader.left() == 0 ? std::optional(std::move(result)) : std::nullopt;
 }
 
-/** The tree of the register file that `data` begins with; none when it begins with none. */
+/** The tree of the register file at the start of `data`, if there is a valid one. */
 inline std::optional<Decoded> decode(std::string_view data) {
     if (data.substr(0, selfDescribed.size()) != selfDescribed)
         return std::nullopt;

@@ -8,7 +8,7 @@
 
 #include "values/Record.h"
 
-/** The eight kinds of value, with what the records' own description, in Record.h, says of them. */
+/** The eight kinds of value, with their encoding by the independent implementation in Record.h. */
 namespace fuzz::kinds {
 
 using utils::properties::_Register;
@@ -30,14 +30,14 @@ struct Kind {
         (settings.*Read)(name, value);
     }
 
-    /** The bytes of a value's record: two values with the same are the same, bit for bit. */
+    /** The bytes of a value's record. Values with the same record are equal bit for bit. */
     static std::string record(Value const& value) {
         record::Fields fields{tags()};
         record::append(fields, value);
         return record::joined(fields, fields.size());
     }
 
-    /** What a reader makes of a property's bytes. */
+    /** Decodes a property's bytes as a reader does. */
     static bool decode(std::string const& bytes, Value& value) {
         record::Cursor cursor(bytes);
         for (char const tag : tags())
@@ -59,7 +59,7 @@ using Booleans = Kind<std::vector<bool>, &_Register::_writeBooleans, &_Register:
 
 constexpr unsigned count = 8;
 
-/** Calls `visit` with the kind of a number below `count`. */
+/** Calls `visit` with the kind number `number`, which is below `count`. */
 template <class Visit>
 void visit(unsigned number, Visit visit) {
     switch (number) {

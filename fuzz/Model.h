@@ -10,7 +10,7 @@
 
 namespace fuzz {
 
-/** What the register's operations do to its tree, and say: told with plain maps and no thought of speed. */
+/** A simple model of the register's operations and their results, with plain maps, without regard to speed. */
 class Model {
 public:
     Model() {
@@ -26,7 +26,7 @@ public:
         return scope == SCOPE_GLOBAL ? "global" : scope == SCOPE_USER ? "user" : "temp";
     }
 
-    /** A name with what is not UTF-8 replaced, as every conversion to text does it. */
+    /** A name with bytes that are not UTF-8 replaced, as in every conversion to text. */
     static std::string wellFormed(std::string const& name) { return bytes(text('/' + name)).substr(1); }
 
     static std::string groupOf(std::string const& name) {
@@ -60,7 +60,7 @@ public:
         return isGroup(name, SCOPE_GLOBAL) || isGroup(name, SCOPE_USER) || isGroup(name, SCOPE_TEMPORARY);
     }
 
-    /** What readers find under a name. */
+    /** The node that readers find under a name. */
     [[nodiscard]] std::size_t located(std::string const& name) const {
         for (RegisterScope const scope : {SCOPE_USER, SCOPE_GLOBAL, SCOPE_TEMPORARY})
             if (std::size_t const id = find(name, scope); id != Tree::none)
@@ -96,7 +96,7 @@ public:
         tree[tree.find(path)].children.erase(last);
     }
 
-    /** An emptied file, made if need be; none when there cannot be one. */
+    /** Empties a file, creating it if needed. Result: the file, or `Tree::none` if it cannot be created. */
     std::size_t openForWriting(std::string const& name, RegisterScope scope) {
         std::vector<std::string> path = levels(name, scope);
         std::size_t const found = tree.find(path);
@@ -114,7 +114,7 @@ public:
         return tree.add(parent, last, false);
     }
 
-    /** False when no property can be made of that name. */
+    /** False if a property of that name cannot be created. */
     bool write(std::string const& name, RegisterScope scope, std::string const& record) {
         std::size_t file = openForWriting(name, scope);
         if (file == Tree::none) {

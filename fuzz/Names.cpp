@@ -13,9 +13,9 @@
 #include "TemporaryDirectory.h"
 #include "support/Failure.h"
 
-// Takes any bytes for names: of groups and properties, of paths in the register, of files in memory and on
-// disk. None may reach out of its scope or its root, and all ways to a name must agree on what it names. The
-// input is up to three names, one a line.
+// Uses any bytes as names of groups and properties, of paths in the register, and of files in memory and on disk. No
+// name may lead out of its scope or root, and all operations must agree on its meaning. The input is up to three names,
+// one per line.
 
 using namespace fuzz;
 using support::failure;
@@ -26,11 +26,11 @@ std::string cString(std::string const& message) {
     return message.c_str();
 }
 
-/** What a call gives, or how it fails. */
+/** The result of a call, or its failure. */
 template <class Call>
 std::string answer(Call&& call) {
     std::string result;
-    bool returned = false; // a message may be "nothing", too
+    bool returned = false; // because a message may also be "nothing"
     std::string const failed = failure([&] {
         result = call();
         returned = true;
@@ -55,7 +55,7 @@ void checkConversions(_Register const& settings, std::string const& name) {
         std::string const path = '/' + Model::directory(scope) + '/' + name;
         check(settings._nameToPath(name, scope) == path, "a path is the scope and the name");
         if (scope != SCOPE_TEMPORARY)
-            check(settings._pathToName(path) == name, "a path gives its name back");
+            check(settings._pathToName(path) == name, "a path is converted back to its name");
     }
     for (int const scope : {-1, 3, 255, 2147483647})
         check(answer([&] { return settings._nameToPath(name, static_cast<RegisterScope>(scope)); }) ==
@@ -66,7 +66,7 @@ void checkConversions(_Register const& settings, std::string const& name) {
         std::string const given = answer([&] { return settings._pathToName(path); });
         check(expected == "out of range" ? given.rfind("failure: std: basic_string::substr", 0) == 0
                                          : given == expected,
-              "a path is taken apart as described");
+              "a path is split as documented");
     }
     QString const path = text(name);
     std::string const whole = bytes(path);
@@ -75,7 +75,7 @@ void checkConversions(_Register const& settings, std::string const& name) {
           "the directory part ends before the last slash");
 }
 
-/** The process's register, a derived one, and what both should be. */
+/** The process's register, a derived one, and the model of both. */
 class Trio {
 public:
     Trio() : _settings(emptied()) {
@@ -83,15 +83,15 @@ public:
             change([&](auto& each) { put(each, "canary", scope); });
     }
 
-    /** Makes a change to all, and compares. */
+    /** Makes the same change to all three and compares them. */
     template <class Change>
     void change(Change const& change) {
         change(_settings);
         change(static_cast<_Register&>(_derived));
         change(_model);
         std::string const expected = format::encode(_model.tree);
-        check(image(_settings, "/") == expected, "the register's tree is as told");
-        check(image(_derived, "/") == expected, "a derived register's tree is as told");
+        check(image(_settings, "/") == expected, "the register's tree equals the model's");
+        check(image(_derived, "/") == expected, "a derived register's tree equals the model's");
     }
 
     void compare(std::string const& name, RegisterScope scope) {
@@ -104,10 +104,10 @@ public:
         change([&](auto& each) { put(each, name, scope); });
         compare(name, scope);
         for (RegisterScope const other : scopes)
-            check(other == scope || sameScope(before, other), "no name reaches out of its scope");
+            check(other == scope || sameScope(before, other), "no name leads out of its scope");
         for (auto const& entry : _model.tree[Tree::root].children)
             check(entry.first == "global" || entry.first == "user" || entry.first == "temp",
-                  "no name reaches above its scope");
+                  "no name leads above its scope");
         change([&](auto& each) { remove(each, name, scope); });
     }
 
@@ -154,32 +154,34 @@ private:
                format::encode(_model.tree, _model.tree.find({directory}));
     }
 
-    /** All that tells of a name without changing anything. */
+    /** Compares all operations on a name that do not change the tree. */
     void compare(_Register& settings, std::string const& name, RegisterScope scope) {
         std::string const group = Model::groupOf(name);
         QString const path = text(settings._nameToPath(name, scope));
         std::size_t const id = _model.find(name, scope);
         bool const isGroup = _model.isGroup(name, scope);
-        check(settings.propertyExists(name, scope) == (id != Tree::none), "a name exists when it was made");
-        check(settings.groupExists(name, scope) == isGroup, "a group exists when it was made");
-        check(settings.propertyExists(name) == _model.existsAnywhere(name), "any scope may hold a name");
-        check(settings.groupExists(name) == _model.isGroupAnywhere(name), "any scope may hold a group");
+        check(settings.propertyExists(name, scope) == (id != Tree::none), "a name exists if it was created");
+        check(settings.groupExists(name, scope) == isGroup, "a group exists if it was created");
+        check(settings.propertyExists(name) == _model.existsAnywhere(name),
+              "a name exists if any scope has it");
+        check(settings.groupExists(name) == _model.isGroupAnywhere(name),
+              "a group exists if any scope has it");
         check(settings.exists(path) == (id != Tree::none) && settings.isDirectory(path) == isGroup &&
                   settings.isFile(path) == (id != Tree::none && !isGroup),
-              "the file system knows the same of a name");
+              "the file system agrees about a name");
 
         check(answer([&] { return listed(settings.propertyList(name, scope)); }) ==
                   (isGroup ? "result: " + listed(id)
                            : "failure: " + cString(name + " does not exist or is not a group.")),
-              "a listing is what is in the group");
+              "a listing contains the entries of the group");
         check(answer([&] { return settings._locateProperty(name); }) == expectedPlace(name),
-              "a name is located in the first scope that holds it");
+              "a name is located in the first scope that has it");
         check(answer([&] {
                   int number = 0;
                   settings._readInteger(name, number);
                   return std::to_string(number);
               }) == expectedReading(name),
-              "a name reads as what was written under it");
+              "reading a name returns the value written under it");
 
         FileHandle* handle = nullptr;
         std::string const opened = answer([&] {
@@ -193,12 +195,12 @@ private:
                          : id == Tree::none || isGroup
                              ? "failure: " + cString("Cannot open property named " + name + " !")
                              : "result: "),
-              "a property is opened when it is there");
+              "an existing property is opened");
     }
 
     static std::string listed(std::set<filesystem::DirEntry> const& entries) {
         std::string result;
-        std::set<std::string> names; // the entries' own order is that of UTF-16
+        std::set<std::string> names; // entries are ordered by UTF-16
         for (auto const& entry : entries)
             names.insert(bytes('/' + entry.name).substr(1));
         for (std::string const& name : names)
@@ -233,25 +235,26 @@ private:
     Model _model;
 };
 
-/** A path on a file system in memory, whatever it is. */
+/** Checks any path in a file system in memory. */
 void checkInMemory(QString const& path) {
     RAMFileSystem files;
     bool const isText = path.isValidUtf16();
     std::vector<std::string> const levels = levelsOf(bytes(path));
     bool const isPossible = isText && !levels.empty() && levels.back() != "." && levels.back() != "..";
     bool const atTop = isPossible && levels.size() == 1;
-    check(files.exists(path) == (isText && levels.empty()), "only the root is there from the start");
-    check(files.mkdir(path) == atTop, "a directory is made below one that is there");
-    check(files.exists(path) == (atTop || (isText && levels.empty())), "what was made is there");
-    check(files.getFileList(text("/")).empty() == !atTop, "what was made is listed");
-    check(files.remove(path) == atTop, "what is there can be removed");
+    check(files.exists(path) == (isText && levels.empty()), "only the root exists at first");
+    check(files.mkdir(path) == atTop, "a directory is created in an existing one");
+    check(files.exists(path) == (atTop || (isText && levels.empty())), "the new directory exists");
+    check(files.getFileList(text("/")).empty() == !atTop, "the new directory is listed");
+    check(files.remove(path) == atTop, "an existing directory can be removed");
     FileHandle* handle = nullptr;
-    check(files.open(path, &handle, FileSystem::MODE_WRITE) == atTop, "a file is made below a directory");
-    check(files.close(handle) == atTop, "what was opened can be closed");
-    check(files.isFile(path) == atTop, "a file that was made is there");
+    check(files.open(path, &handle, FileSystem::MODE_WRITE) == atTop,
+          "a file is created in an existing directory");
+    check(files.close(handle) == atTop, "an open file can be closed");
+    check(files.isFile(path) == atTop, "a new file exists");
 }
 
-/** A directory on disk with a file beside it, and nothing else. */
+/** A directory on disk that contains only the root of a file system and a file outside that root. */
 class Disk {
 public:
     Disk() {
@@ -264,7 +267,7 @@ public:
         bool dots = false;
         for (std::string const& level : levelsOf(bytes(path)))
             dots = dots || level == "." || level == "..";
-        // Before anything is changed: were it otherwise, the rest could do harm.
+        // Checked before any change, because otherwise the rest could damage other files.
         check(!(dots && files.exists(path)), "no name leads up");
         if (!files.exists(path))
             files.mkdir(path);
@@ -274,13 +277,13 @@ public:
             files.close(handle);
         files.remove(path);
         check(std::filesystem::is_directory(root()) && std::filesystem::is_empty(root()),
-              "what was made can be removed");
+              "a new entry can be removed");
         std::size_t entries = 0;
         for (auto const& entry : std::filesystem::directory_iterator(_home.path()))
             entries += entry.path().filename() == "root" || entry.path().filename() == "outside" ? 1U : 10U;
         std::ifstream outside(_home.path() / "outside");
         std::string const content{std::istreambuf_iterator<char>(outside), std::istreambuf_iterator<char>()};
-        check(entries == 2 && content == "kept", "no file name reaches out of its root");
+        check(entries == 2 && content == "kept", "no file name leads out of its root");
     }
 
 private:
@@ -311,7 +314,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         checkConversions(*_Register::getInstance(), name);
         trio.compare(name, scope);
         trio.putAndTakeAway(name, scope);
-        trio.addAndTakeAway(name, scope); // leaves it, for the next name to meet
+        trio.addAndTakeAway(name, scope); // leaves it for the next name
         checkInMemory(text(name));
         disk.checkName(text(name));
     }

@@ -19,10 +19,9 @@
 #include "TemporaryDirectory.h"
 #include "support/Failure.h"
 
-// Plays operations of the register, in any order and with any arguments, on the process's register, on a
-// derived one, and on a model of both. After each step the trees, the answers, the announcements and the
-// pending names must be the same. The input is a list of operations, each a byte, with its arguments behind
-// it.
+// Runs operations of the register, in any order and with any arguments, on the process's register, on a derived one,
+// and on a model of both. After each step, the trees, the results, the announcements and the pending names must be
+// equal. The input is a list of operations, each a byte followed by its arguments.
 
 using namespace fuzz;
 
@@ -30,12 +29,12 @@ namespace {
 
 constexpr std::size_t mostSteps = 300;
 constexpr std::size_t listenerCount = 4;
-constexpr std::size_t throwing = 2; ///< the listener that throws when it is told
-constexpr std::size_t oneShot = 3;  ///< the listener that then takes itself away
+constexpr std::size_t throwing = 2; ///< the listener that throws when it is called
+constexpr std::size_t oneShot = 3;  ///< the listener that removes itself when it is called
 
 int owners[listenerCount];
 
-/** Whose a listener is; one is nobody's. */
+/** The owner of a listener; one listener has a null owner. */
 void* ownerOf(std::size_t listener) {
     return listener == 1 ? nullptr : &owners[listener];
 }
@@ -80,7 +79,7 @@ public:
 
     std::set<std::string>& pending() const { return settings.*(&Derived::_changedProperties); }
 
-    /** Does something with the register's directory in place, and takes it away again. */
+    /** Runs an action with the register's directory set, and clears it again. */
     template <class Action>
     std::string onDisk(Action const& action) {
         Derived::_UserRegisterPath = _directory.string();
@@ -105,7 +104,7 @@ std::string fileBytes(std::filesystem::path const& file) {
     return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
 }
 
-/** What announcing does and to whom. */
+/** The model of announcements. */
 class Announcements {
 public:
     void add(std::string const& key, std::size_t listener) { _entries[key].push_back({listener, _serial++}); }
@@ -122,7 +121,7 @@ public:
             remove(key, listener);
     }
 
-    /** Announces what is pending. False when a listener throws. */
+    /** Announces the pending names. False if a listener throws. */
     bool announce(void* sender, Log& log) {
         for (std::string const& name : pending)
             if (!announce(sender, name, log))
@@ -171,7 +170,7 @@ private:
 };
 
 std::string pick(ByteSource& input) {
-    // Names that meet each other, in all spellings that mean something to someone.
+    // Names that collide with each other, in all spellings with a special meaning.
     static std::string const names[] = {"a",
                                         "b",
                                         "a/x",
@@ -241,7 +240,7 @@ void pick(ByteSource& input, std::vector<Element>& values) {
     }
 }
 
-/** Everything, and the rules. */
+/** The two registers, their model, and the operations. */
 class Game {
 public:
     Game(ByteSource& input, std::filesystem::path const& directory)
@@ -254,9 +253,9 @@ public:
         play(_input.byte());
         std::string const expected = format::encode(_model.tree);
         for (Subject* const subject : {&_plain, &_other}) {
-            check(image(subject->settings, "/") == expected, "the tree is the model's");
-            check(subject->log == _log, "the listeners are told what the model says");
-            check(subject->pending() == _announcements.pending, "the pending names are the model's");
+            check(image(subject->settings, "/") == expected, "the tree equals the model's");
+            check(subject->log == _log, "the listeners are notified as in the model");
+            check(subject->pending() == _announcements.pending, "the pending names equal the model's");
         }
     }
 
@@ -309,12 +308,12 @@ private:
         }
     }
 
-    /** Calls both registers; each must answer as expected. */
+    /** Makes a call on both registers; each must have the expected outcome. */
     template <class Call>
     void expect(std::string const& failure, Call const& call) {
         for (Subject* const subject : {&_plain, &_other})
             check(support::failure([&] { call(*subject); }) == failure.c_str(),
-                  "a call ends as the model says", failure);
+                  "a call has the outcome of the model", failure);
     }
 
     RegisterScope pickScope() {
@@ -366,7 +365,7 @@ private:
         expect(outcome, [&](Subject& subject) {
             typename Kind::Value value{};
             Kind::read(subject.settings, name, value);
-            check(Kind::record(value) == Kind::record(expected), "a value reads as it was written");
+            check(Kind::record(value) == Kind::record(expected), "a value is read as it was written");
         });
     }
 
@@ -413,10 +412,14 @@ private:
         RegisterScope const scope = pickScope();
         expect(scoped(scope), [&](Subject& subject) {
             _Register& settings = subject.settings;
-            check(settings.propertyExists(name) == _model.existsAnywhere(name), "a name is in some scope");
-            check(settings.groupExists(name) == _model.isGroupAnywhere(name), "a group is in some scope");
-            check(settings.propertyExists(name, scope) == _model.exists(name, scope), "a name is there");
-            check(settings.groupExists(name, scope) == _model.isGroup(name, scope), "a group is there");
+            check(settings.propertyExists(name) == _model.existsAnywhere(name),
+                  "a name exists if any scope has it");
+            check(settings.groupExists(name) == _model.isGroupAnywhere(name),
+                  "a group exists if any scope has it");
+            check(settings.propertyExists(name, scope) == _model.exists(name, scope),
+                  "a name exists in its scope");
+            check(settings.groupExists(name, scope) == _model.isGroup(name, scope),
+                  "a group exists in its scope");
         });
     }
 
@@ -434,11 +437,11 @@ private:
                    std::set<std::string> names;
                    for (auto const& entry : subject.settings.propertyList(name, scope))
                        names.insert(bytes('/' + entry.name).substr(1));
-                   check(names == expected, "a listing is what is in the group");
+                   check(names == expected, "a listing contains the entries of the group");
                });
     }
 
-    /** How `openProperty` fails; "nothing" when it does not. The mode is one of the two. */
+    /** The failure of `openProperty`, or "nothing". The mode is valid. */
     std::string openingFailure(std::string const& name, RegisterScope scope, bool opens) {
         std::string const group = Model::groupOf(name);
         if (!_model.isGroupAnywhere(group))
@@ -461,7 +464,7 @@ private:
                [&](Subject& subject) { store(subject.settings, name, scope, content); });
     }
 
-    /** Opens a property and keeps the handle, whatever becomes of the property. */
+    /** Opens a property and keeps the handle, even if the property is changed or removed later. */
     void hold() {
         std::string const name = pick(_input);
         RegisterScope const scope = pickScope();
@@ -488,7 +491,7 @@ private:
             std::string read(wanted, '\0');
             read.resize(static_cast<std::size_t>(
                 subject.settings.read(subject.held, read.data(), static_cast<long>(wanted))));
-            check(read == expected, "an open handle reads what is there now, or nothing");
+            check(read == expected, "an open handle reads the current content, or nothing");
         });
     }
 
@@ -547,7 +550,7 @@ private:
         for (Subject* const subject : {&_plain, &_other}) {
             check(subject->onDisk([](_Register& settings) { settings.save(); }) == "nothing",
                   "saving is silent");
-            check(fileBytes(subject->file()) == *_saved, "the file is the user scope");
+            check(fileBytes(subject->file()) == *_saved, "the file contains the user scope");
         }
     }
 
@@ -556,10 +559,10 @@ private:
             putSavedInPlace(_model.tree);
         for (Subject* const subject : {&_plain, &_other})
             check(subject->onDisk([](_Register& settings) { settings.load(); }) == "nothing",
-                  "what was saved is loaded");
+                  "a saved file is loaded");
     }
 
-    /** A register of its own, as a process has it that starts now. */
+    /** Loads the file into a new register, as a new process does. */
     void loadAnew() {
         Model expected;
         if (_saved)
@@ -567,8 +570,9 @@ private:
         for (Subject* const subject : {&_plain, &_other}) {
             std::unique_ptr<Derived> started;
             check(subject->onDisk([&](_Register&) { started = std::make_unique<Derived>(); }) == "nothing",
-                  "what was saved is loaded at the start");
-            check(image(*started, "/") == format::encode(expected.tree), "a start finds what was saved");
+                  "a saved file is loaded at the start");
+            check(image(*started, "/") == format::encode(expected.tree),
+                  "the loaded tree equals the saved one");
         }
     }
 
@@ -588,7 +592,7 @@ private:
             std::ofstream(subject->file(), std::ios::binary) << damaged;
             std::string const failed = subject->onDisk([](_Register& settings) { settings.load(); });
             check(failed.rfind(subject->file().string() + ": ", 0) == 0, "a damaged file is refused", failed);
-            check(fileBytes(subject->file()) == damaged, "a damaged file stays as it is");
+            check(fileBytes(subject->file()) == damaged, "a damaged file is not changed");
             std::ofstream(subject->file(), std::ios::binary) << *_saved;
         }
     }

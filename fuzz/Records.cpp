@@ -6,9 +6,9 @@
 #include "Registers.h"
 #include "support/Failure.h"
 
-// Reads any bytes as a property, with the readers of all kinds. The process's register, which reads from
-// memory at once, and a derived one, which reads field by field, must say the same, and what the record
-// format says. The input is the property's content.
+// Reads any bytes as a property, with the readers of all kinds. The process's register, which reads directly from
+// memory, and a derived one, which reads field by field, must give the same results, in accordance with the record
+// format. The input is the property's content.
 
 using namespace fuzz;
 
@@ -16,13 +16,13 @@ namespace {
 
 constexpr char const* name = "group/property";
 
-/** What a reader leaves of a variable that held `before`, or how it fails. */
+/** The value of a variable, initially `before`, after a read, or the failure of the read. */
 template <class Kind>
 std::string reading(_Register& settings, typename Kind::Value const& before) {
     typename Kind::Value value = before;
     std::string const failure = support::failure([&] { Kind::read(settings, name, value); });
     check(failure == "nothing" || Kind::record(value) == Kind::record(before),
-          "a reader that fails leaves the variable alone");
+          "a failed read does not change the variable");
     return failure == "nothing" ? Kind::record(value) : failure;
 }
 
@@ -44,7 +44,7 @@ constexpr auto untouched = static_cast<utils::properties::Type>(12345);
 Types typesOf(_Register const& settings) {
     utils::properties::Type elements = untouched;
     auto const type = settings.readPropertyType(name, &elements);
-    check(settings.readPropertyType(name, nullptr) == type, "the type is read without its elements'");
+    check(settings.readPropertyType(name, nullptr) == type, "the type is read without the elements' type");
     return {type, elements};
 }
 
@@ -69,7 +69,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     check(typesOf(settings) == expectedTypes(content), "the type is the record's first byte");
     check(typesOf(derived) == expectedTypes(content), "the type is the record's first byte");
 
-    // Of the readers that fail only one: what they leave open stays until the process ends.
+    // Only one of the failing readers runs, because the handles they leave open remain until the process ends.
     unsigned failing = 0;
     for (char const byte : content)
         failing = (31 * failing + static_cast<unsigned char>(byte)) % kinds::count;
@@ -81,9 +81,10 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
                 return;
             typename Kind::Value before{};
             Kind::decode(Kind::tags() + std::string("\3\0\0\0abcdefghijklmnopqrstuvwxyz", 30), before);
-            check(reading<Kind>(settings, before) == expected, "reading at once gives what the record holds");
+            check(reading<Kind>(settings, before) == expected,
+                  "reading directly returns the value of the record");
             check(reading<Kind>(derived, before) == expected,
-                  "reading field by field gives what the record holds");
+                  "reading field by field returns the value of the record");
         });
     for (_Register* const each : {&settings, static_cast<_Register*>(&derived)})
         check(readFile(*each, text("/user/group/property")) == content, "reading changes nothing");

@@ -9,9 +9,9 @@
 #include "support/MemoryPeak.h"
 #include "support/MemoryToRead.h"
 
-// Reads any bytes as a register file, into a place where something stands already. What is read, and whether
-// anything is, must be what a second reader of the format says, and the memory it takes in proportion to the
-// file. The input is the file itself.
+// Reads any bytes as a register file, replacing an existing tree. A second implementation of the format must agree on
+// whether the file is valid and what it contains, and the memory used must be in proportion to the file. The input is
+// the file.
 
 using namespace fuzz;
 
@@ -21,7 +21,7 @@ constexpr std::size_t nodesLookedUp = 200;
 
 void fill(RAMFileSystem& files) {
     for (char const* const directory : {"/user", "/user/a", "/other"})
-        check(files.mkdir(text(directory)), "a directory can be made");
+        check(files.mkdir(text(directory)), "a directory can be created");
     writeFile(files, text("/user/a/x"), "I*");
     writeFile(files, text("/user/gone"), std::string(100, 'g'));
     writeFile(files, text("/other/x"), "kept");
@@ -37,10 +37,10 @@ void lookUp(RAMFileSystem& files, Tree const& tree) {
     for (std::size_t i = 0; i < places.size() && i < nodesLookedUp; ++i) {
         Place const place = places[i];
         Tree::Node const& node = tree[place.id];
-        check(files.isDirectory(text(place.path)) == node.directory, "a group that was read is found");
-        check(files.isFile(text(place.path)) != node.directory, "a property that was read is found");
+        check(files.isDirectory(text(place.path)) == node.directory, "a loaded group is found");
+        check(files.isFile(text(place.path)) != node.directory, "a loaded property is found");
         if (!node.directory)
-            check(readFile(files, text(place.path)) == node.content, "a value is found as it was read");
+            check(readFile(files, text(place.path)) == node.content, "a loaded value is found");
         for (auto const& [name, child] : node.children)
             if (places.size() < nodesLookedUp)
                 places.push_back({child, place.path + '/' + name});
@@ -49,16 +49,16 @@ void lookUp(RAMFileSystem& files, Tree const& tree) {
 
 void checkRead(RAMFileSystem& files, format::Decoded const& expected, std::string_view input) {
     std::string const written = image(files, "/user");
-    check(written == format::encode(expected.tree), "what was read is written again");
+    check(written == format::encode(expected.tree), "a loaded tree is written again");
     if (expected.asItIsWritten)
-        check(written == input.substr(0, expected.size), "a file comes back byte for byte");
-    check(readFile(files, text("/other/x")) == "kept", "reading changes nothing elsewhere");
+        check(written == input.substr(0, expected.size), "a file is written again byte for byte");
+    check(readFile(files, text("/other/x")) == "kept", "loading changes nothing elsewhere");
     lookUp(files, expected.tree);
 }
 
 void checkMemory(std::size_t size) {
     check(support::MemoryPeak::bytes() <= support::memoryToRead(size),
-          "reading takes memory in proportion to the file", std::to_string(support::MemoryPeak::bytes()));
+          "loading uses memory in proportion to the file", std::to_string(support::MemoryPeak::bytes()));
 }
 
 } // namespace
@@ -80,10 +80,10 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         files.unserialize(text("/user"), *handle);
     } catch (utils::Exception const& refusal) {
         checkMemory(size);
-        check(!expected, "a whole, sound file is read");
-        check(image(files, "/") == before, "a file that is refused changes nothing");
+        check(!expected, "a valid file is loaded");
+        check(image(files, "/") == before, "a refused file changes nothing");
         check(std::string(refusal.what()).rfind("Can't read a register file into /user: ", 0) == 0,
-              "a refusal says so");
+              "a refusal names the place and the reason");
         return 0;
     }
     checkMemory(size);

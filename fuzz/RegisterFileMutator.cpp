@@ -6,9 +6,9 @@
 
 #include "Format.h"
 
-// Changes a register file so that it stays one: by itself the fuzzer would hardly ever guess a checksum, and
-// nothing behind the outer parts would be tried. Mostly it changes the items of the tree one by one, with
-// their lengths set right; else the payload's bytes, or the whole file's, where nothing is set right.
+// Changes a register file so that it remains one. Otherwise the fuzzer would almost never guess a checksum, and would
+// test only the outer parts. Mostly, the mutator changes the items of the tree one by one and corrects their lengths;
+// sometimes it changes the bytes of the payload, or of the whole file without correcting anything.
 
 using namespace fuzz;
 
@@ -22,7 +22,7 @@ using Random = std::minstd_rand;
 struct Item {
     unsigned major;
     std::uint64_t value;
-    unsigned width; ///< of the head's number, in bytes at least
+    unsigned width; ///< of the head's number, in bytes, at least
     std::string content;
 };
 
@@ -32,7 +32,7 @@ bool isString(Item const& item) {
     return item.major == format::byteString || item.major == format::textString;
 }
 
-/** The items that some bytes begin with, as far as they are such. */
+/** The items at the start of some bytes, up to the first invalid one. */
 Items itemsOf(std::string_view payload) {
     Items items;
     format::Reader reader(payload);
@@ -57,9 +57,7 @@ std::string bytesOf(Items const& items) {
     return payload;
 }
 
-/** The payload of a register file, whatever its checksum and length say; an empty directory for anything
- * else.
- */
+/** The payload of a register file, even if its checksum or length is wrong; otherwise an empty directory. */
 std::string payloadOf(std::string_view file) {
     format::Reader reader(file.substr(std::min(file.size(), format::selfDescribed.size())));
     for (int part = 0; part < 5; ++part)
@@ -79,7 +77,7 @@ std::size_t anyOf(Items const& items, Random& random) {
     return random() % items.size();
 }
 
-/** An entry more or less is no use unless its directory counts it. */
+/** Corrects the count of the directory that contains an added or removed entry. */
 void recount(Items& items, std::size_t before, std::int64_t by) {
     while (before-- > 0)
         if (items[before].major == format::map) {
@@ -94,19 +92,19 @@ void mutateItem(Items& items, Random& random) {
     std::size_t const chosen = anyOf(items, random);
     Item& item = items[chosen];
     switch (random() % 8) {
-    case 0: // another content, with the right length
+    case 0: // other content, with the correct length
     case 1:
         item.content = mutated(item.content, item.content.size() + 1 + random() % 64);
         if (!isString(item))
             item.major = random() % 2 == 0 ? format::byteString : format::textString;
         break;
-    case 2: // a count or length that is wrong
+    case 2: // a wrong count or length
         item.value += random() % 5 - 2;
         break;
-    case 3: // a head longer than need be
+    case 3: // a head longer than necessary
         item.width = 1U << random() % 4;
         break;
-    case 4: { // the same name, or the same entry, once more
+    case 4: { // a duplicate name or entry
         Item const name = items[anyOf(items, random)];
         Item const value = items[anyOf(items, random)];
         auto const at = static_cast<std::ptrdiff_t>(chosen) + 1;
@@ -114,7 +112,7 @@ void mutateItem(Items& items, Random& random) {
         recount(items, static_cast<std::size_t>(at), 1);
         break;
     }
-    case 5: { // an entry less
+    case 5: { // one entry less
         std::size_t const last = std::min(items.size(), chosen + 2);
         recount(items, chosen, -1);
         items.erase(items.begin() + static_cast<std::ptrdiff_t>(chosen),

@@ -21,7 +21,7 @@ using utils::properties::SCOPE_USER;
 
 constexpr RegisterScope scopes[] = {SCOPE_GLOBAL, SCOPE_USER, SCOPE_TEMPORARY};
 
-/** A derived register: each of its operations goes the long way, through the file system's virtual ones. */
+/** A derived register, which does not use fast paths but the file system's virtual functions. */
 class Derived : public _Register {
 public:
     using _Register::_changedProperties;
@@ -30,7 +30,7 @@ public:
     Derived() = default;
 };
 
-/** The register of the process, with its three scopes empty. Its paths are: it stays off the disk. */
+/** The register of the process, with its three scopes emptied. Its paths are empty too, so it does not use the disk. */
 inline _Register& emptied() {
     _Register& settings = *_Register::getInstance();
     for (RegisterScope const scope : scopes) {
@@ -40,7 +40,7 @@ inline _Register& emptied() {
     return settings;
 }
 
-/** Puts bytes into a property's file, as an application may that opens one. */
+/** Writes bytes to a property's file, as an application may. */
 inline void store(_Register& settings, std::string const& name, RegisterScope scope,
                   std::string_view content) {
     FileHandle* const handle = settings.openProperty(name, _Register::MODE_WRITE, scope);
@@ -50,8 +50,8 @@ inline void store(_Register& settings, std::string const& name, RegisterScope sc
 }
 
 /**
- * A record whose list, if it is one, claims few elements. What a list claims is what it has, missing ones
- * read as zero: nothing to be learned from more of them.
+ * A record, changed so that a list claims few elements. Missing elements are read as zero, so claiming more of them
+ * would test nothing new.
  */
 inline std::string modestRecord(std::string_view bytes) {
     constexpr unsigned most = 2'000;
@@ -61,7 +61,7 @@ inline std::string modestRecord(std::string_view bytes) {
     auto const at = [&](std::size_t i) { return static_cast<unsigned char>(record[i]); };
     unsigned const count = at(2) | unsigned{at(3)} << 8U | unsigned{at(4)} << 16U;
     if (at(5) >= 0x80 || (at(5) == 0 && count <= most))
-        return record; // negative, or modest
+        return record; // negative or small
     unsigned const claimed = count % most;
     record[2] = static_cast<char>(claimed & 0xFFU);
     record[3] = static_cast<char>(claimed >> 8U);

@@ -12,8 +12,8 @@
 
 // usage: velmorand-replay-TARGET FILE-OR-FOLDER...
 //
-// Gives every file to the target once, in order of their names, in any build and without a fuzzer. A broken
-// promise ends the process; so does a list of files that is empty.
+// Runs the target once for every file, in the order of their names, in any build and without a fuzzer. A broken promise
+// or an empty list of files ends the process.
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
 
@@ -43,7 +43,7 @@ int main(int argc, char** argv) try {
     std::size_t replayed = 0;
     for (std::string const& place : std::vector<std::string>(argv + 1, argv + argc))
         for (auto const& file : filesIn(place)) {
-            // Said before, so that the last line names the input that broke something.
+            // Printed first, so that the last line names the input that failed.
             std::printf("%s\n", file.c_str());
             static_cast<void>(std::fflush(stdout));
             replay(file);

@@ -9,7 +9,7 @@
 
 namespace fuzz {
 
-/** A directory of this process's own, in memory where that can be had, removed at the end. */
+/** A temporary directory, in memory if possible, removed at the end. */
 class TemporaryDirectory : public support::TemporaryDirectory {
 public:
     TemporaryDirectory() : support::TemporaryDirectory(home()) {}

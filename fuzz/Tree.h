@@ -11,15 +11,15 @@
 namespace fuzz {
 
 /**
- * A tree of directories and files, as plainly as it can be told: what the targets compare the real one with.
- * Nodes are numbers, so that no depth overflows the stack; what is removed is only forgotten.
+ * A simple tree of directories and files, with which the targets compare the real one. Nodes are numbers, so that no
+ * depth overflows the stack. Removed nodes are not released.
  */
 class Tree {
 public:
     struct Node {
         bool directory = true;
         std::string content;
-        std::map<std::string, std::size_t> children; ///< in byte order, as names stand in a register file
+        std::map<std::string, std::size_t> children; ///< in byte order, as in a register file
     };
 
     static constexpr std::size_t root = 0;
@@ -28,7 +28,7 @@ public:
     Node& operator[](std::size_t id) { return _nodes[id]; }
     Node const& operator[](std::size_t id) const { return _nodes[id]; }
 
-    /** An entry of a directory that has none of that name yet. */
+    /** Adds an entry to a directory, which must not have the name yet. */
     std::size_t add(std::size_t directory, std::string const& name, bool isDirectory,
                     std::string content = {}) {
         std::size_t const id = _nodes.size();
@@ -53,7 +53,7 @@ private:
     std::vector<Node> _nodes = std::vector<Node>(1);
 };
 
-/** The levels of a path, empty ones left out. */
+/** The levels of a path, without empty ones. */
 inline std::vector<std::string> levelsOf(std::string_view path) {
     std::vector<std::string> levels;
     while (!path.empty()) {

@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: Apache-2.0
 """usage: fuzz/seeds.py
 
-Writes the seeds of the corpus, fuzz/corpus/TARGET/seed-*: small inputs that each say one thing. What the fuzzers
-found broken stands beside them as found-* and is not touched.
+Writes the seeds of the corpus, fuzz/corpus/TARGET/seed-*: small inputs that each test one thing. Inputs in which the
+fuzzers found a bug are in the same folders as found-*; the script does not change them.
 """
 import pathlib
 import struct
@@ -157,7 +157,7 @@ names = {
     "below-a-property": b"a\na/b\na/b/c",
 }
 
-# --- operations: each a byte, see `play`, with its arguments --------------------------------------------------------
+# --- operations: each a byte, see `play`, with arguments -----------------------------------------------------------
 
 WRITE, READ, ADD_GROUP, ADD_PROPERTY, DELETE, ASK, LIST, TYPE, RAW = 0, 5, 7, 8, 9, 10, 11, 12, 13
 HOLD, READ_HELD, ADD, REMOVE, MARK, NOTIFY, SAVE, LOAD, ANEW, DAMAGED = 14, 15, 16, 17, 18, 19, 20, 21, 22, 23

@@ -12,8 +12,8 @@
 namespace bench::sharing {
 
 /**
- * dconf: its service on the session's bus writes the file, and notifies over the bus. The file is in
- * XDG_CONFIG_HOME, which only the environment can say: one set of settings in a session.
+ * dconf: its service on the session bus writes the file and notifies over the bus. The file is in XDG_CONFIG_HOME,
+ * which only the environment can set, so a session has only one set of settings.
  */
 class Dconf : public Sharing {
 public:

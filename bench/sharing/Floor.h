@@ -13,7 +13,7 @@
 
 namespace bench::sharing {
 
-/** The least that replaces a file durably: write, fsync, rename, fsync of the directory. */
+/** The minimum for durably replacing a file: write, fsync, rename, fsync of the directory. */
 class Floor : public Sharing {
 public:
     static constexpr char const* label = "floor";

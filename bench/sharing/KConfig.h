@@ -19,8 +19,8 @@
 namespace bench::sharing {
 
 /**
- * KDE's configuration files. Each change that is saved is announced over D-Bus, for `KConfigWatcher`. The file's
- * name is part of the announcement and must not be a path then, so the file is in XDG_CONFIG_HOME.
+ * KDE's configuration files. Each saved change is announced over D-Bus, for `KConfigWatcher`. The announcement contains
+ * the name of the file, which must not be a path, so the file is in XDG_CONFIG_HOME.
  */
 class KConfig : public Sharing {
 public:
@@ -56,7 +56,7 @@ public:
     }
 
 private:
-    /** What Qt's D-Bus needs in a process. */
+    /** Required by Qt's D-Bus. */
     static QCoreApplication& theApplication() {
         static int count = 0;
         static QCoreApplication application(count, nullptr);

@@ -15,7 +15,7 @@
 
 namespace bench::sharing {
 
-/** This project's live settings. There is one in a process. */
+/** This project's live settings. A process can have only one. */
 class Live : public Sharing {
 public:
     static constexpr char const* label = "live settings";

@@ -10,7 +10,7 @@
 
 namespace bench::sharing {
 
-/** LMDB, each change a transaction that is synchronised with the disk. It notifies no other process. */
+/** LMDB; each change is a transaction that is flushed to the disk. It does not notify other processes. */
 class Lmdb : public Sharing {
 public:
     static constexpr char const* label = "LMDB";

@@ -17,8 +17,8 @@
 namespace bench::sharing {
 
 /**
- * QtCore's settings, as an INI file. They notify nobody: a listener watches the file's directory, reads the file
- * again and compares the value.
+ * QtCore's settings, as an INI file. They do not notify other processes: a listener watches the file's directory, reads
+ * the file again and compares the value.
  */
 class QSettings : public Sharing {
 public:

@@ -10,19 +10,19 @@
 
 namespace bench::sharing {
 
-/** Called in a listening process: first with `ready` when it listens, then with each value it has heard. */
+/** Called in a listening process: first with `ready` once it listens, then with each value it is notified of. */
 using Heard = std::function<void(int value)>;
 constexpr int ready = -1;
 
 /**
- * What every way to share settings between processes looks like: one header in sharing/, one class of its file's
- * name. It has
+ * The interface of every way to share settings between processes: a class in a header of the same name in sharing/. It
+ * has
  *
  *     static constexpr char const* label
  *     Class(std::filesystem::path const& directory, Names const& names)
- *         all of the names saved in the directory, as `writeAll` gives them
+ *         with all names saved in the directory, as by `writeAll`
  *     void save(std::string const& name, int value)
- *         returns when the value is durable, and visible to other processes
+ *         returns when the value is durable and visible to other processes
  *
  * and, if processes are notified of each other's changes,
  *

@@ -9,7 +9,7 @@
 
 namespace bench::sharing {
 
-/** SQLite with a write-ahead log that each transaction synchronises. It notifies no other process. */
+/** SQLite with a write-ahead log that each transaction flushes. It does not notify other processes. */
 class Sqlite : public Sharing {
 public:
     static constexpr char const* label = "SQLite";

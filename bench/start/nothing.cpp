@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A program that is linked with QtCore and does nothing with it that takes time.
+// A program that is linked with QtCore but uses it only trivially.
 #include <QString>
 
 int main(int /*argc*/, char** argv) {

@@ -14,7 +14,7 @@
 
 namespace bench {
 
-/** GLib's key file; it is not safe from several threads. */
+/** GLib's key file, which is not thread-safe. */
 class GKeyFile : public Store {
 public:
     static constexpr char const* label = "GKeyFile";

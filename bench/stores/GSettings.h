@@ -25,12 +25,12 @@
 namespace bench {
 
 /**
- * GIO's settings on the memory backend, with a file on the key-file backend. Keys have their type in a
- * schema: there is one schema for each kind of value. What it gives as the default is the next scope.
+ * GIO's settings with the memory backend, and a file with the key-file backend. The types of keys are defined by a
+ * schema; there is one schema for each kind of value. The defaults in the schema are the next scope.
  *
- * Every object hears of every change, so there are as few as can be: one for each first-level group and kind.
- * But the time to compile a schema grows with the square of its keys; where that would be minutes, there is
- * one for each group.
+ * Every object is notified of every change, so there are as few as possible: one for each first-level group and kind.
+ * But the time to compile a schema grows with the square of the number of its keys; where it would take minutes, there
+ * is one schema for each group.
  */
 class GSettings : public Store {
 public:
@@ -93,7 +93,7 @@ public:
 
     void clear() { use(Backend(g_memory_settings_backend_new())); }
 
-    /** The key-file backend writes its whole file at each change, so it has nothing left to do here. */
+    /** Does nothing for the key-file backend, which writes its whole file at each change. */
     void save() {
         if (!_onFile) {
             exportToFile();
@@ -145,7 +145,7 @@ private:
 
     static constexpr std::size_t mostForFewObjects = 100'000;
 
-    /** The path of the object that has a name, and the name's key there: schemas refuse "/" and "_" in it. */
+    /** The path of the object for a name, and the key for the name, in which schemas do not allow "/" and "_". */
     [[nodiscard]] std::pair<std::string, std::string> split(std::string const& name) const {
         std::size_t const slash = _perGroup ? name.rfind('/') : name.find('/');
         std::string key = name.substr(slash + 1);
@@ -181,7 +181,7 @@ private:
         _onFile = false;
     }
 
-    /** The object for a path and kind, made when it is first needed. */
+    /** The object for a path and kind, created on demand. */
     ::GSettings& settings(std::string const& path, std::size_t kind) {
         Settings& held = _settings[path][kind];
         if (!held)
@@ -207,7 +207,7 @@ private:
         value.assign(list, list + size);
     }
 
-    /** Writes the integers to a file for the key-file backend; one by one it would take hours. */
+    /** Writes the integers to a file for the key-file backend, because setting them one by one would take hours. */
     void exportToFile() {
         std::unique_ptr<::GKeyFile, Unref> const file(g_key_file_new());
         char** const keys = g_settings_schema_list_keys(_schemas[integer].get());

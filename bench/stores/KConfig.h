@@ -18,7 +18,7 @@
 
 namespace bench {
 
-/** KDE's configuration files; the next scope is a file of defaults behind the first. */
+/** KDE's configuration files. The next scope is a file of defaults. */
 class KConfig : public Store {
 public:
     static constexpr char const* label = "KConfig";

@@ -22,9 +22,9 @@
 namespace bench {
 
 /**
- * The least that any thread-safe store does: a recursive lock around a hash table of variants. The names of a
- * group stand ready, nothing keeps them up to date; a change is told to the listener of its group, not to
- * those further out; its file is a dump of the table.
+ * The minimum that any thread-safe store does: a recursive lock around a hash table of variants. The names of a group
+ * are precomputed and never updated; a change notifies the listener of its group but not those of outer groups; the
+ * file is a dump of the table.
  */
 class Limit : public Store {
 public:

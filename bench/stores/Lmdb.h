@@ -19,8 +19,8 @@
 namespace bench {
 
 /**
- * LMDB: names to raw bytes. A read renews one read transaction; a write is a transaction, which is not
- * synchronised with the disk; saving copies the environment.
+ * LMDB, which maps names to raw bytes. A read renews the read transaction; a write is a transaction that is not flushed
+ * to the disk; saving copies the environment.
  */
 class Lmdb : public Store {
 public:
@@ -124,7 +124,7 @@ public:
     }
 
 private:
-    /** The one read transaction, renewed for a scope. */
+    /** The read transaction, renewed for the lifetime of the object. */
     class Reading {
     public:
         explicit Reading(MDB_txn* transaction) : _transaction(transaction) {

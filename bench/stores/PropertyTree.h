@@ -15,7 +15,7 @@
 
 namespace bench {
 
-/** Boost.PropertyTree, with JSON as its file, the fastest of its nested formats. */
+/** Boost.PropertyTree, with a JSON file, the fastest of its nested formats. */
 class PropertyTree : public Store {
 public:
     static constexpr char const* label = "Boost.PropertyTree";

@@ -17,7 +17,7 @@
 
 namespace bench {
 
-/** QtCore's settings, as an INI file; the next scope is the system's. */
+/** QtCore's settings, as an INI file. The next scope is the system's. */
 class QSettings : public Store {
 public:
     static constexpr char const* label = "QSettings";
@@ -81,9 +81,7 @@ public:
         _saved = _settings->fileName().toStdString();
     }
 
-    /**
-     * QtCore keeps the content of files that it has read: the file comes back under a name it has not seen.
-     */
+    /** QtCore caches the content of files that it has read, so the file is loaded under a new name. */
     void load() {
         ++_generation;
         std::filesystem::path const file = _saved.parent_path() / (application().toStdString() + ".ini");

@@ -13,7 +13,7 @@
 
 namespace bench {
 
-/** This project's register: the user scope, the global one next. There is one in a process. */
+/** This project's register: the user scope, then the global one. A process has only one. */
 class Register : public Store {
 public:
     static constexpr char const* label = "register";

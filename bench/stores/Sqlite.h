@@ -17,7 +17,7 @@
 
 namespace bench {
 
-/** SQLite in memory, with prepared statements; saving copies the database to a file. */
+/** SQLite in memory, with prepared statements. Saving copies the database to a file. */
 class Sqlite : public Store {
 public:
     static constexpr char const* label = "SQLite";
