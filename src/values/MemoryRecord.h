@@ -6,7 +6,10 @@
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
+
+#include "values/PackedBooleans.h"
 
 namespace utils::properties {
 
@@ -51,6 +54,9 @@ public:
             if (!values.empty())
                 std::memcpy(_next, values.data(), values.size() * Field::size);
             _next += values.size() * Field::size;
+            return static_cast<std::ptrdiff_t>(values.size());
+        } else if constexpr (std::is_same_v<Element, bool>) {
+            _next = writeBooleans(values, _next);
             return static_cast<std::ptrdiff_t>(values.size());
         } else {
             return 0;
@@ -162,6 +168,8 @@ private:
             return;
         if constexpr (Field::isMemoryImage) {
             std::memcpy(list.data() + begin, from, (list.size() - begin) * Field::size);
+        } else if constexpr (std::is_same_v<Element, bool>) {
+            readBooleans(list, begin, from);
         } else {
             FieldReader next(from);
             for (std::size_t i = begin; i < list.size(); ++i)

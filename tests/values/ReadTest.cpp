@@ -323,6 +323,22 @@ TYPED_TEST(ReadBooleans, TreatsEveryByteExceptZeroAsTrueAndMissingOnesAsFalse) {
     EXPECT_EQ((std::vector<bool>{true, false, true, false, false}), values);
 }
 
+TYPED_TEST(ReadBooleans, GivesListsOfAnyLengthBackReplacingAnyPreviousList) {
+    constexpr int longest = 200; // more than three words of 64 bits
+    std::string bytes;
+    std::vector<bool> expected;
+    for (int length = 0; length <= longest; ++length) {
+        store(this->settings, "/user/x", "LB" + record::int32(length) + bytes);
+        for (std::size_t held : {0U, 1U, 63U, 64U, 100U, 300U}) {
+            std::vector<bool> values(held, true);
+            this->settings._readBooleans("x", values);
+            ASSERT_EQ(expected, values) << length << " booleans into a list of " << held;
+        }
+        bytes += static_cast<char>(length % 3 == 0 ? 0 : length);
+        expected.push_back(bytes.back() != 0);
+    }
+}
+
 template <class Case>
 class ReadList : public kinds::Test<Case> {
 protected:

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "values/Forms.h"
+#include "values/Record.h"
 
 namespace {
 
@@ -104,6 +105,18 @@ TYPED_TEST(Record, OfThirtyThreeBooleansCountsBooleansRatherThanWords) {
     values[32] = true;
     this->settings._writeBooleans(nullptr, "x", values, SCOPE_USER);
     EXPECT_EQ(bytes("LB\x21\0\0\0") + std::string(32, '\0') + '\1', this->written());
+}
+
+TYPED_TEST(Record, OfBooleansOfAnyLengthGivesEachAByte) {
+    constexpr int longest = 200; // more than three words of 64 bits
+    std::vector<bool> values;
+    std::string written;
+    for (int length = 0; length <= longest; ++length) {
+        this->settings._writeBooleans(nullptr, "x", values, SCOPE_USER);
+        ASSERT_EQ(bytes("LB") + record::int32(length) + written, this->written());
+        values.push_back(length % 3 == 0 || length % 7 == 0);
+        written += values.back() ? '\1' : '\0';
+    }
 }
 
 } // namespace
