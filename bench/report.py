@@ -61,7 +61,8 @@ def machine_lines(machine):
     yield f"- {machine['processor']}, {machine['processors']} processors, {machine['memory']}"
     yield f"- {machine['system']}, Linux {machine['kernel']}, temporary files on {machine['file system']}"
     yield f"- load average at the end: {machine['load']:.1f}"
-    yield "- " + ", ".join(f"{name} {version}" for name, version in machine["packages"].items())
+    packages = ", ".join(f"{name} {version}" for name, version in machine["packages"].items())
+    yield from textwrap.wrap("- " + packages, 120, subsequent_indent="  ", break_on_hyphens=False)
 
 
 def table(head, lines):

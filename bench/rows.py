@@ -72,5 +72,5 @@ PROCESS = [
     ("start", "`initialize`, no register file"),
     ("start_with_global_file", "`initialize`, a global file of 13,000 properties"),
     ("start_with_user_file", "`initialize`, a user file of 13,000 properties, saved twice by it"),
-    ("start_with_user_file_and_exit", "the same, and saved once more at exit"),
+    ("start_with_user_file_and_exit", "the same, and saved again at exit"),
 ]

@@ -45,7 +45,7 @@ void readKey(QXmlStreamReader& xml, std::string const& group, Schemas& schemas) 
     if (!value)
         ++schemas.leftOut[type];
     else if (!schemas.settings.emplace(name, *value).second)
-        throw std::runtime_error(name + " is there twice");
+        throw std::runtime_error(name + " is defined twice");
 }
 
 void readSchema(QXmlStreamReader& xml, Schemas& schemas) {

@@ -76,7 +76,7 @@ void check(Schemas const& schemas, std::map<std::string, Expected> const& settin
     verifyCount(velmorand::SCOPE_GLOBAL, static_cast<int>(schemas.settings.size()), "global");
     verifyCount(velmorand::SCOPE_USER, ofUser, "user");
     require(scopeOf(sessionProperty) == "nowhere", std::string(sessionProperty) + " was saved");
-    std::cout << "\nAll " << changed << " changed settings are there, the other "
+    std::cout << "\nAll " << changed << " changed settings were saved, the other "
               << schemas.settings.size() - static_cast<std::size_t>(changed)
               << " are as the administrator left them, and nothing temporary was saved.\n";
 }

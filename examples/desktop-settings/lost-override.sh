@@ -3,8 +3,8 @@
 #
 # usage: lost-override.sh PROGRAMS-DIRECTORY TOOL
 #
-# The check must pass if every change was saved. If a change was lost, is from nobody, or was saved in the wrong place, it
-# must fail and name the setting.
+# The check must pass if every change was saved. If a change was lost, was not made by any of the programs, or was saved
+# in the wrong place, the check must fail and name the setting.
 set -eu
 . "$(dirname "$0")/processes.sh"
 

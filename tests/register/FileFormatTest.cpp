@@ -56,7 +56,7 @@ std::string dump() {
 /** The bytes in the first column of the table: numbers in `...`, text in "...". */
 std::string explained() {
     std::string bytes;
-    for (std::string const& row : linesBehind("| bytes | what they say |", "| `")) {
+    for (std::string const& row : linesBehind("| bytes | meaning |", "| `")) {
         std::string const cell = row.substr(0, row.find(" |", 1));
         for (std::size_t begin = cell.find_first_of("`\""); begin != std::string::npos;) {
             std::size_t const end = cell.find(cell[begin], begin + 1);
