@@ -11,7 +11,7 @@
 
 namespace velmorand {
 
-/** What a declaration holds, whatever its type. */
+/** The parts of a declaration that do not depend on its type. */
 struct detail::Declaration::State {
     std::string const name;
     Fallback const fallback;

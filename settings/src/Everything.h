@@ -26,7 +26,7 @@ void listenToEverything(utils::properties::_Register& settings,
  */
 void expectAnnouncement(std::string const& name);
 
-/** Unregisters such a listener. Locks: the caller holds the settings' lock. */
+/** Removes such a listener. Locks: the caller holds the settings' lock. */
 void stopListeningToEverything(utils::properties::_Register& settings,
                                utils::properties::_Register::Callback* listener);
 

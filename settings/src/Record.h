@@ -10,7 +10,7 @@
 
 /**
  * Encoding and decoding of values, for the eight kinds. Needed next to the register's readers and writers, because the
- * readers fill truncated values with zeros and allocate whatever a damaged count asks for, and the writers announce
+ * readers fill truncated values with zeros and allocate as much as a damaged count asks for, and the writers announce
  * each value at once. velmorand/AnyValue.h does the same for kinds that are known only at run time.
  */
 namespace velmorand {

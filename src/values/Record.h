@@ -13,7 +13,7 @@
  * The format of value records, the only definition of it.
  *
  * A record is a tag byte and a payload; a list has a second tag, that of its elements, and a count. Integers, counts
- * and lengths are the file system's 32-bit ints.
+ * and lengths are written as the file system's 32-bit `int`.
  *
  *     string   'S' length bytes
  *     number   'N' the 8 bytes of the binary64 pattern, least significant first

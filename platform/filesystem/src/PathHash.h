@@ -9,7 +9,7 @@ namespace filesystem {
 
 /**
  * An incremental hash of a path: hashing "a/b/c" after "a/b" costs only the hashing of "/c". So hashing all paths in a
- * tree costs as much as hashing all names, whatever its depth.
+ * tree costs as much as hashing all names, however deep the tree is.
  *
  * Keyed with a secret of the process, so that collisions cannot be constructed. The hash does not depend on how the
  * bytes were split.

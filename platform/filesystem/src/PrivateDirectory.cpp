@@ -18,8 +18,8 @@ namespace filesystem {
 namespace {
 
 /**
- * Makes the entries of a directory durable. True also if it may not be read or the file system cannot flush
- * directories.
+ * Makes the entries of a directory durable. Also returns true if the directory may not be read or the file system
+ * cannot flush directories.
  */
 bool isFlushed(std::string const& path) {
     Descriptor const directory = openDirectory(AT_FDCWD, path);

@@ -96,7 +96,7 @@ Bytes readPayload(FileHandle& handle, long position, std::uint64_t announced) {
     return {std::move(block), content};
 }
 
-/** The beginning of a message about a file that cannot be unserialized. */
+/** The beginning of a message about a file from which a tree cannot be read. */
 std::string subject(FileHandle const& handle, QString const& path) {
     return handle.path().empty() ? "Can't read a register file into " + path.toStdString()
                                  : std::string(handle.path());

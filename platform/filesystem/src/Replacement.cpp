@@ -40,7 +40,7 @@ bool isSynchronised(int file) {
     return retried([=] { return ::fsync(file); }) == 0;
 }
 
-/** Sets the owner. True also if this process may not set it, or if its number is not valid in this user namespace. */
+/** Sets the owner. Also returns true if this process may not set it or its number is invalid in this user namespace. */
 bool isOwned(int file, ::uid_t user, ::gid_t group) {
     return retried([=] { return ::fchown(file, user, group); }) == 0 || errno == EPERM || errno == EINVAL;
 }
@@ -232,7 +232,7 @@ bool Replacement::flush() {
 
 /**
  * Gives the new file the current rights of the old one: the owner, or at least the group, if possible; the access
- * control list and the other extended attributes; and the mode. Nobody gets more rights than before. If the group
+ * control list and the other extended attributes; and the mode. No user gets more rights than before. If the group
  * differs, the new group gets none of the old group's rights, and others get only rights that the old group had as
  * well, since its members are now among the others. Set-user-ID and set-group-ID bits are dropped if the owner or the
  * group differs. If the access control list could not be copied, only the owner keeps rights.

@@ -256,8 +256,8 @@ bool Tree::graft(Apart&& apart, TreePath const& path) {
 }
 
 /**
- * Gives notice of an entry that is about to be added, if `parent` is a first-level directory. Not inlined: rarely
- * called.
+ * Gives notice of an entry that is about to be added, if `parent` is a first-level directory. It is not inlined, since
+ * it is rarely called.
  */
 [[gnu::cold, gnu::noinline]] void Tree::giveNotice(NodeId parent, std::string_view name) const {
     if (_nodes[parent].parent == root)

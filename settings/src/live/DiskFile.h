@@ -28,7 +28,7 @@ struct Reading {
     std::string reason; ///< why it is damaged or unreadable
 };
 
-/** A register file that other processes may replace. Not thread-safe: one thread at a time may use an object. */
+/** A register file that other processes may replace. One thread at a time may use an object. */
 class DiskFile {
 public:
     DiskFile(std::string const& directory, std::string const& name);
