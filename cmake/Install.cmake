@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# The CMake package `velmorand-register` and the pkg-config files `velmorand-register` and `velmorand-settings`; for
-# QtCore 6 their names end in "-qt6". The libraries and their headers are installed where they are made (Library.cmake). An installation can be moved: nothing in
-# it names the prefix.
+# Installs the CMake package `velmorand-register` and the pkg-config files `velmorand-register` and
+# `velmorand-settings`; for QtCore 6 their names end in "-qt6". Library.cmake installs the libraries and their headers.
+# An installation can be moved, since no file in it contains the prefix.
 include(CMakePackageConfigHelpers)
 
 if(NOT TARGET velmorand-exception OR NOT TARGET velmorand-filesystem)

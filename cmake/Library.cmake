@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# What the two builds, with QtCore 5 and with QtCore 6, have apart, so that both can be installed in one place: whatever
-# has QtCore's types in its interface. The targets have the same names in both.
+# The builds for QtCore 5 and for QtCore 6 can be installed in the same place: everything that has QtCore's types in its
+# interface gets a file name for its QtCore. The targets have the same names in both builds.
 set(VELMORAND_CMAKE_DIR ${CMAKE_CURRENT_LIST_DIR})
 set(VELMORAND_QT_SUFFIX "")
 if(NOT VELMORAND_QT_MAJOR EQUAL 5)
@@ -11,17 +11,17 @@ set(VELMORAND_PACKAGE velmorand-register${VELMORAND_QT_SUFFIX})
 # A folder of the project's own, since `filesystem/` and `utils/` are not names to occupy in everyone's include path.
 set(VELMORAND_INSTALL_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR}/${VELMORAND_PACKAGE})
 
-# velmorand_installed(TARGET): what is installed does not name the directories it is made in, so that the same sources
-# give the same files anywhere. A debugger finds the sources of a debug build by these names.
+# velmorand_installed(TARGET): removes the names of the build's directories from a target that is installed, so that the
+# same sources give the same files anywhere. Debug builds keep the names, by which a debugger finds the sources.
 function(velmorand_installed target)
   target_compile_options(${target} PRIVATE
     $<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>
     $<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_BINARY_DIR}=./build>)
 endfunction()
 
-# velmorand_library(TARGET NAME INCLUDES): what the libraries have in common. NAME is the target's name after
-# installation, velmorand::NAME; the public headers lie in INCLUDES; the library exports only the symbols that
-# exports.map names, beside the caller's list file.
+# velmorand_library(TARGET NAME INCLUDES): the settings that all libraries share. After installation the target is
+# called velmorand::NAME. The public headers are in the directory INCLUDES. The library exports only the symbols listed
+# in exports.map, which is in the caller's directory.
 function(velmorand_library target name includes)
   add_library(velmorand::${name} ALIAS ${target})
   velmorand_installed(${target})
@@ -31,7 +31,7 @@ function(velmorand_library target name includes)
     $<INSTALL_INTERFACE:${VELMORAND_INSTALL_INCLUDEDIR}>)
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:velmorand-warnings>)
   target_link_options(${target} PRIVATE -Wl,--version-script=${CMAKE_CURRENT_SOURCE_DIR}/exports.map)
-  # Calls within a library are bound when it is linked: a program that starts looks up fewer names.
+  # Calls within a library are bound when it is linked, so a program has fewer names to look up when it starts.
   target_link_options(${target} PRIVATE -Wl,-Bsymbolic-functions)
   # A sanitizer's runtime is in the program, not in the library.
   if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize=")
@@ -41,14 +41,14 @@ function(velmorand_library target name includes)
     EXPORT_NAME ${name}
     LINK_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/exports.map
     CXX_EXTENSIONS OFF
-    POSITION_INDEPENDENT_CODE ON # even if a superproject says otherwise
+    POSITION_INDEPENDENT_CODE ON # even if a superproject turns it off
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
-    # The libraries lie side by side and find each other wherever they are put. System packages leave this out, by
+    # The libraries are in one directory and find each other wherever it is. System packages leave this out with
     # CMAKE_SKIP_INSTALL_RPATH.
     INSTALL_RPATH $ORIGIN
-    # In the build tree as well, so that programs start there as they do when installed; but a superproject's own
-    # libraries may lie elsewhere.
+    # The same in the build tree, so that programs start there as they do when installed, but not in a superproject,
+    # whose own libraries may be elsewhere.
     LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib
     BUILD_WITH_INSTALL_RPATH ${PROJECT_IS_TOP_LEVEL}
     VERSION ${PROJECT_VERSION}
@@ -61,9 +61,9 @@ function(velmorand_library target name includes)
   endif()
 endfunction()
 
-# velmorand_qtcore_library(TARGET NAME FOLDER): what a library made by velmorand_library has beside that if QtCore's
-# types are in its interface: a file name for each QtCore, and the header QtCore.h in FOLDER of the include path, by
-# which what is built for one QtCore cannot be built with the other.
+# velmorand_qtcore_library(TARGET NAME FOLDER): further settings of a velmorand_library that has QtCore's types in its
+# interface: a file name for its QtCore, and the header QtCore.h in the directory FOLDER of the include path, which
+# makes code for one QtCore fail to build with the other.
 function(velmorand_qtcore_library target name folder)
   set(library_file ${target}${VELMORAND_QT_SUFFIX})
   set(symbol velmorand_${name}_for_QtCore_${VELMORAND_QT_MAJOR})
@@ -77,7 +77,7 @@ function(velmorand_qtcore_library target name folder)
   target_link_libraries(${target} PUBLIC ${VELMORAND_QTCORE})
   set_target_properties(${target} PROPERTIES
     OUTPUT_NAME ${library_file}
-    # As Qt's own targets have it: CMake refuses a program that links libraries for two QtCores.
+    # The same properties as Qt's own targets: CMake refuses a program that links libraries for two QtCores.
     INTERFACE_QT_MAJOR_VERSION ${VELMORAND_QT_MAJOR}
     COMPATIBLE_INTERFACE_STRING QT_MAJOR_VERSION)
   if(VELMORAND_INSTALL)

@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# document_examples(NAME DOCUMENT): every C++ block of a document, as examples.awk takes it apart, compiles, and the
-# programs print what the document says: the ctest case NAME.ProgramsPrintWhatItSays runs them one after the other, in
-# one directory, in which it puts the document's plug-ins. The files are in the directory NAME, for further tests.
+# document_examples(NAME DOCUMENT): compiles every C++ block of a document, as examples.awk extracts it. The ctest case
+# NAME.ProgramsPrintWhatItSays runs the programs one after the other in one directory, together with the document's
+# plug-ins, and compares their output with the document. The files are in the directory NAME, for further tests.
 function(document_examples name document)
   string(TOLOWER ${name} prefix)
   set(directory ${CMAKE_CURRENT_BINARY_DIR}/${name})
@@ -15,7 +15,7 @@ function(document_examples name document)
     COMMAND_ERROR_IS_FATAL ANY)
   file(GLOB files RELATIVE ${taken_apart} ${taken_apart}/*)
   foreach(file IN LISTS files)
-    configure_file(${taken_apart}/${file} ${directory}/${file} COPYONLY) # what is the same stays as it is
+    configure_file(${taken_apart}/${file} ${directory}/${file} COPYONLY) # leaves unchanged files alone
   endforeach()
 
   foreach(file IN LISTS files)
@@ -33,7 +33,7 @@ function(document_examples name document)
         list(APPEND runs $<TARGET_FILE:${prefix}-${number}> ${directory}/${number}.txt)
       endif()
     elseif(file MATCHES "\\.inc$")
-      # As its reader compiles it who asks for no warnings but those that are on anyway.
+      # Compiled as by a reader who uses the compiler's default warnings.
       file(CONFIGURE OUTPUT ${name}/${number}-body.cpp @ONLY CONTENT [[
 #include <iostream>
 #include <string>

@@ -3,8 +3,8 @@
 #
 # usage: both.sh BUILD-FOR-QTCORE-5 BUILD-FOR-QTCORE-6
 #
-# Both builds installed in one place leave each other alone: an application is built with each and runs, and what is
-# compiled for one cannot be linked with the other.
+# Both builds can be installed in the same place: an application can be built with each and runs, and code compiled for
+# one cannot be linked with the other.
 set -eu
 export LC_ALL=C
 here=$(cd "$(dirname "$0")" && pwd)

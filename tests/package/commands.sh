@@ -3,8 +3,8 @@
 #
 # usage: commands.sh DOCUMENT.md TOOL
 #
-# Runs the commands of a document with the command-line tool, as commands.awk takes them apart. They must print what the
-# document shows. /etc/xdg and /home/ada are directories in a fresh one, and `sudo` runs the command itself.
+# Runs the commands of a document with the command-line tool, as commands.awk extracts them. They must print what the
+# document shows. /etc/xdg and /home/ada become directories in a temporary one, and `sudo` just runs its command.
 set -eu
 . "$(dirname "$0")/temporary-directory.sh"
 here=$(cd "$(dirname "$0")" && pwd)

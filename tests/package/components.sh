@@ -3,8 +3,8 @@
 #
 # usage: components.sh LIBRARY-DIRECTORY [tool] [import]
 #
-# Each install component has its own files and no others, and together they are the whole installation. The libraries lie
-# in LIBRARY-DIRECTORY; the build has the components that are named, beside those of the libraries.
+# Each install component contains its own files and no others, and together they are the whole installation. The
+# libraries are in LIBRARY-DIRECTORY. The build has the named components in addition to those of the libraries.
 set -eu
 export LC_ALL=C
 . "$(dirname "$0")/temporary-directory.sh"
@@ -24,7 +24,7 @@ has_only() {
     cp "$work/$component.files" "$work/rest"
     for pattern in "$@"; do
         grep -q -x -e "$pattern" "$work/$component.files" || {
-            echo "$component has nothing like $pattern" >&2
+            echo "$component has no file that matches $pattern" >&2
             exit 1
         }
         grep -v -x -e "$pattern" "$work/rest" >"$work/less" || true

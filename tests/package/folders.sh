@@ -3,11 +3,11 @@
 #
 # usage: folders.sh [CMAKE-ARGUMENT...]
 #
-# The same sources give the same installation, byte for byte, in whatever folder they lie: built twice, with debug
-# information, once in a folder with blanks and other letters in its name.
+# The same sources give the same installation, byte for byte, in any folder: built twice, with debug information, once
+# in a folder with spaces and non-ASCII letters in its name.
 set -eu
 export LC_ALL=C.UTF-8
-unset CMAKE_CXX_COMPILER_LAUNCHER # a compiler's cache gives what was compiled elsewhere
+unset CMAKE_CXX_COMPILER_LAUNCHER # a compiler cache returns objects that were compiled in another folder
 source=$(cd "$(dirname "$0")/../.." && pwd)
 . "$source/tests/package/temporary-directory.sh"
 

@@ -4,10 +4,10 @@
 # usage: tests/package/packages.sh
 #
 # Builds the Debian packages as a distribution does, from the source package that `scripts/package --source` leaves in
-# build/package, and checks them: their files and dependencies, what lintian and blhc say, hardening, that a second
-# build elsewhere gives the same bytes, that programs build with the development packages and run, and that removing
-# the packages leaves nothing. Everything is built, installed and run in chroots with a minimal Debian 12 and the
-# packages' own dependencies, without the network. They take 6 GB in /tmp during the run.
+# build/package, and checks them: their files and dependencies, with lintian and blhc, hardening, that a second build in
+# another directory gives the same bytes, that programs build with the development packages and run, and that removing
+# the packages leaves nothing behind. Everything is built, installed and run without the network, in chroots with a
+# minimal Debian 12 and the packages' dependencies. They need 6 GB in /tmp during the run.
 #
 # Needs root, and the packages of the group `packages` of scripts/install-packages. Prints a line for each check; the
 # exit status is 0 if all pass.
@@ -29,8 +29,8 @@ second='/build/übung pfad'
 packages=$builder$first
 failed=0
 
-# Runs a function as a check, which fails with the function's first failing command: in a condition, the shell would
-# ignore that.
+# Runs a function as a check, which fails at the function's first failing command. The function must not run in a
+# condition, where the shell would ignore such a failure.
 check() { # NAME FUNCTION [ARGUMENT...]
     name=$1
     shift
@@ -76,7 +76,7 @@ apt() { # CHROOT COMMAND...
     root=$1
     shift
     (
-        network=--mount # a namespace that it has anyway
+        network=--mount # a placeholder: unshared in any case
         in_chroot "$root" apt-get -y --no-install-recommends "$@"
     )
 }
@@ -117,7 +117,7 @@ first_build() {
     }
 }
 
-# Another directory, time, time zone, locale and umask, and no tests.
+# Builds in another directory, at another time, with another time zone, locale and umask, and without tests.
 second_build_is_the_same() {
     umask 002
     build "$second" DEB_BUILD_OPTIONS=nocheck TZ=Asia/Kathmandu LC_ALL=C
@@ -146,7 +146,7 @@ development_files() { # SUFFIX
     echo "usr/lib/$triplet/pkgconfig/velmorand-settings$1.pc"
 }
 
-# Of the documentation, only the first pages.
+# For the documentation package, only some of its pages.
 expected_files() { # PACKAGE
     case $1 in
     libvelmorand-exception1) printf "usr/lib/$triplet/libvelmorand-exception.so.%s\n" 1 "$upstream" ;;
@@ -186,7 +186,7 @@ files_are_as_expected() {
     for deb in "$packages"/*.deb; do
         dpkg-deb -f "$deb" Package
     done | sort >"$work/found"
-    # Debug symbols are there for each package with programs or libraries.
+    # Each package with programs or libraries has a package of debug symbols.
     {
         cat "$work/expected"
         printf '%s-dbgsym\n' libvelmorand-exception1 libvelmorand-register1 libvelmorand-register-qt6-1 \
@@ -203,7 +203,7 @@ files_are_as_expected() {
     done
 }
 
-# The development packages need what their headers include and no more.
+# The development packages depend on what their headers include and on nothing else.
 dependencies_are_as_expected() {
     check_depends() { # PACKAGE DEPENDENCY...
         package=$1
@@ -248,7 +248,7 @@ unpack() {
     done
 }
 
-# What it is wrong about is in debian/, with the reason.
+# debian/ has overrides, with reasons, for false reports.
 lintian_says_nothing() {
     lintian --fail-on error,warning,info,pedantic -I --pedantic "$packages"/*.changes
 }
@@ -257,8 +257,9 @@ blhc_says_nothing() {
     blhc --bindnow --line-numbers "$work/build.log"
 }
 
-# FORTIFY is left to blhc: the libraries call few functions that have a checked form. Control-flow protection is looked
-# for in the code: the linker notes it only if the system's start files have it, and those of Debian 12 do not.
+# blhc checks FORTIFY: the libraries call few functions that have a checked form. Control-flow protection is looked for
+# in the code: the linker marks a program with it only if the system's start files have it, and those of Debian 12 do
+# not.
 programs_are_hardened() {
     find "$work/unpacked" -type f -exec sh -c 'file -b "$1" | grep -q ^ELF' sh {} ';' -print >"$work/programs"
     test "$(wc -l <"$work/programs")" -eq 10
@@ -284,7 +285,7 @@ libraries_export_what_is_listed() {
     done
 }
 
-# Installs packages, ours from an archive of their own in the chroot.
+# Installs packages; the packages under test are in an archive in the chroot.
 install_packages() { # CHROOT PACKAGE...
     root=$1
     shift
@@ -298,7 +299,7 @@ install_packages() { # CHROOT PACKAGE...
     apt "$root" install "$@"
 }
 
-# Runs what debian/tests has for the packages.
+# Runs the test in debian/tests.
 application_works() { # CHROOT QT-MAJOR
     rm -rf "$1/sources"
     mkdir -p "$1/sources/tests/package"
@@ -337,16 +338,16 @@ removal_leaves_nothing() {
         fi'
 }
 
-need "Debian $suite is there" minimal_system
-need "the build's dependencies are there" build_dependencies
+need "Debian $suite can be installed" minimal_system
+need "the build dependencies can be installed" build_dependencies
 need "the packages build, and the tests pass" first_build
-check "the packages hold the files that belong to them" files_are_as_expected
-check "the packages depend on what they need" dependencies_are_as_expected
+check "the packages contain the expected files" files_are_as_expected
+check "the packages have the expected dependencies" dependencies_are_as_expected
 check "packages of several architectures share their files" architectures_share_files
 need "the packages can be unpacked" unpack
 check "libraries export the symbols that are listed" libraries_export_what_is_listed
-check "lintian has nothing to say" lintian_says_nothing
-check "blhc has nothing to say" blhc_says_nothing
+check "lintian reports nothing" lintian_says_nothing
+check "blhc reports nothing" blhc_says_nothing
 check "programs and libraries are hardened" programs_are_hardened
 check "a second build is the same" second_build_is_the_same
 check "an application builds with QtCore 6" development_package_works 6 libvelmorand-register-qt6-dev

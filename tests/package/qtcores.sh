@@ -1,9 +1,9 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
 #
-# What is compiled for one QtCore does not build with the other: the installed headers refuse to be compiled, a program
-# refuses to be linked, CMake refuses to configure, and each says why. Without the other QtCore's development files the
-# script leaves with 77.
+# Code for one QtCore does not build with the other: compiling with the installed headers, linking a program and
+# configuring with CMake all fail, with a message that gives the reason. Exits with 77 if the other QtCore's development
+# files are missing.
 set -eu
 export LC_ALL=C
 here=$(dirname "$0")
@@ -51,8 +51,8 @@ for header in filesystem/Path.h filesystem/RAMFileSystem.h utils/properties/Regi
     test "$(grep -c 'error:' "$work/output")" -eq 1
 done
 
-# The headers as they are installed for the other QtCore, with this one's libraries. Whatever the linker leaves out, it
-# does not leave this out.
+# The headers as they are installed for the other QtCore, with this one's libraries. The linker must not drop the
+# reference to the missing symbol, even with options that make it drop unused code.
 cp -R "$prefix/include/$package" "$work/other"
 find "$work/other" -name QtCore.h -exec sed -i -e "s/_QtCore_$QT_MAJOR/_QtCore_$other/" -e "s/!= $QT_MAJOR/!= $other/" {} +
 link() { # HEADER [FLAG...]
@@ -71,7 +71,7 @@ for flags in '-O0' '-O2 -flto' '-O2 -ffunction-sections -fdata-sections -Wl,--gc
         fails_saying "velmorand_settings_for_QtCore_$other" link velmorand/Save.h $flags
     }
 done
-# An object in an archive, from which nothing but another symbol is wanted.
+# An object in an archive that is linked only for another symbol.
 compile "$other" "$work/other" velmorand/Save.h -Dmain=start
 ar rcs "$work/libstart.a" "$work/main.o"
 echo 'extern int start(); int main() { return start(); }' >"$work/starts.cpp"
@@ -90,7 +90,7 @@ fails_saying "\"Qt$other::Core\" does not agree with the value of QT_MAJOR_VERSI
 fails_saying "\"velmorand::register\" does not agree with the value of QT_MAJOR_VERSION" \
     configure "$package;Qt$other" "Qt$other::Core;velmorand::register"
 
-# The other package, as far as it comes: what it says before it makes targets.
+# The other build's CMake package, without its targets: it fails before it would include them.
 "$CMAKE" -S "$SOURCE_DIR" -B "$work/other-build" -DVELMORAND_QT_MAJOR="$other" -DVELMORAND_BUILD_TESTS=OFF \
     -DVELMORAND_BUILD_EXAMPLES=OFF -DVELMORAND_BUILD_TOOLS=OFF -DVELMORAND_BUILD_READERS=OFF >/dev/null
 other_package=velmorand-register

@@ -3,9 +3,10 @@
 #
 # usage: superproject.sh EXCEPTION-LIBRARY FILESYSTEM-LIBRARY
 #
-# A superproject that has the targets velmorand::exception and velmorand::filesystem adds this project's directory,
-# which then makes neither, and builds shared libraries even if others are static. Its file system has no direct access,
-# though a header of that name from elsewhere is found; and it decides itself which deprecated parts of QtCore it sees.
+# A superproject that defines velmorand::exception and velmorand::filesystem adds this project's directory, which then
+# builds neither of them, and builds shared libraries even if the superproject's are static. The superproject's file
+# system lacks Direct.h, but the include path has an unrelated header of that name, which must not be used. The
+# superproject decides which deprecated parts of QtCore it sees.
 set -eu
 here=$(dirname "$0")
 . "$here/temporary-directory.sh"

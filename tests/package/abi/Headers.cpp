@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the public headers compile into programs: classes that only programs instantiate, and values that programs hold or
-// make for the libraries. Their layout is as fixed as that of the libraries' own classes.
+// Everything that the public headers compile into programs: classes that only programs instantiate, and values that
+// programs hold or create for the libraries. Their layout must not change, like that of the libraries' own classes.
 #include <chrono>
 #include <string>
 #include <vector>
@@ -46,7 +46,7 @@ template class detail::Declared<std::vector<std::string>>;
 
 } // namespace velmorand
 
-// Only the types of what is exported count: a variable for each.
+// The comparison covers only the types of exported symbols, so each type gets an exported variable.
 namespace velmorand::held {
 
 #define VELMORAND_HOLDS(name, ...)                                                                           \
@@ -108,7 +108,7 @@ VELMORAND_HOLDS(realFileSystemStamp, filesystem::RealFileSystem::Stamp);
 VELMORAND_HOLDS(treeChange, filesystem::TreeChange);
 VELMORAND_HOLDS(treeImage, filesystem::TreeImage);
 
-// What programs derive from.
+// Classes that programs derive from.
 VELMORAND_HOLDS(fileHandle, filesystem::FileHandle);
 VELMORAND_HOLDS(registerInstance, utils::properties::_Register);
 VELMORAND_HOLDS(registerCallback, utils::properties::_Register::Callback);

@@ -3,7 +3,8 @@
 #
 # usage: changes.sh
 #
-# The comparison with the baselines notices each change that breaks programs. They are made in a copy of the headers.
+# The comparison with the baselines notices each change that breaks programs. The changes are made in a copy of the
+# headers.
 set -eu
 here=$(dirname "$0")
 . "$here/../temporary-directory.sh"

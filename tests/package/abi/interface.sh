@@ -4,7 +4,7 @@
 CXX=${CXX:-g++}
 baselines=$(dirname "$(realpath "$interface")")
 
-# The baselines' own platform only.
+# Exits with 77 except on the platform of the baselines.
 require_platform() {
     case "$($CXX -dumpmachine) $($CXX -dumpfullversion)" in
     "x86_64-linux-gnu 12."*) ;;
@@ -19,15 +19,15 @@ require_platform() {
     fi
 }
 
-# Makes a library of what the public headers compile into programs.
+# Builds a library of everything that the public headers compile into programs.
 build_headers() { # SOURCE-DIRECTORY LIBRARY
     $CXX -std=c++17 -g -femit-class-debug-always -fPIC -fvisibility=hidden -shared \
         -I"$1/include" -I"$1/platform/exception/include" -I"$1/platform/filesystem/include" -I"$1/settings/include" \
         $(pkg-config --cflags Qt5Core) "$baselines/Headers.cpp" -Wl,--version-script="$baselines/headers.map" -o "$2"
 }
 
-# Left out, as they are not part of the interface: a library's own copies of what every module has its own copy of, and
-# the paths of sources.
+# Leaves out what is not part of the interface: a library's copies of symbols that every module has a copy of, and the
+# paths of sources.
 write_interface() { # LIBRARY
     abidw --suppressions "$baselines/public-types.suppr" --exported-interfaces-only --type-id-style hash \
         --no-corpus-path --no-comp-dir-path --no-elf-needed --no-show-locs "$1" |
