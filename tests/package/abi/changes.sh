@@ -32,13 +32,13 @@ change platform/filesystem/include/filesystem/FileSystem.h '/ virtual bool mkdir
 change platform/filesystem/include/filesystem/FileSystem.h 's/MODE_WRITE = 1/MODE_WRITE = 2/'
 change include/utils/properties/Types.h 's/SCOPE_USER = 1/SCOPE_USER = 3/'
 change settings/include/velmorand/LiveSettings.h 's/ startedEmpty,/ added,\n&/'
-change settings/include/velmorand/LiveSettings.h '/ file; /{h;d}; /< what is wrong with it/G'
+change settings/include/velmorand/LiveSettings.h '/ file;/{h;d}; / std::string reason;/G'
 change settings/include/velmorand/LiveSettings.h 's/ delay{100};/&\n    bool addedInOptions = false;/'
 change settings/include/velmorand/Listener.h 's/ _entry;/&\n    int _addedInListener = 0;/'
 change settings/include/velmorand/Property.h 's/ _declared;/&\n    int _addedInProperty = 0;/'
 change settings/include/velmorand/Declared.h 's/ _rules;/&\n    int _addedInDeclared = 0;/'
 
-build_headers "$work" "$work/headers.so"
+build_headers "$work" "$BUILD_DIR/include" "$work/headers.so"
 write_interface "$work/headers.so" >"$work/headers.abi"
 abidiff --harmless "$baselines/headers.abi" "$work/headers.abi" >"$work/report" && status=0 || status=$?
 if [ "$status" -eq 0 ] || [ $((status & 3)) -ne 0 ]; then

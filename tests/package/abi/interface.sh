@@ -20,10 +20,10 @@ require_platform() {
 }
 
 # Builds a library of everything that the public headers compile into programs.
-build_headers() { # SOURCE-DIRECTORY LIBRARY
+build_headers() { # SOURCE-DIRECTORY GENERATED-HEADERS LIBRARY
     $CXX -std=c++17 -g -femit-class-debug-always -fPIC -fvisibility=hidden -shared \
         -I"$1/include" -I"$1/platform/exception/include" -I"$1/platform/filesystem/include" -I"$1/settings/include" \
-        $(pkg-config --cflags Qt5Core) "$baselines/Headers.cpp" -Wl,--version-script="$baselines/headers.map" -o "$2"
+        -I"$2" $(pkg-config --cflags Qt5Core) "$baselines/Headers.cpp" -Wl,--version-script="$baselines/headers.map" -o "$3"
 }
 
 # Leaves out what is not part of the interface: a library's copies of symbols that every module has a copy of, and the
