@@ -83,6 +83,7 @@ END {
             sub(/[A-Za-z]+: $/, "", head)
             lines[i] = head "@lead{" word "} " rest
         }
+        gsub(/\.md#/, ".md\\#", lines[i]) # "#" would start a link
         print lines[i]
     }
 }

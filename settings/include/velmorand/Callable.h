@@ -8,7 +8,7 @@
 
 namespace velmorand::detail {
 
-/** A callable as a `std::function`, even if it can only be moved. */
+/** Wraps a callable in a `std::function`, even if it is move-only. */
 template <class Signature, class Call>
 std::function<Signature> asFunction(Call&& call) {
     using Callable = std::decay_t<Call>;

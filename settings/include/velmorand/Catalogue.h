@@ -7,21 +7,23 @@
 #include "velmorand/Export.h"
 
 /**
- * The settings that the program has declared: each `Property` that exists, in any module of the process.
+ * The settings that the program has declared: every `Property` that exists, in any module of the process.
  *
- * Locks: each function takes the settings' lock for one property after the other, and calls the program's checks with it
- * held. Safe from any thread; destroying a `Property` waits until another thread has finished with it.
+ * Locks: each function takes the settings' lock for one property at a time, and calls the program's checks while
+ * holding it. Safe from any thread; destroying a `Property` waits until another thread has finished with it.
+ *
+ * Guide: docs/catalogue-format.md.
  */
 namespace velmorand {
 
-/** What is known of a declared setting. Values are JSON texts of what the register keeps: `11.5`, `"light"`, `[1]`. */
+/** Describes a declared setting. Values are the JSON text of what the register stores: `11.5`, `"light"`, `[1]`. */
 struct DeclaredProperty {
     std::string name;
     std::string kind;     ///< "string", "number", "integer", "boolean", or the plural for a list of these
     std::string format;   ///< "whole" or "duration" for a type that is stored as text or as a number
     std::string fallback; ///< empty if the program computes it
-    std::string minimum;  ///< of an element; empty: no lower limit
-    std::string maximum;  ///< likewise
+    std::string minimum;  ///< of an element; empty if there is no lower limit
+    std::string maximum;  ///< of an element; empty if there is no upper limit
     std::vector<std::string> choices; ///< the only values of an element; empty if any is allowed
     std::string description;
     bool isSet = false;        ///< as `Property::isSet`
@@ -30,20 +32,22 @@ struct DeclaredProperty {
     std::string problem;       ///< as `Property::problem`
 };
 
-/** The declared settings in byte order of their names. One that is declared more than once appears as first declared. */
+/**
+ * The declared settings, in byte order of their names. If a name is declared more than once, the result has its first
+ * declaration.
+ */
 [[nodiscard]] VELMORAND_SETTINGS_EXPORT std::vector<DeclaredProperty> declaredProperties();
 
 /**
- * Removes the user's values of all declared settings. All are gone before the listeners, except those of `sender`, are
- * notified.
- * Errors: what a listener throws; the values are removed, and all names are announced with the next change.
+ * Removes the user's values of all declared settings, and then notifies the listeners, except those of `sender`.
+ * Errors: what a listener throws; the values have been removed, and all names are announced with the next change.
  */
 VELMORAND_SETTINGS_EXPORT void resetDeclaredProperties(void* sender = nullptr);
 
 /**
  * The declared settings as JSON, for the file `share/velmorand/declared/PROGRAM.json` of the program's package, which
- * `velmorand-register` reads; docs/catalogue-format.md describes it. It does not depend on current values. A setting
- * whose name is not UTF-8 is left out, and so is a fallback that cannot be stored.
+ * `velmorand-register` reads; docs/catalogue-format.md describes it. The result does not depend on current values.
+ * Settings whose names are not UTF-8 are left out, and so are fallbacks that cannot be stored.
  */
 [[nodiscard]] VELMORAND_SETTINGS_EXPORT std::string catalogue(std::string const& program);
 

@@ -12,17 +12,19 @@
 namespace velmorand {
 
 /**
- * Changes of the user's settings that take effect together, or not at all.
+ * Changes to the user's settings that take effect together or not at all.
  *
  *     Changes changes;
  *     changes.set(width, 800);
  *     changes.set(height, 600);
  *     changes.apply();
  *
- * Nothing happens until `apply`; an object that is destroyed without it leaves everything as it is. If a name is
- * changed more than once, the last change counts. Copies hold the same changes. Use an object on one thread at a time.
+ * Nothing happens until `apply`; destroying the object without calling it discards the changes. If a name is changed
+ * more than once, the last change counts. A copy holds the same changes. Use an object on one thread at a time.
  *
- * Locks: only `apply` takes any.
+ * Locks: none, except in `apply`.
+ *
+ * Guide: docs/guide.md#make-several-changes-at-once.
  */
 class VELMORAND_SETTINGS_EXPORT Changes {
 public:
@@ -51,8 +53,8 @@ public:
     void set(Property<T> const& property, Other const& value) = delete;
 
     /**
-     * As the function `write`, in the user scope, except that an equal value is not announced.
-     * Errors: `utils::Exception` if no property can have the name, or the value is too long.
+     * As the function `write` in the user scope, except that an equal value is not announced.
+     * Errors: `utils::Exception` if no property can have the name, or if the value is too long.
      */
     template <class T>
     void write(std::string const& name, T const& value) {
@@ -73,22 +75,22 @@ public:
     }
 
     /**
-     * Removes the user's property `name`, if there is one then. A group is left alone.
+     * Removes the user's property `name`, if it exists when the changes are applied. Does not remove a group.
      * Errors: `utils::Exception` if no property can have the name.
      */
     void reset(std::string const& name);
 
-    /** Whether there is nothing to apply. */
+    /** Whether there are no changes to apply. */
     [[nodiscard]] bool empty() const noexcept;
 
     /**
-     * Makes all changes, removes groups that become empty, and forgets the changes. Then the listeners, except those of
-     * `sender`, are notified once of each name whose value in the user scope has changed. Nothing is saved yet.
-     * Errors: `utils::Exception` after the register's end, if the administrator has locked a name that is to be
-     * written, and if a property cannot have its name, because it is a group or one of its groups is a property, even
-     * if these same changes remove it; `std::bad_alloc`. Nothing has changed then, and the changes can be applied
-     * again. What a listener throws, with the changes made.
-     * Locks: takes the settings' lock, once for all.
+     * Makes all changes, removes groups that become empty, and clears this object. Then notifies the listeners, except
+     * those of `sender`, once for each name whose value in the user scope has changed. Does not save.
+     * Errors: `utils::Exception` after the register's end; if the administrator has locked a name that is to be
+     * written; and if a property cannot have its name, because the name is a group or one of its groups is a property,
+     * even if the same changes remove that group or property. `std::bad_alloc`. In these cases nothing has changed, and
+     * the changes can be applied again. What a listener throws, with the changes made.
+     * Locks: takes the settings' lock once for all changes.
      */
     void apply(void* sender = nullptr);
 
@@ -98,8 +100,7 @@ private:
     VELMORAND_SETTINGS_EXPORT void put(std::string const& name, Kind const& value);
     void putRecord(std::string const& name, std::optional<std::string> record);
 
-    std::map<std::string, std::optional<std::string>>
-        _changes; ///< by clean name; without a record it is reset
+    std::map<std::string, std::optional<std::string>> _changes; ///< by clean name; no record: reset
 };
 
 } // namespace velmorand

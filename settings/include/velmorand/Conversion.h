@@ -8,7 +8,7 @@
 #include <type_traits>
 #include <vector>
 
-// Which values of other types a setting accepts: those that lose nothing. Programs do not use it directly.
+// Which values of other types a setting accepts: those that convert without loss. Programs do not use it directly.
 namespace velmorand::detail {
 
 template <class T>
@@ -33,16 +33,16 @@ constexpr bool holdsEvery() {
         return fits && std::is_integral_v<From> && (std::is_signed_v<To> || std::is_unsigned_v<From>);
 }
 
-/** Whether a floating value, cut off to a whole number, is in the range of an integral type. */
+/** Whether a floating-point value, truncated to a whole number, is in the range of an integral type. */
 template <class Whole, class Floating>
 constexpr bool isInRange(Floating value) {
-    // The greatest value may not be a `Floating`, but the power of two above it is.
+    // The largest value may not be representable as a `Floating`; the power of two above it is.
     constexpr Whole half = std::numeric_limits<Whole>::max() / 2 + 1;
     constexpr auto above = static_cast<Floating>(half) * 2;
     return value >= static_cast<Floating>(std::numeric_limits<Whole>::lowest()) && value < above;
 }
 
-/** A number as another type, if that type has its value. */
+/** Converts a number to another type; returns nothing if that type cannot represent it exactly. */
 template <class To, class From>
 std::optional<To> exactly(From from) {
     if constexpr (holdsEvery<To, From>()) {
@@ -62,7 +62,7 @@ std::optional<To> exactly(From from) {
     }
 }
 
-/** The nearest value of a floating type; nothing for a finite number beyond its greatest. */
+/** The nearest value of a floating-point type; nothing for a finite number outside its range. */
 template <class To>
 std::optional<To> nearest(double from) {
     constexpr auto most = static_cast<double>(std::numeric_limits<To>::max());
@@ -74,8 +74,8 @@ std::optional<To> nearest(double from) {
 /**
  * Converts values of type `From` that are given for a setting of type `To`.
  *
- * `isAllowed`: for `Property::set`. `isAllowedInDeclaration`: for fallbacks, limits and choices, which are constants as a
- * rule. `convert` returns nothing for a value that `To` does not have.
+ * `isAllowed` applies to `Property::set`, `isAllowedInDeclaration` to fallbacks, limits and choices, which are usually
+ * constants. `convert` returns nothing for a value that `To` cannot represent.
  */
 template <class To, class From, class Enable = void>
 struct Conversion {
@@ -93,8 +93,9 @@ struct Conversion<T, T> {
 };
 
 /**
- * An `int` for every numeric type, so that literals need no suffix; a whole number for a type of at least its size,
- * whose range is checked; a floating one only for a floating type that holds it, but in a declaration for each.
+ * Every numeric type accepts an `int`, so that literals need no suffix, and whole numbers of at most its own size;
+ * `convert` checks the range. A floating-point type also accepts other floating-point types: those whose values it can
+ * all represent, and in a declaration any.
  */
 template <class To, class From>
 struct Conversion<To, From, std::enable_if_t<isNumeric<To> && isNumeric<From> && !std::is_same_v<To, From>>> {
@@ -136,7 +137,7 @@ inline constexpr bool isAllowed = ConversionOf<To, From>::isAllowed;
 template <class To, class From>
 inline constexpr bool isAllowedInDeclaration = ConversionOf<To, From>::isAllowedInDeclaration;
 
-/** What a value is written as: any kind of text as a string, anything else as it is. */
+/** The type as which a value is written: `std::string` for any kind of text, otherwise the value's own type. */
 template <class T>
 using Written =
     std::conditional_t<std::is_same_v<std::decay_t<T>, char const*> ||

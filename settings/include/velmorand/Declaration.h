@@ -8,11 +8,13 @@
 #include <vector>
 
 /**
- * What a declaration may say about a setting besides its name, type and fallback, in any order:
+ * Optional details of a declaration. They follow the name and the fallback, in any order:
  *
  *     Property<double> size{"editor/size", 11.0, range(6.0, 72.0), description("Font size, in points")};
  *
- * In a list, limits, choices and checks apply to each element. The fallback itself is not checked.
+ * For a list, limits, choices and checks apply to each element. The fallback itself is not checked.
+ *
+ * Guide: docs/types.md#details-of-a-declaration.
  */
 namespace velmorand {
 
@@ -41,13 +43,13 @@ struct Check {
 
 } // namespace detail
 
-/** What the setting is for, in a sentence for users: with units, without the name. */
+/** The purpose of the setting: a sentence for users, with units and without the setting's name. */
 [[nodiscard]] inline detail::Description description(std::string text) {
     return {std::move(text)};
 }
 
 ///@{
-/** The smallest and the largest value; both are allowed. */
+/** The smallest and the largest allowed value. */
 template <class Minimum, class Maximum>
 [[nodiscard]] detail::Limits<Minimum, Maximum> range(Minimum minimum, Maximum maximum) {
     return {std::move(minimum), std::move(maximum)};
@@ -62,16 +64,16 @@ template <class Maximum>
 }
 ///@}
 
-/** The only values that are allowed. An enum does not need it: its names are its choices. */
+/** The only allowed values. An enum does not need this: its names are its choices. */
 template <class T>
 [[nodiscard]] detail::Choices<T> choices(std::initializer_list<T> values) {
     return {values};
 }
 
 /**
- * A check that the program defines: `allows(value)` returns whether a value is allowed. It may be called on any thread,
- * even with the settings' lock held. It must not use the settings, throw, or destroy the property, and must depend on
- * the value alone, because its result is kept until the register changes. `expected` is for messages: "a directory
+ * A check defined by the program: `allows(value)` returns whether the value is allowed. It may be called on any thread,
+ * even with the settings' lock held. It must not use the settings, throw, or destroy the property. Its result must
+ * depend only on the value, because it is cached until the register changes. `expected` is for messages: "a directory
  * below /srv".
  */
 template <class Allows>

@@ -25,21 +25,21 @@
 #include "velmorand/Scope.h"
 #include "velmorand/Stored.h"
 
-// What `Property` consists of. Programs do not use it directly.
+// The implementation of `Property`. Programs do not use it directly.
 namespace velmorand::detail {
 
-/** A value that a declaration keeps, and whether it is still the one in force. */
+/** A value cached in a declaration, and whether it is still the one in force. */
 struct Recalled {
-    std::uint64_t bits; ///< as they lie in memory, the first bytes are those of the value
+    std::uint64_t bits; ///< in memory order; the first bytes are those of the value
     bool isCurrent;
 };
 
 /**
- * A declared setting, whatever its type.
+ * A declared setting of any type.
  *
- * What a program does with it is in the library, behind these functions, and so is everything that it keeps: a program
- * gets corrections of both without being compiled again. Of the headers, only what depends on the type is compiled into
- * the program. The order of virtual functions is part of the binary interface.
+ * Its behaviour and its data are in the library, behind these functions, so that both can be corrected without
+ * recompiling programs. Only the parts of the headers that depend on the type are compiled into the program. The order
+ * of the virtual functions is part of the binary interface.
  */
 class VELMORAND_SETTINGS_EXPORT Declaration {
 public:
@@ -49,31 +49,34 @@ public:
 
     [[nodiscard]] std::string const& name() const noexcept;
 
-    /** Adds it to the catalogue. For a complete object, before anything else uses it. */
+    /** Adds it to the catalogue. Call it once the object is complete, before anything else uses it. */
     void publish();
 
-    /** Fills in what is known of it, except its name. */
+    /** Fills in everything except the name. */
     virtual void describe(DeclaredProperty& description) const = 0;
 
-    /** Why a property with this record would not be in force; empty if it would. */
+    /** Why a value with this record would not be in force; empty if it would. */
     [[nodiscard]] virtual std::string problemOf(std::string_view record) const = 0;
 
-    /** The value that the last read has kept. Locks: none; it never waits. */
+    /** The value that the last read has cached. Locks: none; it never waits. */
     [[nodiscard]] Recalled recall() const noexcept;
 
 protected:
     enum class Fallback { constant, computed };
 
-    /** `keptSize`: of a value that can be kept as its bytes, at most 8; 0 if values cannot. */
+    /** `keptSize`: the size in bytes of a value that can be cached as its bytes, at most 8; 0 if values cannot. */
     Declaration(std::string name, Fallback fallback, std::size_t keptSize);
 
-    /** Takes it out of the catalogue, after waiting for other threads that are describing it: before it is destroyed. */
+    /**
+     * Removes it from the catalogue, after waiting for other threads that are describing it. Call it before the object
+     * is destroyed.
+     */
     void withdraw() noexcept;
 
     /** Throws `utils::Exception`: the value was not set. */
     [[noreturn]] void refuse(std::string const& why) const;
 
-    /** Throws `utils::Exception`: the declaration is wrong. */
+    /** Throws `utils::Exception`: the declaration is invalid. */
     [[noreturn]] void refuseDeclaration(std::string const& why) const;
 
 private:
@@ -91,13 +94,13 @@ class VELMORAND_SETTINGS_EXPORT KindDeclaration : public Declaration {
 public:
     ~KindDeclaration() override;
 
-    /** Puts the value in force into `value`, by `load` or else `loadFallback`. */
+    /** Stores the value in force in `value`, using `load` or, failing that, `loadFallback`. */
     void readInto(void* value);
 
     /** As `Property::problem`. */
     [[nodiscard]] std::string problem() const;
 
-    /** Writes an allowed value to the user scope, unless that has the same one. */
+    /** Writes an allowed value to the user scope, unless the user scope already has it. */
     void store(Kind const& value, void* sender) const;
 
     /** Puts an allowed value in force in this process. */
@@ -110,20 +113,20 @@ protected:
     KindDeclaration(std::string name, Fallback fallback, std::size_t keptSize);
 
 private:
-    // What depends on the type. `value` is the address of a `std::optional<T>`; the result is that of the `T` in it.
+    // The part that depends on the type. `value` points to a `std::optional<T>`; the result points to the `T` in it.
 
-    /** Null for a stored value that is not valid for the type, or not allowed. */
+    /** Returns null for a stored value that is not valid for the type or not allowed. */
     virtual void const* load(Kind const& stored, void* value) const = 0;
     virtual void const* loadFallback(void* value) const = 0;
 
     /** Why a stored value is not in force; empty if it is. */
     [[nodiscard]] virtual std::string objectionTo(Kind const& stored) const = 0;
 
-    /** Fills in the format, and what the declaration says. */
+    /** Fills in the format, the fallback and the details of the declaration. */
     virtual void describeDetails(DeclaredProperty& description) const = 0;
 };
 
-// These are in the library.
+// Instantiated in the library.
 extern template class KindDeclaration<std::string>;
 extern template class KindDeclaration<double>;
 extern template class KindDeclaration<int>;
@@ -137,7 +140,7 @@ extern template class KindDeclaration<std::vector<bool>>;
 template <class Kind>
 VELMORAND_SETTINGS_EXPORT std::string json(Kind const& value);
 
-// What is wrong with a value. All arguments but `expected` are JSON.
+// Messages that describe what is wrong with a value. All arguments except `expected` are JSON.
 VELMORAND_SETTINGS_EXPORT std::string notValid(std::string const& value, std::string const& expected);
 VELMORAND_SETTINGS_EXPORT std::string notWithin(std::string const& value, std::string const& minimum,
                                                 std::string const& maximum);
@@ -154,7 +157,7 @@ std::string storedJson(T const& value) {
     }
 }
 
-/** What limits and choices apply to: the elements of a list, otherwise the value. */
+/** The type that limits, choices and checks apply to: the element type of a list, otherwise the type itself. */
 template <class T, class Enable = void>
 struct ElementOf {
     static constexpr bool isList = false;
@@ -180,7 +183,7 @@ template <class T>
 inline constexpr bool
     hasEquality<T, std::void_t<decltype(std::declval<T const&>() == std::declval<T const&>())>> = true;
 
-/** What a type expects, for messages. */
+/** Whether a type states for messages which values it expects. */
 template <class T, class Enable = void>
 inline constexpr bool hasExpected = false;
 template <class T>
@@ -196,18 +199,18 @@ inline constexpr bool hasNames = false;
 template <class T>
 inline constexpr bool hasNames<T, std::void_t<decltype(Stored<T>::names())>> = true;
 
-/** Whether the type is a whole number with other limits than its kind. */
+/** Whether the type is a whole number with limits that differ from those of its kind. */
 template <class T>
 inline constexpr bool isLimited = isNumeric<T>&& std::is_integral_v<T> && !std::is_same_v<T, int>;
 
-/** A declared setting of a type. */
+/** A declared setting of type `T`. */
 template <class T>
 class Declared final : public KindDeclaration<StoredType<T>> {
 public:
     using Kind = StoredType<T>;
     using Element = typename ElementOf<T>::Type;
 
-    /** Whether values can be kept as their bytes. */
+    /** Whether values can be cached as their bytes. */
     static constexpr bool isKept = std::is_trivially_copyable_v<T> && std::is_default_constructible_v<T> &&
                                    sizeof(T) <= sizeof(std::uint64_t);
 
@@ -247,14 +250,14 @@ public:
         return readInForce();
     }
 
-    /** How a value is stored. Errors: `utils::Exception` if the declaration does not allow it. */
+    /** The stored form of a value. Errors: `utils::Exception` if the declaration does not allow the value. */
     [[nodiscard]] Kind allowed(T const& value) const {
         if (Fault const fault = faultOf(value); fault.element)
             this->refuse(textOf(fault, storedJson(*fault.element)));
         return stored(value);
     }
 
-    /** A value of an accepted type. Errors: `utils::Exception` if this type does not have it. */
+    /** Converts a value of an accepted type. Errors: `utils::Exception` if `T` cannot represent it. */
     template <class From>
     [[nodiscard]] T converted(From const& from) const {
         std::optional<T> value = ConversionOf<T, From>::convert(from);
@@ -276,7 +279,7 @@ private:
 
     /** Why the declaration does not allow a value. */
     struct Fault {
-        std::optional<Element> element{}; ///< the value, or the element of a list; none if it is allowed
+        std::optional<Element> element{}; ///< the value or the list's element; empty if the value is allowed
         Reason reason{};
         Rule const* rule = nullptr;
     };
@@ -336,7 +339,7 @@ private:
         }
     }
 
-    /** Apart from `get`, which is short, and needs few registers, as long as this is not inlined into it. */
+    /** Not inlined into `get`, so that `get` stays short and needs few registers. */
     [[nodiscard, gnu::noinline]] T readInForce() {
         std::optional<T> value;
         this->readInto(&value);
@@ -376,7 +379,7 @@ private:
         description.description = _description;
     }
 
-    /** Nothing for a stored value that is not valid. */
+    /** Returns nothing for a stored value that is not valid. */
     static std::optional<T> valueOf(Kind const& stored) {
         try {
             return Stored<T>::load(stored);
@@ -396,7 +399,7 @@ private:
             return notWithin(json<Kind>(stored), minimumJson(), maximumJson());
     }
 
-    /** For a value of another type that this one does not have. */
+    /** For a value of another type that `T` cannot represent. */
     template <class From>
     [[nodiscard]] std::string textOfMissing(From const& from) const {
         if constexpr (isNumeric<From> && isLimited<T>)
@@ -451,7 +454,7 @@ private:
         return false;
     }
 
-    /** Whether one value is at most the other; not if one of them is NaN. */
+    /** Whether `smaller` is at most `greater`; false if one of them is NaN. */
     static bool isOrdered(Element const& smaller, Element const& greater) {
         if constexpr (std::is_floating_point_v<Element>)
             return smaller <= greater;
@@ -487,7 +490,7 @@ private:
     }
 
     std::optional<T> const _fallback;
-    std::function<T()> const _compute; ///< if there is no `_fallback`
+    std::function<T()> const _compute; ///< used if `_fallback` is empty
     std::string _description;
     std::optional<Element> _minimum;
     std::optional<Element> _maximum;

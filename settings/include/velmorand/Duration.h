@@ -10,10 +10,12 @@
 #include "velmorand/Stored.h"
 
 /**
- * Lengths of time as settings: `std::chrono` durations in nanoseconds, microseconds, milliseconds, seconds, minutes,
- * hours or days. They are stored with their unit, ns, us, ms, s, min, h or d, so that the declared type may change:
- * "1500ms" and "1.5s" are the same to all of them. A whole-number duration that a text does not give exactly, such as
- * "1.5s" in seconds, is not valid.
+ * Durations as settings: `std::chrono` durations in nanoseconds, microseconds, milliseconds, seconds, minutes, hours or
+ * days. They are stored with their unit (ns, us, ms, s, min, h or d), so that the declared type may change later:
+ * "1500ms" and "1.5s" mean the same to every duration type. For a duration that counts whole numbers, a text that it
+ * cannot represent exactly is invalid, such as "1.5s" for seconds.
+ *
+ * Guide: docs/types.md#durations-and-paths.
  */
 namespace velmorand::detail {
 
@@ -68,7 +70,7 @@ private:
     }
 };
 
-/** A duration as one in the same or a smaller unit, if it counts no further there than it can. */
+/** Converts a duration to the same or a smaller unit; returns nothing if a whole number is out of range there. */
 template <class Rep, class Period, class OtherRep, class OtherPeriod>
 struct Conversion<std::chrono::duration<Rep, Period>, std::chrono::duration<OtherRep, OtherPeriod>,
                   std::enable_if_t<!std::is_same_v<std::chrono::duration<Rep, Period>,

@@ -15,9 +15,11 @@
  *     enum class Theme { light, dark, system };
  *     VELMORAND_ENUM(Theme, {Theme::light, "light"}, {Theme::dark, "dark"}, {Theme::system, "system"})
  *
- * Use it once, in the namespace of the enum, after it. Enumerators may be renamed later, the names stay: files have
- * them. A value may have several names; it is written under the first, and read under each. This header cannot be compiled
- * without exceptions.
+ * Use it once for an enum, after its definition and in its namespace. Enumerators may be renamed later, but their names
+ * here must not change, because files contain them. A value may have several names: it is written under the first and
+ * read under each. This header cannot be compiled without exceptions.
+ *
+ * Guide: docs/types.md#a-type-of-your-own.
  */
 #define VELMORAND_ENUM(Enum, ...)                                                                            \
     [[maybe_unused]] inline ::velmorand::detail::EnumNames<Enum> velmorandEnumNames(Enum /*any*/) {          \
@@ -42,7 +44,7 @@ struct EnumNames {
     [[nodiscard]] EnumName<Enum> const* end() const { return last; }
 };
 
-/** How an enum is stored whose names `Source::names()` lists. */
+/** Stores an enum by the names that `Source::names()` lists. */
 template <class Enum, class Source>
 struct StoredByName : Source {
     using Type = std::string;
@@ -69,7 +71,7 @@ struct GivenNames {
     static EnumNames<Enum> names() { return velmorandEnumNames(Enum()); }
 };
 
-/** Whether an enum has a `VELMORAND_ENUM`. */
+/** Whether an enum has been named with `VELMORAND_ENUM`. */
 template <class Enum, class Enable = void>
 inline constexpr bool hasGivenNames = false;
 template <class Enum>

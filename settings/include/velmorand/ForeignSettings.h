@@ -14,36 +14,40 @@ namespace filesystem {
 class RAMFileSystem;
 }
 
-/** The two steps of an import, for tools; applications use `importOnce`. */
+/**
+ * The two steps of an import, for tools; applications use `importOnce`.
+ *
+ * Guide: docs/moving.md.
+ */
 namespace velmorand {
 
 /** A setting of another store, with its new name and value. */
 struct ForeignSetting {
-    std::string from;              ///< the old name: levels as `levelFrom` makes them, with "/" between them
+    std::string from;              ///< the old name: levels encoded by `levelFrom`, separated by "/"
     std::string name;              ///< the new name; empty if it is dropped
-    std::optional<AnyValue> value; ///< none if it is dropped or there is a problem
+    std::optional<AnyValue> value; ///< empty if it is dropped or there is a problem
     std::string problem;           ///< why it cannot be imported; empty if it can
 };
 
-/** The name of the kind that a setting has under its new name; empty if it is not known. */
+/** Returns the name of the kind for a setting's new name; empty if the kind is not known. */
 using KindOf = std::function<std::string(std::string const& name)>;
 
 /**
- * Reads another store. A kind that the map gives takes precedence over `kindOf`, and both over the natural kind. A
- * value is converted to it by way of its text, as `valueOf` has it.
- * Result: all its settings, sorted as the store sorts them.
- * Errors: `utils::Exception` with the reason, without the path, if it cannot be read as a whole: it is missing or
- * invalid, or this installation does not have what reads it.
+ * Reads another store. A kind given by the map takes precedence over `kindOf`, and both over the natural kind. Values
+ * are converted to their kind by way of their text, as `valueOf` parses it.
+ * Result: all settings of the store, in the store's own order.
+ * Errors: `utils::Exception` with the reason, without the path, if the store cannot be read as a whole: it is missing
+ * or invalid, or this installation does not have the reader for it.
  * Locks: none. It does not use the register.
  */
 [[nodiscard]] VELMORAND_SETTINGS_EXPORT std::vector<ForeignSetting> readForeign(ImportSource const& source,
                                                                                 KindOf const& kindOf);
 
 /**
- * Puts settings into a directory of a file system in memory, as properties. One that cannot be put there does not stop
- * the others.
- * `isOverwriting`: whether other values under the new names are replaced; otherwise they are kept.
- * Result: the outcome of each, in the same order.
+ * Puts settings, as properties, into a directory of a file system in memory. A setting that cannot be put there does
+ * not stop the others.
+ * `isOverwriting`: whether to replace other values under the new names; otherwise they are kept.
+ * Result: the outcome of each setting, in the same order.
  */
 VELMORAND_SETTINGS_EXPORT std::vector<ImportedSetting> importInto(filesystem::RAMFileSystem& files,
                                                                   std::string const& directory,

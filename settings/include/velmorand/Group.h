@@ -18,15 +18,17 @@
  *     for (std::string const& profile : profiles.groups())
  *         std::cout << profiles.group(profile).read<std::string>("title", profile) << '\n';
  *
- * A group exists because of what is in it: a missing one is empty, and the operations here and in Property.h remove one
- * that they leave empty.
+ * A group need not be created: a missing group is empty, and the operations here and in Property.h remove a group that
+ * they leave empty.
+ *
+ * Guide: docs/recipes.md#profiles.
  */
 namespace velmorand {
 
 /**
- * Names a group; the names given to its operations are relative to it. Doubled, leading and trailing "/" mean nothing.
- * It holds nothing but the name, so it may be copied, and may be a static object. A property is not a group: a group of
- * that name is empty.
+ * Names a group; the names given to its operations are relative to it. Doubled, leading and trailing "/" are ignored.
+ * It holds only the name, so it may be copied, and may be a static object. A property is not a group: a `Group` with
+ * the name of a property is empty.
  *
  * Locks: each operation takes the settings' lock for the whole call. After the register's end all groups are empty, and
  * changes throw `utils::Exception`.
@@ -40,15 +42,15 @@ public:
     /** The full name, clean; empty for the group of all settings. */
     [[nodiscard]] std::string const& name() const noexcept { return _name; }
 
-    /** The full name of something in the group, as `Property` and `read` take it. */
+    /** The full name of a property or group in this group, as `Property` and `read` take it. */
     [[nodiscard]] std::string nameOf(std::string const& relative) const;
 
     [[nodiscard]] Group group(std::string const& relative) const { return Group(nameOf(relative)); }
 
     ///@{
     /**
-     * The names of the properties, and of the groups, directly in this group, in byte order, each once: from one scope
-     * or from all. From all scopes, names that only the user has are left out if they are locked.
+     * The names of the properties, or of the groups, directly in this group, in byte order, each once: in one scope, or
+     * in all scopes. In all scopes, locked names that only the user scope has are left out.
      */
     [[nodiscard]] std::vector<std::string> properties() const;
     [[nodiscard]] std::vector<std::string> properties(RegisterScope scope) const;
@@ -57,13 +59,16 @@ public:
     ///@}
 
     ///@{
-    /** Whether there is a property or a group of that name, in any scope or in one; in any, as for the lists above. */
+    /**
+     * Whether a property or group of that name exists in one scope, or in any scope. In any scope, locked names that
+     * only the user scope has do not count.
+     */
     [[nodiscard]] bool contains(std::string const& relative) const;
     [[nodiscard]] bool contains(std::string const& relative, RegisterScope scope) const;
     ///@}
 
     ///@{
-    /** Whether the administrator has locked the whole group, or something in it (`velmorand::isLocked`). */
+    /** Whether the administrator has locked the whole group, or a name in it (`velmorand::isLocked`). */
     [[nodiscard]] bool isLocked() const { return velmorand::isLocked(_name); }
     [[nodiscard]] bool isLocked(std::string const& relative) const {
         return velmorand::isLocked(nameOf(relative));
@@ -95,15 +100,15 @@ public:
     ///@{
     /**
      * Removes the user's settings in the group, or the user's property or group of a name in it, and then the groups
-     * around it that have become empty. Values of other scopes stay, and are in force again. The listeners, except
-     * those of `sender`, are notified of each property after all of them have been removed.
-     * Errors: `utils::Exception`, with nothing removed, if the name is empty: only the function without a name removes
+     * around it that have become empty. Values in other scopes stay, and come into force again. After all properties
+     * have been removed, notifies the listeners, except those of `sender`, of each.
+     * Errors: `utils::Exception`, with nothing removed, if the name is empty: only the overload without a name removes
      * the whole group. What a listener throws, with everything removed; listeners that were not called are notified
      * with the next change.
      */
     void remove(void* sender = nullptr) const;
     void remove(std::string const& relative, void* sender = nullptr) const;
-    /** For what converts to a string, a `char*` for example, which is not to be taken for a sender. */
+    /** For anything that converts to a string, such as a `char*`, which would otherwise be taken for a sender. */
     template <class Text,
               std::enable_if_t<
                   std::is_convertible_v<Text const&, std::string> && !std::is_null_pointer_v<Text>, int> = 0>
@@ -113,23 +118,25 @@ public:
     ///@}
 
     /**
-     * Copies the group: the properties in it, with the user's values or else the global ones, become the user's
-     * settings in a group of the full name `name`. Temporary values and overrides are not copied, since the user's are
-     * saved, nor is the user's value of a locked name; the global value is copied instead, if there is one. Where the
-     * user has a property and the global scope a group of the same name, or the other way round, the user's is copied.
-     * The listeners, except those of `sender`, are notified of each copy when all are in place.
-     * Result: the new group; of an empty group it is empty.
-     * Errors: `utils::Exception` if `name` is not a name, if any scope has something of that name, if it is in this
-     * group, if one of its groups is a property of the user's, or if the administrator has locked the name of a copy;
-     * `std::bad_alloc`. Nothing has changed then. What a listener throws, with the copies in place.
+     * Copies the group to a group with the full name `name`: each property in it becomes a setting of the user there,
+     * with the user's value or otherwise the global one. Temporary values and overrides are not copied, because the
+     * user's settings are saved. The user's value of a locked name is not copied; the global value is copied instead,
+     * if there is one. If the user has a property and the global scope has a group of the same name, or the reverse,
+     * the user's is copied. When all copies are in place, notifies the listeners, except those of `sender`, of each
+     * copy.
+     * Result: the new group. It is empty if this group is empty.
+     * Errors: `utils::Exception` if `name` is not a valid name, if it exists in any scope, if it is inside this group,
+     * if one of its groups is a property in the user scope, or if the administrator has locked the name of a copy;
+     * `std::bad_alloc`. In these cases nothing has changed. What a listener throws, with the copies in place.
      */
     Group copy(std::string const& name, void* sender = nullptr) const;
 
     /**
      * Copies the group as `copy` does, and removes the user's settings from this one, in one step. Global values can
-     * only be copied: those stay, and so the old name remains as a group where there are any. Temporary values stay as
-     * well. The listeners are notified of the old names and the new ones. Does nothing if `name` is this group's.
-     * Errors: as for `copy`, and if the administrator has locked one of the user's settings that would be removed.
+     * only be copied, not removed, so the old name remains as a group if it has any. Temporary values stay as well. The
+     * listeners are notified of the old names and the new ones. Does nothing if `name` is the name of this group.
+     * Errors: as for `copy`, and `utils::Exception` if the administrator has locked one of the user's settings that
+     * would be removed.
      */
     Group rename(std::string const& name, void* sender = nullptr) const;
 
@@ -138,14 +145,15 @@ private:
 };
 
 /**
- * Makes one level of a name out of any text, such as the title of a profile. Most texts stay as they are. "/", "%",
- * ASCII control characters, and all non-ASCII bytes of a text that is not UTF-8 become "%" and two hexadecimal digits,
- * and so do the dots of "." and "..". An empty text becomes "%".
+ * Encodes any text, such as the title of a profile, as one level of a name. Most texts are unchanged. "/", "%", ASCII
+ * control characters, and all non-ASCII bytes of a text that is not UTF-8 become "%" and two hexadecimal digits, and so
+ * do the dots of "." and "..". An empty text becomes "%".
  */
 [[nodiscard]] VELMORAND_SETTINGS_EXPORT std::string levelFrom(std::string_view text);
 
 /**
- * The text that `levelFrom` made a level of. In other levels, "%" with two hexadecimal digits is decoded in the same way.
+ * The text that `levelFrom` encoded as `level`. In a level that `levelFrom` did not create, "%" with two hexadecimal
+ * digits is decoded in the same way.
  */
 [[nodiscard]] VELMORAND_SETTINGS_EXPORT std::string textFrom(std::string_view level);
 

@@ -8,29 +8,31 @@
 #include "velmorand/Export.h"
 
 /**
- * Taking over the settings that an application has kept elsewhere, when it starts for the first time.
+ * Imports the settings that an application has kept in another store, the first time that the application starts.
  *
  *     velmorand::LiveSettings live;
  *     velmorand::importOnce(live, "editor",
  *                           {velmorand::Store::ini, home + "/.config/Example/Editor.conf",
  *                            velmorand::ImportMap("/ -> editor/")});
  *
- * `velmorand-register import --from` does the same by hand. docs/moving.md describes the stores and the map.
+ * `velmorand-register import --from` does the same on the command line.
+ *
+ * Guide: docs/moving.md describes the stores and the map.
  */
 namespace velmorand {
 
 class LiveSettings;
 
-/** Where settings can be imported from. */
+/** The kinds of store that settings can be imported from. */
 enum class Store {
-    ini,     ///< a file of QSettings in its INI format
-    kconfig, ///< a file of KConfig; needs the program import-kconfig
+    ini,     ///< a QSettings file in INI format
+    kconfig, ///< a KConfig file; needs the program import-kconfig
     dconf, ///< a file with the output of `dconf dump`, or a directory of the user's database; needs import-dconf
-    json, ///< a file with a JSON object
+    json, ///< a file that contains a JSON object
 };
 
 /**
- * Says which new name, and kind, each old setting gets. One rule a line:
+ * Maps old settings to new names and kinds, with one rule per line:
  *
  *     # a comment
  *     window/width -> editor/window width
@@ -38,11 +40,12 @@ enum class Store {
  *     / -> editor/
  *     drop cache/
  *
- * A name that ends with "/" is a group: the rule is for everything in it, and "/" alone is all settings. The rule that
- * names a setting, or else the innermost group around it, counts. Without a rule a setting keeps its name. `as` gives
- * the kind: string, number, integer, boolean, strings, numbers, integers or booleans.
+ * A name that ends with "/" is a group: the rule applies to everything in it, and "/" alone to all settings. A rule
+ * that names the setting itself takes precedence; otherwise the rule for the innermost group around it applies. A
+ * setting without a rule keeps its name. `as` gives the kind: string, number, integer, boolean, strings, numbers,
+ * integers or booleans.
  *
- * The levels of old names are as `levelFrom` makes them: "%2F" for a "/" within a level.
+ * The levels of old names are encoded by `levelFrom`: "%2F" is a "/" within a level.
  */
 class VELMORAND_SETTINGS_EXPORT ImportMap {
 public:
@@ -51,10 +54,10 @@ public:
     /** No rules. */
     ImportMap();
 
-    /** Errors: `utils::Exception` for a line that is not a rule, a comment or empty: "line 3: ...". */
+    /** Errors: `utils::Exception` for a line that is not a rule, a comment or empty, with its number: "line 3: ...". */
     explicit ImportMap(std::string const& text);
 
-    /** Owner: the map and its copies. */
+    /** Owner: the map and its copies, which share the rules. */
     [[nodiscard]] Rules const& rules() const noexcept { return *_rules; }
 
 private:
@@ -64,18 +67,18 @@ private:
 struct ImportSource {
     Store store;
     std::string
-        path; ///< UTF-8. For dconf, a path with "/" at both ends is a directory of the user's database
+        path; ///< UTF-8. For dconf, a path that starts and ends with "/" is a directory of the user's database
     ImportMap map{};
 };
 
-/** What has become of one setting of the old store. */
+/** The outcome for one setting of the old store. */
 struct ImportedSetting {
     enum class Outcome {
-        set,       ///< it has its new name now
-        unchanged, ///< the new name had this value before
-        kept,      ///< the new name had another value before, and still has it
+        set,       ///< it has been set under its new name
+        unchanged, ///< the new name already had this value
+        kept,      ///< the new name already had another value, and keeps it
         dropped,   ///< the map drops it
-        refused,   ///< it cannot be imported, or not be set
+        refused,   ///< it cannot be imported or cannot be set
     };
 
     std::string from; ///< the old name
@@ -86,14 +89,14 @@ struct ImportedSetting {
 
 struct ImportReport {
     enum class Result {
-        imported,     ///< now; each setting's outcome is among `settings`
+        imported,     ///< by this call; `settings` has the outcome of each setting
         doneBefore,   ///< earlier, by this or another process
         nothingThere, ///< the old store does not exist
         failed,       ///< nothing has changed, and the next call tries again
     };
 
     Result result;
-    std::string reason; ///< of a failure; also set if what was imported may not survive a power failure
+    std::string reason; ///< why it failed; also set if the imported settings may not survive a power failure
     std::vector<ImportedSetting> settings; ///< in the order of the old store
 };
 
@@ -101,23 +104,23 @@ struct ImportReport {
  * Imports the user's settings from another store, once: on the first start of the application that finds the old store.
  * Call it right after creating the `LiveSettings`, before the settings are read.
  *
- * All settings that can be imported are put in place together with the property "velmorand/imported/ID", which records
- * the import; ID is `levelFrom(id)`. When the function returns they are in the user's file, durable, and in memory. Of
- * several processes that start at the same time, one imports, and the others wait for it. A process that dies meanwhile
- * has imported everything or nothing; if nothing, the next start imports.
+ * All settings that can be imported are stored together with the property "velmorand/imported/ID", which records the
+ * import; ID is `levelFrom(id)`. When the function returns, they are durable in the user's file and available in
+ * memory. If several processes start at the same time, one imports and the others wait for it. If a process dies during
+ * the import, it has imported either everything or nothing; if nothing, the next start imports.
  *
- * A setting that the user has already, in the file or in this process, is kept. Reset "velmorand/imported/ID" to import
- * again; removing all settings does that as well. If the old store does not exist, nothing is recorded: it is looked
- * for again at the next start.
+ * A setting that the user already has, in the file or in this process, is kept. To import again, reset
+ * "velmorand/imported/ID"; removing all settings has the same effect. If the old store does not exist, nothing is
+ * recorded, and the next start looks for it again.
  *
- * A value gets the kind that the map gives, or that of the `Property` declared under the new name, or its natural kind.
- * A value that the `Property` does not allow is refused, and so is every value of a name that the administrator has
- * locked; the others are imported. The old store is not changed.
+ * A value gets the kind that the map gives, otherwise the kind of the `Property` declared under the new name, otherwise
+ * its natural kind. A value that the `Property` does not allow is refused, and so is every value whose name the
+ * administrator has locked; the others are imported. The old store is not changed.
  *
  * Errors: `utils::Exception` if `id` is empty. Every other failure is in the report.
- * Locks: takes the settings' lock for a moment, and then the kernel's lock on the user's directory, for which it waits
- * 5 seconds at most. Do not hold the settings' lock. Listeners are notified of the imported settings, on this thread,
- * with the address of `live` as the sender.
+ * Locks: takes the settings' lock briefly, and then the kernel's lock on the user's directory, for which it waits at
+ * most 5 seconds. Do not call it with the settings' lock held. Listeners are notified of the imported settings, on this
+ * thread, with the address of `live` as the sender.
  */
 VELMORAND_SETTINGS_EXPORT ImportReport importOnce(LiveSettings& live, std::string const& id,
                                                   ImportSource const& source);

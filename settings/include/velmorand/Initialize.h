@@ -8,16 +8,19 @@
 namespace velmorand {
 
 /**
- * Opens the register: loads the administrator's settings from `globalDirectory` and the user's from
- * `userDirectory`, both UTF-8. The first use of the settings in the process; whatever uses them earlier,
- * creating a listener included, opens the register without its files.
+ * Opens the register: loads the administrator's settings from `globalDirectory` and the user's from `userDirectory`,
+ * both UTF-8. It must be the first use of the settings in the process: an earlier use, even creating a listener, opens
+ * the register without its files.
  *
- * The user's settings are saved to `userDirectory` when the process exits, and by `saveSettings`. The directory
- * must exist: otherwise nothing is saved, without a word. A global directory without a register file is fine.
+ * The user's settings are saved to `userDirectory` when the process exits, and by `saveSettings`. The directory must
+ * exist: otherwise nothing is saved, and no error is reported at exit. A global directory without a register file is
+ * allowed.
  *
- * Errors: `utils::Exception` if a register file cannot be opened or is damaged, with its path and the reason,
- * or if the process is exiting. Nothing has been opened then, and the call may be repeated.
+ * Errors: `utils::Exception` if a register file cannot be opened or is damaged, with its path and the reason, or if the
+ * process is exiting. Nothing has been opened then, and the call may be repeated.
  * Locks: call it before other threads use the settings.
+ *
+ * Guide: docs/register.md#without-live-settings.
  */
 VELMORAND_SETTINGS_EXPORT void initialize(std::string const& globalDirectory,
                                           std::string const& userDirectory);

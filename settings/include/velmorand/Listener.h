@@ -12,40 +12,42 @@
 #include "velmorand/Export.h"
 
 /**
- * Listeners that unregister themselves when they are destroyed.
+ * Listeners that unregister automatically when they are destroyed.
  *
  *     Listener drawing{"editor", [](std::string const& name) { markAsOutOfDate(name); }};
  *     Listener fonts{settings::size, [](double size) { setSize(size); }};
  *     QueuedListener shown{settings::size, inThreadOf(&window), [&](double size) { window.resizeText(size); }};
  *
- * A `Listener` is called at once, on the thread that made the change, with the settings' lock held: for short
- * work, such as marking something as out of date. A `QueuedListener` collects the names and delivers them later, on the
- * thread of the program's own loop, with no lock held: for everything else, and whenever the work takes a lock,
- * waits, or belongs to one thread, as a user interface does.
+ * A `Listener` is called immediately, on the thread that made the change, with the settings' lock held. Use it for
+ * short work, such as marking something as out of date. A `QueuedListener` collects the names and delivers them later,
+ * on the thread of the program's event loop, with no lock held. Use it for everything else, and always if the work
+ * takes a lock, waits, or must run on one thread, as in a user interface.
  *
- * **Keys.** A key is the name of a property, or that of a group for everything in it; it need not exist. Doubled,
- * leading and trailing "/" mean nothing, and the empty key, `everything`, is the group of all settings. No property can
- * have a level "." or "..", so a listener under such a key is never called.
+ * **Keys.** A key is the name of a property, or the name of a group and then covers everything in it; it need not
+ * exist. Doubled, leading and trailing "/" are ignored, and the empty key, `everything`, is the group of all settings.
+ * A property cannot have a level "." or "..", so a listener under such a key is never called.
  *
  * This library announces names without such extra "/", but a program that writes through `_Register` announces a name
- * as it wrote it. A "/" at the end makes no difference. If the name has a doubled "/", only listeners to the groups
- * before it are notified; if it begins with a "/", only those to everything.
+ * as it wrote it. A trailing "/" makes no difference. If the name has a doubled "/", only listeners to the groups
+ * before it are notified; if it begins with a "/", only listeners to everything.
  *
- * **Changes.** Each listener hears a change once, whoever makes it: this library, the writers of `_Register`, another
- * program. What is changed by other operations of `_Register`, such as `delProperty`, `load` and those of the file
- * system, is heard when `markAsChanged` announces it. Listeners to everything do not hear a name whose first level is
- * not valid UTF-8, nor one that `markAsChanged` announces although its first level has never been in any scope since
- * the listener was created.
+ * **Changes.** Each listener is notified of a change once, no matter who makes it: this library, the writers of
+ * `_Register`, or another program. Changes by other operations of `_Register`, such as `delProperty`, `load` and those
+ * of the file system, are announced when `markAsChanged` is called for them. Listeners to everything are not notified
+ * of a name whose first level is not valid UTF-8, nor of a name that `markAsChanged` announces although its first level
+ * has never been in any scope since the listener was created.
  *
- * Create a `LiveSettings` first, or call `initialize`: creating a listener opens the register, and without either it
- * opens without its files.
+ * Create a `LiveSettings` or call `initialize` before you create a listener: creating a listener opens the register,
+ * and otherwise it opens without its files.
  *
- * A listener may be created in one module of a program and destroyed in another; a plug-in's listeners are gone
- * when they are destroyed, so the plug-in may be unloaded after that. After the register's end, while the
- * process exits, a new listener hears nothing, and destroying one only releases its memory.
+ * A listener may be created in one module of a program and destroyed in another. A plug-in may be unloaded once its
+ * listeners have been destroyed. After the register's end, while the process exits, a new listener is never called, and
+ * destroying a listener only releases its memory.
  *
- * Locks: the settings' lock comes first; locks that a `Listener`'s call takes come after it. So never hold such
- * a lock while using the settings, or while creating or destroying a listener.
+ * Locks: the settings' lock comes before any lock that a `Listener`'s function takes. Do not hold such a lock while
+ * using the settings, or while creating or destroying a listener.
+ *
+ * Guide: docs/guide.md#listen-for-changes.
  */
 namespace velmorand {
 
@@ -56,18 +58,18 @@ class Property;
 inline constexpr char const* everything = "";
 
 /**
- * Takes a task and has the program's loop run it later, once, on the thread on which the handler is to be called.
- * `inThreadOf` (velmorand/QtThread.h) returns one for an event loop of Qt.
+ * Schedules a task: the program's event loop must run it later, once, on the thread on which the handler is to be
+ * called. `inThreadOf` (velmorand/QtThread.h) returns an executor for an event loop of Qt.
  */
 using Executor = std::function<void(std::function<void()> task)>;
 
 namespace detail {
 
-/** What stands where a handler may stand: the address of a sender. */
+/** Whether an argument in the place of a handler is a sender: converts to its address. */
 template <class Argument>
 inline constexpr bool isSender = std::is_convertible_v<Argument, void*>;
 
-/** A function of a name, as one that gives another function the property's value. */
+/** Adapts a function of the property's value to a function of a name. */
 template <class T, class Call>
 std::function<void(std::string const&)> withValueOf(Property<T> const& property, Call&& call) {
     static_assert(std::is_invocable_v<std::decay_t<Call>&, T const&>,
@@ -87,13 +89,13 @@ std::function<void(std::string const&)> withName(Call&& call) {
 } // namespace detail
 
 /**
- * Calls a function whenever a property changes, for as long as this object lives.
+ * Calls a function whenever a property changes, for as long as this object exists.
  *
  *     Listener listener{"editor", [](std::string const& name) { std::cout << name << " changed\n"; }};
  *     Listener everyone{everything, [](std::string const& name) { std::cout << name << " changed\n"; }};
  *
- * It may be destroyed at any time: on any thread, waiting for a call that is running on another; inside its own
- * call, in which case the function lives until it returns; and at exit, after the register.
+ * It may be destroyed at any time: on any thread, in which case it waits for a call that is running on another; inside
+ * its own call, in which case the function exists until it returns; and at exit, after the register.
  * Locks: creating and destroying it takes the settings' lock; the call is made with the lock held.
  */
 class VELMORAND_SETTINGS_EXPORT Listener {
@@ -102,12 +104,12 @@ public:
     Listener() noexcept;
 
     /**
-     * Listens to the property or group `key` and calls `call(name)` with the name as its writer gave it. The listeners
-     * to the property are called first, then those to its groups, innermost first, each in the order of their creation;
-     * those to everything come with those to the outermost group, or after them. Changes made with `sender` are left
-     * out, unless it is null. Exceptions of the call reach the writer; those for a change by another program are
-     * written on standard error (`LiveSettings.h`).
-     * Cost: a listener to everything takes about 100 bytes for each first level of a name that there is or has been
+     * Listens to the property or group `key` and calls `call(name)` with the name as its writer gave it. Listeners to
+     * the property are called first, then listeners to its groups, innermost first, each in the order of their
+     * creation; listeners to everything are called together with those to the outermost group, or after them. Changes
+     * made with `sender` are ignored, unless it is null. Exceptions of the call reach the writer; for a change by
+     * another program they are written to standard error (`LiveSettings.h`).
+     * Cost: a listener to everything takes about 100 bytes for each first level of a name that exists, or has existed
      * while any such listener existed.
      */
     template <class Call>
@@ -115,10 +117,10 @@ public:
         : Listener(key, Hears::group, detail::withName(std::forward<Call>(call)), sender) {}
 
     /**
-     * Listens to the property and calls `call(property.get())` whenever it is written or removed, in whatever scope,
-     * even if the value in force is the same as before. A function that computes the fallback is called with the
-     * settings' lock held here, and what it throws is treated like an exception of the call.
-     * Otherwise as above. Needs velmorand/Property.h.
+     * Listens to the property and calls `call(property.get())` whenever it is written or removed, in any scope, even if
+     * the value in force is the same as before. A function that computes the fallback is called with the settings' lock
+     * held here, and its exceptions are treated like those of the call. Otherwise as above. Requires
+     * velmorand/Property.h.
      * Owner: the listener keeps a copy of the property, and so its declaration.
      */
     template <class T, class Call>
@@ -136,7 +138,7 @@ private:
     class Entry;
     using Function = std::function<void(std::string const&)>;
 
-    /** What of a key: the property or group and everything in it, or the property only. */
+    /** The scope of a key: the property or group and everything in it, or only the property. */
     enum class Hears { group, property };
 
     Listener(std::string const& key, Hears hears, Function call, void* sender);
@@ -153,18 +155,19 @@ private:
  *
  *     QueuedListener shown{"editor", inThreadOf(&window), [](std::string const& name) { show(name); }};
  *
- * Once it has been destroyed, an executor's handler is not called any more, whatever tasks the executor still has. It
- * may be destroyed on any thread: on that of the executor, or inside the handler, which then lives until it returns,
- * without waiting; on another thread the destructor waits for a call of the handler that is running. So hold no lock
- * there that the handler takes, nor the settings' lock if the handler uses the settings. Assigning to it is the same.
+ * Once the object has been destroyed, its handler is not called any more, even if the executor still has tasks. The
+ * object may be destroyed on any thread. On the executor's thread, or inside the handler, which then exists until it
+ * returns, the destructor does not wait. On another thread the destructor waits for a running call of the handler: do
+ * not hold a lock there that the handler takes, nor the settings' lock if the handler uses the settings. The same rules
+ * apply to assigning to the object.
  *
- * Locks: creating and destroying it takes the settings' lock. Everything else takes only a lock of its own, for
- * a few instructions, so it is safe whatever else is locked.
+ * Locks: creating and destroying it takes the settings' lock. Everything else takes only a private lock, for a few
+ * instructions, so it is safe no matter which locks the caller holds.
  */
 class VELMORAND_SETTINGS_EXPORT QueuedListener {
 public:
     ///@{
-    /** Collects changes of the property or in the group `key`, or of one declared property. */
+    /** Collects changes to the property or in the group `key`, or to one declared property. */
     explicit QueuedListener(std::string const& key) : QueuedListener(key, [] {}) {}
     template <class T>
     explicit QueuedListener(Property<T> const& property) : QueuedListener(property, [] {}) {}
@@ -172,9 +175,10 @@ public:
 
     ///@{
     /**
-     * Changes made with `sender` are left out, unless `sender` is null. `wake()` is called at the first change, and at
-     * the first after each `deliver`, on the thread that made the change, with the settings' lock held: it should only
-     * set a flag or post an event. If it throws, the writer gets the exception and the next change calls it again.
+     * Changes made with `sender` are ignored, unless `sender` is null. `wake()` is called at the first change, and at
+     * the first change after each `deliver`, on the thread that made the change, with the settings' lock held: it
+     * should only set a flag or post an event. If it throws, the writer gets the exception, and the next change calls
+     * it again.
      */
     template <class Wake>
     QueuedListener(std::string const& key, Wake&& wake, void* sender = nullptr)
@@ -188,10 +192,10 @@ public:
     ///@{
     /**
      * Delivers the changes automatically: `executor(task)` is called as `wake` is, and `task()` calls `handle(name)`
-     * for each name collected so far, in byte order, or `handle(property.get())` once, with no lock held. Changes that
-     * are made meanwhile are delivered by the next task. What the handler throws is written on standard error, and the
-     * next name is delivered; so `task()` throws nothing. If the executor runs tasks on several threads, the handler is
-     * called on several threads at once. If it drops a task, nothing more is delivered.
+     * for each name collected so far, in byte order, or `handle(property.get())` once, with no lock held. Changes made
+     * meanwhile are delivered by the next task. An exception of the handler is written to standard error, and the next
+     * name is delivered, so `task()` never throws. If the executor runs tasks on several threads, the handler is called
+     * on several threads at once. If the executor drops a task, nothing more is delivered.
      */
     template <class Execute, class Handle, std::enable_if_t<!detail::isSender<Handle>, int> = 0>
     QueuedListener(std::string const& key, Execute&& executor, Handle&& handle, void* sender = nullptr)
@@ -213,7 +217,7 @@ public:
 
     /**
      * Calls `handle(name)` for each name collected so far, in byte order, with no lock held. Names that change
-     * meanwhile wait for the next call. The handler may destroy this object.
+     * meanwhile are kept for the next call. The handler may destroy this object.
      * Result: the number of names.
      * Errors: what `handle` throws; the names not handled yet stay collected.
      */
@@ -223,7 +227,7 @@ public:
     }
 
     /**
-     * Calls `handle(property.get())` if the property has changed: for the listener to one property.
+     * Calls `handle(property.get())` if the property has changed. For a listener to one property.
      * Result: the number of calls. Otherwise as above.
      */
     template <class T, class Handle>

@@ -16,40 +16,43 @@
 #include "velmorand/Stored.h"
 
 /**
- * Typed settings, one line each. This header cannot be compiled without exceptions.
+ * Typed settings, declared in one line each. This header cannot be compiled without exceptions.
  *
  *     Property<double> const size{"editor/size", 11.0};
  *     size.set(size.get() + 1);
  *
- * A `Property` declares a setting; whatever a file contains, its value is usable. `read` and `write` access a setting
- * by its name; they do not convert, so a value of another type than the one asked for is an error:
+ * A `Property` declares a setting; its value is usable no matter what a file contains. `read` and `write` access a
+ * setting by its name. They do not convert, so reading a value as another type is an error:
  *
  *     auto theme = read<std::string>("editor/theme");
  *     write("editor/theme", "dark");
  *
- * velmorand/Stored.h lists the types and says how to add one.
+ * velmorand/Stored.h lists the types and explains how to add one.
  *
  * The value in force comes from the first scope that has the name: user, global, temporary. Two rules of this library
- * come before that, in this order:
+ * take precedence over that, in this order:
  *
- * - The administrator may *lock* names: the property `velmorand/locked` in the administrator's file is a list of strings,
- *   each the name of a property, or of a group for everything in it. For a locked name, the user scope counts as empty,
- *   and writing to it in the user scope is an error. An entry that is not a name is left out; a list of another type
- *   locks nothing, and neither does the property of that name in the user scope: ask `isLocked`, not the list.
- * - A program may *override* a declared setting for the process (`Property::override`): that value counts instead of
+ * - The administrator may *lock* names: the property `velmorand/locked` in the administrator's file is a list of
+ *   strings, each the name of a property, or of a group for everything in it. For a locked name, the user scope counts
+ *   as empty, and writing to it in the user scope is an error. An entry that is not a valid name is ignored. A list of
+ *   another type locks nothing, and neither does a property of that name in the user scope: use `isLocked`, do not read
+ *   the list.
+ * - A program may *override* a declared setting for the process (`Property::override`): that value is used instead of
  *   those in the scopes.
  *
- * The register's own readers and writers (`_Register`) know neither rule.
+ * The register's own readers and writers (`_Register`) apply neither rule.
  *
- * Create a `LiveSettings` first, or call `initialize`: the first use of the settings opens the register, and without
- * either it opens without its files.
+ * Create a `LiveSettings` or call `initialize` first: the first use of the settings opens the register, and otherwise
+ * it opens without its files.
  *
- * Static objects that are older than the register outlive it. In their destructors reads find nothing, and writes throw
- * `utils::Exception`. The same holds in a forked child process if any thread held the lock at the fork. A child that is
- * forked inside a listener must not return from it: it should call `_exit` or start another program.
+ * Static objects that are older than the register outlive it. In their destructors, reads find nothing, and writes
+ * throw `utils::Exception`. The same applies in a forked child process if any thread held the lock at the fork. A child
+ * that is forked inside a listener must not return from it: it should call `_exit` or start another program.
  *
  * Locks: reading and writing take the settings' lock for the whole call; `Property::get` says when it needs none. All
  * operations are safe from any thread and from inside a listener.
+ *
+ * Guide: docs/guide.md#declare-the-settings.
  */
 namespace velmorand {
 
@@ -60,7 +63,7 @@ namespace detail {
 template <class T>
 VELMORAND_SETTINGS_EXPORT T get(std::string const& name);
 
-/** Result: whether some scope has the name; otherwise the value is left alone. */
+/** Result: whether any scope has the name; if none has, the value is unchanged. */
 template <class T>
 VELMORAND_SETTINGS_EXPORT bool find(std::string const& name, T& value);
 
@@ -84,16 +87,16 @@ T valid(std::optional<T> value) {
 } // namespace detail
 
 /**
- * Whether the administrator has locked `name`, be it a property or a group, or a group around it. A group is not locked
- * because something in it is. For greying out what the user cannot change; listen to `velmorand/locked` to notice when
- * that changes. Locks: the settings' lock.
+ * Whether the administrator has locked `name`, which may be a property or a group, or a group around it. A group is not
+ * locked because something in it is. Use it to grey out settings that the user cannot change; listen to
+ * `velmorand/locked` to be notified when that changes. Locks: the settings' lock.
  */
 [[nodiscard]] VELMORAND_SETTINGS_EXPORT bool isLocked(std::string const& name);
 
 /**
- * The value in force of `name`: its override, or that of the first scope that has it.
- * Errors: `PropertyNotFound` if there is none; `PropertyBadType` if it is of another kind or not valid for the type, or
- * is a group (for what is stored as a string, a group is `PropertyNotFound`).
+ * The value in force of `name`: its override, or the value in the first scope that has the name.
+ * Errors: `PropertyNotFound` if there is none; `PropertyBadType` if the value is of another kind or not valid for the
+ * type, or if the name is a group (for a type that is stored as a string, a group is `PropertyNotFound`).
  */
 template <class T>
 [[nodiscard]] T read(std::string const& name) {
@@ -106,7 +109,7 @@ template <class T>
 
 /**
  * The value of `name` as above, or `fallback` if there is none.
- * Errors: as above if there is one, of another type or a group.
+ * Errors: as above if the name exists, but with a value of another type or as a group.
  */
 template <class T>
 [[nodiscard]] T read(std::string const& name, T fallback) {
@@ -125,12 +128,12 @@ template <class T, class Other, std::enable_if_t<!detail::isAllowed<T, Other>, i
 T read(std::string const& name, Other const& fallback) = delete;
 
 /**
- * Writes a value, in the user scope unless another is given, and notifies the listeners except those of
- * `sender`. Doubled, leading and trailing "/" of the name are left out. Nothing is saved yet.
- * Errors: `utils::Exception` if a string, or the list, has more than 2,147,483,647 bytes or elements, and after
- * the register's end, and if the name cannot be that of a property: it is a group, one of its groups is a property, it
- * has no level, or one that is "." or "..", and in the user scope if the administrator has locked the name. Nothing has
- * changed then. An exception of a listener reaches the caller, with the value written.
+ * Writes a value, in the user scope unless another is given, and notifies the listeners except those of `sender`.
+ * Doubled, leading and trailing "/" in the name are ignored. Does not save.
+ * Errors: `utils::Exception` if a string has more than 2,147,483,647 bytes, or the list has more elements than that;
+ * after the register's end; if the name cannot be that of a property, because it is a group, one of its groups is a
+ * property, it has no level, or a level is "." or ".."; and, in the user scope, if the administrator has locked the
+ * name. In these cases nothing has changed. An exception of a listener reaches the caller, with the value written.
  */
 template <class T>
 void write(std::string const& name, T const& value, RegisterScope scope = SCOPE_USER,
@@ -155,11 +158,11 @@ void write(std::string const& name, Other const& value, RegisterScope scope = SC
  *     Property<double> const size{"editor/size", 11.0, range(6.0, 72.0), description("Font size, in points")};
  *     Property<int> const threads{"editor/threads", [] { return coresOfThisMachine(); }};
  *
- * `T` is a type that velmorand/Stored.h lists, or one that the program has added. velmorand/Declaration.h has the
- * details.
+ * `T` is a type that velmorand/Stored.h lists, or a type that the program has added. velmorand/Declaration.h describes
+ * the details.
  *
- * It uses the register only in its operations, so it may be a static object. Threads may use one object at the same
- * time. Copies are the same declaration. The program's catalogue (velmorand/Catalogue.h) lists it while it exists.
+ * It uses the register only in its operations, so it may be a static object. Several threads may use one object at the
+ * same time. Copies share the declaration. The program's catalogue (velmorand/Catalogue.h) lists it while it exists.
  */
 template <class T>
 class Property {
@@ -183,8 +186,8 @@ public:
     ///@{
     /**
      * With a fallback and details, see velmorand/Declaration.h.
-     * Errors: `utils::Exception` for a fallback, limit or choice that the type does not have, and for a minimum that is
-     * greater than the maximum.
+     * Errors: `utils::Exception` for a fallback, limit or choice that the type cannot represent, and for a minimum that
+     * is greater than the maximum.
      */
     template <class... Details>
     Property(std::string name, T const& fallback, Details... details)
@@ -197,18 +200,20 @@ public:
 
     /**
      * With a fallback that `compute()` returns. It is called whenever the fallback is needed, on the thread that needs
-     * it, and never by the library while it holds a lock, except for a `Listener` to the property.
+     * it. The library never calls it while holding a lock, except for a `Listener` to the property.
      */
     template <class Call, class... Details, std::enable_if_t<isCall<Call>, int> = 0>
     Property(std::string name, Call compute, Details... details)
         : Property(std::make_shared<Declared>(std::move(name), detail::asFunction<T()>(std::move(compute)),
                                               details...)) {}
 
-    /** Deleted: a fallback whose conversion to `T` could lose something or change its meaning, `12.5` for an `int`. */
+    /**
+     * Deleted: a fallback whose conversion to `T` could lose something or change its meaning, such as `12.5` for `int`.
+     */
     template <class Other, class... Details, std::enable_if_t<!isConstant<Other> && !isCall<Other>, int> = 0>
     Property(std::string name, Other const& fallback, Details... details) = delete;
 
-    // A property is never without its declaration: what is moved is copied.
+    // A property always has its declaration, so moving one copies it.
     Property(Property const&) noexcept = default;
     Property& operator=(Property const&) noexcept = default;
     ~Property() = default;
@@ -217,10 +222,10 @@ public:
     [[nodiscard]] T fallback() const { return _declared->fallback(); }
 
     /**
-     * The value in force: the override, or that of the first scope that has one; without the user scope if the
-     * administrator has locked the setting. It is the fallback if there is none, and if it is of another kind, is not
-     * valid for the type, or is not allowed by the declaration. Nothing that the register contains makes it throw; an
-     * exception of a function that computes the fallback reaches the caller.
+     * The value in force: the override, or the value in the first scope that has one; the user scope is left out if the
+     * administrator has locked the setting. The result is the fallback if there is no value, or if the value is of
+     * another kind, is not valid for the type, or is not allowed by the declaration. Nothing that the register contains
+     * makes it throw; an exception of a function that computes the fallback reaches the caller.
      * Locks: the settings' lock. For a type of at most 8 bytes that can be copied bytewise, such as `int`, `double`,
      * `bool` and enums: none if neither the register nor an override has changed since the value was last read.
      */
@@ -233,17 +238,19 @@ public:
     [[nodiscard]] std::string problem() const { return _declared->problem(); }
 
     /**
-     * Writes the value to the user scope, as `write` does. If the user scope has that value already, nothing is written
-     * and no listener is notified. While the setting is overridden, the value is stored and announced like any other,
-     * and `get` still returns the override.
-     * Errors: `utils::Exception` if the declaration does not allow the value, or the administrator has locked the
-     * setting, whatever the value; those of `write`.
+     * Writes the value to the user scope, as `write` does. If the user scope already has that value, nothing is written
+     * and no listener is notified. While the setting is overridden, the value is stored and announced as usual, and
+     * `get` still returns the override.
+     * Errors: `utils::Exception` if the declaration does not allow the value, or if the administrator has locked the
+     * setting, even if the value is the same; those of `write`.
      */
     void set(T const& value, void* sender = nullptr) const {
         _declared->store(_declared->allowed(value), sender);
     }
 
-    /** The same for a value of another type that can lose nothing. An `int` is refused if `T` does not have it. */
+    /**
+     * The same for a value of another type that converts without loss. An `int` that `T` cannot represent is refused.
+     */
     template <class Other, std::enable_if_t<detail::isAllowed<T, Other>, int> = 0>
     void set(Other const& value, void* sender = nullptr) const {
         set(_declared->converted(value), sender);
@@ -251,13 +258,13 @@ public:
     template <class Other, std::enable_if_t<!detail::isAllowed<T, Other>, int> = 0>
     void set(Other const& value, void* sender = nullptr) const = delete;
 
-    /** Whether the user scope has a value of any type, even if it is not in force; a group does not count. */
+    /** Whether the user scope has a value, of any type, even if it is not in force. A group does not count. */
     [[nodiscard]] bool isSet() const { return detail::isSet(name()); }
 
     /**
-     * Removes the value from the user scope, so that another scope's value or the fallback is in force again,
-     * and notifies the listeners except those of `sender`. Groups that become empty are removed. Does nothing if the
-     * value is not set. A locked setting may be reset: the user's value is not in force anyway.
+     * Removes the value from the user scope, so that another scope's value or the fallback comes into force, and
+     * notifies the listeners except those of `sender`. Groups that become empty are removed. Does nothing if the user
+     * scope has no value. A locked setting may be reset: the user's value is not in force anyway.
      */
     void reset(void* sender = nullptr) const { detail::reset(name(), sender); }
 
@@ -265,17 +272,18 @@ public:
     [[nodiscard]] bool isLocked() const { return velmorand::isLocked(name()); }
 
     /**
-     * Puts a value in force in this process, in place of what the scopes have: for an option of the command line, such
-     * as `--theme dark`. All declarations of the name, and `read`, see it; no scope has it, so it is never saved, and
-     * `Group` neither lists nor copies it. It replaces an earlier override, and lasts until `clearOverride` or the end
-     * of the process, not only as long as this object. A forked child process keeps the overrides of its parent.
+     * Puts a value in force in this process, in place of the values in the scopes: for a command-line option such as
+     * `--theme dark`. All declarations of the name, and `read`, return it. It is not in any scope, so it is never
+     * saved, and `Group` neither lists nor copies it. It replaces an earlier override, and lasts until `clearOverride`
+     * or the end of the process, even if this object is destroyed before. A forked child process keeps its parent's
+     * overrides.
      *
-     * Notifies the listeners, except those of `sender`, if this changes the value in force. If the administrator
-     * locks the setting later, the administrator's value is in force for as long as it is locked.
-     * Errors: `utils::Exception`, with nothing changed, if the declaration does not allow the value, the administrator
-     * has locked the setting, or it is not a name; and after the register's end. What a listener
-     * throws, with the override in place.
-     * Locks: the settings' lock. It opens the settings if nothing has yet: create the `LiveSettings` first.
+     * Notifies the listeners, except those of `sender`, if this changes the value in force. If the administrator locks
+     * the setting later, the administrator's value is in force for as long as it is locked.
+     * Errors: `utils::Exception`, with nothing changed, if the declaration does not allow the value, if the
+     * administrator has locked the setting, if the setting's name is not valid, or after the register's end. What a
+     * listener throws, with the override in place.
+     * Locks: the settings' lock. It opens the settings if they are not open yet: create the `LiveSettings` first.
      */
     void override(T const& value, void* sender = nullptr) const {
         _declared->override(_declared->allowed(value), sender);
@@ -292,12 +300,12 @@ public:
     ///@}
 
     /**
-     * Removes the override, whoever has made it, and notifies the listeners, except those of `sender`, if this changes
+     * Removes the override, no matter who set it, and notifies the listeners, except those of `sender`, if this changes
      * the value in force. Does nothing without an override. Locks: the settings' lock.
      */
     void clearOverride(void* sender = nullptr) const { detail::clearOverride(name(), sender); }
 
-    /** Whether an override is in force: there is one, and the administrator has not locked the setting. */
+    /** Whether an override is in force: one is set, and the administrator has not locked the setting. */
     [[nodiscard]] bool isOverridden() const { return detail::isOverridden(name()); }
 
 private:

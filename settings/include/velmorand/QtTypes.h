@@ -20,14 +20,14 @@
 #include "velmorand/Stored.h"
 
 /**
- * QtCore's types as settings.
+ * Types of QtCore as settings.
  *
  * | type                                          | stored as                                                        |
  * |-----------------------------------------------|------------------------------------------------------------------|
  * | `QString`                                     | a string, in UTF-8                                               |
  * | `QStringList`                                 | a list of such strings                                           |
  * | `QByteArray`                                  | a string of any bytes                                            |
- * | `QUrl`                                        | a string, with everything encoded that has to be                 |
+ * | `QUrl`                                        | a string, percent-encoded where necessary                        |
  * | `QDateTime`                                   | a string in ISO 8601: "2026-03-01T08:30:00.000+01:00"            |
  * | an enum with `Q_ENUM` or `Q_ENUM_NS`          | a string, the name of the enumerator                             |
  *
@@ -35,6 +35,8 @@
  *
  * Null and empty values are stored alike. They are read as an empty `QString`, `QByteArray` or `QUrl`, and as a null
  * `QDateTime`.
+ *
+ * Guide: docs/types.md#types-of-qt.
  */
 namespace velmorand {
 
@@ -42,7 +44,7 @@ template <>
 struct VELMORAND_SETTINGS_EXPORT Stored<QString> {
     using Type = std::string;
 
-    /** Errors: `utils::Exception` for a text that UTF-8 does not have, with half of a surrogate pair. */
+    /** Errors: `utils::Exception` for text that UTF-8 cannot represent because of an unpaired surrogate. */
     static std::string store(QString const& text);
     static std::optional<QString> load(std::string const& bytes);
     static std::string expected() { return "text in UTF-8"; }
@@ -90,14 +92,15 @@ struct VELMORAND_SETTINGS_EXPORT Stored<QUrl> {
 };
 
 /**
- * The moment survives, to the millisecond, and its offset from UTC, to the minute; the name of the time zone does not.
- * Text without an offset is not valid: which moment it is would depend on the machine. The milliseconds may be missing.
+ * Keeps the point in time, to the millisecond, and its offset from UTC, to the minute, but not the name of the time
+ * zone. Text without an offset is invalid, because its meaning would depend on the machine. The milliseconds are
+ * optional.
  */
 template <>
 struct VELMORAND_SETTINGS_EXPORT Stored<QDateTime> {
     using Type = std::string;
 
-    /** Errors: `utils::Exception` for an invalid time that is not null, and outside the years 1 to 9999. */
+    /** Errors: `utils::Exception` for an invalid time that is not null, and for a year outside 1 to 9999. */
     static std::string store(QDateTime const& time);
     static std::optional<QDateTime> load(std::string const& text);
     static std::string expected() {
@@ -107,7 +110,7 @@ struct VELMORAND_SETTINGS_EXPORT Stored<QDateTime> {
 
 namespace detail {
 
-/** The names that QtCore knows of an enum. */
+/** The enumerators' names that QtCore has for an enum. */
 template <class Enum>
 struct MetaNames {
     static std::vector<EnumName<Enum>> names() {
@@ -120,7 +123,7 @@ struct MetaNames {
     }
 };
 
-/** Whether an enum has a `Q_ENUM` or `Q_ENUM_NS`, which make this function. */
+/** Whether an enum has a `Q_ENUM` or `Q_ENUM_NS`, which declare this function. */
 template <class Enum, class Enable = void>
 inline constexpr bool hasMetaNames = false;
 template <class Enum>

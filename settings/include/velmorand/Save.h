@@ -5,27 +5,33 @@
 
 #include "velmorand/Export.h"
 
-/** Saving now, with a result to show to the user. */
+/**
+ * Saves on request, with a result that can be shown to the user.
+ *
+ * Guide: docs/register.md#without-live-settings.
+ */
 namespace velmorand {
 
 /** The result of a save. */
 struct SaveResult {
-    bool saved;         ///< whether the file holds the settings and survives a power failure
-    std::string reason; ///< if not: the file and the system's reason; empty after a successful save
+    bool saved; ///< whether the file holds the settings and survives a power failure
+    std::string
+        reason; ///< why it is not saved: the file and the system's reason; empty after a successful save
 };
 
 /**
- * Saves the user's settings, replacing the register file in one step. A failed save leaves the file as it was;
- * if only the last step failed, making the replacement durable, the new file is in place but may be lost in a
+ * Saves the user's settings, replacing the register file atomically. A failed save leaves the file as it was, unless
+ * only the last step failed, which makes the replacement durable: then the new file is in place but may be lost in a
  * power failure.
  *
  *     if (SaveResult const result = saveSettings(); !result.saved)
  *         std::cerr << "settings not saved: " << result.reason << '\n';
  *
- * Errors: only those of opening the register, if nothing has opened it yet; every failure of the save itself is
- * in the result, as is a call after the register's end, while the process exits.
- * With live settings it does what `LiveSettings::sync` does.
- * Locks: takes the settings' lock to copy one moment's settings, and gives it back before it waits for the disk.
+ * Errors: only those of opening the register, if it has not been opened yet. Every failure of the save itself is in the
+ * result, as is a call after the register's end, while the process exits. With live settings it does the same as
+ * `LiveSettings::sync`.
+ * Locks: takes the settings' lock to copy a consistent snapshot of the settings, and releases it before it waits for
+ * the disk.
  */
 [[nodiscard]] VELMORAND_SETTINGS_EXPORT SaveResult saveSettings();
 

@@ -3,7 +3,7 @@
 
 #include <utils/properties/Types.h>
 
-/** The register's names that applications use, in the namespace they use. */
+/** The names of the register that applications use, in this library's namespace. */
 namespace velmorand {
 
 using utils::Exception;

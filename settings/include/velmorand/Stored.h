@@ -14,12 +14,12 @@
 /**
  * The types that a setting can have.
  *
- * The register keeps eight kinds of value: `std::string`, `double`, `int`, `bool`, and a `std::vector` of each.
- * `Stored<T>` says which of them a type is stored as and converts both ways. Built in:
+ * The register stores eight kinds of value: `std::string`, `double`, `int`, `bool`, and a `std::vector` of each.
+ * `Stored<T>` states which of them a type is stored as, and converts in both directions. Built in:
  *
  * | type                                             | stored as                                                |
  * |--------------------------------------------------|----------------------------------------------------------|
- * | `std::string`, `double`, `int`, `bool`           | themselves                                               |
+ * | `std::string`, `double`, `int`, `bool`           | the same type                                            |
  * | `signed char`, `short`, their unsigned forms     | an integer                                               |
  * | `unsigned`, `float`                              | a number                                                 |
  * | `long`, `long long`, their unsigned forms        | a string of decimal digits                               |
@@ -28,8 +28,10 @@
  * | `std::filesystem::path`                          | a string, the path's bytes                               |
  * | a `std::vector` of one of these                  | a list                                                   |
  *
- * Types of Qt are in QtTypes.h. The table does not depend on the machine, so that a register file means the same
- * everywhere: `long` is a string even where it has 32 bits.
+ * QtTypes.h adds types of Qt. The table is the same on every machine, so that register files are portable: `long` is a
+ * string even where it has 32 bits.
+ *
+ * Guide: docs/types.md#a-type-of-your-own.
  */
 namespace velmorand {
 
@@ -41,7 +43,7 @@ struct BuiltIn;
 } // namespace detail
 
 /**
- * How a type is stored. Specialise it to give settings a type of your own:
+ * How a type is stored. Specialise it to use a type of your own for settings:
  *
  *     template <>
  *     struct velmorand::Stored<Colour> {
@@ -51,8 +53,8 @@ struct BuiltIn;
  *         static std::string expected() { return "a colour such as #ff8000"; } // optional, for messages
  *     };
  *
- * `store` may throw if a value cannot be stored. `load` must depend on its argument alone, because its result is kept
- * until the register changes. If it throws, the value is not valid.
+ * `store` may throw if a value cannot be stored. The result of `load` must depend only on its argument, because it is
+ * cached until the register changes. If `load` throws, the value is invalid.
  */
 template <class T>
 struct Stored : detail::BuiltIn<T> {};
@@ -93,7 +95,7 @@ struct RequireStored {
 template <class T>
 using StoredType = typename RequireStored<T>::Type;
 
-/** A whole number in a string of decimal digits, with "-" before it if it is negative. */
+/** Parses a whole number in decimal digits, with a "-" if it is negative; returns nothing if it is invalid. */
 VELMORAND_SETTINGS_EXPORT std::optional<std::int64_t> signedWhole(std::string const& text);
 VELMORAND_SETTINGS_EXPORT std::optional<std::uint64_t> unsignedWhole(std::string const& text);
 
@@ -142,7 +144,7 @@ struct BuiltIn<T, std::enable_if_t<isLong<T>>> {
     static constexpr char const* format = "whole";
 };
 
-/** Whether `T` is `std::filesystem::path`, whose header is long. */
+/** Whether `T` is `std::filesystem::path`. Does not include its header, which is large. */
 template <class T, class = void>
 inline constexpr bool isPath = false;
 template <class T>
