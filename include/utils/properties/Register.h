@@ -15,9 +15,9 @@
 #include "utils/properties/Types.h"
 
 /**
- * Whether `file` exists under the directory `root` or could be put there: if it is missing, its directory
- * part must exist under `root`, or is made now (one level). A bare file name has no directory part, so it
- * passes under any root; `root` itself is not examined. Both are UTF-8.
+ * Whether `file` exists under the directory `root` or could be created there. If it does not exist, its directory part
+ * must exist under `root`, or is created by this call (one level). A bare file name has no directory part, so it passes
+ * under any root; `root` itself is not examined. Both are UTF-8.
  * Errors: `utils::Exception` for a path of 2 GiB or more.
  * Locks: none.
  */
@@ -27,11 +27,11 @@
 namespace utils::properties {
 
 /**
- * The process's property register: named, typed settings in groups and three scopes, saved in register files
- * and watched by listeners.
+ * The process's property register: named, typed settings in groups and three scopes, saved in register files and
+ * observed by listeners.
  *
- * An application calls `initialize` once, then reads and writes through `getInstance()` from any thread. The
- * user scope is saved when the process exits, and whenever `save()` is called.
+ * An application calls `initialize` once, then reads and writes through `getInstance()` from any thread. The user scope
+ * is saved when the process exits, and whenever `save()` is called.
  *
  *     _Register::initialize("/etc/velmorand", "/home/ada/.config/velmorand");
  *     _Register* settings = _Register::getInstance();
@@ -39,48 +39,49 @@ namespace utils::properties {
  *     int width = 0;
  *     settings->_readInteger("editor/tab width", width);
  *
- * Names are UTF-8, relative to a scope, with "/" between the levels; the part before the last "/" is the
- * property's group. The tree ignores doubled, leading and trailing "/"; a level "." or ".." does not exist
- * and cannot be made.
+ * Names are UTF-8, relative to a scope, with "/" between the levels; the part before the last "/" is the property's
+ * group. The tree ignores doubled, leading and trailing "/"; a level "." or ".." does not exist and cannot be created.
  *
- * The register is an in-memory file system: a group is a directory, a property a file with one value record.
+ * The register is an in-memory file system: a group is a directory, and a property is a file with one value record.
  *
- * Locks: one recursive lock, `_mutex`, guards everything. "Takes the lock" below means for the whole call:
- * such an operation is safe from any thread, and from inside a listener. While other threads may change the
- * register, hold the lock around an operation that takes none.
+ * Locks: one recursive lock, `_mutex`, guards everything. "Takes the lock" below means for the whole call: such an
+ * operation is safe from any thread, and from inside a listener. If other threads may change the register, hold the
+ * lock around an operation that takes none.
  *
- * Errors: `utils::Exception` with a message for misuse and file failures; typed reads throw `PropertyBadType`
- * and `PropertyNotFound`. Every operation that takes a scope refuses a value other than the three with "Bad
- * scope value.". An exception leaves the lock as it was before the call.
+ * Errors: `utils::Exception` with a message for misuse and file failures; typed reads throw `PropertyBadType` and
+ * `PropertyNotFound`. Every operation that takes a scope rejects a value other than the three with "Bad scope value.".
+ * An exception leaves the lock as it was before the call.
  *
- * Exit: from the moment the register is saved, other threads that call an operation which takes the lock wait
- * until the process ends. Do not wait for such a thread in an exit handler or a destructor that runs later.
+ * Exit: from the moment the register is saved, other threads that call an operation which takes the lock wait until the
+ * process ends. Do not wait for such a thread in an exit handler or a destructor that runs later.
  *
- * Fork: if any thread holds the lock at a fork, the forking one included, it stays locked in the child for good. Such
- * a child must not call an operation that takes the lock, nor return from a listener: it should call `_exit` or start
- * another program.
+ * Fork: if any thread holds the lock at a fork, including the thread that forks, the lock stays taken in the child
+ * forever. Such a child must not call an operation that takes the lock, nor return from a listener: it should call
+ * `_exit` or start another program.
+ *
+ * Guide: docs/register.md#using-the-register-directly.
  */
 class VELMORAND_REGISTER_EXPORT _Register : public filesystem::RAMFileSystem {
 public:
     /**
      * A listener: notified of changes to the names and groups under which it is registered.
      *
-     * The register holds a plain pointer and never deletes a listener: its owner must remove its entries
-     * before destroying it. Both operations run on the thread that made the change, with the register's lock
-     * held. They may read the register, and add and remove entries, including their own. They may also change
-     * properties; such a change is announced before the call that makes it returns, so a listener must not
-     * change its own property every time it is notified.
+     * The register stores a plain pointer and never deletes a listener: its owner must remove its entries before
+     * destroying it. Both operations are called on the thread that made the change, with the register's lock held. They
+     * may read the register, and add and remove entries, including their own. They may also change properties; such a
+     * change is announced before the call that makes it returns, so a listener must not change its own property every
+     * time it is notified.
      */
     class Callback {
     public:
         virtual ~Callback() = default;
 
-        /** The property `name` has changed. The name is the one its writer gave, without the scope. */
+        /** Called when the property `name` has changed. The name is the one that its writer gave, without the scope. */
         virtual void propertyChanged(std::string const& name) = 0;
 
         /**
-         * Who owns this listener: it is not notified of changes made by this `sender`. The pointer is only
-         * compared, never dereferenced.
+         * The owner of this listener: the listener is not notified of changes whose `sender` equals it. The pointer is
+         * only compared, never dereferenced.
          */
         virtual void* owner() = 0;
     };
@@ -89,53 +90,52 @@ public:
     _Register& operator=(_Register const&) = delete;
 
     /**
-     * Saves the user scope as `save()` does, then destroys everything but the listeners, which it does not
-     * touch. The process's register is destroyed at exit, after every exit handler that was registered later
-     * than the first `getInstance()`. A forked child that exits saves as well, over the same file, even if it
-     * changed nothing; `_exit` and a successful exec save nothing.
-     * Errors: what the file system throws while saving, after everything has been destroyed.
-     * Locks: none. At exit a handler has taken the lock just before, for good, so that no other thread
-     * changes what is saved. It waits for the lock at most one second; if another thread holds it longer, or
-     * held it when this process was forked, the register is saved and destroyed without it.
+     * Saves the user scope as `save()` does, then destroys everything but the listeners, which it does not touch. The
+     * process's register is destroyed at exit, after all exit handlers that were registered after the first
+     * `getInstance()`. A forked child that exits also saves, to the same file, even if it changed nothing; `_exit` and
+     * a successful exec save nothing.
+     * Errors: exceptions of the file system while saving, after everything has been destroyed.
+     * Locks: none. At exit a handler has taken the lock just before, permanently, so that no other thread changes what
+     * is saved. It waits for the lock for at most one second; if another thread holds it longer, or held it when this
+     * process was forked, the register is saved and destroyed without it.
      */
     ~_Register() noexcept(false) override;
 
     /**
      * The process's register, never null. The first call builds and loads it. The library owns it.
-     * Errors: what `load` throws; nothing has been built then, and the next call tries again.
+     * Errors: those of `load`; nothing has been built then, and the next call tries again.
      * Locks: takes the lock.
      */
     static _Register* getInstance();
 
     /**
-     * Sets the two register directories (UTF-8), builds the register from them, and records them as the
-     * string properties "UserDataPath" and "GlobalDataPath" in the temporary scope, each followed by a
-     * `save()`.
+     * Sets the two register directories (UTF-8), builds the register from them, and records them as the string
+     * properties "UserDataPath" and "GlobalDataPath" in the temporary scope, each followed by a `save()`.
      *
-     * Call it once, before any other use. If the register has been built already, it changes where `save`
-     * writes but loads nothing: the register's content then replaces that of the user's file. The user
-     * directory should exist: a directory that is missing or cannot be written is not reported, here or by
-     * `save`. A relative directory is resolved at each save. A global directory may lack a register file.
-     * Errors: `utils::Exception` "User register not found" if the register file's name has a directory part
-     * that cannot be made in the user directory; what `load` throws.
+     * Call it once, before any other use. If the register has already been built, it changes where `save` writes but
+     * loads nothing: the register's content then replaces the content of the user's file. The user directory should
+     * exist: neither this function nor `save` reports a directory that is missing or not writable. A relative directory
+     * is resolved at each save. A global directory need not contain a register file.
+     * Errors: `utils::Exception` "User register not found" if the register file's name has a directory part that cannot
+     * be created in the user directory; those of `load`.
      * Locks: none for the directories; call it before other threads use the register.
      */
     static void initialize(std::string const& globalPath, std::string const& userPath);
 
     /**
-     * Reads the register files into the global and the user scope; the constructor calls it. A missing file
-     * leaves its scope as it is, which is empty at construction. A later call replaces the scopes whose files
-     * are there, which discards their unsaved changes, and notifies no listener.
-     * Errors: `utils::Exception` "Can't open " + the file if it is there but cannot be opened, or the reason
-     * why its content is refused; the scope is then as it was.
+     * Reads the register files into the global and the user scope; the constructor calls it. If a file does not exist,
+     * its scope is unchanged; at construction it is empty. A later call replaces the scopes whose files exist, which
+     * discards their unsaved changes, and notifies no listener.
+     * Errors: `utils::Exception` "Can't open " + the file if it exists but cannot be opened, or the reason why its
+     * content is rejected; the scope is then unchanged.
      * Locks: none; hold `*_mutex` around it while other threads use the register.
      */
     void load();
 
     /**
      * Writes the whole user scope to the user register file, replacing it atomically.
-     * Errors: what serialising throws. Intentional: a file that cannot be written is not reported; it stays
-     * as it was.
+     * Errors: exceptions of the serialisation. Intentional: a file that cannot be written is not reported; it stays
+     * unchanged.
      * Locks: none; hold `*_mutex` around it for a consistent snapshot while other threads write.
      */
     void save() const;
@@ -160,22 +160,22 @@ public:
     [[nodiscard]] std::string _locateProperty(std::string const& name) const;
 
     /**
-     * Makes a group and its missing parent groups. Does nothing for a name that exists, and reports nothing
-     * if the group cannot be made.
+     * Creates a group and its missing parent groups. Does nothing if the name exists, and reports nothing if the group
+     * cannot be created.
      * Locks: none.
      */
     void addGroup(std::string const& name, RegisterScope scope);
 
     /**
-     * Makes an empty property and its missing groups. Does nothing for a name that exists, and reports
-     * nothing if the property cannot be made. No listener is notified.
+     * Creates an empty property and its missing groups. Does nothing if the name exists, and reports nothing if the
+     * property cannot be created. Notifies no listener.
      * Locks: takes the lock.
      */
     void addProperty(std::string const& name, RegisterScope scope);
 
     /**
-     * Removes a property, or a group with everything in it. Does nothing for a name that does not exist. The
-     * empty name removes the whole scope, which the next write makes again. No listener is notified.
+     * Removes a property, or a group with everything in it. Does nothing if the name does not exist. The empty name
+     * removes the whole scope, which the next write creates again. Notifies no listener.
      * Locks: takes the lock.
      */
     void delProperty(std::string const& name, RegisterScope scope);
@@ -201,22 +201,20 @@ public:
                                                               RegisterScope scope) const;
 
     /**
-     * Opens a property's record; `mode` is that of `open`. The caller must give the handle back with
-     * `closeProperty`.
-     * Errors: `utils::Exception`: "Group " + group + " does not exist !" if no scope has the group of `name`,
-     * "Cannot open property named " + `name` + " !" if the file cannot be opened.
+     * Opens a property's record; `mode` is that of `open`. The caller must close the handle with `closeProperty`.
+     * Errors: `utils::Exception`: "Group " + group + " does not exist !" if no scope has the group of `name`, "Cannot
+     * open property named " + `name` + " !" if the file cannot be opened.
      * Locks: takes the lock.
      */
     [[nodiscard]] filesystem::FileHandle*
     openProperty(std::string const& name, filesystem::FileSystem::FileSystemMode mode, RegisterScope scope);
 
-    /** Gives a handle of `openProperty` back. Locks: none. */
+    /** Closes a handle of `openProperty`. Locks: none. */
     void closeProperty(filesystem::FileHandle& handle);
 
     /**
-     * The tag of the value that readers find under `name`. If it is a list and `elementType` is not null, the
-     * element tag is stored there. Unknown tags are returned as they are; an empty property and a group give
-     * 0.
+     * The tag of the value that readers find under `name`. If it is a list and `elementType` is not null, stores the
+     * element tag there. Unknown tags are returned unchanged; the result for an empty property or a group is 0.
      * Errors: `PropertyNotFound`.
      * Locks: takes the lock.
      */
@@ -224,14 +222,13 @@ public:
 
     ///@{
     /**
-     * The writers store a value under `name` in `scope`, replacing whatever was there, and make the property
-     * and its groups if they are missing. Before they return they notify the listeners, except those whose
-     * owner is `sender`. A value that equals the old one is written and announced as well. Nothing is saved.
-     * The value is read only once the lock is held, so its owner may guard it with that lock.
-     * Errors: `utils::Exception` if the property cannot be opened for writing: its path and " no such
-     * property" from `_writeString`, `name` and " no such property." from the others; no listener is notified
-     * then. What a listener throws, after the value is written; the name stays pending, and is announced
-     * again with the next change.
+     * The writers store a value under `name` in `scope`, replacing any previous value, and create the property and its
+     * groups if they do not exist. Before returning they notify the listeners, except those whose owner is `sender`. A
+     * value that equals the old one is written and announced as well. They do not save. The value is read only once the
+     * lock is held, so its owner may guard it with that lock.
+     * Errors: `utils::Exception` if the property cannot be opened for writing: its path and " no such property" from
+     * `_writeString`, `name` and " no such property." from the others; no listener is notified then. Exceptions of
+     * listeners, after the value is written; the name stays pending, and is announced again with the next change.
      * Locks: take the lock, and hold it while they notify.
      */
     void _writeString(void* sender, std::string const& name, std::string const& value, RegisterScope scope);
@@ -250,11 +247,10 @@ public:
 
     ///@{
     /**
-     * The readers store the value of `name`, from the first scope that holds it, in the caller's variable,
-     * replacing its content. They do not convert one kind of value to another.
-     * Errors: `PropertyNotFound` if no scope holds the name; `PropertyBadType` if the value is of another
-     * kind or the name is a group (for `_readString` a group is `PropertyNotFound`). The variable is
-     * untouched then.
+     * The readers store the value of `name`, from the first scope that has it, in the caller's variable, replacing its
+     * content. They do not convert one kind of value to another.
+     * Errors: `PropertyNotFound` if no scope has the name; `PropertyBadType` if the value is of another kind or the
+     * name is a group (for `_readString` a group is `PropertyNotFound`). The variable is unchanged then.
      * Locks: take the lock.
      */
     void _readString(std::string const& name, std::string& value);
@@ -268,28 +264,28 @@ public:
     ///@}
 
     /**
-     * Announces every pending name, in byte order: notifies the listeners registered under it, then those
-     * under each enclosing group, the innermost first, except the listeners whose owner is `sender`. The
-     * names stay pending until every listener has been called. Called from inside a listener, it leaves out
-     * the names that are being announced already.
-     * Errors: what a listener throws; the remaining listeners are not called, and every name stays pending.
+     * Announces every pending name, in byte order: notifies the listeners registered under it, then those under each
+     * enclosing group, innermost first, except the listeners whose owner is `sender`. The names stay pending until
+     * every listener has been called. If called from inside a listener, it skips the names that are already being
+     * announced.
+     * Errors: exceptions of listeners; the remaining listeners are not called, and every name stays pending.
      * Locks: takes the lock.
      */
     void notify(void* sender);
 
     /**
      * Records a change made by other means, and announces everything that is pending.
-     * Locks: takes the lock for the announcement only. Intentional: recording takes none, so call this with
-     * the lock held, or while no other thread uses the register.
+     * Locks: takes the lock for the announcement only. Intentional: recording takes no lock, so call this with the lock
+     * held, or while no other thread uses the register.
      */
     void markAsChanged(void* sender, std::string const& name);
 
     /**
-     * Registers a listener under the name of a property, or under that of a group for everything in it. It
-     * may be registered more than once, and is then notified once for each entry; the entries of one key are
-     * notified in the order in which they were added. Keys and names are compared as they are written, byte
-     * by byte: a listener under "a/b" is not notified of "/a/b" or "a//b", and a key must not end in "/". An
-     * entry added while a change of its key is being announced counts from the next change on.
+     * Registers a listener under the name of a property, or under the name of a group for everything in it. A listener
+     * that is registered more than once is notified once for each entry; the entries of one key are notified in the
+     * order in which they were added. Keys and names are compared as written, byte by byte: a listener under "a/b" is
+     * not notified of "/a/b" or "a//b", and a key must not end in "/". An entry added while a change of its key is
+     * being announced takes effect from the next change on.
      * Errors: `utils::Exception` "Null callback.".
      * Locks: takes the lock.
      * Owner: the caller keeps the listener.
@@ -304,18 +300,16 @@ public:
     void removeCallback(std::string const& key, Callback* callback);
 
     /**
-     * Removes every entry of a listener under any key; otherwise like the form with a key.
+     * Removes every entry of a listener under any key; otherwise like the overload with a key.
      * Locks: takes the lock.
      */
     void removeCallback(Callback* callback);
 
-    /** The process's one lock, never destroyed. Callers may hold it around several operations. */
+    /** The process-wide lock, never destroyed. Callers may hold it around several operations. */
     static boost::recursive_mutex* _mutex;
 
 protected:
-    /**
-     * Makes the three scopes and loads the register files. Only `getInstance()` makes the process's register.
-     */
+    /** Creates the three scopes and loads the register files. Only `getInstance()` creates the process's register. */
     _Register();
 
     static std::string _VL_REGISTER_NAME;   ///< the register file's name in both directories
@@ -324,7 +318,7 @@ protected:
     static std::string _UserRegisterPath;   ///< the directory of the user register file
     static bool _haveGlobalRegister;        ///< whether `load` reads the global register file
 
-    std::set<std::string> _changedProperties;         ///< names changed and not yet announced to the end
+    std::set<std::string> _changedProperties;         ///< names changed and not yet completely announced
     std::multimap<std::string, Callback*> _callbacks; ///< listeners by name; the pointers are not owned
 
 private:
@@ -332,7 +326,7 @@ private:
 
     static bool _test_register_file(std::string const& root);
 
-    /** `markAsChanged` for the writers. The lock is held. Without listeners nothing is recorded. */
+    /** `markAsChanged` for the writers. The lock must be held. Without listeners nothing is recorded. */
     void announceChange(void* sender, std::string const& name);
 };
 

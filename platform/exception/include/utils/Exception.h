@@ -8,12 +8,12 @@
 namespace utils {
 
 /**
- * A failure that carries a message for people.
+ * A failure that carries a human-readable message.
  *
- * Thrown by value. It derives from `std::exception`, so a handler for that catches it as any other failure.
+ * Thrown by value. It derives from `std::exception`, so a handler for `std::exception` catches it.
  *
- * Threads: distinct objects are independent; copies share their message, which never changes, so they may be
- * read and destroyed on different threads. Copying never throws.
+ * Threads: distinct objects are independent. Copies share their message, which never changes, so they may be read and
+ * destroyed on different threads. Copying never throws.
  */
 class __attribute__((visibility("default"))) Exception : public std::exception {
 public:
@@ -21,14 +21,14 @@ public:
     Exception() noexcept;
 
     /**
-     * An exception with a copy of a zero-terminated message; null is taken as the empty message.
-     * Errors: `std::bad_alloc` when the copy cannot be made.
+     * An exception with a copy of a zero-terminated message; null counts as the empty message.
+     * Errors: `std::bad_alloc` if the message cannot be copied.
      */
     explicit Exception(char const* message);
 
     /**
      * An exception with a copy of `message`.
-     * Errors: `std::bad_alloc` when the copy cannot be made.
+     * Errors: `std::bad_alloc` if the message cannot be copied.
      */
     explicit Exception(std::string const& message);
 
@@ -37,7 +37,7 @@ public:
     ~Exception() override;
 
     /**
-     * The message, UTF-8, zero-terminated. It belongs to the exception and lives as long as any copy of it.
+     * The message: UTF-8, zero-terminated. It belongs to the exception and is valid as long as any copy of it exists.
      */
     [[nodiscard]] char const* what() const noexcept override;
 

@@ -11,14 +11,14 @@ namespace filesystem {
 class RAMFileSystem;
 
 /**
- * Makes a file system in memory add to `counter` with every operation that changes a file or a directory, for code
- * that keeps copies and must notice, without using the file system, that they may be out of date. It may add more
- * than one for a change. Replaces the counter set before.
+ * Lets an in-memory file system increase `counter` with every operation that changes a file or a directory. For code
+ * that caches copies and must detect, without using the file system, that they may be out of date. One change may
+ * increase the counter more than once. Replaces the previous counter.
  *
- * `counter` must outlive the file system, and no other file system may add to it: adding is a plain load and store,
- * ordered only by what orders the changes themselves. Any thread may read it at any time.
+ * `counter` must outlive the file system, and no other file system may use it: it is increased by a plain load and
+ * store, ordered only by the synchronisation of the changes themselves. Any thread may read it at any time.
  *
- * Locks: none; the rules are the file system's.
+ * Locks: none; the file system's rules apply.
  */
 VELMORAND_FILESYSTEM_EXPORT void countChanges(RAMFileSystem& fileSystem,
                                               std::atomic<std::uint64_t>& counter) noexcept;

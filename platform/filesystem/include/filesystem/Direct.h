@@ -15,13 +15,13 @@ namespace filesystem {
 class RAMFileSystem;
 
 /**
- * Direct access to what a file system in memory holds: whole files at once, by UTF-8 paths, with no handle,
- * no conversion of names and no virtual call. For a class derived from `RAMFileSystem` whose own operations
- * must be fast and that knows that nothing overrides the file system's.
+ * Direct access to the content of an in-memory file system: whole files at once, by UTF-8 paths, without handles,
+ * conversion of names or virtual calls. For a class derived from `RAMFileSystem` whose own operations must be fast and
+ * which knows that nothing overrides the operations of the file system.
  *
- * A place is given as a first-level directory and a path below it, as elsewhere: empty levels mean nothing.
+ * A location is given as a first-level directory and a path below it; as elsewhere, empty levels are ignored.
  * Errors: `utils::Exception` for a path of 2 GiB or more that is not ASCII.
- * Locks: none; the rules are the file system's.
+ * Locks: none; the file system's rules apply.
  */
 namespace direct {
 
@@ -32,24 +32,24 @@ struct Entry {
     std::string_view content; ///< of a file; valid until the file system is next changed
 };
 
-/** What stands at `path` in the first of these directories that have something there. */
+/** The entry at `path` in the first of these directories that has one. */
 [[nodiscard]] VELMORAND_FILESYSTEM_EXPORT Entry find(RAMFileSystem const& fileSystem,
                                                      std::initializer_list<std::string_view> directories,
                                                      std::string_view path);
 
 /**
- * Gives the file at a place, which is made when it is missing, a content of `size` bytes.
- * Result: the first of them, for the caller to fill before the file system is used again; null, with nothing
- * changed, when the directory around the place is missing, the place is a directory, its name is invalid, or the
- * size is more than a file can hold.
+ * Gives the file at a location, which is created if it does not exist, a content of `size` bytes.
+ * Result: a pointer to the first byte, for the caller to fill in the content before the file system is used again;
+ * null, with nothing changed, if the parent directory does not exist, the location is a directory, its name is invalid,
+ * or a file cannot hold `size` bytes.
  * Errors: `std::bad_alloc`; nothing has changed.
  */
 [[nodiscard]] VELMORAND_FILESYSTEM_EXPORT char* rewrite(RAMFileSystem& fileSystem, std::string_view directory,
                                                         std::string_view path, std::size_t size);
 
 /**
- * Makes the directory `around`, as `makeDirectories` does, and then gives the file at `path` a content, as
- * `rewrite` does.
+ * Creates the directory `around`, as `makeDirectories` does, and then gives the file at `path` a content, as `rewrite`
+ * does.
  * Errors: `std::bad_alloc`; nothing has changed.
  */
 [[nodiscard]] VELMORAND_FILESYSTEM_EXPORT char* make(RAMFileSystem& fileSystem, std::string_view directory,
@@ -57,49 +57,52 @@ struct Entry {
                                                      std::size_t size);
 
 /**
- * Makes the directory at a place and those above it that are missing.
- * Result: whether it is there; false when a file is in the way or a name is invalid; those above it are made.
+ * Creates the directory at a location and its missing parents.
+ * Result: whether the directory exists now; false if a file is in the way or a name is invalid, although the
+ * directories above that are created.
  * Errors: `std::bad_alloc`; nothing has changed.
  */
 VELMORAND_FILESYSTEM_EXPORT bool makeDirectories(RAMFileSystem& fileSystem, std::string_view directory,
                                                  std::string_view path);
 
-/** What is to be at a path: a file with this content or, without one, nothing. */
+/** The new state of a path: a file with this content or, without content, nothing. */
 struct Change {
     std::string_view path;
     std::optional<std::string_view> content;
 };
 
 /**
- * Makes changes below a directory, all of them or none. Missing directories are made. A removed directory goes with
- * everything in it, and after each removal go the directories around it that are empty then, up to the first level. No
- * two changes may have the same path, and no path may be below one that is removed.
- * Result: null, or the first change that cannot be made, with nothing changed: a directory is at its path, a file is
- * where a directory is needed, a name is invalid, or the size is more than a file can hold.
+ * Makes changes below a directory, either all of them or none. Missing directories are created. A directory is removed
+ * with everything in it, and each removal also removes the directories around it that are empty afterwards, up to the
+ * first level. No two changes may have the same path, and no path may be below one that is removed.
+ * Result: null, or the first change that cannot be made, with nothing changed: its path is a directory, a file is where
+ * a directory is needed, a name is invalid, or a file cannot hold the content.
  * Errors: `std::bad_alloc`; nothing has changed.
  */
 [[nodiscard]] VELMORAND_FILESYSTEM_EXPORT Change const*
 apply(RAMFileSystem& fileSystem, std::string_view directory, std::vector<Change> const& changes);
 
 /**
- * A walk through everything below a directory, depth first, a directory before what is in it.
+ * A walk through everything below a directory, depth first, a directory before its entries.
  *
  *     for (Walk walk(files, "user"); walk.next();)
  *         if (walk.kind() == Kind::file)
  *             use(walk.path(), walk.content());
  *
- * Order: ascending by the bytes of the whole paths, in which a directory's path ends with "/": the file "a", the
- * file "a!", the directory "a/", the file "a/x".
- * Cost: a step takes time in proportion to the names that it leaves and reaches, whatever the depth; memory is in
+ * Order: ascending by the bytes of the whole paths, in which a directory's path ends with "/": the file "a", the file
+ * "a!", the directory "a/", the file "a/x".
+ * Cost: a step takes time in proportion to the names that it leaves and reaches, regardless of the depth; memory is in
  * proportion to the longest path and to the directories on it. Nothing recurses.
- * Valid until the file system is next changed: after that, only destroy it. Moved-from walks likewise.
+ * Valid until the file system is next changed; after that, the walk may only be destroyed. The same applies to a
+ * moved-from walk.
  * Locks: none; several threads may walk through one file system while none of them changes it.
  */
 class VELMORAND_FILESYSTEM_EXPORT Walk {
 public:
     /**
-     * Before the first entry below the directory at a place; the walk of anything else has no entries.
-     * Errors: `std::bad_alloc`, and those of every place.
+     * Starts before the first entry below the directory at a location. If the location is not a directory, the walk has
+     * no entries.
+     * Errors: `std::bad_alloc`, and those for every location.
      */
     explicit Walk(RAMFileSystem const& fileSystem, std::string_view directory, std::string_view path = {});
     Walk(Walk&& other) noexcept;
@@ -107,30 +110,33 @@ public:
     ~Walk();
 
     /**
-     * Goes on to the next entry. Result: whether there is one. After the last one it stays false.
-     * Errors: `std::bad_alloc`; the walk can only be destroyed then.
+     * Moves to the next entry. Result: whether there is one; after the last entry always false.
+     * Errors: `std::bad_alloc`; after that, the walk may only be destroyed.
      */
     bool next();
 
-    /** Leaves out what is in the current entry, a directory: the next entry is the one after all of it. */
+    /** Skips the entries of the current entry, a directory: the next entry is the first one after all of them. */
     void skip() noexcept;
 
     /** The kind of the current entry; `none` before the first and after the last. */
     [[nodiscard]] Kind kind() const noexcept;
 
-    /** Whether the current entry is a directory with nothing in it. */
+    /** Whether the current entry is an empty directory. */
     [[nodiscard]] bool isEmptyDirectory() const noexcept;
 
-    /** The content of the current entry, a file; empty for all else. */
+    /** The content of the current entry if it is a file; empty otherwise. */
     [[nodiscard]] std::string_view content() const noexcept;
 
     /**
-     * The path of the current entry from the walk's directory: names with one "/" between them, and another
-     * after that of a directory. It lasts until the next step.
+     * The path of the current entry relative to the walk's directory: names separated by one "/", with a trailing "/"
+     * for a directory. Valid until the next step.
      */
     [[nodiscard]] std::string_view path() const noexcept;
 
-    /** Where the current entry's own name begins in `path()`: all bytes before it are those of the last step. */
+    /**
+     * The offset in `path()` at which the current entry's own name begins: the bytes before it are those of the last
+     * step.
+     */
     [[nodiscard]] std::size_t nameBegin() const noexcept;
 
 private:

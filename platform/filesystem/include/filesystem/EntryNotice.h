@@ -9,18 +9,18 @@ namespace filesystem {
 
 class RAMFileSystem;
 
-/** Is given the UTF-8 name of an entry, which it must copy if it keeps it. */
+/** Receives the UTF-8 name of an entry, which it must copy to keep. */
 using EntryNotice = void (*)(std::string_view name);
 
 /**
- * Makes a file system in memory call `notice` before a file or directory comes to stand directly in a first-level
- * directory, by whatever operation: it is made, or its directory or the whole tree is replaced by one that has it. It
- * may be called for a name that is there already, and if the operation fails after that. Replaces the notice set before;
- * null for no notice.
+ * Lets an in-memory file system call `notice` before a file or directory appears directly in a first-level directory,
+ * no matter how: because it is created, or because its directory or the whole tree is replaced by one that contains it.
+ * `notice` may also be called for a name that already exists, and before an operation that then fails. Replaces the
+ * previous notice; null for no notice.
  *
- * `notice` must not use the file system. What it throws comes out of the operation, with nothing changed.
+ * `notice` must not use the file system. If it throws, the exception leaves the operation, with nothing changed.
  *
- * Locks: none; the rules are the file system's.
+ * Locks: none; the file system's rules apply.
  */
 VELMORAND_FILESYSTEM_EXPORT void noticeEntries(RAMFileSystem& fileSystem, EntryNotice notice) noexcept;
 

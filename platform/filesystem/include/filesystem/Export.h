@@ -3,5 +3,5 @@
 
 #include "filesystem/QtCore.h"
 
-/** Marks what the shared library offers; everything else in it is hidden. */
+/** Marks what the shared library exports; everything else in it is hidden. */
 #define VELMORAND_FILESYSTEM_EXPORT __attribute__((visibility("default")))

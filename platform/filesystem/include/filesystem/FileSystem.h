@@ -13,31 +13,30 @@
 namespace filesystem {
 
 /**
- * A tree of directories and files, reached by path.
+ * A tree of directories and files, accessed by path.
  *
- * The operations that a kind of file system answers by itself are pure; the rest are built on them here and
- * are virtual too, so that a derived class can watch or replace any of them. Their order is part of the
- * binary interface and stays.
+ * The operations that every kind of file system must implement are pure virtual. The others are implemented here in
+ * terms of them, and are virtual as well, so that a derived class can observe or replace any of them. Their order is
+ * part of the binary interface and does not change.
  *
- * Paths: levels joined by "/"; empty levels and a trailing "/" mean nothing ("/a//b/" is "/a/b"). "." and
- * ".." are not resolved: no path reaches them.
+ * Paths: levels separated by "/"; empty levels and a trailing "/" are ignored ("/a//b/" is "/a/b"). "." and ".." are
+ * not resolved: no path reaches them.
  *
- * Handles: a null handle, or one that belongs to another file system, is safe everywhere and reads as
- * nothing. A handle opened for reading cannot be written through, and the other way round. Positions and
- * sizes are in bytes.
+ * Handles: a null handle, or a handle of another file system, is safe everywhere and reads as nothing. A handle opened
+ * for reading cannot be used for writing, nor one opened for writing for reading. Positions and sizes are in bytes.
  *
  * Numbers are little-endian on every machine.
  *
- * Errors: expected failures are results; the operations throw only what they say, and `std::bad_alloc`.
+ * Errors: expected failures are results; the operations throw only what they document, and `std::bad_alloc`.
  *
- * Locks: none. Operations on one file system from several threads need a lock of the caller's, except that
- * `const` operations may run side by side.
+ * Locks: none. If several threads use one file system, the caller must lock, except that `const` operations may run
+ * concurrently.
  */
 class VELMORAND_FILESYSTEM_EXPORT FileSystem {
 public:
     enum FileSystemMode : int {
         MODE_READ = 0,  ///< an existing file, from its start
-        MODE_WRITE = 1, ///< a new, empty file, in place of what stood at the path
+        MODE_WRITE = 1, ///< a new, empty file, which replaces an existing one
     };
 
     enum FileSystemOrigin : int {
@@ -50,87 +49,87 @@ public:
     FileSystem(FileSystem const&) = delete;
     FileSystem& operator=(FileSystem const&) = delete;
 
-    /** Releases every handle that was never given back. May throw, since a derived class's may. */
+    /** Releases all handles that have not been closed. May throw, because a derived class's destructor may. */
     virtual ~FileSystem() noexcept(false);
 
-    /** The entries directly inside a directory, files and subdirectories alike; empty for anything else. */
+    /** The entries directly inside a directory, both files and subdirectories; empty for anything else. */
     [[nodiscard]] virtual std::set<DirEntry> getFileList(QString const& path) const = 0;
 
-    /** Whether a file or a directory stands at `path`. */
+    /** Whether a file or a directory exists at `path`. */
     [[nodiscard]] virtual bool exists(QString const& path) const = 0;
 
-    /** Removes a file, or a directory with all that is in it. False when nothing was removed. */
+    /** Removes a file, or a directory with everything in it. False if nothing was removed. */
     virtual bool remove(QString const& path) = 0;
 
-    /** Makes one directory, whose parent must exist. False when it was not made, even if it was there already. */
+    /** Creates one directory, whose parent must exist. False if it was not created, even if it existed already. */
     virtual bool mkdir(QString const& path) = 0;
 
     /**
-     * Opens a file and stores its handle in `*handle`. Opening for writing makes a missing file in an
-     * existing directory. False, with `*handle` set to null, when the file cannot be opened, is a directory,
-     * or `mode` is neither of the two. False for a null `handle` as well.
+     * Opens a file and stores its handle in `*handle`. Opening for writing creates a missing file in an existing
+     * directory. False, with `*handle` set to null, if the file cannot be opened, is a directory, or `mode` is not one
+     * of the two. False for a null `handle` as well.
      */
     virtual bool open(QString const& path, FileHandle** handle, FileSystemMode mode) = 0;
 
     /**
-     * Gives a handle back. True when all is well: for a file being written on disk, when the new content is
-     * in place. False for a null handle.
+     * Closes a file and releases its handle. True on success: for a file on disk that was written, when the new content
+     * is in place. False for a null handle.
      */
     virtual bool close(FileHandle* handle) = 0;
 
     /**
      * Reads up to `count` bytes into `buffer`.
-     * Result: the bytes moved. When they are fewer than `count`, `errno` is 0 at the end of the file, and says why
+     * Result: the number of bytes read. If it is less than `count`, `errno` is 0 at the end of the file, and the reason
      * on failure.
      */
     virtual long read(FileHandle* handle, void* buffer, long count) = 0;
 
     /**
      * Writes `count` bytes from `buffer` at the handle's position. With a null buffer the write fails.
-     * Result: the bytes moved, fewer on failure.
+     * Result: the number of bytes written, less than `count` on failure.
      */
     virtual long write(FileHandle* handle, void const* buffer, long count) = 0;
 
     /**
-     * Moves the handle's position to `offset` bytes from `origin`. A position before the start or past the
-     * end is refused: false, and the position stays.
+     * Moves the handle's position to `offset` bytes from `origin`. A position before the start or after the end is
+     * refused: the result is false, and the position is unchanged.
      */
     virtual bool seek(FileHandle* handle, long offset, FileSystemOrigin origin) = 0;
 
-    /** The handle's position in bytes; -1 on failure, and where a `long` has 32 bits and the position needs more. */
+    /** The handle's position in bytes; -1 on failure, or if `long` has 32 bits and the position does not fit. */
     [[nodiscard]] virtual long tell(FileHandle* handle) = 0;
 
     /**
-     * The size in bytes of the open file; -1 as from `tell`. The position stays, unless the file has become
+     * The size in bytes of the open file; -1 as for `tell`. The position is unchanged, unless the file has become
      * shorter: then it moves to the end.
      */
     [[nodiscard]] virtual long size(FileHandle* handle);
 
-    /** The size in bytes of the file at `path`; -1 when it cannot be opened for reading, and as from `tell`. */
+    /** The size in bytes of the file at `path`; -1 if it cannot be opened for reading, and as for `tell`. */
     [[nodiscard]] virtual long size(QString const& path);
 
     /** The next byte; 0 at the end of the file. */
     [[nodiscard]] virtual char readByte(FileHandle* handle);
 
-    /** The next 2 bytes as a number; 0 when fewer are left, which are then passed over. */
+    /** The next 2 bytes as a number; 0 if fewer are left, which are then skipped. */
     [[nodiscard]] virtual short readShort(FileHandle* handle);
 
-    /** The next 4 bytes as a number; 0 when fewer are left, which are then passed over. */
+    /** The next 4 bytes as a number; 0 if fewer are left, which are then skipped. */
     [[nodiscard]] virtual int readInt(FileHandle* handle);
 
     /**
-     * The next 4 bytes as a binary32 number; 0 when fewer are left, which are then passed over. On i386, where
-     * floating-point registers hand numbers on, a signalling NaN becomes a quiet one, here and in `writeFloat`.
+     * The next 4 bytes as a binary32 number; 0 if fewer are left, which are then skipped. On i386, where numbers are
+     * passed in floating-point registers, a signalling NaN becomes a quiet one, here and in `writeFloat`.
      */
     [[nodiscard]] virtual float readFloat(FileHandle* handle);
 
     /**
-     * The next `count` bytes, fewer at the end of the file; empty for a negative count, and where `size` fails.
-     * Allocates no more than the file holds, however large `count` is.
+     * The next `count` bytes, fewer at the end of the file; empty for a negative count, and if `size` fails. Allocates
+     * no more than the file holds, no matter how large `count` is.
      */
     [[nodiscard]] virtual std::string readBytes(FileHandle* handle, int count);
 
-    /** Moves the position by `count` bytes, back for a negative count, to the start or the end at most. */
+    /** Moves the position by `count` bytes, backwards for a negative count, but not beyond the start or the end. */
     virtual void skip(FileHandle* handle, int count);
 
     virtual void writeByte(FileHandle* handle, char value);
@@ -140,29 +139,28 @@ public:
 
     /**
      * Loads the shared object at `path` into the process.
-     * Result: a module for `getSymbolAddress` and `unloadModule`, which the caller gives back; null on
-     * failure.
+     * Result: a module for `getSymbolAddress`, which the caller must return with `unloadModule`; null on failure.
      */
     [[nodiscard]] virtual void* loadModule(QString const& path) = 0;
 
-    /** Gives a module back. False on failure and for null. */
+    /** Unloads a module. False on failure and for null. */
     virtual bool unloadModule(void* module) = 0;
 
     /** The address of a symbol that a module exports; null if it does not export it, and for a null module. */
     [[nodiscard]] virtual void* getSymbolAddress(void* module, QString const& symbol) = 0;
 
     /**
-     * A path in `directory` at which nothing exists: `directory`, "/", `prefix`, a number and `suffix`.
-     * Nothing is made there. Empty when all of a million names exist, or when a name seems to exist although
-     * `directory` is not a directory.
+     * A path in `directory` at which nothing exists: `directory`, "/", `prefix`, a number and `suffix`. Nothing is
+     * created there. Empty if all of a million names exist, or if a name seems to exist although `directory` is not a
+     * directory.
      */
     [[nodiscard]] virtual QString getUniqueFileName(QString const& directory, QString const& prefix,
                                                     QString const& suffix);
 
-    /** Whether a directory stands at `path`. */
+    /** Whether a directory exists at `path`. */
     [[nodiscard]] virtual bool isDirectory(QString const& path) const = 0;
 
-    /** Whether a file stands at `path`. */
+    /** Whether a file exists at `path`. */
     [[nodiscard]] virtual bool isFile(QString const& path) const = 0;
 };
 

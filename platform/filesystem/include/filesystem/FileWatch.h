@@ -10,19 +10,19 @@
 namespace filesystem {
 
 /**
- * Notices that files on disk are replaced, rewritten, created or removed, by whatever process.
+ * Detects when files on disk are replaced, rewritten, created or removed, by any process.
  *
- * It follows each path as the system does: a directory on the way that is removed and made again, or moved, and
- * a symbolic link that is repointed are noticed too. A missing file or directory is waited for. Nothing runs as
- * long as nothing happens: the caller polls `descriptor()`.
+ * It resolves each path as the system does: it also detects if a directory on the path is removed and created again, or
+ * moved, and if a symbolic link is changed. A missing file or directory is waited for. It needs no thread: the caller
+ * polls `descriptor()`.
  *
- * Locks: none; one thread at a time uses a watch.
+ * Locks: none; use a watch on one thread at a time.
  */
 class VELMORAND_FILESYSTEM_EXPORT FileWatch {
 public:
     /**
-     * Watches files by their absolute UTF-8 paths, from now on: a file that is read after this is not older than
-     * what the watch will notice.
+     * Watches files by their absolute UTF-8 paths, from now on: if a file is read after this, the watch detects all
+     * later changes.
      * Errors: none; see `isWatching`.
      */
     explicit FileWatch(std::vector<std::string> paths);
@@ -31,18 +31,19 @@ public:
     ~FileWatch();
 
     /**
-     * Whether all files are watched. Otherwise `errno` says why: the system has no watches left, or the directory of
-     * a file may not be read. `takeEvents` tries again when something else on the way to the file has changed.
+     * Whether all files are watched. Otherwise `errno` is the reason: the system has no watches left, or the directory
+     * of a file is not readable. `takeEvents` tries again when something else on the path of the file has changed.
      */
     [[nodiscard]] bool isWatching() const noexcept;
 
-    /** Readable when something has happened; -1 if nothing is watched. It may differ after `takeEvents`. */
+    /** Readable when something has happened; -1 if nothing is watched. `takeEvents` may change the descriptor. */
     [[nodiscard]] int descriptor() const noexcept;
 
     /**
-     * Takes what has happened so far, without waiting.
-     * Result: whether some file may be another one, or hold something else, than at the last call. If it was only
-     * opened for writing the answer may be true too early, but then it is true again once it has been written.
+     * Takes the events so far, without waiting.
+     * Result: whether any file may have been replaced, or its content changed, since the last call. If a file has only
+     * been opened for writing, the result may be true too early, but then it is true again once the file has been
+     * written.
      */
     bool takeEvents();
 

@@ -10,22 +10,23 @@
 namespace filesystem {
 
 /**
- * Makes a directory on disk and those around it that are missing, with mode 0700, and makes them durable. A
- * directory that exists is left as it is. The path is UTF-8.
- * Result: whether the directory is there; otherwise `errno` says why, and what could be made stays.
+ * Creates a directory on disk and its missing parents, with mode 0700, and makes them durable. An existing directory is
+ * not changed. The path is UTF-8.
+ * Result: whether the directory exists; otherwise `errno` is the reason, and the directories that could be created
+ * stay.
  */
 VELMORAND_FILESYSTEM_EXPORT bool makePrivateDirectories(std::string const& path);
 
 /**
- * The kernel's lock on a directory, by which processes take turns in replacing the files in it. The kernel
- * releases it when its holder ends, however that comes about. Reading takes no lock.
+ * The kernel's lock on a directory, with which processes take turns to replace the files in it. The kernel releases it
+ * when its holder ends, even by a crash. Reading takes no lock.
  */
 class VELMORAND_FILESYSTEM_EXPORT DirectoryLock {
 public:
     enum class Outcome {
         taken,
         timedOut,
-        failed, ///< `errno` says why
+        failed, ///< `errno` is the reason
     };
 
     /** Holds nothing. */
@@ -35,8 +36,8 @@ public:
     ~DirectoryLock();
 
     /**
-     * Waits for the lock on the directory that is at this path when the lock is taken. Where the file system has
-     * no locks, or the directory may not be read, it counts as taken.
+     * Waits for the lock on the directory that is at this path when the lock is taken, for at most `patience`. If the
+     * file system does not support locks, or the directory is not readable, it counts as taken.
      */
     [[nodiscard]] Outcome take(std::string const& path, std::chrono::milliseconds patience);
 
@@ -46,7 +47,7 @@ public:
 private:
     Outcome tryOnce(std::string const& path);
 
-    int _directory = -1; ///< held open; not where there are no locks
+    int _directory = -1; ///< held open; -1 if there are no locks
     bool _isHeld = false;
 };
 

@@ -12,17 +12,17 @@ class RAMHandles;
 class Tree;
 
 /**
- * A file system that lives in memory.
+ * A file system in memory.
  *
- * Paths are absolute; names are any Unicode text except "", ".", ".." and what contains "/". A name with
- * unpaired surrogates is invalid: nothing exists under it and nothing can be made.
+ * Paths are absolute; a name is any Unicode text except "", ".", ".." and text that contains "/". A name with unpaired
+ * surrogates is invalid: it does not exist and cannot be created.
  *
- * A file that is removed, replaced or opened again for writing while a handle is open on it leaves that
- * handle safe: it reads what is there now, or nothing. A handle costs only its own size, whatever becomes of
- * its file. A file holds less than 4 GiB, or 2 GiB on a machine of 32 bits; a write past that moves fewer bytes.
+ * A file may be removed, replaced or opened again for writing while a handle is open on it. The handle stays safe: it
+ * reads the current content, or nothing. A handle needs only its own size in memory, even if its file is removed. A
+ * file holds less than 4 GiB, or 2 GiB on a 32-bit machine; a write beyond that is short.
  *
- * Every operation takes time and memory in proportion to its path and to what it lists, removes or copies,
- * whatever the number of files; none recurses on the depth of the tree.
+ * Every operation takes time and memory in proportion to its path and to what it lists, removes or copies, regardless
+ * of the number of files. No operation recurses on the depth of the tree.
  */
 class VELMORAND_FILESYSTEM_EXPORT RAMFileSystem : public FileSystem {
 public:
@@ -33,7 +33,7 @@ public:
     [[nodiscard]] std::set<DirEntry> getFileList(QString const& path) const override;
     [[nodiscard]] bool exists(QString const& path) const override;
 
-    /** As described for every file system; the root stays, and asking for it is refused. */
+    /** As described for every file system. The root cannot be removed: the result is false. */
     bool remove(QString const& path) override;
 
     bool mkdir(QString const& path) override;
@@ -56,25 +56,24 @@ public:
     virtual void unserialize(FileHandle& handle);
 
     /**
-     * Writes the directory at `path` and everything in it to a handle of this or another file system. Equal
-     * trees give equal bytes. A path that is not a directory's, a file's included, is written as an empty
-     * directory.
+     * Writes the directory at `path` and everything in it to a handle of this or another file system. Equal trees give
+     * equal bytes. A path that is not a directory, such as that of a file, is written as an empty directory.
      *
-     * `unserialize` accepts everything that is written. Where it would not, because another thread changes the tree
-     * without a lock, nothing is written and the handle fails: closing it leaves a file on disk as it was. `errno` is
-     * then EAGAIN.
+     * `unserialize` accepts everything that is written. If it would not, because another thread changes the tree
+     * without a lock, nothing is written and the handle fails, so that closing it leaves a file on disk unchanged.
+     * `errno` is then EAGAIN.
      *
      * Result: whether everything was written.
      */
     virtual bool serialize(QString const& path, FileHandle& handle) const;
 
     /**
-     * Reads what `serialize` wrote, and puts it in place of what stands at `path`, whose parent must exist.
-     * Reading stops exactly after the tree. Memory use stays in proportion to the tree; of a file that is not one
-     * only the first bytes are read.
-     * Errors: `utils::Exception` for anything that is not a whole, undamaged tree, for a file that cannot be read
-     * and for one that is too large for the memory; this file system is then as it was. The message starts with
-     * the file's path, where it has one, and tells the three apart:
+     * Reads the output of `serialize` and replaces the entry at `path`, whose parent must exist. Reading stops exactly
+     * after the tree. Memory use is in proportion to the tree; if the file does not contain a tree, only its first
+     * bytes are read.
+     * Errors: `utils::Exception` for content that is not a complete, intact tree, for a file that cannot be read, and
+     * for a tree that is too large for the memory; this file system is then unchanged. The message starts with the
+     * file's path, if it has one, and distinguishes the three:
      *
      *     /home/ada/.config/app/Velmorand.dat: damaged: its checksum does not match
      *     /home/ada/.config/app/Velmorand.dat: cannot be read: Input/output error

@@ -16,7 +16,7 @@ namespace filesystem {
 struct IndexedTree;
 class RAMFileSystem;
 
-/** A register file in a format version that this library does not read yet. */
+/** Thrown for a register file in a later format version, which this library cannot read. */
 class VELMORAND_FILESYSTEM_EXPORT NewerFormat : public utils::Exception {
 public:
     using Exception::Exception;
@@ -25,12 +25,12 @@ public:
     ~NewerFormat() override;
 };
 
-/** One difference between two trees, or one change of a tree. */
+/** One difference between two trees, or one change to a tree. */
 struct TreeChange {
     enum class Kind {
-        removed,   ///< nothing is left at the path; a directory goes only if nothing is left in it
-        file,      ///< a file with `content`, in place of whatever is there; directories around it are made
-        directory, ///< a directory, in place of a file if there is one; directories around it are made
+        removed,   ///< removes the entry at the path; a directory is removed only if it is left empty
+        file,      ///< a file with `content` replaces any entry; missing parent directories are created
+        directory, ///< a directory replaces a file, if one exists; missing parent directories are created
     };
 
     std::string path; ///< UTF-8, relative to the tree, levels joined by single "/"
@@ -39,10 +39,10 @@ struct TreeChange {
 };
 
 /**
- * A tree of directories and files as the bytes of a register file, checked and indexed: for comparing and
+ * A tree of directories and files in the form of a register file's bytes, checked and indexed: for comparing and
  * merging trees without building them. It never changes.
  *
- * Threads: one image may be used by any number of threads at once.
+ * Threads: any number of threads may use one image at once.
  */
 class VELMORAND_FILESYSTEM_EXPORT TreeImage {
 public:
@@ -50,35 +50,35 @@ public:
     TreeImage();
 
     /**
-     * Takes the content of a register file. What follows the tree is dropped.
-     * Errors: `NewerFormat`; `utils::Exception` with what is wrong for anything else that is not a whole,
-     * undamaged tree. Memory stays in proportion to `bytes`.
+     * Takes the content of a register file. Bytes after the tree are dropped.
+     * Errors: `NewerFormat`; `utils::Exception` with the reason for any other content that is not a complete, intact
+     * tree. Memory use is in proportion to `bytes`.
      */
     explicit TreeImage(std::string bytes);
 
     /**
-     * Reads the same way, but does not examine again what the content has in common with `similar`: far faster if that
+     * The same, but does not check again the parts that the content has in common with `similar`: much faster if that
      * is most of it.
      */
     TreeImage(std::string bytes, TreeImage const& similar);
 
-    // Copies share the bytes. A move is a copy, so that no image is ever without them.
+    // Copies share the bytes. Moving copies, so that every image always has them.
     TreeImage(TreeImage const& other) = default;
     TreeImage& operator=(TreeImage const& other) = default;
     ~TreeImage() = default;
 
-    /** The directory at an absolute path of an in-memory file system; an empty tree if it does not exist. */
+    /** The directory at an absolute path of an in-memory file system; an empty tree if the directory does not exist. */
     [[nodiscard]] static TreeImage of(RAMFileSystem const& fileSystem, std::string const& path);
 
     /**
-     * Puts the tree in place of what is at an absolute path of an in-memory file system.
-     * Errors: `utils::Exception` if no directory can be made there, `std::bad_alloc`; nothing has changed.
+     * Replaces the entry at an absolute path of an in-memory file system with the tree.
+     * Errors: `utils::Exception` if a directory cannot be created there, `std::bad_alloc`; nothing has changed.
      */
     void putInto(RAMFileSystem& fileSystem, std::string const& path) const;
 
     /**
-     * The register file: a view, valid as long as this object or a copy lives. Equal trees made by this library have
-     * equal bytes.
+     * The bytes of the register file: a view, valid as long as this object or a copy of it exists. Equal trees created
+     * by this library have equal bytes.
      */
     [[nodiscard]] std::string_view bytes() const noexcept;
 
@@ -86,14 +86,14 @@ public:
     [[nodiscard]] std::size_t fileCount() const noexcept;
 
     /**
-     * What makes the other tree of this one, sorted as a tree is walked. A directory that is only in one of them
-     * is a change of its own, before those of what is in it.
+     * The changes that turn this tree into `other`, in tree order. A directory that exists in only one of them is a
+     * change of its own, before the changes of its entries.
      */
     [[nodiscard]] std::vector<TreeChange> differencesTo(TreeImage const& other) const;
 
     /**
-     * The same for one path: what makes of what this tree has at `path` and below it nothing, a file, or a
-     * directory with a tree. The empty path, for the whole tree, goes with a directory only.
+     * The same for one path: the changes that turn everything at and below `path` into nothing, a file, or a directory
+     * with a tree. The empty path, for the whole tree, is allowed only with a directory.
      */
     [[nodiscard]] std::vector<TreeChange> differencesToNothing(std::string const& path) const;
     [[nodiscard]] std::vector<TreeChange> differencesToFile(std::string const& path,
@@ -102,8 +102,8 @@ public:
                                                                  TreeImage const& tree) const;
 
     /**
-     * This tree with changes, which are sorted as a tree is walked and name each path once. If a path is a file
-     * for one change and a directory for another, the one that is higher in the tree counts.
+     * This tree with changes, which must be in tree order and name each path once. If a path is a file for one change
+     * and a directory for another, the change that is higher in the tree takes precedence.
      */
     [[nodiscard]] TreeImage with(std::vector<TreeChange> const& changes) const;
 
