@@ -49,7 +49,7 @@ SAVING = """
 Half of the settings are integers, half are short strings. A change counts as saved when it is durable and other
 processes can read it. For live settings that takes a `write` and a `LiveSettings::sync`, which also keeps the previous
 file. For LMDB and SQLite (write-ahead log, `synchronous=FULL`) it takes a transaction, which writes a few pages and not
-the whole file; for the other stores, their own way. The stores take turns, each in its own process.
+the whole file. The other stores save in their own way. The stores take turns, each in its own process.
 """
 
 HEARING = """
@@ -57,24 +57,25 @@ HEARING = """
 
 The time from the change in one process to the call of the listener in another. Live settings use a `Listener`, KConfig
 its `KConfigWatcher` and dconf its client library, both over a private D-Bus. QSettings does not notify other processes,
-so its listener watches the file, reads it again and compares the value. LMDB and SQLite are left out, as they have to
-be polled. The floor is the writer's time: a listener can run before the writer's last fsync has returned, so its time
-can be below the floor. The floor of this table was measured separately from the one above.
+so its listener watches the file, reads it again and compares the value. LMDB and SQLite are left out, because programs
+have to poll them. The floor is the time that the writer takes. A listener can run before the writer's last fsync has
+returned, so its time can be below the floor. The floor of this table was measured separately from the one above.
 """
 
 STARTING = """
 ### Starting a program
 
 The elapsed time of a whole process that starts, reads ten of 371 settings and exits. These are small programs, linked
-only with what they use; [Start and exit](#start-and-exit) has the benchmark program itself, measured at another time.
+only with what they use; [Start and exit](#start-and-exit) has the times of the benchmark program itself, measured
+separately.
 """
 
 WAITING = """
 ### Reading during a save
 
 The longest time that a single read takes, in a thread that reads without pause, during each of {saves} saves of 100,000
-settings: the median of the saves and the 95th percentile. The last column leaves out reads during which the thread only
-lost its processor to another one, which hardly happens on an idle machine.
+settings: the median of the saves and the 95th percentile. The last column leaves out reads that took long only because
+the scheduler ran another thread meanwhile, which hardly happens on an idle machine.
 """
 
 GOALS = """

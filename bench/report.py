@@ -18,16 +18,16 @@ LIMIT = "limit"
 METHOD = """\
 # Performance
 
-How fast the register is, compared with the stores that an application would use instead, and with the *limit*: a lock
-around a hash table, the least that any thread-safe store does. `scripts/bench` installs, builds, measures, and writes
-this page and its plots, except for the section on
-[settings shared between processes](#settings-shared-between-processes). Times differ between machines, ratios much
-less.
+This page compares the speed of the register with that of stores that an application could use instead, and with the
+*limit*: a lock around a hash table, the least work that any thread-safe store must do. `scripts/bench` installs the
+other stores, builds, measures, and writes this page and its plots, except for the section on
+[settings shared between processes](#settings-shared-between-processes). Times vary from machine to machine; ratios vary
+much less.
 
 ## Method
 
-- The **limit** is a `std::recursive_mutex` around a `std::unordered_map` of `std::variant`. It has the names of each
-  group prepared, notifies only the listener on the property's own group, and saves by writing out the table.
+- The **limit** is a `std::recursive_mutex` around a `std::unordered_map` of `std::variant`. It keeps a list of the
+  names in each group, notifies only the listener on the property's own group, and saves by writing out the table.
 - All stores do the same work on the same names: 10,000 properties in 100 groups, `group_i/sub_j/prop_k` with 24
   characters, in the same random order. The rows that load, save or measure memory have 100,000. A list is one property,
   read again and again into the same vector.
@@ -35,17 +35,17 @@ less.
   repetitions in random order. Rows that wait for the disk or for other threads count elapsed time, all others processor
   time.
 - Some operations are in two tables: reading an integer among 10,000 properties is also a row of [Growth](#growth), and
-  lists of 100 integers and of 1,000 numbers, and a write that one listener hears, are also in
+  lists of 100 integers and of 1,000 numbers, and a write that notifies one listener, are also in
   [More of the register](#more-of-the-register). Their figures differ, because each table is measured separately, while
   the load of the machine changes. In addition, most rows of "More of the register" use one name, whose data stays in
   the processor's cache.
-- A safe save uses the store's own way, if it has one. Otherwise, and for the limit, the file is written under another
-  name, flushed, and renamed over the old one. The settings have changed since the last save. A load ends with a read in
-  each group. LMDB and SQLite do not load their file: they map or open it.
+- For a safe save, each store uses its own method, if it has one. Otherwise, and for the limit, the file is written
+  under another name, flushed, and renamed over the old one. The settings have changed since the last save. A load ends
+  with a read in each group. LMDB and SQLite do not load their file: they map or open it.
 - LMDB's writes are transactions that do not wait for the disk. SQLite is in memory. GSettings uses its memory backend,
   and its key-file backend in the rows that load and save.
-- To create a property is to write an integer to a name that does not exist. To read with a fallback, the register is
-  asked first whether the name exists.
+- Creating a property means writing an integer to a name that does not exist. Reading with a fallback first asks the
+  register whether the name exists.
 - Memory is what the heap allocates for 100,000 properties, with its overhead: a quarter each of integers, numbers,
   booleans and strings of 8 bytes. For LMDB it is the pages of its map.
 
@@ -163,38 +163,39 @@ def process_table(measured):
 
 
 AGAINST_LIMIT = """\
-The register relative to the limit (1 = same): its time or, in the last row, its memory. For files and memory the
-limit is a simple way to do the same, not a lower bound.
+The time that the register takes or, in the last row, the memory, relative to the limit (1 = same). For files and
+memory, the limit is a simple implementation rather than a lower bound.
 """
 
 AGAINST_OTHERS = """\
-The register lists a group as a set of names that belongs to the caller, with an allocation and a reference for each
-name; a store that returns plain strings, or the bytes of a page, needs less. Pages of packed names and values also
-take less memory than nodes that are found directly and can grow. LMDB and SQLite only map or open their file, where
-the others load it.
+To list a group, the register returns a set of names that belongs to the caller, with an allocation and a reference for
+each name; a store that returns plain strings, or the bytes of a page, needs less time. Pages of packed names and values
+also need less memory than nodes that can be found directly and can grow. LMDB and SQLite only map or open their file,
+whereas the others load it.
 """
 
 COMPARISON_CAPTION = """\
-*A panel for each operation, the store that takes the least on top. Bars start at the limit, 1: to the left a store
-takes less, to the right more. Each step of the axis is a factor of 10.*
+*One panel for each operation, with the cheapest store at the top. Bars start at the limit, 1: a store whose bar points
+to the left takes less than the limit, to the right more. Each step of the axis is a factor of 10.*
 """
 
 GROWTH_CAPTION = """\
-*A line for each store; lower is faster. A line that rises slowly belongs to a store whose reads hardly depend on the
-number of properties. Both axes are logarithmic.*
+*One line for each store; lower is faster. The flatter the line, the less a read depends on the number of properties.
+Both axes are logarithmic.*
 """
 
 START = """\
-Elapsed time of a whole process. It is the benchmark program itself, which is linked with all that it measures;
-[Starting a program](#starting-a-program) has small programs.
+The elapsed time of a whole process: the benchmark program itself, which is linked with every store that it measures.
+[Starting a program](#starting-a-program) has the times of small programs.
 """
 
 DECLARED = """
 ## Declared settings
 
-Reading a declared setting with `Property::get()`, when nothing in the register has changed since it was last read: 100
-settings among 10,000 properties, in turn. The other stores read the same values by name; *read* is the register's own
-reader. The *floor* is one relaxed load of a copy of the value in an atomic variable that nothing keeps up to date.
+The time to read a declared setting with `Property::get()` if nothing in the register has changed since the last read:
+100 settings among 10,000 properties, in turn. The other stores read the same values by name; *read* is the register's
+own reader. The *floor* is one relaxed load from an atomic variable with a copy of the value, which nothing keeps up to
+date.
 """
 
 
@@ -258,7 +259,7 @@ def page(result):
     yield ""
     yield from goal_table(comparison)
     yield "\n## Against the others\n"
-    yield "What each store takes, relative to the register (1 = same). Bold: the store takes less.\n"
+    yield "The cost of each store relative to the register (1 = same). Bold: the store costs less.\n"
     yield from ratio_table(comparison)
     yield ""
     yield from wrapped(AGAINST_OTHERS)

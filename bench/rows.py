@@ -36,8 +36,8 @@ GROWTH = [100, 1_000, 10_000, 100_000, 1_000_000]
 # What only the register and the limit are asked for: the benchmark's name, the title, and what a row stands for.
 DETAILS = [
     ("read_long_name", "Reading an integer whose name has ten levels", "length of the name, bytes"),
-    ("write_among_listeners", "Writing an integer that one of several listeners hears", "listeners"),
-    ("write_heard_by", "Writing an integer that every listener hears", "listeners"),
+    ("write_among_listeners", "Writing an integer, with one of several listeners notified", "listeners"),
+    ("write_heard_by", "Writing an integer, with every listener notified", "listeners"),
     ("read_integers", "Reading a list of integers", "elements"),
     ("read_numbers", "Reading a list of numbers", "elements"),
     ("read_booleans", "Reading a list of booleans", "elements"),
