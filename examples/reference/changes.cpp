@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Several changes that take effect together, and reads that fit together.
+// Several changes that take effect together, and consistent reads.
 #include <iostream>
 #include <string>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The register itself, below the settings library.
+// The core register, without the settings library.
 #include <iostream>
 #include <string>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Declaring settings, with types of one's own.
+// Declaring settings, including settings of custom types.
 #include <chrono>
 #include <cstdio>
 #include <iostream>

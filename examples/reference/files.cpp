@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A register file without the register: read into memory, walked through, changed and written.
+// A register file without the register: load it into memory, list a group, and write a copy.
 #include <iostream>
 #include <string>
 

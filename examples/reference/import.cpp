@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Taking over the settings that version 1 of an application has left in an INI file.
+// Importing the settings that version 1 of an application has left in an INI file.
 #include <fstream>
 #include <iostream>
 

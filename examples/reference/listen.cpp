@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Being notified of changes: at once, in a loop of one's own, and in the event loop of Qt.
+// Listening to changes: immediately, in the program's own loop, and in Qt's event loop.
 #include <iostream>
 #include <string>
 
