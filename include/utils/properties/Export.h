@@ -3,5 +3,5 @@
 
 #include "utils/properties/QtCore.h"
 
-/** Marks what the shared library offers; everything else in it is hidden. */
+/** Marks what the shared library exports; everything else in it is hidden. */
 #define VELMORAND_REGISTER_EXPORT __attribute__((visibility("default")))

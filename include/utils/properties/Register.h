@@ -15,9 +15,9 @@
 #include "utils/properties/Types.h"
 
 /**
- * Whether `file` exists under the directory `root` or could be created there. If it does not exist, its directory part
- * must exist under `root`, or is created by this call (one level). A bare file name has no directory part, so it passes
- * under any root; `root` itself is not examined. Both are UTF-8.
+ * Whether `file` exists in the directory `root`, or its directory part exists there. A missing directory part is
+ * created (one level); the result is false if that fails. For a bare file name, which has no directory part, the result
+ * is always true. `root` itself is not examined. Both are UTF-8.
  * Errors: `utils::Exception` for a path of 2 GiB or more.
  * Locks: none.
  */
@@ -68,15 +68,15 @@ public:
      *
      * The register stores a plain pointer and never deletes a listener: its owner must remove its entries before
      * destroying it. Both operations are called on the thread that made the change, with the register's lock held. They
-     * may read the register, and add and remove entries, including their own. They may also change properties; such a
-     * change is announced before the call that makes it returns, so a listener must not change its own property every
-     * time it is notified.
+     * may read the register, and add and remove entries, including their own. They may also change properties; each
+     * such change is announced before the writer returns, so a listener that changes a property it listens to at every
+     * notification recurses endlessly.
      */
     class Callback {
     public:
         virtual ~Callback() = default;
 
-        /** Called when the property `name` has changed. The name is the one that its writer gave, without the scope. */
+        /** Called when a property has changed. `name` is exactly what its writer passed, without the scope. */
         virtual void propertyChanged(std::string const& name) = 0;
 
         /**
@@ -90,14 +90,14 @@ public:
     _Register& operator=(_Register const&) = delete;
 
     /**
-     * Saves the user scope as `save()` does, then destroys everything but the listeners, which it does not touch. The
-     * process's register is destroyed at exit, after all exit handlers that were registered after the first
-     * `getInstance()`. A forked child that exits also saves, to the same file, even if it changed nothing; `_exit` and
-     * a successful exec save nothing.
-     * Errors: exceptions of the file system while saving, after everything has been destroyed.
-     * Locks: none. At exit a handler has taken the lock just before, permanently, so that no other thread changes what
-     * is saved. It waits for the lock for at most one second; if another thread holds it longer, or held it when this
-     * process was forked, the register is saved and destroyed without it.
+     * Saves the user scope as `save()` does, then destroys the register, but not the listeners. The process's register
+     * is destroyed at exit, after all exit handlers that were registered after the first `getInstance()`. A forked
+     * child that exits also saves, to the same file, even if it changed nothing; `_exit` and a successful exec save
+     * nothing.
+     * Errors: exceptions of `save`, thrown after everything has been destroyed.
+     * Locks: none. At exit, a handler that runs just before takes the lock and never releases it, so that no other
+     * thread changes what is saved. It waits for at most one second; if another thread holds the lock longer, or held
+     * it when this process was forked, the register is saved and destroyed without the lock.
      */
     ~_Register() noexcept(false) override;
 
@@ -112,12 +112,13 @@ public:
      * Sets the two register directories (UTF-8), builds the register from them, and records them as the string
      * properties "UserDataPath" and "GlobalDataPath" in the temporary scope, each followed by a `save()`.
      *
-     * Call it once, before any other use. If the register has already been built, it changes where `save` writes but
-     * loads nothing: the register's content then replaces the content of the user's file. The user directory should
-     * exist: neither this function nor `save` reports a directory that is missing or not writable. A relative directory
-     * is resolved at each save. A global directory need not contain a register file.
-     * Errors: `utils::Exception` "User register not found" if the register file's name has a directory part that cannot
-     * be created in the user directory; those of `load`.
+     * Call it once, before any other use. If the register has already been built, the call changes where `save` writes,
+     * but loads nothing: the register's content then replaces that of the user's file. The user directory should exist:
+     * neither this function nor `save` reports a directory that is missing or not writable. A relative directory is
+     * resolved at each save. A global directory need not contain a register file.
+     * Errors: `utils::Exception` "User register not found" if `_test_register_path` is false for the user directory
+     * (never for the default file name); those of `load`, `save` and `_writeString`. The directories that were set
+     * before the exception stay set.
      * Locks: none for the directories; call it before other threads use the register.
      */
     static void initialize(std::string const& globalPath, std::string const& userPath);
@@ -126,16 +127,16 @@ public:
      * Reads the register files into the global and the user scope; the constructor calls it. If a file does not exist,
      * its scope is unchanged; at construction it is empty. A later call replaces the scopes whose files exist, which
      * discards their unsaved changes, and notifies no listener.
-     * Errors: `utils::Exception` "Can't open " + the file if it exists but cannot be opened, or the reason why its
-     * content is rejected; the scope is then unchanged.
+     * Errors: `utils::Exception` "Can't open " + path if a file exists but cannot be opened; those of `unserialize` if
+     * its content is invalid. That scope is unchanged then. After an error in the global file, the user file is not
+     * read.
      * Locks: none; hold `*_mutex` around it while other threads use the register.
      */
     void load();
 
     /**
      * Writes the whole user scope to the user register file, replacing it atomically.
-     * Errors: exceptions of the serialisation. Intentional: a file that cannot be written is not reported; it stays
-     * unchanged.
+     * Errors: those of `serialize`. Intentional: a file that cannot be written is not reported; it stays unchanged.
      * Locks: none; hold `*_mutex` around it for a consistent snapshot while other threads write.
      */
     void save() const;
@@ -144,7 +145,8 @@ public:
     [[nodiscard]] std::string _nameToPath(std::string const& name, RegisterScope scope) const;
 
     /**
-     * The name that a path inside a scope directory stands for; any number of leading "/" is accepted.
+     * The inverse: the name, relative to its scope, of a path inside a scope directory. Any number of leading "/" is
+     * accepted.
      * Intentional: in the temporary scope, the two characters after the prefix are dropped as well.
      * Errors: `utils::Exception` "Bad scope value." for a path outside the scopes; `std::out_of_range` for a
      * path in the temporary scope that is too short.
@@ -153,7 +155,7 @@ public:
     [[nodiscard]] std::string _pathToName(std::string const& path) const;
 
     /**
-     * The path of `name` in the first scope that holds it: user, global, temporary. A group counts as well.
+     * The path of `name` in the first scope that has a property or group of that name: user, global, temporary.
      * Errors: `PropertyNotFound`.
      * Locks: none.
      */
@@ -201,7 +203,8 @@ public:
                                                               RegisterScope scope) const;
 
     /**
-     * Opens a property's record; `mode` is that of `open`. The caller must close the handle with `closeProperty`.
+     * Opens the file of a property, as `open` does; creates neither the group nor, for reading, the property. The
+     * caller must close the handle with `closeProperty`.
      * Errors: `utils::Exception`: "Group " + group + " does not exist !" if no scope has the group of `name`, "Cannot
      * open property named " + `name` + " !" if the file cannot be opened.
      * Locks: takes the lock.
@@ -224,11 +227,11 @@ public:
     /**
      * The writers store a value under `name` in `scope`, replacing any previous value, and create the property and its
      * groups if they do not exist. Before returning they notify the listeners, except those whose owner is `sender`. A
-     * value that equals the old one is written and announced as well. They do not save. The value is read only once the
-     * lock is held, so its owner may guard it with that lock.
+     * value that equals the old one is written and announced as well. They do not save. `value` is not read before the
+     * lock is held, so callers may guard it with that lock.
      * Errors: `utils::Exception` if the property cannot be opened for writing: its path and " no such property" from
      * `_writeString`, `name` and " no such property." from the others; no listener is notified then. Exceptions of
-     * listeners, after the value is written; the name stays pending, and is announced again with the next change.
+     * listeners, with the value written; the name stays pending, and is announced again with the next change.
      * Locks: take the lock, and hold it while they notify.
      */
     void _writeString(void* sender, std::string const& name, std::string const& value, RegisterScope scope);
@@ -268,7 +271,7 @@ public:
      * enclosing group, innermost first, except the listeners whose owner is `sender`. The names stay pending until
      * every listener has been called. If called from inside a listener, it skips the names that are already being
      * announced.
-     * Errors: exceptions of listeners; the remaining listeners are not called, and every name stays pending.
+     * Errors: exceptions of listeners. The remaining listeners are not called then, and every name stays pending.
      * Locks: takes the lock.
      */
     void notify(void* sender);
@@ -284,8 +287,8 @@ public:
      * Registers a listener under the name of a property, or under the name of a group for everything in it. A listener
      * that is registered more than once is notified once for each entry; the entries of one key are notified in the
      * order in which they were added. Keys and names are compared as written, byte by byte: a listener under "a/b" is
-     * not notified of "/a/b" or "a//b", and a key must not end in "/". An entry added while a change of its key is
-     * being announced takes effect from the next change on.
+     * not notified of "/a/b" or "a//b", and a key must not end in "/". An entry added while the entries of its key are
+     * being called is not called until the next change.
      * Errors: `utils::Exception` "Null callback.".
      * Locks: takes the lock.
      * Owner: the caller keeps the listener.
@@ -293,8 +296,8 @@ public:
     void addCallback(std::string const& key, Callback* callback);
 
     /**
-     * Removes every entry of a listener under one key; does nothing if there are no such entries. When it
-     * returns, no other thread is calling the listener through them, and none will.
+     * Removes every entry of a listener under one key; does nothing if there are no such entries. When it returns, no
+     * other thread is calling the listener because of these entries, and none will.
      * Locks: takes the lock.
      */
     void removeCallback(std::string const& key, Callback* callback);

@@ -26,7 +26,7 @@ enum Type : std::int32_t {
 };
 
 /**
- * The property holds a value of another kind than the one asked for.
+ * Thrown by a typed reader if the property has a value of another kind, or none.
  *
  * Intentional: the base is private, so that a handler for `utils::Exception` or `std::exception` does not
  * catch it. It carries no message.
@@ -34,7 +34,7 @@ enum Type : std::int32_t {
 class VELMORAND_REGISTER_EXPORT PropertyBadType : utils::Exception {};
 
 /**
- * No scope holds the property. Like `PropertyBadType`, it is caught only by its own name and carries no
+ * Thrown if no scope has the property. Like `PropertyBadType`, it is caught only by its own name and carries no
  * message.
  */
 class VELMORAND_REGISTER_EXPORT PropertyNotFound : utils::Exception {};

@@ -37,7 +37,8 @@ public:
     ~Exception() override;
 
     /**
-     * The message: UTF-8, zero-terminated. It belongs to the exception and is valid as long as any copy of it exists.
+     * The message, zero-terminated; empty if there is none. It belongs to the exception, and is valid as long as the
+     * exception or a copy of it exists.
      */
     [[nodiscard]] char const* what() const noexcept override;
 

@@ -25,29 +25,32 @@ class VELMORAND_FILESYSTEM_EXPORT ChangeLog {
 public:
     /**
      * Starts recording changes in `directory`, the UTF-8 name of an existing first-level directory. `wake` is called at
-     * the first change, and at the first change after each `take`, from inside the operation that makes the change: it
-     * must not throw and must not use the file system.
+     * the first change, and at the first change after each `take`, from inside the operation that makes the change. It
+     * must not throw, and must not use the file system.
      * Errors: `utils::Exception` if the directory does not exist or the file system already has a change log.
      */
     ChangeLog(RAMFileSystem& fileSystem, std::string const& directory, std::function<void()> wake);
     ChangeLog(ChangeLog const&) = delete;
     ChangeLog& operator=(ChangeLog const&) = delete;
+
+    /** Stops recording. */
     ~ChangeLog();
 
     /**
      * The paths, relative to the directory, at which something may have changed since the last call. Each path covers
      * itself and everything below it; the empty path is the whole directory. Sorted in tree order, a directory before
      * its entries; no path is below another one.
+     * Errors: `std::bad_alloc`; the next call then returns the empty path.
      */
     [[nodiscard]] std::vector<std::string> take();
 
     /** Whether there is nothing to take. */
     [[nodiscard]] bool isEmpty() const noexcept;
 
-    /** Whether a path precedes another one in tree order: a directory, then its entries, then its next neighbour. */
+    /** Whether `left` precedes `right` in tree order: a directory, then its entries, then its next sibling. */
     [[nodiscard]] static bool precedes(std::string const& left, std::string const& right);
 
-    /** The paths that are not below others of `paths`, each once, in tree order. */
+    /** `paths` in tree order, without duplicates and without paths that are below another one. */
     [[nodiscard]] static std::vector<std::string> outermost(std::vector<std::string> paths);
 
 private:

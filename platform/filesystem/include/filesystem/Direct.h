@@ -16,8 +16,8 @@ class RAMFileSystem;
 
 /**
  * Direct access to the content of an in-memory file system: whole files at once, by UTF-8 paths, without handles,
- * conversion of names or virtual calls. For a class derived from `RAMFileSystem` whose own operations must be fast and
- * which knows that nothing overrides the operations of the file system.
+ * conversion of names or virtual calls. For classes derived from `RAMFileSystem` whose operations must be fast, and
+ * other code that knows that the operations of the file system are not overridden.
  *
  * A location is given as a first-level directory and a path below it; as elsewhere, empty levels are ignored.
  * Errors: `utils::Exception` for a path of 2 GiB or more that is not ASCII.
@@ -29,27 +29,28 @@ enum class Kind { none, directory, file };
 
 struct Entry {
     Kind kind;
-    std::string_view content; ///< of a file; valid until the file system is next changed
+    std::string_view content; ///< of a file, otherwise empty; valid until the file system is next changed
 };
 
-/** The entry at `path` in the first of these directories that has one. */
+/** The entry at `path` in the first of `directories` that has one; of kind `none` if none of them has. */
 [[nodiscard]] VELMORAND_FILESYSTEM_EXPORT Entry find(RAMFileSystem const& fileSystem,
                                                      std::initializer_list<std::string_view> directories,
                                                      std::string_view path);
 
 /**
- * Gives the file at a location, which is created if it does not exist, a content of `size` bytes.
- * Result: a pointer to the first byte, for the caller to fill in the content before the file system is used again;
- * null, with nothing changed, if the parent directory does not exist, the location is a directory, its name is invalid,
- * or a file cannot hold `size` bytes.
+ * Replaces the content of the file at a location with `size` bytes, which the caller fills in. Creates the file if it
+ * does not exist.
+ * Result: a pointer to the first byte; the bytes must be filled in before the file system is used again. Null, with
+ * nothing changed, if the parent directory does not exist, the location is a directory, its name is invalid, or a file
+ * cannot hold `size` bytes.
  * Errors: `std::bad_alloc`; nothing has changed.
  */
 [[nodiscard]] VELMORAND_FILESYSTEM_EXPORT char* rewrite(RAMFileSystem& fileSystem, std::string_view directory,
                                                         std::string_view path, std::size_t size);
 
 /**
- * Creates the directory `around`, as `makeDirectories` does, and then gives the file at `path` a content, as `rewrite`
- * does.
+ * Creates the directory `around` as `makeDirectories` does, then rewrites the file at `path` as `rewrite` does.
+ * Result: as for `rewrite`, but directories that were created stay even if it is null.
  * Errors: `std::bad_alloc`; nothing has changed.
  */
 [[nodiscard]] VELMORAND_FILESYSTEM_EXPORT char* make(RAMFileSystem& fileSystem, std::string_view directory,
@@ -58,14 +59,14 @@ struct Entry {
 
 /**
  * Creates the directory at a location and its missing parents.
- * Result: whether the directory exists now; false if a file is in the way or a name is invalid, although the
- * directories above that are created.
+ * Result: whether the directory exists now; false if one of the levels is a file or has an invalid name. The
+ * directories above that level have been created then.
  * Errors: `std::bad_alloc`; nothing has changed.
  */
 VELMORAND_FILESYSTEM_EXPORT bool makeDirectories(RAMFileSystem& fileSystem, std::string_view directory,
                                                  std::string_view path);
 
-/** The new state of a path: a file with this content or, without content, nothing. */
+/** The new state of a path: a file with this content, or nothing if there is no content. */
 struct Change {
     std::string_view path;
     std::optional<std::string_view> content;
@@ -73,8 +74,8 @@ struct Change {
 
 /**
  * Makes changes below a directory, either all of them or none. Missing directories are created. A directory is removed
- * with everything in it, and each removal also removes the directories around it that are empty afterwards, up to the
- * first level. No two changes may have the same path, and no path may be below one that is removed.
+ * with everything in it, and each removal also removes the directories around it that become empty, except for the
+ * first-level directory. No two changes may have the same path, and no path may be below one that is removed.
  * Result: null, or the first change that cannot be made, with nothing changed: its path is a directory, a file is where
  * a directory is needed, a name is invalid, or a file cannot hold the content.
  * Errors: `std::bad_alloc`; nothing has changed.
@@ -89,12 +90,12 @@ apply(RAMFileSystem& fileSystem, std::string_view directory, std::vector<Change>
  *         if (walk.kind() == Kind::file)
  *             use(walk.path(), walk.content());
  *
- * Order: ascending by the bytes of the whole paths, in which a directory's path ends with "/": the file "a", the file
- * "a!", the directory "a/", the file "a/x".
+ * Order: ascending by the bytes of the whole paths, in which a directory's path ends with "/": the file "a!", the
+ * directory "a/", the file "a/x", the file "a0".
  * Cost: a step takes time in proportion to the names that it leaves and reaches, regardless of the depth; memory is in
  * proportion to the longest path and to the directories on it. Nothing recurses.
- * Valid until the file system is next changed; after that, the walk may only be destroyed. The same applies to a
- * moved-from walk.
+ * Valid until the file system is next changed; after that, the walk may only be destroyed or assigned to. The same
+ * applies to a moved-from walk.
  * Locks: none; several threads may walk through one file system while none of them changes it.
  */
 class VELMORAND_FILESYSTEM_EXPORT Walk {
@@ -110,12 +111,12 @@ public:
     ~Walk();
 
     /**
-     * Moves to the next entry. Result: whether there is one; after the last entry always false.
+     * Moves to the next entry. Result: whether there is one; always false after the last entry.
      * Errors: `std::bad_alloc`; after that, the walk may only be destroyed.
      */
     bool next();
 
-    /** Skips the entries of the current entry, a directory: the next entry is the first one after all of them. */
+    /** Skips everything in the current entry, if that is a directory. */
     void skip() noexcept;
 
     /** The kind of the current entry; `none` before the first and after the last. */
@@ -134,8 +135,8 @@ public:
     [[nodiscard]] std::string_view path() const noexcept;
 
     /**
-     * The offset in `path()` at which the current entry's own name begins: the bytes before it are those of the last
-     * step.
+     * The offset in `path()` at which the name of the current entry begins. The bytes before it are the same as in the
+     * path of the previous entry.
      */
     [[nodiscard]] std::size_t nameBegin() const noexcept;
 

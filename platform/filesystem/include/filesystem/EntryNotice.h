@@ -14,7 +14,7 @@ using EntryNotice = void (*)(std::string_view name);
 
 /**
  * Lets an in-memory file system call `notice` before a file or directory appears directly in a first-level directory,
- * no matter how: because it is created, or because its directory or the whole tree is replaced by one that contains it.
+ * either because it is created or because its directory or the whole tree is replaced with one that contains it.
  * `notice` may also be called for a name that already exists, and before an operation that then fails. Replaces the
  * previous notice; null for no notice.
  *

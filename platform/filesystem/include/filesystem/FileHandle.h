@@ -11,10 +11,10 @@ namespace filesystem {
 class FileSystem;
 
 /**
- * An open file: created by a file system's `open`, returned with its `close`, and owned by the file system throughout.
+ * An open file, created by a file system's `open` and released by its `close`. The file system owns it throughout.
  *
- * A handle that is never closed is released with its file system. A handle must not be used after `close`, and only by
- * one thread at a time.
+ * A handle that is never closed is released with its file system. A handle must not be used after `close`, nor by
+ * several threads at the same time.
  */
 class VELMORAND_FILESYSTEM_EXPORT FileHandle {
 public:
@@ -24,10 +24,7 @@ public:
     /** The file system that opened the file. Only its operations accept this handle. */
     [[nodiscard]] FileSystem& fileSystem() const noexcept { return _fileSystem; }
 
-    /**
-     * The path that messages use to name the file: UTF-8, valid as long as the handle; empty for a file that does not
-     * exist outside the process.
-     */
+    /** The file's path for messages: UTF-8, valid as long as the handle; empty for a file in memory. */
     [[nodiscard]] std::string_view path() const noexcept {
         return _path != nullptr ? std::string_view(*_path) : std::string_view();
     }

@@ -22,8 +22,8 @@ namespace filesystem {
  * Paths: levels separated by "/"; empty levels and a trailing "/" are ignored ("/a//b/" is "/a/b"). "." and ".." are
  * not resolved: no path reaches them.
  *
- * Handles: a null handle, or a handle of another file system, is safe everywhere and reads as nothing. A handle opened
- * for reading cannot be used for writing, nor one opened for writing for reading. Positions and sizes are in bytes.
+ * Handles: every operation accepts a null handle and a handle of another file system, and fails or reads nothing. A
+ * handle opened for reading cannot write, and one opened for writing cannot read. Positions and sizes are in bytes.
  *
  * Numbers are little-endian on every machine.
  *
@@ -58,7 +58,7 @@ public:
     /** Whether a file or a directory exists at `path`. */
     [[nodiscard]] virtual bool exists(QString const& path) const = 0;
 
-    /** Removes a file, or a directory with everything in it. False if nothing was removed. */
+    /** Removes a file, or a directory with everything in it. False if it still exists or never existed. */
     virtual bool remove(QString const& path) = 0;
 
     /** Creates one directory, whose parent must exist. False if it was not created, even if it existed already. */
@@ -72,8 +72,8 @@ public:
     virtual bool open(QString const& path, FileHandle** handle, FileSystemMode mode) = 0;
 
     /**
-     * Closes a file and releases its handle. True on success: for a file on disk that was written, when the new content
-     * is in place. False for a null handle.
+     * Closes a file and releases its handle. True on success: for a file on disk that was opened for writing, if the
+     * new content is in place and durable. False for a null handle.
      */
     virtual bool close(FileHandle* handle) = 0;
 
@@ -124,18 +124,21 @@ public:
     [[nodiscard]] virtual float readFloat(FileHandle* handle);
 
     /**
-     * The next `count` bytes, fewer at the end of the file; empty for a negative count, and if `size` fails. Allocates
-     * no more than the file holds, no matter how large `count` is.
+     * The next `count` bytes, or as many as are left; empty for a negative count, and if `size` fails. Allocates no
+     * more than the file holds, no matter how large `count` is.
      */
     [[nodiscard]] virtual std::string readBytes(FileHandle* handle, int count);
 
     /** Moves the position by `count` bytes, backwards for a negative count, but not beyond the start or the end. */
     virtual void skip(FileHandle* handle, int count);
 
+    ///@{
+    /** Writes a number. A failure is not reported here; for a file on disk, `close` then fails. */
     virtual void writeByte(FileHandle* handle, char value);
     virtual void writeShort(FileHandle* handle, short value);
     virtual void writeInt(FileHandle* handle, int value);
     virtual void writeFloat(FileHandle* handle, float value);
+    ///@}
 
     /**
      * Loads the shared object at `path` into the process.
@@ -150,8 +153,8 @@ public:
     [[nodiscard]] virtual void* getSymbolAddress(void* module, QString const& symbol) = 0;
 
     /**
-     * A path in `directory` at which nothing exists: `directory`, "/", `prefix`, a number and `suffix`. Nothing is
-     * created there. Empty if all of a million names exist, or if a name seems to exist although `directory` is not a
+     * A path in `directory` at which nothing exists: `directory`, "/", `prefix`, a number and `suffix`. Creates
+     * nothing. Empty if a million such names exist, or if a name seems to exist although `directory` is not a
      * directory.
      */
     [[nodiscard]] virtual QString getUniqueFileName(QString const& directory, QString const& prefix,

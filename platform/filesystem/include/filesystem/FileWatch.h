@@ -10,20 +10,20 @@
 namespace filesystem {
 
 /**
- * Detects when files on disk are replaced, rewritten, created or removed, by any process.
+ * Detects that files on disk are replaced, rewritten, created or removed, by any process.
  *
- * It resolves each path as the system does: it also detects if a directory on the path is removed and created again, or
- * moved, and if a symbolic link is changed. A missing file or directory is waited for. It needs no thread: the caller
- * polls `descriptor()`.
+ * It resolves each path as the system does, so it also detects that a directory on the path is moved, or removed and
+ * created again, and that a symbolic link changes. Files and directories on the path need not exist yet. It needs no
+ * thread: the caller polls `descriptor()`.
  *
  * Locks: none; use a watch on one thread at a time.
  */
 class VELMORAND_FILESYSTEM_EXPORT FileWatch {
 public:
     /**
-     * Watches files by their absolute UTF-8 paths, from now on: if a file is read after this, the watch detects all
-     * later changes.
-     * Errors: none; see `isWatching`.
+     * Starts watching files, given by their absolute UTF-8 paths. If a file is read after this, the watch detects every
+     * change that the reader has missed.
+     * Errors: `std::bad_alloc`. If a file cannot be watched, see `isWatching`.
      */
     explicit FileWatch(std::vector<std::string> paths);
     FileWatch(FileWatch const&) = delete;
@@ -32,7 +32,7 @@ public:
 
     /**
      * Whether all files are watched. Otherwise `errno` is the reason: the system has no watches left, or the directory
-     * of a file is not readable. `takeEvents` tries again when something else on the path of the file has changed.
+     * of a file is not readable. `takeEvents` tries again after a change to a directory or link on the path to a file.
      */
     [[nodiscard]] bool isWatching() const noexcept;
 
@@ -40,10 +40,10 @@ public:
     [[nodiscard]] int descriptor() const noexcept;
 
     /**
-     * Takes the events so far, without waiting.
-     * Result: whether any file may have been replaced, or its content changed, since the last call. If a file has only
-     * been opened for writing, the result may be true too early, but then it is true again once the file has been
-     * written.
+     * Takes the events so far. Does not wait.
+     * Result: whether any file may have been replaced or changed since the last call. It may be true as soon as a file
+     * has been created; it is then true again once the file has been written and closed.
+     * Errors: `std::bad_alloc`.
      */
     bool takeEvents();
 

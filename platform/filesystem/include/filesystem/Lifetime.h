@@ -10,12 +10,12 @@ namespace filesystem {
 class RAMFileSystem;
 
 /**
- * Calls a function when an in-memory file system is destroyed. For code that knows the address of a file system that it
- * does not own, and that may run after the file system's end.
+ * Calls a function when an in-memory file system is destroyed. For code that keeps the address of a file system that it
+ * does not own, and may run after the file system has been destroyed.
  *
- * `ended` is called once, on the thread that destroys the file system. At that time, classes derived from the file
- * system have been destroyed, but its own content has not. `ended` must not throw, and must stay callable for as long
- * as the file system exists: do not unload its library before.
+ * `ended` is called once, on the thread that destroys the file system, after the destructors of derived classes and
+ * before the content is destroyed. `ended` must not throw. The library that contains it must stay loaded for as long as
+ * the file system exists.
  *
  * Result: whether a file system exists at this address. If not, nothing is registered.
  * Errors: `std::bad_alloc`; nothing is registered.

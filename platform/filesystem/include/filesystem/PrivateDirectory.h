@@ -18,8 +18,9 @@ namespace filesystem {
 VELMORAND_FILESYSTEM_EXPORT bool makePrivateDirectories(std::string const& path);
 
 /**
- * The kernel's lock on a directory, with which processes take turns to replace the files in it. The kernel releases it
- * when its holder ends, even by a crash. Reading takes no lock.
+ * The kernel's lock on a directory, which a process holds while it replaces files there. It excludes other processes
+ * and other objects of this class in the same process. The kernel releases it when its holder exits or crashes. Reading
+ * a file needs no lock.
  */
 class VELMORAND_FILESYSTEM_EXPORT DirectoryLock {
 public:
@@ -33,11 +34,14 @@ public:
     DirectoryLock() noexcept;
     DirectoryLock(DirectoryLock const&) = delete;
     DirectoryLock& operator=(DirectoryLock const&) = delete;
+
+    /** Releases the lock, if it is held. */
     ~DirectoryLock();
 
     /**
-     * Waits for the lock on the directory that is at this path when the lock is taken, for at most `patience`. If the
-     * file system does not support locks, or the directory is not readable, it counts as taken.
+     * Waits at most `patience` for the lock on the directory at `path` (UTF-8); if the directory is replaced meanwhile,
+     * for the lock on the new one. If the file system does not support locks, or the directory is not readable, the
+     * lock counts as taken. Must not be called while the lock is held.
      */
     [[nodiscard]] Outcome take(std::string const& path, std::chrono::milliseconds patience);
 

@@ -17,9 +17,10 @@ class Tree;
  * Paths are absolute; a name is any Unicode text except "", ".", ".." and text that contains "/". A name with unpaired
  * surrogates is invalid: it does not exist and cannot be created.
  *
- * A file may be removed, replaced or opened again for writing while a handle is open on it. The handle stays safe: it
- * reads the current content, or nothing. A handle needs only its own size in memory, even if its file is removed. A
- * file holds less than 4 GiB, or 2 GiB on a 32-bit machine; a write beyond that is short.
+ * A file may be removed, replaced or opened again for writing while a handle is open on it. The handle stays valid: it
+ * reads the current content, or nothing once the file has been removed or replaced. A handle does not keep the content
+ * of a removed file in memory. A file holds less than 4 GiB, or 2 GiB on a 32-bit machine; a write beyond that is
+ * short.
  *
  * Every operation takes time and memory in proportion to its path and to what it lists, removes or copies, regardless
  * of the number of files. No operation recurses on the depth of the tree.
@@ -59,8 +60,8 @@ public:
      * Writes the directory at `path` and everything in it to a handle of this or another file system. Equal trees give
      * equal bytes. A path that is not a directory, such as that of a file, is written as an empty directory.
      *
-     * `unserialize` accepts everything that is written. If it would not, because another thread changes the tree
-     * without a lock, nothing is written and the handle fails, so that closing it leaves a file on disk unchanged.
+     * The output is checked before it is written. If `unserialize` would reject it, because another thread has changed
+     * the tree without a lock, nothing is written, and closing the handle of a file on disk leaves the file unchanged.
      * `errno` is then EAGAIN.
      *
      * Result: whether everything was written.
@@ -72,8 +73,8 @@ public:
      * after the tree. Memory use is in proportion to the tree; if the file does not contain a tree, only its first
      * bytes are read.
      * Errors: `utils::Exception` for content that is not a complete, intact tree, for a file that cannot be read, and
-     * for a tree that is too large for the memory; this file system is then unchanged. The message starts with the
-     * file's path, if it has one, and distinguishes the three:
+     * for a tree that does not fit into memory; `std::bad_alloc`. This file system is then unchanged. The message
+     * starts with the file's path, if it has one, and gives the reason:
      *
      *     /home/ada/.config/app/Velmorand.dat: damaged: its checksum does not match
      *     /home/ada/.config/app/Velmorand.dat: cannot be read: Input/output error

@@ -15,23 +15,25 @@ class RealHandles;
  *
  * Paths are relative to that root (a leading "/" is ignored) and cannot leave it through "..": a path with a "." or
  * ".." level does not exist. With an empty root nothing exists and nothing can be opened. Names are the UTF-8 bytes of
- * their paths, in every locale and at any time, even while the process exits.
+ * their paths, in every locale and at any time, even while the process exits. Entries whose names are not UTF-8 are not
+ * listed, and no path reaches them.
  *
- * An entry that cannot be examined (because of permissions or an I/O error) counts as existing, so that it is never
- * taken for missing.
+ * For `exists`, an entry that cannot be examined (because of permissions or an I/O error) exists, so that it is never
+ * mistaken for a missing one.
  *
  * Writing replaces a file atomically. The new content is written to a temporary file in the same directory; `close`
  * makes it durable and renames it over the old file. Until `close` has returned true, readers see the old content, even
  * if the process or the machine crashes; a handle that is never closed, or on which a write failed, changes nothing.
  * Opening a file for writing removes the temporary files that killed processes have left for it, and nothing else.
  *
- * A replaced file keeps its owner and group where possible, its permissions, its access control list and its other
- * extended attributes, all as they are when it is closed. Access is never extended: a file that cannot keep its group
- * grants the new group nothing, and others no more than the old group had; a file that cannot keep its access control
- * list grants access only to its owner. A symbolic link at the path stays, and its target is replaced. The directory
- * must be writable, but need not be readable.
+ * A new file has the permissions 0666, less the umask. A replaced file keeps its owner and group where possible, its
+ * permissions, its access control list and its other extended attributes, all as they are when the handle is flushed or
+ * closed. Access is never extended: a file that cannot keep its group grants the new group nothing, and others no more
+ * than the old group had; a file that cannot keep its access control list grants access only to its owner. A symbolic
+ * link at the path stays, and its target is replaced. The directory must be writable, but need not be readable.
  *
- * If `open` or `close` returns false, `errno` is the reason; for `close`, the reason of the first write that failed.
+ * Only regular files can be opened. If `open` or `close` returns false, `errno` is the reason; for `close`, the reason
+ * of the first write that failed.
  */
 class VELMORAND_FILESYSTEM_EXPORT RealFileSystem : public FileSystem {
 public:
@@ -42,10 +44,15 @@ public:
     [[nodiscard]] std::set<DirEntry> getFileList(QString const& path) const override;
     [[nodiscard]] bool exists(QString const& path) const override;
 
-    /** As described for every file system. Symbolic links are removed, not followed; the root cannot be removed. */
+    /**
+     * As described for every file system. Symbolic links are removed, not followed; the root cannot be removed. If the
+     * result is false, some of the entries in a directory may have been removed.
+     */
     bool remove(QString const& path) override;
 
+    /** As described for every file system. The permissions are 0777, less the umask. */
     bool mkdir(QString const& path) override;
+
     bool open(QString const& path, FileHandle** handle, FileSystemMode mode) override;
     bool close(FileHandle* handle) override;
     long read(FileHandle* handle, void* buffer, long count) override;
@@ -59,8 +66,8 @@ public:
     [[nodiscard]] bool isFile(QString const& path) const override;
 
     /**
-     * Identifies a file and its content: equal stamps mean the same file with the same content, as far as the system
-     * can tell.
+     * Identifies a version of a file: equal stamps mean the same file with the same content, as far as the system's
+     * timestamps can tell.
      */
     struct Stamp {
         std::uint64_t device = 0;
@@ -78,26 +85,29 @@ public:
     /** The stamp of the file that a handle reads, or of the temporary file that a handle writes. */
     [[nodiscard]] Stamp stamp(FileHandle* handle) const;
 
-    /** The stamp of the entry at a path, with symbolic links followed; its number is 0 if it cannot be examined. */
+    /**
+     * The stamp of the entry at a path; symbolic links are followed. Its number is 0 if the entry cannot be examined.
+     */
     [[nodiscard]] Stamp stampAt(QString const& path) const;
 
     /**
      * Makes the data written to a handle durable before `close`, which then only has to move the file into place.
      * Nothing can be written to the handle after that.
-     * Result: whether all of it is durable; otherwise `errno` is the reason, and `close` will fail too.
+     * Result: whether all of it is durable; otherwise `errno` is the reason. Do not close the handle then: as long as
+     * it is not closed, the file stays unchanged.
      */
     bool flush(FileHandle* handle);
 
     /**
-     * Keeps the current content of a file under a second name as well, replacing the previous content there, for when
-     * the file is replaced. It becomes durable together with the replacement.
+     * Before a file is replaced: makes its current content available under a second name as well, replacing any file of
+     * that name. This becomes durable together with the replacement.
      * Result: whether it is kept; otherwise `errno` is the reason, and the second name is unchanged.
      */
     bool keepAs(QString const& path, QString const& second);
 
     /**
-     * Renames a file to a name that does not exist yet, and makes that durable.
-     * Result: whether it was moved; otherwise `errno` is the reason.
+     * Renames a file to a name that does not exist yet, and flushes the directory.
+     * Result: whether it was renamed; otherwise `errno` is the reason.
      */
     bool moveAside(QString const& path, QString const& name);
 

@@ -39,8 +39,8 @@ struct TreeChange {
 };
 
 /**
- * A tree of directories and files in the form of a register file's bytes, checked and indexed: for comparing and
- * merging trees without building them. It never changes.
+ * A tree of directories and files, held as the bytes of a register file that have been checked and indexed, so that
+ * trees can be compared and merged without being built. Immutable.
  *
  * Threads: any number of threads may use one image at once.
  */
@@ -50,15 +50,15 @@ public:
     TreeImage();
 
     /**
-     * Takes the content of a register file. Bytes after the tree are dropped.
+     * Takes the content of a register file. Ignores bytes after the tree.
      * Errors: `NewerFormat`; `utils::Exception` with the reason for any other content that is not a complete, intact
-     * tree. Memory use is in proportion to `bytes`.
+     * tree of at most 4 GiB. Memory use is in proportion to `bytes`.
      */
     explicit TreeImage(std::string bytes);
 
     /**
-     * The same, but does not check again the parts that the content has in common with `similar`: much faster if that
-     * is most of it.
+     * The same, but the parts at the beginning and the end that are equal in `similar` are not checked again: much
+     * faster if they are most of the content.
      */
     TreeImage(std::string bytes, TreeImage const& similar);
 
@@ -67,11 +67,14 @@ public:
     TreeImage& operator=(TreeImage const& other) = default;
     ~TreeImage() = default;
 
-    /** The directory at an absolute path of an in-memory file system; an empty tree if the directory does not exist. */
+    /**
+     * The directory at an absolute path of an in-memory file system; an empty tree if the directory does not exist.
+     * Errors: `utils::Exception` if another thread has changed the directory without a lock; `std::bad_alloc`.
+     */
     [[nodiscard]] static TreeImage of(RAMFileSystem const& fileSystem, std::string const& path);
 
     /**
-     * Replaces the entry at an absolute path of an in-memory file system with the tree.
+     * Replaces the entry at an absolute path of an in-memory file system with this tree.
      * Errors: `utils::Exception` if a directory cannot be created there, `std::bad_alloc`; nothing has changed.
      */
     void putInto(RAMFileSystem& fileSystem, std::string const& path) const;
@@ -86,8 +89,8 @@ public:
     [[nodiscard]] std::size_t fileCount() const noexcept;
 
     /**
-     * The changes that turn this tree into `other`, in tree order. A directory that exists in only one of them is a
-     * change of its own, before the changes of its entries.
+     * The changes that turn this tree into `other`, in tree order. A directory that exists in only one of the trees is
+     * a separate change, which precedes the changes of its entries.
      */
     [[nodiscard]] std::vector<TreeChange> differencesTo(TreeImage const& other) const;
 
@@ -102,8 +105,9 @@ public:
                                                                  TreeImage const& tree) const;
 
     /**
-     * This tree with changes, which must be in tree order and name each path once. If a path is a file for one change
-     * and a directory for another, the change that is higher in the tree takes precedence.
+     * This tree with changes, which must be in tree order and name each path once. If one change puts a file at a path
+     * and others put entries below it, the file takes precedence.
+     * Errors: `utils::Exception` if the result is larger than 4 GiB; `std::bad_alloc`.
      */
     [[nodiscard]] TreeImage with(std::vector<TreeChange> const& changes) const;
 
