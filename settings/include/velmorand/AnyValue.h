@@ -31,10 +31,11 @@ constexpr std::array<char const*, std::variant_size_v<AnyValue>> kindNames{
 [[nodiscard]] VELMORAND_SETTINGS_EXPORT std::size_t kindIndex(std::string const& name);
 
 /**
- * The value that `texts` give for a kind, which is an index of `kindNames`. Each text is one element: a number in
- * decimal digits with a "." before a fraction, or a boolean as "true" or "false".
- * Errors: `utils::Exception` with the text that is not a valid element of that kind, or if a single value does not get
- * exactly one text.
+ * Parses a value of the kind with the index `kind` in `kindNames`. Each text is one element: a string as it is; a
+ * number in decimal digits, with an optional "." and exponent, or "nan", "inf" or "-inf"; a boolean as "true" or
+ * "false".
+ * Errors: `utils::Exception` with the first text that is not a valid element of that kind, and if there is not exactly
+ * one text for a single value.
  */
 [[nodiscard]] VELMORAND_SETTINGS_EXPORT AnyValue valueOf(std::size_t kind,
                                                          std::vector<std::string> const& texts);
@@ -43,21 +44,24 @@ constexpr std::array<char const*, std::variant_size_v<AnyValue>> kindNames{
 [[nodiscard]] VELMORAND_SETTINGS_EXPORT std::vector<std::string> textsOf(AnyValue const& value);
 
 /**
- * The record of a value: the bytes that the register stores for it, described in docs/file-format.md. A string has at
- * most 2,147,483,647 bytes, and a list at most as many elements.
+ * The record of a value: the bytes that the register stores for it, described in docs/file-format.md. The caller must
+ * not pass a string of more than 2,147,483,647 bytes, nor a list with more elements than that.
  */
 [[nodiscard]] VELMORAND_SETTINGS_EXPORT std::string encodeRecord(AnyValue const& value);
 
 /** The result of decoding the bytes of a property. */
 struct DecodedRecord {
     /**
-     * The value that the register's readers return for the bytes: missing bytes count as 0, and bytes after the end are
-     * ignored. Empty if the bytes are not of any kind, or if a list claims more elements than the record has bytes,
-     * which would exhaust the reader's memory.
+     * The value. As in the register's readers, missing fields count as 0, and bytes after the end are ignored; but a
+     * number that is truncated counts as 0 as a whole. Empty if the tags are unknown, or if a list claims more elements
+     * than the record has bytes: to read it could exhaust the memory.
      */
     std::optional<AnyValue> value;
 
-    /** Why the record is incomplete, or what follows its end; empty if it is intact. */
+    /**
+     * What is wrong with the record: a truncated field, an unknown tag, a negative length or count, or data after the
+     * end. Empty if it is intact.
+     */
     std::string damage;
 };
 

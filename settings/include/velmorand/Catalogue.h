@@ -9,8 +9,9 @@
 /**
  * The settings that the program has declared: every `Property` that exists, in any module of the process.
  *
- * Locks: each function takes the settings' lock for one property at a time, and calls the program's checks while
- * holding it. Safe from any thread; destroying a `Property` waits until another thread has finished with it.
+ * Locks: each function is safe from any thread. `declaredProperties` and `catalogue` take the settings' lock for one
+ * property at a time, and call the program's checks while holding it; `resetDeclaredProperties` takes it for the whole
+ * call. Destroying a `Property` waits until other threads have finished with it.
  *
  * Guide: docs/catalogue-format.md.
  */
@@ -20,8 +21,8 @@ namespace velmorand {
 struct DeclaredProperty {
     std::string name;
     std::string kind;     ///< "string", "number", "integer", "boolean", or the plural for a list of these
-    std::string format;   ///< "whole" or "duration" for a type that is stored as text or as a number
-    std::string fallback; ///< empty if the program computes it
+    std::string format;   ///< "whole" for whole numbers stored as text or numbers, "duration", or empty
+    std::string fallback; ///< empty if the program computes it, or if it cannot be stored
     std::string minimum;  ///< of an element; empty if there is no lower limit
     std::string maximum;  ///< of an element; empty if there is no upper limit
     std::vector<std::string> choices; ///< the only values of an element; empty if any is allowed
@@ -40,14 +41,14 @@ struct DeclaredProperty {
 
 /**
  * Removes the user's values of all declared settings, and then notifies the listeners, except those of `sender`.
- * Errors: what a listener throws; the values have been removed, and all names are announced with the next change.
+ * Errors: exceptions of listeners, with the values removed; all the names are announced again with the next change.
  */
 VELMORAND_SETTINGS_EXPORT void resetDeclaredProperties(void* sender = nullptr);
 
 /**
  * The declared settings as JSON, for the file `share/velmorand/declared/PROGRAM.json` of the program's package, which
  * `velmorand-register` reads; docs/catalogue-format.md describes it. The result does not depend on current values.
- * Settings whose names are not UTF-8 are left out, and so are fallbacks that cannot be stored.
+ * Settings with invalid names are left out, and so are fallbacks that cannot be stored.
  */
 [[nodiscard]] VELMORAND_SETTINGS_EXPORT std::string catalogue(std::string const& program);
 

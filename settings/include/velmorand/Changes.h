@@ -54,7 +54,7 @@ public:
 
     /**
      * As the function `write` in the user scope, except that an equal value is not announced.
-     * Errors: `utils::Exception` if no property can have the name, or if the value is too long.
+     * Errors: `utils::Exception` if the name is not valid for a property, or if the value is too long.
      */
     template <class T>
     void write(std::string const& name, T const& value) {
@@ -75,8 +75,8 @@ public:
     }
 
     /**
-     * Removes the user's property `name`, if it exists when the changes are applied. Does not remove a group.
-     * Errors: `utils::Exception` if no property can have the name.
+     * Removes the user's property `name`, if there is one when the changes are applied. Does not remove a group.
+     * Errors: `utils::Exception` if the name is not valid for a property.
      */
     void reset(std::string const& name);
 
@@ -87,9 +87,9 @@ public:
      * Makes all changes, removes groups that become empty, and clears this object. Then notifies the listeners, except
      * those of `sender`, once for each name whose value in the user scope has changed. Does not save.
      * Errors: `utils::Exception` after the register's end; if the administrator has locked a name that is to be
-     * written; and if a property cannot have its name, because the name is a group or one of its groups is a property,
-     * even if the same changes remove that group or property. `std::bad_alloc`. In these cases nothing has changed, and
-     * the changes can be applied again. What a listener throws, with the changes made.
+     * written; and if a name is a group, or one of its groups is a property, even if the same changes remove that group
+     * or property. `std::bad_alloc`. In these cases nothing has changed, and the changes can be applied again.
+     * Exceptions of listeners, with the changes made.
      * Locks: takes the settings' lock once for all changes.
      */
     void apply(void* sender = nullptr);

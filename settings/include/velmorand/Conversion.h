@@ -8,7 +8,8 @@
 #include <type_traits>
 #include <vector>
 
-// Which values of other types a setting accepts: those that convert without loss. Programs do not use it directly.
+// Decides which values of other types a setting accepts: those that convert without loss. Programs do not use this
+// header directly.
 namespace velmorand::detail {
 
 template <class T>
@@ -72,7 +73,7 @@ std::optional<To> nearest(double from) {
 }
 
 /**
- * Converts values of type `From` that are given for a setting of type `To`.
+ * Converts a value of type `From` for a setting of type `To`.
  *
  * `isAllowed` applies to `Property::set`, `isAllowedInDeclaration` to fallbacks, limits and choices, which are usually
  * constants. `convert` returns nothing for a value that `To` cannot represent.

@@ -73,8 +73,8 @@ template <class T>
 /**
  * A check defined by the program: `allows(value)` returns whether the value is allowed. It may be called on any thread,
  * even with the settings' lock held. It must not use the settings, throw, or destroy the property. Its result must
- * depend only on the value, because it is cached until the register changes. `expected` is for messages: "a directory
- * below /srv".
+ * depend only on the value, because it is cached until the register changes. `expected` completes messages: "expected a
+ * directory below /srv".
  */
 template <class Allows>
 [[nodiscard]] detail::Check<Allows> check(Allows allows, std::string expected = {}) {

@@ -28,7 +28,7 @@
 // The implementation of `Property`. Programs do not use it directly.
 namespace velmorand::detail {
 
-/** A value cached in a declaration, and whether it is still the one in force. */
+/** A cached value, and whether it is still in force. */
 struct Recalled {
     std::uint64_t bits; ///< in memory order; the first bytes are those of the value
     bool isCurrent;
@@ -37,9 +37,9 @@ struct Recalled {
 /**
  * A declared setting of any type.
  *
- * Its behaviour and its data are in the library, behind these functions, so that both can be corrected without
- * recompiling programs. Only the parts of the headers that depend on the type are compiled into the program. The order
- * of the virtual functions is part of the binary interface.
+ * Its data and behaviour are hidden in the library, so that they can be corrected without recompiling programs. Only
+ * code that depends on the type is compiled into programs. The order of the virtual functions is part of the binary
+ * interface.
  */
 class VELMORAND_SETTINGS_EXPORT Declaration {
 public:
@@ -49,27 +49,27 @@ public:
 
     [[nodiscard]] std::string const& name() const noexcept;
 
-    /** Adds it to the catalogue. Call it once the object is complete, before anything else uses it. */
+    /** Adds it to the catalogue. Called once, when the object is complete and before anything else uses it. */
     void publish();
 
-    /** Fills in everything except the name. */
+    /** Fills in the kind, the problem and the details. */
     virtual void describe(DeclaredProperty& description) const = 0;
 
-    /** Why a value with this record would not be in force; empty if it would. */
+    /** Why a stored value with this record is not used; empty if it is valid and allowed. */
     [[nodiscard]] virtual std::string problemOf(std::string_view record) const = 0;
 
-    /** The value that the last read has cached. Locks: none; it never waits. */
+    /** The value that the last read cached. Locks: none; never waits. */
     [[nodiscard]] Recalled recall() const noexcept;
 
 protected:
     enum class Fallback { constant, computed };
 
-    /** `keptSize`: the size in bytes of a value that can be cached as its bytes, at most 8; 0 if values cannot. */
+    /** `keptSize`: the size of a value in bytes, at most 8, if values can be cached bytewise; otherwise 0. */
     Declaration(std::string name, Fallback fallback, std::size_t keptSize);
 
     /**
-     * Removes it from the catalogue, after waiting for other threads that are describing it. Call it before the object
-     * is destroyed.
+     * Removes it from the catalogue, and waits for other threads that are using it. Called before any part of the
+     * object is destroyed.
      */
     void withdraw() noexcept;
 
@@ -94,7 +94,10 @@ class VELMORAND_SETTINGS_EXPORT KindDeclaration : public Declaration {
 public:
     ~KindDeclaration() override;
 
-    /** Stores the value in force in `value`, using `load` or, failing that, `loadFallback`. */
+    /**
+     * Stores the value in force in `value`, a `std::optional<T>`: calls `load` and, if that returns null,
+     * `loadFallback`.
+     */
     void readInto(void* value);
 
     /** As `Property::problem`. */
@@ -183,7 +186,7 @@ template <class T>
 inline constexpr bool
     hasEquality<T, std::void_t<decltype(std::declval<T const&>() == std::declval<T const&>())>> = true;
 
-/** Whether a type states for messages which values it expects. */
+/** Whether a type describes its valid values, for messages. */
 template <class T, class Enable = void>
 inline constexpr bool hasExpected = false;
 template <class T>
@@ -199,7 +202,7 @@ inline constexpr bool hasNames = false;
 template <class T>
 inline constexpr bool hasNames<T, std::void_t<decltype(Stored<T>::names())>> = true;
 
-/** Whether the type is a whole number with limits that differ from those of its kind. */
+/** Whether the type is an integral type other than `int`: its limits differ from those of its kind. */
 template <class T>
 inline constexpr bool isLimited = isNumeric<T>&& std::is_integral_v<T> && !std::is_same_v<T, int>;
 
@@ -210,7 +213,7 @@ public:
     using Kind = StoredType<T>;
     using Element = typename ElementOf<T>::Type;
 
-    /** Whether values can be cached as their bytes. */
+    /** Whether values can be cached bytewise. */
     static constexpr bool isKept = std::is_trivially_copyable_v<T> && std::is_default_constructible_v<T> &&
                                    sizeof(T) <= sizeof(std::uint64_t);
 
@@ -298,7 +301,7 @@ private:
     template <class Detail>
     void add(Detail&& /*detail*/) {
         static_assert(!std::is_same_v<Detail, Detail>,
-                      "after the fallback of a property come description(...), range(...), "
+                      "the arguments after the fallback of a property are description(...), range(...), "
                       "atLeast(...), atMost(...), choices({...}) and check(...)");
     }
 
@@ -339,7 +342,7 @@ private:
         }
     }
 
-    /** Not inlined into `get`, so that `get` stays short and needs few registers. */
+    /** Not inlined, so that `get` stays short and uses few registers. */
     [[nodiscard, gnu::noinline]] T readInForce() {
         std::optional<T> value;
         this->readInto(&value);
@@ -379,7 +382,7 @@ private:
         description.description = _description;
     }
 
-    /** Returns nothing for a stored value that is not valid. */
+    /** Returns nothing if the stored value is not valid for the type. */
     static std::optional<T> valueOf(Kind const& stored) {
         try {
             return Stored<T>::load(stored);

@@ -15,9 +15,9 @@
  *     enum class Theme { light, dark, system };
  *     VELMORAND_ENUM(Theme, {Theme::light, "light"}, {Theme::dark, "dark"}, {Theme::system, "system"})
  *
- * Use it once for an enum, after its definition and in its namespace. Enumerators may be renamed later, but their names
- * here must not change, because files contain them. A value may have several names: it is written under the first and
- * read under each. This header cannot be compiled without exceptions.
+ * Use it once per enum, after its definition and in its namespace. Enumerators may be renamed later, but the names
+ * given here must not change, because files contain them. A value may have several names: it is written with the first
+ * one, and read with any of them. This header cannot be compiled without exceptions.
  *
  * Guide: docs/types.md#a-type-of-your-own.
  */

@@ -24,8 +24,8 @@ namespace velmorand {
 /** A setting of another store, with its new name and value. */
 struct ForeignSetting {
     std::string from;              ///< the old name: levels encoded by `levelFrom`, separated by "/"
-    std::string name;              ///< the new name; empty if it is dropped
-    std::optional<AnyValue> value; ///< empty if it is dropped or there is a problem
+    std::string name;              ///< the new name; empty if the map drops the setting
+    std::optional<AnyValue> value; ///< empty if the setting is dropped or there is a problem
     std::string problem;           ///< why it cannot be imported; empty if it can
 };
 
@@ -33,20 +33,20 @@ struct ForeignSetting {
 using KindOf = std::function<std::string(std::string const& name)>;
 
 /**
- * Reads another store. A kind given by the map takes precedence over `kindOf`, and both over the natural kind. Values
- * are converted to their kind by way of their text, as `valueOf` parses it.
+ * Reads another store. A kind given by the map takes precedence over `kindOf`, and both over the natural kind. A value
+ * of another kind is converted through its text, which is parsed as by `valueOf`.
  * Result: all settings of the store, in the store's own order.
- * Errors: `utils::Exception` with the reason, without the path, if the store cannot be read as a whole: it is missing
- * or invalid, or this installation does not have the reader for it.
+ * Errors: `utils::Exception` with the reason, but without the path, if the whole store cannot be read, because it is
+ * missing or invalid, or the reader for it is not installed. Problems of single settings are in the result.
  * Locks: none. It does not use the register.
  */
 [[nodiscard]] VELMORAND_SETTINGS_EXPORT std::vector<ForeignSetting> readForeign(ImportSource const& source,
                                                                                 KindOf const& kindOf);
 
 /**
- * Puts settings, as properties, into a directory of a file system in memory. A setting that cannot be put there does
- * not stop the others.
- * `isOverwriting`: whether to replace other values under the new names; otherwise they are kept.
+ * Stores settings as properties in a directory of an in-memory file system. If one cannot be stored, the others still
+ * are.
+ * `isOverwriting`: whether to replace existing values of the new names; otherwise they are kept.
  * Result: the outcome of each setting, in the same order.
  */
 VELMORAND_SETTINGS_EXPORT std::vector<ImportedSetting> importInto(filesystem::RAMFileSystem& files,

@@ -18,7 +18,7 @@
  *     for (std::string const& profile : profiles.groups())
  *         std::cout << profiles.group(profile).read<std::string>("title", profile) << '\n';
  *
- * A group need not be created: a missing group is empty, and the operations here and in Property.h remove a group that
+ * Groups need not be created: a missing group is empty, and the operations here and in Property.h remove groups that
  * they leave empty.
  *
  * Guide: docs/recipes.md#profiles.
@@ -27,8 +27,8 @@ namespace velmorand {
 
 /**
  * Names a group; the names given to its operations are relative to it. Doubled, leading and trailing "/" are ignored.
- * It holds only the name, so it may be copied, and may be a static object. A property is not a group: a `Group` with
- * the name of a property is empty.
+ * The object holds only the name, so it may be copied, and may be static. A `Group` with the name of a property is
+ * empty.
  *
  * Locks: each operation takes the settings' lock for the whole call. After the register's end all groups are empty, and
  * changes throw `utils::Exception`.
@@ -39,18 +39,21 @@ public:
     Group() = default;
     explicit Group(std::string const& name);
 
-    /** The full name, clean; empty for the group of all settings. */
+    /** The full name, without extra "/"; empty for the group of all settings. */
     [[nodiscard]] std::string const& name() const noexcept { return _name; }
 
-    /** The full name of a property or group in this group, as `Property` and `read` take it. */
+    /** The full name of a property or group in this group, for `Property` and `read`. */
     [[nodiscard]] std::string nameOf(std::string const& relative) const;
 
+    /** A group in this group. */
     [[nodiscard]] Group group(std::string const& relative) const { return Group(nameOf(relative)); }
 
     ///@{
     /**
-     * The names of the properties, or of the groups, directly in this group, in byte order, each once: in one scope, or
-     * in all scopes. In all scopes, locked names that only the user scope has are left out.
+     * The names of the properties, or of the groups, directly in this group, in byte order, without duplicates: those
+     * in one scope or, without `scope`, in all scopes. The latter leave out locked names that exist only in the user
+     * scope.
+     * Errors: `utils::Exception` "Bad scope value.".
      */
     [[nodiscard]] std::vector<std::string> properties() const;
     [[nodiscard]] std::vector<std::string> properties(RegisterScope scope) const;
@@ -60,8 +63,9 @@ public:
 
     ///@{
     /**
-     * Whether a property or group of that name exists in one scope, or in any scope. In any scope, locked names that
-     * only the user scope has do not count.
+     * Whether a property or group of that name exists in one scope or, without `scope`, in any scope. The latter
+     * ignores locked names that exist only in the user scope.
+     * Errors: `utils::Exception` "Bad scope value.".
      */
     [[nodiscard]] bool contains(std::string const& relative) const;
     [[nodiscard]] bool contains(std::string const& relative, RegisterScope scope) const;
@@ -99,16 +103,16 @@ public:
 
     ///@{
     /**
-     * Removes the user's settings in the group, or the user's property or group of a name in it, and then the groups
-     * around it that have become empty. Values in other scopes stay, and come into force again. After all properties
-     * have been removed, notifies the listeners, except those of `sender`, of each.
-     * Errors: `utils::Exception`, with nothing removed, if the name is empty: only the overload without a name removes
-     * the whole group. What a listener throws, with everything removed; listeners that were not called are notified
-     * with the next change.
+     * Removes all of the user's settings in the group, or only the user's property or group `relative`, and then any
+     * enclosing groups that are left empty. Values in other scopes stay, and come into force again. Then notifies the
+     * listeners, except those of `sender`, of each removed property.
+     * Errors: `utils::Exception`, with nothing removed, after the register's end, and if `relative` is empty: only the
+     * overload without it removes the whole group. Exceptions of listeners, with everything removed; the names are
+     * announced again with the next change.
      */
     void remove(void* sender = nullptr) const;
     void remove(std::string const& relative, void* sender = nullptr) const;
-    /** For anything that converts to a string, such as a `char*`, which would otherwise be taken for a sender. */
+    /** For a `char*`, which would otherwise be taken for a sender, and anything else that converts to a string. */
     template <class Text,
               std::enable_if_t<
                   std::is_convertible_v<Text const&, std::string> && !std::is_null_pointer_v<Text>, int> = 0>
@@ -122,12 +126,12 @@ public:
      * with the user's value or otherwise the global one. Temporary values and overrides are not copied, because the
      * user's settings are saved. The user's value of a locked name is not copied; the global value is copied instead,
      * if there is one. If the user has a property and the global scope has a group of the same name, or the reverse,
-     * the user's is copied. When all copies are in place, notifies the listeners, except those of `sender`, of each
-     * copy.
+     * the user's is copied. When all copies are in place, notifies the listeners, except those of `sender`, of each of
+     * them.
      * Result: the new group. It is empty if this group is empty.
      * Errors: `utils::Exception` if `name` is not a valid name, if it exists in any scope, if it is inside this group,
      * if one of its groups is a property in the user scope, or if the administrator has locked the name of a copy;
-     * `std::bad_alloc`. In these cases nothing has changed. What a listener throws, with the copies in place.
+     * `std::bad_alloc`. In these cases nothing has changed. Exceptions of listeners, with the copies in place.
      */
     Group copy(std::string const& name, void* sender = nullptr) const;
 
@@ -152,8 +156,8 @@ private:
 [[nodiscard]] VELMORAND_SETTINGS_EXPORT std::string levelFrom(std::string_view text);
 
 /**
- * The text that `levelFrom` encoded as `level`. In a level that `levelFrom` did not create, "%" with two hexadecimal
- * digits is decoded in the same way.
+ * The text that `levelFrom` encoded as `level`. In any other level, "%" and two hexadecimal digits are decoded in the
+ * same way, and everything else is kept.
  */
 [[nodiscard]] VELMORAND_SETTINGS_EXPORT std::string textFrom(std::string_view level);
 

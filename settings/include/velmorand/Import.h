@@ -8,7 +8,7 @@
 #include "velmorand/Export.h"
 
 /**
- * Imports the settings that an application has kept in another store, the first time that the application starts.
+ * Imports settings that an application used to keep in another store, when the application first starts.
  *
  *     velmorand::LiveSettings live;
  *     velmorand::importOnce(live, "editor",
@@ -40,10 +40,9 @@ enum class Store {
  *     / -> editor/
  *     drop cache/
  *
- * A name that ends with "/" is a group: the rule applies to everything in it, and "/" alone to all settings. A rule
- * that names the setting itself takes precedence; otherwise the rule for the innermost group around it applies. A
- * setting without a rule keeps its name. `as` gives the kind: string, number, integer, boolean, strings, numbers,
- * integers or booleans.
+ * A name that ends with "/" is a group: the rule applies to everything in it, and "/" alone to all settings. A rule for
+ * the setting itself takes precedence; otherwise the rule for its innermost group applies. A setting without a rule
+ * keeps its name. `as` gives the kind: string, number, integer, boolean, strings, numbers, integers or booleans.
  *
  * The levels of old names are encoded by `levelFrom`: "%2F" is a "/" within a level.
  */
@@ -57,7 +56,7 @@ public:
     /** Errors: `utils::Exception` for a line that is not a rule, a comment or empty, with its number: "line 3: ...". */
     explicit ImportMap(std::string const& text);
 
-    /** Owner: the map and its copies, which share the rules. */
+    /** Internal. Owner: the map and its copies, which share the rules. */
     [[nodiscard]] Rules const& rules() const noexcept { return *_rules; }
 
 private:
@@ -67,7 +66,7 @@ private:
 struct ImportSource {
     Store store;
     std::string
-        path; ///< UTF-8. For dconf, a path that starts and ends with "/" is a directory of the user's database
+        path; ///< UTF-8. For dconf, a path that starts and ends with "/" names a directory of the user's database
     ImportMap map{};
 };
 
@@ -77,7 +76,7 @@ struct ImportedSetting {
         set,       ///< it has been set under its new name
         unchanged, ///< the new name already had this value
         kept,      ///< the new name already had another value, and keeps it
-        dropped,   ///< the map drops it
+        dropped,   ///< by a rule of the map
         refused,   ///< it cannot be imported or cannot be set
     };
 
@@ -92,35 +91,35 @@ struct ImportReport {
         imported,     ///< by this call; `settings` has the outcome of each setting
         doneBefore,   ///< earlier, by this or another process
         nothingThere, ///< the old store does not exist
-        failed,       ///< nothing has changed, and the next call tries again
+        failed,       ///< nothing has changed; the next call tries again
     };
 
     Result result;
-    std::string reason; ///< why it failed; also set if the imported settings may not survive a power failure
+    std::string reason; ///< why it failed, or why imported settings may not survive a power failure; or empty
     std::vector<ImportedSetting> settings; ///< in the order of the old store
 };
 
 /**
- * Imports the user's settings from another store, once: on the first start of the application that finds the old store.
- * Call it right after creating the `LiveSettings`, before the settings are read.
+ * Imports the user's settings from another store, once: the first time that the application starts and the old store
+ * exists. Call it right after creating the `LiveSettings`, before the settings are read.
  *
  * All settings that can be imported are stored together with the property "velmorand/imported/ID", which records the
  * import; ID is `levelFrom(id)`. When the function returns, they are durable in the user's file and available in
  * memory. If several processes start at the same time, one imports and the others wait for it. If a process dies during
- * the import, it has imported either everything or nothing; if nothing, the next start imports.
+ * the import, either everything has been imported or nothing; in the latter case the next start tries again.
  *
  * A setting that the user already has, in the file or in this process, is kept. To import again, reset
- * "velmorand/imported/ID"; removing all settings has the same effect. If the old store does not exist, nothing is
+ * "velmorand/imported/ID". Removing all settings has the same effect. If the old store does not exist, nothing is
  * recorded, and the next start looks for it again.
  *
  * A value gets the kind that the map gives, otherwise the kind of the `Property` declared under the new name, otherwise
- * its natural kind. A value that the `Property` does not allow is refused, and so is every value whose name the
- * administrator has locked; the others are imported. The old store is not changed.
+ * its natural kind. Values that the `Property` does not allow, and values whose names the administrator has locked, are
+ * refused; the others are imported. The old store is not changed.
  *
  * Errors: `utils::Exception` if `id` is empty. Every other failure is in the report.
- * Locks: takes the settings' lock briefly, and then the kernel's lock on the user's directory, for which it waits at
- * most 5 seconds. Do not call it with the settings' lock held. Listeners are notified of the imported settings, on this
- * thread, with the address of `live` as the sender.
+ * Locks: takes the settings' lock and the kernel's lock on the user's directory, one after the other, and waits for the
+ * latter for at most 5 seconds each time. Do not call it with the settings' lock held. Listeners are notified of the
+ * imported settings on this thread or on that of `live`, with the address of `live` as the sender.
  */
 VELMORAND_SETTINGS_EXPORT ImportReport importOnce(LiveSettings& live, std::string const& id,
                                                   ImportSource const& source);

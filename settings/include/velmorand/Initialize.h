@@ -16,8 +16,9 @@ namespace velmorand {
  * exist: otherwise nothing is saved, and no error is reported at exit. A global directory without a register file is
  * allowed.
  *
- * Errors: `utils::Exception` if a register file cannot be opened or is damaged, with its path and the reason, or if the
- * process is exiting. Nothing has been opened then, and the call may be repeated.
+ * Errors: `utils::Exception` if a register file cannot be opened or is damaged, with its path; if a `LiveSettings`
+ * exists; and if the settings cannot be used any more, because the process is exiting or was forked while a thread held
+ * their lock. Nothing has been opened then, and the call may be repeated.
  * Locks: call it before other threads use the settings.
  *
  * Guide: docs/register.md#without-live-settings.

@@ -23,29 +23,29 @@
  * on the thread of the program's event loop, with no lock held. Use it for everything else, and always if the work
  * takes a lock, waits, or must run on one thread, as in a user interface.
  *
- * **Keys.** A key is the name of a property, or the name of a group and then covers everything in it; it need not
- * exist. Doubled, leading and trailing "/" are ignored, and the empty key, `everything`, is the group of all settings.
- * A property cannot have a level "." or "..", so a listener under such a key is never called.
+ * **Keys.** A key is the name of a property, or that of a group to listen to everything in it. It need not exist.
+ * Doubled, leading and trailing "/" are ignored, and the empty key, `everything`, is the group of all settings. A
+ * listener under a key with a level "." or ".." is never called, because no property has such a level.
  *
- * This library announces names without such extra "/", but a program that writes through `_Register` announces a name
- * as it wrote it. A trailing "/" makes no difference. If the name has a doubled "/", only listeners to the groups
- * before it are notified; if it begins with a "/", only listeners to everything.
+ * This library announces names without such extra "/", but the writers of `_Register` announce a name as it is passed
+ * to them. A trailing "/" makes no difference. If the name has a doubled "/", only listeners to the groups before that
+ * are notified; if it begins with a "/", only listeners to everything.
  *
- * **Changes.** Each listener is notified of a change once, no matter who makes it: this library, the writers of
- * `_Register`, or another program. Changes by other operations of `_Register`, such as `delProperty`, `load` and those
- * of the file system, are announced when `markAsChanged` is called for them. Listeners to everything are not notified
- * of a name whose first level is not valid UTF-8, nor of a name that `markAsChanged` announces although its first level
- * has never been in any scope since the listener was created.
+ * **Changes.** Each listener is notified of a change once, whether it is made by this library, the writers of
+ * `_Register` or another program. Changes by other operations of `_Register`, such as `delProperty`, `load` and those
+ * of the file system, are announced only if `markAsChanged` is called for them. Listeners to everything are not
+ * notified of a name whose first level is not valid UTF-8, nor of a name passed to `markAsChanged` whose first level
+ * has not existed in any scope since the listener was created.
  *
  * Create a `LiveSettings` or call `initialize` before you create a listener: creating a listener opens the register,
  * and otherwise it opens without its files.
  *
- * A listener may be created in one module of a program and destroyed in another. A plug-in may be unloaded once its
- * listeners have been destroyed. After the register's end, while the process exits, a new listener is never called, and
+ * A listener may be created in one module of a program and destroyed in another. A plug-in must destroy its listeners
+ * before it is unloaded. After the register's end, while the process exits, a new listener is never called, and
  * destroying a listener only releases its memory.
  *
- * Locks: the settings' lock comes before any lock that a `Listener`'s function takes. Do not hold such a lock while
- * using the settings, or while creating or destroying a listener.
+ * Locks: a `Listener`'s function is called with the settings' lock held. So do not hold a lock that such a function
+ * takes while you use the settings, or create or destroy a listener: that could deadlock.
  *
  * Guide: docs/guide.md#listen-for-changes.
  */
@@ -58,18 +58,18 @@ class Property;
 inline constexpr char const* everything = "";
 
 /**
- * Schedules a task: the program's event loop must run it later, once, on the thread on which the handler is to be
- * called. `inThreadOf` (velmorand/QtThread.h) returns an executor for an event loop of Qt.
+ * Schedules a task: the program's event loop must run it later, once, on the thread that is to call the handler.
+ * `inThreadOf` (velmorand/QtThread.h) returns an executor for an event loop of Qt.
  */
 using Executor = std::function<void(std::function<void()> task)>;
 
 namespace detail {
 
-/** Whether an argument in the place of a handler is a sender: converts to its address. */
+/** Whether the argument at a handler's position is a sender, which converts to `void*`. */
 template <class Argument>
 inline constexpr bool isSender = std::is_convertible_v<Argument, void*>;
 
-/** Adapts a function of the property's value to a function of a name. */
+/** Wraps a function of the property's value in a function of a name. */
 template <class T, class Call>
 std::function<void(std::string const&)> withValueOf(Property<T> const& property, Call&& call) {
     static_assert(std::is_invocable_v<std::decay_t<Call>&, T const&>,
@@ -94,8 +94,8 @@ std::function<void(std::string const&)> withName(Call&& call) {
  *     Listener listener{"editor", [](std::string const& name) { std::cout << name << " changed\n"; }};
  *     Listener everyone{everything, [](std::string const& name) { std::cout << name << " changed\n"; }};
  *
- * It may be destroyed at any time: on any thread, in which case it waits for a call that is running on another; inside
- * its own call, in which case the function exists until it returns; and at exit, after the register.
+ * It may be destroyed at any time. On any thread, the destructor waits for a call that is running on another thread. It
+ * may be destroyed inside its own call, and the function then exists until it returns; and at exit, after the register.
  * Locks: creating and destroying it takes the settings' lock; the call is made with the lock held.
  */
 class VELMORAND_SETTINGS_EXPORT Listener {
@@ -104,22 +104,22 @@ public:
     Listener() noexcept;
 
     /**
-     * Listens to the property or group `key` and calls `call(name)` with the name as its writer gave it. Listeners to
-     * the property are called first, then listeners to its groups, innermost first, each in the order of their
-     * creation; listeners to everything are called together with those to the outermost group, or after them. Changes
-     * made with `sender` are ignored, unless it is null. Exceptions of the call reach the writer; for a change by
-     * another program they are written to standard error (`LiveSettings.h`).
-     * Cost: a listener to everything takes about 100 bytes for each first level of a name that exists, or has existed
-     * while any such listener existed.
+     * Listens to the property or group `key`, and calls `call(name)` with the name exactly as its writer passed it.
+     * Listeners to the property are called first, then those to its groups, innermost first; listeners with the same
+     * key are called in the order of their creation. Listeners to everything are called together with those to the
+     * outermost group, or after them. Changes made with `sender` are ignored, unless it is null. Exceptions of the call
+     * reach the writer; if another program made the change, they are reported on standard error (`LiveSettings.h`).
+     * Cost: a listener to everything needs about 100 bytes for each first level of a name that exists, or has existed
+     * while there was such a listener.
      */
     template <class Call>
     Listener(std::string const& key, Call&& call, void* sender = nullptr)
         : Listener(key, Hears::group, detail::withName(std::forward<Call>(call)), sender) {}
 
     /**
-     * Listens to the property and calls `call(property.get())` whenever it is written or removed, in any scope, even if
-     * the value in force is the same as before. A function that computes the fallback is called with the settings' lock
-     * held here, and its exceptions are treated like those of the call. Otherwise as above. Requires
+     * Listens to the property, and calls `call(property.get())` whenever it is written or removed in any scope, even if
+     * the value in force is the same as before. A function that computes the fallback is then called with the settings'
+     * lock held, and its exceptions are treated like those of the call. Otherwise as above. Requires
      * velmorand/Property.h.
      * Owner: the listener keeps a copy of the property, and so its declaration.
      */
@@ -147,8 +147,8 @@ private:
 };
 
 /**
- * Collects the names of properties that change, each once, until they are delivered: by the program's loop, which calls
- * `deliver`, or by an executor. An object that has been moved from may only be destroyed or assigned to.
+ * Collects the names of changed properties, without duplicates, until they are delivered: by the program's loop, which
+ * calls `deliver`, or through an executor. A moved-from object may only be destroyed or assigned to.
  *
  *     QueuedListener changes{"editor", [&loop] { loop.wake(); }};
  *     changes.deliver([](std::string const& name) { show(name); }); // in the loop
@@ -156,13 +156,12 @@ private:
  *     QueuedListener shown{"editor", inThreadOf(&window), [](std::string const& name) { show(name); }};
  *
  * Once the object has been destroyed, its handler is not called any more, even if the executor still has tasks. The
- * object may be destroyed on any thread. On the executor's thread, or inside the handler, which then exists until it
- * returns, the destructor does not wait. On another thread the destructor waits for a running call of the handler: do
- * not hold a lock there that the handler takes, nor the settings' lock if the handler uses the settings. The same rules
- * apply to assigning to the object.
+ * object may be destroyed on any thread, even inside the handler, which then exists until it returns. The destructor
+ * waits for a call of the handler that is running on another thread: do not hold a lock that the handler takes, nor the
+ * settings' lock if the handler uses the settings. The same rules apply to assigning to the object.
  *
- * Locks: creating and destroying it takes the settings' lock. Everything else takes only a private lock, for a few
- * instructions, so it is safe no matter which locks the caller holds.
+ * Locks: creating and destroying it takes the settings' lock. All other operations take only a private lock, for a few
+ * instructions, so the caller may hold any lock.
  */
 class VELMORAND_SETTINGS_EXPORT QueuedListener {
 public:
@@ -177,8 +176,8 @@ public:
     /**
      * Changes made with `sender` are ignored, unless `sender` is null. `wake()` is called at the first change, and at
      * the first change after each `deliver`, on the thread that made the change, with the settings' lock held: it
-     * should only set a flag or post an event. If it throws, the writer gets the exception, and the next change calls
-     * it again.
+     * should only set a flag or post an event. If it throws, the exception reaches the writer, and the next change
+     * calls it again.
      */
     template <class Wake>
     QueuedListener(std::string const& key, Wake&& wake, void* sender = nullptr)
@@ -216,10 +215,10 @@ public:
     [[nodiscard]] bool empty() const;
 
     /**
-     * Calls `handle(name)` for each name collected so far, in byte order, with no lock held. Names that change
-     * meanwhile are kept for the next call. The handler may destroy this object.
+     * Calls `handle(name)` for each name collected so far, in byte order, with no lock held. Changes made meanwhile are
+     * kept for the next call. The handler may destroy this object.
      * Result: the number of names.
-     * Errors: what `handle` throws; the names not handled yet stay collected.
+     * Errors: exceptions of `handle`. The names that follow the failed one are kept for the next call.
      */
     template <class Handle>
     std::size_t deliver(Handle&& handle) {
@@ -241,7 +240,7 @@ private:
 
     template <class Wake>
     static Executor waking(Wake&& wake) {
-        static_assert(std::is_invocable_v<std::decay_t<Wake>&>, "a queued listener wakes by a call");
+        static_assert(std::is_invocable_v<std::decay_t<Wake>&>, "wake is called without arguments");
         return [call = detail::asFunction<void()>(std::forward<Wake>(wake))](auto const&) { call(); };
     }
 

@@ -28,13 +28,13 @@ namespace velmorand {
 
 enum class LiveEventKind {
     /**
-     * The user's file was damaged and has been replaced with an intact one. If the damage was found at the start, that
-     * is the previous file, and the changes of the last save are lost. If it was found later, the settings in memory
-     * have been written again; nothing is lost then, and the reason says so.
+     * The user's file was damaged and has been replaced. When this happens at the start, it is replaced with the
+     * previous file, and the changes of the last save are lost. Later, it is replaced with the settings in memory, and
+     * nothing is lost; the reason then says so.
      */
     recovered,
     startedEmpty, ///< the user's file was damaged, and the previous one was damaged or missing
-    globalIgnored, ///< the administrator's file is damaged or cannot be read, and is not used until it can be read
+    globalIgnored, ///< the administrator's file is damaged, or has become unreadable; its last good content is used
     saveFailed, ///< changes could not be saved; saving is retried until it succeeds
     savedAgain, ///< after `saveFailed`: everything has been saved
 };
@@ -42,8 +42,8 @@ enum class LiveEventKind {
 struct LiveEvent {
     LiveEventKind kind;
     std::string file;   ///< the affected file
-    std::string reason; ///< what is wrong with the file
-    std::string keptAs; ///< where a damaged file was moved; empty if it was not moved
+    std::string reason; ///< the problem; empty for `savedAgain`
+    std::string keptAs; ///< the path at which a damaged file is kept; empty if none is kept
 };
 
 /** Members that are left out of an initializer list have their defaults: `LiveOptions{"user", "global"}`. */
@@ -64,44 +64,43 @@ struct LiveOptions {
     std::chrono::milliseconds delay{100};
 
     /**
-     * Called with events that the user may want to know about, one call at a time, on the thread that noticed the
-     * event, with no lock held. Null: writes a line to standard error.
+     * Called with events that the user may want to know about, one at a time, on a thread that reads or saves the
+     * files, with no lock held. Exceptions are ignored. Null: a line is written to standard error.
      */
     std::function<void(LiveEvent const&)> onEvent{};
 };
 
 /**
- * The settings of the process, shared with other processes for as long as this object exists. Only one may exist at a
- * time, and creating it must be the first use of the settings; after it has been destroyed, another may be created.
+ * Shares the settings of the process with other processes for as long as the object exists. Creating it must be the
+ * first use of the settings. Only one object may exist at a time; after it has been destroyed, another may be created.
  *
  * The user's file is "Velmorand.dat" in the user's directory; the version before the last save is kept as
- * "Velmorand.dat.previous". A damaged file is moved to "Velmorand.dat.damaged-TIME" and the previous one takes its
- * place; the newest five damaged files are kept. The administrator's file is only read.
+ * "Velmorand.dat.previous". A damaged file is kept as "Velmorand.dat.damaged-TIME", and `LiveEventKind` says what
+ * replaces it; the newest five damaged files are kept. The administrator's file is only read.
  *
  * A dedicated thread saves and watches the files; it sleeps while nothing changes. It takes the settings' lock only to
  * collect this process's changes and to apply those of other processes; never while it waits for the disk. Changes by
  * other processes become visible together and are announced on that thread, or on the thread that calls `sync`, with
- * this object's address as the sender. Such a change has no writer to receive the exceptions of listeners: they are
- * written to standard error, and all other listeners are notified. If a `_Register::Callback` throws instead of a
- * `Listener`, some listeners are notified of that name twice.
+ * this object's address as the sender. Such a change has no writer to receive the exceptions of listeners, so they are
+ * reported on standard error, and the other listeners are still notified. After an exception of a
+ * `_Register::Callback`, unlike one of a `Listener`, some listeners are notified of the name twice.
  *
- * If the user's file is removed meanwhile, with or without its directory, nothing is reset: the settings stay in
- * memory, and the next change, or `sync`, writes all of them again. Without either, the file stays missing, and the
- * next start finds no settings. To reset programs while they run, delete the settings themselves, as
- * `velmorand-register delete` does.
+ * Removing the user's file, or its directory, resets nothing in running programs: the settings stay in memory, and the
+ * next change or `sync` writes all of them again. If neither follows, the file stays missing, and the next start finds
+ * no settings. To reset running programs, delete the settings themselves, as `velmorand-register delete` does.
  *
- * A forked child process shares nothing: its changes stay in its memory. If any thread, even the thread that saves,
- * held the settings' lock at the time of the fork, the child cannot use the settings at all (`Property.h`), and its
- * `exit` may wait for a second.
+ * A forked child process does not share its settings: its changes stay in its memory. If any thread, even the thread
+ * that saves, held the settings' lock at the time of the fork, the child cannot use the settings at all (`Property.h`),
+ * and its `exit` may wait for a second.
  */
 class VELMORAND_SETTINGS_EXPORT LiveSettings {
 public:
     /**
      * Opens the settings.
-     * Errors: `utils::Exception` if a file exists and cannot be read (permissions, an I/O error, not a regular file, a
-     * later format version), with its path and the reason, and the file is left alone; if the user's directory is not
-     * known or cannot be created; if the settings have been used before, or another `LiveSettings` exists. A damaged
-     * file is not an error but an event.
+     * Errors: `utils::Exception` if a file exists but cannot be read (permissions, an I/O error, not a regular file, a
+     * later format version), with its path and the reason (that file is not changed); if the user's directory is not
+     * known or cannot be created; if the settings have been used before; if another `LiveSettings` exists; and if the
+     * thread cannot be started. A damaged file is not an error but an event.
      * Locks: takes the settings' lock.
      */
     explicit LiveSettings(LiveOptions options = {});
@@ -111,15 +110,16 @@ public:
     /**
      * Saves this process's unsaved changes and stops sharing. The settings stay in memory for other users of the
      * register.
-     * Locks: takes the settings' lock. Do not destroy the object with the lock held, as inside a listener, nor from
-     * `onEvent`.
+     * Locks: takes the settings' lock. Do not destroy the object with the lock held, for example inside a listener, nor
+     * in `onEvent`.
      */
     ~LiveSettings();
 
     /**
-     * Saves this process's changes now and loads those of other processes: durable and visible when it returns.
-     * Result: whether everything is saved; if not, the file and the reason. After a failure the file may already
-     * contain the changes, but they may not survive a power failure; the next save makes them durable.
+     * Saves this process's changes and loads those of other processes. When it returns, the former are durable and the
+     * latter visible.
+     * Result: whether everything is saved; if not, the file and the reason. After a failure the file may contain the
+     * changes without being durable; the next save makes it durable.
      * Locks: takes the settings' lock briefly, not while it waits for the disk.
      */
     SaveResult sync();
@@ -127,10 +127,10 @@ public:
     /** Whether all changes made in this process so far are saved. Locks: takes the settings' lock. */
     [[nodiscard]] bool isSaved() const;
 
-    /** The events so far, oldest first; at most the last hundred. */
+    /** The last events, oldest first, at most a hundred. Locks: only a private one. */
     [[nodiscard]] std::vector<LiveEvent> events() const;
 
-    /** The directories in use. */
+    /** The directories in use: absolute paths, valid as long as this object exists. */
     [[nodiscard]] std::string const& userDirectory() const;
     [[nodiscard]] std::string const& globalDirectory() const;
 

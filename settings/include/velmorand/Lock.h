@@ -6,16 +6,16 @@
 namespace velmorand {
 
 /**
- * Holds the lock of all settings for as long as it exists, so that other threads see several operations as one: they
- * read all of the changes or none.
+ * Holds the settings' lock for as long as it exists, so that other threads see either all or none of the changes made
+ * meanwhile.
  *
  *     Lock const lock;
  *     width.set(800);
  *     height.set(600);
  *
- * Listeners are notified of each change before the next is made; `Changes` notifies them when all changes are in place.
- * The lock is recursive: a thread that holds it may take it again. Never wait for another thread while holding it.
- * After the register's end, while the process exits, there is nothing to guard, and the lock is not taken.
+ * Listeners are still notified after each single change; `Changes` notifies them when all changes are in place. The
+ * lock is recursive: a thread that holds it may take it again. Never wait for another thread while holding it. It is
+ * not taken after the register's end, nor in a forked child if a thread of the parent held it at the fork.
  *
  * Guide: docs/guide.md#threads.
  */

@@ -21,8 +21,8 @@
  *     Property<double> const size{"editor/size", 11.0};
  *     size.set(size.get() + 1);
  *
- * A `Property` declares a setting; its value is usable no matter what a file contains. `read` and `write` access a
- * setting by its name. They do not convert, so reading a value as another type is an error:
+ * A `Property` declares a setting; reading it always gives a value, no matter what a file contains. `read` and `write`
+ * access a setting by its name. They do not convert, so reading a value as another type is an error:
  *
  *     auto theme = read<std::string>("editor/theme");
  *     write("editor/theme", "dark");
@@ -33,11 +33,11 @@
  * take precedence over that, in this order:
  *
  * - The administrator may *lock* names: the property `velmorand/locked` in the administrator's file is a list of
- *   strings, each the name of a property, or of a group for everything in it. For a locked name, the user scope counts
- *   as empty, and writing to it in the user scope is an error. An entry that is not a valid name is ignored. A list of
- *   another type locks nothing, and neither does a property of that name in the user scope: use `isLocked`, do not read
- *   the list.
- * - A program may *override* a declared setting for the process (`Property::override`): that value is used instead of
+ *   strings, each the name of a property, or that of a group to lock everything in it. For a locked name, the user
+ *   scope counts as empty, and writing to it in the user scope is an error. An entry that is not a valid name is
+ *   ignored. A property of another type locks nothing, nor does one in the user scope; so use `isLocked` instead of
+ *   reading the list.
+ * - A program may *override* a declared setting in its process (`Property::override`): that value is used instead of
  *   those in the scopes.
  *
  * The register's own readers and writers (`_Register`) apply neither rule.
@@ -45,9 +45,10 @@
  * Create a `LiveSettings` or call `initialize` first: the first use of the settings opens the register, and otherwise
  * it opens without its files.
  *
- * Static objects that are older than the register outlive it. In their destructors, reads find nothing, and writes
- * throw `utils::Exception`. The same applies in a forked child process if any thread held the lock at the fork. A child
- * that is forked inside a listener must not return from it: it should call `_exit` or start another program.
+ * At exit, static objects that were created before the register are destroyed after it. In their destructors, reads
+ * find nothing, and writes throw `utils::Exception`. The same applies in a forked child process if any thread held the
+ * lock at the fork. A child that is forked inside a listener must not return from it: it should call `_exit` or start
+ * another program.
  *
  * Locks: reading and writing take the settings' lock for the whole call; `Property::get` says when it needs none. All
  * operations are safe from any thread and from inside a listener.
@@ -87,16 +88,16 @@ T valid(std::optional<T> value) {
 } // namespace detail
 
 /**
- * Whether the administrator has locked `name`, which may be a property or a group, or a group around it. A group is not
- * locked because something in it is. Use it to grey out settings that the user cannot change; listen to
- * `velmorand/locked` to be notified when that changes. Locks: the settings' lock.
+ * Whether the administrator has locked the property or group `name`, or a group around it. A group is not locked just
+ * because something in it is. Use it to grey out settings that the user cannot change; listen to `velmorand/locked` to
+ * be notified when that changes. Locks: the settings' lock.
  */
 [[nodiscard]] VELMORAND_SETTINGS_EXPORT bool isLocked(std::string const& name);
 
 /**
  * The value in force of `name`: its override, or the value in the first scope that has the name.
- * Errors: `PropertyNotFound` if there is none; `PropertyBadType` if the value is of another kind or not valid for the
- * type, or if the name is a group (for a type that is stored as a string, a group is `PropertyNotFound`).
+ * Errors: `PropertyNotFound` if it does not exist; `PropertyBadType` if the value is of another kind or not valid for
+ * the type, or if the name is a group (`PropertyNotFound` for a type that is stored as a string).
  */
 template <class T>
 [[nodiscard]] T read(std::string const& name) {
@@ -108,8 +109,8 @@ template <class T>
 }
 
 /**
- * The value of `name` as above, or `fallback` if there is none.
- * Errors: as above if the name exists, but with a value of another type or as a group.
+ * The value of `name` as above, or `fallback` if it does not exist.
+ * Errors: as above if the name exists, but has a value of another type or is a group.
  */
 template <class T>
 [[nodiscard]] T read(std::string const& name, T fallback) {
@@ -130,10 +131,10 @@ T read(std::string const& name, Other const& fallback) = delete;
 /**
  * Writes a value, in the user scope unless another is given, and notifies the listeners except those of `sender`.
  * Doubled, leading and trailing "/" in the name are ignored. Does not save.
- * Errors: `utils::Exception` if a string has more than 2,147,483,647 bytes, or the list has more elements than that;
- * after the register's end; if the name cannot be that of a property, because it is a group, one of its groups is a
- * property, it has no level, or a level is "." or ".."; and, in the user scope, if the administrator has locked the
- * name. In these cases nothing has changed. An exception of a listener reaches the caller, with the value written.
+ * Errors: `utils::Exception` if a string has more than 2,147,483,647 bytes, or a list more elements than that; after
+ * the register's end; if the name is a group, or one of its groups is a property; if the name is empty or not UTF-8, or
+ * has a level "." or ".."; and, in the user scope, if the administrator has locked the name. In these cases nothing has
+ * changed. Exceptions of listeners, with the value written.
  */
 template <class T>
 void write(std::string const& name, T const& value, RegisterScope scope = SCOPE_USER,
@@ -161,8 +162,9 @@ void write(std::string const& name, Other const& value, RegisterScope scope = SC
  * `T` is a type that velmorand/Stored.h lists, or a type that the program has added. velmorand/Declaration.h describes
  * the details.
  *
- * It uses the register only in its operations, so it may be a static object. Several threads may use one object at the
- * same time. Copies share the declaration. The program's catalogue (velmorand/Catalogue.h) lists it while it exists.
+ * Creating it does not use the register, so it may be a static object. Several threads may use one object at the same
+ * time. Copies share the declaration. The program's catalogue (velmorand/Catalogue.h) lists it as long as one of them
+ * exists.
  */
 template <class T>
 class Property {
@@ -200,7 +202,7 @@ public:
 
     /**
      * With a fallback that `compute()` returns. It is called whenever the fallback is needed, on the thread that needs
-     * it. The library never calls it while holding a lock, except for a `Listener` to the property.
+     * it. The library holds no lock during the call, except for a `Listener` to the property.
      */
     template <class Call, class... Details, std::enable_if_t<isCall<Call>, int> = 0>
     Property(std::string name, Call compute, Details... details)
@@ -218,7 +220,10 @@ public:
     Property& operator=(Property const&) noexcept = default;
     ~Property() = default;
 
+    /** The name, without extra "/". Valid as long as the property or a copy of it exists. */
     [[nodiscard]] std::string const& name() const noexcept { return _declared->name(); }
+
+    /** The fallback; calls the function that computes it, if there is one. */
     [[nodiscard]] T fallback() const { return _declared->fallback(); }
 
     /**
@@ -249,7 +254,7 @@ public:
     }
 
     /**
-     * The same for a value of another type that converts without loss. An `int` that `T` cannot represent is refused.
+     * The same for a value of another type that converts without loss. A value that `T` cannot represent is refused.
      */
     template <class Other, std::enable_if_t<detail::isAllowed<T, Other>, int> = 0>
     void set(Other const& value, void* sender = nullptr) const {
@@ -264,7 +269,8 @@ public:
     /**
      * Removes the value from the user scope, so that another scope's value or the fallback comes into force, and
      * notifies the listeners except those of `sender`. Groups that become empty are removed. Does nothing if the user
-     * scope has no value. A locked setting may be reset: the user's value is not in force anyway.
+     * scope has no value. A locked setting may be reset, since the user's value is not in force.
+     * Errors: exceptions of listeners, with the value removed.
      */
     void reset(void* sender = nullptr) const { detail::reset(name(), sender); }
 
@@ -281,8 +287,8 @@ public:
      * Notifies the listeners, except those of `sender`, if this changes the value in force. If the administrator locks
      * the setting later, the administrator's value is in force for as long as it is locked.
      * Errors: `utils::Exception`, with nothing changed, if the declaration does not allow the value, if the
-     * administrator has locked the setting, if the setting's name is not valid, or after the register's end. What a
-     * listener throws, with the override in place.
+     * administrator has locked the setting, if the setting's name is not valid, or after the register's end. Exceptions
+     * of listeners, with the override in place.
      * Locks: the settings' lock. It opens the settings if they are not open yet: create the `LiveSettings` first.
      */
     void override(T const& value, void* sender = nullptr) const {

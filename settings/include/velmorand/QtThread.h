@@ -18,11 +18,11 @@ namespace velmorand {
  * thread, or after that thread has finished. The executor and its copies may be called and destroyed on any thread at
  * any time, before or after the object.
  *
- * A handler that runs a nested event loop, as a modal dialog does, may be called again inside it.
+ * A handler that runs a nested event loop, as a modal dialog does, may be called again in that loop.
  *
  * Errors: `utils::Exception` if `object` is null.
  * Locks: a call of the executor takes a private lock, which is also taken while the object is destroyed, and Qt's lock
- * on the thread's events. It is safe no matter which locks the caller holds.
+ * on the thread's events. The caller may hold any lock.
  * Owner: the caller keeps the object.
  *
  * Guide: docs/recipes.md#handle-changes-in-qts-event-loop.

@@ -31,10 +31,11 @@
  * | `QDateTime`                                   | a string in ISO 8601: "2026-03-01T08:30:00.000+01:00"            |
  * | an enum with `Q_ENUM` or `Q_ENUM_NS`          | a string, the name of the enumerator                             |
  *
- * For an enum, `VELMORAND_ENUM` takes precedence: its names need not change when the enumerators are renamed.
+ * For an enum, `VELMORAND_ENUM` takes precedence: with it, enumerators can be renamed without changing the stored
+ * names.
  *
- * Null and empty values are stored alike. They are read as an empty `QString`, `QByteArray` or `QUrl`, and as a null
- * `QDateTime`.
+ * Null and empty values are stored alike: they are read back as an empty `QString`, `QByteArray` or `QUrl`, or as a
+ * null `QDateTime`.
  *
  * Guide: docs/types.md#types-of-qt.
  */
@@ -92,9 +93,9 @@ struct VELMORAND_SETTINGS_EXPORT Stored<QUrl> {
 };
 
 /**
- * Keeps the point in time, to the millisecond, and its offset from UTC, to the minute, but not the name of the time
- * zone. Text without an offset is invalid, because its meaning would depend on the machine. The milliseconds are
- * optional.
+ * Keeps the point in time to the millisecond and its offset from UTC to the minute, but not the name of the time zone.
+ * Text without an offset is invalid, because its meaning would depend on the machine. In stored text, the milliseconds
+ * are optional.
  */
 template <>
 struct VELMORAND_SETTINGS_EXPORT Stored<QDateTime> {
@@ -110,7 +111,7 @@ struct VELMORAND_SETTINGS_EXPORT Stored<QDateTime> {
 
 namespace detail {
 
-/** The enumerators' names that QtCore has for an enum. */
+/** The names of an enum's enumerators, from QtCore's meta-object. */
 template <class Enum>
 struct MetaNames {
     static std::vector<EnumName<Enum>> names() {
@@ -123,7 +124,7 @@ struct MetaNames {
     }
 };
 
-/** Whether an enum has a `Q_ENUM` or `Q_ENUM_NS`, which declare this function. */
+/** Whether an enum has been declared with `Q_ENUM` or `Q_ENUM_NS`, which define this function. */
 template <class Enum, class Enable = void>
 inline constexpr bool hasMetaNames = false;
 template <class Enum>

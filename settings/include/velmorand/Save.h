@@ -14,24 +14,23 @@ namespace velmorand {
 
 /** The result of a save. */
 struct SaveResult {
-    bool saved; ///< whether the file holds the settings and survives a power failure
+    bool saved; ///< whether the settings are in the file, durably
     std::string
         reason; ///< why it is not saved: the file and the system's reason; empty after a successful save
 };
 
 /**
- * Saves the user's settings, replacing the register file atomically. A failed save leaves the file as it was, unless
- * only the last step failed, which makes the replacement durable: then the new file is in place but may be lost in a
- * power failure.
+ * Saves the user's settings, replacing the register file atomically. A failed save leaves the old file in place, unless
+ * only the last step failed: then the new file is in place, but may be lost in a power failure.
  *
  *     if (SaveResult const result = saveSettings(); !result.saved)
  *         std::cerr << "settings not saved: " << result.reason << '\n';
  *
- * Errors: only those of opening the register, if it has not been opened yet. Every failure of the save itself is in the
- * result, as is a call after the register's end, while the process exits. With live settings it does the same as
- * `LiveSettings::sync`.
- * Locks: takes the settings' lock to copy a consistent snapshot of the settings, and releases it before it waits for
- * the disk.
+ * With live settings it does the same as `LiveSettings::sync`. After the register's end, while the process exits, it
+ * fails.
+ * Errors: only those of opening the register, if it has not been opened yet. Failures of the save itself are in the
+ * result.
+ * Locks: takes the settings' lock while it copies the settings, and releases it before it waits for the disk.
  */
 [[nodiscard]] VELMORAND_SETTINGS_EXPORT SaveResult saveSettings();
 

@@ -3,7 +3,7 @@
 
 #include <utils/properties/Types.h>
 
-/** The names of the register that applications use, in this library's namespace. */
+/** The names from the register's namespaces that applications use. */
 namespace velmorand {
 
 using utils::Exception;

@@ -15,7 +15,7 @@
  * The types that a setting can have.
  *
  * The register stores eight kinds of value: `std::string`, `double`, `int`, `bool`, and a `std::vector` of each.
- * `Stored<T>` states which of them a type is stored as, and converts in both directions. Built in:
+ * `Stored<T>` defines which of them a type is stored as, and converts in both directions. Built in:
  *
  * | type                                             | stored as                                                |
  * |--------------------------------------------------|----------------------------------------------------------|
@@ -28,8 +28,8 @@
  * | `std::filesystem::path`                          | a string, the path's bytes                               |
  * | a `std::vector` of one of these                  | a list                                                   |
  *
- * QtTypes.h adds types of Qt. The table is the same on every machine, so that register files are portable: `long` is a
- * string even where it has 32 bits.
+ * QtTypes.h adds types of Qt. The table is the same on every machine, so that register files are portable; for example,
+ * `long` is a string even if it has 32 bits.
  *
  * Guide: docs/types.md#a-type-of-your-own.
  */
@@ -53,8 +53,8 @@ struct BuiltIn;
  *         static std::string expected() { return "a colour such as #ff8000"; } // optional, for messages
  *     };
  *
- * `store` may throw if a value cannot be stored. The result of `load` must depend only on its argument, because it is
- * cached until the register changes. If `load` throws, the value is invalid.
+ * `store` may throw `utils::Exception` if a value cannot be stored. The result of `load` must depend only on its
+ * argument, because it is cached until the register changes. If `load` throws, the value counts as invalid.
  */
 template <class T>
 struct Stored : detail::BuiltIn<T> {};
@@ -95,7 +95,10 @@ struct RequireStored {
 template <class T>
 using StoredType = typename RequireStored<T>::Type;
 
-/** Parses a whole number in decimal digits, with a "-" if it is negative; returns nothing if it is invalid. */
+/**
+ * Parses a whole number: decimal digits, after a "-" if it is negative. Returns nothing if the text is anything else,
+ * or if the number is out of range.
+ */
 VELMORAND_SETTINGS_EXPORT std::optional<std::int64_t> signedWhole(std::string const& text);
 VELMORAND_SETTINGS_EXPORT std::optional<std::uint64_t> unsignedWhole(std::string const& text);
 
@@ -103,7 +106,7 @@ template <class T>
 inline constexpr bool isLong = std::is_same_v<T, long> || std::is_same_v<T, unsigned long> ||
                                std::is_same_v<T, long long> || std::is_same_v<T, unsigned long long>;
 
-/** Empty for a type that is not built in. */
+/** Empty, for types that are not built in. */
 template <class T, class Enable>
 struct BuiltIn {};
 
