@@ -23,7 +23,7 @@ class Round {
 public:
     /** `first` is the first entry of the key. */
     Round(Listeners& listeners, Listeners::iterator first) : _outer(_innermost), _next(first) {
-        // Entries added from now on come after these.
+        // Entries that are added from now on follow these in the map.
         for (auto entry = first; entry != listeners.end() && entry->first == first->first; ++entry)
             ++_left;
         _innermost = this;
@@ -81,7 +81,7 @@ Round* Round::_innermost = nullptr;
 using Pending = std::set<std::string>;
 
 /**
- * Memory that announcements reuse, so that a change seldom allocates any. Guarded by the register's lock, except in the
+ * Memory that announcements reuse, so that a change rarely allocates. Guarded by the register's lock, except in the
  * unlocked part of `markAsChanged`, whose callers must keep other threads out.
  */
 struct Spares {
@@ -92,11 +92,11 @@ struct Spares {
 
 Spares spares;
 
-/** Makes a name pending. Result: its position, even if it was already pending. */
+/** Adds a name to the pending ones, unless it is pending already. Result: its position. */
 Pending::const_iterator record(Pending& pending, std::string const& name) {
     if (!pending.empty() || spares.one.empty())
         return pending.insert(name).first;
-    // A set with one element is always in order, and the elements of a set are not const objects.
+    // Changing the only element cannot break the order of the set, and the elements are not const objects.
     const_cast<std::string&>(*spares.one.begin()) = name;
     pending.swap(spares.one);
     return pending.begin();
@@ -193,7 +193,7 @@ private:
         }
     }
 
-    /** Whether an outer announcement of the same register is announcing a name. */
+    /** Whether an outer announcement of the same register includes a name. */
     [[nodiscard]] bool isBeingAnnounced(std::string const& name) const {
         for (Announcement const* around = _outer; around != nullptr; around = around->_outer)
             if (&around->_pending == &_pending && around->holds(name))
@@ -245,7 +245,7 @@ void _Register::announceChange(void* sender, std::string const& name) {
 void _Register::markAsChanged(void* sender, std::string const& name) {
     record(_changedProperties, name); // Intentional: without the lock.
     Lock const lock(*_mutex);
-    // Looked up again, because another thread may have announced it meanwhile.
+    // Looked up again: another thread may have announced and removed the name meanwhile.
     Announcement(_changedProperties, _changedProperties.find(name)).run(_callbacks, sender);
 }
 

@@ -17,9 +17,9 @@
 /**
  * A fast path to the bytes of a property, which bypasses the file system's virtual operations.
  *
- * Used only for objects whose dynamic type is `_Register`: a derived class may override any of those operations and
- * must see every call. It handles only cases that succeed. All others go through the file system, so that each failure
- * is handled in one place.
+ * Used only for objects whose dynamic type is `_Register`: a derived class may override any of those operations, and
+ * must then see every call. It handles only successful cases. All others go through the file system, so that each
+ * failure is handled in one place.
  *
  * `VELMORAND_DIRECT_ACCESS` is defined if the file-system library is this project's own, which offers direct access.
  * With any other library everything goes through the virtual operations.
@@ -67,7 +67,7 @@ constexpr bool isOpen(_Register const&) {
 
 #endif
 
-/** The entry that readers find under a name, in the first scope that has it. The lock is held. */
+/** The entry that readers find under a name: the one in the first scope that has it. The lock is held. */
 inline Entry locate(_Register const& object, std::string const& name) {
     return find(
         object,

@@ -12,9 +12,9 @@ namespace utils::properties {
 namespace {
 
 /**
- * Takes the lock during exit, just before the register is saved and destroyed, and never releases it: other threads
- * then block in their operations until the process ends. The wait for the lock is bounded, because its holder may never
- * release it; in a forked child the holder may not even exist.
+ * Takes the lock during exit, just before the register is saved and destroyed, and never releases it: from then on,
+ * other threads block in their operations until the process ends. The wait for the lock is bounded, because its holder
+ * may never release it, and in a forked child may not even exist.
  */
 void closeRegister() {
     auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(1);
@@ -49,8 +49,8 @@ _Register* _Register::getInstance() {
     Lock const lock(*_mutex);
     static _Register* const instance = [] {
         static _Register made;
-        // Registered after the destructor of `made`, so it runs right before that. If registration fails for lack of
-        // memory, the process exits without it.
+        // Registered after the destructor of `made`, so that it runs just before it. If the registration fails for lack
+        // of memory, the register is saved without it.
         static_cast<void>(std::atexit(closeRegister));
         return &made;
     }();

@@ -39,7 +39,7 @@ void _Register::save() const {
     filesystem::FileHandle* handle = nullptr;
     if (!disk.open(toQString(_VL_REGISTER_NAME), &handle, filesystem::FileSystem::MODE_WRITE))
         return; // Intentional: a save reports no failure.
-    // After a failed write, closing fails, too, and leaves the file unchanged.
+    // If a write has failed, closing fails as well and leaves the file unchanged.
     serialize(fromLiteral(userScope), *handle);
     disk.close(handle);
 }

@@ -11,7 +11,7 @@ namespace utils::properties {
 /** The order in which readers search the scopes: the user's value takes precedence over the administrator's. */
 constexpr std::array lookupOrder{SCOPE_USER, SCOPE_GLOBAL, SCOPE_TEMPORARY};
 
-/** The order of the existence tests. It does not affect their result, but derived classes can observe it. */
+/** The order of the existence tests. Does not affect their result, but can be observed by derived classes. */
 constexpr std::array existenceOrder{SCOPE_GLOBAL, SCOPE_USER, SCOPE_TEMPORARY};
 
 constexpr bool isScope(RegisterScope scope) {

@@ -32,8 +32,8 @@ void _Register::addGroup(std::string const& name, RegisterScope scope) {
         return;
     }
 
-    // Goes up to the first group whose parent exists, then down again. A loop, because the depth of a name is
-    // unbounded. Each group's name is a prefix of the next one, so only their lengths are kept.
+    // Goes up to the first group whose parent exists, then down again. A loop instead of recursion, because the depth
+    // of a name is unbounded. The name of each group is a prefix of `whole`, so only its length is kept.
     std::string const whole = toUtf8(toQString('/' + name).mid(1));
     std::string group = whole;
     std::vector<std::size_t> missing;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // QtCore 5 hides QString::fromAscii unless all deprecated functions are enabled, so this overrides the command line. In
-// QtCore 6 it is fromLatin1. This is the only file that depends on the difference.
+// QtCore 6 the function is called fromLatin1. Only this file depends on the difference.
 #undef QT_DISABLE_DEPRECATED_BEFORE
 #define QT_DISABLE_DEPRECATED_BEFORE 0
 #include "register/Text.h"

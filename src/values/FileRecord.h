@@ -32,7 +32,7 @@ public:
     template <class Field, class List>
     int readAhead(int /*count*/, List& list) {
         list.clear();
-        return 0; // as above
+        return 0; // every field is a separate call
     }
 
 private:

@@ -13,7 +13,7 @@
 
 namespace utils::properties {
 
-// Records in memory. Integers are in the file system's byte order, little-endian; reading past the end gives the same
+// Records in memory. Integers have the file system's byte order, little-endian. Reading after the end gives the same
 // values as the file system's readers.
 
 /** Counts the bytes of a record. */
@@ -67,7 +67,7 @@ private:
     char* _next;
 };
 
-/** Reads fields that are known to exist. */
+/** Reads fields without checking for the end of the record. */
 class FieldReader {
 public:
     explicit FieldReader(char const* next) : _next(next) {}
@@ -102,8 +102,8 @@ public:
     }
 
     /**
-     * Replaces a list by the first elements of the record: elements of fixed size up to the last complete one, others
-     * up to the old size of the list, whose memory they reuse. Result: their number.
+     * Replaces the elements of a list with the first ones in the record: if they have a fixed size, with all complete
+     * ones; otherwise with at most as many as the list has, whose memory is reused. Result: their number.
      */
     template <class Field, class Element>
     int readAhead(int count, std::vector<Element>& list) {
@@ -145,7 +145,7 @@ private:
         return done;
     }
 
-    /** Same result and capacity as appending the elements one by one, but those that fit are copied at once. */
+    /** Gives the same elements and capacity as appending one by one, but copies all that fit at once. */
     template <class Field, class Element>
     static void replaceOneByOne(std::vector<Element>& list, std::size_t count, char const* from) {
         std::size_t done = 0;

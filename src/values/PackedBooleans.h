@@ -17,7 +17,7 @@ constexpr std::uint64_t repeatedByte(unsigned char byte) {
     return byte * std::uint64_t{0x0101010101010101};
 }
 
-/** The eight bytes of a word in memory order, the first one lowest; its own inverse. */
+/** Converts a word between the machine's byte order and little-endian, in either direction. */
 inline std::uint64_t inMemoryOrder(std::uint64_t word) {
     return __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ ? word : __builtin_bswap64(word);
 }
@@ -32,14 +32,14 @@ inline unsigned packBooleans(char const* bytes) {
     return static_cast<unsigned>((lowBits * 0x0102040810204080U) >> 56); // bit 8 * i becomes bit 56 + i
 }
 
-/** The opposite: eight bytes, each 0 or 1. */
+/** The inverse of `packBooleans`: writes eight bytes, each 0 or 1. */
 inline void unpackBooleans(std::uint64_t bits, char* bytes) {
     std::uint64_t const oneBitEach = (bits * repeatedByte(1)) & 0x8040201008040201U; // byte i keeps bit i
     std::uint64_t const word = inMemoryOrder(((oneBitEach + repeatedByte(0x7F)) >> 7) & repeatedByte(1));
     std::memcpy(bytes, &word, sizeof word);
 }
 
-/** Reads the elements of a list from index `begin` on. */
+/** Reads the elements of a list, starting with the one at `begin`. */
 inline void readBooleans(std::vector<bool>& list, std::size_t begin, char const* from) {
     auto next = list.begin() + static_cast<std::ptrdiff_t>(begin);
     auto const isTrue = [](char byte) { return byte != 0; };

@@ -29,7 +29,7 @@ Type _Register::readPropertyType(std::string const& name, Type* elementType) con
             return readTypes(record, elementType);
         }
     }
-    // Reading changes only the position of the handle, but the operations of the file system are not const.
+    // Reading changes only the position of the handle, but the file system's operations are not const.
     auto& self = const_cast<_Register&>(*this);
     filesystem::FileHandle* handle = nullptr;
     // Intentional: the result is not tested. A null handle reads as 0.

@@ -56,7 +56,8 @@ void _Register::_readString(std::string const& name, std::string& value) {
 void _Register::_readNumber(std::string const& name, double& value) {
     double number = 0;
     readValue(*this, name, number);
-    // Intentional: a number, unlike the other kinds, is stored after the handle is closed. Bit by bit, as in `Field`.
+    // Intentional: a number, unlike the other kinds, is stored after the handle is closed. Copied bytewise, as in
+    // `Field`.
     std::memcpy(&value, &number, sizeof value);
 }
 

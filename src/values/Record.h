@@ -10,7 +10,7 @@
 #include "utils/properties/Register.h"
 
 /**
- * The format of value records, the only definition of it.
+ * The format of value records.
  *
  * A record is a tag byte and a payload; a list has a second tag, that of its elements, and a count. Integers, counts
  * and lengths are written as the file system's 32-bit `int`.
@@ -22,10 +22,10 @@
  *     list     'L' element tag, count, then each element without its tag
  *
  * Records are written to any sink with `writeByte`, `writeInt` and `writeBytes`, and read from any source with
- * `readByte`, `readInt` and `readBytes`, one call per field. Only the tags are checked: for fields that are missing at
- * the end of a record the source decides the value, and bytes after a record are never read. Before the elements of a
- * list are read, the source clears the list in `readAhead`, where it may also read the first elements in a faster way;
- * it returns their number. A sink may do the same in `writeAhead` when a list is written.
+ * `readByte`, `readInt` and `readBytes`, one call per field. Only the tags are checked: fields that are missing at the
+ * end of a record have the value that the source gives them, and bytes after a record are never read. Before the
+ * elements of a list are read, `readAhead` clears the list; the source may also read the first elements there, in a
+ * faster way, and returns their number. In the same way a sink may write the first elements in `writeAhead`.
  */
 namespace utils::properties {
 
@@ -59,7 +59,7 @@ struct Field<std::string> {
     }
 };
 
-/** A number is handed on by reference: the registers that i386 has for numbers change a signalling NaN. */
+/** Numbers are passed by reference, because i386's floating-point registers change a signalling NaN. */
 template <>
 struct Field<double> {
     static constexpr Type tag = TYPE_NUMBER;
@@ -178,7 +178,7 @@ struct Record<std::vector<Element>> {
             return false;
         return readTag(source) == Field<Element>::tag;
     }
-    /** Appends one element at a time: the count is unchecked, so no memory is reserved for it. */
+    /** Appends one element at a time: the count is not checked, so memory must not be reserved for it. */
     template <class Source>
     static void readPayload(Source& source, std::vector<Element>& values) {
         int const count = source.readInt();

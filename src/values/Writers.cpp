@@ -64,9 +64,9 @@ void writeThroughFile(_Register& object, std::string const& name, Value const& v
 template <class Value>
 void ValueWriter::write(_Register& object, void* sender, std::string const& name, Value const& value,
                         RegisterScope scope) {
-    checkScope(scope); // before the lock, so a bad scope is refused even while another thread holds it
+    checkScope(scope); // before the lock is taken, so that a bad scope is refused at once
     Lock const lock(*_Register::_mutex);
-    // The value must not be read before the lock is held: another thread may change it while holding the lock.
+    // The value must not be read before the lock is held: until then, another thread that holds the lock may change it.
     if (!writeDirectly(object, name, value, scope))
         writeThroughFile(object, name, value, scope);
     object.announceChange(sender, name);

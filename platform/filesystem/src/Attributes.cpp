@@ -22,8 +22,8 @@ bool isMissing() {
 }
 
 /**
- * Calls `read(target, room)`; if the usual room is too small, again with room for `most` bytes. Result: none on
- * failure.
+ * Calls `read(target, room)` with the usual room and, if that is too small, again with room for `most` bytes. Result:
+ * nothing on failure.
  */
 template <class Read>
 std::optional<std::string> readWhole(Read const& read, std::size_t most) {
@@ -60,7 +60,7 @@ bool isComputed(std::string_view name) {
     return name == "security.ima" || name == "security.evm";
 }
 
-/** Whether it may be an access control list that is not POSIX's, such as that of NFS version 4. */
+/** Whether the attribute may be an access control list of another kind than POSIX, such as that of NFSv4. */
 bool isOfAccess(std::string_view name) {
     constexpr std::string_view system = "system.";
     return name.substr(0, system.size()) == system;

@@ -15,7 +15,7 @@ namespace filesystem {
 /**
  * Copies the access control list of the open file `from` to the new, open file `to`; removes that of `to` if `from` has
  * none.
- * Result: false on failure; `to` then has no list, or the one that it has inherited.
+ * Result: false on failure; `to` then has no list, or the list that it has inherited.
  */
 [[nodiscard]] bool copyAccessList(int from, int to);
 

@@ -16,10 +16,10 @@
 
 namespace filesystem {
 
-// The CBOR items (RFC 8949) that a register file consists of. Functions that run for every entry of a file are always
-// inlined: a call would cost as much as their work.
+// The CBOR items (RFC 8949) of a register file. Functions that run for every entry of a file are always inlined: a call
+// would cost as much as their work.
 
-/** CBOR's major types, stored in the first three bits of a head. `other` is not used in register files. */
+/** CBOR's major types, stored in the highest three bits of a head. `other` is not used in register files. */
 enum class Major : unsigned char { number = 0, bytes = 2, text = 3, array = 4, map = 5, tag = 6, other = 7 };
 
 constexpr std::uint64_t shortNumbers = 24; // numbers below this are stored in the first byte of a head
@@ -27,7 +27,7 @@ constexpr unsigned lastDefinite = 27;      // the first byte of a head with a nu
 
 constexpr std::size_t longestHead = 9;
 
-/** Writes a head; there must be room for the longest. Result: its end. */
+/** Writes a head; there must be room for `longestHead` bytes. Result: its end. */
 [[gnu::always_inline]] inline char* writeHead(char* target, Major major, std::uint64_t number) {
     auto* const bytes = reinterpret_cast<unsigned char*>(target);
     if (number < shortNumbers) {
@@ -78,7 +78,7 @@ public:
 
     [[nodiscard]] std::size_t left() const { return _left.size(); }
 
-    /** Skips bytes, of which there must be `count`. */
+    /** Skips `count` bytes, which must exist. */
     void skip(std::size_t count) { _left.remove_prefix(count); }
 
     [[gnu::always_inline]] Item next() {
@@ -90,7 +90,8 @@ public:
     }
 
     /**
-     * Reads a head alone; the content of a string may be missing. A head without a definite number gets `Major::other`.
+     * Reads a head only, even if the content of a string is missing. For a head without a definite number, the major
+     * type is `other`.
      */
     Head nextHead() {
         if (_left.empty())
@@ -98,7 +99,7 @@ public:
         unsigned const first = static_cast<unsigned char>(_left[0]);
         if ((first & 0x1FU) > lastDefinite)
             return {Major::other, 0};
-        // All heads have the same layout. With the major type set to 0 it decodes as a number.
+        // All heads have the same layout, so with its major type set to 0 this one decodes as a number.
         char asNumber[longestHead];
         std::size_t const size = _left.copy(asNumber, longestHead);
         asNumber[0] = static_cast<char>(first & 0x1FU);
@@ -144,7 +145,10 @@ private:
         return result.read;
     }
 
-    /** Takes an item whose length a `std::size_t` cannot hold; libcbor 0.8 cuts such lengths. False for other items. */
+    /**
+     * Takes an item whose length does not fit into a `std::size_t`, because libcbor 0.8 truncates such lengths. False
+     * for other items.
+     */
     static bool takeHugeItem(std::string_view data, Item& item) {
         if (data.size() < longestHead)
             return false;
@@ -166,14 +170,14 @@ private:
         *static_cast<Item*>(item) = {Is, number, {}};
     }
 
-    /** The size's type depends on libcbor's version. */
+    /** The type of the size depends on the version of libcbor. */
     template <Kind Is, class Size>
     static void takeString(void* item, cbor_data data, Size size) {
         *static_cast<Item*>(item) = {
             Is, size, {reinterpret_cast<char const*>(data), static_cast<std::size_t>(size)}};
     }
 
-    /** All other items, including those of indefinite length, are of the kind `other`. */
+    /** Items without a callback, including those of indefinite length, keep the kind `other`. */
     static cbor_callbacks const& callbacks() {
         static cbor_callbacks const table = [] {
             cbor_callbacks result = cbor_empty_callbacks;

@@ -47,7 +47,8 @@ bool ChangeLog::isEmpty() const noexcept {
 }
 
 bool ChangeLog::precedes(std::string const& left, std::string const& right) {
-    // If one level is a prefix of the other, the shorter one comes first, so "/" ranks below all other bytes.
+    // "/" ranks below all other bytes, so that of two levels, one of which is a prefix of the other, the shorter comes
+    // first.
     return std::lexicographical_compare(left.begin(), left.end(), right.begin(), right.end(),
                                         [](char a, char b) { return rankOf(a) < rankOf(b); });
 }

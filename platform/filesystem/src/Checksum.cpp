@@ -7,7 +7,7 @@ namespace filesystem {
 
 namespace {
 
-/** Small enough to be computed in a few microseconds, large enough for a file to have only a few pieces. */
+/** Small enough for a checksum to take only microseconds, large enough for a file to have only a few pieces. */
 constexpr std::size_t pieceSize = 8'192;
 
 } // namespace

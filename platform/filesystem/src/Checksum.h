@@ -11,7 +11,10 @@ namespace filesystem {
 /** The CRC-32 of a sequence of bytes. */
 [[nodiscard]] std::uint32_t checksumOf(std::string_view bytes);
 
-/** The CRC-32 of a sequence of bytes, kept in pieces: for similar bytes, only the differing pieces are computed. */
+/**
+ * The CRC-32 of a sequence of bytes, kept as those of its pieces, so that for a similar sequence only the pieces that
+ * differ are computed.
+ */
 class PieceChecksums {
 public:
     /** For no bytes. */

@@ -11,10 +11,10 @@ namespace filesystem {
 
 namespace {
 
-/** Held while a descriptor is opened; no other lock is taken while holding it. */
+/** Held while a descriptor is opened. No other lock is taken under it. */
 std::mutex opening;
 
-// A child that is forked meanwhile must find the mutex free, and the standard streams without placeholders.
+// Held during a fork: the child must find the mutex free, and the standard streams without placeholders.
 [[maybe_unused]] int const handlers =
     ::pthread_atfork([] { opening.lock(); }, [] { opening.unlock(); }, [] { opening.unlock(); });
 
@@ -32,8 +32,8 @@ StandardStreams::StandardStreams() {
     _taken = areOpen();
     if (_taken)
         return;
-    // The system uses the lowest free number. A descriptor opened with O_PATH can be neither read nor written, like a
-    // closed one.
+    // The system assigns the lowest free number. Like a closed descriptor, one opened with O_PATH can be neither read
+    // nor written.
     for (Descriptor& placeholder : _placeholders) {
         placeholder = Descriptor(retried([] { return ::open("/", O_PATH | O_CLOEXEC); }));
         if (placeholder.isOpen() && placeholder.number() < firstFree)

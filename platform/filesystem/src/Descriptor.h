@@ -61,9 +61,9 @@ private:
 };
 
 /**
- * Occupies the numbers of standard streams that the program has closed, until destruction. Otherwise a file that is
- * opened meanwhile could get one of them, and the program would read or write that file through the stream.
- * Locks: a mutex of the process, until destruction. No other lock is taken while holding it.
+ * Occupies the descriptor numbers of standard streams that the program has closed, until destruction. Otherwise a file
+ * opened meanwhile could get such a number, and the program would access that file through the stream.
+ * Locks: holds a mutex of the process until destruction. No other lock is taken under it.
  */
 class StandardStreams {
 public:
@@ -86,15 +86,15 @@ private:
 [[nodiscard]] Descriptor duplicated(int file, int lowest = StandardStreams::firstFree);
 
 /**
- * Makes the system call `open`, which returns a new descriptor, and makes sure that its number is not that of a
- * standard stream. The library opens everything through this function.
- * Result: not open on failure; `errno` has the reason.
+ * Makes the system call `open`, which returns a new descriptor, and ensures that its number is not that of a standard
+ * stream. The library opens everything through this function.
+ * Result: a descriptor that is not open on failure; `errno` has the reason.
  */
 template <class Open>
 [[nodiscard]] Descriptor opened(Open open) {
     StandardStreams const streams;
     Descriptor file(streams.areTaken() ? retried(open) : -1);
-    // A number may have become free since: the C library may have opened a file briefly in another thread.
+    // A number may have become free since the check, if the C library has used it briefly in another thread.
     return file.isOpen() && file.number() < StandardStreams::firstFree ? duplicated(file.number())
                                                                        : std::move(file);
 }

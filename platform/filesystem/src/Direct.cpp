@@ -20,7 +20,7 @@ Entry entryAt(Tree const& tree, NodeId id) {
     return node.directory != 0 ? Entry{Kind::directory, {}} : Entry{Kind::file, node.content()};
 }
 
-/** Not inlined, so that a rewrite that is not recorded need not save registers for this call. */
+/** Not inlined, so that rewrites that need no recording do not have to save registers for this call. */
 [[gnu::noinline]] char* rewriteRecorded(Journal& journal, Node& node, NodeId id, std::size_t size) {
     journal.touch(id);
     return node.replaceContent(size);
@@ -37,7 +37,7 @@ Entry entryAt(Tree const& tree, NodeId id) {
                                                           : node.replaceContent(size);
 }
 
-/** `outermostMade`: as in `Tree`. */
+/** `outermostMade`: as in `Tree::makeDirectories`. */
 bool makeDirectoriesAt(Tree& tree, std::string_view directory, std::string_view path, NodeId& outermostMade) {
     std::string storage;
     return tree.makeDirectories(TreePath::below(directory, canonicalPath(path, storage)), outermostMade);
@@ -70,9 +70,7 @@ NodeId findCanonical(Tree const& tree, std::string_view directory, std::string_v
     return findIn(tree, {directory}, canonicalPath(path, storage));
 }
 
-/**
- * Whether one child of a directory precedes another on a walk: the name of a directory counts as if it ended in "/".
- */
+/** Whether one child of a directory precedes another on a walk: directories sort as if their names ended in "/". */
 bool isVisitedBefore(Node const& left, Node const& right) {
     std::string_view const a = left.name();
     std::string_view const b = right.name();
@@ -89,7 +87,7 @@ bool isVisitedBefore(Node const& left, Node const& right) {
 
 } // namespace
 
-// A fast path for canonical paths: a path that leads to an entry unchanged is canonical and needs no examination.
+// A fast path: if an entry is found under a path as it is given, the path is canonical, and need not be examined.
 
 Entry find(RAMFileSystem const& fileSystem, std::initializer_list<std::string_view> directories,
            std::string_view path) {

@@ -6,7 +6,7 @@
 
 namespace filesystem {
 
-/** Gives access to a file system's tree, for the parts of this library that work on it directly. */
+/** Gives other parts of this library access to a file system's tree. */
 struct DirectAccess {
     static Tree const& tree(RAMFileSystem const& fileSystem) { return *fileSystem._tree; }
     static Tree& tree(RAMFileSystem& fileSystem) { return *fileSystem._tree; }

@@ -92,7 +92,7 @@ private:
     Tree& _tree;
     std::string_view _directory;
     Tree::Apart _contents;
-    std::vector<NodeId> _made; ///< including everything below them
+    std::vector<NodeId> _made; ///< the new nodes, except those below another one
     std::vector<Replaced> _replaced;
     std::vector<NodeId> _removed;
 };

@@ -82,7 +82,7 @@ private:
         std::string const name = std::move(_levels.back().name);
         _levels.pop_back();
         _current = openDirectory(_current.number(), "..");
-        // If the directory has been moved meanwhile, ".." is a directory in which nothing must be removed.
+        // If the directory has been moved meanwhile, ".." is another directory, in which nothing may be removed.
         struct stat status = {};
         return _current.isOpen() && ::fstat(_current.number(), &status) == 0 &&
                status.st_dev == _levels.back().device && status.st_ino == _levels.back().inode &&

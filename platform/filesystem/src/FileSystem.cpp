@@ -93,7 +93,7 @@ void FileSystem::skip(FileHandle* handle, int count) {
     if (position < 0)
         return;
     long const end = size(handle);
-    // Where the size is unknown, `seek` refuses to go too far.
+    // If the size is unknown, `seek` refuses positions after the end.
     long const left = (end < 0 ? std::numeric_limits<long>::max() : std::max(position, end)) - position;
     seek(handle, position + std::clamp(long{count}, -position, left), ORIGIN_BEGIN);
 }
@@ -120,7 +120,7 @@ QString FileSystem::getUniqueFileName(QString const& directory, QString const& p
         QString path = directory + QLatin1Char('/') + prefix + QString::number(number) + suffix;
         if (!exists(path))
             return path;
-        // Below a link to itself, for example, all names count as existing; then there is no use in trying more.
+        // Below a link to itself, for example, every name seems to exist, so trying more of them is useless.
         if (number == 0 && !isDirectory(directory))
             break;
     }

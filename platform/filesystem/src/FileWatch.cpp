@@ -28,7 +28,7 @@ constexpr std::uint32_t entryEvents = IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FR
 
 } // namespace
 
-/** The watches for everything on the paths to the files, as found at one time. */
+/** The watches for everything on the paths to the files, as they were when the object was created. */
 class FileWatch::Watches {
 public:
     explicit Watches(std::vector<std::string> const& paths)

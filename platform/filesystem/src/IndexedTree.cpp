@@ -44,10 +44,13 @@ std::size_t commonSuffix(std::string_view left, std::string_view right) {
     return size + static_cast<std::size_t>(std::mismatch(begin, end, other).first - begin);
 }
 
-/** The bytes that a payload shares with that of another tree, whose index and checksums can be reused for them. */
+/**
+ * The bytes that a payload has in common with the payload of another tree. For these, the other's index and checksums
+ * are reused.
+ */
 struct Likeness {
     Likeness(std::string_view payload, IndexedTree const* similar) {
-        // Otherwise the index has the children of some directory in another order than the payload.
+        // If the other payload is not in order, its index lists the children of some directory in another order.
         if (similar == nullptr || !similar->isInOrder)
             return;
         other = similar;
@@ -55,7 +58,7 @@ struct Likeness {
         suffix = commonSuffix(payload.substr(prefix), other->payload.substr(prefix));
     }
 
-    IndexedTree const* other = nullptr; ///< null without such a tree
+    IndexedTree const* other = nullptr; ///< null if there is no tree to reuse
     std::size_t prefix = 0;             ///< the size of the common prefix
     std::size_t suffix = 0;             ///< the size of the common suffix, without the common prefix
 };
@@ -110,7 +113,7 @@ private:
 
     [[nodiscard]] std::uint32_t position() const { return narrow(_tree.payload.size() - _scanner.left()); }
 
-    /** `like` is the counterpart or null, `last` its `othersLast`. */
+    /** `like` is the counterpart, or null; `last` is its `othersLast`. */
     void enter(std::uint32_t entry, Item const& map, Entry const* like, std::uint32_t last) {
         // An entry has at least two bytes, so the rest of the payload limits the entries of all open directories
         // together.
@@ -152,7 +155,7 @@ private:
             parseEntry(directory, entry, like);
     }
 
-    /** The child in the other tree that begins at the same place as the child at `begin`; null if there is none. */
+    /** The child in the other tree that begins at the position that corresponds to `begin`; null if there is none. */
     Entry const* counterpart(Directory& directory, std::uint32_t begin) const {
         if (begin >= _prefix && begin < _suffix)
             return nullptr;
@@ -163,7 +166,7 @@ private:
                                                                                         : nullptr;
     }
 
-    /** Copies the index of an entry, and everything below it, whose bytes are the same in the other tree. */
+    /** Copies the index entries of an entry and of everything below it, whose bytes are the same in both trees. */
     void copy(Directory& directory, std::uint32_t entry, Entry const& like) {
         std::uint32_t const shift = position() - like.item;
         auto& entries = _tree.entries;

@@ -25,7 +25,7 @@ struct IndexedTree {
     };
 
     /**
-     * Reads the content of a register file. Bytes after the tree are dropped, and parts that it shares with `similar`,
+     * Reads the content of a register file. Bytes after the tree are ignored. Parts that are the same in `similar`,
      * which may be null, are not examined again.
      * Errors: those of `TreeImage`'s constructor.
      */
@@ -33,8 +33,8 @@ struct IndexedTree {
                                                      std::string_view bytes, IndexedTree const* similar);
 
     /**
-     * The same for a payload alone, which gets the same checks. `owner` must also own the `longestTreeHead` bytes
-     * before it, which are overwritten.
+     * The same for a payload alone, with the same checks. `owner` must also own the `longestTreeHead` bytes before the
+     * payload, into which the head is written.
      */
     static std::shared_ptr<IndexedTree const> ofPayload(std::shared_ptr<void const> owner, char* payload,
                                                         std::size_t size, IndexedTree const& similar);
@@ -52,7 +52,7 @@ struct IndexedTree {
 
     [[nodiscard]] Entry const& root() const { return entries.front(); }
 
-    /** Result: null if nothing exists at the path. */
+    /** The entry at a path; null if it does not exist. */
     [[nodiscard]] Entry const* find(std::string_view path) const;
 
     std::shared_ptr<void const> owner; ///< owns the bytes
@@ -61,8 +61,8 @@ struct IndexedTree {
     PieceChecksums checksums;          ///< of the payload
 
     /**
-     * The root comes first. The children of a directory are adjacent and sorted by name. They are followed by the
-     * subtrees below those of them that are directories, in the same order.
+     * The root comes first. The children of a directory are adjacent and sorted by name; then follow the contents of
+     * those children that are directories, in the same order.
      */
     std::vector<Entry> entries;
     bool isInOrder = true; ///< whether the children in the payload are sorted as well

@@ -23,8 +23,8 @@ void Journal::record(NodeId id) noexcept {
 }
 
 void Journal::add(NodeId id) {
-    // Changes outside the directory must not wake anyone. After the first change inside, they are filtered out in
-    // `take`.
+    // Changes outside the directory must not call `_wake`. After the first change inside, they are recorded as well,
+    // and `take` filters them out.
     if (_isEverything || (_isEmpty && !isInside(id)))
         return;
     std::size_t const word = id / wordBits;

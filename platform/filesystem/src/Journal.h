@@ -28,7 +28,7 @@ public:
         return id < _recordedBits && (_recorded[id / wordBits] >> (id % wordBits) & 1U) != 0;
     }
 
-    /** Called after a node has been added. Its number may be that of a removed node. */
+    /** Called after a node has been added. It may reuse the number of a removed node. */
     void come(NodeId id) noexcept { record(id); }
 
     /** Called before a node and everything below it is removed, or everything below it is replaced. */
@@ -46,7 +46,7 @@ private:
     };
 
     static constexpr std::size_t wordBits = 64;
-    static constexpr std::size_t mostBytes = 16'777'216; ///< of paths; beyond, everything counts as changed
+    static constexpr std::size_t mostBytes = 16'777'216; ///< of paths; above that, all counts as changed
 
     void record(NodeId id) noexcept;
     void add(NodeId id);

@@ -13,11 +13,12 @@
 namespace filesystem {
 
 /**
- * Caches the listing of one directory that is listed repeatedly while no entry is added to or removed from the tree:
- * copying it is much cheaper than building it again. After the first listing only the directory's number is kept.
+ * Caches the listing of one directory, for repeated listings between which no entry is added to or removed from the
+ * tree: copying it is much cheaper than building it again. The first listing is not cached; only the directory's number
+ * is kept.
  *
- * Listing is `const`, so several threads may do it at once; the mutex is for them. It is held for a few instructions,
- * and no other lock is taken while holding it.
+ * Listing is `const`, so several threads may do it at once; a mutex guards the cache. It is held for a few
+ * instructions, and no other lock is taken under it.
  */
 class LastListing {
 public:
@@ -44,7 +45,7 @@ private:
     };
 
     Kept exchange(Kept kept) {
-        // Never waits: a forked child could wait for a thread that does not exist there.
+        // Never waits: a forked child could wait forever for a thread that exists only in its parent.
         std::unique_lock<std::mutex> const lock(_mutex, std::try_to_lock);
         if (!lock.owns_lock())
             return {};

@@ -17,7 +17,7 @@ namespace {
 using Callbacks = std::vector<void (*)()>;
 
 struct Life {
-    std::uint64_t number; ///< how many were created before
+    std::uint64_t number; ///< how many file systems had been created before this one
     Callbacks callbacks;
 };
 
@@ -34,8 +34,8 @@ Living& living() {
 
 /**
  * Creates the list, and registers handlers that hold its mutex during a fork, so that the child finds it free. Runs
- * when the library is loaded: no other thread can be in it during a fork, and it cannot run twice after running out of
- * memory.
+ * when the library is loaded, not at the first use: so it cannot run while another thread forks, nor a second time
+ * after a failure for lack of memory.
  */
 int prepareForForks() {
     static_cast<void>(living());

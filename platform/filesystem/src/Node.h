@@ -32,7 +32,10 @@ struct alignas(64) Node {
     static constexpr std::uint32_t inlineCapacity = 32;
     static constexpr std::uint32_t longestName = (1U << 30) - 1;
 
-    /** In bytes, a file's name included. On machines of 32 bits no object is larger than a `std::ptrdiff_t` can say. */
+    /**
+     * In bytes, including a file's name. On 32-bit machines an object cannot be larger than the largest
+     * `std::ptrdiff_t`.
+     */
     static constexpr auto longestText = static_cast<std::uint32_t>(std::min<std::uint64_t>(
         std::numeric_limits<std::uint32_t>::max(), std::numeric_limits<std::ptrdiff_t>::max()));
 
@@ -68,15 +71,14 @@ struct alignas(64) Node {
     [[nodiscard]] std::string_view content() const noexcept { return {text() + nameLength, file.size}; }
 
     /**
-     * Makes room for at least `contentCapacity` bytes of content, and keeps the existing content. If the text must
-     * move, its room is at least doubled.
+     * Makes room for at least `contentCapacity` bytes of content, keeping the existing content. If the text must be
+     * moved, its room is at least doubled, unless it would become too large.
      * Errors: `std::bad_alloc`, `std::length_error`; nothing has changed.
      */
     void growContent(std::size_t contentCapacity);
 
     /**
-     * Replaces the content of a file by `newSize` bytes, which the caller fills in. Does not reserve more room than
-     * that.
+     * Replaces the content of a file with `newSize` bytes, which the caller fills in. A new block has no room for more.
      * Result: the first byte.
      * Errors: `std::bad_alloc`, `std::length_error`; nothing has changed.
      */

@@ -22,7 +22,7 @@ public:
         return (*_blocks[id / blockSize])[id % blockSize];
     }
 
-    /** A node without parent, children and text. Errors: `std::bad_alloc`; nothing has changed. */
+    /** A node without a parent, children or text. Errors: `std::bad_alloc`; nothing has changed. */
     [[nodiscard]] NodeId make(bool directory) {
         NodeId const id = _released != noNode ? _released : makeNew();
         Node& node = (*this)[id];
@@ -39,7 +39,10 @@ public:
         return id;
     }
 
-    /** Releases a node and its text, and changes the generation, by which holders of its number notice the release. */
+    /**
+     * Releases a node and everything it owns, and changes its generation, so that holders of its number can detect
+     * that.
+     */
     void release(NodeId id) noexcept;
 
 private:

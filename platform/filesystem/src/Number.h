@@ -6,16 +6,19 @@
 
 namespace filesystem {
 
-// Numbers in types that are the same on some machines and differ on others. Templates, since a cast to the type that a
-// number has already is a warning otherwise.
+// Conversions between types that are the same on some machines and differ on others. They are templates, because
+// elsewhere the compiler warns of a cast that does not change the type.
 
-/** A number in another type, which has room for it. */
+/** Converts a number to a type that can represent it. */
 template <class To, class From>
 constexpr To numberAs(From number) noexcept {
     return static_cast<To>(number);
 }
 
-/** A position as a file system gives it: -1, with `errno`, where a `long` has 32 bits and the position needs more. */
+/**
+ * Converts a position to the result type of a file system; -1, with `errno`, if a `long` has 32 bits and the position
+ * does not fit.
+ */
 template <class Position>
 long positionAsLong(Position position) noexcept {
     if (position <= std::numeric_limits<long>::max())

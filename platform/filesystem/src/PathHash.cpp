@@ -44,7 +44,7 @@ inline std::uint64_t mix(std::uint64_t left, std::uint64_t right) noexcept {
     Wide const product = Wide{left} * right;
     return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
 #else
-    // Machines of 32 bits have no such type: the product is the sum of those of the factors' halves.
+    // 32-bit machines do not have this type: the product is computed from the factors' halves.
     constexpr std::uint64_t half = 0xFFFFFFFFU;
     std::uint64_t const lowest = (left & half) * (right & half);
     std::uint64_t const inner = (left >> 32) * (right & half) + (lowest >> 32);

@@ -8,8 +8,8 @@
 namespace filesystem {
 
 /**
- * An incremental hash of a path: hashing "a/b/c" after "a/b" costs only the hashing of "/c". So hashing all paths in a
- * tree costs as much as hashing all names, however deep the tree is.
+ * An incremental hash of a path: after "a/b", hashing "a/b/c" costs only as much as hashing "/c". So hashing all paths
+ * in a tree costs as much as hashing all names, regardless of the tree's depth.
  *
  * Keyed with a secret of the process, so that collisions cannot be constructed. The hash does not depend on how the
  * bytes were split.

@@ -35,8 +35,8 @@ void PathIndex::erase(std::uint32_t hash, NodeId node) noexcept {
     std::size_t hole = hash & _mask;
     while (_slots[hole].node != node)
         hole = (hole + 1) & _mask;
-    // A later entry of the run moves into the hole if the hole is between its home slot and its current slot, so that
-    // no look-up stops before it.
+    // A later entry of the run moves into the hole if the hole is between the entry's home slot and its current slot:
+    // otherwise look-ups would stop at the hole and miss the entry.
     for (std::size_t i = (hole + 1) & _mask; _slots[i].node != noNode; i = (i + 1) & _mask) {
         std::size_t const home = _slots[i].hash & _mask;
         if (((i - home) & _mask) >= ((i - hole) & _mask)) {

@@ -9,7 +9,10 @@
 
 namespace filesystem {
 
-/** The hash state of a directory's path, for hashing the paths of its entries: each level costs only its name. */
+/**
+ * The hash state of a directory's path, from which the hashes of its entries' paths are computed: each costs only as
+ * much as hashing the entry's name.
+ */
 class PathPlace {
 public:
     /** The root. */

@@ -89,7 +89,7 @@ DirectoryLock::Outcome DirectoryLock::tryOnce(std::string const& path) {
     if (!directory.isOpen())
         return errno == EACCES ? Outcome::taken : Outcome::failed; // unreadable, but perhaps writable
     if (retried([&] { return ::flock(directory.number(), LOCK_EX | LOCK_NB); }) != 0)
-        return errno == EWOULDBLOCK ? Outcome::timedOut : Outcome::taken; // taken: there are no locks
+        return errno == EWOULDBLOCK ? Outcome::timedOut : Outcome::taken; // no locks: counts as taken
     struct stat own = {};
     struct stat there = {};
     if (!isExamined(directory.number(), own))

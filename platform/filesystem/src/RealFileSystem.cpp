@@ -42,7 +42,10 @@ std::optional<QString> textOf(std::string const& name) {
     return text;
 }
 
-/** The full path of `path` below `root`; `nullopt` if it cannot name a file. That of the root itself ends in "/". */
+/**
+ * The full path of `path` below `root`; `nullopt` if it cannot name a file. The full path of the root itself ends in
+ * "/".
+ */
 std::optional<std::string> locate(std::string const& root, QString const& path) {
     auto const name = systemName(path);
     if (root.empty() || !name)
@@ -380,7 +383,7 @@ bool RealFileSystem::keepAs(QString const& path, QString const& second) {
     auto const to = locate(_root, second);
     if (!from || !to || isRoot(*from) || isRoot(*to))
         return false;
-    // A new link cannot replace an existing file, but renaming can.
+    // A new link cannot replace an existing file, so it is created under another name and renamed.
     std::string const aside = temporaryName(*from, *to);
     if (aside.empty())
         return false;
@@ -408,7 +411,7 @@ bool RealFileSystem::copy(QString const& path, QString const& second) {
     if (!open(path, &from, MODE_READ))
         return false;
     bool isCopied = open(second, &to, MODE_WRITE);
-    // For its owner alone: the file may be readable for fewer users than a new file would be.
+    // Accessible to its owner only, because a new file could be readable by more users than the original.
     if (RealHandle const* const made = isCopied ? _handles->find(to) : nullptr; made != nullptr)
         isCopied = ::fchmod(made->descriptor(), S_IRUSR | S_IWUSR) == 0;
     std::array<char, 65'536> part{};
@@ -434,7 +437,7 @@ bool RealFileSystem::moveAside(QString const& path, QString const& name) {
     auto const to = locate(_root, name);
     if (!from || !to || isRoot(*from) || isRoot(*to))
         return false;
-    // Some file systems can rename without overwriting; on the others, links serve the same purpose.
+    // Not all file systems can rename without overwriting. On the others, a link is created and the old name removed.
     bool const isMoved =
         retried([&] {
             return ::renameat2(AT_FDCWD, from->c_str(), AT_FDCWD, to->c_str(), RENAME_NOREPLACE);

@@ -40,7 +40,10 @@ bool isSynchronised(int file) {
     return retried([=] { return ::fsync(file); }) == 0;
 }
 
-/** Sets the owner. Also returns true if this process may not set it or its number is invalid in this user namespace. */
+/**
+ * Sets the owner. Also returns true if this process is not allowed to set it, or if its number is invalid in this user
+ * namespace.
+ */
 bool isOwned(int file, ::uid_t user, ::gid_t group) {
     return retried([=] { return ::fchown(file, user, group); }) == 0 || errno == EPERM || errno == EINVAL;
 }
@@ -173,8 +176,8 @@ bool Replacement::makeTemporary() {
 }
 
 /**
- * Locks the new temporary file. False if another process locked it first, because it takes it for a stale one and
- * removes it. On a file system without locks no process removes stale files, so none is needed.
+ * Locks the new temporary file. False if another process locked it first: that process took it for a stale file, and
+ * removes it. On a file system without locks, stale files are never removed, so the lock is not needed.
  */
 bool Replacement::lockTemporary() const {
     return (isLocked(_file.number()) || errno != EWOULDBLOCK) && isAt(_file.number(), _temporary);
@@ -233,9 +236,9 @@ bool Replacement::flush() {
 /**
  * Gives the new file the current rights of the old one: the owner, or at least the group, if possible; the access
  * control list and the other extended attributes; and the mode. No user gets more rights than before. If the group
- * differs, the new group gets none of the old group's rights, and others get only rights that the old group had as
- * well, since its members are now among the others. Set-user-ID and set-group-ID bits are dropped if the owner or the
- * group differs. If the access control list could not be copied, only the owner keeps rights.
+ * cannot be kept, the new group gets no rights, and others get only rights that the old group had as well, since its
+ * members are now among the others. Set-user-ID and set-group-ID bits are dropped if the owner or the group differs. If
+ * the access control list could not be copied, only the owner keeps rights.
  */
 bool Replacement::keepRights() const {
     if (!_old.isOpen())
@@ -253,7 +256,7 @@ bool Replacement::keepRights() const {
     ::mode_t mode = old.st_mode & 07777U;
     bool const sameGroup = now.st_gid == old.st_gid;
     if (!sameGroup) {
-        // The members of the old group are among the others now.
+        // The members of the old group are now among the others.
         ::mode_t const mayStay = (mode & S_IRWXG) >> 3U;
         mode &= ~::mode_t{S_IRWXG | S_ISGID | S_IRWXO} | mayStay;
     }

@@ -17,8 +17,9 @@ namespace filesystem {
  * Replaces or creates a file on disk, atomically. The only class that writes file content to disk.
  *
  * The new content goes to a temporary file in the same directory (`TemporaryNames`). The process locks that file while
- * it works on it, so a temporary file that is not locked was left behind by a killed process; `begin` removes those of
- * the same file. On a file system without locks (`flock`) they cannot be recognised, and stay.
+ * it uses it, so a temporary file that is not locked was left behind by a killed process; `begin` removes such files if
+ * they belong to the same file. On a file system without locks (`flock`) they cannot be recognised, and are never
+ * removed.
  *
  * A symbolic link at the path is resolved once, by `begin`. The link stays, and its target is replaced.
  */
@@ -50,16 +51,17 @@ public:
     [[nodiscard]] int descriptor() const noexcept { return _file.isOpen() ? _file.number() : _lock.number(); }
 
     /**
-     * Makes the new content durable before `commit`. Nothing can be written afterwards.
+     * Makes the new content durable before `commit`. Nothing can be written afterwards. After a failure, `commit` must
+     * not be called.
      * Result: false if this or an earlier write failed; `errno` has the reason.
      */
     bool settle();
 
     /**
-     * Makes the new content durable and replaces the old file by it. Must be the last call before destruction.
+     * Makes the new content durable, and replaces the old file with it. Must be the last call before destruction.
      * Result: false if this or an earlier write failed; `errno` has the reason. The old content is then still in place,
-     * unless only the last step failed, which makes the renaming durable: then the new content is in place, but a power
-     * loss may undo that.
+     * unless only the last step failed, making the rename durable: then the new content is in place, but a power loss
+     * may undo that.
      */
     bool commit();
 

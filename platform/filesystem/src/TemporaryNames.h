@@ -13,7 +13,8 @@ namespace filesystem {
  *
  * NAME is the file's name, truncated between characters if the result would be too long for the system. RANDOM is 8
  * random hexadecimal digits. CHECK is the CRC-32 of the file's whole name, a "/" and RANDOM, in 8 hexadecimal digits.
- * So names chosen by people or other programs, and names of temporary files of other files, are not mistaken for them.
+ * The check distinguishes these names from names that people or other programs have chosen, and from those of temporary
+ * files of other files.
  */
 class TemporaryNames {
 public:
@@ -22,6 +23,7 @@ public:
     /** A new name; empty if the system cannot provide random bytes, with the reason in `errno`. */
     [[nodiscard]] std::string make() const;
 
+    /** Whether a name is one of these names. */
     [[nodiscard]] bool include(std::string const& name) const;
 
 private:

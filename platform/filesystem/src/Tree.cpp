@@ -15,7 +15,7 @@ namespace filesystem {
 namespace {
 
 /**
- * Guards the sorting of children, in all trees. Held during a fork, so that the child finds it free and no list half
+ * Guards the sorting of children, in all trees. Held during a fork, so that the child finds it free, and no list half
  * sorted.
  */
 std::mutex orderMutex;
@@ -23,7 +23,7 @@ std::mutex orderMutex;
 [[maybe_unused]] int const heldDuringForks =
     ::pthread_atfork([] { orderMutex.lock(); }, [] { orderMutex.unlock(); }, [] { orderMutex.unlock(); });
 
-/** Whether an entry may have this name, a level of a canonical path. */
+/** Whether an entry may be given this name, which is a level of a canonical path. */
 bool mayBeNamed(std::string_view name) {
     return name != "." && name != ".." && name.size() <= Node::longestName;
 }
@@ -104,7 +104,7 @@ NodeId Tree::make(TreePath const& path, bool directory) {
     return id;
 }
 
-/** The parent of a new node at `path`; `noNode` if that cannot be created. */
+/** The parent for a new node at `path`; `noNode` if no node can be created there. */
 NodeId Tree::directoryAbove(TreePath const& path) const {
     std::string_view const name = path.name();
     if (path.isRoot() || !mayBeNamed(name))
@@ -171,7 +171,7 @@ bool Tree::makeDirectories(TreePath const& path, NodeId& outermostMade) {
 }
 
 bool Tree::makeMissing(TreePath const& path, NodeId& outermostMade) {
-    // Goes down from the root and keeps the parent: looking up the whole path at every level would take quadratic time.
+    // Goes down from the root, level by level: looking up the whole path at every level would take quadratic time.
     PathPlace place;
     NodeId parent = root;
     std::string_view name = path.first;
@@ -256,8 +256,8 @@ bool Tree::graft(Apart&& apart, TreePath const& path) {
 }
 
 /**
- * Gives notice of an entry that is about to be added, if `parent` is a first-level directory. It is not inlined, since
- * it is rarely called.
+ * Gives notice of an entry that is about to be added, if `parent` is a first-level directory. It is not inlined,
+ * because it is rarely called.
  */
 [[gnu::cold, gnu::noinline]] void Tree::giveNotice(NodeId parent, std::string_view name) const {
     if (_nodes[parent].parent == root)
@@ -282,7 +282,7 @@ void Tree::giveNoticeOfAll(NodeId apart, TreePath const& path) const {
     }
 }
 
-/** Moves the children of a directory, which has no holes, to another, which is empty. */
+/** Moves the children of `from`, which has no holes, to `to`, which is empty. */
 void Tree::moveChildren(NodeId from, NodeId to) noexcept {
     countEntry();
     Children* const children = std::exchange(_nodes[from].children, nullptr);

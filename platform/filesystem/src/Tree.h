@@ -20,8 +20,8 @@ namespace filesystem {
 /**
  * A tree of directories and files in memory.
  *
- * A node has its parent, its index there and the hash of its path. One flat index finds nodes by their whole paths,
- * in time independent of the number of nodes. Nothing here recurses.
+ * Each node stores its parent, its index among the parent's children and the hash of its path. One flat index finds
+ * nodes by their whole paths, in time independent of the number of nodes. Nothing here recurses.
  */
 class Tree {
 public:
@@ -32,14 +32,14 @@ public:
     [[nodiscard]] Node& operator[](NodeId id) noexcept { return _nodes[id]; }
     [[nodiscard]] Node const& operator[](NodeId id) const noexcept { return _nodes[id]; }
 
-    /** From now on reports all changes to a journal; null for none. */
+    /** Sets the journal to which all changes are reported; null for none. */
     void setJournal(Journal* journal) noexcept { _journal = journal; }
     [[nodiscard]] Journal* journal() const noexcept { return _journal; }
 
-    /** From now on counts changes in `counter`. */
+    /** Sets the counter of changes. */
     void countIn(std::atomic<std::uint64_t>& counter) noexcept { _changes = &counter; }
 
-    /** From now on calls `notice` before entries are added to first-level directories; null for none. */
+    /** Sets the function to call before entries are added to first-level directories; null for none. */
     void setNotice(EntryNotice notice) noexcept { _notice = notice; }
 
     /** Counts a change of a file's content. The tree itself counts added and removed entries. */
@@ -62,11 +62,14 @@ public:
 
     /**
      * The children of a directory in ascending byte order of their names; valid until the tree changes. Several threads
-     * may call it at once: a mutex of the process guards the sorting. No other lock is taken while holding it.
+     * may call it at once: a mutex of the process guards the sorting. No other lock is taken under it.
      */
     [[nodiscard]] std::vector<NodeId> const& children(NodeId directory);
 
-    /** Whether the children of a directory were added in ascending order, and therefore have distinct names. */
+    /**
+     * Whether the children of a directory are in ascending order. As long as `children` has not sorted them, they have
+     * then been added in that order, and their names are distinct.
+     */
     [[nodiscard]] bool areOrdered(NodeId directory) const;
 
     /**
@@ -107,8 +110,8 @@ public:
         [[nodiscard]] NodeId directory() const { return _directory; }
 
         /**
-         * Adds a directory, or a file with its content, to this directory or to one below it. The caller must make sure
-         * that all children of a directory have different names. `hash` is that of the final path of the node.
+         * Adds a directory, or a file with its content, to this directory or to one below it. The caller must ensure
+         * that the children of a directory have distinct names. `hash` is the hash of the node's final path.
          * Errors: `std::bad_alloc`.
          */
         NodeId addDirectory(NodeId parent, std::string_view name, std::uint32_t hash);

@@ -124,8 +124,8 @@ private:
 };
 
 /**
- * Decodes a payload without recursion, with a stack of the directories whose entries are not all decoded, and passes
- * each entry to a visitor, whose type `Directory` holds its state for each directory on the stack.
+ * Decodes a payload without recursion, with a stack of the directories whose entries are not all decoded. Passes each
+ * entry to a visitor; the visitor's type `Directory` is its state for a directory on the stack.
  */
 template <class Visitor>
 class Decoder {
@@ -292,7 +292,7 @@ TreeHead decodeTreeHead(std::string_view start) {
     Head const parts = scanner.nextHead();
     if (parts.major != Major::array || parts.number == 0)
         throw utils::Exception(otherFile);
-    // Other versions may have other parts, but start with the version number.
+    // Other versions may have other parts, but the first one is always the version number.
     Head const version = scanner.nextHead();
     if (version.major == Major::number && version.number != formatVersion)
         throw NewerFormat("format version " + std::to_string(version.number) +

@@ -25,8 +25,8 @@ struct Bytes {
  * directory is a map from names, which are text strings in ascending byte order, to directories and files; a file is a
  * byte string. Lengths are definite and heads are as short as possible, so equal trees give equal bytes.
  *
- * The bytes are verified before they are returned. Result: none if `decodeTree` would refuse them, because another
- * thread has changed the tree meanwhile, or has corrupted it earlier by a change without a lock.
+ * The bytes are verified before they are returned. Result: nothing if `decodeTree` would refuse them, because another
+ * thread has changed the tree without a lock, either meanwhile or earlier, corrupting it.
  */
 [[nodiscard]] std::optional<Bytes> encodeTree(Tree& tree, NodeId directory);
 
@@ -52,7 +52,7 @@ char* writeTreeHead(char* target, std::uint32_t checksum, std::size_t payloadSiz
 void checkPayload(TreeHead const& head, std::size_t size, std::uint32_t checksum);
 
 /**
- * Decodes the payload, which may be truncated, into `result`, which is to be put into `tree` at `path`.
+ * Decodes the payload into `result`, which the caller will put into `tree` at `path`. A truncated payload is refused.
  * Errors: `utils::Exception` with the reason, `std::bad_alloc`. Memory use is in proportion to the payload.
  */
 void decodeTree(Tree& tree, Tree::Apart& result, TreePath const& path, TreeHead const& head,

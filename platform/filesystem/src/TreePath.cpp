@@ -29,7 +29,7 @@ struct Traits {
     bool emptyLevels;
 };
 
-/** Checks whether a path may not be canonical, eight bytes at a time. */
+/** Determines whether a path is ASCII and whether it has empty levels, eight bytes at a time. */
 Traits examine(std::string_view path) {
     std::uint64_t all = 0;
     std::uint64_t doubled = 0;
