@@ -13,13 +13,13 @@
  *     {"path": [LEVEL, ...], "kind": KIND, "value": [TEXT, ...]}
  *     {"path": [LEVEL, ...], "problem": REASON}
  *
- * or, if the store cannot be read as a whole, with "error" alone. The texts are the elements of the value; a single
- * value has one. If "isBase64" is true, they are in base64. "list" has the elements if the store can read the text as a
- * list.
+ * or, if the whole store cannot be read, with nothing but "error". The texts are the elements of the value; a single
+ * value has one. If "isBase64" is true, they are in base64. If the store can also read a text as a list, "list" has its
+ * elements.
  */
 namespace reader {
 
-/** The store cannot be read as a whole. */
+/** Thrown if the whole store cannot be read. */
 struct Error {
     QString reason;
 };

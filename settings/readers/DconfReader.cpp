@@ -31,7 +31,7 @@ QString reasonOf(GError* error) {
 
 /** A single value as text, with the kind in which the settings library stores its type. */
 struct Element {
-    char const* kind; ///< null if it has no such kind
+    char const* kind; ///< null if it is not a single value
     QString text;
 };
 

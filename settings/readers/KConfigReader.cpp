@@ -17,7 +17,7 @@ using reader::Answer;
 QString firstComplaint; ///< the parser's first warning
 
 void takeComplaint(QtMsgType /*type*/, QMessageLogContext const& /*context*/, QString const& message) {
-    // The parser only warns of invalid lines. Keeps the line number and the reason, without the path.
+    // The parser reports invalid lines only as warnings. Keeps the line number and the reason, without the path.
     if (firstComplaint.isEmpty())
         firstComplaint = message.mid(qMax(0, message.indexOf("line "))).remove("\" ").trimmed();
 }

@@ -26,8 +26,8 @@ void becomeUnavailable(Availability now) {
 }
 
 /**
- * A lock that was held during the fork stays locked in the child forever: the child lacks the other threads of its
- * parent, and the lock does not even recognise the forking thread, whose thread ID is another one there.
+ * A lock that was held during the fork stays locked in the child forever: the other threads of the parent do not exist
+ * there, and the lock does not recognise the forking thread, because its thread ID has changed.
  */
 void checkLockAfterFork() {
     if (!_Register::_mutex->try_lock())

@@ -14,15 +14,15 @@ namespace velmorand {
 
 /** Whether the register can be used. */
 enum class Availability {
-    available, ///< it exists, or the first use creates it
-    destroyed, ///< the process is exiting and has destroyed it
-    lockAbandoned, ///< the process was forked while a thread of its parent, perhaps the forking one, held the lock
+    available,     ///< it exists, or the first use creates it
+    destroyed,     ///< the process is exiting and has destroyed it
+    lockAbandoned, ///< the process was forked while a thread of its parent, even the forking one, held the lock
 };
 
 /**
  * Incremented whenever the register or an override changes, and when the register becomes unavailable. Never 0. It may
- * be read without the lock. It is incremented with the lock held, except when the register is destroyed. Hidden, so
- * that reading it needs no lookup in the global offset table.
+ * be read without the lock. It is incremented with the lock held, except when the register becomes unavailable. Hidden,
+ * so that reading it needs no lookup in the global offset table.
  */
 [[gnu::visibility("hidden")]] extern std::atomic<std::uint64_t> registerState;
 
@@ -46,7 +46,10 @@ public:
 
     explicit operator bool() const noexcept { return _register != nullptr; }
 
-    /** Whether this thread did not hold the lock before, apart from locking the register's mutex itself. */
+    /**
+     * Whether this thread did not hold the lock before. Does not notice if the thread has locked the register's mutex
+     * directly.
+     */
     [[nodiscard]] bool isOutermost() const noexcept { return holdsOfThisThread() == 1; }
 
     utils::properties::_Register* operator->() const noexcept { return _register; }
@@ -59,7 +62,7 @@ private:
 
 /**
  * Access for an operation that fails without it.
- * Errors: `utils::Exception`: what failed, with the name if there is one, and the reason.
+ * Errors: `utils::Exception`. The message is `failure`, the name, if there is one, and the reason.
  */
 class RequiredAccess : public Access {
 public:

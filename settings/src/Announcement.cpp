@@ -24,9 +24,9 @@ void announce(_Register& settings, void* sender, std::set<std::string> names) {
     for (std::string const& name : names)
         expectAnnouncement(name);
     std::set<std::string>& pending = Pending::names(settings);
-    pending.merge(names); // `names` keeps those that are already pending
+    pending.merge(names); // leaves in `names` those that were pending already
     settings.notify(sender);
-    // Inside a listener, `notify` skips names that are being announced already. These have changed again since.
+    // Inside a listener, `notify` skips the names that an outer announcement includes, but these have changed again.
     for (std::string const& name : names)
         if (pending.count(name) != 0)
             settings.markAsChanged(sender, name);

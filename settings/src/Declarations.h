@@ -15,7 +15,7 @@ namespace velmorand {
 struct detail::Declaration::State {
     std::string const name;
     Fallback const fallback;
-    std::size_t const keptSize; ///< of a value that is kept; 0 if it is not
+    std::size_t const keptSize; ///< the size of a cached value in bytes; 0 if values are not cached
 
     // The value that was read last, and the register's state then: see Recall.h.
     std::atomic<std::uint64_t> state{0};
@@ -27,8 +27,8 @@ struct detail::Declaration::State {
  * the declaration made first.
  *
  * Locks: takes the settings' lock for one declaration at a time, while `use` runs. A thread that destroys the
- * declaration meanwhile waits until `use` returns. It cannot deadlock if it holds the settings' lock: then no `use`
- * runs in another thread.
+ * declaration meanwhile waits until `use` returns. If that thread holds the settings' lock, it never waits: no `use` is
+ * then running in another thread.
  */
 void eachDeclaration(std::function<void(detail::Declaration const&)> const& use);
 

@@ -43,7 +43,7 @@ void afterForkInChild() {
     List::instance().mutex.unlock();
 }
 
-// Held during a fork: a child destroys its declarations when it exits, and must find the mutex free.
+// The mutex is held during a fork: a child destroys its declarations when it exits, and must find the mutex free.
 [[maybe_unused]] int const listHeldDuringForks = ::pthread_atfork(
     [] { List::instance().mutex.lock(); }, [] { List::instance().mutex.unlock(); }, afterForkInChild);
 

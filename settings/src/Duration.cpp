@@ -38,13 +38,13 @@ char const* nameOf(TimeUnit unit) {
         ->name;
 }
 
-/** A duration: its number, and the factor, in lowest terms, that converts it to the requested unit. */
+/** A duration: its number, and the factor that converts it to the requested unit, a fraction in lowest terms. */
 struct Parts {
     std::string_view number;
     TimeUnit factor;
 };
 
-/** The size of the decimal number at the beginning of a text; 0 if it does not begin with one. */
+/** The size of the decimal number at the beginning of a text; 0 if the text does not begin with a number. */
 std::size_t numberSize(std::string_view text) {
     auto const digits = [text](std::size_t from) {
         std::size_t end = from;

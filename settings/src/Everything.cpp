@@ -32,13 +32,14 @@ struct Open : _Register {
     }
 };
 
-/** The listeners to everything, and the keys under which each of them has an entry. */
+/** The listeners to everything, and the keys; each listener has an entry under each key. */
 struct Everything {
     std::set<std::string, std::less<>> keys;
     std::vector<_Register::Callback*> listeners;
 };
 
-// Null without listeners. Guarded by the lock. A plain pointer, because listeners may outlive all static objects.
+// Null if there are no such listeners. Guarded by the lock. A plain pointer, because listeners may outlive all static
+// objects.
 Everything* everyone = nullptr;
 
 std::set<std::string, std::less<>> keysNow(_Register const& settings) {
@@ -49,7 +50,7 @@ std::set<std::string, std::less<>> keysNow(_Register const& settings) {
     return keys;
 }
 
-/** Called before an entry is created directly in a scope, or announced. */
+/** Called before an entry is created directly in a scope, and before a name is announced. */
 void addKey(std::string_view key) {
     Access const settings;
     if (!settings || everyone->keys.find(key) != everyone->keys.end())

@@ -20,7 +20,7 @@ void listenToEverything(utils::properties::_Register& settings,
                         utils::properties::_Register::Callback* listener);
 
 /**
- * Makes sure that listeners to everything are notified of a name that is about to be announced, even if its first level
+ * Ensures that listeners to everything are notified of a name that is about to be announced, even if its first level
  * does not exist in any scope.
  * Errors: `std::bad_alloc`. Locks: the caller holds the settings' lock.
  */

@@ -91,7 +91,7 @@ Removal removalOf(_Register const& settings, std::string const& group) {
     for (Walk walk(settings, directoryOf(SCOPE_USER), group); walk.next();) {
         if (walk.kind() == Kind::file)
             removal.names.insert(inGroup(group, walk.path()));
-        if (group.empty() && walk.nameBegin() == 0) // the scope itself stays
+        if (group.empty() && walk.nameBegin() == 0) // one by one, because the scope itself must stay
             removal.changes.emplace(nameOf(walk), std::nullopt);
     }
     if (!group.empty() && usersKind(settings, group) == Kind::directory)

@@ -29,10 +29,10 @@ template <class Kind>
 struct Fetched {
     std::optional<Kind> value;
     std::uint64_t state; ///< of the register; 0 if the value must not be kept
-    std::string problem; ///< why the value that some scope has cannot be read
+    std::string problem; ///< why an existing value cannot be read; otherwise empty
 };
 
-/** What is in force. It throws nothing because of what the register contains. */
+/** The value in force. No content of the register makes it throw. */
 template <class Kind>
 Fetched<Kind> fetch(std::string const& name) {
     Access const settings;
@@ -67,7 +67,7 @@ template <class Kind>
 void KindDeclaration<Kind>::readInto(void* value) {
     auto const fetched = fetch<Kind>(name());
     void const* inForce = fetched.value ? load(*fetched.value, value) : nullptr;
-    // What the program computes may differ the next time.
+    // A computed fallback may differ the next time.
     bool const isLasting = inForce != nullptr || _state->fallback == Fallback::constant;
     if (inForce == nullptr)
         inForce = loadFallback(value);

@@ -30,7 +30,8 @@ bool takeSoon() {
 
 } // namespace
 
-// An exiting thread never releases the lock, so waiting threads check regularly whether the register is available.
+// At exit the lock is taken and never released, so waiting threads check regularly whether the register is still
+// available.
 bool takeLock(GiveUp const& giveUp) {
     while (availability() == Availability::available) {
         if (utils::properties::_Register::_mutex->try_lock() || takeSoon()) {

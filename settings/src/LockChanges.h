@@ -10,9 +10,9 @@
 namespace velmorand {
 
 /**
- * Calls `change`, which changes the global scope, and adds to `names` the properties whose value in force differs
- * because `change` added or removed locks. Names that `change` has added itself may be added again. The register's lock
- * is held.
+ * Calls `change`, which changes the global scope, and adds to `names` the properties whose value in force has changed
+ * because locks were added or removed. Names that `change` itself has added may be added again. The register's lock is
+ * held.
  */
 void noteLockChanges(utils::properties::_Register const& settings, std::vector<std::string>& names,
                      std::function<void()> const& change);

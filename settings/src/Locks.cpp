@@ -23,7 +23,7 @@ constexpr std::string_view listName = "velmorand/locked";
 
 /** The list as last read. Never destroyed, because static objects may read settings during exit. */
 struct Kept {
-    std::uint64_t state = 0; ///< the `registerState` in which it was read
+    std::uint64_t state = 0; ///< the `registerState` when it was read
     std::string record;
     Locks locks;
 
@@ -56,7 +56,8 @@ Locks::Locks(std::vector<std::string> const& list) {
 
 std::optional<std::string> Locks::entryFor(std::string const& name) const {
     std::string const whole = name + '/';
-    // All names between an entry and a name that begins with it begin with it, too, so none of them is an entry.
+    // Only the last entry that is not greater can lock the name: any text between an entry and a name that begins with
+    // that entry also begins with it, so it is not an entry.
     auto const next = std::upper_bound(_entries.begin(), _entries.end(), whole);
     if (next == _entries.begin() || !beginsWith(whole, *std::prev(next)))
         return std::nullopt;

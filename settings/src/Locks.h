@@ -9,9 +9,9 @@
 #include <utils/properties/Register.h>
 
 /**
- * The administrator's locks: the property `velmorand/locked` in the global scope is a list of names. For the property
- * with such a name, and for everything in the group with such a name, the user's scope is ignored. A value that is not
- * a list of strings locks nothing; an entry that is not a valid name is ignored.
+ * The administrator's locks: the property `velmorand/locked` in the global scope is a list of names. The user's scope
+ * is ignored for the properties with these names, and for everything in the groups with these names. A value that is
+ * not a list of strings locks nothing; an entry that is not a valid name is ignored.
  *
  * All functions require that the caller holds the register's lock.
  */
@@ -37,13 +37,16 @@ private:
     std::vector<std::string> _entries;
 };
 
-/** The current locks; valid until the register changes. Reads the list only if the register has changed since. */
+/**
+ * The current locks; valid until the register changes. Reads the list only if the register has changed since the last
+ * call.
+ */
 [[nodiscard]] Locks const& locksOf(utils::properties::_Register const& settings);
 
 /** Whether a name, clean or not, is locked. */
 [[nodiscard]] bool isLocked(utils::properties::_Register const& settings, std::string const& name);
 
-/** Errors: `utils::Exception` if a clean name is locked: what failed, the name and the reason. */
+/** Errors: `utils::Exception` if a clean name is locked. The message is `failure`, the name and the reason. */
 void requireUnlocked(utils::properties::_Register const& settings, std::string const& name,
                      std::string const& failure);
 

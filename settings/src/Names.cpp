@@ -10,7 +10,7 @@ namespace velmorand {
 
 namespace {
 
-/** A fast check for names that are clean and valid. False for some of these, but true for nearly all names in use. */
+/** A fast check for names that are clean and valid: true for nearly all names in use, but false for some valid ones. */
 bool isPlain(std::string const& name) {
     char before = '/';
     for (char const byte : name) {
@@ -22,7 +22,7 @@ bool isPlain(std::string const& name) {
     return before != '/';
 }
 
-/** Why no property can have a clean name; empty if one can. */
+/** Why a clean name is not valid for a property; empty if it is valid. */
 std::string faultOf(std::string const& clean) {
     if (clean.empty())
         return "empty";

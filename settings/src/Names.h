@@ -9,18 +9,18 @@ namespace velmorand {
 /** The clean form of a name: without leading, trailing and doubled "/". */
 [[nodiscard]] std::string cleanName(std::string name);
 
-/** A name in a message. */
+/** A name in quotes, for messages. */
 [[nodiscard]] std::string inQuotes(std::string_view name);
 
 [[nodiscard]] bool isUtf8(std::string_view text);
 
-/** Whether a property can have a clean name: it is UTF-8, not empty, and no level is "." or "..". */
+/** Whether a clean name is valid for a property: UTF-8, not empty, and without a level "." or "..". */
 [[nodiscard]] bool canBeName(std::string const& clean);
 
 /**
- * The clean form of a name that is to be written: a reference to `name` if that is clean, as it nearly always is,
+ * The clean form of a name to write to. The result refers to `name` if that is clean already, as nearly always, and
  * otherwise to `storage`.
- * Errors: `utils::Exception` if no property can have the name.
+ * Errors: `utils::Exception` if the name is not valid for a property.
  */
 [[nodiscard]] std::string const& propertyName(std::string const& name, std::string& storage);
 

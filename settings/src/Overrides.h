@@ -8,9 +8,9 @@
 #include <utils/properties/Register.h>
 
 /**
- * Overrides: values that take the place of those in the scopes, in this process only. They are not in the register, so
- * they are never saved and the register's own readers do not see them. All functions but the last require that the caller
- * holds the register's lock.
+ * Overrides: values that replace those in the scopes, in this process only. They are not in the register, so they are
+ * never saved, and the register's own readers do not return them. The caller must hold the register's lock, except for
+ * `putOverride`.
  */
 namespace velmorand {
 
@@ -24,10 +24,7 @@ namespace velmorand {
 [[nodiscard]] filesystem::direct::Entry findInForce(utils::properties::_Register const& settings,
                                                     std::string const& name);
 
-/**
- * Puts a value of one of the eight kinds in place of those in the scopes, as `Property::override` does. It takes the
- * lock.
- */
+/** Overrides a name with a value of one of the eight kinds, as `Property::override` does. Takes the lock. */
 template <class Kind>
 void putOverride(std::string const& name, Kind const& value, void* sender);
 

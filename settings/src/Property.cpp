@@ -54,7 +54,7 @@ struct Kind<std::vector<bool>>
 
 /**
  * Reads the value in force; the lock is held.
- * Errors: those of the register's readers; `PropertyBadType` also for a truncated value of a locked name.
+ * Errors: those of the register's readers. For a locked name, a truncated value is a `PropertyBadType`, too.
  */
 template <class T>
 void readInForce(_Register& settings, std::string const& name, T& value) {

@@ -16,21 +16,21 @@ namespace velmorand {
 namespace {
 
 /**
- * Guards all targets, so that no object is destroyed while a call is being queued to it. A task locks it before it
- * runs: ThreadSanitizer does not see the synchronisation inside Qt, but sees that of this mutex. Held during a fork, so
- * that the child finds it free.
+ * Guards all targets, so that no object is destroyed while a call is being queued to it. Each task also locks it before
+ * it runs, because ThreadSanitizer does not see Qt's own synchronisation. Held during a fork, so that the child finds
+ * it free.
  */
 std::mutex targetsMutex;
 
 [[maybe_unused]] int const targetsHeldDuringForks = ::pthread_atfork(
     [] { targetsMutex.lock(); }, [] { targetsMutex.unlock(); }, [] { targetsMutex.unlock(); });
 
-/** `object` is null as soon as its destructor runs. */
+/** `object` becomes null when the object is being destroyed. */
 struct Target {
     QObject* object;
 };
 
-/** A target, for as long as an executor refers to it. */
+/** The connection of an executor and its copies to their target. */
 class Connection {
 public:
     explicit Connection(QObject* object) : _target(std::make_shared<Target>(Target{object})) {

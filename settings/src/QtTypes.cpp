@@ -13,7 +13,7 @@ namespace {
 constexpr std::size_t mostBytes = std::numeric_limits<int>::max() - 64;
 constexpr std::size_t mostText = mostBytes / sizeof(QChar);
 
-/** Decodes a whole text. The prefix keeps a byte order mark at its start, which QtCore would drop. */
+/** Decodes a whole text. Without the prefix, QtCore would drop a byte order mark at the start. */
 QString decoded(std::string const& bytes) {
     return QString::fromUtf8(("." + bytes).c_str(), static_cast<int>(bytes.size() + 1)).mid(1);
 }

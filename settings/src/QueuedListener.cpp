@@ -15,7 +15,7 @@ namespace velmorand {
 
 namespace {
 
-/** Guards all queues. Held during a fork, so that the child finds it free and every queue consistent. */
+/** Guards all queues. Held during a fork, so that the child finds it free, and every queue consistent. */
 std::mutex queuesMutex;
 
 [[maybe_unused]] int const queuesHeldDuringForks =
@@ -23,7 +23,7 @@ std::mutex queuesMutex;
 
 } // namespace
 
-/** The names that have not been delivered yet. Outlives the listener while names are being delivered. */
+/** The names that have not been delivered yet. Outlives the listener until a running delivery has ended. */
 class QueuedListener::Queue : public std::enable_shared_from_this<Queue> {
 public:
     /** Without a handler the executor only wakes the receiver, which calls `deliver`. */
@@ -63,7 +63,7 @@ public:
         return count;
     }
 
-    /** Ends delivery. On return, the handler is not running, except in calls that this one was made from. */
+    /** Ends delivery. On return, the handler is not running in any other thread, and is not called any more. */
     void close() {
         Handler released; // destroyed after the mutex has been unlocked
         std::unique_lock<std::mutex> lock(queuesMutex);
@@ -154,7 +154,7 @@ private:
 QueuedListener::QueuedListener(std::string const& key, Listener::Hears hears, Executor executor,
                                Handler handler, void* sender)
     : _queue(std::make_shared<Queue>(std::move(executor), std::move(handler))) {
-    // A declared property is delivered under its clean name, however writers spell it.
+    // A declared property is delivered under its clean name, no matter how its writer spelt it.
     if (hears == Listener::Hears::property)
         _listener = Listener(
             key, hears, [queue = _queue, name = cleanName(key)](std::string const&) { queue->add(name); },

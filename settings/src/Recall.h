@@ -11,16 +11,16 @@
  * How a declaration caches a value without a lock: in two words, the value and the state of the register in which it
  * was read. `Word` is an atomic variable, or a model of one.
  *
- * The register changes only under its lock, and state and value are read together under that lock. So a value belongs
- * to one state: if the register is still in that state, the value is up to date. States only increase, and a thread
- * that has seen a state never sees an earlier one. So once a thread has seen the effect of a change, it treats every
- * value from before the change as out of date.
+ * The register changes only under its lock, and the state and the value are read together under that lock. So each
+ * value belongs to one state: as long as the register is in that state, the value is up to date. States only increase,
+ * and a thread that has seen a state never sees an earlier one. So once a thread has seen the effect of a change, it
+ * treats every value from before the change as out of date.
  *
  * A reader loads the state first and then the value, so the value belongs to that state or to a later one. If it
  * belongs to a later one, the reader's load of the register's state also returns a later one, and the value is
  * rejected.
  *
- * A writer marks the state as "busy" while it replaces the two words. There is one writer at a time, and it stores only
+ * While a writer replaces the two words, the state is "busy". So there is only one writer at a time, and it stores only
  * later states.
  */
 namespace velmorand::detail {

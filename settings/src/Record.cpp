@@ -181,7 +181,7 @@ struct Content<std::vector<T>> {
             Element<T>::append(record, value);
     }
 
-    /** None if the count exceeds the size of the record: reserving memory for it could exhaust the memory. */
+    /** Nothing if the count exceeds the size of the record: reserving that much could exhaust the memory. */
     static std::optional<std::vector<T>> take(Reader& reader) {
         constexpr std::size_t tagsAndCount = 6;
         std::size_t const count = reader.size("count").value_or(0);

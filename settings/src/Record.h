@@ -9,15 +9,15 @@
 #include <vector>
 
 /**
- * Encoding and decoding of values, for the eight kinds. Needed next to the register's readers and writers, because the
- * readers fill truncated values with zeros and allocate as much as a damaged count asks for, and the writers announce
- * each value at once. velmorand/AnyValue.h does the same for kinds that are known only at run time.
+ * Encodes and decodes values of the eight kinds. Needed in addition to the register's readers and writers, because the
+ * readers fill truncated values with zeros and trust a damaged count when they allocate memory, and the writers
+ * announce each value immediately. velmorand/AnyValue.h does the same for kinds that are known only at run time.
  */
 namespace velmorand {
 
 /**
- * A record holds lengths and counts in 31 bits, which the register's writers do not check.
- * Errors: `utils::Exception` for more.
+ * Checks that a length or count fits into a record, which has 31 bits for it; the register's writers do not check this.
+ * Errors: `utils::Exception` if it does not fit.
  */
 void requireSize(std::string const& name, std::size_t size, char const* unit);
 
@@ -41,15 +41,15 @@ void requireFits(std::string const& name, std::vector<T> const& values) {
 template <class T>
 [[nodiscard]] std::string encoded(T const& value);
 
-/** The value in a record; none if it is of another kind, or truncated. Bytes after the value are ignored. */
+/** The value in a record; nothing if it is of another kind or truncated. Bytes after the value are ignored. */
 template <class T>
 [[nodiscard]] std::optional<T> decoded(std::string_view record);
 
-/** Why `decoded` finds no value in a record: "expected a number, found a list of strings". */
+/** Why `decoded` returns nothing for a record: "expected a number, found a list of strings". */
 template <class T>
 [[nodiscard]] std::string whyNotDecoded(std::string_view record);
 
-/** The same message for something other than a record; `found` names it. */
+/** The same message, with `found` as the text after "found". */
 template <class T>
 [[nodiscard]] std::string expectedInsteadOf(char const* found);
 

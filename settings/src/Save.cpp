@@ -45,7 +45,7 @@ std::uint64_t snapshots = 0; // guarded by the settings' lock
 /** Orders saves, so that an older snapshot never replaces a newer one. */
 struct Saving {
     std::mutex mutex;
-    std::uint64_t last = 0; ///< the number of the snapshot that the file holds
+    std::uint64_t last = 0; ///< the number of the snapshot in the file
 };
 
 Saving saving; // trivially destructible, so that static objects can use it at any time during exit

@@ -8,7 +8,7 @@ namespace velmorand::detail {
 
 namespace {
 
-/** A text of digits, with an optional "-" for a signed type. */
+/** Parses decimal digits, for a signed type with an optional "-". */
 template <class T>
 std::optional<T> whole(std::string const& text) {
     T value = 0;

@@ -7,10 +7,10 @@
 
 namespace velmorand {
 
-/** Reports on standard error what a listener threw for a change of `name`. `byWhom` may be empty. */
+/** Reports an exception of a listener to `name` on standard error. `byWhom` may be empty. */
 void reportThrown(std::string const& name, char const* byWhom, std::string const& thrown);
 
-/** Calls a function of the program, and reports what it throws for a change of `name`. */
+/** Calls a function of the program for a change of `name`, and reports its exceptions. */
 template <class Call>
 void callAndReport(std::string const& name, char const* byWhom, Call&& call) {
     try {
@@ -23,8 +23,9 @@ void callAndReport(std::string const& name, char const* byWhom, Call&& call) {
 }
 
 /**
- * While one exists, the announced changes were made by another process, so no caller here could catch what a listener
- * throws. Each `Listener` then reports exceptions itself, and the other listeners are still notified.
+ * While an object of this class exists, the changes that are announced were made by another process, so there is no
+ * caller that could handle the exceptions of listeners. Each `Listener` then reports its exceptions itself, and the
+ * other listeners are still notified.
  * Locks: the caller holds the settings' lock.
  */
 class Unwritten {
@@ -34,7 +35,7 @@ public:
     Unwritten& operator=(Unwritten const&) = delete;
     ~Unwritten() { _isNow = _outer; }
 
-    /** Calls a listener, and reports what it throws unless a writer can catch it. */
+    /** Calls a listener. Reports its exceptions, unless a writer can catch them. */
     template <class Call>
     static void call(std::string const& name, Call&& call) {
         if (!_isNow) {
@@ -46,7 +47,7 @@ public:
     }
 
 private:
-    /** Changes that a listener makes itself have a writer: the listener. */
+    /** While a listener is called: the changes that it makes have a writer, the listener. */
     class Written {
     public:
         Written() : _outer(std::exchange(_isNow, false)) {}

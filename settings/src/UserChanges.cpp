@@ -20,7 +20,7 @@ using utils::properties::_Register;
     throw Exception("cannot write " + inQuotes(name) + ": " + reason);
 }
 
-/** Errors: `utils::Exception` if the other changes leave no room for a property with this clean name. */
+/** Errors: `utils::Exception` if one of the groups of this clean name is to become a property. */
 void requireRoom(UserChanges const& changes, std::string const& name) {
     for (auto const& [group, record] : changes)
         if (isIn(name, group))

@@ -14,12 +14,13 @@ using GiveUp = std::function<bool()>;
  */
 [[nodiscard]] bool takeLock(GiveUp const& giveUp);
 
+/** Releases the lock that `takeLock` has taken. */
 void giveLockBack();
 
 /** How many times this thread holds the settings' lock, as far as this library knows. */
 [[nodiscard]] int holdsOfThisThread() noexcept;
 
-/** Counts a lock that this library did not take: the one that the register holds while it calls a listener. */
+/** Counts the lock that the register, not this library, holds while it calls a listener. */
 class RegistersHold {
 public:
     RegistersHold() noexcept;
@@ -28,7 +29,7 @@ public:
     ~RegistersHold();
 };
 
-/** Holds the settings' lock, for a thread that must not wait for it forever. */
+/** Holds the settings' lock. For threads that must not wait for it forever. */
 class AbandonableLock {
 public:
     explicit AbandonableLock(GiveUp const& giveUp) : _held(takeLock(giveUp)) {}

@@ -69,7 +69,7 @@ std::string readText(std::string const& path) {
 }
 
 std::vector<Found> readIni(std::string const& path) {
-    static_cast<void>(readText(path)); // refuses files that are not text
+    static_cast<void>(readText(path)); // only to refuse files that are not text
     QSettings settings(QString::fromUtf8(path.c_str()), QSettings::IniFormat);
 #if QT_VERSION_MAJOR == 5
     settings.setIniCodec("UTF-8"); // the only one in QtCore 6

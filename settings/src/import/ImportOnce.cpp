@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The import changes the user's file under the kernel's lock on its directory, as another process would, and then
-// merges the change into memory. So all settings appear at once, only one process imports, and settings that any
-// process has changed since the last save take precedence over the import.
+// merges the change into memory. So all imported settings appear at once, only one process imports, and settings that a
+// process has changed but not saved yet take precedence over the import.
 
 #include <algorithm>
 #include <cerrno>
@@ -45,7 +45,7 @@ ImportReport failed(std::string reason) {
     return {Result::failed, std::move(reason), {}};
 }
 
-/** A message about a file: "PATH: REASON", or "PATH:3: REASON" for a reason that begins with "line 3: ". */
+/** A message about a file: "PATH: REASON", or "PATH:3: REASON" if the reason begins with "line 3: ". */
 std::string about(std::string const& path, std::string const& reason) {
     constexpr std::string_view line = "line ";
     bool const hasLine = reason.compare(0, line.size(), line) == 0;
@@ -169,7 +169,7 @@ ImportReport importOnce(LiveSettings& live, std::string const& id, ImportSource 
     }
     if (settings.empty() && import::isDatabaseDirectory(source))
         return {Result::nothingThere, {}, {}};
-    // Changes of this process take precedence, so they must be in the file first. This also reads the current locks.
+    // Changes of this process take precedence, so they are saved first. This also reads the current locks.
     if (SaveResult saved = live.sync(); !saved.saved)
         return failed(std::move(saved.reason));
     ImportReport report = broughtIntoFile(live.userDirectory(), record, settings);

@@ -93,8 +93,8 @@ std::string outputOf(std::string const& program, std::string const& argument) {
         throw Exception(program + ": " + std::generic_category().message(error));
     output.closeWriteEnd();
     std::string text = output.readAll();
-    // The output, not the exit status, shows whether the program succeeded: the application may ignore SIGCHLD, or reap
-    // all children itself.
+    // Success is determined from the output, not the exit status: the application may ignore SIGCHLD or reap all
+    // children itself.
     while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
     }
     return text;

@@ -16,8 +16,8 @@ namespace velmorand::import {
 
 /** A setting as it is in its store. */
 struct Found {
-    std::vector<std::string> path; ///< its levels, the outermost first; each may be any text
-    std::optional<AnyValue> value; ///< of its natural kind; none if there is a problem
+    std::vector<std::string> path; ///< its levels, the outermost first; a level may be any text
+    std::optional<AnyValue> value; ///< of its natural kind; empty if there is a problem
     std::optional<std::vector<std::string>>
         list{}; ///< the elements, if the store can read the value as a list
     std::string problem{};
@@ -29,13 +29,13 @@ struct Found {
     return source.store == Store::dconf && !path.empty() && path.front() == '/' && path.back() == '/';
 }
 
-/** The content of a regular file, which is UTF-8. */
+/** The content of a regular file. Refuses files that are not UTF-8 text. */
 [[nodiscard]] std::string readText(std::string const& path);
 
 [[nodiscard]] std::vector<Found> readIni(std::string const& path);
 [[nodiscard]] std::vector<Found> readJson(std::string const& path);
 
-/** Reads with the program import-NAME, which is installed with this library. */
+/** Reads a store with the program import-NAME, which is installed with this library. */
 [[nodiscard]] std::vector<Found> readByProgram(std::string const& name, std::string const& path);
 
 } // namespace velmorand::import

@@ -73,7 +73,7 @@ void add(Rules& rules, Named const& old, Rules::Rule rule) {
         throw Exception("duplicate rule: line " + std::to_string(at->second.line) + " is for the same name");
 }
 
-/** Errors: `utils::Exception` if no property can have the name. */
+/** Errors: `utils::Exception` if the name is not valid for a property. */
 void requireName(std::string const& name) {
     std::string storage;
     static_cast<void>(propertyName(name, storage));

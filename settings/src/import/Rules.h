@@ -13,12 +13,12 @@ namespace velmorand {
 /** The rules of a map, by old name. */
 struct ImportMap::Rules {
     struct Rule {
-        std::optional<std::string> name; ///< the new name; none to drop it
+        std::optional<std::string> name; ///< the new name; empty to drop the setting
         std::optional<std::size_t> kind; ///< an index of `kindNames`
         std::size_t line;
     };
 
-    /** The new name and kind of a setting; no name if it is dropped. */
+    /** The new name and kind of a setting; without a name, the setting is dropped. */
     struct Target {
         std::optional<std::string> name;
         std::optional<std::size_t> kind;

@@ -27,7 +27,7 @@ AnyValue wholeNumber(std::int64_t number, Whole whole) {
     return std::to_string(number);
 }
 
-/** A single value; none if the variant has another type. */
+/** A single value; nothing if the variant has another type. */
 std::optional<AnyValue> single(QVariant const& variant, Whole whole) {
     switch (variant.userType()) {
     case QMetaType::Bool:

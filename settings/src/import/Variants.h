@@ -11,11 +11,11 @@ namespace velmorand::import {
 
 /** How to interpret whole numbers in a store. */
 enum class Whole {
-    typed,  ///< the type is the program's: those of 64 bits become text, as in `Stored<long long>`
-    untyped ///< the store has no integer types: each gets the smallest kind that is exact
+    typed,  ///< they have the types of the program: 64-bit numbers become text, as in `Stored<long long>`
+    untyped ///< the store has no integer types: each number gets the smallest kind that is exact
 };
 
-/** Adds the setting in a variant or, if it is a map, the settings in that group. */
+/** Adds the setting in a variant or, if the variant is a map, all settings in it. */
 void addSettings(std::vector<Found>& all, std::vector<std::string> const& path, QVariant const& variant,
                  Whole whole);
 

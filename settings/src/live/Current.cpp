@@ -31,8 +31,8 @@ void endAtExit() {
         current->end();
 }
 
-// Created when the library is loaded. Locked during a fork: a child exits, too, and must not find the holder locked by
-// a thread that does not exist there.
+// Created when the library is loaded. Locked during a fork: a child uses the holder when it exits, and must not find it
+// locked by a thread that does not exist there.
 [[maybe_unused]] int const holderHeldDuringForks = [] {
     static_cast<void>(holder());
     return ::pthread_atfork([] { holder().mutex.lock(); }, [] { holder().mutex.unlock(); },

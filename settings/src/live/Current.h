@@ -7,7 +7,7 @@
 
 namespace velmorand::live {
 
-/** The process's live settings, for code that has no reference to them: plain saves, and the exit handler. */
+/** The process's live settings, for code that has no reference to them: `saveSettings` and the exit handler. */
 class Current {
 public:
     Current() = default;
@@ -26,7 +26,10 @@ public:
     /** Forgets the live settings, so that new ones can be created. */
     static void leave();
 
-    /** Reserves the place of the only live settings during construction. Released again unless it is filled. */
+    /**
+     * Reserves the place of the process's only live settings while they are being constructed. The destructor releases
+     * it unless it has been filled.
+     */
     class Place {
     public:
         /** Errors: `utils::Exception` if it is taken. */
@@ -35,7 +38,10 @@ public:
         Place& operator=(Place const&) = delete;
         ~Place();
 
-        /** From now on the settings are saved when the process exits, even if they are never destroyed. */
+        /**
+         * Registers the live settings. From now on they are saved when the process exits, even if they are never
+         * destroyed.
+         */
         void fill(std::shared_ptr<Current> current);
 
     private:

@@ -117,7 +117,7 @@ std::optional<Reading> DiskFile::readIfChanged(Image const& similar) {
     return reading;
 }
 
-/** Without a stamp from the system, the file stays unknown and is read again next time. */
+/** Without a stamp from the system, the file stays unknown, and is read again next time. */
 void DiskFile::know(Identity identity) {
     if (identity.stamp.number != 0)
         _known = std::move(identity);
@@ -150,7 +150,7 @@ Reading DiskFile::readFrom(FileHandle* handle, Image const& similar) {
 
 DiskFile::Replaced DiskFile::replace(TreeImage const& image, std::string const& keptAs) {
     auto const failed = [this](int error) { return Replaced{false, _path + ": " + because(error)}; };
-    // A separate one, whose destructor discards everything that was written unless the handle has been closed.
+    // A separate file system: unless the handle has been closed, its destructor discards everything that was written.
     filesystem::RealFileSystem disk(_directory);
     FileHandle* handle = nullptr;
     errno = 0;
@@ -160,7 +160,7 @@ DiskFile::Replaced DiskFile::replace(TreeImage const& image, std::string const& 
     errno = EIO;
     if (disk.write(handle, image.bytes().data(), size) != size || !disk.flush(handle))
         return failed(errno);
-    // Not earlier: a save that fails must not replace the previous file.
+    // Only now that the new content is on the disk: a failed save must not replace the previous file.
     if (!keptAs.empty() && !disk.keepAs(text(_name), text(keptAs)) && errno != ENOENT)
         return failed(errno);
     Identity written{disk.stamp(handle), std::string(image.bytes().substr(0, headSize))};
@@ -175,7 +175,7 @@ DiskFile::Replaced DiskFile::replace(TreeImage const& image, std::string const& 
     return replaced;
 }
 
-/** Called when it is unknown whether a replacement took place: finds out by comparing. */
+/** Called if it is not known whether a replacement took place: compares the file with the new content. */
 void DiskFile::knowIfItHolds(TreeImage const& image) {
     Opened const written(_disk, _name);
     if (written.handle() == nullptr)
@@ -203,7 +203,7 @@ std::string DiskFile::moveAsideAsDamaged() {
     return _disk.moveAside(text(_name), text(name)) ? name : std::string();
 }
 
-/** Names differ only in their times, so sorting them by name sorts them by age. */
+/** The names begin with the same text and then have the time, so sorting by name sorts by age. */
 void DiskFile::removeOldestDamaged() {
     std::string const stem = _name + ".damaged-";
     std::vector<std::string> names;

@@ -42,12 +42,12 @@ public:
 
     /**
      * Reads the file unless it is unchanged since it was last read or written. The more it has in common with
-     * `similar`, which may be null, the faster.
+     * `similar`, which may be null, the faster this is.
      */
     [[nodiscard]] std::optional<Reading> readIfChanged(Image const& similar);
 
     struct Replaced {
-        bool isInPlace;      ///< the file holds the new content; after a failure, a power loss may undo that
+        bool isInPlace; ///< the file has the new content; if `failure` is set, a power loss may undo that
         std::string failure; ///< empty on success
     };
 
@@ -55,18 +55,18 @@ public:
     [[nodiscard]] Replaced replace(filesystem::TreeImage const& image, std::string const& keptAs);
 
     /**
-     * An unused name for keeping the damaged file, with the time in UTC. If none can be found, the result is a name
-     * that no file can have.
+     * An unused name under which to keep the damaged file; it contains the time in UTC. If none can be found, the
+     * result is a name that no file can have.
      */
     [[nodiscard]] std::string nameForDamaged();
 
     /**
-     * Renames the damaged file to such a name, durably.
+     * Renames the damaged file to the result of `nameForDamaged`, durably.
      * Result: the name; empty if it could not be renamed.
      */
     [[nodiscard]] std::string moveAsideAsDamaged();
 
-    /** Removes all files with such names, except for the newest few. */
+    /** Removes all files with such names except the newest five. */
     void removeOldestDamaged();
 
 private:
@@ -85,7 +85,7 @@ private:
     std::string _name;
     std::string _path;
     filesystem::RealFileSystem _disk;
-    std::optional<Identity> _known; ///< none until the first reading; has no stamp for a missing file
+    std::optional<Identity> _known; ///< empty until the first reading; has no stamp if the file is missing
 };
 
 } // namespace velmorand::live

@@ -32,7 +32,8 @@ void print(LiveEvent const& event) {
     if (!event.keptAs.empty())
         line += "; the damaged file is kept as " + event.keptAs;
     line += '\n';
-    // In one write, and not through a stream: initialising the streams is a noticeable cost for short programs.
+    // In one write, so that lines do not mix, and not through a stream, because initialising the streams takes
+    // noticeable time in short programs.
     static_cast<void>(std::fwrite(line.data(), 1, line.size(), stderr)); // there is nowhere else to report to
 }
 
@@ -52,7 +53,7 @@ void Events::note(LiveEvent event) {
 
 void Events::tell() {
     std::unique_lock<std::mutex> lock(_mutex);
-    // A thread that is already reporting goes on with the rest, so that calls never overlap.
+    // If another thread is reporting, it reports the new events as well, so that calls never overlap.
     if (std::exchange(_isTelling, true))
         return;
     while (!_untold.empty()) {

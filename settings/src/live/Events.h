@@ -10,7 +10,7 @@
 
 namespace velmorand::live {
 
-/** Events about the files: recorded where they happen, reported later, when no lock is held. */
+/** Events about the files: recorded when they happen, and reported later, when no lock is held. */
 class Events {
 public:
     explicit Events(std::function<void(LiveEvent const&)> onEvent);

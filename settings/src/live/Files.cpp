@@ -19,7 +19,7 @@ Image empty() {
     return std::make_shared<filesystem::TreeImage const>();
 }
 
-/** Replaces a damaged file by the previous one. Result: the current content of the user's file. */
+/** Replaces a damaged file with the previous one. Result: the content of the user's file after that. */
 Image recover(Files& files, Events& events) {
     filesystem::DirectoryLock lock;
     static_cast<void>(lock.take(files.directory, patience));
@@ -31,7 +31,7 @@ Image recover(Files& files, Events& events) {
         return empty();
     Reading const previous = files.previous.read();
     bool const isRecovered = previous.found == Found::sound;
-    // Atomic, so that no process ever finds the file missing, which would count as empty.
+    // Replaced atomically, so that no process finds the file missing, and takes it for empty.
     std::string keptAs = isRecovered ? files.user.nameForDamaged() : files.user.moveAsideAsDamaged();
     if (isRecovered && !files.user.replace(*previous.image, keptAs).isInPlace)
         keptAs.clear(); // the next save tries again

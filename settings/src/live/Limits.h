@@ -8,12 +8,12 @@ namespace velmorand::live {
 /** How long to wait for a process that is replacing the user's file. */
 constexpr std::chrono::milliseconds patience{5'000};
 
-/** The longest delay before a save: more than any process runs, but safe from overflow in clock arithmetic. */
+/** The longest delay before a save: longer than processes run, but without overflow in clock arithmetic. */
 constexpr std::chrono::milliseconds longestDelay = std::chrono::hours(24 * 365);
 
 /**
- * How long a program runs before its files are watched. A shorter run does not need a watch, and the system takes tens
- * of milliseconds to remove one.
+ * How long a program runs before its files are watched. Shorter runs do not need a watch, and the system takes tens of
+ * milliseconds to remove one.
  */
 constexpr std::chrono::milliseconds unwatched{100};
 

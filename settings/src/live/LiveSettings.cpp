@@ -32,7 +32,7 @@ public:
     }
 
     ~State() noexcept override {
-        // Must not wake the worker once it is being destroyed.
+        // From now on, changes must not wake the worker, which is about to be destroyed.
         _memory->end();
     }
 
@@ -42,8 +42,8 @@ public:
         return _synchroniser->run(live::Synchroniser::Missing::makeAgain, nullptr);
     }
 
-    // The process may be exiting because a thread never releases the lock, so the wait is bounded. If it exits while
-    // another thread is in here, both wait until everything is saved.
+    // The wait for the lock is bounded, because a thread that never releases it may be the reason for the exit. If two
+    // threads call this at once, both return only after everything has been saved.
     void end() override {
         if (isForked())
             return;
@@ -71,7 +71,7 @@ public:
 private:
     [[nodiscard]] bool isForked() const { return ::getpid() != _process; }
 
-    /** Under one lock, so that no change is made before the worker exists. */
+    /** Holds the lock throughout, so that no change is made before the worker exists. */
     void open(std::chrono::milliseconds delay, void* sender) {
         Lock const lock;
         auto* const opened = live::openRegister(_files, _global, sender);

@@ -97,7 +97,9 @@ bool listens(_Register const& theRegister, std::string const& key, _Register::Ca
     return std::any_of(first, last, [=](auto const& entry) { return entry.second == listener; });
 }
 
-/** Notifies all listeners of a name even if some throw. Those that have been notified already are notified again. */
+/**
+ * Notifies all listeners of a name, even if some throw. Listeners that have already been notified are notified again.
+ */
 void notifyEach(_Register const& theRegister, void* sender, std::string const& name) {
     for (std::string key = name; !key.empty();) {
         std::vector<_Register::Callback*> listeners;
@@ -112,7 +114,7 @@ void notifyEach(_Register const& theRegister, void* sender, std::string const& n
     }
 }
 
-/** A log that outlived its register. Volatile, so that leak checkers find it reachable. */
+/** A log that has outlived its register. Volatile, so that leak checkers can reach it. */
 ChangeLog* volatile leftBehind = nullptr;
 
 } // namespace
@@ -176,7 +178,7 @@ bool Memory::isSaved(GiveUp const& giveUp) const {
         return true;
     if (!_isDurable)
         return false;
-    // Changes that another thread has collected may be in the file already, without that being known here yet.
+    // Changes that another thread has collected may already be in the file, although this is not known here yet.
     auto const paths = united(_collected, _pending);
     return _log->isEmpty() && std::all_of(paths.begin(), paths.end(), [this](std::string const& path) {
                return differences(*_user, stateOf(_register, path)).empty();

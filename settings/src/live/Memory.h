@@ -34,8 +34,8 @@ struct Merged {
     bool isSaved;         ///< whether the collected changes are in the file, durably
     bool isDurable;       ///< whether the content of the file is durable
     Image before;         ///< the common state before `changes` are applied to memory
-    Changes changes; ///< by other processes: the differences from memory, as it was, to the merged settings
-    Image base;      ///< the common state after all `changes` are applied
+    Changes changes;      ///< made by other processes: the differences from the collected to the merged state
+    Image base;           ///< the common state after all `changes` are applied
 };
 
 /**
@@ -49,19 +49,19 @@ public:
     Memory(utils::properties::_Register& theRegister, Image user, Image global, std::function<void()> wake);
 
     /**
-     * Applies all posted merges, then collects the changes of this process, including those of earlier collections that
-     * are not in the file yet: another thread may be about to merge them, or have failed to. Takes the register's lock.
-     * Result: none if the caller gives up waiting for the lock, or after `end`.
+     * Applies all posted merges, then collects the changes of this process. These include earlier collections that are
+     * not in the file yet, because another thread is still merging them or has failed to. Takes the register's lock.
+     * Result: nothing if the caller gives up waiting for the lock, or after `end`.
      */
     [[nodiscard]] std::optional<Collected> collect(void* sender, GiveUp const& giveUp);
 
     /**
-     * Queues the result of a merge. Only a collection that was made after all earlier merges had been applied may be
-     * merged. Locks: not the register's.
+     * Queues the result of a merge. A collection may be merged only if all earlier merges had been applied when it was
+     * made. Does not take the register's lock.
      */
     void post(Merged merged);
 
-    /** Queues new settings of the administrator. Locks: not the register's. */
+    /** Queues new settings of the administrator. Does not take the register's lock. */
     void postGlobal(Image global);
 
     /**
@@ -71,7 +71,7 @@ public:
     void bringIn(void* sender, GiveUp const& giveUp);
 
     /**
-     * Stops recording changes, so that another object can: from now on nothing is collected or applied. Takes the
+     * Stops recording changes, so that another object can start. From now on nothing is collected or applied. Takes the
      * register's lock.
      */
     void end();

@@ -10,8 +10,9 @@
 namespace velmorand::live {
 
 /**
- * Creates the register for live settings. The register itself loads and saves no files; it gets the content of `files`.
- * If earlier live settings have created it, its content is replaced, and listeners are notified of the differences.
+ * Creates the register for live settings, with the content of `files`. The register itself does not load or save any
+ * files. If earlier live settings have created it, its content is replaced, and listeners are notified of the
+ * differences.
  * Errors: `utils::Exception` if the register is already in use without live settings.
  * Locks: takes the register's lock.
  */

@@ -126,7 +126,7 @@ std::string Synchroniser::bringIntoFile(Collected const& collected, Merged& merg
     return failure;
 }
 
-/** Waits for the lock on the directory. */
+/** Waits for the lock on the directory; creates the directory if it is missing. */
 std::string Synchroniser::take(DirectoryLock& turn) {
     auto outcome = turn.take(_files.directory, patience);
     if (outcome == DirectoryLock::Outcome::failed && errno == ENOENT &&
@@ -143,7 +143,7 @@ std::string Synchroniser::take(DirectoryLock& turn) {
     return {};
 }
 
-/** The file has been written again from memory, so the previous file was not needed. */
+/** Called when a damaged file has been replaced with the settings in memory. */
 void Synchroniser::noteRecovery(std::string const& damage, std::string const& keptAs) {
     _files.user.removeOldestDamaged();
     _events.note({LiveEventKind::recovered, _files.user.path(),

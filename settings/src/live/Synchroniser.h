@@ -19,7 +19,8 @@ struct Files {
     Files(std::string userDirectory, std::string const& globalDirectory);
 
     /**
-     * Reads both files. A damaged user's file is moved aside and replaced by the previous one.
+     * Reads both files. If the user's file is damaged, it is moved aside and, if possible, replaced with the previous
+     * one.
      * Errors: `utils::Exception` with path and reason if a file cannot be read.
      */
     void open(Events& events);
@@ -33,11 +34,11 @@ struct Files {
 };
 
 /**
- * Merges memory and files: changes of this process into the current user's file, and changes of other processes into
- * memory. A three-way merge: if both have changed the same setting, this process wins.
+ * Merges changes of this process into the current user's file, and changes of other processes into memory. A three-way
+ * merge: if both have changed the same setting, this process wins.
  *
  * The kernel's lock on the user's directory serialises processes. No thread waits for the register's lock while it
- * holds that lock or this object's mutex.
+ * holds the kernel's lock or this object's mutex.
  */
 class Synchroniser {
 public:
@@ -46,8 +47,8 @@ public:
     enum class Missing { leaveAlone, makeAgain };
 
     /**
-     * Merges all changes of this process. A file that has been removed is created again only if `missing` demands it,
-     * or if there are changes. Does nothing if the caller gives up waiting for the register's lock.
+     * Merges all changes of this process. A file that has been removed is created again only if there are changes or
+     * `missing` is `makeAgain`. Does nothing if the caller gives up waiting for the register's lock.
      */
     SaveResult run(Missing missing, GiveUp const& giveUp);
 
@@ -65,7 +66,7 @@ private:
 
     Step merge(Collected const& collected, Missing missing);
 
-    // Results: why it failed; empty on success.
+    // These return why they failed; empty on success.
     std::string bringIntoFile(Collected const& collected, Merged& merged, Missing missing);
     std::string take(filesystem::DirectoryLock& turn);
     std::string look(std::string& damage);

@@ -18,14 +18,15 @@
 namespace velmorand::live {
 
 /**
- * A thread that saves settings some time after a change, and reads the files when they have changed. It sleeps in
- * between.
+ * A thread that saves settings some time after a change, and reads the files when they have changed. Otherwise it
+ * sleeps.
  */
 class Worker {
 public:
     /**
-     * `synchronise` saves and reads; it returns whether everything is saved. Its argument tells it to stop waiting
-     * because the thread must end. `isNews` returns whether a file has changed since it was read.
+     * `synchronise` saves and reads the files, and returns whether everything is saved; it must stop waiting when its
+     * argument returns true, because the thread must end. `isNews` returns whether a file has changed since it was
+     * read.
      */
     Worker(std::vector<std::string> files, std::chrono::milliseconds delay, std::function<bool()> isNews,
            std::function<bool(GiveUp const&)> synchronise);
@@ -33,7 +34,7 @@ public:
     Worker& operator=(Worker const&) = delete;
     ~Worker();
 
-    /** Called after the first unsaved change. From any thread, even in a forked child, and with any locks held. */
+    /** Called after the first unsaved change, on any thread, even in a forked child, and with any locks held. */
     void wake() noexcept;
 
     /** Ends the thread and waits for it, unless it is the calling thread. */
