@@ -100,7 +100,7 @@ public:
 private:
     enum Depth { top = 0, section = 1, setting = 2 };
 
-    /** A callback of the parser. Result: whether the parser keeps what it has just read. */
+    /** The parser's callback. Result: whether the parser keeps the part that it has just read. */
     bool take(int depth, json::parse_event_t event, json& parsed) {
         using Event = json::parse_event_t;
         bool const isKey = event == Event::key;

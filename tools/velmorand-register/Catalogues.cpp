@@ -28,7 +28,10 @@ bool isAbsolute(std::string_view path) {
     return !path.empty() && path.front() == '/';
 }
 
-/** The data directories of the XDG standard, in order of precedence; relative paths are ignored, as it demands. */
+/**
+ * The data directories of the XDG standard, in order of precedence. Relative paths are ignored, as the standard
+ * demands.
+ */
 std::vector<std::string> dataDirectories() {
     std::string all(variable("XDG_DATA_HOME"));
     if (!isAbsolute(all))

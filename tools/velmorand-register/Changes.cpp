@@ -13,7 +13,7 @@ namespace tool {
 
 namespace {
 
-/** Whether an entry has a line of its own: every property has, and every empty group. */
+/** Whether an entry gets its own line: every property and every empty group does. */
 bool isShown(Walk const* entry) {
     return entry != nullptr && (entry->kind() == Kind::file || entry->isEmptyDirectory());
 }
@@ -36,7 +36,7 @@ void printLine(char sign, Walk const& entry, std::string const& description, std
 void printChange(Walk const& before, Walk const& after, std::ostream& out) {
     std::string old = described(before);
     std::string now = described(after);
-    if (old == now) { // only bytes differ that are not part of the value
+    if (old == now) { // only bytes outside the value differ
         old += ", record " + base64(before.content());
         now += ", record " + base64(after.content());
     }

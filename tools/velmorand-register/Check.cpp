@@ -21,7 +21,7 @@ std::string about(RegisterFile const& file, std::string_view name, std::string c
     return file.path() + ": \"" + std::string(name) + "\": " + reason;
 }
 
-/** The warning about an undeclared name; empty if no declared setting has the same outermost group. */
+/** The warning about an undeclared name; empty if no setting is declared in the same outermost group. */
 std::string undeclared(std::string_view name, Declarations const& declarations) {
     DeclaredGroup const group = declaredIn(declarations, name.substr(0, name.find('/')));
     if (group.begin == group.end)
@@ -30,7 +30,10 @@ std::string undeclared(std::string_view name, Declarations const& declarations) 
     return "not declared" + (nearest ? " (did you mean \"" + *nearest + "\"?)" : std::string());
 }
 
-/** Why an entry does not match its declaration or, if it is the list of locks, is invalid; empty if neither applies. */
+/**
+ * Why an entry does not match its declaration or, if it is the list of locks, why it is invalid; empty if it is
+ * correct.
+ */
 std::string difference(Walk const& entry, Reading const& reading, Declarations const& declarations) {
     std::string_view const name = nameOf(entry);
     bool const isGroup = entry.kind() == Kind::directory;

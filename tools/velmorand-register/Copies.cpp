@@ -100,8 +100,8 @@ bool holds(RegisterFile const& file, Settings const& settings) {
 }
 
 /**
- * Keeps the previous file under a third name while the file that is being replaced takes over its name. So neither a
- * kill nor a full disk can lose one of the contents.
+ * Keeps the previous file under a third name while the replaced file takes over its name. So if the program is killed
+ * or the disk is full, no content is lost.
  */
 class PreviousKept {
 public:
@@ -114,13 +114,13 @@ public:
                           "not restored: " + at(_older) + ": " + std::generic_category().message(errno));
     }
 
-    /** The replacement succeeded. */
+    /** Called if the replacement succeeded. */
     void drop() {
         if (_isKept)
             _disk.remove(toQString(_older));
     }
 
-    /** The replacement failed. If it took place nevertheless, both old contents are kept, under two names. */
+    /** Called if the replacement failed. If the new content is in place nevertheless, both old files are kept. */
     void putBack() {
         if (!_isKept)
             return;

@@ -13,8 +13,8 @@
 namespace tool {
 
 /**
- * Waits for the lock on a register directory, which every process holds while it replaces files in it.
- * Errors: `Failure` if that takes longer than `patience`, or the directory cannot be opened.
+ * Waits for the lock on a register directory. Every process holds this lock while it replaces files there.
+ * Errors: `Failure` if it takes longer than `patience`, or if the directory cannot be opened.
  */
 void take(filesystem::DirectoryLock& lock, Directory const& directory, std::chrono::seconds patience);
 

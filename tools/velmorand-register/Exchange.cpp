@@ -66,7 +66,9 @@ std::string valueMember(Value const& value) {
         value);
 }
 
-/** The value that an import would give: all NaNs have the same text, so they become one bit pattern. */
+/**
+ * The value that results from an export and an import: all NaNs have the same text, so they get the same bit pattern.
+ */
 Value withOneNan(Value value) {
     auto const one = [](double& number) {
         if (std::isnan(number))
@@ -182,7 +184,7 @@ public:
 private:
     enum Depth { top = 0, entry = 1, member = 2, list = 3 };
 
-    /** A callback of the parser. Result: whether the parser keeps what it has just read. */
+    /** The parser's callback. Result: whether the parser keeps the part that it has just read. */
     bool take(int depth, json::parse_event_t event, json& parsed) {
         using Event = json::parse_event_t;
         switch (event) {

@@ -15,10 +15,11 @@
  *       "a/l": {"type": "strings", "value": ["p", "q"]}
  *     }
  *
- * The types are the names of the kinds. Numbers that JSON lacks are "nan", "inf" and "-inf". Text that is not UTF-8 is
- * in base64, as "base64" instead of "value"; in a list, that applies to all elements. If the value alone does not
- * determine all bytes of the property, "record" has them in base64. Bytes that are not a value are
- * {"type": "bytes", "base64": ...}. So an export and an import give the same register file, byte for byte.
+ * The types are the names of the kinds. Numbers that JSON cannot represent are "nan", "inf" and "-inf". Text that is
+ * not UTF-8 is in base64, as "base64" instead of "value"; if this is necessary for one element of a list, it applies to
+ * all of them. If the value alone does not determine all bytes of the property, "record" has them in base64. Bytes that
+ * are not a value are {"type": "bytes", "base64": ...}. So an export followed by an import gives the same register
+ * file, byte for byte.
  */
 namespace tool {
 

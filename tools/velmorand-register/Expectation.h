@@ -8,16 +8,16 @@
 /** Compares values with declarations. */
 namespace tool {
 
-/** What a declaration allows, such as "a number from 6 to 72". */
+/** The values that a declaration allows, such as "a number from 6 to 72". */
 std::string expectationOf(Declaration const& declaration);
 
-/** The message that `found`, such as "a group", is not as declared. */
+/** The message that `found`, such as "a group", does not match the declaration. */
 std::string objection(std::string const& found, Declaration const& declaration);
 
-/** Why a value is not as declared; empty if it is. */
+/** Why a value does not match its declaration; empty if it does. */
 std::string objectionTo(Value const& value, Declaration const& declaration);
 
-/** Why a limit is not valid for a format; empty if it is. */
+/** Why a limit is not valid for a format; empty if it is valid. */
 std::string objectionToLimit(Value const& limit, Format format);
 
 } // namespace tool

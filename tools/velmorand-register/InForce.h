@@ -38,7 +38,7 @@ private:
     Locks _locks;
 };
 
-/** Whether a scope is the user's, which readers skip for locked names. */
+/** Whether a scope is the user's scope, which readers skip for locked names. */
 bool isUsers(ScopedSettings const& scoped);
 
 } // namespace tool

@@ -26,7 +26,7 @@ std::size_t kindNamed(std::string const& name);
 /** A value from JSON; `kind` is an index into `kindNames`. Errors: `BadEntry`. */
 Value valueFrom(nlohmann::json const& value, std::size_t kind);
 
-/** A "string" or "strings" value, all of whose text is in base64. Errors: `BadEntry`. */
+/** A value of the kind "string" or "strings" from text in base64. Errors: `BadEntry`. */
 Value encodedValueFrom(nlohmann::json const& value, std::string const& kind);
 
 } // namespace tool

@@ -15,7 +15,10 @@ namespace tool {
 
 namespace {
 
-/** The places, with the global scope chosen, for a command that changes only that. Errors: `WrongCall`. */
+/**
+ * The places for a command that changes only the global scope. Errors: `WrongCall` if another scope or no global
+ * directory is given.
+ */
 Places administrators(Places places, std::string const& command) {
     if (places.scope.value_or(Scope::global) != Scope::global)
         throw WrongCall(command + " changes only the global register file");
@@ -33,7 +36,7 @@ std::vector<std::string> propertyNames(std::vector<std::string> const& names) {
     return clean;
 }
 
-/** A line of the report: the outcome for a name, and the group through which it is locked, if any. */
+/** A line of the report: the outcome for a name and, if it is locked through a group, that group. */
 std::string lineAbout(char const* what, std::string const& name, std::string const& with = {}) {
     std::ostringstream line;
     line << what << ": ";

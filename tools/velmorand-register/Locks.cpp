@@ -83,7 +83,8 @@ Locks::Locks(Names const& list) {
 
 std::optional<std::string> Locks::entryFor(std::string const& name) const {
     std::string const whole = name + '/';
-    // All names between an entry and a name that begins with it begin with it, too, so none of them is an entry.
+    // Only the last entry that is not greater can lock the name: any text between an entry and a name that begins with
+    // that entry also begins with it, so it is not an entry.
     auto const next = std::upper_bound(_entries.begin(), _entries.end(), whole);
     if (next == _entries.begin() || !beginsWith(whole, *std::prev(next)))
         return std::nullopt;

@@ -17,7 +17,7 @@ constexpr char const* lockListGroup = "velmorand";
 /** The clean form of an entry in the list; empty if it is not a valid name. */
 std::string entryName(std::string const& entry);
 
-/** Why applications ignore the list, or an entry of it; empty if they ignore nothing. */
+/** Why applications ignore the list or one of its entries; empty if they ignore nothing. */
 std::string objectionToLocks(filesystem::direct::Kind kind, Reading const& reading);
 
 /**

@@ -52,7 +52,7 @@ private:
     QTemporaryFile _file;
 };
 
-/** A message about a file to read: "FILE: REASON", or "FILE:3: REASON" for a reason that begins with "line 3: ". */
+/** A message about an input file: "FILE: REASON", or "FILE:3: REASON" if the reason begins with "line 3: ". */
 std::string about(std::string const& source, std::string const& reason) {
     constexpr std::string_view line = "line ";
     bool const hasLine = reason.compare(0, line.size(), line) == 0;
@@ -90,7 +90,7 @@ std::vector<ForeignSetting> read(velmorand::Store store, Moving const& moving,
     if (moving.file == "-")
         input.emplace();
     velmorand::ImportSource const source{store, input ? input->path() : moving.file, mapIn(moving.map)};
-    // QtCore warns of values of types that it does not know; the report lists them already.
+    // QtCore prints warnings about values of unknown types, but the report lists these already.
     qInstallMessageHandler([](QtMsgType, QMessageLogContext const&, QString const&) {});
     try {
         return readForeign(source, [&declarations](std::string const& name) {

@@ -16,7 +16,10 @@ std::size_t commonGroups(std::string_view left, std::string_view right) {
     return common.rfind('/') + 1;
 }
 
-/** The largest distance at which one name is a plausible misspelling of the other; both without shared groups. */
+/**
+ * The largest distance at which one name is a plausible misspelling of the other. Both are given without the groups
+ * that they share.
+ */
 std::size_t farthest(std::string_view name, std::string_view other) {
     constexpr std::size_t slips = 3;
     return std::min(std::max(name.size(), other.size()) / 3, slips);

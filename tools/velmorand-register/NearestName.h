@@ -10,8 +10,9 @@
 namespace tool {
 
 /**
- * The declared name that `name` is probably a misspelling of: the nearest by edit distance, or the first of several.
- * The distance may be at most 3, and at most a third of the length of the longer name after the groups that both share.
+ * The declared name of which `name` is probably a misspelling: the nearest by edit distance, or the first of several.
+ * The distance may be at most 3, and at most a third of the length of the longer name, not counting the groups that
+ * both share.
  * Result: none if no declared name is that near.
  */
 std::optional<std::string> nearestName(DeclaredGroup const& group, std::string_view name);

@@ -8,8 +8,8 @@
 namespace tool {
 
 /**
- * Walks through two groups at once, in the order of their names. Costs no more than walking through each of them: names
- * are compared only from where they changed since the last step, not in full.
+ * Walks through two groups at once, in the order of their names. Costs no more than two separate walks: names are
+ * compared only from the position at which they changed in the last step.
  */
 class ParallelWalk {
 public:

@@ -9,7 +9,7 @@
 
 namespace tool {
 
-/** Which values may be set, according to the programs' declarations and the administrator's locks. */
+/** Determines which values may be set, according to the programs' declarations and the administrator's locks. */
 class Permissions {
 public:
     /**

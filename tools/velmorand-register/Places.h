@@ -23,7 +23,7 @@ struct Places {
     std::vector<std::string> catalogues; ///< instead of the installed ones
 };
 
-/** A register directory. One that the command line names must exist; the default need not. */
+/** A register directory. It must exist if the command line names it; the default directory need not. */
 struct Directory {
     std::string path;
     bool isNamed;
@@ -46,7 +46,8 @@ struct ScopedFile {
 };
 
 /**
- * The register files in the order in which readers search them, at most two; only that of the scope if one is given.
+ * The register files to read, at most two, in the order in which readers search them; if a scope is given, only its
+ * file.
  */
 std::vector<ScopedFile> filesToRead(Places const& places);
 

@@ -46,7 +46,7 @@ Loaded RegisterFile::load(Settings& settings) const {
     try {
         settings.read(*handle);
     } catch (utils::Exception const& failure) {
-        // The message starts with the file system's path of the file, which is not the user's.
+        // The message starts with the path that the file system uses, which may differ from the one that the user gave.
         throw Failure(Status::fileTrouble, _path + (failure.what() + handle->path().size()));
     }
     long const end = disk.tell(handle);

@@ -16,7 +16,7 @@ constexpr char const* previousEnding = ".previous";
 /** The result of loading a register file. */
 struct Loaded {
     bool isThere;
-    long bytesAfter; ///< the number of bytes after the settings, which applications never read
+    long bytesAfter; ///< the number of bytes after the settings; applications never read these
 };
 
 /** A register file on disk. */
@@ -30,7 +30,7 @@ public:
     [[nodiscard]] std::string const& name() const noexcept { return _name; }
 
     /**
-     * Replaces settings by those in the file; a missing file leaves them empty.
+     * Replaces `settings` with those in the file; a missing file leaves them empty.
      * Errors: `Failure` if it cannot be read or is damaged; the settings are unchanged then.
      */
     Loaded
@@ -38,7 +38,8 @@ public:
 
     /**
      * Replaces the file atomically, and keeps the old one, if it exists, as the previous file.
-     * Errors: `Failure`; the file is unchanged then.
+     * Errors: `Failure`; the file is unchanged then, unless only the last step failed, which makes the replacement
+     * durable.
      */
     void save(Settings const& settings) const;
 

@@ -63,7 +63,7 @@ public:
     [[nodiscard]] filesystem::RAMFileSystem& files() noexcept { return *_files; }
     static constexpr char const* directory = "user";
 
-    /** Replaces the settings by those in a register file. Errors: those of `RAMFileSystem::unserialize`. */
+    /** Replaces the settings with those in a register file. Errors: those of `RAMFileSystem::unserialize`. */
     void read(filesystem::FileHandle& file);
 
     /** Writes a register file. Result: whether everything was written. */

@@ -58,8 +58,8 @@ std::string base64(std::string_view bytes);
 QString toQString(std::string const& utf8);
 
 /**
- * Prints a diagnostic on standard error, on one line. Of a very long one the middle is left out: the subject is at the
- * beginning, the reason at the end.
+ * Prints a diagnostic on standard error, on one line. If it is very long, the middle is left out, because the subject
+ * is at the beginning and the reason at the end.
  */
 void complain(std::string const& message);
 

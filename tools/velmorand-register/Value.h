@@ -24,12 +24,12 @@ std::string_view kindName(Reading const& reading);
 
 /**
  * Parses a value of a kind from texts, one per element.
- * Errors: `WrongCall` for an unknown kind, or too few or too many texts; `Failure` for a text that does not give an
- * element of that kind.
+ * Errors: `WrongCall` for an unknown kind, or too few or too many texts; `Failure` for a text that is not an element of
+ * that kind.
  */
 Value parseValue(std::string const& kind, std::vector<std::string> const& texts);
 
-/** The elements of a value, as `parseValue` takes them; a single value has one element. */
+/** The elements of a value as texts for `parseValue`; a single value has one element. */
 std::vector<std::string> elementTexts(Value const& value);
 
 /** The elements of a value; a single value has one element, itself. */

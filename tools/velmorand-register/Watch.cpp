@@ -20,7 +20,7 @@ namespace {
 
 using filesystem::FileWatch;
 
-constexpr int moment = 100; // milliseconds
+constexpr int moment = 100; // milliseconds to wait for the rest of a file
 
 Failure cannotWatch(std::string const& path, int error) {
     return {Status::fileTrouble, "cannot watch " + path + ": " + std::generic_category().message(error)};

@@ -1,12 +1,12 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# Completion for bash: commands, options, kinds, files, and the names of settings, from the directories on the command
-# line and from the catalogues.
+# Completion for bash: commands, options, kinds, files, and the names of settings in the directories on the command line
+# and in the catalogues.
 
 # Prints the kind and the name of each declared setting, separated by a tab. Arguments: options for the program.
 _velmorand_register_declared() {
     local line name
-    # Columns: kind, scope, name and a colon. Nothing is set in the temporary scope, so the kind is the declared one.
+    # Columns: kind, scope, name and a colon. The temporary scope has no values, so the kind is the declared one.
     velmorand-register "$@" --scope temporary list -r --declared 2>/dev/null | while IFS= read -r line; do
         name=${line:17}
         printf '%s\t%s\n' "${line%% *}" "${name%%: *}"

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// velmorand-register: shows and changes register files, for people and scripts. Results go to standard output,
-// diagnostics to standard error.
+// velmorand-register: shows and changes register files. Results go to standard output, diagnostics to standard error.
 
 #include <algorithm>
 #include <array>
@@ -244,7 +243,10 @@ private:
         command->add_option("NAME", _name, what)->required()->type_name("");
     }
 
-    /** Any number of words, taken literally: without an upper bound CLI11 would split "[a,b]" into two words. */
+    /**
+     * Adds an option that takes any number of words literally: without an upper bound, CLI11 would split "[a,b]" into
+     * two words.
+     */
     static CLI::Option* addWords(CLI::App* command, std::string const& name, std::string const& what) {
         constexpr int most = CLI::detail::expected_max_vector_size;
         CLI::Option* const words = command->add_option(name, what);
@@ -284,7 +286,7 @@ Status wrongCall(CommandLine const& commandLine, std::string const& message) {
     return Status::misuse;
 }
 
-/** Flushes standard output. Result: `status`, or `fileTrouble` if something could not be written. */
+/** Flushes standard output. Result: `status`, or `fileTrouble` if not all output could be written. */
 Status delivered(Status status) {
     return std::cout.flush() ? status : complained(Status::fileTrouble, "cannot write to standard output");
 }
@@ -308,8 +310,8 @@ Status run(int argc, char const* const* argv) {
 }
 
 /**
- * Occupies the standard descriptors that the caller has closed, so that no file that is opened later gets one of their
- * numbers. Using one still fails: standard input is open for writing only, the others for reading only.
+ * Opens the standard descriptors that the caller has closed, so that files opened later do not get their numbers. Using
+ * them still fails: standard input is open for writing only, the others for reading only.
  */
 void openStandardDescriptors() {
     constexpr std::array modes{O_WRONLY, O_RDONLY, O_RDONLY};
