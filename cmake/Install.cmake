@@ -2,7 +2,7 @@
 #
 # Installs the CMake package `velmorand-register` and the pkg-config files `velmorand-register` and
 # `velmorand-settings`; for QtCore 6 their names end in "-qt6". Library.cmake installs the libraries and their headers.
-# An installation can be moved, since no file in it contains the prefix.
+# An installation can be moved, because no file in it contains the prefix.
 include(CMakePackageConfigHelpers)
 
 if(NOT TARGET velmorand-exception OR NOT TARGET velmorand-filesystem)

@@ -1,27 +1,27 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# The builds for QtCore 5 and for QtCore 6 can be installed in the same place: everything that has QtCore's types in its
-# interface gets a file name for its QtCore. The targets have the same names in both builds.
+# The builds for QtCore 5 and for QtCore 6 can be installed in the same place: the names of all files that depend on the
+# QtCore differ. The targets have the same names in both builds.
 set(VELMORAND_CMAKE_DIR ${CMAKE_CURRENT_LIST_DIR})
 set(VELMORAND_QT_SUFFIX "")
 if(NOT VELMORAND_QT_MAJOR EQUAL 5)
   set(VELMORAND_QT_SUFFIX -qt${VELMORAND_QT_MAJOR})
 endif()
 set(VELMORAND_PACKAGE velmorand-register${VELMORAND_QT_SUFFIX})
-# A folder of the project's own, since `filesystem/` and `utils/` are not names to occupy in everyone's include path.
+# A separate directory, because `filesystem/` and `utils/` are too general for names in the shared include path.
 set(VELMORAND_INSTALL_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR}/${VELMORAND_PACKAGE})
 
-# velmorand_installed(TARGET): removes the names of the build's directories from a target that is installed, so that the
-# same sources give the same files anywhere. Debug builds keep the names, by which a debugger finds the sources.
+# velmorand_installed(TARGET): removes the paths of the build from a target that is installed, so that the same sources
+# give the same files anywhere. Debug builds keep the paths, so that a debugger finds the sources.
 function(velmorand_installed target)
   target_compile_options(${target} PRIVATE
     $<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>
     $<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_BINARY_DIR}=./build>)
 endfunction()
 
-# velmorand_library(TARGET NAME INCLUDES): the settings that all libraries share. After installation the target is
-# called velmorand::NAME. The public headers are in the directory INCLUDES. The library exports only the symbols listed
-# in exports.map, which is in the caller's directory.
+# velmorand_library(TARGET NAME INCLUDES): the settings that all libraries share. The target is also called
+# velmorand::NAME, and only that after installation. The public headers are in the directory INCLUDES. The library
+# exports only the symbols listed in exports.map in the caller's directory.
 function(velmorand_library target name includes)
   add_library(velmorand::${name} ALIAS ${target})
   velmorand_installed(${target})
@@ -31,7 +31,7 @@ function(velmorand_library target name includes)
     $<INSTALL_INTERFACE:${VELMORAND_INSTALL_INCLUDEDIR}>)
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:velmorand-warnings>)
   target_link_options(${target} PRIVATE -Wl,--version-script=${CMAKE_CURRENT_SOURCE_DIR}/exports.map)
-  # Calls within a library are bound when it is linked, so a program has fewer names to look up when it starts.
+  # Calls within a library are bound when it is linked, so that fewer symbols must be looked up when a program starts.
   target_link_options(${target} PRIVATE -Wl,-Bsymbolic-functions)
   # A sanitizer's runtime is in the program, not in the library.
   if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize=")
@@ -44,7 +44,7 @@ function(velmorand_library target name includes)
     POSITION_INDEPENDENT_CODE ON # even if a superproject turns it off
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
-    # The libraries are in one directory and find each other wherever it is. System packages leave this out with
+    # The libraries are in one directory, and find each other wherever it is. System packages omit this with
     # CMAKE_SKIP_INSTALL_RPATH.
     INSTALL_RPATH $ORIGIN
     # The same in the build tree, so that programs start there as they do when installed, but not in a superproject,
@@ -61,9 +61,9 @@ function(velmorand_library target name includes)
   endif()
 endfunction()
 
-# velmorand_qtcore_library(TARGET NAME FOLDER): further settings of a velmorand_library that has QtCore's types in its
-# interface: a file name for its QtCore, and the header QtCore.h in the directory FOLDER of the include path, which
-# makes code for one QtCore fail to build with the other.
+# velmorand_qtcore_library(TARGET NAME FOLDER): further settings of a velmorand_library with QtCore's types in its
+# interface: a file name that depends on the QtCore, and the header QtCore.h in the directory FOLDER of the include
+# path, which makes code for one QtCore fail to build with the other.
 function(velmorand_qtcore_library target name folder)
   set(library_file ${target}${VELMORAND_QT_SUFFIX})
   set(symbol velmorand_${name}_for_QtCore_${VELMORAND_QT_MAJOR})
