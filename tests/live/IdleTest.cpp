@@ -17,7 +17,7 @@ class LiveWhileIdle : public live::Directories {};
 
 } // namespace
 
-// Runs for VELMORAND_IDLE_SECONDS. Without it, KeepStillWhileNothingChanges examines what the threads wait for.
+// Runs for VELMORAND_IDLE_SECONDS. Without it, StayIdleWhileNothingChanges examines what the threads wait for.
 TEST_F(LiveWhileIdle, MakeNoSystemCall) {
     char const* const seconds = std::getenv("VELMORAND_IDLE_SECONDS");
     if (seconds == nullptr)

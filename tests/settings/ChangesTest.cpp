@@ -178,7 +178,7 @@ TEST_F(Transaction, AnnouncesNamesThatAreStillPending) {
     EXPECT_THAT(names, ElementsAre("a/height", "after a/height", "a/width", "after a/width"));
 }
 
-TEST_F(Transaction, CannotReplaceAGroupItEmptiesByAProperty) {
+TEST_F(Transaction, CannotReplaceAGroupThatItEmptiesWithAProperty) {
     write("a/g/x", 1);
     changes.reset("a/g/x");
     changes.write("a/g", 1);
@@ -272,7 +272,7 @@ using Kinds = testing::Types<std::string, double, int, bool, std::vector<std::st
                              std::vector<int>, std::vector<bool>>;
 TYPED_TEST_SUITE(ChangesOf, Kinds, support::NumberedTypes);
 
-TYPED_TEST(ChangesOf, EveryKindEqualThoseWrittenByTheRegister) {
+TYPED_TEST(ChangesOf, EveryKindHaveTheSameBytesAsTheRegistersWrites) {
     auto const bytesAt = [](char const* name) {
         return std::string(filesystem::direct::find(*_Register::getInstance(), {"user"}, name).content);
     };

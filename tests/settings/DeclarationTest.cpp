@@ -72,7 +72,7 @@ inline constexpr bool
 template <class T, class From>
 inline constexpr bool canDeclare = std::is_constructible_v<Property<T>, std::string, From>;
 
-/** Converts itself to a `T`. */
+/** Converts implicitly to a `T`. */
 template <class T>
 struct Convertible {
     operator T() const;
@@ -82,7 +82,7 @@ int computedWidth() {
     return 42;
 }
 
-/** Creates a property in the user scope with any bytes. */
+/** Creates a property in the user scope whose record is `bytes`, valid or not. */
 void putRecord(std::string const& name, std::string_view bytes) {
     auto& settings = *utils::properties::_Register::getInstance();
     char* const content = filesystem::direct::make(settings, "user", "a", name, bytes.size());
@@ -260,19 +260,19 @@ TEST(Get, ComputesAFallbackThatIsABoolean) {
     EXPECT_FALSE(isWide.get());
 }
 
-TEST(Get, ComputesAFallbackByAFunction) {
+TEST(Get, ComputesAFallbackWithAFunction) {
     Property<int> const width{"a/width", computedWidth};
     EXPECT_EQ(42, width.get());
 }
 
-TEST(Get, ReturnsTheSameDurationAgain) {
+TEST(Get, ReturnsTheSameDurationEveryTime) {
     Property<std::chrono::seconds> const delay{"a/delay", std::chrono::seconds(1)};
     delay.set(std::chrono::minutes(1));
     EXPECT_EQ(std::chrono::seconds(60), delay.get());
     EXPECT_EQ(std::chrono::seconds(60), delay.get());
 }
 
-TEST(Get, ReturnsATypeWithoutADefault) {
+TEST(Get, ReturnsATypeWithoutADefaultConstructor) {
     Property<Percent> const share{"a/share", Percent(50)};
     share.set(Percent(70));
     EXPECT_EQ(70, share.get().value);
@@ -312,7 +312,7 @@ TEST(Set, RefusesValuesThatCannotBeStored) {
               failure([&] { theme.set(static_cast<Theme>(7)); }));
 }
 
-TEST(Set, RefusesANumberThatTheTypeRounds) {
+TEST(Set, RefusesANumberThatTheTypeWouldRound) {
     Property<float> const scale{"a/scale"};
     EXPECT_EQ("a/scale is not set: 2147483647 is not allowed: expected a number that the type has",
               failure([&] { scale.set(2'147'483'647); }));
@@ -381,7 +381,7 @@ TEST(Set, AcceptsANumberWithoutASuffix) {
     EXPECT_EQ(0.5, size.get());
 }
 
-TEST(Set, DoesNotCompileForAValueThatIsConverted) {
+TEST(Set, DoesNotCompileForUnintendedConversions) {
     static_assert(canSet<int, int> && canSet<bool, bool> && canSet<double, int> && canSet<double, float>);
     static_assert(canSet<int, short> && canSet<std::int64_t, int> && canSet<std::int64_t, unsigned>);
     static_assert(canSet<std::string, char const*> && canSet<std::string, std::string_view>);
@@ -402,7 +402,7 @@ TEST(Set, DoesNotCompileForAValueThatIsConverted) {
     static_assert(!canSet<std::chrono::seconds, std::chrono::milliseconds>);
 }
 
-TEST(Declaring, DoesNotCompileWithAFallbackThatIsConverted) {
+TEST(Declaring, DoesNotCompileForUnintendedConversionsOfTheFallback) {
     static_assert(canDeclare<int, int> && canDeclare<std::string, char const*> && canDeclare<double, int>);
     static_assert(!canDeclare<bool, char const*> && !canDeclare<int, double> && !canDeclare<int, bool>);
     static_assert(!canDeclare<std::string, int> && !canDeclare<Theme, int>);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A declared setting keeps the value that was read. After any change of the register, the next read returns the new
-// value; until then, reads take no lock.
+// A declared setting keeps the value that it has read, so further reads take no lock. Any change of the register makes
+// the next read fetch the new value.
 
 #include <atomic>
 #include <chrono>
@@ -46,7 +46,7 @@ using support::RegisterProbe;
 using support::TemporaryDirectory;
 using utils::properties::_Register;
 
-/** Settings that have been read and keep their values, which are either in the user scope or fallbacks. */
+/** Settings that have been read and keep their values: `height` a fallback, the others values of the user scope. */
 class KeptValue : public testing::Test {
 protected:
     void SetUp() override {
@@ -235,7 +235,7 @@ TEST_F(KeptValue, IsReplacedByAWriteToAScopeThatIsSearchedEarlier) {
     EXPECT_EQ(4, height.get());
 }
 
-TEST_F(KeptValue, IsReplacedByTheNextScopesWhenItIsRemoved) {
+TEST_F(KeptValue, IsReplacedByTheValueOfTheNextScopeWhenItIsRemoved) {
     settings()._writeInteger(nullptr, "a/width", 2, SCOPE_GLOBAL);
     ASSERT_EQ(1, width.get());
     settings().delProperty("a/width", SCOPE_USER);
@@ -480,7 +480,7 @@ TEST_F(KeptValueOfLiveSettings, IsReplacedByTheNextLiveSettings) {
     EXPECT_EQ(2, width.get());
 }
 
-// The end of the process, and forks.
+// Process exit and fork.
 
 namespace {
 
@@ -498,7 +498,7 @@ struct AtEnd {
 
 } // namespace
 
-TEST(KeptValueOfAnEndedRegister, IsReplacedByTheFallback) {
+TEST(KeptValueAtExit, IsReplacedByTheFallbackOnceTheRegisterIsDestroyed) {
     EXPECT_EQ(held, inChild([] {
                   static Property<int> const width{"a/width", -1};
                   static AtEnd end; // older than the register, so destroyed after it
@@ -508,7 +508,7 @@ TEST(KeptValueOfAnEndedRegister, IsReplacedByTheFallback) {
               }));
 }
 
-TEST(KeptValueOfAnEndedRegister, IsKeptUntilThen) {
+TEST(KeptValueAtExit, IsKeptUntilTheRegisterIsDestroyed) {
     EXPECT_EQ(held, inChild([] {
                   static Property<int> const width{"a/width", -1};
                   width.set(1);
@@ -544,7 +544,7 @@ TEST(KeptValueOfAForkedChild, IsReplacedByTheFallbackIfAnotherThreadHeldTheLock)
     holder.join();
 }
 
-TEST(KeptValueOfAForkedChild, IsItsOwn) {
+TEST(KeptValueOfAForkedChild, IsIndependentOfTheParents) {
     Property<int> const width{"a/width", -1};
     width.set(1);
     ASSERT_EQ(1, width.get());
@@ -580,7 +580,7 @@ TEST(AForkedChild, DeclaresSettingsEvenIfOtherThreadsWereDeclaringThem) {
     EXPECT_EQ(0, crashes);
 }
 
-// The lock. A read that took it would never return here, because the holder waits for the reader.
+// The lock: if a read took it, these cases would hang, because the holder of the lock waits for the reader.
 
 namespace {
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Locks held by threads that wait for the disk. The program replaces fsync to examine them.
+// Threads that wait for the disk must not hold the lock. The program replaces fsync to check this.
 
 #include <atomic>
 #include <cerrno>
@@ -113,7 +113,7 @@ TEST(SavingAgain, SavesAChangeBackToTheValueBeforeAFailedSave) {
     EXPECT_EQ(1, read<int>("a/x"));
 }
 
-// The watch notices that the file was replaced, but must not cause another attempt at once.
+// The file watch notices that the file was replaced, but must not trigger an immediate retry.
 TEST(SavingAgain, IsDelayedEvenIfTheFailedSaveReplacedTheFile) {
     using Clock = std::chrono::steady_clock;
     support::TemporaryDirectory const directory;

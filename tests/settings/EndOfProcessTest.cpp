@@ -55,7 +55,7 @@ std::vector<std::string> filesIn(std::filesystem::path const& directory) {
 
 constexpr char const* exiting = "the process is exiting and its settings have been closed";
 
-/** Runs a check in a child with settings in a directory, after the destruction of its register. */
+/** Runs a check in a child process whose register has been destroyed after it was used. */
 class AfterTheRegister : public testing::Test {
 protected:
     int check(std::function<bool()> condition) {
@@ -133,7 +133,7 @@ TEST_F(AfterTheRegister, SavingIsRefused) {
               }));
 }
 
-TEST_F(AfterTheRegister, NoOtherFileIsLeft) {
+TEST_F(AfterTheRegister, ARefusedSaveLeavesNoOtherFile) {
     EXPECT_EQ(held, check([this] {
                   static_cast<void>(saveSettings());
                   return filesIn(directory.path()) == std::vector<std::string>{"Velmorand.dat"};
@@ -155,7 +155,7 @@ TEST_F(AfterTheRegister, ANewListenerIsNotNotified) {
               }));
 }
 
-TEST_F(AfterTheRegister, TheLockIsNotWaitedFor) {
+TEST_F(AfterTheRegister, LockingDoesNotBlock) {
     EXPECT_EQ(held, check([] {
                   bool taken = false;
                   std::thread([&taken] {
@@ -245,7 +245,7 @@ TEST(AChildForkedByTheHolderOfTheLock, ReadsFallbacks) {
     EXPECT_EQ(0, inChild([] { EXPECT_EQ(5, read<int>("a/b", 5)); }, support::Leave::atOnce));
 }
 
-TEST(AChildForkedByTheHolderOfTheLock, MayLeaveTheScopeOfTheLock) {
+TEST(AChildForkedByTheHolderOfTheLock, MayReleaseTheLock) {
     std::optional<Lock> lock;
     lock.emplace();
     EXPECT_EQ(0, inChild([&lock] { lock.reset(); }, support::Leave::atOnce));

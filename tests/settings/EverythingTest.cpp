@@ -130,7 +130,7 @@ TEST_F(Everything, IncludesARemoval) {
     EXPECT_THAT(heard(), ElementsAre("topmost", "old/x"));
 }
 
-TEST_F(Everything, IncludesANameThatWasRemovedAndWrittenAgainOnce) {
+TEST_F(Everything, IncludesARecreatedNameOnlyOnce) {
     Group("old").remove();
     theRegister().delProperty("single", SCOPE_GLOBAL);
     heard();
@@ -195,7 +195,7 @@ TEST_F(Everything, IsAnnouncedOnceToEachListener) {
     EXPECT_THAT(third, ElementsAre("new/x", "newer/x"));
 }
 
-TEST_F(Everything, IsAnnouncedToTheRemainingListeners) {
+TEST_F(Everything, IsAnnouncedToTheRemainingListenersWhenOneIsDestroyed) {
     {
         Listener const early{everything, [](std::string const&) {}};
     }
@@ -204,7 +204,7 @@ TEST_F(Everything, IsAnnouncedToTheRemainingListeners) {
     EXPECT_THAT(heard(), ElementsAre("new/x", "old/x"));
 }
 
-TEST_F(Everything, LeavesNoEntries) {
+TEST_F(Everything, LeavesNoEntriesOnceTheListenerIsDestroyed) {
     write("new/x", 1);
     listener = Listener();
     write("newer/x", 1);
@@ -252,7 +252,7 @@ TEST_F(Everything, IncludesAListenersChangeInANewGroup) {
     EXPECT_THAT(heard(), testing::UnorderedElementsAre("new/x", "log/x"));
 }
 
-TEST_F(Everything, IsTheEmptyKey) {
+TEST_F(Everything, HasTheEmptyKey) {
     for (std::string const& key : {std::string(), std::string("/"), std::string("//"), Group().name()}) {
         Names all;
         Listener const same{key, noteIn(all)};

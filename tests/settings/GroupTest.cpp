@@ -160,7 +160,7 @@ TEST(Remove, OfAGroupRemovesItsEmptyGroupsToo) {
     EXPECT_FALSE(isInUserScope("a"));
 }
 
-TEST(Remove, OfNothingChangesNothing) {
+TEST(Remove, OfAMissingNameChangesNothing) {
     write("a/x", 1);
     Heard heard;
     Group("a/g").remove();
@@ -196,7 +196,7 @@ TEST(Copy, OmitsTemporaryValues) {
     EXPECT_THAT(Group("a/two").properties(), ElementsAre("y"));
 }
 
-TEST(Copy, PrefersTheUsersNameIfTheOtherScopeHasAGroup) {
+TEST(Copy, PrefersTheUserScopeIfANameIsAPropertyInOneScopeAndAGroupInTheOther) {
     write("a/one/x", 1);
     write("a/one/x/y", 2, SCOPE_GLOBAL);
     write("a/one/z/y", 1);
@@ -207,7 +207,7 @@ TEST(Copy, PrefersTheUsersNameIfTheOtherScopeHasAGroup) {
     EXPECT_EQ(1, read<int>("a/two/z/y"));
 }
 
-TEST(Copy, IncludesTheGlobalGroupOfAUsersProperty) {
+TEST(Copy, IncludesAGlobalGroupThatIsAPropertyInTheUserScope) {
     write("a/one", 1);
     write("a/one/x", 2, SCOPE_GLOBAL);
     Group("a/one").copy("a/two");
@@ -240,7 +240,7 @@ TEST(Copy, IntoAPropertyIsRefusedAndHasNoEffect) {
     EXPECT_EQ(1, read<int>("b/y"));
 }
 
-TEST(Copy, MayHaveANameThatBeginsWithTheGroups) {
+TEST(Copy, MayHaveANameThatBeginsWithTheNameOfTheGroup) {
     write("a/one/x", 1);
     Group("a/one").copy("a/one two");
     EXPECT_EQ(1, read<int>("a/one two/x"));
@@ -251,7 +251,7 @@ TEST(Copy, OfAnEmptyGroupCreatesNothing) {
     EXPECT_FALSE(isInUserScope("a"));
 }
 
-TEST(Remove, AcceptsTextOfAnyTypeAsAName) {
+TEST(Remove, AcceptsACharacterPointerAsAName) {
     write("a/x", 1);
     write("a/y", 1);
     std::string name("x");

@@ -229,7 +229,7 @@ TEST_F(Import, RefusesAKindInTheMapThatDiffersFromTheDeclaration) {
     EXPECT_FALSE(size.isSet());
 }
 
-TEST_F(Import, TakesTheSecondOfTwoWithTheSameNewNameIfTheFirstIsNotAllowed) {
+TEST_F(Import, UsesTheSecondSettingForANameIfTheFirstIsNotAllowed) {
     putOld(R"({"a": 80, "b": 12})");
     source.map = ImportMap("a -> size\nb -> size");
     Property<double> const size{"size", 11.0, range(6.0, 72.0)};
@@ -277,7 +277,7 @@ TEST_F(Import, NotifiesListenersOnceAllSettingsAreImported) {
     EXPECT_THAT(heard, UnorderedElementsAre("editor/a", "editor/b", "velmorand/imported/editor"));
 }
 
-TEST_F(Import, OfAnUnreadableStoreChangesNothingAndIsRepeated) {
+TEST_F(Import, OfAnUnreadableStoreChangesNothingAndMayBeRepeated) {
     putOld(R"({"theme": "da)");
     LiveSettings live(options());
     ImportReport const report = importOld(live);

@@ -26,7 +26,7 @@ TEST(Level, DoesNotChangeMostTexts) {
     EXPECT_EQ("%2E%2E", levelFrom(".."));
 }
 
-TEST(Level, EscapesDotsOnlyIfTheyAreTheWholeText) {
+TEST(Level, EscapesDotsOnlyInTextsThatConsistOfThem) {
     EXPECT_EQ("%2E", levelFrom("."));
     EXPECT_EQ("a.%2F..ö", levelFrom("a./..ö"));
 }

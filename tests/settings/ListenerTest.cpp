@@ -111,7 +111,7 @@ TEST_F(ListenerHandle, MayBeDestroyedInsideItsOwnCall) {
     EXPECT_EQ(1, held.use_count());
 }
 
-TEST_F(ListenerHandle, MayBeDestroyedByAnotherListenerOfTheRound) {
+TEST_F(ListenerHandle, MayBeDestroyedByAnotherListenerBeforeItsTurn) {
     std::optional<Listener> second;
     Listener const first{"a", [&](std::string const&) { second.reset(); }};
     second.emplace("a", note());
@@ -145,7 +145,7 @@ TEST_F(ListenerHandle, PassesItsExceptionToTheWriter) {
     EXPECT_EQ(1, read<int>("a/b"));
 }
 
-TEST_F(ListenerHandle, AcceptsAKeyWithMoreSlashes) {
+TEST_F(ListenerHandle, AcceptsAKeyWithExtraSlashes) {
     Listener const group{"/a//b/", note()};
     Listener const property{"a//b//x/", note()};
     write("a/b/x", 1);
@@ -160,7 +160,7 @@ TEST_F(ListenerHandle, IsNeverCalledForAnInvalidKey) {
     EXPECT_THAT(names, IsEmpty());
 }
 
-TEST_F(ListenerHandle, IsNotifiedOfANameOfTheRegisterUpToItsFirstExtraSlash) {
+TEST_F(ListenerHandle, MatchesANameOfTheRegisterOnlyUpToItsFirstExtraSlash) {
     Listener const property{"a/b/x", note()};
     Listener const inner{"a/b", note()};
     Listener const outer{"a", note()};

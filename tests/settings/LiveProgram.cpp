@@ -3,8 +3,8 @@
 // usage: live-program USER-DIRECTORY GLOBAL-DIRECTORY
 //                     {set NAME INTEGER | delete NAME | group NAME | lock NAME | get NAME}...
 //
-// A program with live settings that makes the given changes in order and ends. "get" prints the integer, or "-". "lock"
-// replaces the list of locked names by one name, for programs whose global directory is this program's user directory.
+// A program with live settings that makes the given changes in order and exits. "get" prints the integer, or "-" if it
+// is missing. "lock" locks this name only, for programs whose global directory is this program's user directory.
 
 #include <cstdlib>
 #include <iostream>

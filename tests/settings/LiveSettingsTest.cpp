@@ -112,7 +112,7 @@ std::string bytes(fs::path const& file) {
 
 } // namespace
 
-TEST_F(Live, SaveChangesWhenTheyEnd) {
+TEST_F(Live, SaveChangesWhenDestroyed) {
     {
         LiveSettings const live(options);
         write("a/x", 1);
@@ -187,7 +187,7 @@ TEST_F(Live, KeepADeletionByAnotherProcess) {
     EXPECT_EQ(2, stored("a/y"));
 }
 
-TEST_F(Live, DeleteFromTheFileWhatThisProcessDeletes) {
+TEST_F(Live, SaveADeletionByThisProcess) {
     inOther("set a/x 1 set a/y 1");
     LiveSettings live(options);
     _Register::getInstance()->delProperty("a/x", SCOPE_USER);
@@ -219,7 +219,7 @@ TEST_F(Live, ShareEmptyGroups) {
     EXPECT_FALSE(_Register::getInstance()->groupExists("empty", SCOPE_USER));
 }
 
-TEST_F(Live, ResolveANameThatIsAPropertyHereAndAGroupThere) {
+TEST_F(Live, KeepTheirPropertyIfAnotherProcessMadeItAGroup) {
     LiveSettings live(options);
     write("a", 1);
     inOther("set a/x 2");
@@ -228,7 +228,7 @@ TEST_F(Live, ResolveANameThatIsAPropertyHereAndAGroupThere) {
     EXPECT_EQ(1, stored("a"));
 }
 
-TEST_F(Live, ResolveANameThatIsAGroupHereAndAPropertyThere) {
+TEST_F(Live, KeepTheirGroupIfAnotherProcessMadeItAProperty) {
     LiveSettings live(options);
     write("a/x", 1);
     inOther("set a 2");
@@ -237,7 +237,7 @@ TEST_F(Live, ResolveANameThatIsAGroupHereAndAPropertyThere) {
     EXPECT_EQ(1, stored("a/x"));
 }
 
-TEST_F(Live, FollowAPropertyThatHasBecomeAGroupElsewhere) {
+TEST_F(Live, FollowAnotherProcessThatMadeAPropertyAGroup) {
     inOther("set a 1");
     LiveSettings live(options);
     inOther("delete a set a/x 2");
@@ -319,7 +319,7 @@ TEST_F(Live, UseTheDirectoriesOfTheEnvironment) {
     EXPECT_EQ("/nowhere/velmorand", live.globalDirectory());
 }
 
-TEST_F(Live, ExistOnlyOnceAtATime) {
+TEST_F(Live, ExistOnlyOncePerProcess) {
     LiveSettings const live(options);
     EXPECT_EQ("this process already has a LiveSettings, and can have only one at a time",
               failure([this] { LiveSettings const second(options); }));
@@ -575,7 +575,7 @@ TEST_F(Live, AreAlsoSavedByAPlainSave) {
     EXPECT_EQ(1, stored("a/x"));
 }
 
-TEST_F(Live, ReplaceADamagedFileByThePreviousOne) {
+TEST_F(Live, RestoreThePreviousFileIfTheFileIsDamaged) {
     inOther("set a/x 1");
     inOther("set a/x 2");
     damage(file());
@@ -659,7 +659,7 @@ TEST_F(Live, MayBeCreatedAfterAFailure) {
     EXPECT_EQ(0, read<int>("a/x", 0));
 }
 
-TEST_F(Live, ReportAFailingSaveOnceAndItsEndOnce) {
+TEST_F(Live, ReportAFailingSaveAndItsRecoveryOnceEach) {
     LiveSettings live(options);
     fs::create_directory(file());
     write("a/x", 1);
@@ -697,7 +697,7 @@ TEST_F(Live, SaveAtTheExitIfTheyAreNotDestroyed) {
     EXPECT_EQ(1, stored("a/x"));
 }
 
-TEST_F(Live, DoNotUndoTheSavesOfOthersAtTheirEnd) {
+TEST_F(Live, DoNotUndoSavesOfOtherProcessesWhenDestroyed) {
     inOther("set a/x 1");
     {
         LiveSettings const idle(options);
@@ -733,7 +733,7 @@ class LiveInBackground : public Live {
 protected:
     LiveInBackground() { options.delay = std::chrono::milliseconds(1); }
 
-    /** Waits until a listener has been notified of a name. Only the test's time limit ends the wait. */
+    /** Waits until a listener has been notified of a name; has no timeout of its own. */
     class Heard {
     public:
         explicit Heard(std::string const& key)
@@ -779,7 +779,7 @@ TEST_F(LiveInBackground, SaveDuringContinuousChanges) {
         write("a/x", i);
 }
 
-TEST_F(LiveInBackground, KeepStillWhileNothingChanges) {
+TEST_F(LiveInBackground, StayIdleWhileNothingChanges) {
     LiveSettings const live(options);
     write("a/x", 1);
     waitUntil([&] { return live.isSaved(); });
@@ -829,7 +829,7 @@ TEST_F(LiveInBackground, FollowALinkThatWasRepointed) {
     EXPECT_EQ(2, read<int>("a/x"));
 }
 
-TEST_F(LiveInBackground, FollowARollOutByTheAdministrator) {
+TEST_F(LiveInBackground, FollowAChangeByTheAdministrator) {
     LiveSettings const live(options);
     Heard heard{"a"};
     administer("set a/x 1");

@@ -150,7 +150,7 @@ TEST(Locked, GroupsLockEverythingInThem) {
     EXPECT_EQ(1, read<int>("ab"));
 }
 
-TEST(Locked, PropertiesDoNotLockTheGroupAroundThem) {
+TEST(Locked, PropertiesDoNotLockTheirGroup) {
     lock({"a/x"});
     EXPECT_FALSE(isLocked("a"));
     EXPECT_FALSE(isLocked(""));
@@ -208,7 +208,7 @@ TEST(Locked, TruncatedListsLockNothing) {
     EXPECT_FALSE(isLocked("a/x"));
 }
 
-TEST(Locked, CannotBeListedByTheUser) {
+TEST(Locked, ListsOfTheUserLockNothing) {
     write("velmorand/locked", Strings{"a/x"});
     write("velmorand/locked", Strings{"a/x"}, SCOPE_TEMPORARY);
     EXPECT_FALSE(isLocked("a/x"));
@@ -316,7 +316,7 @@ TEST(Locked, ReadersReportTheProblemOfTheAdministratorsValue) {
     EXPECT_EQ("PropertyBadType", failure([] { static_cast<void>(read<int>("a/x", 1)); }));
 }
 
-TEST(Locked, GroupsOfTheAdministratorsFailLikeOthers) {
+TEST(Locked, ReadersTreatTheAdministratorsGroupLikeAnyOther) {
     write("a/x/y", 1, SCOPE_GLOBAL);
     write("a/x", 1);
     lock({"a/x"});
@@ -351,7 +351,7 @@ TEST(Locked, GroupsAreCopiedWithTheValuesInForce) {
     EXPECT_EQ(2, copy.read<int>("y"));
 }
 
-TEST(Locked, RefuseCopiesAndNewNamesOfGroups) {
+TEST(Locked, CannotBeReplacedByCopyingOrRenamingAGroup) {
     write("a/x", 1);
     write("a/y", 1);
     lock({"b/y"});

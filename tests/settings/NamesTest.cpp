@@ -54,18 +54,18 @@ TEST(Names, MayHaveLevelsThatBeginWithADot) {
     EXPECT_EQ(1, read<int>("a/.x/..y"));
 }
 
-TEST(Names, ThatExistReportWhatTheyAre) {
+TEST(Names, ThatConflictWithAGroupOrPropertyAreRefused) {
     write("a/x", 1);
     EXPECT_EQ("cannot write \"a\": it is a group", failure([] { write("a", 1); }));
     EXPECT_EQ("cannot write \"a/x/y/z\": \"a/x\" is a property", failure([] { write("a/x/y/z", 1); }));
 }
 
-TEST(Names, OfThrowingListenersDoNotReplaceTheListenersError) {
+TEST(WriteWithAThrowingListener, ThrowsTheListenersException) {
     Listener const listener{"a", [](std::string const&) { throw utils::Exception("from the listener"); }};
     EXPECT_EQ("from the listener", failure([] { write("a/x", 1); }));
 }
 
-TEST(Names, OfThrowingListenersDoNotReplaceItIfTheNameHasBecomeAGroup) {
+TEST(WriteWithAThrowingListener, ThrowsTheListenersExceptionEvenIfTheNameHasBecomeAGroup) {
     Listener const listener{"a", [](std::string const&) {
                                 _Register::getInstance()->delProperty("a", SCOPE_USER);
                                 _Register::getInstance()->addGroup("a", SCOPE_USER);

@@ -109,7 +109,7 @@ TEST(Override, ReplacesAnEarlierOne) {
     EXPECT_EQ(0, property.get());
 }
 
-TEST(Override, OutlivesTheObject) {
+TEST(Override, OutlivesThePropertyObject) {
     std::optional<Property<int>> property{"a/x"};
     property->override(9);
     property.reset();
@@ -197,7 +197,7 @@ TEST(Override, NotifiesOnceOfANewEffectiveValue) {
     EXPECT_THAT(heard.names, ElementsAre("a/x", "a/x"));
 }
 
-TEST(Override, DoesNotNotifyIfTheEffectiveValueStays) {
+TEST(Override, DoesNotNotifyIfTheEffectiveValueStaysTheSame) {
     Property<int> const property{"a/x"};
     property.set(1);
     Heard heard;

@@ -3,8 +3,8 @@
 // usage: plugin-host FIRST SECOND STEP...
 //
 // A program with two plug-ins. The steps are "load1", "unload2" and so on, "make1" (plug-in 1 creates a listener) and
-// "release2" (plug-in 2 destroys it). After each step, every listener must be notified of a change exactly once.
-// Plug-ins that are still loaded stay loaded when the program exits. The exit status is 0 on success.
+// "release2" (plug-in 2 destroys it). After each step, every listener must be notified of a change exactly once. The
+// program exits without unloading the plug-ins that are still loaded. The exit status is 0 on success.
 
 #include <array>
 #include <cstdlib>

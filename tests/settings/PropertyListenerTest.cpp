@@ -218,7 +218,7 @@ TEST_F(PropertyListener, SkipsItsSender) {
     EXPECT_THAT(values, ElementsAre(30));
 }
 
-TEST_F(PropertyListener, IsNotifiedOfAPropertyDeclaredWithMoreSlashes) {
+TEST_F(PropertyListener, IsNotifiedOfAPropertyDeclaredWithExtraSlashes) {
     Property<int> const unclean{"/b//size/"};
     Listener const listener{unclean, note()};
     write("b/size", 5);

@@ -187,7 +187,7 @@ TEST(PropertyOf, SkipsItsSender) {
     EXPECT_THAT(sender.names, IsEmpty());
 }
 
-TEST(PropertyOf, IsSetOnlyByTheUserScope) {
+TEST(PropertyOf, IsSetOnlyIfTheUserScopeHasIt) {
     write("a/width", 1, SCOPE_GLOBAL);
     Property<int> const width{"a/width", 8};
     EXPECT_FALSE(width.isSet());

@@ -175,7 +175,7 @@ TEST(QtByteArrays, AreAnyBytes) {
     EXPECT_EQ("literal", geometry.get());
 }
 
-TEST(QtByteArrays, AreNotAccessibleAsABoolean) {
+TEST(QtByteArrays, CannotSetABoolean) {
     static_assert(!canSet<bool, QByteArray>);
     static_assert(!std::is_constructible_v<Property<bool>, std::string, QByteArray>);
 }
@@ -235,7 +235,7 @@ TEST(QtDateTimes, HaveTheirOffsetFromUtc) {
     EXPECT_EQ(inZone(date, noon, "America/St_Johns"), read<QDateTime>("a/x"));
 }
 
-TEST(QtDateTimes, DistinguishTheHourThatTheClockShowsTwice) {
+TEST(QtDateTimes, DistinguishTheRepeatedHourWhenSummerTimeEnds) {
     QDateTime const summer = utc("2026-10-25T00:30:00.000").toTimeZone(QTimeZone("Europe/Berlin"));
     QDateTime const winter = summer.addSecs(3600);
     EXPECT_EQ("2026-10-25T02:30:00.000+02:00", storedText(summer));

@@ -97,7 +97,7 @@ TEST(Queued, KeepsChangesMadeDuringADeliveryForTheNextOne) {
     EXPECT_THAT(delivered(changes), ElementsAre("a/b"));
 }
 
-TEST(Queued, KeepsNamesThatTheHandlerWasNotCalledWith) {
+TEST(Queued, KeepsTheRemainingNamesIfTheHandlerThrows) {
     QueuedListener changes{"a"};
     write("a/b", 1);
     write("a/c", 1);
@@ -117,7 +117,7 @@ TEST(Queued, WakesOnceUntilTheNamesAreDelivered) {
     EXPECT_EQ(2, wakes);
 }
 
-TEST(Queued, WakesAgainAfterAHandlerThatThrew) {
+TEST(Queued, WakesAgainAfterTheHandlerThrew) {
     int wakes = 0;
     QueuedListener changes{"a", [&wakes] { ++wakes; }};
     write("a/b", 1);
@@ -129,7 +129,7 @@ TEST(Queued, WakesAgainAfterAHandlerThatThrew) {
     EXPECT_THAT(delivered(changes), ElementsAre("a/b", "a/c"));
 }
 
-TEST(Queued, WakesAgainAfterAWakeThatThrew) {
+TEST(Queued, WakesAgainAfterTheWakeCallbackThrew) {
     int wakes = 0;
     QueuedListener changes{"a", [&wakes] {
                                if (++wakes == 1)

@@ -36,7 +36,7 @@ protected:
         return {std::istreambuf_iterator<char>(stream), {}};
     }
 
-    /** The reason in the result if the system reports `error` for the register file. */
+    /** The reason that a failed save gives if the system reports `error` for the register file. */
     [[nodiscard]] std::string refusal(int error) const {
         return file() + ": " + std::generic_category().message(error);
     }
@@ -92,7 +92,7 @@ TEST_F(SaveSettings, ReportsAFailedWriteAndKeepsTheFile) {
     ASSERT_TRUE(saveSettings().saved);
     std::string const saved = bytes();
     write("a", 2);
-    // No file may grow; the write fails instead of killing the process.
+    // Files cannot grow. Ignoring the signal makes the write fail instead of killing the process.
     ASSERT_NE(SIG_ERR, std::signal(SIGXFSZ, SIG_IGN));
     struct rlimit limit = {};
     ASSERT_EQ(0, ::getrlimit(RLIMIT_FSIZE, &limit));

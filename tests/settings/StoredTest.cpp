@@ -170,7 +170,7 @@ TEST(Stored, EnumsMayHaveSeveralNames) {
     EXPECT_EQ(Theme::dark, read<Theme>("a/x"));
 }
 
-TEST(Stored, EnumsMayBePartOfAClass) {
+TEST(Stored, EnumsMayBeNestedInAClass) {
     EXPECT_EQ(editor::Window::Mode::maximized, kept(editor::Window::Mode::maximized));
 }
 
@@ -262,14 +262,14 @@ TEST(Stored, ListsWithOneInvalidElementAreNotValid) {
     EXPECT_EQ("PropertyBadType", reading<std::vector<Theme>>(std::vector<std::string>{"dark", "purple"}));
 }
 
-TEST(Stored, TypesOfTheProgramAreConvertedByIt) {
+TEST(Stored, TypesOfTheProgramUseItsConversion) {
     write("a/x", editor::Colour{1, 2, 3});
     EXPECT_THAT(read<std::vector<int>>("a/x"), ElementsAre(1, 2, 3));
     EXPECT_EQ(3, read<editor::Colour>("a/x").blue);
     EXPECT_EQ("PropertyBadType", reading<editor::Colour>(std::vector<int>{1, 2}));
 }
 
-TEST(Stored, ContainersOfTheProgramAreConvertedByIt) {
+TEST(Stored, ContainersOfTheProgramUseItsConversion) {
     Property<Names> const names{"a/names", {{"a", "b"}}};
     names.set({{"x", "y"}});
     EXPECT_THAT(read<std::vector<std::string>>("a/names"), ElementsAre("x", "y"));

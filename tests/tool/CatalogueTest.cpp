@@ -13,7 +13,7 @@ namespace {
 
 class Catalogue : public Tool {
 protected:
-    /** Installs a catalogue in a data directory, which declares "a/x" with this fallback. */
+    /** Installs a catalogue that declares "a/x" with this fallback in a data directory. */
     void install(std::string const& data, std::string const& file, std::string const& fallback) {
         putBytes(placeFor(data) + '/' + file, declaring(fallback));
     }
@@ -22,14 +22,14 @@ protected:
         return catalogueOf(R"("a/x": {"type": "string", "fallback": ")" + fallback + "\"}");
     }
 
-    /** The directory for catalogues in a data directory. */
+    /** Creates the directory for catalogues in a data directory, and returns its path. */
     std::string placeFor(std::string const& data) {
         std::string place = at(data + "/velmorand/declared");
         std::filesystem::create_directories(place);
         return place;
     }
 
-    /** The fallback of "a/x" in the catalogues. */
+    /** The list of declared settings, which shows the fallback of "a/x". */
     std::string fallback(Arguments arguments = {}) {
         arguments.insert(arguments.end(), {"list", "--declared", "-r"});
         return answer(arguments);
@@ -62,7 +62,7 @@ std::vector<Case> everyBadCatalogue() {
         R"(expected an object of declarations: {"settings": {"NAME": {"type": KIND}}})";
     return {
         {"Nothing", "", ":1:1: not valid JSON: unexpected end of input"},
-        {"HalfOfIt", "{\n\"settings\": {", ":2:14: not valid JSON: unexpected end of input"},
+        {"Truncated", "{\n\"settings\": {", ":2:14: not valid JSON: unexpected end of input"},
         {"AList", "[]", ":1: " + format},
         {"NoSettings", "{}", R"(:1: "settings" is missing)"},
         {"OtherSections", R"({"program": {"settings": {}}, "s": {}})", ":1: \"settings\" is missing"},
@@ -151,7 +151,7 @@ TEST_F(Catalogue, IsNotFoundInRelativeDirectories) {
     EXPECT_EQ(line("absolute"), fallback());
 }
 
-TEST_F(Catalogue, NeedsNoHome) {
+TEST_F(Catalogue, DoesNotNeedHome) {
     install("share", "a.json", "shared");
     ::unsetenv("HOME");
     EXPECT_EQ(line("shared"), fallback());
@@ -165,7 +165,7 @@ TEST_F(Catalogue, IsReadInTheOrderOfFileNames) {
     EXPECT_EQ(line("A"), fallback());
 }
 
-TEST_F(Catalogue, IsAddedToOthers) {
+TEST_F(Catalogue, IsCombinedWithOthers) {
     install("share", "a.json", "a");
     putBytes(placeFor("share") + "/b.json", catalogueOf(R"("b/y": {"type": "boolean", "fallback": false})"));
     EXPECT_EQ(line("a") + "boolean   unset  b/y: false\n", fallback());
@@ -188,7 +188,7 @@ TEST_F(Catalogue, ThatIsADirectoryOrAPipeIsIgnored) {
               outcome.err);
 }
 
-TEST_F(Catalogue, InAFileInPlaceOfTheDirectoryIsAWarning) {
+TEST_F(Catalogue, WhoseDirectoryIsAFileIsReported) {
     std::filesystem::create_directories(at("share/velmorand"));
     putBytes(at("share/velmorand/declared"), "");
     EXPECT_THAT(run({"list", "--declared"}).err,

@@ -80,10 +80,10 @@ std::vector<Case> whatIsNotAllowed() {
         {"AnUnknownUnit", {"string", "editor/autosave", "3y"}, "\"3y\" is not allowed: " + duration},
         {"AUnitAfterASpace", {"string", "editor/autosave", "3 s"}, "\"3 s\" is not allowed: " + duration},
         {"AUnitAlone", {"string", "editor/autosave", "min"}, "\"min\" is not allowed: " + duration},
-        {"ATimeWithHalfAFraction",
+        {"ATimeWithoutFractionDigits",
          {"string", "editor/autosave", "3.s"},
          "\"3.s\" is not allowed: " + duration},
-        {"ATimeWithoutWholeUnits",
+        {"ATimeWithoutIntegerDigits",
          {"string", "editor/autosave", ".5h"},
          "\".5h\" is not allowed: " + duration},
         {"ATimeThatIsTooShort",
@@ -99,11 +99,11 @@ std::vector<Case> whatIsAllowed() {
         {"TheMaximum", {"number", "editor/size", "72"}, ""},
         {"AChoice", {"string", "editor/theme", "dark"}, ""},
         {"AWholeNumber", {"number", "editor/count", "4294967295"}, ""},
-        {"TheLeastOf64Bits", {"string", "editor/id", "--", "-9223372036854775808"}, ""},
-        {"TheMostOfSigned64Bits", {"string", "editor/id", "9223372036854775807"}, ""},
-        {"ZerosInFront", {"string", "editor/id", "-00000000000000000000000001"}, ""},
+        {"TheLeastSigned64BitNumber", {"string", "editor/id", "--", "-9223372036854775808"}, ""},
+        {"TheGreatestSigned64BitNumber", {"string", "editor/id", "9223372036854775807"}, ""},
+        {"LeadingZeros", {"string", "editor/id", "-00000000000000000000000001"}, ""},
         {"ElementsInRange", {"integers", "editor/margins", "0", "9"}, ""},
-        {"AListWithoutElements", {"integers", "editor/margins"}, ""},
+        {"AnEmptyList", {"integers", "editor/margins"}, ""},
         {"TheShortestTime", {"string", "editor/autosave", "1000ms"}, ""},
         {"TheShortestTimeInNanoseconds", {"string", "editor/autosave", "1000000000ns"}, ""},
         {"TheShortestTimeInMicroseconds", {"string", "editor/autosave", "1000000us"}, ""},
@@ -134,7 +134,7 @@ TEST_P(AsDeclared, IsAccepted) {
 INSTANTIATE_TEST_SUITE_P(Each, AsDeclared, testing::ValuesIn(whatIsAllowed()),
                          [](auto const& test) { return test.param.name; });
 
-TEST_F(CheckDeclared, NamesTheNearestDeclaredName) {
+TEST_F(CheckDeclared, SuggestsTheNearestDeclaredName) {
     for (char const* const name : {"editor/sizes", "editor/theem", "editor/veiw/wrap", "viewer/Zoom"})
         set({"integer", name, "1"});
     expectWarnings(warning("editor/sizes", "not declared (did you mean \"editor/size\"?)") +
@@ -152,7 +152,7 @@ TEST_F(CheckDeclared, DoesNotSuggestDistantNames) {
                    "3 properties, 3 warnings");
 }
 
-TEST_F(CheckDeclared, NamesTheNearestOfSeveral) {
+TEST_F(CheckDeclared, SuggestsTheNearestOfSeveralNames) {
     declare(
         R"("e/fold": {"type": "string"}, "e/folders": {"type": "string"}, "e/folded": {"type": "string"})");
     set({"string", "e/foldr", ""});
@@ -162,7 +162,7 @@ TEST_F(CheckDeclared, NamesTheNearestOfSeveral) {
                    "2 properties, 2 warnings");
 }
 
-TEST_F(CheckDeclared, NamesTheFirstOfSeveralEquallyNearNames) {
+TEST_F(CheckDeclared, SuggestsTheFirstOfSeveralEquallyNearNames) {
     declare(R"("e/fold1": {"type": "string"}, "e/fold2": {"type": "string"}, "e/fold3": {"type": "string"})");
     set({"string", "e/fold", ""});
     expectWarnings(warning("e/fold", "not declared (did you mean \"e/fold1\"?)"), "1 property, 1 warning");
@@ -220,7 +220,7 @@ TEST_F(CheckDeclared, ComparesDurations) {
     }
 }
 
-TEST_F(CheckDeclared, NamesTheOnlyLimit) {
+TEST_F(CheckDeclared, StatesTheOnlyLimit) {
     declare(R"("a/x": {"type": "number", "maximum": 0.5})");
     set({"number", "a/x", "1"});
     expectWarnings(warning("a/x", "1 is not allowed: expected a number of at most 0.5"),

@@ -21,7 +21,7 @@ void PrintTo(Case const& test, std::ostream* out) {
     *out << test.name;
 }
 
-/** Checks of a register file that an application has saved, with a property that may contain any bytes. */
+/** Checks of a register file that an application has saved. Its properties may contain any bytes. */
 class Check : public Tool {
 protected:
     Check() { _Register::initialize("", user); }
@@ -50,26 +50,26 @@ std::vector<Case> everyDamage() {
         {"UnknownType", "xyz", "unknown type: 0x78"},
         {"TypeAboveAscii", "\xFF", "unknown type: 0xff"},
         {"StringWithoutLength", bytes("S"), "truncated: 4 bytes expected at offset 1, 0 found"},
-        {"StringWithHalfOfItsLength", bytes("S\1\0"), "truncated: 4 bytes expected at offset 1, 2 found"},
-        {"StringCutShort", bytes("S\x09\0\0\0a"), "truncated: 9 bytes expected at offset 5, 1 found"},
+        {"StringWithTruncatedLength", bytes("S\1\0"), "truncated: 4 bytes expected at offset 1, 2 found"},
+        {"TruncatedString", bytes("S\x09\0\0\0a"), "truncated: 9 bytes expected at offset 5, 1 found"},
         {"StringOfNegativeLength", bytes("S\xFF\xFF\xFF\xFF"), "negative length: -1"},
-        {"StringWithMoreAfterIt", bytes("S\1\0\0\0ab"), "unexpected data after the value: 1 byte"},
-        {"NumberCutShort", bytes("N\0\0\0\0\0\0\0"), "truncated: 8 bytes expected at offset 1, 7 found"},
-        {"NumberWithMoreAfterIt", bytes("N\0\0\0\0\0\0\0\0xy"), "unexpected data after the value: 2 bytes"},
-        {"IntegerCutShort", bytes("I\1\0\0"), "truncated: 4 bytes expected at offset 1, 3 found"},
-        {"IntegerWithMoreAfterIt", bytes("I\1\0\0\0\0"), "unexpected data after the value: 1 byte"},
-        {"BooleanCutShort", bytes("B"), "truncated: 1 byte expected at offset 1, 0 found"},
-        {"BooleanWithMoreAfterIt", bytes("B\1\1"), "unexpected data after the value: 1 byte"},
+        {"StringWithTrailingBytes", bytes("S\1\0\0\0ab"), "unexpected data after the value: 1 byte"},
+        {"TruncatedNumber", bytes("N\0\0\0\0\0\0\0"), "truncated: 8 bytes expected at offset 1, 7 found"},
+        {"NumberWithTrailingBytes", bytes("N\0\0\0\0\0\0\0\0xy"), "unexpected data after the value: 2 bytes"},
+        {"TruncatedInteger", bytes("I\1\0\0"), "truncated: 4 bytes expected at offset 1, 3 found"},
+        {"IntegerWithTrailingBytes", bytes("I\1\0\0\0\0"), "unexpected data after the value: 1 byte"},
+        {"TruncatedBoolean", bytes("B"), "truncated: 1 byte expected at offset 1, 0 found"},
+        {"BooleanWithTrailingBytes", bytes("B\1\1"), "unexpected data after the value: 1 byte"},
         {"ListWithoutElementType", bytes("L"), "truncated: 1 byte expected at offset 1, 0 found"},
         {"ListOfUnknownType", bytes("Lx\0\0\0\0"), "unknown element type: 0x78"},
         {"ListOfLists", bytes("LL\0\0\0\0"), "unknown element type: 0x4c"},
         {"ListWithoutCount", bytes("LI"), "truncated: 4 bytes expected at offset 2, 0 found"},
         {"ListOfNegativeCount", bytes("LB\xFE\xFF\xFF\xFF"), "negative count: -2"},
-        {"ListCutShort", bytes("LI\2\0\0\0\1\0\0\0\2"), "truncated: 4 bytes expected at offset 10, 1 found"},
+        {"TruncatedList", bytes("LI\2\0\0\0\1\0\0\0\2"), "truncated: 4 bytes expected at offset 10, 1 found"},
         {"ListLongerThanMemory", bytes("LI\xFF\xFF\xFF\x7F"),
          "truncated: 2147483647 elements expected, only 0 bytes left"},
-        {"ListWithMoreAfterIt", bytes("LB\1\0\0\0\1\1"), "unexpected data after the value: 1 byte"},
-        {"ElementCutShort", bytes("LS\1\0\0\0\2\0\0\0a"),
+        {"ListWithTrailingBytes", bytes("LB\1\0\0\0\1\1"), "unexpected data after the value: 1 byte"},
+        {"TruncatedElement", bytes("LS\1\0\0\0\2\0\0\0a"),
          "truncated: 2 bytes expected at offset 10, 1 found"},
         {"ElementOfNegativeLength", bytes("LS\1\0\0\0\xFE\xFF\xFF\xFF"), "negative length: -2"},
     };
@@ -83,7 +83,7 @@ std::vector<Case> everySoundRecord() {
         {"Number", bytes("N\0\0\0\0\0\0\xF8\xFF"), ""},
         {"Integer", bytes("I\xFF\xFF\xFF\xFF"), ""},
         {"Boolean", bytes("B\0"), ""},
-        {"BooleanAsNoApplicationWritesIt", bytes("B\2"), ""},
+        {"BooleanNeitherZeroNorOne", bytes("B\2"), ""},
         {"Strings", bytes("LS\2\0\0\0\1\0\0\0a\0\0\0\0"), ""},
         {"Numbers", bytes("LN\1\0\0\0\0\0\0\0\0\0\0\0"), ""},
         {"Integers", bytes("LI\1\0\0\0\1\0\0\0"), ""},
@@ -123,8 +123,8 @@ TEST_F(Check, NamesEachDamagedProperty) {
               outcome.err);
 }
 
-TEST_F(Check, RefusesALengthThatIsRightOnlyInItsLowerHalf) {
-    putBytes(userFile, bytes("\xD9\xD9\xF7\x83\1\x1A\x12\xC3\x3B\x0E\xD8\x18\x4D" // the CRC-32 is that of
+TEST_F(Check, RefusesALengthThatIsCorrectOnlyInItsLow32Bits) {
+    putBytes(userFile, bytes("\xD9\xD9\xF7\x83\1\x1A\x12\xC3\x3B\x0E\xD8\x18\x4D" // with the CRC-32 of
                              "\xA1\x61"                                           // {"f": a byte string
                              "f\x5B\x40\0\0\0\0\0\0\1"                            // of 2^62 + 1 bytes}
                              "x"));

@@ -17,7 +17,7 @@ namespace {
 
 constexpr char const* damagedName = "Velmorand.dat.damaged-20261121T093000Z";
 
-/** The tool with a register file in which "x" is 2, and was 1 before. */
+/** The tool with a register file in which "x" is 2, and a previous one in which it is 1. */
 class Copies : public Tool {
 protected:
     Copies() {
@@ -34,7 +34,7 @@ protected:
         return names;
     }
 
-    /** Creates a copy that was written so many seconds after the beginning of 1970, UTC. */
+    /** Creates a copy whose modification time is `written`. */
     void putCopy(std::string const& name, std::string const& bytes, time_t written) const {
         std::string const path = user + '/' + name;
         putBytes(path, bytes);
@@ -147,7 +147,7 @@ TEST_F(Copies, ReplaceAMissingFile) {
     EXPECT_EQ(one, bytesOf(previousFile));
 }
 
-TEST_F(Copies, ReplaceADamagedFileWhichIsKept) {
+TEST_F(Copies, ReplaceADamagedFileAndKeepIt) {
     putBytes(at("damaged"), "garbage");
     std::filesystem::rename(at("damaged"), userFile);
     answer({"restore", "previous"});

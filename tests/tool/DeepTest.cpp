@@ -14,7 +14,7 @@ using utils::properties::SCOPE_USER;
 
 namespace {
 
-/** The tool with deeply nested settings. If the time grew with the square of the depth, the tests would take minutes. */
+/** The tool with deeply nested settings. The tests would take minutes if any command took quadratic time in the depth. */
 class Deep : public Tool {
 protected:
     static constexpr std::size_t levels = 100'000;
@@ -85,7 +85,7 @@ TEST_F(Deep, SettingsAreImportedAndDeleted) {
     EXPECT_EQ("", answer({"list", "-r"}));
 }
 
-TEST_F(Deep, SettingsOnEachLevelUseNoMemoryForTheirNames) {
+TEST_F(Deep, SettingsOnEachLevelDoNotKeepAllNamesInMemory) {
     constexpr std::size_t depth = 1'000; // the names take 64 MB
     constexpr long room = 30'000'000;
     for (std::size_t level = 0; level < depth; ++level)

@@ -17,7 +17,7 @@ TEST_F(DefaultPlaces, AreInTheConfigurationDirectory) {
     EXPECT_EQ("1\n", runBare({"get", "x"}).out);
 }
 
-TEST_F(DefaultPlaces, AreInTheHomeDirectoryWithoutIt) {
+TEST_F(DefaultPlaces, AreInTheHomeDirectoryWithoutAConfigurationDirectory) {
     for (char const* const useless : {"", "relative"}) {
         ::setenv("XDG_CONFIG_HOME", useless, 1);
         EXPECT_EQ(0, runBare({"set", "integer", "x", "1"}).status);
@@ -37,7 +37,7 @@ TEST_F(DefaultPlaces, AreNotCreatedByFailingCommands) {
     EXPECT_FALSE(std::filesystem::exists(at(".config")));
 }
 
-TEST_F(DefaultPlaces, AreNeededWithoutAUserDirectory) {
+TEST_F(DefaultPlaces, ThatTheEnvironmentDoesNotGiveAreReported) {
     ::unsetenv("HOME");
     EXPECT_THAT(runBare({"list"}),
                 Complains(2, "no user directory: neither XDG_CONFIG_HOME nor HOME is set"));

@@ -20,7 +20,7 @@ protected:
         saved = bytesOf(userFile);
     }
 
-    /** Runs the tool while files may not grow, as on a full disk. */
+    /** Runs the tool with a limit on the size of files, which has the effect of a full disk. */
     Outcome runOnAFullDisk(Arguments const& arguments) {
         struct rlimit limit = {};
         EXPECT_EQ(0, ::getrlimit(RLIMIT_FSIZE, &limit));
@@ -47,13 +47,13 @@ std::vector<Arguments> everyReader(std::string const& file) {
 
 } // namespace
 
-TEST_F(Failures, OfADamagedFileNameIt) {
+TEST_F(Failures, ToReadADamagedFileAreReportedWithItsPath) {
     putBytes(userFile, saved.substr(0, saved.size() - 1));
     for (Arguments const& arguments : everyReader(userFile))
         EXPECT_THAT(run(arguments), Complains(3, userFile + ": ")) << arguments.front();
 }
 
-TEST_F(Failures, OfADamagedFileKeepIt) {
+TEST_F(Failures, ToReadADamagedFileLeaveItUnchanged) {
     for (std::string const& damaged :
          {std::string(), std::string("garbage"), saved.substr(0, saved.size() / 2)}) {
         putBytes(userFile, damaged);
@@ -65,13 +65,13 @@ TEST_F(Failures, OfADamagedFileKeepIt) {
     }
 }
 
-TEST_F(Failures, OfAFileWithTrailingDataAreFoundByCheck) {
+TEST_F(Failures, CausedByTrailingDataAreReportedOnlyByCheck) {
     putBytes(userFile, saved + "xyz");
     EXPECT_THAT(run({"check"}), Complains(3, userFile + ": unexpected data after the settings: 3 bytes"));
     EXPECT_EQ("old\n", answer({"get", "x"}));
 }
 
-TEST_F(Failures, OfADamagedGlobalFileAffectCommandsThatReadIt) {
+TEST_F(Failures, ToReadTheGlobalFileAffectOnlyCommandsThatReadIt) {
     putBytes(globalFile, "garbage");
     EXPECT_THAT(run({"--global", global, "get", "y"}), Complains(3, globalFile + ": "));
     EXPECT_EQ("old\n", answer({"get", "x"}));
@@ -88,26 +88,26 @@ TEST_F(Failures, OfTwoFilesAreBothReported) {
     EXPECT_THAT(outcome.err, testing::EndsWith("not a register file\n"));
 }
 
-TEST_F(Failures, OfADirectoryInPlaceOfTheFile) {
+TEST_F(Failures, CausedByADirectoryInPlaceOfTheFileAreReported) {
     std::filesystem::remove(userFile);
     std::filesystem::create_directory(userFile);
     EXPECT_THAT(run({"get", "x"}), Complains(3, userFile + ": Is a directory"));
     EXPECT_THAT(run({"set", "integer", "y", "1"}), Complains(3, userFile + ": Is a directory"));
 }
 
-TEST_F(Failures, OfADeviceInPlaceOfTheFile) {
+TEST_F(Failures, CausedByADeviceInPlaceOfTheFileAreReported) {
     EXPECT_THAT(run({"check", "/dev/null"}), Complains(3, "/dev/null: not a regular file"));
 }
 
-TEST_F(Failures, OfAnUnreadableFileAreReported) {
+TEST_F(Failures, CausedByAnUnreadableFileAreReported) {
     if (::geteuid() == 0)
-        GTEST_SKIP() << "root reads everything";
+        GTEST_SKIP() << "root can read every file";
     std::filesystem::permissions(userFile, std::filesystem::perms::none);
     EXPECT_THAT(run({"get", "x"}), Complains(3, userFile + ": Permission denied"));
     EXPECT_THAT(run({"set", "integer", "y", "1"}), Complains(3, userFile + ": Permission denied"));
 }
 
-TEST_F(Failures, OfAFullDiskKeepTheOldFile) {
+TEST_F(Failures, CausedByAFullDiskKeepTheOldFile) {
     EXPECT_THAT(runOnAFullDisk(setting), Complains(3, "not saved: " + userFile + ": File too large"));
     EXPECT_EQ(saved, bytesOf(userFile));
     EXPECT_EQ("old\n", answer({"get", "x"}));
@@ -115,7 +115,7 @@ TEST_F(Failures, OfAFullDiskKeepTheOldFile) {
 }
 
 TEST_F(Failures, ToRestoreOnAFullDiskKeepBothFiles) {
-    // So long that only its end, which is written last, exceeds the limit.
+    // The file is only slightly larger than the limit, so the last write fails.
     for (char const* const name : {"a", "b", "c", "d", "e", "f", "g", "h"})
         answer({"set", "string", name, std::string(room / 8, 'l')});
     std::string const previous = bytesOf(userFile);
@@ -129,7 +129,7 @@ TEST_F(Failures, ToRestoreOnAFullDiskKeepBothFiles) {
     EXPECT_EQ(2, std::distance(std::filesystem::directory_iterator(user), {}));
 }
 
-TEST_F(Failures, ToPrintAreReported) {
+TEST_F(Failures, ToWriteTheOutputAreReported) {
     std::filesystem::remove(outPath());
     std::filesystem::create_symlink("/dev/full", outPath());
     for (Arguments const& arguments :
@@ -143,7 +143,7 @@ TEST_F(Failures, ToPrintAreReported) {
     }
 }
 
-TEST_F(Failures, WithoutStandardDescriptorsAreReported) {
+TEST_F(Failures, CausedByClosedStandardStreamsAreReported) {
     auto const runWithout = [this](std::string const& closed, std::string const& arguments) {
         std::string const command =
             VELMORAND_TOOL " --user '" + user + "' " + arguments + " 2>'" + errPath() + "' " + closed;

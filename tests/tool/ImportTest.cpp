@@ -35,15 +35,15 @@ std::string notJson(int line, int column, std::string const& reason) {
 std::vector<Case> everyCase() {
     return {
         {"Nothing", "", notJson(1, 1, "unexpected end of input")},
-        {"HalfOfJson", "{\"a\": ", notJson(1, 7, "unexpected end of input")},
-        {"HalfOfAString", "{\n\"a", notJson(2, 3, "unexpected end of input")},
-        {"MoreAfterIt", "{} x", notJson(1, 4, R"(unexpected "x")")},
+        {"TruncatedJson", "{\"a\": ", notJson(1, 7, "unexpected end of input")},
+        {"ATruncatedString", "{\n\"a", notJson(2, 3, "unexpected end of input")},
+        {"TrailingText", "{} x", notJson(1, 4, R"(unexpected "x")")},
         {"AWordThatIsNotJson", "{\"a\":\n True}", notJson(2, 2, R"(unexpected "T")")},
         {"ALineBreakInAString", "{\"a\": \"x\ny\"}", notJson(1, 9, R"(unexpected "\n")")},
         {"TypographicQuotes", "{\"\xC3\xA9\": \xE2\x80\x9Cx\xE2\x80\x9D}",
          notJson(1, 7, "unexpected \"\xE2\x80\x9C\"")},
         {"NotUtf8", "{\"\xFF\": {}}", notJson(1, 3, "not UTF-8 text")},
-        {"HalfOfUtf8", "{\"\xC3\": {}}", notJson(1, 4, "not UTF-8 text")},
+        {"ATruncatedCharacter", "{\"\xC3\": {}}", notJson(1, 4, "not UTF-8 text")},
         {"ANulByte", std::string("{}\0{}", 5), notJson(1, 3, R"(unexpected "\u0000")")},
         {"AList", "[]", ":1: " + format},
         {"ANumber", "1", ":1: " + format},
@@ -55,7 +55,7 @@ std::vector<Case> everyCase() {
         {"ATypeThatIsNotText", entryOf(R"("type": 1, "value": 1)"), bad + "\"type\" is missing"},
         {"NoSuchType", entryOf(R"("type": "int", "value": 1)"), bad + "no such type: int"},
         {"NoValue", entryOf(R"("type": "integer")"), bad + "\"value\" is missing"},
-        {"OneMemberMore", entryOf(R"("type": "integer", "value": 1, "scope": 1)"),
+        {"AnExtraMember", entryOf(R"("type": "integer", "value": 1, "scope": 1)"),
          bad + "unexpected members in an entry of type integer"},
         {"TwoValues", entryOf(R"("type": "string", "value": "", "base64": "")"),
          bad + "unexpected members in an entry of type string"},
@@ -85,10 +85,11 @@ std::vector<Case> everyCase() {
         {"OneBadElement", entryOf(R"("type": "integers", "value": [1, true])"),
          bad + "true is not a 32-bit integer"},
         {"NotBase64", entryOf(R"("type": "string", "base64": "?")"), bad + "\"?\" is not base64"},
-        {"HalfOfBase64", entryOf(R"("type": "string", "base64": "QUJDR")"), bad + "\"QUJDR\" is not base64"},
+        {"TruncatedBase64", entryOf(R"("type": "string", "base64": "QUJDR")"),
+         bad + "\"QUJDR\" is not base64"},
         {"ABase64Integer", entryOf(R"("type": "integer", "base64": "")"),
          bad + R"(an entry of type integer has a "value", not "base64")"},
-        {"BytesWithoutThem", entryOf(R"("type": "bytes", "value": "")"), bad + "\"base64\" is missing"},
+        {"BytesWithoutBase64", entryOf(R"("type": "bytes", "value": "")"), bad + "\"base64\" is missing"},
         {"AnotherRecord", entryOf(R"("type": "integer", "value": 1, "record": "SQIAAAA=")"),
          bad + R"("value" and "record" differ)"},
         {"ARecordOfAnotherKind", entryOf(R"("type": "boolean", "value": true, "record": "SQEAAAA=")"),
@@ -102,7 +103,7 @@ std::vector<Case> everyCase() {
         {"APropertyAsGroup", R"({"group/x": {"type": "group"}})", "cannot create the group \"group/x\""},
         {"APropertyInAProperty", R"({"group/x/y": {"type": "integer", "value": 1}})",
          "cannot create the group \"group/x\""},
-        {"APropertyThatIsAGroupToo",
+        {"APropertyThatIsAlsoAGroup",
          R"({"a": {"type": "integer", "value": 1}, "a/b": {"type": "integer", "value": 1}})",
          ":1: \"a/b\": cannot create the group \"a\""},
     };
@@ -134,7 +135,7 @@ TEST_F(Import, NamesTheInvalidFile) {
                 Complains(2, at("settings.json") + ":2: \"x\": \"type\" is missing"));
 }
 
-TEST_F(Import, KeepsSettingsThatItDoesNotName) {
+TEST_F(Import, KeepsSettingsThatItDoesNotContain) {
     answer({"set", "integer", "kept", "1"});
     answer({"import", "-"}, R"({"x": {"type": "integer", "value": 2}})");
     EXPECT_EQ("1\n", answer({"get", "kept"}));

@@ -61,7 +61,7 @@ TEST_F(ListDeclared, OmitsUndeclaredSettings) {
     EXPECT_EQ("integer   unset  viewer/zoom: 100\n", answer({"list", "--declared", "-l", "viewer"}));
 }
 
-TEST_F(ListDeclared, SortsAsOtherListsDo) {
+TEST_F(ListDeclared, SortsLikeOtherLists) {
     declare(R"("a0": {"type": "string"}, "a/x": {"type": "string"}, "a-b": {"type": "string"})");
     EXPECT_EQ("string    unset  a-b: (computed by the program)\n"
               "group     unset  a\n"

@@ -10,7 +10,7 @@ using namespace tool;
 
 namespace {
 
-/** The tool while another process has locked the user directory. Locking needs only read permission. */
+/** The tool while the user directory is locked, as by another process. */
 class Lock : public Tool {
 protected:
     Lock() {

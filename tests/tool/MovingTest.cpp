@@ -27,7 +27,7 @@ using ::testing::StartsWith;
 
 class Moving : public Tool {
 protected:
-    /** The output of an import that sets everything. */
+    /** The output of an import, which must succeed. */
     std::string moved(std::string const& store, std::string const& file, Arguments more = {}) {
         more.insert(more.begin(), {"import", "--from", store, file});
         return answer(more);
@@ -97,7 +97,7 @@ TEST_F(FromIni, GeometryIsAListOfNumbers) {
               all());
 }
 
-TEST_F(FromIni, TypedValuesAreStoredLikeThoseOfTheLibrary) {
+TEST_F(FromIni, TypedValuesAreStoredAsTheLibraryStoresThem) {
     moved("ini", ini([](QSettings& settings) {
               settings.setValue("bytes", QByteArray("\x01z", 2));
               settings.setValue("long", QVariantList{Q_INT64_C(99999999999), Q_INT64_C(1)});
@@ -128,8 +128,8 @@ TEST_F(FromIni, GroupsAndArraysAreGroups) {
               all());
 }
 
-TEST_F(FromIni, AValueOfAnUnknownTypeIsRefusedAndTheRestIsTaken) {
-    // A QFont, as a program with a window writes it.
+TEST_F(FromIni, AValueOfAnUnknownTypeIsRefusedAndTheRestIsImported) {
+    // A QFont, as a GUI application writes it.
     Outcome const outcome =
         run({"import", "--from", "ini",
              file("[General]\n"
@@ -394,7 +394,7 @@ std::vector<BadFile> badFiles() {
             {"NotUtf8Json", "json", "{\"x\": \"\xff\"}", " not UTF-8 text"},
             {"TruncatedIni", "ini", "[A]\nx=1\n[B", " not a QSettings INI file"},
             {"IniWithoutAnEqualsSign", "ini", "[A]\nx\n", " not a QSettings INI file"},
-            {"IniOfBytes", "ini", std::string("[A]\nx=\0\n", 8), " not UTF-8 text"},
+            {"IniWithAZeroByte", "ini", std::string("[A]\nx=\0\n", 8), " not UTF-8 text"},
             {"TruncatedJson", "json", "{\"a\":\n{\"b\": 1", "2: not valid JSON: "},
             {"AListInPlaceOfAnObject", "json", "[1]", " not a JSON object"},
             {"EmptyJson", "json", "", "1: not valid JSON"},
@@ -502,7 +502,7 @@ TEST_F(Moving, ANameThatIsAGroupIsRefused) {
               outcome.out);
 }
 
-TEST_F(Moving, OfTwoWithTheSameNewNameTheFirstIsTaken) {
+TEST_F(Moving, OfTwoSettingsWithTheSameNewNameTheFirstIsImported) {
     Outcome const outcome = run({"import", "--from", "json", file(R"({"a": 1, "b": 2})"), "--map",
                                  map("a -> x\nb -> x\n").back(), "--overwrite"});
     EXPECT_EQ("set       a -> x: integer 1\n"
@@ -540,7 +540,7 @@ TEST_F(Moving, TheMapsKindTakesPrecedenceOverTheCatalogues) {
     EXPECT_THAT(outcome.out, StartsWith("refused   size: "));
 }
 
-TEST_F(Moving, LockedSettingsAreRefusedAndTheRestIsTaken) {
+TEST_F(Moving, LockedSettingsAreRefusedAndTheRestIsImported) {
     answer({"--global", global, "lock", "editor/theme", "window"});
     Outcome const outcome = run({"--global", global, "import", "--from", "json", "--overwrite",
                                  file(R"({"editor": {"size": 12, "theme": "dark"}, "window": {"x": 1}})")});
@@ -567,7 +567,7 @@ TEST_F(Moving, LocksDoNotApplyToTheAdministratorOrWithoutTheGlobalDirectory) {
               answer({"--global", global, "--scope", "global", "import", "--from", "json", at("old")}));
 }
 
-TEST_F(Moving, ForceTakesSettingsThatAreLockedOrNotAllowed) {
+TEST_F(Moving, ForceImportsSettingsThatAreLockedOrNotAllowed) {
     answer({"--global", global, "lock", "theme"});
     putBytes(at("catalogue.json"), R"({"settings": {"size": {"type": "integer", "maximum": 5}}})");
     EXPECT_EQ("set       size: integer 6\nset       theme: string \"dark\"\n2 set\n",
@@ -577,7 +577,7 @@ TEST_F(Moving, ForceTakesSettingsThatAreLockedOrNotAllowed) {
 
 using MapOfNames = Moving;
 
-TEST_F(MapOfNames, TheRuleForASettingOrOtherwiseForTheInnermostGroupApplies) {
+TEST_F(MapOfNames, TheMostSpecificRuleApplies) {
     moved("json", file(R"({"a": {"b": {"c": 1, "d": 2}, "e": 3}, "f": 4, "g": {"h": 5}})"),
           map("# the editor's\n"
               "\n"
@@ -631,11 +631,11 @@ BadRule const badRules[] = {
     {"NoArrow", "# x\nfoo\n", R"(2: expected "OLD -> NEW" or "drop OLD", found: foo)"},
     {"NoOldName", "\n -> x\n", "2: expected"},
     {"AnUnknownKind", "a -> b as int\n", "1: no such kind: int"},
-    {"AGroupThatBecomesASetting", "a/ -> b\n", "1: a group cannot become a property"},
-    {"ASettingThatBecomesAGroup", "a -> b/\n", "1: a property cannot become a group"},
+    {"AGroupRenamedToAProperty", "a/ -> b\n", "1: a group cannot become a property"},
+    {"APropertyRenamedToAGroup", "a -> b/\n", "1: a property cannot become a group"},
     {"TwoRulesForOneName", "a -> b\nc -> d\na -> e\n", "3: duplicate rule: line 1 is for the same name"},
     {"NotAName", "a -> b/../c\n", "1: invalid name: \"b/../c\""},
-    {"DropOfNothing", "drop \n", "1: expected"},
+    {"DropWithoutAName", "drop \n", "1: expected"},
     {"NotUtf8", "a -> \xff\n", " not UTF-8 text"},
 };
 

@@ -28,7 +28,7 @@ TEST_F(SetDeclared, AcceptsAllowedValues) {
     EXPECT_EQ("2min\n", answer({"get", "editor/autosave"}));
 }
 
-TEST_F(SetDeclared, AcceptsAnythingByForce) {
+TEST_F(SetDeclared, AcceptsAnythingWithForce) {
     answer({"set", "--force", "string", "editor/size", "big"});
     EXPECT_EQ("big\n", answer({"get", "editor/size"}));
     answer({"set", "number", "editor/size", "99", "--force"});

@@ -19,10 +19,10 @@ std::string utf8(int character) {
     return QString(QChar(static_cast<char16_t>(character))).toStdString();
 }
 
-/** The right-to-left override: the text after it is displayed backwards. */
+/** The right-to-left override character, after which text is displayed backwards. */
 std::string const backwards = utf8(0x202E);
 
-/** ESC, DEL, a control character outside ASCII, a character for the direction, and harmless characters. */
+/** ESC, DEL, a non-ASCII control character, the right-to-left override, and harmless characters. */
 std::string const text = "\x1b[31m \x7f \xC2\x9B " + backwards + " \t\xC3\xA9\\\"\nend";
 
 /** The tool with a terminal as its standard output. */
@@ -30,7 +30,7 @@ class Terminal : public Tool {
 protected:
     Terminal() { ::unsetenv("NO_COLOR"); }
 
-    /** The output of a run on the user directory on a terminal. */
+    /** The output that a run on the user directory sends to a terminal. */
     std::string printed(Arguments arguments) {
         arguments.insert(arguments.begin(), {"--user", user});
         int const screen = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);

@@ -32,7 +32,7 @@ Tool::Tool() {
 
 namespace {
 
-/** Replaces the process by the tool, with these standard descriptors. */
+/** Replaces this process with the tool, which gets these descriptors as its standard streams. */
 [[noreturn]] void become(Arguments const& arguments, int in, int out, int err) {
     std::vector<char*> argv;
     std::string program = VELMORAND_TOOL;

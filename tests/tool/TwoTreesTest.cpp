@@ -10,7 +10,7 @@ namespace {
 
 using Integers = std::map<std::string, int>;
 
-/** Random settings in the user's and the global file. Many names have a common prefix, and some are in both files. */
+/** Random settings in the user's and the global file. Many names share a prefix, and some are in both files. */
 class TwoTrees : public Tool {
 protected:
     TwoTrees() {

@@ -11,7 +11,7 @@ using namespace tool;
 
 namespace {
 
-/** The tool while it watches. It prints nothing before a change, so the fixture makes changes until it prints one. */
+/** A running `watch`. It does not print when it is ready, so `watch` makes changes until it prints one of them. */
 class Watch : public Tool {
 protected:
     ~Watch() override {
@@ -58,7 +58,7 @@ private:
 
 } // namespace
 
-TEST_F(Watch, PrintsOldAndNew) {
+TEST_F(Watch, PrintsOldAndNewValues) {
     answer({"set", "integer", "x", "1"});
     watch({"--user", user, "watch"});
     answer({"set", "integer", "x", "2"});

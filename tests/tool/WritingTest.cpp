@@ -116,7 +116,7 @@ TEST_F(Writing, KeepsTheOtherSettings) {
     EXPECT_EQ("1\n", answer({"get", "a/x"}));
 }
 
-TEST_F(Writing, AcceptsNamesLikeTheRegister) {
+TEST_F(Writing, AcceptsNamesWithExtraSlashes) {
     answer({"set", "integer", "//a///x/", "1"});
     EXPECT_EQ("integer   user   a/x\n", answer({"list", "-r"}));
     EXPECT_EQ("1\n", answer({"get", "/a/x"}));
@@ -171,14 +171,14 @@ TEST_F(Writing, OfAnEqualValueDoesNotReplaceTheFile) {
     EXPECT_TRUE(isTouched());
 }
 
-TEST_F(Writing, OfAnotherGroupReplacesTheFile) {
+TEST_F(Writing, OfANewGroupReplacesTheFile) {
     answer({"import", "-"}, R"({"a": {"type": "group"}})");
     auto const before = stateOf(userFile);
     answer({"import", "-"}, R"({"b": {"type": "group"}})");
     EXPECT_NE(before, stateOf(userFile));
 }
 
-TEST_F(Writing, OfNothingCreatesAFile) {
+TEST_F(Writing, OfAnEmptyImportCreatesAFile) {
     answer({"import", "-"}, "{}");
     EXPECT_EQ(userFile + ": sound, 0 properties\n", answer({"check"}));
 }
