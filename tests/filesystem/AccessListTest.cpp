@@ -28,7 +28,7 @@ protected:
 
 using ReplaceWithAccessList = OnDiskWithAccessLists;
 
-TEST_F(ReplaceWithAccessList, KeepsIt) {
+TEST_F(ReplaceWithAccessList, KeepsTheList) {
     putFile(at("f"), "old");
     ASSERT_TRUE(setAttribute(at("f"), accessListName, listForOneUser()));
     ASSERT_EQ(0660U, permissions(at("f")));
@@ -38,7 +38,7 @@ TEST_F(ReplaceWithAccessList, KeepsIt) {
     EXPECT_EQ(0660U, permissions(at("f")));
 }
 
-TEST_F(ReplaceWithAccessList, KeepsItEvenIfNewFilesInheritAnother) {
+TEST_F(ReplaceWithAccessList, KeepsTheListEvenIfNewFilesInheritAnother) {
     putFile(at("f"), "old");
     ASSERT_TRUE(setAttribute(at("f"), accessListName, listForOneUser()));
     setDefaultList(AccessList(7, 7, 7, 7).withUser(4321, 7).bytes());
@@ -47,7 +47,7 @@ TEST_F(ReplaceWithAccessList, KeepsItEvenIfNewFilesInheritAnother) {
     EXPECT_EQ(0660U, permissions(at("f")));
 }
 
-TEST_F(ReplaceWithAccessList, DoesNotAddOneThatNewFilesInherit) {
+TEST_F(ReplaceWithAccessList, DoesNotAddAListThatNewFilesInherit) {
     putFile(at("f"), "old");
     ASSERT_EQ(0, ::chmod(at("f").c_str(), 0660));
     setDefaultList(AccessList(7, 7, 7, 7).withUser(4321, 7).bytes());
@@ -63,10 +63,10 @@ TEST_F(ReplaceWithAccessList, HidesTheNewContentFromTheStart) {
     ASSERT_TRUE(write(files, openedForWriting(files, "f"), "secret"));
     ASSERT_TRUE(files.remove(text("f")));
     for (std::string const& name : listing(files, "/"))
-        EXPECT_EQ(0600U, permissions(at(name))) << name; // the group's bits limit what the list grants
+        EXPECT_EQ(0600U, permissions(at(name))) << name; // the group bits are the list's mask
 }
 
-TEST_F(ReplaceWithAccessList, KeepsTheInheritedOneOfANewFile) {
+TEST_F(ReplaceWithAccessList, GivesANewFileTheInheritedList) {
     setDefaultList(AccessList(6, 4, 0, 6).withUser(4321, 6).bytes());
     putFile(at("by the system"), "");
     EXPECT_TRUE(writeFile(files, "f", "new"));
@@ -79,8 +79,8 @@ TEST_F(ReplaceWithAccessList, DoesNotGrantAGroupTheRightsOfAnother) {
     if (::geteuid() != 0)
         GTEST_SKIP() << "only root can give a file to another group";
     putFile(at("f"), "old");
-    ASSERT_EQ(0, ::chown(at("f").c_str(), 65534, 1234)); // the user's, but of a group that the user is not in
-    // Others may read, but not the user 4321.
+    ASSERT_EQ(0, ::chown(at("f").c_str(), 65534, 1234)); // owned by the user, in another group
+    // Others may read the file, except the user 4321.
     ASSERT_TRUE(setAttribute(at("f"), accessListName, AccessList(6, 4, 4, 4).withUser(4321, 0).bytes()));
     ASSERT_EQ(0, asOrdinaryUser(directory, [this] { EXPECT_TRUE(writeFile(files, "f", "new")); }));
     EXPECT_EQ("new", fileBytes(at("f")));
@@ -90,7 +90,7 @@ TEST_F(ReplaceWithAccessList, DoesNotGrantAGroupTheRightsOfAnother) {
 
 using ReplaceWithAttributes = OnDiskWithAccessLists;
 
-TEST_F(ReplaceWithAttributes, KeepsThem) {
+TEST_F(ReplaceWithAttributes, KeepsTheAttributes) {
     putFile(at("f"), "old");
     ASSERT_TRUE(setAttribute(at("f"), "user.empty", ""));
     for (unsigned i = 0; i < 50; ++i)
@@ -102,7 +102,7 @@ TEST_F(ReplaceWithAttributes, KeepsThem) {
         EXPECT_EQ(someBytes(i), attribute(at("f"), "user." + std::to_string(i))) << i;
 }
 
-TEST_F(ReplaceWithAttributes, KeepsALargeOne) {
+TEST_F(ReplaceWithAttributes, KeepsALargeAttribute) {
     putFile(at("f"), "old");
     std::string value = someBytes(1 << 16); // the limit of Linux; some file systems allow less
     if (!setAttribute(at("f"), "user.large", value)) {
@@ -113,7 +113,7 @@ TEST_F(ReplaceWithAttributes, KeepsALargeOne) {
     EXPECT_EQ(value, attribute(at("f"), "user.large"));
 }
 
-TEST_F(ReplaceWithAttributes, KeepsThoseOfAnUnreadableFile) {
+TEST_F(ReplaceWithAttributes, KeepsTheAttributesOfAnUnreadableFile) {
     ASSERT_EQ(0, asOrdinaryUser(directory, [this] {
                   putFile(at("f"), "old");
                   EXPECT_TRUE(setAttribute(at("f"), accessListName,
@@ -126,18 +126,18 @@ TEST_F(ReplaceWithAttributes, KeepsThoseOfAnUnreadableFile) {
     EXPECT_EQ("new", fileBytes(at("f")));
 }
 
-TEST_F(ReplaceWithAttributes, KeepsThoseThatOnlyRootMaySet) {
+TEST_F(ReplaceWithAttributes, KeepsAttributesThatOnlyRootMaySet) {
     if (::geteuid() != 0)
-        GTEST_SKIP() << "only root may set them";
+        GTEST_SKIP() << "only root may set these attributes";
     putFile(at("f"), "old");
     ASSERT_TRUE(setAttribute(at("f"), "trusted.test", "kept"));
     EXPECT_TRUE(writeFile(files, "f", "new"));
     EXPECT_EQ("kept", attribute(at("f"), "trusted.test"));
 }
 
-TEST_F(ReplaceWithAttributes, LeavesOutThoseThatItMayNotSet) {
+TEST_F(ReplaceWithAttributes, LeavesOutAttributesThatItMayNotSet) {
     if (::geteuid() != 0)
-        GTEST_SKIP() << "only root can set them";
+        GTEST_SKIP() << "only root can set these attributes";
     putFile(at("f"), "old");
     ASSERT_EQ(0, ::chown(at("f").c_str(), 65534, 65534));
     ASSERT_EQ(0, ::chmod(at("f").c_str(), 0640));
@@ -150,12 +150,12 @@ TEST_F(ReplaceWithAttributes, LeavesOutThoseThatItMayNotSet) {
     EXPECT_EQ(0640U, permissions(at("f")));
 }
 
-TEST_F(ReplaceWithAttributes, LeavesOutThoseThatTheSystemComputesFromTheContent) {
+TEST_F(ReplaceWithAttributes, LeavesOutAttributesThatTheSystemComputesFromTheContent) {
     if (::geteuid() != 0)
         GTEST_SKIP() << "only root can set such an attribute";
     putFile(at("f"), "old");
     if (!setAttribute(at("f"), "security.ima", std::string("\x01") + std::string(20, 'h')))
-        GTEST_SKIP() << "the system does not allow setting them";
+        GTEST_SKIP() << "the system does not allow setting this attribute";
     EXPECT_TRUE(writeFile(files, "f", "new"));
     EXPECT_EQ(std::nullopt, attribute(at("f"), "security.ima"));
 }

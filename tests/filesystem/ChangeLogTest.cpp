@@ -96,7 +96,7 @@ TEST_F(Changes, NamePathsThatAreRemovedAndCreatedAgain) {
     EXPECT_THAT(log->take(), ElementsAre("a/x", "y"));
 }
 
-// The number of a removed node is reused for the next one, which must not be taken for the one already recorded.
+// A removed node's number is reused for the next node, which must not be mistaken for the node already recorded.
 TEST_F(Changes, NameAFileThatReusesTheNodeOfAWrittenAndRemovedOne) {
     write("/user/a/x", "2");
     memory.remove(QStringLiteral("/user/a/x"));
@@ -175,7 +175,7 @@ TEST_F(Changes, NameALoadedTree) {
     EXPECT_THAT(log->take(), ElementsAre("a"));
 }
 
-TEST_F(Changes, ElsewhereAreLeftOut) {
+TEST_F(Changes, OutsideTheDirectoryAreLeftOut) {
     write("/temp/x", "1");
     EXPECT_EQ(0, wakes);
     write("/user/a/x", "1");
@@ -184,7 +184,7 @@ TEST_F(Changes, ElsewhereAreLeftOut) {
     EXPECT_THAT(log->take(), ElementsAre("a/x"));
 }
 
-TEST_F(Changes, AreSortedAsTheTreeIsWalked) {
+TEST_F(Changes, AreInTheOrderOfAWalk) {
     memory.mkdir(QStringLiteral("/user/a-b"));
     static_cast<void>(log->take());
     write("/user/a-b/x", "1");
@@ -209,7 +209,7 @@ TEST_F(Changes, AreRecordedByOneLogAtATime) {
     EXPECT_THAT(again.take(), IsEmpty());
 }
 
-TEST_F(Changes, NeedADirectoryToRecord) {
+TEST_F(Changes, RequireAnExistingDirectory) {
     log.reset();
     EXPECT_THROW(ChangeLog(memory, "missing", [] {}), utils::Exception);
 }

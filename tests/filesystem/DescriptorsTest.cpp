@@ -11,7 +11,7 @@
 #include "DiskSupport.h"
 #include "support/Allocators.h"
 
-// A program that has closed its standard streams must not find the library's files under their numbers.
+// If a program has closed its standard streams, the library's files must not get their descriptor numbers.
 
 namespace {
 
@@ -30,7 +30,7 @@ void expectNoStandardStreams() {
         EXPECT_EQ(-1, ::readlink(("/proc/self/fd/" + std::to_string(stream)).c_str(), target, sizeof target));
 }
 
-/** Whether a standard stream's number belongs to a file whose path begins with `path`. */
+/** Whether a standard stream's descriptor number belongs to a file whose path begins with `path`. */
 bool isStandardStream(std::string const& path) {
     std::string target(path.size(), '\0');
     for (int const stream : standardStreams)
@@ -41,7 +41,7 @@ bool isStandardStream(std::string const& path) {
     return false;
 }
 
-/** Logs to the closed streams, from another thread, while `body` runs. Result: the lines that were written. */
+/** Logs to the closed streams from another thread while `body` runs. Result: the number of lines written. */
 template <class Body>
 long linesLoggedDuring(Body&& body) {
     std::atomic<bool> ended = false;
@@ -110,7 +110,7 @@ TEST_F(ClosedStandardStreams, AreNotReplacedByALock) {
     });
 }
 
-TEST_F(ClosedStandardStreams, KeepALogOutOfAFileBeingSaved) {
+TEST_F(ClosedStandardStreams, DoNotLetALogIntoAFileBeingSaved) {
     std::string const bytes = someBytes(100'000);
     inDaemon([&] {
         EXPECT_EQ(0, linesLoggedDuring([&] {
@@ -139,7 +139,7 @@ TEST_F(ClosedStandardStreams, AreNotReplacedWhenThreadsOpenFilesAtOnce) {
     });
 }
 
-TEST_F(ClosedStandardStreams, KeepALogOutOfAModuleBeingLoaded) {
+TEST_F(ClosedStandardStreams, DoNotLetALogIntoAModuleBeingLoaded) {
     std::string const module = fileBytes(VELMORAND_TEST_MODULE_1);
     inDaemon([&] {
         RAMFileSystem memory;

@@ -21,7 +21,7 @@ std::string const longText(200, 'x'); // too long to be kept in the node
 class DirectChanges : public ::testing::Test {
 protected:
     DirectChanges() { EXPECT_TRUE(files.mkdir(text("/top"))); }
-    // A file system's destructor may throw, which a test may not.
+    // The destructor of a file system may throw; the destructor of a test must not.
     ~DirectChanges() noexcept override = default;
 
     /** Result: the path of the change that is refused; empty on success. */

@@ -19,7 +19,7 @@ namespace support {
 /** A file system rooted at a temporary directory, and the path of that directory. */
 class OnDisk : public ::testing::Test {
 protected:
-    // A file system's destructor may throw, which a test may not.
+    // The destructor of a file system may throw; the destructor of a test must not.
     ~OnDisk() noexcept override = default;
 
     [[nodiscard]] std::string at(std::string const& name) const { return (directory / name).string(); }

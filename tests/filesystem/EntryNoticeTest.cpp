@@ -83,7 +83,7 @@ TEST_F(EntryNotice, GivesTheNameAsStoredInTheTree) {
     EXPECT_THAT(names(), ElementsAre("b"));
 }
 
-TEST_F(EntryNotice, IsNotGivenElsewhere) {
+TEST_F(EntryNotice, IsNotGivenOnOtherLevels) {
     memory.mkdir(QStringLiteral("/temp"));
     memory.mkdir(QStringLiteral("/user/a/b"));
     makeFile("/user/a/x");

@@ -78,7 +78,7 @@ inline std::vector<std::string> listing(FileSystem const& files, std::string con
     return names;
 }
 
-/** `length` bytes without a pattern, so that errors of buffering are noticed. */
+/** `length` pseudo-random bytes, which reveal buffering errors. */
 inline std::string someBytes(std::size_t length) {
     std::string bytes;
     unsigned state = 12345;
@@ -102,7 +102,7 @@ struct RealForm {
 template <class Form>
 class EachFileSystem : public ::testing::Test {
 protected:
-    // A file system's destructor may throw, which a test may not.
+    // The destructor of a file system may throw; the destructor of a test must not.
     ~EachFileSystem() noexcept override = default;
 
     Form form;

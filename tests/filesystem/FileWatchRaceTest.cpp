@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Changes of a file while its watch is being set up. The program intercepts the system calls that set it up, and makes
-// a change before or after one of them.
+// Changes of a file while its watch is being set up. The program intercepts the system calls that do so, and makes a
+// change before or after one of them.
 #include <filesystem>
 #include <functional>
 
@@ -16,7 +16,7 @@
 
 namespace {
 
-/** An action before or after the `left`th call from now on. */
+/** An action to be run before or after the `left`th call from now on. */
 struct Interruption {
     int left;
     bool isAfter;

@@ -11,7 +11,7 @@
 #include "support/Allocators.h"
 #include "support/ChildProcess.h"
 
-// A child that is forked while another thread of its parent is writing a tree writes the same tree.
+// A child that is forked while another thread of its parent writes a tree must write the same tree.
 
 namespace support {
 namespace {

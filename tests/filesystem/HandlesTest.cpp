@@ -369,7 +369,7 @@ TYPED_TEST(Size, OfAHandleKeepsThePosition) {
     EXPECT_EQ(2, this->files.tell(handle));
 }
 
-TYPED_TEST(Size, OfAPathIsThatOfTheFile) {
+TYPED_TEST(Size, OfAPathIsTheSizeOfTheFile) {
     ASSERT_TRUE(writeFile(this->files, "/f", "abcdef"));
     ASSERT_TRUE(writeFile(this->files, "/empty", ""));
     EXPECT_EQ(6, this->files.size(text("/f")));
@@ -449,7 +449,7 @@ TEST(HandleOfALargeFile, IsReadAtAnyPosition) {
     EXPECT_EQ("tart", read(files, handle, 4));
 }
 
-TEST(HandleOfALargeFile, HasNoSizeOrPositionThatALongCannotHold) {
+TEST(HandleOfALargeFile, ReportsNoSizeOrPositionThatDoesNotFitIntoALong) {
     constexpr std::int64_t size = std::int64_t{3} << 30U;
     constexpr bool fits = size <= LONG_MAX;
     TemporaryDirectory directory;

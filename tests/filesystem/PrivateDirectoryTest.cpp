@@ -20,7 +20,7 @@ using filesystem::makePrivateDirectories;
 using Outcome = DirectoryLock::Outcome;
 
 constexpr auto atOnce = 0ms;
-constexpr auto longEnough = 100s; // for something that is certain to happen
+constexpr auto longEnough = 100s; // a limit that no wait reaches
 
 using PrivateDirectories = OnDisk;
 
@@ -124,7 +124,7 @@ TEST_F(Locking, EndsEvenIfAForkedChildHasTheDirectoryOpen) {
     EXPECT_EQ(child, ::waitpid(child, nullptr, 0));
 }
 
-TEST_F(Locking, IsTakenByAWaiterWhenItIsReleased) {
+TEST_F(Locking, PassesToAWaiterWhenItIsReleased) {
     auto first = std::make_unique<DirectoryLock>();
     ASSERT_EQ(Outcome::taken, first->take(path, atOnce));
     std::thread waiter([&] { EXPECT_EQ(Outcome::taken, lock.take(path, longEnough)); });
@@ -132,7 +132,7 @@ TEST_F(Locking, IsTakenByAWaiterWhenItIsReleased) {
     waiter.join();
 }
 
-TEST_F(Locking, IsOnTheDirectoryThatReplacedTheAwaitedOne) {
+TEST_F(Locking, LocksTheDirectoryThatReplacedTheOneWaitedFor) {
     DirectoryLock old;
     ASSERT_EQ(Outcome::taken, old.take(path, atOnce));
     std::thread waiter([&] { EXPECT_EQ(Outcome::taken, lock.take(path, longEnough)); });

@@ -9,7 +9,7 @@ using ::testing::IsEmpty;
 
 class RAM : public ::testing::Test {
 protected:
-    // A file system's destructor may throw, which a test may not.
+    // The destructor of a file system may throw; the destructor of a test must not.
     ~RAM() noexcept override = default;
 
     /** A handle for reading, two bytes into the file "/a/f" with the content "abcdef". */
@@ -70,7 +70,7 @@ TEST_F(RAMPaths, AreDistinctInLargeNumbers) {
 
 using RAMHandle = RAM;
 
-// Among so many paths some fifty pairs have the same hash, and it is another fifty in every process.
+// Among so many paths, dozens of pairs have the same hash value: different ones in each process, as the hash is seeded.
 TEST_F(RAMPaths, AreDistinctIfTheirHashesCollide) {
     constexpr int many = 400'000;
     ASSERT_TRUE(files.mkdir("/d"));

@@ -92,7 +92,7 @@ TEST_F(RealNames, WithANulByteDoNotExist) {
     EXPECT_THAT(listing(files, "/"), ElementsAre("f"));
 }
 
-TEST_F(RealNames, TooLongForTheSystemDoNotExistAndCannotBeMade) {
+TEST_F(RealNames, TooLongForTheSystemDoNotExistAndCannotBeCreated) {
     for (std::string const& path : {std::string(256, 'x'), "a/" + std::string(5000, 'x'),
                                     std::string(5000, '/') + std::string(300, 'x')}) {
         EXPECT_FALSE(files.exists(text(path)));
@@ -213,7 +213,7 @@ TEST_F(RealUniqueName, IsEmptyBelowALinkToItselfWithoutTryingOtherNames) {
 
 using RealSpecialFiles = OnDisk;
 
-/** Expects `path` to exist, not to be a file, to open in no mode and to remain. */
+/** Expects `path` to exist without being a regular file, to be impossible to open, and to remain. */
 void expectClosed(RealFileSystem& files, std::string const& path) {
     EXPECT_TRUE(files.exists(text(path)));
     EXPECT_FALSE(files.isFile(text(path)));
@@ -416,14 +416,14 @@ TEST_F(RealClose, ReleasesTheDescriptors) {
 
 using RealStamp = OnDisk;
 
-TEST_F(RealStamp, OfAHandleIsThatOfItsPath) {
+TEST_F(RealStamp, OfAHandleEqualsTheStampOfItsPath) {
     putFile(at("f"), "x");
     FileHandle* const handle = openedForReading(files, "f");
     EXPECT_TRUE(files.stamp(handle) == files.stampAt(text("f")));
     EXPECT_NE(0U, files.stampAt(text("f")).number);
 }
 
-TEST_F(RealStamp, OfAFlushedFileStaysWhenItIsMovedIntoPlace) {
+TEST_F(RealStamp, OfAFlushedFileIsKeptWhenItIsMovedIntoPlace) {
     FileHandle* const handle = openedForWriting(files, "f");
     ASSERT_EQ(1, files.write(handle, "x", 1));
     ASSERT_TRUE(files.flush(handle));

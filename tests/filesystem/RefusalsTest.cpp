@@ -9,12 +9,12 @@ using namespace support;
 
 namespace {
 
-/** Every name exists. */
+/** Reports that every name exists. */
 struct Crowded : RAMFileSystem {
     [[nodiscard]] bool exists(QString const& /*path*/) const override { return true; }
 };
 
-/** Seeking fails for the `failing`th time from now on. */
+/** Makes the `failing`th seek from now on fail. */
 struct Unsteady : RAMFileSystem {
     bool seek(FileHandle* handle, long offset, FileSystemOrigin origin) override {
         return --failing != 0 && RAMFileSystem::seek(handle, offset, origin);
@@ -28,7 +28,7 @@ TEST(UniqueFileName, IsEmptyWhenEveryNameIsTaken) {
     EXPECT_TRUE(Crowded().getUniqueFileName("/", "n", "").isEmpty());
 }
 
-TEST(SizeOfAHandle, IsMinusOneWhenThePositionCannotMove) {
+TEST(SizeOfAHandle, IsMinusOneIfSeekingFails) {
     Unsteady files;
     writeFile(files, "/file", "content");
     FileHandle* const handle = openedForReading(files, "/file");

@@ -14,7 +14,7 @@ using namespace std::string_literals;
 
 class RegisterFileOnDisk : public OnDisk {
 protected:
-    // A file system's destructor may throw, which a test may not.
+    // The destructor of a file system may throw; the destructor of a test must not.
     ~RegisterFileOnDisk() noexcept override = default;
 
     /** Reads the file "f". Result: the reason why it is refused; empty if it is accepted. */
@@ -76,11 +76,11 @@ TEST_F(RegisterFileOnDisk, IsRefusedByItsFirstBytesHoweverLargeItIs) {
 
 TEST_F(RegisterFileOnDisk, IsRefusedWhenItIsTooLargeForTheMemory) {
 #ifdef UNDER_A_SANITIZER
-    GTEST_SKIP() << "a sanitizer ends the process";
+    GTEST_SKIP() << "a sanitizer ends the process if an allocation fails";
 #endif
     std::string const start = "\xD9\xD9\xF7\x83\x01\x00\xD8\x18\x5A\x70\0\0\0"s;
     putHugeFile(start);
-    // As on a machine with little memory, even if this one overcommits.
+    // Limits the memory, because a machine that overcommits would grant any amount.
     int const status = inChild([&] {
         rlimit const limit = {1U << 30U, 1U << 30U};
         EXPECT_EQ(0, ::setrlimit(RLIMIT_AS, &limit));

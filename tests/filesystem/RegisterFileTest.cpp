@@ -22,7 +22,7 @@ using ::testing::IsEmpty;
 
 class RegisterFile : public ::testing::Test {
 protected:
-    // A file system's destructor may throw, which a test may not.
+    // The destructor of a file system may throw; the destructor of a test must not.
     ~RegisterFile() noexcept override = default;
 
     /** The register file that is saved from the tree at `path`. */
@@ -57,7 +57,7 @@ protected:
 
     std::string refusal(std::string const& bytes) { return refusal("/user", bytes); }
 
-    /** "/user" with "a" ("x", 1 byte, and the empty "ö"), "b" (empty) and the file "z" (3 bytes). */
+    /** Creates "/user": the directory "a" with "x" (1 byte) and "ö" (empty), the empty "b", the file "z" (3 bytes). */
     void fill() {
         ASSERT_TRUE(files.mkdir(text("/user")));
         ASSERT_TRUE(files.mkdir(text("/user/a")));
@@ -266,7 +266,7 @@ TEST_F(Unserialize, ReplacesTheOldDirectory) {
     EXPECT_EQ(bytes, saved("/user"));
 }
 
-TEST_F(Unserialize, ReplacesAFileByADirectory) {
+TEST_F(Unserialize, ReplacesAFileWithADirectory) {
     fill();
     std::string const bytes = saved("/user/a");
     load("/user/z", bytes);
@@ -347,7 +347,7 @@ TEST_F(Damaged, ByBeingTruncatedIsRefused) {
         EXPECT_THAT(refusal(bytes.substr(0, length)), HasSubstr("damaged: truncated")) << length;
 }
 
-TEST_F(Damaged, ByAFlippedBitUnderACorrectChecksumIsHarmless) {
+TEST_F(Damaged, ByAFlippedBitWithACorrectChecksumIsLoadedOrRefusedCompletely) {
     fill();
     std::string const payload = saved("/user").substr(13);
     for (std::size_t bit = 0; bit < 8 * payload.size(); ++bit) {
@@ -364,7 +364,7 @@ TEST_F(Damaged, ByAFlippedBitUnderACorrectChecksumIsHarmless) {
     }
 }
 
-TEST_F(Damaged, ByNothingIsLoaded) {
+TEST_F(Unserialize, AcceptsAFileThatTheseTestsBuild) {
     load("/user", registerFile("\xA1" + name("f") + content("x")));
     EXPECT_EQ("x", readFile(files, "/user/f"));
 }
@@ -482,7 +482,7 @@ TEST_F(Damaged, ByLengthsLargerThanTheFileIsRefused) {
     EXPECT_THAT(refusal(registerFile("\xA2" + name("f") + '\x40')), HasSubstr("damaged: truncated"));
 }
 
-TEST_F(Damaged, ByLengthsThatAreRightOnlyInTheirLowerHalfIsRefused) {
+TEST_F(Damaged, ByLengthsThatAreCorrectOnlyInTheirLow32BitsIsRefused) {
     for (std::uint64_t const upper : {1ULL << 32, 1ULL << 62}) {
         auto const tooLong = [upper](std::uint64_t length) { return bigEndian(upper + length, 8); };
         std::string const file = registerFile("\xA0");
@@ -555,7 +555,7 @@ TEST_F(DeepRegisterFile, IsReleasedWithoutOverflow) {
 
 class MemoryOfARegisterFile : public RegisterFile {
 protected:
-    /** Reads some bytes in each way, successfully or not, and expects memory use in proportion to their number. */
+    /** Reads `bytes` in each way, successfully or not, and expects memory use in proportion to their number. */
     void expectProportion(std::string const& bytes) {
         ASSERT_TRUE(writeFile(disk, "/load", bytes));
         FileHandle* const handle = openedForReading(disk, "/load");
@@ -588,7 +588,7 @@ TEST_F(MemoryOfARegisterFile, IsCounted) {
     RAMFileSystem fresh;
     MemoryPeak const counting;
     fresh.unserialize(text("/user"), *handle);
-    EXPECT_GE(MemoryPeak::bytes(), 2 * many); // as read, and in the tree
+    EXPECT_GE(MemoryPeak::bytes(), 2 * many); // the bytes of the file, and their copy in the tree
 }
 
 TEST_F(MemoryOfARegisterFile, IsSmallForALargeFileOfAnotherKind) {
@@ -603,7 +603,7 @@ TEST_F(MemoryOfARegisterFile, IsSmallForALargeFileOfAnotherKind) {
         try {
             fresh.unserialize(text("/user"), *handle);
         } catch (utils::Exception const&) {
-            // The first is not a register file, and the last two are refused.
+            // Only the second file is valid.
         }
         EXPECT_LE(MemoryPeak::bytes(), memoryToRead(0));
     }

@@ -82,7 +82,7 @@ TEST_F(Replace, ChangesNothingWhenTheHandleIsWrittenToAfterAFlush) {
     EXPECT_EQ("old", fileBytes(at("f")));
 }
 
-TEST_F(Replace, FlushesOnlyWhatIsOpenForWriting) {
+TEST_F(Replace, FlushesOnlyFilesOpenForWriting) {
     putFile(at("f"), "old");
     FileHandle* handle = nullptr;
     ASSERT_TRUE(files.open(text("f"), &handle, RealFileSystem::MODE_READ));
@@ -298,8 +298,7 @@ TEST_F(ReplacePermissions, OfAGroupAreNotGivenToAnother) {
     for (auto const& [before, after] :
          std::map<unsigned, unsigned>{{0666U, 0606U}, {0676U, 0606U}, {02664U, 0604U}, {06777U, 04707U}}) {
         putFile(at("f"), "old");
-        ASSERT_EQ(
-            0, ::chown(at("f").c_str(), 65534, 1234)); // the user's, but of a group that the user is not in
+        ASSERT_EQ(0, ::chown(at("f").c_str(), 65534, 1234)); // owned by the user, in another group
         ASSERT_EQ(0, ::chmod(at("f").c_str(), before));
         ASSERT_EQ(0, asOrdinaryUser(directory, [this] { EXPECT_TRUE(writeFile(files, "f", "new")); }));
         EXPECT_EQ("new", fileBytes(at("f")));
@@ -313,8 +312,7 @@ TEST_F(ReplacePermissions, OfOthersAreNotGivenToAGroupThatHadFewer) {
     for (auto const& [before, after] :
          std::map<unsigned, unsigned>{{0606U, 0600U}, {0604U, 0600U}, {02646U, 0604U}, {0657U, 0605U}}) {
         putFile(at("f"), "old");
-        ASSERT_EQ(
-            0, ::chown(at("f").c_str(), 65534, 1234)); // the user's, but of a group that the user is not in
+        ASSERT_EQ(0, ::chown(at("f").c_str(), 65534, 1234)); // owned by the user, in another group
         ASSERT_EQ(0, ::chmod(at("f").c_str(), before));
         ASSERT_EQ(0, asOrdinaryUser(directory, [this] { EXPECT_TRUE(writeFile(files, "f", "new")); }));
         EXPECT_EQ("new", fileBytes(at("f")));
@@ -337,7 +335,7 @@ TEST_F(ReplacePermissions, ToRunAsTheOwnerAreNotGivenToAnotherOwner) {
     if (::geteuid() != 0)
         GTEST_SKIP() << "only root can give a file to another owner";
     putFile(at("f"), "old");
-    ASSERT_EQ(0, ::chown(at("f").c_str(), 4321, 65534)); // another owner's, of the user's group
+    ASSERT_EQ(0, ::chown(at("f").c_str(), 4321, 65534)); // owned by another user, in the user's group
     ASSERT_EQ(0, ::chmod(at("f").c_str(), 06777));
     ASSERT_EQ(0, asOrdinaryUser(directory, [this] { EXPECT_TRUE(writeFile(files, "f", "new")); }));
     EXPECT_EQ("new", fileBytes(at("f")));
@@ -427,7 +425,7 @@ TEST_F(StaleTemporary, OfAKilledProcessIsRemoved) {
     EXPECT_THAT(listing(files, "/"), ElementsAre("f"));
 }
 
-TEST_F(StaleTemporary, IsNotAFileThatAnOpenHandleWrites) {
+TEST_F(StaleTemporary, IsNotAFileOpenForWriting) {
     FileHandle* const first = openedForWriting(files, "f");
     auto const before = listing(files, "/");
     ASSERT_THAT(before, SizeIs(1));
@@ -467,7 +465,7 @@ TEST_F(StaleTemporary, IsNotAFileWithASimilarName) {
         EXPECT_EQ("kept", fileBytes(at(name))) << name;
 }
 
-TEST_F(StaleTemporary, IsARegularFile) {
+TEST_F(StaleTemporary, IsNotADirectoryLinkOrPipe) {
     std::string const directoryName = temporaryName("f", "00000001");
     std::string const link = temporaryName("f", "00000002");
     std::string const pipe = temporaryName("f", "00000003");
@@ -483,7 +481,7 @@ TEST_F(StaleTemporary, IsARegularFile) {
 
 using LongName = OnDisk;
 
-TEST_F(LongName, OfTheSystemsLimitIsReplaced) {
+TEST_F(LongName, OfTheMaximumLengthIsReplaced) {
     std::string const name(NAME_MAX, 'n');
     ASSERT_TRUE(writeFile(files, name, "old"));
     ASSERT_TRUE(writeFile(files, name, "new"));
@@ -491,7 +489,7 @@ TEST_F(LongName, OfTheSystemsLimitIsReplaced) {
     EXPECT_THAT(listing(files, "/"), ElementsAre(name));
 }
 
-TEST_F(LongName, DoesNotShareItsTemporaryFilesWithANameThatIsTruncatedAlike) {
+TEST_F(LongName, DoesNotShareTemporaryFilesWithANameOfTheSamePrefix) {
     std::string const one(NAME_MAX, 'n');
     std::string const other = std::string(NAME_MAX - 1, 'n') + 'm';
     ASSERT_EQ(crashed, inChild([&] {

@@ -23,17 +23,17 @@
 #include "support/TemporaryName.h"
 #include "utils/Exception.h"
 
-// Operations of which a system call fails. The program intercepts the system calls that the library makes: it counts
-// them, and fails the one that a test chooses.
+// Operations during which a system call fails. The program intercepts the system calls of the library, counts them, and
+// makes the chosen ones fail.
 
 namespace {
 
-/** The call that must fail: the `left`th from now on, of the calls named `name` or of all. */
+/** The call that must fail: the `left`th from now on; counts only calls named `name`, if it is not empty. */
 struct Fault {
     int left = 0;
     int error = 0;
     std::string name;
-    bool always = false;       ///< every later one fails, too
+    bool always = false;       ///< all later calls fail, too
     char const* hit = nullptr; ///< the call that has failed
 };
 
@@ -49,7 +49,7 @@ bool fails(char const* name) noexcept {
     return true;
 }
 
-/** What the C library has for a function. On machines of 32 bits one that knows large files has a name of its own. */
+/** The C library's definition of a function. On 32-bit machines, its variant for large files has a separate name. */
 template <class Function>
 Function* original(std::string const& name) {
     void* const large = sizeof(long) == 8 ? nullptr : ::dlsym(RTLD_NEXT, (name + "64").c_str());
@@ -58,7 +58,7 @@ Function* original(std::string const& name) {
 
 } // namespace
 
-// Fails the call or passes it on to the system.
+// Makes the call fail, or passes it on to the system.
 #define VELMORAND_PASS_ON(failed, name, ...)                                                                 \
     static auto* const system = original<decltype(name)>(#name);                                             \
     return fails(#name) ? (failed) : system(__VA_ARGS__)
@@ -135,7 +135,7 @@ dirent* readdir(DIR* stream) {
     VELMORAND_PASS_ON(nullptr, readdir, stream);
 }
 
-/** Closes the file even if the call is to fail, as the system does. */
+/** Closes the file even if the call must fail, as Linux does. */
 int close(int file) {
     static auto* const system = original<decltype(close)>("close");
     int const result = system(file);
@@ -178,14 +178,14 @@ using namespace support;
 constexpr int errors[] = {EIO,    ENOSPC, EDQUOT, EROFS,  EACCES,     EPERM,
                           ENOENT, EEXIST, EINVAL, EMFILE, EWOULDBLOCK};
 
-/** Describes an error in a failure's trace. */
+/** Describes the injected error in the trace of a failed expectation. */
 std::string told(int error, int call) {
     return std::string(std::strerror(error)) + " at call " + std::to_string(call);
 }
 
 class SystemCalls : public OnDisk {
 protected:
-    /** Runs `operation` with a fault. Result: false if it did not make the call. */
+    /** Runs `operation` with a fault. Result: whether it made the call that must fail. */
     template <class Operation>
     bool withFault(Fault planned, Operation operation) {
         fault = &planned;
@@ -196,7 +196,7 @@ protected:
         return planned.hit != nullptr;
     }
 
-    /** Runs `prepare`, `operation` and `check` repeatedly, with each call of `operation` failing in each way. */
+    /** Runs `prepare`, `operation` and `check` for each call that `operation` makes and each error of that call. */
     template <class Prepare, class Operation, class Check>
     void failEveryCall(Prepare prepare, Operation operation, Check check) {
         for (int const planned : errors) {
@@ -257,14 +257,14 @@ TEST_F(SystemCalls, ThatFailLeaveAReplacedFileOldOrNew) {
             putFile(at("file"), "old");
             std::filesystem::permissions(at("file"), std::filesystem::perms(0640));
             putFile(at(temporaryName("file")), "left by a killed process");
-            // Of another owner, because the owner is kept as well.
+            // Owned by another user if possible, because the owner must be kept as well.
             ASSERT_TRUE(::geteuid() != 0 || ::chown(at("file").c_str(), 65534, 65534) == 0);
         },
         [&] { replaced = writeFile(files, "file", "new"); },
         [&] {
             std::string const content = fileBytes(at("file"));
             EXPECT_TRUE(content == "new" || (content == "old" && !replaced)) << content;
-            // Unless the system reported that the old file is missing, or could not report its access control list.
+            // The mode is kept, unless the old file was reported missing or its access control list was unavailable.
             EXPECT_TRUE(
                 permissions(at("file")) == 0640U || (failed == "fstatat" && error == ENOENT) ||
                 (permissions(at("file")) == 0600U && (failed == "fgetxattr" || failed == "fremovexattr")));
@@ -369,7 +369,7 @@ TEST_F(SystemCalls, ThatFailCreateNoDirectory) {
                   [&] { EXPECT_EQ(made, std::filesystem::exists(at("sub"))); });
 }
 
-TEST_F(SystemCalls, ThatFailLoadNoModuleThisTime) {
+TEST_F(SystemCalls, ThatFailDoNotPreventLoadingTheModuleAgain) {
     RAMFileSystem memory;
     ASSERT_TRUE(writeFile(memory, "/module", fileBytes(VELMORAND_TEST_MODULE_1)));
     // While this one is loaded, the next needs a descriptor with another number.
@@ -404,9 +404,8 @@ TEST_F(SystemCalls, ThatAreInterruptedAreRepeated) {
         }
 }
 
-TEST_F(SystemCalls, ThatReportAnExistingTemporaryNameAreRepeatedWithAnother) {
+TEST_F(SystemCalls, ThatFindTheTemporaryFileLockedAreRepeatedWithAnotherName) {
     putFile(at("file"), "old");
-    // Not the first "openat", which opens the directory.
     EXPECT_TRUE(
         withFault({1, EWOULDBLOCK, "flock", false}, [&] { EXPECT_TRUE(writeFile(files, "file", "new")); }));
     EXPECT_EQ("new", fileBytes(at("file")));
@@ -425,7 +424,7 @@ TEST_F(SystemCalls, ThatNeverSucceedAreNotRepeatedForever) {
     }
 }
 
-TEST_F(SystemCalls, ForLocksThatTheFileSystemLacksAreNotNeeded) {
+TEST_F(SystemCalls, ThatReportMissingLockSupportAreIgnored) {
     putFile(at("file"), "old");
     EXPECT_TRUE(withFault({1, ENOLCK, "flock", true}, [&] { EXPECT_TRUE(writeFile(files, "file", "new")); }));
     EXPECT_EQ("new", fileBytes(at("file")));
@@ -482,7 +481,7 @@ TEST_F(SystemCalls, ThatCannotRemoveAnInheritedAccessListGrantLess) {
         setAttribute(directory.string(), defaultListName, AccessList(6, 6, 6, 6).withUser(1234, 6).bytes()));
     EXPECT_TRUE(
         withFault({1, EPERM, "fremovexattr", false}, [&] { EXPECT_TRUE(writeFile(files, "file", "new")); }));
-    EXPECT_EQ(0600U, permissions(at("file"))); // the group's bits limit what the list grants
+    EXPECT_EQ(0600U, permissions(at("file"))); // the group bits are the list's mask
 }
 
 TEST_F(SystemCalls, ThatCannotListAttributesKeepTheAccessList) {

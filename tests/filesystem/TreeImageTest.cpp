@@ -115,7 +115,7 @@ TEST(TreeImage, CannotReplaceAPathThatCannotBeADirectory) {
     EXPECT_TRUE(files.getFileList("/").empty());
 }
 
-TEST(TreeImage, OfTheSameTreeHasTheSameBytesAsAFileSystemWrites) {
+TEST(TreeImage, HasTheBytesThatAFileSystemWritesForTheSameTree) {
     RAMFileSystem memory;
     memory.mkdir(QStringLiteral("/user"));
     for (char const* const name : {"b", "a", "c"}) {
@@ -146,25 +146,25 @@ TEST(TreeImageDifferences, DistinguishAFileFromADirectory) {
                 ElementsAre("+ a=file", "- a/x", "- a/y", "+ c/", "+ c/x=1"));
 }
 
-TEST(TreeImageDifferences, AtOnePathToNothing) {
+TEST(TreeImageDifferences, ToNothingAtAPathAreRemovals) {
     EXPECT_THAT(lines(sample.differencesToNothing("a")), ElementsAre("- a", "- a/x", "- a/y"));
     EXPECT_THAT(lines(sample.differencesToNothing("missing/x")), IsEmpty());
 }
 
-TEST(TreeImageDifferences, AtOnePathToAFile) {
+TEST(TreeImageDifferences, ToAFileAtAPathReplaceTheEntry) {
     EXPECT_THAT(lines(sample.differencesToFile("c", "3")), IsEmpty());
     EXPECT_THAT(lines(sample.differencesToFile("c", "4")), ElementsAre("+ c=4"));
     EXPECT_THAT(lines(sample.differencesToFile("a", "4")), ElementsAre("+ a=4", "- a/x", "- a/y"));
     EXPECT_THAT(lines(sample.differencesToFile("a/x/z", "4")), ElementsAre("+ a/x/z=4"));
 }
 
-TEST(TreeImageDifferences, AtOnePathToADirectory) {
+TEST(TreeImageDifferences, ToADirectoryAtAPathAreTheDifferencesOfItsEntries) {
     TreeImage const below = tree({file("x", "1"), file("z", "5")});
     EXPECT_THAT(lines(sample.differencesToDirectory("a", below)), ElementsAre("- a/y", "+ a/z=5"));
     EXPECT_THAT(lines(sample.differencesToDirectory("c", below)), ElementsAre("+ c/", "+ c/x=1", "+ c/z=5"));
 }
 
-TEST(TreeImageWithChanges, IsUnchangedWithoutAny) {
+TEST(TreeImageWithChanges, IsUnchangedIfThereAreNone) {
     EXPECT_EQ(sample.bytes(), sample.with({}).bytes());
 }
 
@@ -185,12 +185,12 @@ TEST(TreeImageWithChanges, CreatesTheDirectoriesAroundAFile) {
     EXPECT_THAT(content(TreeImage().with({file("p/q/r", "1")})), ElementsAre("+ p/", "+ p/q/", "+ p/q/r=1"));
 }
 
-TEST(TreeImageWithChanges, ReplacesADirectoryByAFile) {
+TEST(TreeImageWithChanges, ReplacesADirectoryWithAFile) {
     EXPECT_THAT(content(sample.with({file("a", "file")})),
                 ElementsAre("+ a=file", "+ b/", "+ b/empty/", "+ c=3"));
 }
 
-TEST(TreeImageWithChanges, ReplacesAFileByADirectory) {
+TEST(TreeImageWithChanges, ReplacesAFileWithADirectory) {
     EXPECT_THAT(content(tree({file("c", "3")}).with({directory("c")})), ElementsAre("+ c/"));
     EXPECT_THAT(content(tree({file("c", "3")}).with({file("c/x", "1")})), ElementsAre("+ c/", "+ c/x=1"));
 }
@@ -201,7 +201,7 @@ TEST(TreeImageWithChanges, AppliesTheOuterOfTwoContradictoryChanges) {
 
 namespace {
 
-/** A random tree of few names, so that such trees have much in common. */
+/** Generates random trees from a few names, so that they have much in common. */
 class RandomTree {
 public:
     explicit RandomTree(unsigned seed) : _random(seed) {}
@@ -239,7 +239,7 @@ private:
 
 } // namespace
 
-TEST(TreeImageWithChanges, OfTheDifferencesToAnotherTreeIsThatTree) {
+TEST(TreeImageWithChanges, FromTheDifferencesToAnotherTreeEqualsThatTree) {
     RandomTree random(1);
     for (int round = 0; round < 300; ++round) {
         TreeImage const from = random.make();
@@ -311,7 +311,7 @@ std::string largePayload() {
 
 } // namespace
 
-TEST(TreeImage, RefusesLengthsThatAreRightOnlyInTheirLowerHalf) {
+TEST(TreeImage, RefusesLengthsThatAreCorrectOnlyInTheirLow32Bits) {
     for (std::uint64_t const upper : {1ULL << 32, 1ULL << 62}) {
         auto const tooLong = [upper](std::uint64_t length) { return support::bigEndian(upper + length, 8); };
         std::string const file = support::registerFile("\xA0");

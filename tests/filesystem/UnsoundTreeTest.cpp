@@ -6,8 +6,8 @@
 #include "DiskSupport.h"
 #include "Tree.h"
 
-// Saving a tree that is inconsistent, as threads that change it at the same time can make it. The tests damage the tree
-// directly.
+// Saving an inconsistent tree, which can result from changes by several threads without a lock. The tests damage the
+// tree directly.
 
 namespace filesystem {
 
@@ -27,10 +27,10 @@ using Children = std::vector<NodeId>;
 
 class UnsoundTree : public OnDisk {
 protected:
-    // A file system's destructor may throw, which a test may not.
+    // The destructor of a file system may throw; the destructor of a test must not.
     ~UnsoundTree() noexcept override = default;
 
-    /** "/d" with the files "a", "b" and "c" and the empty directory "e", in this order. */
+    /** Creates "/d" with the files "a", "b" and "c" and the empty directory "e", in this order. */
     void fill(RAMFileSystem& memory) {
         ASSERT_TRUE(memory.mkdir("/d"));
         for (char const* const path : {"/d/a", "/d/b", "/d/c"})
@@ -67,7 +67,7 @@ protected:
     static void rename(Tree& tree, NodeId node, char name) { *tree[node].text() = name; }
 };
 
-TEST_F(UnsoundTree, WithNothingBrokenIsSaved) {
+TEST_F(UnsoundTree, WithoutDamageIsSaved) {
     EXPECT_TRUE(isSaved([](Tree&, Children&) {}));
     RAMFileSystem memory;
     memory.unserialize(*openedForReading(files, "f"));
@@ -98,7 +98,7 @@ TEST_F(UnsoundTree, WithAReleasedNodeIsNotSaved) {
 
 using NullBuffer = OnDisk;
 
-TEST_F(NullBuffer, IsAWriteThatFails) {
+TEST_F(NullBuffer, MakesTheSaveFail) {
     putFile(at("f"), "old");
     FileHandle* const handle = openedForWriting(files, "f");
     ASSERT_TRUE(write(files, handle, "new"));
@@ -108,7 +108,7 @@ TEST_F(NullBuffer, IsAWriteThatFails) {
     EXPECT_EQ("old", fileBytes(at("f")));
 }
 
-TEST_F(NullBuffer, OfNoBytesIsNotAWrite) {
+TEST_F(NullBuffer, IsIgnoredIfItIsEmpty) {
     FileHandle* const handle = openedForWriting(files, "f");
     EXPECT_EQ(0, files.write(handle, nullptr, 0));
     EXPECT_TRUE(files.close(handle));

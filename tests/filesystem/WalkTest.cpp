@@ -16,7 +16,7 @@ using ::testing::IsEmpty;
 class WalkOf : public ::testing::Test {
 protected:
     WalkOf() { EXPECT_TRUE(files.mkdir(text("/top"))); }
-    // A file system's destructor may throw, which a test may not.
+    // The destructor of a file system may throw; the destructor of a test must not.
     ~WalkOf() noexcept override = default;
 
     void directory(std::string const& path) {
@@ -54,7 +54,7 @@ TEST_F(WalkOf, DirectoriesVisitsThemBeforeTheirContents) {
     EXPECT_THAT(visited(), ElementsAre("a/", "a/b/", "a/b/x", "a/y", "c/"));
 }
 
-TEST_F(WalkOf, NamesFollowsTheBytesOfWholePaths) {
+TEST_F(WalkOf, NamesIsInTheByteOrderOfWholePaths) {
     file("a/x");
     file("a-b");
     file("a0");
@@ -65,7 +65,7 @@ TEST_F(WalkOf, NamesFollowsTheBytesOfWholePaths) {
     EXPECT_THAT(visited(), ElementsAre("a-/", "a-/y", "a-b", "a/", "a/x", "a0", "b", "\xC3\xA9"));
 }
 
-TEST_F(WalkOf, RandomNamesFollowsTheBytesOfWholePaths) {
+TEST_F(WalkOf, RandomNamesIsInTheByteOrderOfWholePaths) {
     std::mt19937 random(1);
     auto const below = [&random](unsigned limit) { return static_cast<unsigned>(random() % limit); };
     std::vector<std::string> names;
@@ -120,7 +120,7 @@ TEST_F(WalkOf, EntriesGivesTheirKindsAndContents) {
     EXPECT_FALSE(walk.next());
 }
 
-TEST_F(WalkOf, PathsKeepsTheBytesBeforeTheName) {
+TEST_F(WalkOf, NestedEntriesKeepsThePathBeforeTheName) {
     file("a/b/c");
     file("a/b/d/e");
     file("f");
@@ -177,7 +177,7 @@ TEST_F(WalkOf, AnotherFileSystemContinuesAfterAMove) {
 }
 
 // If the cost of a step depended on the depth, this would take minutes.
-TEST_F(WalkOf, AMillionLevelsTakesNoTimePerLevel) {
+TEST_F(WalkOf, AMillionLevelsTakesConstantTimePerStep) {
     constexpr std::size_t levels = 1'000'000;
     std::string name;
     for (std::size_t level = 0; level < levels; ++level)

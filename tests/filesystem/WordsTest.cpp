@@ -33,12 +33,12 @@ TEST(LoadPartialWord, TreatsTheFirstByteAsTheLowest) {
     }
 }
 
-TEST(SameBytes, AreThoseOfACopy) {
+TEST(SameBytes, IsTrueForACopy) {
     for (std::size_t size = 0; size <= longest; ++size)
         EXPECT_TRUE(filesystem::sameBytes(block(size).data(), block(size).data(), size)) << size;
 }
 
-TEST(SameBytes, AreNotThoseThatDifferInOne) {
+TEST(SameBytes, IsFalseIfOneByteDiffers) {
     for (std::size_t size = 1; size <= longest; ++size) {
         for (std::size_t i = 0; i < size; ++i) {
             std::vector<char> other = block(size);
@@ -48,7 +48,7 @@ TEST(SameBytes, AreNotThoseThatDifferInOne) {
     }
 }
 
-TEST(Precedes, IsTheOrderOfTheBytes) {
+TEST(Precedes, ComparesBytewise) {
     using namespace std::string_view_literals;
     std::vector<std::string_view> const ascending{""sv,           "\0"sv,        "\0\0"sv,      "a"sv,
                                                   "a\0"sv,        "a\0b"sv,      "aaaaaaa"sv,   "aaaaaaaa"sv,
@@ -60,7 +60,7 @@ TEST(Precedes, IsTheOrderOfTheBytes) {
                 << left << ' ' << right;
 }
 
-TEST(CopyBytes, CopiesOnlyThem) {
+TEST(CopyBytes, WritesNothingOutsideTheCopy) {
     for (std::size_t size = 0; size <= longest; ++size) {
         std::vector<char> copy(size + 2, '-');
         filesystem::copyBytes(copy.data() + 1, block(size).data(), size);
