@@ -12,7 +12,7 @@ namespace notification {
 
 using Journal = std::vector<std::string>;
 
-/** Records the names it is notified of, also in a journal shared with other listeners, and then runs an action. */
+/** Records the names it is notified of, in `told` and in a journal shared with other listeners; then runs an action. */
 class Listener : public utils::properties::_Register::Callback {
 public:
     Listener() = default;

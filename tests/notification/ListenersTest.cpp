@@ -70,7 +70,7 @@ TYPED_TEST(AddCallback, KeepsTheOrderAcrossRemovals) {
     this->settings.removeCallback(&third);
 }
 
-TYPED_TEST(AddCallback, WorksUnderAHeldLock) {
+TYPED_TEST(AddCallback, WorksWithTheLockHeld) {
     boost::unique_lock<boost::recursive_mutex> const lock(*_Register::_mutex);
     this->settings.addCallback("x", &this->first);
     EXPECT_THAT(this->change("x"), ElementsAre("first: x"));
@@ -80,7 +80,7 @@ template <class Form>
 class RemoveCallback : public Listeners<Form> {};
 TYPED_TEST_SUITE(RemoveCallback, forms::Both, forms::Names);
 
-TYPED_TEST(RemoveCallback, OfAKeyRemovesEveryEntryOfTheListenerThere) {
+TYPED_TEST(RemoveCallback, OfAKeyRemovesEveryEntryOfTheListenerUnderThatKey) {
     this->settings.addCallback("x", &this->first);
     this->settings.addCallback("x", &this->second);
     this->settings.addCallback("x", &this->first);

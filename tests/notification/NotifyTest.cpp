@@ -64,7 +64,7 @@ TYPED_TEST(Notify, NotifiesAGroupOfEveryChangeInIt) {
     EXPECT_THAT(this->change("g/h/k/p"), ElementsAre("g/h: g/h/k/p"));
 }
 
-TYPED_TEST(Notify, FindsTheGroupsOfANameOfManyLevels) {
+TYPED_TEST(Notify, NotifiesTheGroupsOfANameOfManyLevels) {
     for (std::string const start : {"", "/", "//"}) {
         std::string name = start;
         for (int level = 0; level < 1'000; ++level)
@@ -73,7 +73,7 @@ TYPED_TEST(Notify, FindsTheGroupsOfANameOfManyLevels) {
         std::vector<std::string> expected;
         for (std::size_t slash = name.size(), level = 0; slash != 0 && slash != std::string::npos; ++level) {
             std::string const group = name.substr(0, slash);
-            // Some of the groups; for every other one also keys that sort next to it but are not groups of the name.
+            // Listens to some of the groups, and to keys that sort next to half of them but are not groups of the name.
             if (level % 97 == 0 || slash < 4) {
                 this->listenUnder({group});
                 if (level % 2 == 0)
@@ -108,7 +108,7 @@ TYPED_TEST(Notify, DoesNotTreatAPrefixAsAGroup) {
     EXPECT_THAT(this->change("h"), IsEmpty());
 }
 
-TYPED_TEST(Notify, DoesNotNotifyAPropertyOfItsGroup) {
+TYPED_TEST(Notify, DoesNotNotifyAPropertyOfOtherChangesInItsGroup) {
     this->listenUnder({"g/h/p"});
     EXPECT_THAT(this->change("g/h"), IsEmpty());
     EXPECT_THAT(this->change("g/h/q"), IsEmpty());
@@ -121,19 +121,19 @@ TYPED_TEST(Notify, ComparesKeysByTheirBytes) {
     EXPECT_THAT(this->change("\xC5\xBE/\xE2\x98\x83"), ElementsAre("\xC5\xBE: \xC5\xBE/\xE2\x98\x83"));
 }
 
-TYPED_TEST(Notify, ReachesAKeyWithATrailingSlashByThatVeryNameOnly) {
+TYPED_TEST(Notify, MatchesAKeyWithATrailingSlashOnlyByExactlyThatName) {
     this->listenUnder({"g/h/", "g/h"});
     EXPECT_THAT(this->change("g/h/p"), ElementsAre("g/h: g/h/p"));
     EXPECT_THAT(this->change("g/h"), ElementsAre("g/h: g/h"));
     EXPECT_THAT(this->change("g/h/"), ElementsAre("g/h/: g/h/", "g/h: g/h/"));
 }
 
-TYPED_TEST(Notify, CutsDoubledSlashesOneByOne) {
+TYPED_TEST(Notify, NotifiesThePrefixBeforeEachOfTwoSlashes) {
     this->listenUnder({"a", "a/", "a//", "a//b"});
     EXPECT_THAT(this->change("a//b"), ElementsAre("a//b: a//b", "a/: a//b", "a: a//b"));
 }
 
-TYPED_TEST(Notify, EndsANameThatBeginsWithASlashAtTheSlash) {
+TYPED_TEST(Notify, NotifiesTheSlashLastForANameThatBeginsWithIt) {
     this->listenUnder({"/", "/g", "/g/h", ""});
     EXPECT_THAT(this->change("/g/h"), ElementsAre("/g/h: /g/h", "/g: /g/h", "/: /g/h"));
 }
@@ -151,7 +151,7 @@ TYPED_TEST(Notify, AnnouncesTheSlashItselfOnce) {
     EXPECT_THAT(this->change("/"), ElementsAre("/: /"));
 }
 
-TYPED_TEST(Notify, EndsANameOfOneCharacterWithItself) {
+TYPED_TEST(Notify, NotifiesOnlyThePropertyForANameOfOneCharacter) {
     this->listenUnder({"g", "/", ""});
     EXPECT_THAT(this->change("g"), ElementsAre("g: g"));
 }
@@ -162,7 +162,7 @@ TYPED_TEST(Notify, CallsNoListenerForTheEmptyName) {
     EXPECT_THAT(pending(this->settings), IsEmpty());
 }
 
-TYPED_TEST(Notify, EmptiesThePendingNamesWithoutAnyListener) {
+TYPED_TEST(Notify, ClearsThePendingNamesEvenWithoutListeners) {
     pending(this->settings) = {"a", "b/c"};
     this->settings.notify(nullptr);
     EXPECT_THAT(pending(this->settings), IsEmpty());
@@ -241,7 +241,7 @@ TYPED_TEST(Notify, CallsAListenerWithANullOwnerUnlessTheSenderIsNull) {
     this->settings.removeCallback(&listener);
 }
 
-TYPED_TEST(Notify, AsksForTheOwnerBeforeEachCall) {
+TYPED_TEST(Notify, QueriesTheOwnerBeforeEachCall) {
     Listener listener(this->journal, "told");
     listener.whenAsked = [this] { this->journal.push_back("asked"); };
     this->settings.addCallback("a/x", &listener);
@@ -267,7 +267,7 @@ TYPED_TEST(Notify, IsNotCausedByCreatingAndRemovingProperties) {
     EXPECT_THAT(pending(this->settings), IsEmpty());
 }
 
-TYPED_TEST(Notify, HoldsTheLockWhileListenersAreAskedAndCalled) {
+TYPED_TEST(Notify, HoldsTheLockWhileOwnersAreQueriedAndListenersCalled) {
     Listener listener;
     bool freeWhenAsked = true;
     bool freeWhenTold = true;
@@ -281,7 +281,7 @@ TYPED_TEST(Notify, HoldsTheLockWhileListenersAreAskedAndCalled) {
     EXPECT_TRUE(support::lockIsFree());
 }
 
-TYPED_TEST(Notify, HandsOutANameThatOutlivesANestedAnnouncement) {
+TYPED_TEST(Notify, PassesANameThatOutlivesANestedAnnouncement) {
     std::string const name(100, 'n');
     Listener listener;
     listener.whenTold = [this](std::string const& /*name*/) { this->settings.notify(nullptr); };
@@ -351,7 +351,7 @@ TYPED_TEST(MarkAsChanged, AnnouncesEverythingThatIsPending) {
     EXPECT_THAT(pending(this->settings), IsEmpty());
 }
 
-TYPED_TEST(MarkAsChanged, AnnouncesANameThatIsPendingAlreadyOnce) {
+TYPED_TEST(MarkAsChanged, AnnouncesAnAlreadyPendingNameOnce) {
     Listener listener;
     this->settings.addCallback("a/x", &listener);
     pending(this->settings) = {"a/x"};
@@ -360,7 +360,7 @@ TYPED_TEST(MarkAsChanged, AnnouncesANameThatIsPendingAlreadyOnce) {
     EXPECT_THAT(listener.told, ElementsAre("a/x"));
 }
 
-TYPED_TEST(MarkAsChanged, PassesItsSenderOn) {
+TYPED_TEST(MarkAsChanged, SkipsTheListenersOfItsSender) {
     Listener listener;
     this->settings.addCallback("x", &listener);
     this->settings.markAsChanged(listener.identity, "x");
@@ -368,7 +368,7 @@ TYPED_TEST(MarkAsChanged, PassesItsSenderOn) {
     EXPECT_THAT(listener.told, IsEmpty());
 }
 
-TYPED_TEST(MarkAsChanged, NeedsNoPropertyOfThatName) {
+TYPED_TEST(MarkAsChanged, DoesNotRequireAPropertyOfThatName) {
     Listener listener;
     this->settings.addCallback("nowhere", &listener);
     this->settings.markAsChanged(nullptr, "nowhere/x");
@@ -422,7 +422,7 @@ TYPED_TEST(ThrowingListener, LeavesEveryNamePendingForTheNextAnnouncement) {
     this->expectWholeAnnouncement();
 }
 
-TYPED_TEST(ThrowingListener, DoesTheSameWhenItsOwnerThrows) {
+TYPED_TEST(ThrowingListener, LeavesEveryNamePendingEvenIfQueryingItsOwnerThrows) {
     this->throwing.whenAsked = [] { throw std::runtime_error("not now"); };
     this->expectThrow();
     EXPECT_THAT(this->journal, ElementsAre("before: b"));
@@ -446,7 +446,7 @@ TYPED_TEST(ThrowingListener, MayThrowAnything) {
     this->expectWholeAnnouncement();
 }
 
-TYPED_TEST(ThrowingListener, IsNotAskedAgainAfterItIsRemoved) {
+TYPED_TEST(ThrowingListener, IsNotCalledAfterItIsRemoved) {
     this->throwing.whenTold = [](std::string const& /*name*/) { throw std::runtime_error("not now"); };
     this->expectThrow();
     this->settings.removeCallback(&this->throwing);

@@ -90,12 +90,12 @@ TYPED_TEST(Reentrancy, AListenerOfAGroupThatIsRemovedBeforeItsTurnIsNotCalled) {
     EXPECT_THAT(this->change(), ElementsAre("first: a/x", "second: a/x", "third: a/x"));
 }
 
-TYPED_TEST(Reentrancy, RemovingOneThatWasCalledDoesNotAffectTheRest) {
+TYPED_TEST(Reentrancy, RemovingAListenerThatHasBeenCalledDoesNotAffectTheRest) {
     this->once(this->second, [this] { this->settings.removeCallback(&this->first); });
     EXPECT_THAT(this->change(), ElementsAre("first: a/x", "second: a/x", "third: a/x", "group: a/x"));
 }
 
-TYPED_TEST(Reentrancy, AListenerMayRemoveAll) {
+TYPED_TEST(Reentrancy, AListenerMayRemoveAllListeners) {
     this->once(this->first, [this] {
         for (Listener* listener : {&this->first, &this->second, &this->third, &this->group})
             this->settings.removeCallback(listener);
@@ -111,7 +111,7 @@ TYPED_TEST(Reentrancy, AllEntriesOfARemovedListenerAreSkipped) {
     EXPECT_THAT(this->change(), ElementsAre("first: a/x", "third: a/x", "group: a/x"));
 }
 
-TYPED_TEST(Reentrancy, AListenerThatIsRemovedWhileItIsAskedIsNotCalled) {
+TYPED_TEST(Reentrancy, AListenerThatIsRemovedWhileItsOwnerIsQueriedIsNotCalled) {
     this->second.whenAsked = [this] { this->settings.removeCallback(&this->second); };
     EXPECT_THAT(this->change(), ElementsAre("first: a/x", "third: a/x", "group: a/x"));
 }
@@ -149,7 +149,7 @@ TYPED_TEST(Reentrancy, AnEntryAddedUnderAnEnclosingGroupIsCalledInItsTurn) {
     this->settings.removeCallback(&late);
 }
 
-TYPED_TEST(Reentrancy, AListenerMayDeleteOneThatItRemoved) {
+TYPED_TEST(Reentrancy, AListenerMayDeleteAnotherThatItRemoved) {
     auto victim = std::make_unique<Listener>(this->journal, "victim");
     this->settings.addCallback("a/x", victim.get());
     this->settings.addCallback("a", victim.get());
@@ -160,7 +160,7 @@ TYPED_TEST(Reentrancy, AListenerMayDeleteOneThatItRemoved) {
     EXPECT_THAT(this->change(), ElementsAre("first: a/x", "second: a/x", "third: a/x", "group: a/x"));
 }
 
-TYPED_TEST(Reentrancy, AListenerMayDeleteOneThatWasCalledBefore) {
+TYPED_TEST(Reentrancy, AListenerMayDeleteAnotherThatHasBeenCalled) {
     auto victim = std::make_unique<Listener>(this->journal, "victim");
     this->settings.addCallback("a/x", victim.get());
     this->once(this->group, [this, &victim] {
@@ -235,7 +235,7 @@ TYPED_TEST(Reentrancy, AChangeOfThePropertyItselfIsAnnouncedAgain) {
     EXPECT_THAT(pending(this->settings), IsEmpty());
 }
 
-TYPED_TEST(Reentrancy, AChangeOfThePropertyItselfBySenderIsNotAnnouncedToIt) {
+TYPED_TEST(Reentrancy, AChangeWithTheListenersOwnSenderIsNotAnnouncedToIt) {
     this->first.whenTold = [this](std::string const& /*name*/) {
         this->settings._writeInteger(this->first.identity, "a/x", 7, SCOPE_USER);
     };
@@ -262,7 +262,7 @@ TYPED_TEST(Reentrancy, MarkingTheSameNameAnnouncesItAgain) {
     EXPECT_THAT(pending(this->settings), IsEmpty());
 }
 
-TYPED_TEST(Reentrancy, AnnouncingFromAListenerDoesNotRepeatWhatIsBeingAnnounced) {
+TYPED_TEST(Reentrancy, AnnouncingFromAListenerDoesNotRepeatTheCurrentAnnouncement) {
     for (Listener* listener : {&this->first, &this->second, &this->group})
         listener->whenTold = [this](std::string const& /*name*/) { this->settings.notify(nullptr); };
     EXPECT_THAT(this->change(), ElementsAre("first: a/x", "second: a/x", "third: a/x", "group: a/x"));
@@ -279,7 +279,7 @@ TYPED_TEST(Reentrancy, AnnouncingFromAListenerLosesNoPendingName) {
     this->settings.removeCallback(&other);
 }
 
-TYPED_TEST(Reentrancy, AThrowFromANestedChangeLeavesAllNamesPending) {
+TYPED_TEST(Reentrancy, AnExceptionFromANestedChangeLeavesAllNamesPending) {
     Listener other(this->journal, "other");
     this->settings.addCallback("b", &other);
     other.whenTold = [](std::string const& /*name*/) { throw std::runtime_error("not now"); };
@@ -297,7 +297,7 @@ TYPED_TEST(Reentrancy, AThrowFromANestedChangeLeavesAllNamesPending) {
     this->settings.removeCallback(&other);
 }
 
-TYPED_TEST(Reentrancy, AThrowThatTheListenerCatchesDoesNotEndTheOuterAnnouncement) {
+TYPED_TEST(Reentrancy, AnExceptionThatTheListenerCatchesDoesNotEndTheOuterAnnouncement) {
     Listener other(this->journal, "other");
     this->settings.addCallback("b", &other);
     other.whenTold = [](std::string const& /*name*/) { throw std::runtime_error("not now"); };
@@ -329,7 +329,7 @@ TYPED_TEST(Reentrancy, ANestedChangeIsPendingUntilItsListenersHaveBeenCalled) {
     this->settings.removeCallback(&other);
 }
 
-TYPED_TEST(Reentrancy, ANestedChangeOfTheSameNameLeavesItPendingForTheOuterOne) {
+TYPED_TEST(Reentrancy, ANestedChangeOfTheSameNameLeavesItPendingForTheOuterAnnouncement) {
     std::set<std::string> after;
     this->once(this->first, [&] {
         this->settings._writeInteger(nullptr, "a/x", 7, SCOPE_USER);
@@ -340,7 +340,7 @@ TYPED_TEST(Reentrancy, ANestedChangeOfTheSameNameLeavesItPendingForTheOuterOne) 
     EXPECT_THAT(pending(this->settings), IsEmpty());
 }
 
-TYPED_TEST(Reentrancy, ANestedAnnouncementLeavesTheNamesOfTheOuterOnePending) {
+TYPED_TEST(Reentrancy, ANestedAnnouncementLeavesTheNamesOfTheOuterAnnouncementPending) {
     std::set<std::string> after;
     pending(this->settings) = {"b"};
     this->once(this->first, [&] {
@@ -352,7 +352,7 @@ TYPED_TEST(Reentrancy, ANestedAnnouncementLeavesTheNamesOfTheOuterOnePending) {
     EXPECT_THAT(pending(this->settings), IsEmpty());
 }
 
-TYPED_TEST(Reentrancy, ANestedChangeAnnouncesNothingElseOfTheOuterAnnouncement) {
+TYPED_TEST(Reentrancy, ANestedChangeDoesNotAnnounceTheOtherPendingNames) {
     Listener other(this->journal, "other");
     Listener waiting(this->journal, "waiting");
     this->settings.addCallback("b", &other);
@@ -377,7 +377,7 @@ TYPED_TEST(Reentrancy, AChangeOfANameThatIsStillPendingIsAnnouncedTwice) {
     this->settings.removeCallback(&waiting);
 }
 
-TYPED_TEST(Reentrancy, AThrowThatTheListenerCatchesLeavesTheNestedNamePending) {
+TYPED_TEST(Reentrancy, AnExceptionThatTheListenerCatchesLeavesTheNestedNamePending) {
     Listener other(this->journal, "other");
     this->settings.addCallback("b", &other);
     other.whenTold = [](std::string const& /*name*/) { throw std::runtime_error("not now"); };

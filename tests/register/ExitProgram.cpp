@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// An application that writes one property and returns from main, to test that the exit saves it. Before it returns, it
-// uses QtCore or static objects, or starts threads that never stop using the register.
+// An application that writes one property and returns from main, to test that it is saved at exit. Before it returns,
+// the application uses QtCore or static objects, or starts threads that never stop using the register.
 //
 //     register-exit-program (Nothing | QtCoreBefore | QtCoreAfter | Statics | Writers | Readers) DIRECTORY
 

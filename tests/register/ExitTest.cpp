@@ -113,7 +113,7 @@ TEST(Exit, SavesIntoADirectoryWithANonAsciiName) {
     EXPECT_EQ(42, savedInteger((directory / nonAscii).string(), "x"));
 }
 
-TEST(Exit, FromAnotherThreadSaves) {
+TEST(Exit, SavesWhenCalledFromAnotherThread) {
     TemporaryDirectory const user;
     EXPECT_EQ(0, inChild([&] {
                   _Register::initialize("", user.string());
@@ -209,7 +209,7 @@ TEST(Exit, DoesNotWaitForeverForTheLock) {
     EXPECT_EQ(42, savedInteger(user.string(), "x"));
 }
 
-TEST(Exit, FromAListenerSaves) {
+TEST(Exit, SavesWhenCalledFromAListener) {
     class Exiting : public _Register::Callback {
     public:
         void propertyChanged(std::string const& /*name*/) override { std::exit(0); }

@@ -70,7 +70,7 @@ std::string explained() {
 
 } // namespace
 
-TEST(FileFormat, ExampleIsWhatTheRegisterWrites) {
+TEST(FileFormat, ExampleHasTheBytesThatTheRegisterWrites) {
     TemporaryDirectory const directory;
 
     saveRegisterFile(directory.string(), [](RegisterProbe& settings) {

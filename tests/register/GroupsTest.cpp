@@ -76,7 +76,7 @@ TYPED_TEST(AddGroup, CreatesADeletedScopeAgainForAGroupInIt) {
     }
 }
 
-TYPED_TEST(GroupExists, WithoutScopeFindsItInAnyOfThem) {
+TYPED_TEST(GroupExists, WithoutScopeSearchesAllScopes) {
     for (RegisterScope const scope : allScopes) {
         EXPECT_FALSE(this->settings.groupExists("g"));
         this->settings.addGroup("g", scope);
@@ -97,13 +97,13 @@ TYPED_TEST(GroupExists, IsTrueForTheScopesThemselves) {
         EXPECT_TRUE(this->settings.groupExists("", scope));
 }
 
-TYPED_TEST(GroupExists, WithoutScopeGoesOnBehindAPropertyOfThatName) {
+TYPED_TEST(GroupExists, WithoutScopeSkipsAPropertyOfThatName) {
     this->settings.addProperty("g", SCOPE_GLOBAL);
     this->settings.addGroup("g", SCOPE_TEMPORARY);
     EXPECT_TRUE(this->settings.groupExists("g"));
 }
 
-TYPED_TEST(PropertyList, GivesTheNamesDirectlyInTheGroupInOrder) {
+TYPED_TEST(PropertyList, ListsTheEntriesOfTheGroupInOrder) {
     this->settings.addProperty("g/x", SCOPE_USER);
     this->settings.addProperty("g/sub/deeper", SCOPE_USER);
     EXPECT_EQ((Names{"sub", "x"}), names(this->settings.propertyList("g", SCOPE_USER)));
@@ -120,26 +120,26 @@ TYPED_TEST(PropertyList, ListsAWholeScopeUnderTheEmptyName) {
     EXPECT_EQ((Names{"g", "x"}), names(this->settings.propertyList("", SCOPE_TEMPORARY)));
 }
 
-TYPED_TEST(PropertyList, LooksIntoTheOneScopeOnly) {
+TYPED_TEST(PropertyList, ListsOnlyTheGivenScope) {
     this->settings.addProperty("g/x", SCOPE_GLOBAL);
     EXPECT_EQ("g does not exist or is not a group.",
               failure([&] { (void)this->settings.propertyList("g", SCOPE_USER); }));
 }
 
-TYPED_TEST(PropertyList, SaysThatAMissingGroupDoesNotExist) {
+TYPED_TEST(PropertyList, ReportsAMissingGroup) {
     EXPECT_EQ("missing does not exist or is not a group.",
               failure([&] { (void)this->settings.propertyList("missing", SCOPE_TEMPORARY); }));
     EXPECT_EQ("a/b does not exist or is not a group.",
               failure([&] { (void)this->settings.propertyList("a/b", SCOPE_USER); }));
 }
 
-TYPED_TEST(PropertyList, SaysThatAPropertyIsNotAGroup) {
+TYPED_TEST(PropertyList, ReportsAPropertyInPlaceOfAGroup) {
     this->settings.addProperty("g/x", SCOPE_USER);
     EXPECT_EQ("g/x does not exist or is not a group.",
               failure([&] { (void)this->settings.propertyList("g/x", SCOPE_USER); }));
 }
 
-TYPED_TEST(PropertyList, SaysThatADeletedScopeDoesNotExist) {
+TYPED_TEST(PropertyList, ReportsADeletedScope) {
     this->settings.delProperty("", SCOPE_USER);
     EXPECT_EQ(" does not exist or is not a group.",
               failure([&] { (void)this->settings.propertyList("", SCOPE_USER); }));

@@ -124,7 +124,7 @@ TEST(Initialize, SavesTwice) {
               }));
 }
 
-TEST(Initialize, SavesAfterEachPropertyTheUserDirectoryFirst) {
+TEST(Initialize, SavesAfterRecordingTheUserAndThenTheGlobalDirectory) {
     Directories const directories;
     EXPECT_EQ(0, inChild([&] {
                   directories.initialize();

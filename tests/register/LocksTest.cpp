@@ -161,7 +161,7 @@ TEST(Lock, IsFreeAfterAnExceptionOfTheRegister) {
     EXPECT_TRUE(lockIsFree());
 }
 
-TEST(Lock, StaysWithACallerThatHeldItBefore) {
+TEST(Lock, IsStillHeldByACallerThatHeldItBefore) {
     RegisterProbe settings;
     boost::unique_lock<boost::recursive_mutex> held(*RegisterProbe::_mutex);
     settings.addProperty("x", SCOPE_USER);

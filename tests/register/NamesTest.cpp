@@ -100,14 +100,14 @@ TEST(PathToName, RefusesAPathOutsideTheScopes) {
         EXPECT_EQ("Bad scope value.", failure([&] { (void)settings._pathToName(path); })) << path;
 }
 
-TEST(PathToName, IsTheInverseOfTheOtherMappingOutsideTheTemporaryScope) {
+TEST(PathToName, IsTheInverseOfNameToPathExceptInTheTemporaryScope) {
     RegisterProbe const settings;
     for (std::string const name : {"a", "a/b", "/a", "a//b/", "", "user/x", "temp/x"})
         for (RegisterScope const scope : {SCOPE_GLOBAL, SCOPE_USER})
             EXPECT_EQ(name, settings._pathToName(settings._nameToPath(name, scope)));
 }
 
-TEST(LocateProperty, AsksTheUserThenTheGlobalThenTheTemporaryScope) {
+TEST(LocateProperty, SearchesTheUserThenTheGlobalThenTheTemporaryScope) {
     RegisterProbe settings;
     EXPECT_EQ("PropertyNotFound", failure([&] { (void)settings._locateProperty("g/x"); }));
     EXPECT_EQ((Calls{"exists /user/g/x", "exists /global/g/x", "exists /temp/g/x"}), settings.takeCalls());

@@ -129,7 +129,7 @@ TYPED_TEST(OddNames, NonAsciiNamesAreListedAsTheyWereGiven) {
     EXPECT_EQ((Names{name}), names(this->settings.propertyList("g", SCOPE_USER)));
 }
 
-TYPED_TEST(OddNames, InvalidUtf8FindsThePropertyItCreated) {
+TYPED_TEST(OddNames, ANameThatIsNotUtf8FindsThePropertyItCreated) {
     for (std::string const name : {"\xff", "a\x80/\xc3", "\xed\xa0\x80", "\xf4\x90\x80\x80", "\xc0\xaf"})
         EXPECT_EQ(42, this->throughAFile(name));
 }
@@ -178,7 +178,7 @@ std::string deepName(int levels) {
     return name + "x";
 }
 
-/** Creates `name` in the user scope, saves, removes and loads it, and leaves it to the destructor. */
+/** Creates, saves, removes and loads `name` in the user scope. The register's destructor saves and releases it. */
 void walkThrough(_Register& settings, std::string const& name, std::string const& directory) {
     RegisterProbe::_UserRegisterPath = directory;
     settings.addProperty(name, SCOPE_USER);
@@ -194,7 +194,7 @@ void walkThrough(_Register& settings, std::string const& name, std::string const
 /** A derived register that does not list its calls, for names too long to be listed. */
 class DerivedRegister : public _Register {};
 
-/** Runs `body` on a stack too small for recursion on the depth of a name. */
+/** Runs `body` on a stack that is too small for recursion over the levels of a name. */
 template <class Body>
 void onASmallStack(Body&& body) {
     boost::thread::attributes small;

@@ -201,7 +201,7 @@ TYPED_TEST(OpenProperty, ReportsThatItCannotOpenAGroup) {
               failure([&] { (void)this->settings.openProperty("", FileSystem::MODE_READ, SCOPE_USER); }));
 }
 
-TYPED_TEST(OpenProperty, TestsTheGroupBeforeTheScope) {
+TYPED_TEST(OpenProperty, ChecksTheGroupBeforeTheScope) {
     EXPECT_EQ("Group nogroup does not exist !", failure([&] {
                   (void)this->settings.openProperty("nogroup/x", FileSystem::MODE_READ, badScope);
               }));

@@ -372,7 +372,7 @@ TEST(Save, IsSilentWhenADirectoryIsInTheWay) {
     EXPECT_TRUE(std::filesystem::is_directory(directory / registerFileName));
 }
 
-TEST(Save, PassesAFailureOfTheFileSystemOnAndKeepsTheFile) {
+TEST(Save, PropagatesAFailureOfTheFileSystemAndKeepsTheFile) {
     TemporaryDirectory const user;
     saveInteger(user.string(), "x", 1);
     std::string const before = fileBytes(user / registerFileName);

@@ -91,7 +91,7 @@ TEST(GroupExistsCalls, WithoutScopeStopsAtTheFirstThatHasIt) {
     EXPECT_EQ((Calls{"isDirectory /global/g", "isDirectory /user/g"}), settings.takeCalls());
 }
 
-TEST(PropertyListCalls, TestsTheGroupBeforeItListsIt) {
+TEST(PropertyListCalls, ChecksTheGroupBeforeListingIt) {
     RegisterProbe settings;
     settings.addGroup("g", SCOPE_USER);
     settings.takeCalls();
@@ -131,7 +131,7 @@ TEST(AddPropertyCalls, CreatesTheGroupsAndAnEmptyFile) {
     EXPECT_EQ("", settings.content("/global/a/b/x"));
 }
 
-TEST(AddPropertyCalls, CheckItsGroupEvenIfItExists) {
+TEST(AddPropertyCalls, ChecksWhetherItsGroupExists) {
     RegisterProbe settings;
     settings.addGroup("a", SCOPE_USER);
     settings.takeCalls();
@@ -220,7 +220,7 @@ TEST(PropertyExistsCalls, WithoutScopeStopsAtTheFirstThatHasIt) {
     EXPECT_EQ((Calls{"exists /global/x"}), settings.takeCalls());
 }
 
-TEST(OpenPropertyCalls, TestsTheGroupInEveryScopeAndOpensThePath) {
+TEST(OpenPropertyCalls, SearchesEveryScopeForTheGroupAndOpensThePath) {
     RegisterProbe settings;
     settings.addProperty("g/x", SCOPE_TEMPORARY);
     settings.takeCalls();
@@ -232,7 +232,7 @@ TEST(OpenPropertyCalls, TestsTheGroupInEveryScopeAndOpensThePath) {
     settings.closeProperty(*handle);
 }
 
-TEST(OpenPropertyCalls, PassesTheModeOnUnchanged) {
+TEST(OpenPropertyCalls, PassesTheModeUnchanged) {
     RegisterProbe settings;
     auto const mode = static_cast<FileSystem::FileSystemMode>(7);
     EXPECT_EQ("Cannot open property named x !",

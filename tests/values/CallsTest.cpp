@@ -146,7 +146,7 @@ TEST_F(ReaderCalls, OfTheEmptyStringIncludeAnEmptyRead) {
     EXPECT_EQ(reading({"readByte", "readInt", "readBytes 0"}), callsOf(&support::RegisterProbe::_readString));
 }
 
-TEST_F(ReaderCalls, OfAStringPassItsLengthOnUnchanged) {
+TEST_F(ReaderCalls, OfAStringPassItsLengthUnchanged) {
     probe.store("/user/x", std::string("S\xFF\xFF\xFF\xFFtext"));
     EXPECT_EQ(reading({"readByte", "readInt", "readBytes -1"}),
               callsOf(&support::RegisterProbe::_readString));

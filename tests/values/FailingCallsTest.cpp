@@ -10,7 +10,7 @@
 #include "values/Forms.h"
 #include "values/Kinds.h"
 
-// The state after one of the file-system calls of a typed operation fails.
+// The state after a file-system call of a typed operation has failed.
 
 namespace {
 
@@ -92,7 +92,7 @@ TYPED_TEST(FailingWrite, LeavesThePartialRecordUnannouncedAndTheHandleOpen) {
     }
 }
 
-TYPED_TEST(FailingWrite, DoesNotAffectTheNext) {
+TYPED_TEST(FailingWrite, DoesNotAffectTheNextWrite) {
     for (Position const& call : this->callsOfAWrite()) {
         WatchedRegister watched;
         watched.probe.store("/user/a/x", "?");
@@ -104,7 +104,7 @@ TYPED_TEST(FailingWrite, DoesNotAffectTheNext) {
     }
 }
 
-TYPED_TEST(FailingWrite, PassesAFailureToCreateThePropertyOn) {
+TYPED_TEST(FailingWrite, PropagatesAFailureToCreateTheProperty) {
     for (std::string const operation : {"exists", "mkdir", "close"}) {
         WatchedRegister watched;
         watched.probe.delProperty("a", SCOPE_USER);

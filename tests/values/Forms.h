@@ -11,7 +11,7 @@
 
 #include "support/RegisterProbe.h"
 
-/** The forms of a register. The contract is the same for both. */
+/** The two forms of a register, which have the same contract. */
 namespace forms {
 
 using utils::properties::_Register;

@@ -164,7 +164,7 @@ TYPED_TEST(Read, TreatsMissingBytesOfARecordAsZero) {
     }
 }
 
-TYPED_TEST(Read, AcceptsTheNameInAnyOfItsSpellings) {
+TYPED_TEST(Read, AcceptsTheNameWithExtraSlashes) {
     using Kind = typename TypeParam::Kind;
     this->write("a/x", Kind::one());
     EXPECT_EQ(Kind::one(), this->read("a//x"));
@@ -323,7 +323,7 @@ TYPED_TEST(ReadBooleans, TreatsEveryByteExceptZeroAsTrueAndMissingOnesAsFalse) {
     EXPECT_EQ((std::vector<bool>{true, false, true, false, false}), values);
 }
 
-TYPED_TEST(ReadBooleans, GivesListsOfAnyLengthBackReplacingAnyPreviousList) {
+TYPED_TEST(ReadBooleans, ReadsListsOfAnyLengthIntoAListOfAnyLength) {
     constexpr int longest = 200; // more than three words of 64 bits
     std::string bytes;
     std::vector<bool> expected;
@@ -342,7 +342,7 @@ TYPED_TEST(ReadBooleans, GivesListsOfAnyLengthBackReplacingAnyPreviousList) {
 template <class Case>
 class ReadList : public kinds::Test<Case> {
 protected:
-    /** The capacity of a list after its elements are replaced, one by one, by those of another. */
+    /** The capacity of `list` after it is cleared and the elements of `with` are appended one by one. */
     static std::size_t roomAfterReplacing(typename Case::Kind::Value list,
                                           typename Case::Kind::Value const& with) {
         list.clear();
@@ -380,7 +380,7 @@ TYPED_TEST(ReadList, IsEmptyForANegativeCount) {
     }
 }
 
-TYPED_TEST(ReadList, AcceptsACountBeyondTheRecord) {
+TYPED_TEST(ReadList, AcceptsACountLargerThanTheRecord) {
     using Kind = typename TypeParam::Kind;
     std::size_t const tags = std::string(Kind::tags).size();
     std::string bytes = kinds::recordOf<Kind>(Kind::one());
@@ -391,7 +391,7 @@ TYPED_TEST(ReadList, AcceptsACountBeyondTheRecord) {
     EXPECT_EQ(expected, this->read("x"));
 }
 
-TYPED_TEST(ReadList, ReadsOnlyAsManyElementsAsItsCount) {
+TYPED_TEST(ReadList, ReadsNoMoreElementsThanItsCount) {
     using Kind = typename TypeParam::Kind;
     std::size_t const tags = std::string(Kind::tags).size();
     std::string bytes = kinds::recordOf<Kind>(Kind::one());

@@ -107,7 +107,7 @@ TYPED_TEST(Record, OfThirtyThreeBooleansCountsBooleansRatherThanWords) {
     EXPECT_EQ(bytes("LB\x21\0\0\0") + std::string(32, '\0') + '\1', this->written());
 }
 
-TYPED_TEST(Record, OfBooleansOfAnyLengthGivesEachAByte) {
+TYPED_TEST(Record, OfBooleansHasAByteForEachAtAnyLength) {
     constexpr int longest = 200; // more than three words of 64 bits
     std::vector<bool> values;
     std::string written;

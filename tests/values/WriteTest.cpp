@@ -95,7 +95,7 @@ TYPED_TEST(Write, ReplacesALongerRecordCompletely) {
     EXPECT_EQ(kinds::recordOf<Kind>(Kind::one()), content(this->settings, "/user/x"));
 }
 
-TYPED_TEST(Write, TreatsDoubledAndLeadingSlashesAsOne) {
+TYPED_TEST(Write, IgnoresExtraSlashes) {
     using Kind = typename TypeParam::Kind;
     this->write("a//b", Kind::one());
     this->write("/c", Kind::one());
@@ -103,7 +103,7 @@ TYPED_TEST(Write, TreatsDoubledAndLeadingSlashesAsOne) {
     EXPECT_EQ(kinds::recordOf<Kind>(Kind::one()), content(this->settings, "/user/c"));
 }
 
-TYPED_TEST(Write, AcceptsANameOutsideAscii) {
+TYPED_TEST(Write, AcceptsANonAsciiName) {
     using Kind = typename TypeParam::Kind;
     this->write("\xC5\xBE/\xE2\x98\x83", Kind::one());
     EXPECT_EQ(kinds::recordOf<Kind>(Kind::one()), content(this->settings, "/user/\xC5\xBE/\xE2\x98\x83"));
@@ -146,7 +146,7 @@ TYPED_TEST(Write, SkipsTheListenersOfItsSender) {
     EXPECT_THAT(foreign.told, ElementsAre("x"));
 }
 
-TYPED_TEST(Write, PassesANullSenderOn) {
+TYPED_TEST(Write, SkipsAListenerWithANullOwnerForANullSender) {
     Listener nobodys;
     nobodys.identity = nullptr;
     this->settings.addCallback("x", &nobodys);
