@@ -16,9 +16,9 @@
 #include "support/Failure.h"
 #include "support/TemporaryDirectory.h"
 
-// Directories that no program should give to the register, as its global or its user directory or as the root
-// of `_test_register_path`, with the bare name of a register file and with one in a directory. The working
-// directory contains
+// Directories that no program should use: as the register's global or user directory, and as the root that
+// `_test_register_path` gets, with the bare name of a register file and with a name in a subdirectory. The directory
+// around the working directory contains
 //
 //     file          "content"
 //     sub/inner     "inner"
@@ -41,7 +41,7 @@ using badinput::PrintableCell;
 using badinput::repeated;
 using utils::properties::_Register;
 
-/** By row; relative ones are relative to "here". */
+/** The directory of each row. Relative ones start at "here". */
 std::map<std::string, std::string> const& directories() {
     static std::map<std::string, std::string> const all = {
         {"Empty", ""},
@@ -52,9 +52,9 @@ std::map<std::string, std::string> const& directories() {
         {"AFile", "../file"},
         {"BelowAFile", "../file/x"},
         {"ZeroByte", std::string("../sub\0/x", 9)},
-        {"ZeroByteInFront", std::string("\0../sub", 7)},
+        {"LeadingZeroByte", std::string("\0../sub", 7)},
         {"NotUtf8", "\xff"},
-        {"CutShort", "../sub/\xc3"},
+        {"Truncated", "../sub/\xc3"},
         {"OneMebibyte", std::string(1 << 20, 'n')},
         {"ManyLevels", repeated("m/", 100'000) + "n"},
         {"TrailingSlashes", "../sub///"},
@@ -73,9 +73,9 @@ Missing         | ready +sub/Velmorand.dat | ready                     | yes    
 AFile           | ready +sub/Velmorand.dat | ready                     | yes      | no              | no
 BelowAFile      | ready +sub/Velmorand.dat | ready                     | yes      | no              | no
 ZeroByte        | ready +sub/Velmorand.dat | ready                     | yes      | no              | no
-ZeroByteInFront | ready +sub/Velmorand.dat | ready                     | yes      | no              | no
+LeadingZeroByte | ready +sub/Velmorand.dat | ready                     | yes      | no              | no
 NotUtf8         | ready +sub/Velmorand.dat | ready                     | yes      | no              | yes
-CutShort        | ready +sub/Velmorand.dat | ready                     | yes      | no              | no
+Truncated       | ready +sub/Velmorand.dat | ready                     | yes      | no              | no
 OneMebibyte     | ready +sub/Velmorand.dat | ready                     | yes      | no              | yes
 ManyLevels      | ready +sub/Velmorand.dat | ready                     | yes      | no              | no
 TrailingSlashes | ready +sub/Velmorand.dat | ready +sub/Velmorand.dat  | yes      | yes +sub/deep/  | no
@@ -127,7 +127,7 @@ class BadDirectory : public testing::TestWithParam<PrintableCell> {};
 INSTANTIATE_TEST_SUITE_P(Register, BadDirectory, testing::ValuesIn(badinput::printable(contract())),
                          [](auto const& one) { return one.param.row + '_' + one.param.column; });
 
-TEST_P(BadDirectory, HasTheOutcomeOfTheContract) {
+TEST_P(BadDirectory, HasTheOutcomeInTheTable) {
     EXPECT_EQ(0, support::inChild(
                      [] {
                          support::TemporaryDirectory const top;
@@ -145,7 +145,7 @@ TEST_P(BadDirectory, HasTheOutcomeOfTheContract) {
                      support::Leave::atOnce));
 }
 
-TEST(BadDirectories, AreEachPutToEveryOperation) {
+TEST(BadDirectories, AreEachTestedWithEveryOperation) {
     EXPECT_EQ(directories().size() * operations().size(), contract().size());
 }
 

@@ -15,7 +15,7 @@
 #include "badinput/Files.h"
 #include "support/TemporaryDirectory.h"
 
-// File names that reach, or should not reach, a file system rooted at the directory "root", which holds
+// File names, good and bad, in a file system rooted at the directory "root", which contains
 //
 //     file               "content"
 //     sub/inner          "inner"
@@ -52,15 +52,15 @@ std::map<std::string, QString> const& names() {
         {"OutAndIn", text("../root/file")},
         {"InnerDots", text("sub/../file")},
         {"InnerDot", text("./file")},
-        {"DotsAtTheEnd", text("sub/..")},
+        {"TrailingDots", text("sub/..")},
         {"Absolute", text("/etc/passwd")},
         {"LeadingSlashes", text("///file")},
         {"DoubledSlash", text("sub//inner")},
         {"TrailingSlash", text("file/")},
         {"BelowAFile", text("file/x")},
         {"ZeroByte", text(std::string("file\0", 5))},
-        {"ZeroByteInFront", text(std::string("\0file", 5))},
-        {"NoText", QString(QChar(0xD800))},
+        {"LeadingZeroByte", text(std::string("\0file", 5))},
+        {"NotText", QString(QChar(0xD800))},
         {"TooLong", text(std::string(256, 'n'))},
         {"OneMebibyte", text(std::string(1 << 20, 'n'))},
         {"ManyLevels", text(repeated("m/", 100'000) + "n")},
@@ -85,15 +85,15 @@ OutOfRootAgain  | no     | no     | no          | =           | =-1  | null     
 OutAndIn        | no     | no     | no          | =           | =-1  | null       | no
 InnerDots       | no     | no     | no          | =           | =-1  | null       | no
 InnerDot        | no     | no     | no          | =           | =-1  | null       | no
-DotsAtTheEnd    | no     | no     | no          | =           | =-1  | null       | no
+TrailingDots    | no     | no     | no          | =           | =-1  | null       | no
 Absolute        | no     | no     | no          | =           | =-1  | null       | no
 LeadingSlashes  | yes    | yes    | no          | =           | =7   | null       | yes -root/file
 DoubledSlash    | yes    | yes    | no          | =           | =5   | null       | yes -root/sub/inner
 TrailingSlash   | yes    | yes    | no          | =           | =7   | null       | yes -root/file
 BelowAFile      | no     | no     | no          | =           | =-1  | null       | no
 ZeroByte        | no     | no     | no          | =           | =-1  | null       | no
-ZeroByteInFront | no     | no     | no          | =           | =-1  | null       | no
-NoText          | no     | no     | no          | =           | =-1  | null       | no
+LeadingZeroByte | no     | no     | no          | =           | =-1  | null       | no
+NotText         | no     | no     | no          | =           | =-1  | null       | no
 TooLong         | no     | no     | no          | =           | =-1  | null       | no
 OneMebibyte     | no     | no     | no          | =           | =-1  | null       | no
 ManyLevels      | no     | no     | no          | =           | =-1  | null       | no
@@ -113,15 +113,15 @@ OutOfRootAgain  | no       | no                  | no    | =%/n0
 OutAndIn        | no       | no                  | no    | =%/n0
 InnerDots       | no       | no                  | no    | =%/n0
 InnerDot        | no       | no                  | no    | =%/n0
-DotsAtTheEnd    | no       | no                  | no    | =%/n0
+TrailingDots    | no       | no                  | no    | =%/n0
 Absolute        | no       | no                  | no    | =%/n0
 LeadingSlashes  | =content | yes *root/file      | no    | =%/n0
 DoubledSlash    | =inner   | yes *root/sub/inner | no    | =%/n0
 TrailingSlash   | =content | yes *root/file      | no    | =%/n0
 BelowAFile      | no       | no                  | no    | =%/n0
 ZeroByte        | no       | no                  | no    | =%/n0
-ZeroByteInFront | no       | no                  | no    | =%/n0
-NoText          | no       | no                  | no    | =%/n0
+LeadingZeroByte | no       | no                  | no    | =%/n0
+NotText         | no       | no                  | no    | =%/n0
 TooLong         | no       | no                  | no    | =%/n0
 OneMebibyte     | no       | no                  | no    | =%/n0
 ManyLevels      | no       | no                  | no    | =%/n0
@@ -170,7 +170,7 @@ class BadFileName : public testing::TestWithParam<PrintableCell> {};
 INSTANTIATE_TEST_SUITE_P(Disk, BadFileName, testing::ValuesIn(badinput::printable(contract())),
                          [](auto const& one) { return one.param.row + '_' + one.param.column; });
 
-TEST_P(BadFileName, HasTheOutcomeOfTheContract) {
+TEST_P(BadFileName, HasTheOutcomeInTheTable) {
     support::TemporaryDirectory const top;
     fill(top.path());
     auto const before = everything(top.path());
@@ -182,7 +182,7 @@ TEST_P(BadFileName, HasTheOutcomeOfTheContract) {
     EXPECT_EQ(GetParam().outcome, outcome + badinput::changes(before, everything(top.path())));
 }
 
-TEST(BadFileNames, AreEachPutToEveryOperation) {
+TEST(BadFileNames, AreEachTestedWithEveryOperation) {
     EXPECT_EQ(names().size() * badinput::fileOperations().size(), contract().size());
 }
 

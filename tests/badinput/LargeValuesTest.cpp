@@ -12,8 +12,8 @@
 #include "values/Forms.h"
 #include "values/Kinds.h"
 
-// Values far larger than ordinary settings are stored, announced, typed, refused to readers of another kind, read,
-// saved and loaded like any other, byte for byte.
+// Values far larger than ordinary settings behave like any other: writing, reading, saving and loading keeps every
+// byte, listeners are notified once, and readers of another kind refuse them.
 
 namespace {
 

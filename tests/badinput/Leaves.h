@@ -20,7 +20,7 @@ namespace badinput {
  */
 using Leaves = std::map<std::string, std::string>;
 
-/** Reads the items of a register file one by one; the file is intact, as it comes from memory. */
+/** Reads the items of a register file one by one. The file comes from memory, so it is valid. */
 class Items {
 public:
     explicit Items(std::string_view bytes) : _left(bytes) {}

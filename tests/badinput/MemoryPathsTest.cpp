@@ -48,17 +48,17 @@ std::map<std::string, QString> const& paths() {
         {"OutOfRoot", text("/../file")},
         {"InnerDots", text("/sub/../file")},
         {"InnerDot", text("/./file")},
-        {"DotsAtTheEnd", text("/sub/..")},
+        {"TrailingDots", text("/sub/..")},
         {"Relative", text("file")},
         {"LeadingSlashes", text("///file")},
         {"DoubledSlash", text("/sub//inner")},
         {"TrailingSlash", text("/file/")},
-        {"SlashBehindASub", text("/sub/")},
+        {"SlashAfterASub", text("/sub/")},
         {"BelowAFile", text("/file/n")},
         {"NoParent", text("/none/n")},
         {"ZeroByte", text(std::string("/file\0", 6))},
-        {"ZeroByteInFront", text(std::string("/\0file", 6))},
-        {"NoText", QString(QLatin1Char('/')) + QChar(0xD800)},
+        {"LeadingZeroByte", text(std::string("/\0file", 6))},
+        {"NotText", QString(QLatin1Char('/')) + QChar(0xD800)},
         {"OneMebibyte", text('/' + std::string(1 << 20, 'n'))},
         {"ManyLevels", text(repeated("/m", 100'000) + "/n")},
     };
@@ -75,17 +75,17 @@ DotDot          | no     | no     | no          | =           | =-1  | null
 OutOfRoot       | no     | no     | no          | =           | =-1  | null
 InnerDots       | no     | no     | no          | =           | =-1  | null
 InnerDot        | no     | no     | no          | =           | =-1  | null
-DotsAtTheEnd    | no     | no     | no          | =           | =-1  | null
+TrailingDots    | no     | no     | no          | =           | =-1  | null
 Relative        | yes    | yes    | no          | =           | =7   | null
 LeadingSlashes  | yes    | yes    | no          | =           | =7   | null
 DoubledSlash    | yes    | yes    | no          | =           | =5   | null
 TrailingSlash   | yes    | yes    | no          | =           | =7   | null
-SlashBehindASub | yes    | no     | yes         | =inner,     | =-1  | null
+SlashAfterASub  | yes    | no     | yes         | =inner,     | =-1  | null
 BelowAFile      | no     | no     | no          | =           | =-1  | null
 NoParent        | no     | no     | no          | =           | =-1  | null
 ZeroByte        | no     | no     | no          | =           | =-1  | null
-ZeroByteInFront | no     | no     | no          | =           | =-1  | null
-NoText          | no     | no     | no          | =           | =-1  | null
+LeadingZeroByte | no     | no     | no          | =           | =-1  | null
+NotText         | no     | no     | no          | =           | =-1  | null
 OneMebibyte     | no     | no     | no          | =           | =-1  | null
 ManyLevels      | no     | no     | no          | =           | =-1  | null
 )") + cells(R"(
@@ -97,17 +97,17 @@ DotDot          | no       | no               | no                | no          
 OutOfRoot       | no       | no               | no                | no                     | =%/n0
 InnerDots       | no       | no               | no                | no                     | =%/n0
 InnerDot        | no       | no               | no                | no                     | =%/n0
-DotsAtTheEnd    | no       | no               | no                | no                     | =%/n0
+TrailingDots    | no       | no               | no                | no                     | =%/n0
 Relative        | =content | yes */file       | no                | yes -/file             | =%/n0
 LeadingSlashes  | =content | yes */file       | no                | yes -/file             | =%/n0
 DoubledSlash    | =inner   | yes */sub/inner  | no                | yes +/sub/ -/sub/inner | =%/n0
 TrailingSlash   | =content | yes */file       | no                | yes -/file             | =%/n0
-SlashBehindASub | no       | no               | no                | yes -/sub/inner        | =%/n0
+SlashAfterASub  | no       | no               | no                | yes -/sub/inner        | =%/n0
 BelowAFile      | no       | no               | no                | no                     | =%/n0
 NoParent        | no       | no               | no                | no                     | =%/n0
 ZeroByte        | no       | yes +/file\x00   | yes +/file\x00/   | no                     | =%/n0
-ZeroByteInFront | no       | yes +/\x00file   | yes +/\x00file/   | no                     | =%/n0
-NoText          | no       | no               | no                | no                     | =%/n0
+LeadingZeroByte | no       | yes +/\x00file   | yes +/\x00file/   | no                     | =%/n0
+NotText         | no       | no               | no                | no                     | =%/n0
 OneMebibyte     | no       | yes +/n{1048576} | yes +/n{1048576}/ | no                     | =%/n0
 ManyLevels      | no       | no               | no                | no                     | =%/n0
 )") + cells(R"(
@@ -119,17 +119,17 @@ DotDot          | yes =                  | !nowhere
 OutOfRoot       | yes =                  | !nowhere
 InnerDots       | yes =                  | !nowhere
 InnerDot        | yes =                  | !nowhere
-DotsAtTheEnd    | yes =                  | !nowhere
+TrailingDots    | yes =                  | !nowhere
 Relative        | yes =                  | - +/file/n -/file
 LeadingSlashes  | yes =                  | - +/file/n -/file
 DoubledSlash    | yes =                  | - +/sub/inner/n -/sub/inner
 TrailingSlash   | yes =                  | - +/file/n -/file
-SlashBehindASub | yes =/inner,           | - +/sub/n -/sub/inner
+SlashAfterASub  | yes =/inner,           | - +/sub/n -/sub/inner
 BelowAFile      | yes =                  | !nowhere
 NoParent        | yes =                  | !nowhere
 ZeroByte        | yes =                  | - +/file\x00/n
-ZeroByteInFront | yes =                  | - +/\x00file/n
-NoText          | yes =                  | !none
+LeadingZeroByte | yes =                  | - +/\x00file/n
+NotText         | yes =                  | !none
 OneMebibyte     | yes =                  | - +/n{1048576}/n
 ManyLevels      | yes =                  | !nowhere
 )");
@@ -202,7 +202,7 @@ class BadMemoryPath : public testing::TestWithParam<PrintableCell> {};
 INSTANTIATE_TEST_SUITE_P(Memory, BadMemoryPath, testing::ValuesIn(badinput::printable(contract())),
                          [](auto const& one) { return one.param.row + '_' + one.param.column; });
 
-TEST_P(BadMemoryPath, HasTheOutcomeOfTheContract) {
+TEST_P(BadMemoryPath, HasTheOutcomeInTheTable) {
     Memory files;
     auto const before = badinput::leaves(badinput::serialized(files));
     QString const& path = paths().at(GetParam().row);
@@ -211,7 +211,7 @@ TEST_P(BadMemoryPath, HasTheOutcomeOfTheContract) {
     EXPECT_EQ(GetParam().outcome, badinput::readable(outcome));
 }
 
-TEST(BadMemoryPaths, AreEachPutToEveryOperation) {
+TEST(BadMemoryPaths, AreEachTestedWithEveryOperation) {
     EXPECT_EQ(paths().size() * operations().size(), contract().size());
 }
 

@@ -20,11 +20,11 @@
 //     +p  +p/      a property or group was created
 //     *p  *p:value a property's content was changed: to nothing, or to the record of the value to be written
 //     -p           a property was removed
-//     told         the listeners under this name were notified of this name, once
+//     told         the listeners under this name were notified of it once
 //     !missing     PropertyNotFound
 //     !type        PropertyBadType
 //     !list        utils::Exception "% does not exist or is not a group."
-//     !group       utils::Exception "Group (what stands before the last "/" of %) does not exist !"
+//     !group       utils::Exception "Group (the part of % before the last "/") does not exist !"
 //     !open        utils::Exception "Cannot open property named % !"
 //     !write       utils::Exception "% no such property."
 //     !writePath   utils::Exception "/user/% no such property"
@@ -50,8 +50,8 @@ struct Name {
 std::map<std::string, Name> const& names() {
     auto const name = [](std::string const& given) { return Name{given, given}; };
     static std::map<std::string, Name> const all = {
-        // of properties that do not exist
-        {"Sound", name("n")},
+        // names of missing properties
+        {"Valid", name("n")},
         {"LeadingSlash", name("/n")},
         {"LeadingSlashes", name("///n")},
         {"DoubledSlash", name("m//n")},
@@ -59,13 +59,13 @@ std::map<std::string, Name> const& names() {
         {"TrailingSlashes", name("m/n//")},
         {"ZeroByte", name(std::string("n\0/x", 4))},
         {"NotUtf8", name("\xff")},
-        {"CutShort", name("m/\xc3")},
+        {"Truncated", name("m/\xc3")},
         {"OverlongSlash", name("m\xc0\xafn")},
         {"Surrogate", name("\xed\xa0\x80")},
-        {"MarkInFront", name("\xef\xbb\xbfn")},
+        {"ByteOrderMark", name("\xef\xbb\xbfn")},
         {"OneMebibyte", name(std::string(1 << 20, 'n'))},
         {"ManyLevels", {repeated("m/", 100'000) + "n", repeated("m/", 1'000) + "n"}},
-        // that cannot exist
+        // names that cannot exist
         {"Dot", name(".")},
         {"DotDot", name("..")},
         {"DotLevel", name("./n")},
@@ -73,13 +73,13 @@ std::map<std::string, Name> const& names() {
         {"OutOfScope", name("../global/p")},
         {"OutOfRoot", name("../../../n")},
         {"InnerDots", name("g/../g/x")},
-        {"DotsAtTheEnd", name("g/..")},
+        {"TrailingDots", name("g/..")},
         {"BelowAProperty", name("g/x/n")},
-        // of a property that exists
-        {"ThereLeadingSlash", name("/g/x")},
-        {"ThereDoubledSlash", name("g//x")},
-        {"ThereTrailingSlash", name("g/x/")},
-        // of the scope
+        // other spellings of the name of an existing property
+        {"KnownLeadingSlash", name("/g/x")},
+        {"KnownDoubledSlash", name("g//x")},
+        {"KnownTrailingSlash", name("g/x/")},
+        // names of the scope itself
         {"Empty", name("")},
         {"Slash", name("/")},
         {"Slashes", name("///")},
@@ -90,7 +90,7 @@ std::map<std::string, Name> const& names() {
 std::vector<Cell> const& contract() {
     static std::vector<Cell> const all = cells(R"(
                    | nameToPath | locateProperty | addGroup        | addProperty   | delProperty
-Sound              | =/user/%   | !missing       | +/user/@/       | +/user/@      | -
+Valid              | =/user/%   | !missing       | +/user/@/       | +/user/@      | -
 LeadingSlash       | =/user/%   | !missing       | +/user/@/       | +/user/@      | -
 LeadingSlashes     | =/user/%   | !missing       | +/user/@/       | +/user/@      | -
 DoubledSlash       | =/user/%   | !missing       | +/user/@/       | +/user/@      | -
@@ -98,10 +98,10 @@ TrailingSlash      | =/user/%   | !missing       | +/user/@/       | +/user/@/  
 TrailingSlashes    | =/user/%   | !missing       | +/user/@/       | +/user/@/     | -
 ZeroByte           | =/user/%   | !missing       | +/user/@/       | +/user/@      | -
 NotUtf8            | =/user/%   | !missing       | +/user/@/       | +/user/@      | -
-CutShort           | =/user/%   | !missing       | +/user/@/       | +/user/@      | -
+Truncated          | =/user/%   | !missing       | +/user/@/       | +/user/@      | -
 OverlongSlash      | =/user/%   | !missing       | +/user/@/       | +/user/@      | -
 Surrogate          | =/user/%   | !missing       | +/user/@/       | +/user/@      | -
-MarkInFront        | =/user/%   | !missing       | +/user/@/       | +/user/@      | -
+ByteOrderMark      | =/user/%   | !missing       | +/user/@/       | +/user/@      | -
 OneMebibyte        | =/user/%   | !missing       | +/user/@/       | +/user/@      | -
 ManyLevels         | =/user/%   | !missing       | +/user/@/       | +/user/@      | -
 Dot                | =/user/%   | !missing       | -               | -             | -
@@ -111,17 +111,17 @@ DotDotLevel        | =/user/%   | !missing       | -               | -          
 OutOfScope         | =/user/%   | !missing       | -               | -             | -
 OutOfRoot          | =/user/%   | !missing       | -               | -             | -
 InnerDots          | =/user/%   | !missing       | -               | -             | -
-DotsAtTheEnd       | =/user/%   | !missing       | -               | -             | -
+TrailingDots       | =/user/%   | !missing       | -               | -             | -
 BelowAProperty     | =/user/%   | !missing       | -               | -             | -
-ThereLeadingSlash  | =/user/%   | =/user/%       | -               | -             | -/user/g/x
-ThereDoubledSlash  | =/user/%   | =/user/%       | -               | -             | -/user/g/x
-ThereTrailingSlash | =/user/%   | =/user/%       | -               | -             | -/user/g/x
+KnownLeadingSlash  | =/user/%   | =/user/%       | -               | -             | -/user/g/x
+KnownDoubledSlash  | =/user/%   | =/user/%       | -               | -             | -/user/g/x
+KnownTrailingSlash | =/user/%   | =/user/%       | -               | -             | -/user/g/x
 Empty              | =/user/%   | =/user/%       | -               | -             | -/user/g/x -/user/g/y
 Slash              | =/user/%   | =/user/%       | -               | -             | -/user/g/x -/user/g/y
 Slashes            | =/user/%   | =/user/%       | -               | -             | -/user/g/x -/user/g/y
 )") + cells(R"(
                    | groupExists | groupExistsAny | propExists | propExistsAny | propertyList
-Sound              | no          | no             | no         | no            | !list
+Valid              | no          | no             | no         | no            | !list
 LeadingSlash       | no          | no             | no         | no            | !list
 LeadingSlashes     | no          | no             | no         | no            | !list
 DoubledSlash       | no          | no             | no         | no            | !list
@@ -129,10 +129,10 @@ TrailingSlash      | no          | no             | no         | no            |
 TrailingSlashes    | no          | no             | no         | no            | !list
 ZeroByte           | no          | no             | no         | no            | !list
 NotUtf8            | no          | no             | no         | no            | !list
-CutShort           | no          | no             | no         | no            | !list
+Truncated          | no          | no             | no         | no            | !list
 OverlongSlash      | no          | no             | no         | no            | !list
 Surrogate          | no          | no             | no         | no            | !list
-MarkInFront        | no          | no             | no         | no            | !list
+ByteOrderMark      | no          | no             | no         | no            | !list
 OneMebibyte        | no          | no             | no         | no            | !list
 ManyLevels         | no          | no             | no         | no            | !list
 Dot                | no          | no             | no         | no            | !list
@@ -142,17 +142,17 @@ DotDotLevel        | no          | no             | no         | no            |
 OutOfScope         | no          | no             | no         | no            | !list
 OutOfRoot          | no          | no             | no         | no            | !list
 InnerDots          | no          | no             | no         | no            | !list
-DotsAtTheEnd       | no          | no             | no         | no            | !list
+TrailingDots       | no          | no             | no         | no            | !list
 BelowAProperty     | no          | no             | no         | no            | !list
-ThereLeadingSlash  | no          | no             | yes        | yes           | !list
-ThereDoubledSlash  | no          | no             | yes        | yes           | !list
-ThereTrailingSlash | no          | no             | yes        | yes           | !list
+KnownLeadingSlash  | no          | no             | yes        | yes           | !list
+KnownDoubledSlash  | no          | no             | yes        | yes           | !list
+KnownTrailingSlash | no          | no             | yes        | yes           | !list
 Empty              | yes         | yes            | yes        | yes           | =g,
 Slash              | yes         | yes            | yes        | yes           | =g,
 Slashes            | yes         | yes            | yes        | yes           | =g,
 )") + cells(R"(
                    | openToRead | openToWrite        | writeString         | writeTheRest
-Sound              | !open      | handle +/user/@    | +/user/@:value told | +/user/@:value told
+Valid              | !open      | handle +/user/@    | +/user/@:value told | +/user/@:value told
 LeadingSlash       | !open      | handle +/user/@    | +/user/@:value told | +/user/@:value told
 LeadingSlashes     | !open      | handle +/user/@    | +/user/@:value told | +/user/@:value told
 DoubledSlash       | !group     | !group             | +/user/@:value told | +/user/@:value told
@@ -160,10 +160,10 @@ TrailingSlash      | !group     | !group             | +/user/@:value told | +/u
 TrailingSlashes    | !group     | !group             | !writePath +/user/@/ | !write +/user/@/
 ZeroByte           | !group     | !group             | +/user/@:value told | +/user/@:value told
 NotUtf8            | !open      | handle +/user/@    | +/user/@:value told | +/user/@:value told
-CutShort           | !group     | !group             | +/user/@:value told | +/user/@:value told
+Truncated          | !group     | !group             | +/user/@:value told | +/user/@:value told
 OverlongSlash      | !open      | handle +/user/@    | +/user/@:value told | +/user/@:value told
 Surrogate          | !open      | handle +/user/@    | +/user/@:value told | +/user/@:value told
-MarkInFront        | !open      | handle +/user/@    | +/user/@:value told | +/user/@:value told
+ByteOrderMark      | !open      | handle +/user/@    | +/user/@:value told | +/user/@:value told
 OneMebibyte        | !open      | handle +/user/@    | +/user/@:value told | +/user/@:value told
 ManyLevels         | !group     | !group             | +/user/@:value told | +/user/@:value told
 Dot                | !open      | !open              | !writePath          | !write
@@ -173,17 +173,17 @@ DotDotLevel        | !group     | !group             | !writePath          | !wr
 OutOfScope         | !group     | !group             | !writePath          | !write
 OutOfRoot          | !group     | !group             | !writePath          | !write
 InnerDots          | !group     | !group             | !writePath          | !write
-DotsAtTheEnd       | !open      | !open              | !writePath          | !write
+TrailingDots       | !open      | !open              | !writePath          | !write
 BelowAProperty     | !group     | !group             | !writePath          | !write
-ThereLeadingSlash  | handle     | handle */user/@    | */user/@:value told | */user/@:value told
-ThereDoubledSlash  | handle     | handle */user/@    | */user/@:value told | */user/@:value told
-ThereTrailingSlash | !group     | !group             | */user/@:value told | */user/@:value told
+KnownLeadingSlash  | handle     | handle */user/@    | */user/@:value told | */user/@:value told
+KnownDoubledSlash  | handle     | handle */user/@    | */user/@:value told | */user/@:value told
+KnownTrailingSlash | !group     | !group             | */user/@:value told | */user/@:value told
 Empty              | !open      | !open              | !writePath          | !write
 Slash              | !open      | !open              | !writePath          | !write
 Slashes            | !open      | !open              | !writePath          | !write
 )") + cells(R"(
                    | readType | readString | readInteger | readTheRest | markAsChanged | removeCallback
-Sound              | !missing | !missing   | !missing    | !missing    | told          | -
+Valid              | !missing | !missing   | !missing    | !missing    | told          | -
 LeadingSlash       | !missing | !missing   | !missing    | !missing    | told          | -
 LeadingSlashes     | !missing | !missing   | !missing    | !missing    | told          | -
 DoubledSlash       | !missing | !missing   | !missing    | !missing    | told          | -
@@ -191,10 +191,10 @@ TrailingSlash      | !missing | !missing   | !missing    | !missing    | told   
 TrailingSlashes    | !missing | !missing   | !missing    | !missing    | told          | -
 ZeroByte           | !missing | !missing   | !missing    | !missing    | told          | -
 NotUtf8            | !missing | !missing   | !missing    | !missing    | told          | -
-CutShort           | !missing | !missing   | !missing    | !missing    | told          | -
+Truncated          | !missing | !missing   | !missing    | !missing    | told          | -
 OverlongSlash      | !missing | !missing   | !missing    | !missing    | told          | -
 Surrogate          | !missing | !missing   | !missing    | !missing    | told          | -
-MarkInFront        | !missing | !missing   | !missing    | !missing    | told          | -
+ByteOrderMark      | !missing | !missing   | !missing    | !missing    | told          | -
 OneMebibyte        | !missing | !missing   | !missing    | !missing    | told          | -
 ManyLevels         | !missing | !missing   | !missing    | !missing    | told          | -
 Dot                | !missing | !missing   | !missing    | !missing    | told          | -
@@ -204,11 +204,11 @@ DotDotLevel        | !missing | !missing   | !missing    | !missing    | told   
 OutOfScope         | !missing | !missing   | !missing    | !missing    | told          | -
 OutOfRoot          | !missing | !missing   | !missing    | !missing    | told          | -
 InnerDots          | !missing | !missing   | !missing    | !missing    | told          | -
-DotsAtTheEnd       | !missing | !missing   | !missing    | !missing    | told          | -
+TrailingDots       | !missing | !missing   | !missing    | !missing    | told          | -
 BelowAProperty     | !missing | !missing   | !missing    | !missing    | told          | -
-ThereLeadingSlash  | =73      | !type      | other       | !type       | told          | -
-ThereDoubledSlash  | =73      | !type      | other       | !type       | told          | -
-ThereTrailingSlash | =73      | !type      | other       | !type       | told          | -
+KnownLeadingSlash  | =73      | !type      | other       | !type       | told          | -
+KnownDoubledSlash  | =73      | !type      | other       | !type       | told          | -
+KnownTrailingSlash | =73      | !type      | other       | !type       | told          | -
 Empty              | =0       | !missing   | !type       | !type       | -             | -
 Slash              | =0       | !missing   | !type       | !type       | told          | -
 Slashes            | =0       | !missing   | !type       | !type       | told          | -
@@ -216,7 +216,7 @@ Slashes            | =0       | !missing   | !type       | !type       | told   
     return all;
 }
 
-/** A name as stored in the tree: in Unicode, without empty levels. */
+/** A name as stored in the tree: valid UTF-8 without empty levels. */
 std::string inTree(std::string const& given) {
     QString const text = QString::fromStdString('/' + given);
     std::string result;
@@ -233,7 +233,7 @@ std::string groupOf(std::string const& given) {
     return slash == 0 ? "" : text.substr(1, slash - 1);
 }
 
-/** Spells a cell out. */
+/** Expands the notation of a cell. */
 std::string spelled(std::string const& cell, std::string const& given) {
     auto const message = [](std::string const& text) {
         return "threw <" + text.substr(0, text.find('\0')) + '>';
@@ -266,7 +266,7 @@ class BadName : public testing::TestWithParam<Case> {};
 INSTANTIATE_TEST_SUITE_P(Register, BadName, testing::ValuesIn(badinput::everyCase(contract())),
                          [](auto const& one) { return one.param.name(); });
 
-TEST_P(BadName, HasTheOutcomeOfTheContract) {
+TEST_P(BadName, HasTheOutcomeInTheTable) {
     EXPECT_EQ(
         0,
         support::inChild(
@@ -282,7 +282,7 @@ TEST_P(BadName, HasTheOutcomeOfTheContract) {
             support::Leave::atOnce));
 }
 
-TEST(BadNames, AreEachPutToEveryOperation) {
+TEST(BadNames, AreEachTestedWithEveryOperation) {
     std::size_t operations = 0;
     for (auto const& column : badinput::columns())
         operations += column.second.size();

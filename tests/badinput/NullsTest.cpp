@@ -172,7 +172,7 @@ std::string contentOf(FileSystem& files) {
     return bytes;
 }
 
-TEST_P(BadHandle, HasTheOutcomeOfTheContract) {
+TEST_P(BadHandle, HasTheOutcomeInTheTable) {
     Cell const& cell = GetParam().cell;
     Files files(forms.at(GetParam().form));
     FileHandle* const handle = cell.row == "Null" ? nullptr : files.foreign;
@@ -184,7 +184,7 @@ TEST_P(BadHandle, HasTheOutcomeOfTheContract) {
     EXPECT_TRUE(files.other->close(files.foreign));
 }
 
-TEST(BadHandles, AreEachPutToEveryOperation) {
+TEST(BadHandles, AreEachTestedWithEveryOperation) {
     EXPECT_EQ(2 * forms.size() * operations().size(), everyCase().size());
 }
 

@@ -74,7 +74,7 @@ INSTANTIATE_TEST_SUITE_P(Register, BadPath, testing::ValuesIn(contract()), [](au
     return std::to_string(one.index); // a path has no letters for a test's name
 });
 
-TEST_P(BadPath, HasTheOutcomeOfTheContract) {
+TEST_P(BadPath, HasTheOutcomeInTheTable) {
     support::RegisterProbe const settings;
     std::string result;
     std::string const failure =

@@ -72,7 +72,7 @@ class BadScope : public testing::TestWithParam<Case> {};
 INSTANTIATE_TEST_SUITE_P(Register, BadScope, testing::ValuesIn(badinput::everyCase(contract())),
                          [](auto const& one) { return one.param.name(); });
 
-TEST_P(BadScope, HasTheOutcomeOfTheContract) {
+TEST_P(BadScope, HasTheOutcomeInTheTable) {
     static std::map<std::string, std::string> const notation = {
         {"!scope", "threw <Bad scope value.>"}, {"!group", "threw <Group m does not exist !>"}};
     EXPECT_EQ(0, support::inChild(

@@ -6,8 +6,8 @@
 namespace crash {
 
 /**
- * Writes `bytes` to Velmorand.dat in `directory`, in ways that can lose settings, to show that the harness notices.
- * The careful one is correct, and shows that the harness does not report everything. `manner`:
+ * Writes `bytes` to Velmorand.dat in `directory` in a way that can lose settings, to show that the harness notices it.
+ * The manner "careful" is correct, to show that the harness accepts correct saves. `manner`:
  *
  *     "careful"             loses nothing
  *     "direct"              overwrites the old file
@@ -17,7 +17,7 @@ namespace crash {
  *     "unchecked-write"     ignores short writes
  *     "unchecked-sync"      ignores errors of fsync
  *     "impatient"           gives up when a signal interrupts it
- *     "littering"           leaves a temporary file when it is killed, which is never removed
+ *     "littering"           never removes the temporary file of a killed save
  */
 void saveCarelessly(std::string const& manner, std::string const& directory, std::string const& bytes);
 

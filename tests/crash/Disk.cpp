@@ -57,7 +57,7 @@ public:
         }
     }
 
-    /** The number of contents, or more than `limit` if there are more. */
+    /** The number of possible contents; `limit` + 1 if there are more than `limit`. */
     [[nodiscard]] long count(long limit) const {
         long count = 0;
         for (std::size_t const size : _sizes) {
@@ -81,7 +81,7 @@ public:
         return result;
     }
 
-    /** The extremes: for each size, all sectors old or all new; for the largest, also all but one old or new. */
+    /** For each size, all sectors old or all new; for the largest, also all except one; then random contents. */
     [[nodiscard]] std::vector<std::string> some(long limit, std::mt19937& chance) const {
         std::vector<std::string> result;
         std::size_t const longest = _sizes.back();
@@ -186,7 +186,7 @@ void Disk::apply(Event const& event) {
                 makeDurable(*file);
     } else if (event.is("rename") || event.is("link")) {
         auto const file = at(words.at(1));
-        // Renaming a name of a file to another name of the same file keeps both.
+        // rename() does nothing if both names refer to the same file.
         if (leadsTo(words.at(2), file))
             return;
         lead(words.at(2), file);
@@ -275,7 +275,7 @@ Disk::Shown Disk::forEachState(long limit, std::mt19937& chance,
     for (long number = 0; number < (isEach ? count : limit); ++number) {
         auto rest = static_cast<std::size_t>(number);
         for (auto const& [name, contentsAt] : choices) {
-            // If not every state is shown, each content of the register file is, with random choices for other names.
+            // If only some states are shown, the register file takes its contents in turn, other names random ones.
             bool const inTurn = isEach || name == Trial::name;
             state[name] = contentsAt[(inTurn ? rest : chance()) % contentsAt.size()];
             if (isEach)

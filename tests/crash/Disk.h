@@ -18,11 +18,12 @@ namespace crash {
 /**
  * A disk with the weakest guarantees that a disk may give, and its possible states after a power cut.
  *
- * Until a file is flushed with fsync, each of its 512-byte sectors independently has its old content, or that after
- * any write since, or zeros if it is new; and the file has any of the sizes since then, or ends between two added
- * sectors. Until a directory is flushed, each of its names independently refers to any of the files it has referred to
- * since, or to none if it has been missing: creations, renames and removals may happen or not, in any order, and a name
- * may become durable before the content of its file. Flushing a file does not make its name durable.
+ * Until a file is flushed with fsync, each of its 512-byte sectors independently has its old content, its content after
+ * any later write, or zeros if it is new; and the file has any size that it has had since the last flush, or ends
+ * between two added sectors. Until a directory is flushed, each of its names independently refers to any file to which
+ * it has referred since the last flush, or to none if it has been missing: creations, renames and removals may happen
+ * or not, in any order, and a name may become durable before the content of its file. Flushing a file does not make
+ * its name durable.
  */
 class Disk {
 public:
@@ -52,8 +53,8 @@ public:
     };
 
     /**
-     * Shows every possible state of the disk, or `limit` of them if there are more: the states with everything, or
-     * everything but a single sector, as old or as new as possible, and random others.
+     * Shows every possible state of the disk, or `limit` of them if there are more: the states in which everything, or
+     * everything except a single sector, is as old or as new as possible, and random others.
      */
     Shown forEachState(long limit, std::mt19937& chance, std::function<void(State const&)> const& show);
 
@@ -84,16 +85,16 @@ private:
 struct Findings {
     long crashPoints = 0;
     long states = 0;
-    long sampled = 0;   // crash points of which only some states were checked
+    long sampled = 0;   // crash points for which only some states were checked
     long forbidden = 0; // number of states that are not allowed
     std::string first;  // the first of them
 };
 
 /**
  * Cuts the power after each event of a recording, and checks every possible state: the register file must be one of the
- * two allowed files, byte for byte, and so must the previous file that live settings keep. `initial` is the state
- * before. `skipped` is the number of a call that is left out. `distinct` is called once for each allowed combination of
- * a register file, a previous file and the names of other files.
+ * two allowed files, byte for byte, and the previous file that live settings keep must be an allowed one. `initial` is
+ * the state before the recording. `skipped` is the number of a call that the replay leaves out. `distinct` is called
+ * once for each allowed combination of a register file, a previous file and the names of other files.
  */
 Findings replay(Recording const& recording, Disk::Beginning const& beginning, Trial& trial,
                 std::optional<int> initial, long limit, long skipped = 0,

@@ -23,7 +23,7 @@ bool isOldOrNew(std::optional<int> state) {
     return state && (*state == 1 || *state == 2);
 }
 
-/** An application that saves with a fault and then saves again: from state 1 to 2 to 3. */
+/** An application that starts in state 1, saves state 2 with a fault, and then saves state 3. */
 class Faults {
 public:
     explicit Faults(std::size_t size, std::string const& manner = "register") : trial(size, manner) {
@@ -193,7 +193,7 @@ TEST(FailingForGood, FromAnyCallOnLeavesTheOldFileOrTheNew) {
         auto const left = faults.trial.stateOf(faults.trial.registerFile());
         std::string problem;
         if (!run.exitedWith(0) && !run.exitedWith(refused))
-            problem = "ends badly";
+            problem = "exits neither normally nor because it cannot load";
         else if (!isOldOrNew(left))
             problem = "neither the old nor the new file";
         else
@@ -215,23 +215,23 @@ TEST(ShortTransfer, AtAnyCallLoadsAndSaves) {
     EXPECT_THAT(disturbEachCall(faults, "short", isTransfer), IsEmpty());
 }
 
-TEST(FaultsOfSavingCarelessly, NoticeAnUncheckedWrite) {
+TEST(FaultInjection, NoticesAnUncheckedWrite) {
     Faults faults(fewSectors, "unchecked-write");
     EXPECT_THAT(failEachCall(faults, ENOSPC), Not(IsEmpty()));
     EXPECT_THAT(disturbEachCall(faults, "short", isTransfer), Not(IsEmpty()));
 }
 
-TEST(FaultsOfSavingCarelessly, NoticeAnUncheckedSync) {
+TEST(FaultInjection, NoticesAnUncheckedSync) {
     Faults faults(fewSectors, "unchecked-sync");
     EXPECT_THAT(failEachCall(faults, EIO), Not(IsEmpty()));
 }
 
-TEST(FaultsOfSavingCarelessly, NoticeADirectWrite) {
+TEST(FaultInjection, NoticesADirectWrite) {
     Faults faults(fewSectors, "direct");
     EXPECT_THAT(failEachCall(faults, ENOSPC), Not(IsEmpty()));
 }
 
-TEST(FaultsOfSavingCarelessly, NoticeASaveThatIsGivenUpWhenInterrupted) {
+TEST(FaultInjection, NoticesASaveThatGivesUpWhenInterrupted) {
     Faults faults(fewSectors, "impatient");
     EXPECT_THAT(disturbEachCall(faults, "fail", isInterruptible), Not(IsEmpty()));
 }

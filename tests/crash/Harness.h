@@ -23,7 +23,7 @@ inline void figure(std::string const& name, long count) {
     std::cout << "figure: " << count << ' ' << name << '\n';
 }
 
-/** Names a test with a way to save after its letters. */
+/** Names a test after its parameter, a way to save, without the hyphens. */
 struct NameOfManner {
     template <class Test>
     std::string operator()(Test const& test) const {
@@ -37,7 +37,7 @@ struct NameOfManner {
 
 constexpr std::size_t oneSector = 400;
 constexpr std::size_t fewSectors = 2'400;
-constexpr std::size_t moreSectors = 6'000; // the most of which every combination can be tried
+constexpr std::size_t moreSectors = 6'000; // the largest size for which every combination can be tried
 constexpr std::size_t manySectors = 100'000;
 
 } // namespace crash

@@ -100,7 +100,7 @@ TEST(LiveKillWhileLeftoversAreCleared, LosesNothing) {
     LiveTrial trial(oneSector);
     auto const begin = [&] {
         trial.begin();
-        // Leftovers of a save, and of keeping the previous file, which is a second link to the file.
+        // The leftovers of a killed save: an incomplete temporary file, and a second link to the file.
         Files files = trial.files();
         files[support::temporaryName(Trial::name)] = trial.bytesOf(ours).substr(0, 100);
         trial.reset(files);
@@ -207,7 +207,7 @@ TEST(LivePowerCutWithLargeFiles, LosesNothing) {
 }
 
 /** Settings that were acknowledged after a fault must be durable. */
-TEST(LivePowerCutAfterAFault, LosesNothingThatWasSavedByTheNextAttempt) {
+TEST(LivePowerCutAfterAFault, LosesNothingThatTheNextAttemptSaved) {
     LiveTrial trial(oneSector);
     auto const calls = trial.attempt("count", "retry").recording.callsOf(ours);
     ASSERT_FALSE(calls.empty());

@@ -215,14 +215,14 @@ TEST_F(WeakDisk, LosesNothingOnceTheFileSystemIsFlushed) {
     EXPECT_THAT(after({"create g 1", "write 1 0 41", "rename g f", "syncfs"}), ElementsAre("f=A g=-"));
 }
 
-TEST_F(WeakDisk, MovesAFileBeforeItsContent) {
+TEST_F(WeakDisk, MayMakeARenameDurableBeforeTheContent) {
     auto const states = after({"create g 1", "write 1 0 41", "rename g f"});
     EXPECT_THAT(states, ::testing::IsSupersetOf({"f= g=-", "f=A g=-", "f=old g=A"}));
     EXPECT_THAT(after({"create g 1", "write 1 0 41", "sync 1", "rename g f", "syncdir ."}),
                 ElementsAre("f=A g=-"));
 }
 
-TEST_F(WeakDisk, KeepsBothNamesOfAFileWhenOneIsRenamedToTheOther) {
+TEST_F(WeakDisk, IgnoresARenameBetweenTwoNamesOfTheSameFile) {
     EXPECT_THAT(after({"link f g", "rename g f", "syncdir ."}), ElementsAre("f=old g=old"));
 }
 

@@ -83,7 +83,7 @@ private:
         return result;
     }
 
-    /** Long enough for the wanted size of the file; the length depends on the state. */
+    /** A text that gives the file approximately the wanted size. Its length also depends on the state. */
     [[nodiscard]] std::string text() const {
         std::size_t const others = 240;
         std::size_t const length =

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Intercepts a program's file calls: numbers those in one directory, records their effects, and kills the process at a
-// call or makes a call fail. To be preloaded.
+// A library to be preloaded. Intercepts a program's file calls: numbers those in one directory, records their effects,
+// and kills the process at a call or makes a call fail.
 //
 // CRASH_DIRECTORY  the directory, without symbolic links in its path; if it is not set, nothing is intercepted
 // CRASH_LOG        the log file; each call appends a line, see `Recording.h`
 // CRASH_PLAN       "count"; "record", which also records the bytes; or an action at the Nth call: "kill-before N",
 //                  "kill-after N", "stop-before N", "fail N ERROR" (also records the bytes), "fail-from N ERROR" or
 //                  "short N"
-// CRASH_THREAD     "main": ignores the calls of other threads, whose timing varies; and stops the clock for them, so
-//                  that they do nothing that is due later
+// CRASH_THREAD     "main": ignores the calls of other threads, whose timing varies; and stops the clock for these
+//                  threads, so that their delays never end
 // CRASH_NO_LINKS   if set: as on a file system without hard links
 //
 // A call that is made to fail has no effect, except that `close` closes the file, as on Linux.

@@ -16,7 +16,7 @@ namespace crash {
 /**
  * The settings of a state that two programs share. The tens of the state count the changes by others, in the group
  * "theirs"; the ones count the changes by this program, in the group "mine"; 0 means that the group does not exist.
- * Each change of a side replaces all its settings, and a name by another, so that a mixture of two states is recognised.
+ * Each change of a side replaces all its values and renames a setting, so that a mixture of two states is recognised.
  * `size` is the approximate size of the register file in bytes.
  */
 class Sides {
@@ -30,7 +30,7 @@ public:
         writeSide("theirs", state / 10, 0);
     }
 
-    /** Replaces one side by that of a state. */
+    /** Replaces one side with that side of a state. */
     void change(std::string const& side, int state) const {
         velmorand::Lock const lock;
         writeSide(side, side == "mine" ? state % 10 : state / 10, side == "mine" ? _size : 0);
@@ -73,7 +73,7 @@ private:
         return side + "/only here/" + std::to_string(number);
     }
 
-    /** Long enough for the wanted size of the file; the length depends on the number. */
+    /** A text that gives the file approximately the wanted size. Its length also depends on the number. */
     static std::string text(int number, std::size_t size) {
         std::size_t const others = 320;
         std::string result;

@@ -20,8 +20,8 @@ microseconds startingTime(Trial& trial) {
     return std::chrono::duration_cast<microseconds>(steady_clock::now() - begin);
 }
 
-// An application that saves continuously is killed CRASH_ROUNDS times, at random times with the seed CRASH_SEED. Each
-// round starts with the files of the one before.
+// An application that saves continuously is killed CRASH_ROUNDS times, after random delays with the seed CRASH_SEED.
+// Each round starts with the files that the previous one has left.
 TEST(Soak, OfRandomKillsLeavesTheLastSaveOrTheCurrentOne) {
     long const rounds = number("CRASH_ROUNDS", 40);
     std::mt19937 chance(static_cast<unsigned>(number("CRASH_SEED", 1)));

@@ -194,13 +194,13 @@ std::string Trial::problem(Allowed const& allowed, std::optional<int>* state) {
     if (before && !allowed.has(found))
         return "state " + std::to_string(*found) + " is not allowed";
     if (!before && *found != 0)
-        return "a state without a file";
+        return "the file is missing, but state " + std::to_string(*found) + " was found";
     // Equal settings give equal files, so the file that the new process saved must equal the file it found.
     if (before && before != contentOf(observed()))
-        return "the file is not the one of state " + std::to_string(*found);
+        return "the file does not have the bytes of state " + std::to_string(*found);
     auto left = files();
     if (isLive() && before && before != previousFile())
-        return "the next save has not kept the file as the previous one";
+        return "the next save has not kept the previous file";
     if (isLive())
         left.erase(previousName);
     if (left.size() != 1 || left.begin()->first != name)

@@ -19,8 +19,9 @@
 #include "support/TemporaryDirectory.h"
 #include "values/Kinds.h"
 
-// Every allocation of every operation fails once, each in its own process. The operation throws, unless it can do
-// without the memory; the state is that before or after the operation; the lock is free; the next call works.
+// Every allocation of every operation fails once, each in its own process. The operation must throw, unless it can do
+// without the memory. The state must be the one before or the one after the operation, the lock must be free, and the
+// next call must succeed.
 
 namespace {
 
@@ -42,16 +43,16 @@ std::string const inGroups = inner + "/a property whose name is longer than fits
 std::string const onTop = "a property on top whose name is longer than fits in a node";
 std::string const there = outer + "/an existing property whose name is longer than fits in a node";
 
-/** A derived register, which does not use the fast paths and needs no memory of its own. */
+/** A derived register, which does not use the fast paths and, unlike a probe, allocates no memory itself. */
 class Derived : public _Register {
 public:
     Derived() = default;
 };
 
-/** The surroundings of an operation, prepared by other operations. */
+/** The objects that an operation uses. Its preparation fills them. */
 struct World {
     _Register& settings;
-    std::string directory; ///< of the register file; empty
+    std::string directory; ///< of the register file; empty at first
     notification::Listener listener;
 
     World(_Register& register_, std::string where) : settings(register_), directory(std::move(where)) {}
@@ -64,8 +65,8 @@ std::ostream& operator<<(std::ostream& stream, Form form) {
 }
 
 /**
- * Where an operation takes steps that remain if a later one fails: writing field by field, and creating group
- * by group. Its unfinished result may remain; everything else is unchanged.
+ * In which form of the register an operation consists of steps that remain if a later one fails: writing field by
+ * field, or creating group by group. Then its partial result may remain; everything else must be unchanged.
  */
 enum class InSteps { nowhere, whenDerived };
 
@@ -75,7 +76,7 @@ struct Operation {
     std::function<void(World&)> prepare;
     std::function<void(World&)> call;
     std::function<void(World&)> check;
-    bool needsMemory; ///< in every form and build
+    bool needsMemory; ///< whether it allocates memory in every form and build
     InSteps inSteps = InSteps::nowhere;
     std::string own = {}; ///< the outermost name in the user scope that the steps change
 };
@@ -101,7 +102,7 @@ typename Kind::Value const& large() {
 template <class Kind>
 Operation writing(std::string const& what, std::string const& name, bool needsMemory, InSteps inSteps,
                   std::string const& own) {
-    static_cast<void>(large<Kind>()); // not while memory fails
+    static_cast<void>(large<Kind>()); // before allocations fail
     return {"Write" + std::string(Kind::name) + what,
             [](World& world) { world.settings._writeInteger(nullptr, there, 1, SCOPE_USER); },
             [name](World& world) { Kind::write(world.settings, nullptr, name, large<Kind>(), SCOPE_USER); },
@@ -130,7 +131,7 @@ Operation reading() {
             isLarge};
 }
 
-/** The list is unchanged, or contains the first elements of the list to be read. */
+/** If the read fails, the list must be unchanged or contain the first elements of the stored list. */
 Operation readingIntoAUsedList() {
     Operation operation = reading<kinds::Strings>();
     operation.name = "ReadStringsIntoAUsedList";
@@ -170,7 +171,7 @@ void refused(Call&& call) {
     ADD_FAILURE() << "no exception";
 }
 
-/** Saves and loads with the world's directory in place. */
+/** While an object exists, the register saves to the world's directory and loads from it. */
 class OnDisk {
 public:
     explicit OnDisk(World& world) { RegisterProbe::_UserRegisterPath = world.directory; }
@@ -195,7 +196,7 @@ std::vector<Operation> operations() {
                         refused([&] { world.settings._readInteger(there, value); });
                     },
                     nothing, true});
-    list.push_back({"ReadWhatIsMissing", nothing,
+    list.push_back({"ReadAMissingProperty", nothing,
                     [](World& world) {
                         int value = 0;
                         refused([&] { world.settings._readInteger(there, value); });
@@ -247,14 +248,14 @@ std::vector<Operation> operations() {
          [](World& world) { EXPECT_EQ(2U, world.settings.propertyList(outer, SCOPE_USER).size()); }, nothing,
          true});
     list.push_back(
-        {"PropertyListOverAndOver",
+        {"PropertyListRepeatedly",
          [](World& world) {
              addThere(world);
              static_cast<void>(world.settings.propertyList(outer, SCOPE_USER));
          },
          [](World& world) { EXPECT_EQ(1U, world.settings.propertyList(outer, SCOPE_USER).size()); }, nothing,
          true});
-    list.push_back({"PropertyListOfNoGroup", nothing,
+    list.push_back({"PropertyListOfAMissingGroup", nothing,
                     [](World& world) {
                         refused([&] { static_cast<void>(world.settings.propertyList(outer, SCOPE_USER)); });
                     },
@@ -272,7 +273,7 @@ std::vector<Operation> operations() {
                     },
                     [](World& world) { EXPECT_TRUE(world.settings.propertyExists(onTop, SCOPE_USER)); },
                     true});
-    list.push_back({"OpenPropertyThatIsMissing", addThere,
+    list.push_back({"OpenAMissingProperty", addThere,
                     [](World& world) {
                         refused([&] {
                             static_cast<void>(
@@ -337,14 +338,14 @@ std::vector<Operation> operations() {
          true});
     list.push_back({"Load",
                     [](World& world) {
-                        // By another register, so that this one has never allocated space for as many.
+                        // Saved by another register, so that this one has not allocated space for as many before.
                         saveRegisterFile(world.directory, [](_Register& other) {
                             other._writeInteger(nullptr, inGroups, 1, SCOPE_USER);
                             for (int i = 0; i < 100; ++i)
                                 other._writeInteger(nullptr, std::to_string(i), i, SCOPE_USER);
                         });
                         world.settings._writeInteger(nullptr, onTop, 1, SCOPE_USER);
-                        OnDisk const onDisk(world); // once before, so that the path needs no memory
+                        OnDisk const onDisk(world); // so that setting the path again needs no memory
                     },
                     [](World& world) {
                         OnDisk const onDisk(world);
@@ -397,8 +398,8 @@ std::string fileIn(std::string const& directory) {
 }
 
 /**
- * The result of a call that is short of memory: "done", "bad_alloc", "no room for a file" if the register reports
- * that, or the message of any other exception, which it must not throw.
+ * The result of a call during which an allocation fails: "done", "bad_alloc", "no room for a file" if the register
+ * reports that, or the message of any other exception, which the call must not throw.
  */
 template <class Call>
 std::string outcome(Call&& call) {
@@ -422,7 +423,7 @@ std::string nameOf(testing::TestParamInfo<Parameters> const& info) {
     return allOperations()[std::get<0>(info.param)].name + testing::PrintToString(std::get<1>(info.param));
 }
 
-/** Fails the allocations of an attempt one after another, each in its own process. Result: how many. */
+/** Makes each allocation of an attempt fail, each in its own process. Result: the number of allocations. */
 template <class Attempt>
 long failOneAfterAnother(Afterwards afterwards, Attempt const& attempt) {
     for (long nth = 1;; ++nth) {
@@ -488,7 +489,7 @@ protected:
     }
 };
 
-TEST_P(FailingAllocations, LeaveEverythingAsBeforeOrAsAfter) {
+TEST_P(FailingAllocations, LeaveTheStateBeforeOrAfterTheOperation) {
     for (Afterwards const afterwards : both) {
         long const failed = failOneAfterAnother(afterwards, attempt);
         EXPECT_TRUE(failed > 0 || !operation().needsMemory) << "no allocation has failed";
@@ -556,11 +557,11 @@ private:
     std::string _userFile;
 };
 
-TEST_F(FailingStart, InitializeStartsFromNothingTheNextTime) {
+TEST_F(FailingStart, InitializeStartsFromScratchTheNextTime) {
     expectStartsAgain([this] { initialize(); });
 }
 
-TEST_F(FailingStart, GetInstanceStartsFromNothingTheNextTime) {
+TEST_F(FailingStart, GetInstanceStartsFromScratchTheNextTime) {
     setPaths();
     expectStartsAgain([] { static_cast<void>(_Register::getInstance()); });
 }

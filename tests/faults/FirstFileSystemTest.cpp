@@ -11,7 +11,7 @@
 
 namespace {
 
-/** Creates a file system while the `nth` allocation fails. Result: whether it made that many. */
+/** Creates a file system while the `nth` allocation fails. Result: whether there were so many allocations. */
 bool failsToMakeOne(long nth) {
     faults::FailingAllocation const failing(nth, faults::Afterwards::memoryIsThere);
     try {
@@ -23,7 +23,7 @@ bool failsToMakeOne(long nth) {
 
 } // namespace
 
-TEST(FirstFileSystem, ThatCannotBeMadeLeavesTheProcessAbleToFork) {
+TEST(FirstFileSystem, ThatCannotBeCreatedDoesNotPreventForking) {
     ASSERT_EQ(0, support::inChild([] {
                   ::alarm(60); // for a fork that hangs
                   long failures = 0;

@@ -18,8 +18,8 @@
 #include "support/ChildProcess.h"
 #include "support/RegisterProbe.h"
 
-// Every allocation of an operation that changes several settings fails once, each in its own process: the operation
-// makes all its changes or none.
+// Every allocation of an operation that changes several settings fails once, each in its own process. The operation
+// must make all its changes or none.
 
 namespace {
 

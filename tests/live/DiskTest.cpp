@@ -38,7 +38,7 @@ protected:
     }
 };
 
-/** As on a full disk: no file of this process may grow. */
+/** While an object exists, the files of this process cannot grow, as on a full disk. */
 class NoRoom {
 public:
     NoRoom() {
@@ -173,7 +173,7 @@ TEST_F(LiveWithDamage, KeepAFileThatIsDamagedWhileTheyRun) {
     expectStored("a/y", 2);
 }
 
-TEST_F(LiveWithDamage, RefuseWhatIsNotARegularFile) {
+TEST_F(LiveWithDamage, RefuseAFileThatIsNotRegular) {
     auto const refuse = [this](char const* what) {
         EXPECT_EQ(0, inChild([this] { EXPECT_THROW(LiveSettings const live(options), utils::Exception); }))
             << what;
@@ -183,7 +183,7 @@ TEST_F(LiveWithDamage, RefuseWhatIsNotARegularFile) {
     ASSERT_EQ(0, ::mkfifo(file().c_str(), 0600));
     refuse("a pipe");
     fs::create_symlink(file(), file());
-    refuse("link to itself");
+    refuse("a link to itself");
     fs::create_symlink("/dev/null", file());
     refuse("a device");
 }

@@ -28,7 +28,7 @@ class LiveAtTheEnd : public live::Directories {};
 
 } // namespace
 
-TEST_F(LiveAtTheEnd, SaveTheChangesThatAMergeIsHandling) {
+TEST_F(LiveAtTheEnd, SaveTheChangesOfAMergeInProgress) {
     ASSERT_EQ(0, inChild([this] {
                   live::Turn const turn(options.userDirectory);
                   auto* const live = new LiveSettings(options); // NOLINT: never destroyed
@@ -41,7 +41,7 @@ TEST_F(LiveAtTheEnd, SaveTheChangesThatAMergeIsHandling) {
     expectStored("a/x", 1);
 }
 
-TEST_F(LiveAtTheEnd, SaveTheChangesThatADestructorIsHandling) {
+TEST_F(LiveAtTheEnd, SaveTheChangesOfADestructorInProgress) {
     ASSERT_EQ(0, inChild([this] {
                   live::Turn const turn(options.userDirectory);
                   auto* const live = new LiveSettings(options);
@@ -72,7 +72,7 @@ TEST_F(LiveAtTheEnd, SaveAtAnExitFromTheEventListener) {
     expectStored("a/x", 2);
 }
 
-TEST_F(LiveAtTheEnd, AChildThatWasForkedWhileAnotherThreadHeldTheLockEnds) {
+TEST_F(LiveAtTheEnd, LetAChildExitThatWasForkedWhileAnotherThreadHeldTheLock) {
     ASSERT_EQ(0, inChild([this] {
                   LiveSettings const live(options);
                   write("a/x", 1);
@@ -94,7 +94,7 @@ TEST_F(LiveAtTheEnd, AChildThatWasForkedWhileAnotherThreadHeldTheLockEnds) {
     expectStored("a/x", 1);
 }
 
-TEST_F(LiveAtTheEnd, AChildThatWasForkedWhileOtherThreadsSavedEnds) {
+TEST_F(LiveAtTheEnd, LetAChildExitThatWasForkedWhileOtherThreadsSaved) {
 #ifdef UNDER_A_SANITIZER
     GTEST_SKIP() << "the sanitizer's allocator may be locked in a child forked while another thread runs";
 #endif

@@ -61,9 +61,9 @@ void checkLane(Record& record, int lane) {
     for (int name = 0; name < ownNames; ++name) {
         Own const& own = record.own[lane][name];
         if (int const found = valueOf(ownName(lane, name)); !own.allows(found))
-            complain(record, ownName(lane, name) + " was opened as " + std::to_string(found) +
-                                 ", acknowledged " + std::to_string(own.acknowledged) + ", newest " +
-                                 std::to_string(own.newest));
+            complain(record, ownName(lane, name) + " is " + std::to_string(found) +
+                                 " in the file, acknowledged " + std::to_string(own.acknowledged) +
+                                 ", newest " + std::to_string(own.newest));
     }
 }
 
@@ -152,7 +152,7 @@ private:
     }
 
     void addGroup() {
-        Lock const lock; // which the operation itself does not take
+        Lock const lock; // addGroup does not take it
         _Register::getInstance()->addGroup(groupName(_lane) + "/empty", SCOPE_USER);
     }
 
@@ -274,7 +274,7 @@ void checkAll(Record& record, std::filesystem::path const& directory) {
     std::exit(0);
 }
 
-/** Result: whether it exited normally. */
+/** Waits for a process to end. Result: whether it exited normally. */
 bool waitFor(::pid_t child) {
     int status = 0;
     return ::waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
@@ -337,7 +337,7 @@ TEST(LiveSoak, KeepsEveryChangeThatWasAcknowledged) {
     EXPECT_EQ(0, record.problems);
     std::cout << "figure: " << record.acknowledgements << " saves acknowledged to live settings\n"
               << "figure: " << killed << " processes with live settings killed\n"
-              << "figure: " << left << " of them that exited while their threads went on\n";
+              << "figure: " << left << " processes with live settings that exited while their threads ran\n";
     ::munmap(made, sizeof(Record));
 }
 

@@ -33,7 +33,7 @@ void atOnce(int times, std::vector<std::function<void(int)>> const& bodies) {
 
 } // namespace
 
-TEST_F(LiveInThreads, AreWrittenReadListenedToAndSavedAtOnce) {
+TEST_F(LiveInThreads, MayBeWrittenReadListenedToAndSavedConcurrently) {
     EXPECT_EQ(0, inProgram([](LiveSettings& live) {
                   std::atomic<int> heard{0};
                   Listener const always{"a", [&](std::string const&) { ++heard; }};
@@ -114,7 +114,7 @@ TEST_F(LiveInThreads, DoNotHoldTheLockWhileTheyWaitForAnotherProcess) {
     expectStored("a/x", 2);
 }
 
-TEST_F(LiveInThreads, KeepWhatAnotherProcessSavesWhileTheyWaitToCreateAFileAgain) {
+TEST_F(LiveInThreads, KeepASaveByAnotherProcessWhileTheyWaitToCreateTheFileAgain) {
     options.delay = std::chrono::hours(1);
     save("a/theirs", 2);
     std::string const theirs = live::bytes(file());

@@ -5,7 +5,7 @@
 
 namespace support {
 
-/** Numbers the types of a typed test suite. Without names, which has the same effect, Clang warns. */
+/** Numbers the types of a typed test suite. GoogleTest does so by default, but the default makes Clang warn. */
 struct NumberedTypes {
     template <class T>
     static std::string GetName(int place) {

@@ -170,7 +170,7 @@ public:
     /** The last round that the reader knows to be complete. */
     [[nodiscard]] int complete() const { return _complete; }
 
-    /** Records that the reader has learned in another way that a round is complete. */
+    /** Records that the reader knows that a round is complete, without having read a value of it. */
     void hear(int round) {
         _complete = std::max(_complete, round);
         _seen = std::max(_seen, round);
@@ -195,9 +195,9 @@ public:
     }
 
     /**
-     * Reads the settings in the reverse order of their changes. No value may be of an earlier round than the one read
-     * before it. The values of the flag and the hand do not contain their round, but if the first and the last value
-     * are of the same round, so are these.
+     * Reads the settings in the reverse order of their changes. No value may be of an earlier round than the value read
+     * before it. The flag and the hand do not contain their round, but if the first and the last value are of the same
+     * round, the flag and the hand must be those of this round.
      */
     void readBackwards(Declarations const& settings) {
         int const begin = seeLast(settings.last.get());
@@ -258,7 +258,7 @@ int wrongReads(int roundCount, Change&& change, Visible visible = Visible::toget
         change(++round);
         announced.store(round, std::memory_order_release);
     });
-    // One only reads, one also reads the published round, and one also reads other declarations of the same settings.
+    // All readers read the settings. One also reads the published round, and another one other declarations of them.
     crew.add(3, 1, 1, [&](int readerNumber, int /*round*/) {
         Reader reader(wrong, visible);
         Declarations const own;

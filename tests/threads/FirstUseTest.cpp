@@ -36,8 +36,8 @@ std::vector<_Register*> instances(std::vector<std::string>& failures) {
 
 } // namespace
 
-// In a new process each time, because a process builds its register only once.
-TEST(FirstUse, OfSeveralThreadsBuildsOneLoadedRegister) {
+// Each round runs in a new process, because a process builds its register only once.
+TEST(FirstUse, BySeveralThreadsLoadsTheRegisterOnce) {
     TemporaryDirectory const directory;
     saveInteger(directory.string(), "loaded", 42);
     for (int round = 0; round < rounds(10); ++round)
@@ -58,7 +58,7 @@ TEST(FirstUse, OfSeveralThreadsBuildsOneLoadedRegister) {
                   }));
 }
 
-TEST(FirstUse, ThatCannotLoadFailsForEveryThreadAndIsRepeated) {
+TEST(FirstUse, ThatCannotLoadFailsForEveryThreadAndMayBeRepeated) {
     TemporaryDirectory const directory;
     saveInteger(directory.string(), "loaded", 42);
     std::string const sound = fileBytes(directory / registerFileName);

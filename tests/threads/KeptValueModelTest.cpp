@@ -318,7 +318,7 @@ private:
         _threads[thread].view[variable] = static_cast<std::uint8_t>(at);
     }
 
-    /** Takes the lock, or takes it, reads a value and releases it; then the upper half of the result is the state. */
+    /** Takes the lock. A fetch also reads a value and releases the lock; the upper half of its result is the state. */
     std::uint64_t enter(std::size_t thread, Step const& step) {
         View& view = _threads[thread].view;
         join(view, _lockView);

@@ -133,7 +133,7 @@ TYPED_TEST_SUITE(Stress, kinds::All, kinds::KindNames);
 
 } // namespace
 
-TYPED_TEST(Stress, ReadersSeeOnlyWhatWasWritten) {
+TYPED_TEST(Stress, ReadersSeeOnlyWrittenValues) {
     _Register& settings = *_Register::getInstance();
     Shared<TypeParam> shared(settings);
     Crew crew;
