@@ -3,8 +3,8 @@
 #
 # usage: exchange.sh CASE THIS OTHER
 #
-# A register file that one machine writes is that of another, byte for byte, and either reads the other's. THIS and OTHER
-# are the program `exchange`, built for the two machines.
+# Two machines write the same register file, byte for byte, and can read each other's. THIS and OTHER are the program
+# `exchange`, built for the two machines.
 set -eu
 
 directory=$(mktemp -d)

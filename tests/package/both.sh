@@ -10,7 +10,7 @@ export LC_ALL=C
 here=$(cd "$(dirname "$0")" && pwd)
 . "$here/temporary-directory.sh"
 
-# Without the tool, which is the same program twice.
+# The tool is left out, because both builds install it under the same name.
 for build in "$1" "$2"; do
     for component in library development; do
         cmake --install "$build" --prefix "$work/prefix" --component $component >"$work/install.log"
@@ -29,7 +29,7 @@ for qt in 5 6; do
     mkdir "$work/settings$qt"
     LD_LIBRARY_PATH=$libraries "$work/consumer$qt" "$work/settings$qt"
     test -s "$work/settings$qt/Velmorand.dat"
-    # It loads the libraries of one QtCore.
+    # The program must load only the libraries for its QtCore.
     if LD_LIBRARY_PATH=$libraries ldd "$work/consumer$qt" | grep -q "libQt$((11 - qt))Core"; then
         echo "consumer$qt is linked with both QtCores" >&2
         exit 1
@@ -40,7 +40,7 @@ cmp "$work/settings5/Velmorand.dat" "$work/settings6/Velmorand.dat"
 # shellcheck disable=SC2046 # flags are words
 crossed() { # QT-MAJOR PACKAGE
     if c++ "$work/consumer$1.o" -o "$work/crossed" $(pkg-config --libs "$2") 2>"$work/errors"; then
-        echo "what is compiled for QtCore $1 is linked with $2" >&2
+        echo "code compiled for QtCore $1 can be linked with $2" >&2
         exit 1
     fi
     grep -q "undefined reference to .velmorand_register_for_QtCore_$1'" "$work/errors"

@@ -2,9 +2,9 @@
 #
 # usage: awk -v directory=DIRECTORY -f examples.awk DOCUMENT.md
 #
-# Writes the C++ blocks of a document into files of DIRECTORY: a block with a `main` is NN.cpp, and the text block that
-# follows it, its output, is NN.txt; one whose first line is "// NAME.h" or "// NAME.cpp" is that header or that source
-# of a plug-in; any other is the body of a function, NN.inc. NN counts the blocks from 01.
+# Writes the C++ blocks of a document into files in DIRECTORY. A block with a `main` becomes NN.cpp, and the text block
+# after it, which shows its output, NN.txt. A block whose first line is "// NAME.h" or "// NAME.cpp" becomes that header
+# or that plug-in source. Any other block is the body of a function and becomes NN.inc. NN counts the blocks from 01.
 
 function finish(    name) {
     if (language == "text" && program != "") {

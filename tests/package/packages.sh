@@ -4,10 +4,15 @@
 # usage: tests/package/packages.sh
 #
 # Builds the Debian packages as a distribution does, from the source package that `scripts/package --source` leaves in
-# build/package, and checks them: their files and dependencies, with lintian and blhc, hardening, that a second build in
-# another directory gives the same bytes, that programs build with the development packages and run, and that removing
-# the packages leaves nothing behind. Everything is built, installed and run without the network, in chroots with a
-# minimal Debian 12 and the packages' dependencies. They need 6 GB in /tmp during the run.
+# build/package, and checks:
+#
+#   - their files, dependencies and hardening, also with lintian and blhc
+#   - that a second build, in another directory, gives the same bytes
+#   - that programs can be built with the development packages, and run
+#   - that removing the packages leaves nothing behind
+#
+# Everything is built, installed and run without the network, in chroots with a minimal Debian 12 and the packages'
+# dependencies. They need 6 GB in /tmp during the run.
 #
 # Needs root, and the packages of the group `packages` of scripts/install-packages. Prints a line for each check; the
 # exit status is 0 if all pass.
@@ -50,7 +55,7 @@ check() { # NAME FUNCTION [ARGUMENT...]
     fi
 }
 
-# Runs a check without which the others cannot run.
+# Runs a check on which the others depend.
 need() { # NAME FUNCTION [ARGUMENT...]
     check "$@"
     [ "$failed" -eq 0 ] || exit 1
@@ -220,8 +225,8 @@ dependencies_are_as_expected() {
     dpkg-deb -f "$(archive libvelmorand-register-qt6-1)" Depends | grep 'libqt6core' | grep -v 'libqt5'
 }
 
-# Where two architectures of a package can be installed together, files outside the architecture's own directory must be
-# the same in both.
+# If a package can be installed for two architectures together, its files outside the architecture's own directory must
+# be the same for both.
 architectures_share_files() {
     for package in $all_packages; do
         deb=$(archive "$package")

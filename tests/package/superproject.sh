@@ -22,7 +22,7 @@ echo '#error "the header of another file system"' > "$work/elsewhere/filesystem/
     -DBUILD_SHARED_LIBS=OFF -DVELMORAND_QT_MAJOR="$QT_MAJOR" -DREGISTER_DIR="$SOURCE_DIR" \
     -DFILESYSTEM_INCLUDES="$work/include" -DEXCEPTION_LIBRARY="$1" -DFILESYSTEM_LIBRARY="$2"
 "$CMAKE" --build "$work/build" --parallel 2
-# Without the file system's help, a program for another QtCore cannot be linked.
+# The program needs the symbol for its QtCore, so it cannot be linked with libraries for another one.
 "$NM" --dynamic "$work/build/consumer" | grep -q -w "velmorand_register_for_QtCore_$QT_MAJOR"
 
 mkdir "$work/settings"

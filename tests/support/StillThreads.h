@@ -40,7 +40,7 @@ inline void waitUntilStill(::pid_t process) {
         std::this_thread::yield();
 }
 
-/** Waits until any other thread of this process is still. Not all of them, as a sanitizer's own thread never is. */
+/** Waits until any other thread of this process is still. A sanitizer's own thread never is. */
 inline void waitUntilAnotherThreadIsStill() {
     while (!std::any_of(threadsOf(::getpid()), {}, [](auto const& thread) { return isStill(thread.path()); }))
         std::this_thread::yield();

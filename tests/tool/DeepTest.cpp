@@ -14,7 +14,7 @@ using utils::properties::SCOPE_USER;
 
 namespace {
 
-/** The tool with deeply nested settings. The tests would take minutes if any command took quadratic time in the depth. */
+/** The tool with deeply nested settings. The tests would take minutes if a command took time quadratic in the depth. */
 class Deep : public Tool {
 protected:
     static constexpr std::size_t levels = 100'000;

@@ -3,7 +3,7 @@
 #
 # usage: changes.sh
 #
-# The comparison with the baselines notices each change that breaks programs. The changes are made in a copy of the
+# The comparison with the baselines must notice each change that breaks programs. The changes are made in a copy of the
 # headers.
 set -eu
 here=$(dirname "$0")
@@ -21,7 +21,7 @@ done
 change() { # HEADER SED-SCRIPT
     sed "$2" "$work/$1" >"$work/changed"
     if cmp -s "$work/changed" "$work/$1"; then
-        echo "changes: $1 has nothing to change with $2" >&2
+        echo "changes: $2 does not change $1" >&2
         exit 1
     fi
     mv "$work/changed" "$work/$1"

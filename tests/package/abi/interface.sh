@@ -26,8 +26,7 @@ build_headers() { # SOURCE-DIRECTORY GENERATED-HEADERS LIBRARY
         -I"$2" $(pkg-config --cflags Qt5Core) "$baselines/Headers.cpp" -Wl,--version-script="$baselines/headers.map" -o "$3"
 }
 
-# Leaves out what is not part of the interface: a library's copies of symbols that every module has a copy of, and the
-# paths of sources.
+# Writes the interface of a library without its copies of symbols that every module has, and without source paths.
 write_interface() { # LIBRARY
     abidw --suppressions "$baselines/public-types.suppr" --exported-interfaces-only --type-id-style hash \
         --no-corpus-path --no-comp-dir-path --no-elf-needed --no-show-locs "$1" |
