@@ -32,7 +32,7 @@ inline void synchronise(std::filesystem::path const& path) {
         throw std::runtime_error("cannot fsync " + path.string());
 }
 
-/** Durably and atomically replaces the file `path` by `aside`. */
+/** Durably and atomically replaces the file `path` with the file `aside`. */
 inline void moveInPlace(std::filesystem::path const& aside, std::filesystem::path const& path) {
     synchronise(aside);
     std::filesystem::rename(aside, path);

@@ -48,7 +48,7 @@ struct Held {
     static inline std::string content;
 };
 
-/** A store with some content. It is filled only if it has another content, so repetitions find it ready. */
+/** A store with the given content. It is filled only if its content differs, so repetitions reuse it. */
 template <class Store, class Fill>
 Store& holding(std::string const& content, Names const& names, Fill const& fill) {
     using Held = bench::Held<Store>;

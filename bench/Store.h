@@ -23,7 +23,7 @@ namespace bench {
  *                                                   library's safest way
  *     void load()                                   reads the file written by `save` into a cleared store
  *
- * and the optional parts that its constants announce; this base has their defaults.
+ * and the optional parts that its constants declare. This base class has the defaults of the constants.
  */
 struct Store {
     /** void writeNext(names): sets names to `nextScopeValue` in the scope that `read` searches after the first. */

@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
 """usage: measure.py [--repetitions N] [--seconds S] PROGRAMS-DIRECTORY RESULT.json
 
-Runs the benchmark programs and writes the median of each benchmark. A process runs the repetitions of one row, of all
-stores, in random order; so what disturbs the machine for a while disturbs all alike.
+Runs the benchmark programs and writes the median of each benchmark. One process measures one row for all stores, with
+the repetitions in random order, so that a temporary disturbance of the machine affects all stores alike.
 """
 import argparse
 import json
@@ -42,7 +42,7 @@ def run_row(program, row, arguments):
         if run.get("error_occurred"):
             sys.exit(f"{run['name']}: {run['error_message']}")
         name = run["run_name"].removeprefix(row + "/")
-        # Work that waits for the disk or another thread is measured by the clock, the rest by the processor's time.
+        # Work that waits for the disk or another thread is measured in elapsed time, the rest in processor time.
         waits = "/real_time" in name
         name = re.sub(r"/real_time.*", "", name)
         scale = {"ns": 1, "us": 1e3, "ms": 1e6}[run["time_unit"]]

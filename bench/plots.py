@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The plots of the performance page, as SVG text. They need no colour to be read, and have a dark form."""
+"""The plots of the performance page, as SVG text. They can be read without colour, and adapt to dark pages."""
 import html
 import math
 
@@ -16,7 +16,7 @@ STORES = {
     "GSettings": ("#5d6d6e", "#b3c0c1", "star", "12 3 2 3"),
 }
 
-# Each around the origin. Those without a "Z" at the end are drawn as lines.
+# Paths around the origin. Those without a "Z" at the end are drawn as lines, the others are filled.
 MARKERS = {
     "circle": "M-4,0 A4,4 0 1 1 4,0 A4,4 0 1 1 -4,0 Z",
     "square": "M-4,-4 H4 V4 H-4 Z",
@@ -143,7 +143,7 @@ def growth(comparison, counts):
 
 
 def panel(x, y, width, title, quantity, values):
-    """One operation: for each store a bar from 1 to what it takes as a multiple of the limit, on a logarithmic axis."""
+    """One operation: for each store a bar from 1 to its cost relative to the limit, on a logarithmic axis."""
     smallest, largest, bar, gap = 0.01, 10_000, 12, 6
     left, right = x + 136, x + width - 66
     top = y + 26
@@ -156,7 +156,7 @@ def panel(x, y, width, title, quantity, values):
     for power in range(round(math.log10(smallest)), round(math.log10(largest)) + 1):
         place = x_of(10**power)
         parts += [line(place, top - 4, place, bottom, "axis" if power == 0 else "grid")]
-        if power % 2 == 0: # labels of all would touch
+        if power % 2 == 0: # labels at every line would overlap
             parts += [text(place, bottom + 14, f"{10**power:,g}", "middle")]
     parts += [text(x_of(10), bottom + 30, f"{quantity} relative to the limit", "middle")]
     for number, (store, value) in enumerate(sorted(values.items(), key=lambda item: item[1])):
@@ -175,7 +175,7 @@ def panel(x, y, width, title, quantity, values):
 
 
 def comparison(measured, rows):
-    """A panel for each row, the store that takes the least on top."""
+    """A panel for each row, with the cheapest store on top."""
     columns, panel_width, panel_height = 2, 470, 244
     parts = [text(20, 52, "All axes are logarithmic, with a factor of 10 between two lines. Bars start at the limit: "
                           "those to the left are better, those to the right worse.")]

@@ -3,8 +3,8 @@
 // usage: velmorand-bench-process
 //
 // Whole processes: each iteration runs this program again as a child with one task. The cost of the register is the
-// difference to the row "nothing". The rows "start_and_read" run small programs that are linked only with the libraries
-// they use.
+// difference from the row "nothing". The rows "start_and_read" run small programs that are linked only with the
+// libraries they use.
 #include <cstddef>
 #include <exception>
 #include <filesystem>

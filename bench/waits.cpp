@@ -3,8 +3,8 @@
 // usage: velmorand-bench-waits live|plain COUNT SAVES
 //
 // Saves COUNT settings, one of them changed, SAVES times in one thread while another thread reads continuously. Prints
-// a line for each save: the longest of the reads that overlap it, then the longest of those in which the reader did not
-// merely lose its processor to another thread; in nanoseconds, separated by a tab.
+// a line for each save with two durations in nanoseconds, separated by a tab: of the longest read that overlaps the
+// save, and of the longest one during which the reader did not just lose its processor to another thread.
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -34,7 +34,7 @@ using Clock = std::chrono::steady_clock;
 /** The longest reads during a save. */
 struct Waits {
     std::int64_t longest = 0;
-    std::int64_t longestOwn = 0; ///< of those that were not merely interrupted
+    std::int64_t longestOwn = 0; ///< of reads that did not just lose the processor to another thread
 };
 
 /** Measures the duration of reads in a separate thread. */
@@ -90,7 +90,7 @@ private:
         return _waits.begin() + static_cast<std::ptrdiff_t>(save);
     }
 
-    /** Records a read during the saves from `first` to before `end`. */
+    /** Records a read that overlaps the saves from `first` up to, but not including, `end`. */
     void note(std::size_t first, std::size_t end, std::int64_t wait, Switches& before) {
         Switches const after = switches();
         bool const isInterrupted =
@@ -105,7 +105,7 @@ private:
 
     std::vector<std::string> const& _names;
     std::vector<Waits> _waits;                  // used only by the thread until it has ended
-    std::atomic<std::size_t> _begunAndEnded{0}; // counts each save twice: at its begin and its end
+    std::atomic<std::size_t> _begunAndEnded{0}; // counts each save twice: at its start and at its end
     std::atomic<bool> _isStopping{false};
     std::thread _thread;
 };

@@ -267,8 +267,8 @@ public:
         bool dots = false;
         for (std::string const& level : levelsOf(bytes(path)))
             dots = dots || level == "." || level == "..";
-        // Checked before any change, because otherwise the rest could damage other files.
-        check(!(dots && files.exists(path)), "no name leads up");
+        // Checked first, because the changes below could damage other files if it did not hold.
+        check(!(dots && files.exists(path)), "no name with dots exists");
         if (!files.exists(path))
             files.mkdir(path);
         files.remove(path);
@@ -314,7 +314,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         checkConversions(*_Register::getInstance(), name);
         trio.compare(name, scope);
         trio.putAndTakeAway(name, scope);
-        trio.addAndTakeAway(name, scope); // leaves it for the next name
+        trio.addAndTakeAway(name, scope); // leaves a property for the next name
         checkInMemory(text(name));
         disk.checkName(text(name));
     }

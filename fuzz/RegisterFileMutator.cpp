@@ -6,7 +6,7 @@
 
 #include "Format.h"
 
-// Changes a register file so that it remains one. Otherwise the fuzzer would almost never guess a checksum, and would
+// Changes a register file so that its checksum stays correct. The fuzzer would almost never guess a checksum, and would
 // test only the outer parts. Mostly, the mutator changes the items of the tree one by one and corrects their lengths;
 // sometimes it changes the bytes of the payload, or of the whole file without correcting anything.
 
@@ -22,7 +22,7 @@ using Random = std::minstd_rand;
 struct Item {
     unsigned major;
     std::uint64_t value;
-    unsigned width; ///< of the head's number, in bytes, at least
+    unsigned width; ///< the minimum width of the head's number, in bytes
     std::string content;
 };
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#define G_SETTINGS_ENABLE_BACKEND // the memory and the key-file backend are declared with it only
+#define G_SETTINGS_ENABLE_BACKEND // without it, the memory and the key-file backend are not declared
 
 #include <array>
 #include <cstddef>
@@ -29,8 +29,8 @@ namespace bench {
  * schema; there is one schema for each kind of value. The defaults in the schema are the next scope.
  *
  * Every object is notified of every change, so there are as few as possible: one for each first-level group and kind.
- * But the time to compile a schema grows with the square of the number of its keys; where it would take minutes, there
- * is one schema for each group.
+ * But the time to compile a schema grows with the square of the number of its keys. If it would take minutes, there is
+ * one schema for each group.
  */
 class GSettings : public Store {
 public:
@@ -105,7 +105,7 @@ public:
         _onFile = true;
     }
 
-    /** The values are in the schemas. */
+    /** Does nothing, because the values are in the schemas. */
     void writeNext(std::vector<std::string> const&) {}
 
     void listen(std::string const& group, long& calls) {

@@ -99,12 +99,12 @@ void run(std::string const& userDirectory, std::string const& globalDirectory) {
     News news;
     velmorand::write(sessionProperty, true, velmorand::SCOPE_TEMPORARY);
     std::cout << "runs with " << countProperties("", velmorand::SCOPE_GLOBAL)
-              << " settings of the administrator's and " << countProperties("", velmorand::SCOPE_USER)
-              << " of the user's" << std::endl;
+              << " settings of the administrator and " << countProperties("", velmorand::SCOPE_USER)
+              << " of the user" << std::endl;
 
     for (std::string line; std::getline(std::cin, line) && line != "quit";)
         std::cout << act(news, line) << std::endl;
-    require(news.isEmpty(), "notified of more than the others have changed");
+    require(news.isEmpty(), "notified of changes that the actions did not wait for");
 }
 
 } // namespace

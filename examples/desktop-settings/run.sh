@@ -3,8 +3,8 @@
 #
 # usage: run.sh PROGRAMS-DIRECTORY TOOL
 #
-# A day in the life of a desktop's settings: an administrator, three applications and the command-line tool change them
-# at the same time, an application is killed, and the user's file is damaged. At the end, every change is still there.
+# Demonstrates the settings of a desktop: an administrator, three applications and the command-line tool change them at
+# the same time, an application is killed, and the user's file is damaged. At the end, no change must be lost.
 set -eu
 . "$(dirname "$0")/processes.sh"
 
@@ -80,7 +80,7 @@ hear mail $desktop/sound/event-sounds
 quit panel mail editor
 size=$(wc -c <"$work/user/Velmorand.dat")
 printf 'damage' | dd of="$work/user/Velmorand.dat" bs=1 seek=$((size / 2)) conv=notrunc 2>/dev/null
-echo "  All end. Six bytes in the middle of the file are overwritten. The next application reports on standard error:"
+echo "  All applications have quit. Six bytes in the middle of the file are overwritten. The next application reports:"
 echo
 start viewer 3 >"$work/viewer.first"
 sed "s|$work/||g" "$work/viewer.messages" | fold -s -w 100 | sed 's/^/  /'

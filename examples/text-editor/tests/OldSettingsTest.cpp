@@ -16,7 +16,7 @@ using namespace editor;
 
 namespace {
 
-/** A user of version 1 starts the editor. */
+/** The first start of the editor by a user of version 1. */
 class TextEditorOldSettings : public testing::Test {
 protected:
     TextEditorOldSettings() {

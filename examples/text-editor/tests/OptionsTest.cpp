@@ -23,7 +23,7 @@ TEST(TextEditorOptions, ThatAreUnknownAreRefused) {
               }));
 }
 
-TEST(TextEditorTheme, OfTheCommandLineIsInForceAndNotStored) {
+TEST(TextEditorTheme, FromTheCommandLineIsInForceButNotStored) {
     settings::theme.set(Theme::Light);
     overrideTheme("dark");
     EXPECT_EQ(Theme::Dark, settings::theme.get());

@@ -24,7 +24,7 @@ void lock(Strings const& names) {
     velmorand::write("velmorand/locked", names, velmorand::SCOPE_GLOBAL);
 }
 
-/** The dialog is open. */
+/** An open preferences dialog. */
 class TextEditorPreferences : public testing::Test {
 protected:
     int argc = 1;
