@@ -133,11 +133,11 @@ Recalled Declaration::recall() const noexcept {
 }
 
 void Declaration::refuse(std::string const& why) const {
-    throw utils::Exception(name() + " is not set: " + why);
+    throw utils::Exception("cannot set " + inQuotes(name()) + ": " + why);
 }
 
 void Declaration::refuseDeclaration(std::string const& why) const {
-    throw utils::Exception(name() + " is declared with " + why);
+    throw utils::Exception("cannot declare " + inQuotes(name()) + ": " + why);
 }
 
 } // namespace detail

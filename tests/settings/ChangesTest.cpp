@@ -93,7 +93,7 @@ TEST_F(Transaction, SkipsTheSender) {
 }
 
 TEST_F(Transaction, RefusesAValueThatADeclarationDoesNotAllowImmediately) {
-    EXPECT_EQ("a/width is not set: 1001 is not allowed: expected at most 1000",
+    EXPECT_EQ("cannot set \"a/width\": 1001 is not allowed: expected at most 1000",
               failure([this] { changes.set(width, 1001); }));
     EXPECT_TRUE(changes.empty());
 }

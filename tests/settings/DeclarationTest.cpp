@@ -149,6 +149,23 @@ TEST(Get, ReturnsTheFallbackForAValueThatTheProgramsCheckRefuses) {
     EXPECT_EQ("a/even: 3 is not allowed: expected an even number", even.problem());
 }
 
+TEST(Get, ReturnsTheFallbackForADurationThatTheTypeCannotRepresent) {
+    Property<std::chrono::minutes> const whole{"a/whole", 5min};
+    write("a/whole", "90s");
+    EXPECT_EQ(5min, whole.get());
+    EXPECT_EQ(R"(a/whole: "90s" is not allowed: expected a duration such as "10min" (a multiple of 1min))",
+              whole.problem());
+}
+
+TEST(Get, ReturnsTheFallbackForTextThatIsNotADuration) {
+    using Seconds = std::chrono::duration<double>;
+    Property<Seconds> const fractional{"a/fractional", Seconds(0.5)};
+    write("a/fractional", "1.5");
+    EXPECT_EQ(Seconds(0.5), fractional.get());
+    EXPECT_EQ(R"(a/fractional: "1.5" is not allowed: expected a duration such as "1.5s")",
+              fractional.problem());
+}
+
 TEST(Get, ReturnsTheFallbackForAnInvalidElementOfAList) {
     Property<std::vector<int>> const widths{"a/widths", {5}, atLeast(1)};
     write("a/widths", std::vector<int>{3, 0});
@@ -281,50 +298,54 @@ TEST(Get, ReturnsATypeWithoutADefaultConstructor) {
 
 TEST(Set, RefusesValuesThatTheDeclarationDoesNotAllow) {
     Property<double> const size = sizeProperty();
-    EXPECT_EQ("a/size is not set: 80 is not allowed: expected 6 to 72", failure([&] { size.set(80.0); }));
+    EXPECT_EQ("cannot set \"a/size\": 80 is not allowed: expected 6 to 72", failure([&] { size.set(80.0); }));
     EXPECT_FALSE(size.isSet());
     Property<int> const least{"a/least", 5, atLeast(1)};
-    EXPECT_EQ("a/least is not set: 0 is not allowed: expected at least 1", failure([&] { least.set(0); }));
+    EXPECT_EQ("cannot set \"a/least\": 0 is not allowed: expected at least 1",
+              failure([&] { least.set(0); }));
     Property<int> const most{"a/most", 5, atMost(9)};
-    EXPECT_EQ("a/most is not set: 10 is not allowed: expected at most 9", failure([&] { most.set(10); }));
+    EXPECT_EQ("cannot set \"a/most\": 10 is not allowed: expected at most 9", failure([&] { most.set(10); }));
     Property<std::vector<std::string>> const units{"a/units", {}, choices({"cm", "in"})};
-    EXPECT_EQ(R"(a/units is not set: "mm" is not allowed: expected one of "cm", "in")", failure([&] {
+    EXPECT_EQ(R"(cannot set "a/units": "mm" is not allowed: expected one of "cm", "in")", failure([&] {
                   units.set({"cm", "mm"});
               }));
     Property<std::string> const checked{"a/checked", "",
                                         check([](std::string const& text) { return text.empty(); })};
-    EXPECT_EQ(R"(a/checked is not set: "x" is not allowed)", failure([&] { checked.set("x"); }));
+    EXPECT_EQ(R"(cannot set "a/checked": "x" is not allowed)", failure([&] { checked.set("x"); }));
 }
 
 TEST(Set, RefusesAnIntegerOutsideTheRangeOfTheType) {
     Property<unsigned char> const byte{"a/byte"};
     byte.set(255);
     EXPECT_EQ(255, byte.get());
-    EXPECT_EQ("a/byte is not set: 256 is not allowed: expected 0 to 255", failure([&] { byte.set(256); }));
+    EXPECT_EQ("cannot set \"a/byte\": 256 is not allowed: expected 0 to 255",
+              failure([&] { byte.set(256); }));
     Property<unsigned> const count{"a/count"};
-    EXPECT_EQ("a/count is not set: -1 is not allowed: expected 0 to 4294967295",
+    EXPECT_EQ("cannot set \"a/count\": -1 is not allowed: expected 0 to 4294967295",
               failure([&] { count.set(-1); }));
 }
 
 TEST(Set, RefusesValuesThatCannotBeStored) {
     Property<Theme> const theme{"a/theme"};
-    EXPECT_EQ("a/theme is not set: the value 7 of the enum has no name",
+    EXPECT_EQ("cannot set \"a/theme\": enum value 7 has no name",
               failure([&] { theme.set(static_cast<Theme>(7)); }));
 }
 
 TEST(Set, RefusesANumberThatTheTypeWouldRound) {
     Property<float> const scale{"a/scale"};
-    EXPECT_EQ("a/scale is not set: 2147483647 is not allowed: expected a number that the type has",
-              failure([&] { scale.set(2'147'483'647); }));
+    EXPECT_EQ(
+        "cannot set \"a/scale\": 2147483647 is not allowed: expected a number that the type can represent",
+        failure([&] { scale.set(2'147'483'647); }));
     scale.set(16'777'216);
     EXPECT_EQ(16'777'216.0F, scale.get());
 }
 
 TEST(Set, RefusesADurationThatTheTypeCannotRepresent) {
     Property<std::chrono::nanoseconds> const wait{"a/wait"};
-    EXPECT_EQ("a/wait is not set: the type does not have the value", failure([&] { wait.set(10'000'000h); }));
+    EXPECT_EQ("cannot set \"a/wait\": the type cannot represent the value",
+              failure([&] { wait.set(10'000'000h); }));
     Property<std::chrono::duration<int>> const small{"a/small"};
-    EXPECT_EQ("a/small is not set: the type does not have the value",
+    EXPECT_EQ("cannot set \"a/small\": the type cannot represent the value",
               failure([&] { small.set(std::chrono::seconds(5'000'000'000)); }));
     wait.set(10h);
     EXPECT_EQ(10h, wait.get());
@@ -409,7 +430,8 @@ TEST(Declaring, DoesNotCompileForUnintendedConversionsOfTheFallback) {
 }
 
 TEST(Declaring, RefusesValuesThatTheTypeCannotRepresent) {
-    std::string const refusal = "a/x is declared with a value that its type does not have";
+    std::string const refusal =
+        R"(cannot declare "a/x": the type cannot represent the fallback, a limit or a choice)";
     EXPECT_EQ(refusal, failure([] { Property<unsigned> const property("a/x", 0, atLeast(-1)); }));
     EXPECT_EQ(refusal, failure([] { Property<unsigned> const property("a/x", -1); }));
     EXPECT_EQ(refusal, failure([] { Property<unsigned char> const property("a/x", 300); }));
@@ -419,13 +441,13 @@ TEST(Declaring, RefusesValuesThatTheTypeCannotRepresent) {
 }
 
 TEST(Declaring, RefusesAMinimumAboveTheMaximum) {
-    EXPECT_EQ("a/x is declared with a minimum that is greater than its maximum",
+    EXPECT_EQ(R"(cannot declare "a/x": the minimum is greater than the maximum)",
               failure([] { Property<int> const property("a/x", 5, range(9, 2)); }));
 }
 
 TEST(Declaring, AcceptsConstantsOfOtherTypes) {
     Property<double> const size{"a/size", 11, range(0, 4.5)};
-    EXPECT_EQ("a/size is not set: 5 is not allowed: expected 0 to 4.5", failure([&] { size.set(5); }));
+    EXPECT_EQ("cannot set \"a/size\": 5 is not allowed: expected 0 to 4.5", failure([&] { size.set(5); }));
     Property<float> const scale{"a/scale", 0.1, range(0.5, 4)};
     EXPECT_EQ(0.1F, scale.fallback());
     Property<std::uint64_t> const id{"a/id", 5'000'000'000, atMost(6'000'000'000)};

@@ -119,7 +119,8 @@ TEST(Override, OutlivesThePropertyObject) {
 
 TEST(Override, IsRefusedForValuesThatAreNotAllowed) {
     Property<int> const property{"a/x", 5, range(1, 9)};
-    EXPECT_EQ("a/x is not set: 12 is not allowed: expected 1 to 9", failure([&] { property.override(12); }));
+    EXPECT_EQ("cannot set \"a/x\": 12 is not allowed: expected 1 to 9",
+              failure([&] { property.override(12); }));
     EXPECT_FALSE(property.isOverridden());
 }
 

@@ -175,7 +175,7 @@ TEST(Stored, EnumsMayBeNestedInAClass) {
 }
 
 TEST(Stored, EnumsWithoutANameAreRefused) {
-    EXPECT_EQ("the value 2 of the enum has no name", failure([] { write("a/x", Theme::system); }));
+    EXPECT_EQ("enum value 2 has no name", failure([] { write("a/x", Theme::system); }));
     EXPECT_EQ("PropertyNotFound", failure([] { static_cast<void>(read<Theme>("a/x")); }));
 }
 

@@ -76,7 +76,7 @@ TEST_F(TextEditorPreferences, LeaveSettingsWithoutAnEditUnset) {
 TEST_F(TextEditorPreferences, ApplyNothingIfOneEditIsNotAllowed) {
     dialog.theme.edit(Theme::Dark);
     dialog.tabWidth.edit(40);
-    EXPECT_EQ("edit/tab width is not set: 40 is not allowed: expected 1 to 16",
+    EXPECT_EQ("cannot set \"edit/tab width\": 40 is not allowed: expected 1 to 16",
               support::failure([this] { dialog.apply(); }));
     EXPECT_EQ(Theme::System, settings::theme.get());
     EXPECT_EQ(Theme::Dark, dialog.theme.value());

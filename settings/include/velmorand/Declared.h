@@ -294,7 +294,7 @@ private:
                       "limits and choices have the type of the setting, or of its elements");
         std::optional<To> value = ConversionOf<To, From>::convert(from);
         if (!value)
-            this->refuseDeclaration("a value that its type does not have");
+            this->refuseDeclaration("the type cannot represent the fallback, a limit or a choice");
         return *std::move(value);
     }
 
@@ -315,7 +315,7 @@ private:
         if (limits.maximum)
             _maximum = declared<Element>(*limits.maximum);
         if (_minimum && _maximum && !isOrdered(*_minimum, *_maximum))
-            this->refuseDeclaration("a minimum that is greater than its maximum");
+            this->refuseDeclaration("the minimum is greater than the maximum");
     }
 
     template <class Choice>
@@ -409,9 +409,9 @@ private:
             return notWithin(std::to_string(from), storedJson(std::numeric_limits<T>::lowest()),
                              storedJson(std::numeric_limits<T>::max()));
         else if constexpr (isNumeric<From>)
-            return notValid(std::to_string(from), "a number that the type has");
+            return notValid(std::to_string(from), "a number that the type can represent");
         else
-            return "the type does not have the value";
+            return "the type cannot represent the value";
     }
 
     [[nodiscard]] std::string textOf(Fault const& fault, std::string const& value) const {

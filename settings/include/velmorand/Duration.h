@@ -56,7 +56,13 @@ struct BuiltIn<std::chrono::duration<Rep, Period>> {
         return rep ? std::optional(Duration(*rep)) : std::nullopt;
     }
     static constexpr char const* format = "duration";
-    static std::string expected() { return "a length of time such as 1500ms, 2s or 10min"; }
+    static std::string expected() {
+        if constexpr (isWhole)
+            return "a duration such as \"" + durationText(std::int64_t{10}, unit) + "\" (a multiple of " +
+                   durationText(std::int64_t{1}, unit) + ')';
+        else
+            return "a duration such as \"" + durationText(1.5, unit) + '"';
+    }
 
 private:
     using Count = std::conditional_t<isWhole, std::int64_t, double>;

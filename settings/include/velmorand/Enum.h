@@ -54,8 +54,8 @@ struct StoredByName : Source {
         for (EnumName<Enum> const& known : Source::names())
             if (known.value == value)
                 return known.name;
-        throw utils::Exception("the value " + std::to_string(static_cast<long long>(value)) +
-                               " of the enum has no name");
+        throw utils::Exception("enum value " + std::to_string(static_cast<long long>(value)) +
+                               " has no name");
     }
 
     static std::optional<Enum> load(std::string const& name) {
