@@ -92,7 +92,7 @@ TEST_F(Copies, AreEmptyWithoutADirectory) {
 }
 
 TEST_F(Copies, RestoredTwiceAreUnchanged) {
-    EXPECT_EQ("", answer({"restore", "previous"}));
+    EXPECT_EQ("1 set\n", answer({"restore", "previous"}));
     EXPECT_EQ(one, bytesOf(userFile));
     EXPECT_EQ(two, bytesOf(previousFile));
     answer({"restore", "Velmorand.dat.previous"});
@@ -116,9 +116,31 @@ TEST_F(Copies, AreKeptWhenTheyAreRestored) {
 
 TEST_F(Copies, WithTheSameSettingsChangeNothing) {
     putBytes(damagedFile, two);
-    answer({"restore", damagedName});
+    EXPECT_EQ("nothing changed\n", answer({"restore", damagedName}));
     EXPECT_EQ(two, bytesOf(userFile));
     EXPECT_EQ(one, bytesOf(previousFile));
+}
+
+TEST_F(Copies, AreComparedWithTheFileThatTheyReplace) {
+    answer({"import", "--replace", "-"},
+           R"({"x": {"type": "integer", "value": 3}, "y": {"type": "integer", "value": 1}})");
+    EXPECT_EQ("1 set, 1 removed\n", answer({"restore", "previous"}));
+}
+
+TEST_F(Copies, ThatReplaceADamagedFileAreCountedInFull) {
+    answer({"set", "integer", "y", "1"});
+    answer({"set", "integer", "z", "1"});
+    putBytes(userFile, "garbage");
+    EXPECT_EQ("2 set\n", answer({"restore", "previous"}));
+}
+
+TEST_F(Copies, WithoutSettingsReplaceADamagedFile) {
+    answer({"delete", "x"});
+    std::string const nothing = bytesOf(userFile);
+    answer({"set", "integer", "x", "1"});
+    putBytes(userFile, "garbage");
+    EXPECT_EQ("0 set\n", answer({"restore", "previous"}));
+    EXPECT_EQ(nothing, bytesOf(userFile));
 }
 
 TEST_F(Copies, ThatAreDamagedAreRefused) {

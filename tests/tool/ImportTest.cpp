@@ -149,6 +149,47 @@ TEST_F(Import, RemovesOtherSettingsWhenReplacing) {
     EXPECT_EQ("", answer({"list", "-r"}));
 }
 
+TEST_F(Import, PrintsTheNumberOfSettingsThatItHasSet) {
+    std::string const settings = R"({"a": {"type": "integer", "value": 1},
+        "b/x": {"type": "string", "value": "text"}, "b/g": {"type": "group"}})";
+    EXPECT_EQ("3 set\n", answer({"import", "-"}, settings));
+    answer({"set", "integer", "a", "2"});
+    EXPECT_EQ("1 set\n", answer({"import", "-"}, settings));
+}
+
+TEST_F(Import, PrintsTheNumberOfSettingsThatItHasRemoved) {
+    answer({"import", "-"}, R"({"a": {"type": "group"}, "b/x": {"type": "integer", "value": 1},
+        "b/y": {"type": "integer", "value": 2}, "c": {"type": "integer", "value": 3}})");
+    EXPECT_EQ("1 set, 3 removed\n",
+              answer({"import", "--replace", "-"},
+                     R"({"c": {"type": "integer", "value": 3}, "d": {"type": "integer", "value": 4}})"));
+    EXPECT_EQ("1 removed\n",
+              answer({"import", "--replace", "-"}, R"({"d": {"type": "integer", "value": 4}})"));
+}
+
+TEST_F(Import, DoesNotCountAnEmptyGroupThatItFillsAsRemoved) {
+    answer({"import", "-"}, R"({"a": {"type": "group"}})");
+    EXPECT_EQ("1 set\n", answer({"import", "-"}, R"({"a/x": {"type": "integer", "value": 1}})"));
+}
+
+TEST_F(Import, CountsAPropertyThatBecomesAGroupAsRemoved) {
+    answer({"set", "integer", "x", "1"});
+    EXPECT_EQ("1 set, 1 removed\n",
+              answer({"import", "--replace", "-"}, R"({"x/y": {"type": "integer", "value": 1}})"));
+}
+
+TEST_F(Import, PrintsThatNothingChanged) {
+    std::string const settings = R"({"x": {"type": "integer", "value": 1}})";
+    answer({"import", "-"}, settings);
+    EXPECT_EQ("nothing changed\n", answer({"import", "-"}, settings));
+    EXPECT_EQ("nothing changed\n", answer({"import", "--replace", "-"}, settings));
+}
+
+TEST_F(Import, OfNothingIntoAMissingFileIsAChange) {
+    EXPECT_EQ("0 set\n", answer({"import", "-"}, "{}"));
+    EXPECT_EQ("nothing changed\n", answer({"import", "-"}, "{}"));
+}
+
 TEST_F(Import, AcceptsAnyOrderAndLayout) {
     answer({"import", "-"},
            "\n{ \"b/x\" :{\"value\":1,\n\"type\":\"number\"},\"a\":{\"type\":\"group\"} }\n\n");

@@ -480,6 +480,12 @@ TEST_F(Moving, ASecondRunDoesNotReplaceTheFile) {
     EXPECT_EQ(written, std::filesystem::last_write_time(userFile));
 }
 
+TEST_F(Moving, OfNoSettingsIntoAMissingFileIsAChange) {
+    EXPECT_EQ("no settings; nothing changed\n", moved("json", file("{}"), {"--dry-run"}));
+    EXPECT_EQ("no settings\n", moved("json", at("old")));
+    EXPECT_EQ("no settings; nothing changed\n", moved("json", at("old")));
+}
+
 TEST_F(Moving, ADryRunPrintsTheSameButWritesNothing) {
     EXPECT_EQ("set       theme: string \"dark\"\n1 set; not written (--dry-run)\n",
               moved("json", file(R"({"theme": "dark"})"), {"--dry-run"}));

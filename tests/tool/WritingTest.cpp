@@ -171,6 +171,18 @@ TEST_F(Writing, OfAnEqualValueDoesNotReplaceTheFile) {
     EXPECT_TRUE(isTouched());
 }
 
+TEST_F(Writing, OfAnEqualValuePrintsThatNothingChanged) {
+    answer({"set", "integer", "x", "1"});
+    EXPECT_EQ("nothing changed\n", answer({"set", "integer", "x", "1"}));
+}
+
+TEST_F(Writing, OfAnotherValuePrintsNothing) {
+    EXPECT_EQ("", answer({"set", "integer", "x", "1"}));
+    EXPECT_EQ("", answer({"set", "integer", "x", "2"}));
+    EXPECT_EQ("", answer({"set", "number", "x", "2"}));
+    EXPECT_EQ("", answer({"delete", "x"}));
+}
+
 TEST_F(Writing, OfANewGroupReplacesTheFile) {
     answer({"import", "-"}, R"({"a": {"type": "group"}})");
     auto const before = stateOf(userFile);

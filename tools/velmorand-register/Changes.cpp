@@ -61,14 +61,29 @@ bool printChange(Walk const* before, Walk const* after, std::ostream& out) {
 
 } // namespace
 
-bool areEqual(Settings const& before, Settings const& after) {
+Difference compare(Settings const& before, Settings const& after) {
+    Difference difference;
     ParallelWalk walk(before.walk(), after.walk());
     while (walk.next()) {
-        bool const isInBoth = walk.first() != nullptr && walk.second() != nullptr;
-        if (!isInBoth || walk.first()->content() != walk.second()->content())
-            return false;
+        Walk const* const old = walk.first();
+        Walk const* const now = walk.second();
+        if (isShown(now) && (old == nullptr || old->content() != now->content()))
+            ++difference.set;
+        else if (isShown(old) && now == nullptr)
+            ++difference.removed;
     }
-    return true;
+    return difference;
+}
+
+std::string summaryOf(std::optional<Difference> const& saved) {
+    if (!saved)
+        return "nothing changed";
+    std::string text;
+    if (saved->set > 0 || saved->removed == 0)
+        text = std::to_string(saved->set) + " set";
+    if (saved->removed > 0)
+        text += (text.empty() ? "" : ", ") + std::to_string(saved->removed) + " removed";
+    return text;
 }
 
 bool printChanges(Settings const& before, Settings const& after, std::ostream& out) {

@@ -1,14 +1,28 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
 #include <iosfwd>
+#include <optional>
+#include <string>
 
 #include "Settings.h"
 
 namespace tool {
 
-/** Whether both hold the same groups and the same properties, byte for byte. */
-bool areEqual(Settings const& before, Settings const& after);
+/** The number of properties and empty groups that differ between two versions of the settings. */
+struct Difference {
+    std::size_t set = 0;     ///< new, or with other bytes
+    std::size_t removed = 0; ///< missing in the later version
+
+    [[nodiscard]] bool isNone() const noexcept { return set == 0 && removed == 0; }
+};
+
+/** Compares two versions of the settings, byte for byte. Result: `isNone()` only if their groups are equal, too. */
+Difference compare(Settings const& before, Settings const& after);
+
+/** A summary of what was saved: "2 set, 1 removed", or "nothing changed" if nothing was. */
+std::string summaryOf(std::optional<Difference> const& saved);
 
 /**
  * Prints the differences, sorted by name: a line with "-" for each property or empty group that was removed, one with

@@ -92,7 +92,9 @@ Status set(Places const& places, std::string const& kind, std::string const& nam
         if (std::string const wrong = Permissions(places).objectionTo(clean, value); !wrong.empty())
             throw Failure(Status::misuse, clean + ": " + wrong);
     std::string const record = encodeRecord(value);
-    edit(places, [&](Settings& settings) { settings.write(clean, record); });
+    auto const saved = edit(places, [&](Settings& settings) { settings.write(clean, record); });
+    if (!saved)
+        std::cout << summaryOf(saved) << '\n';
     return Status::done;
 }
 
@@ -122,11 +124,12 @@ Status exportGroup(Places const& places, std::string const& group) {
 
 Status import(Places const& places, std::string const& source, bool isReplacing) {
     std::string const text = readAll(source);
-    edit(places, [&](Settings& settings) {
+    auto const saved = edit(places, [&](Settings& settings) {
         if (isReplacing)
             settings.remove("");
         importSettings(titleOf(source), text, settings);
     });
+    std::cout << summaryOf(saved) << '\n';
     return Status::done;
 }
 
@@ -146,7 +149,7 @@ Status restore(Places const& places, std::optional<std::string> const& name) {
     RegisterFile const copy = findCopy(file, *name);
     filesystem::DirectoryLock lock;
     take(lock, directory, places.patience);
-    restoreCopy(file, copy);
+    std::cout << summaryOf(restoreCopy(file, copy)) << '\n';
     return Status::done;
 }
 

@@ -16,7 +16,6 @@
 
 #include <filesystem/RealFileSystem.h>
 
-#include "Changes.h"
 #include "Failure.h"
 #include "Text.h"
 
@@ -89,11 +88,10 @@ std::string stateOf(RegisterFile const& copy) {
     return counted(settings.countProperties(), "property", "properties");
 }
 
-/** Whether a file is intact and holds these settings. */
-bool holds(RegisterFile const& file, Settings const& settings) {
-    Settings own;
+/** Loads a file into empty settings. Result: false if it is missing or damaged; the settings remain empty then. */
+bool loadIntact(RegisterFile const& file, Settings& settings) {
     try {
-        return file.load(own).isThere && areEqual(own, settings);
+        return file.load(settings).isThere;
     } catch (Failure const&) {
         return false;
     }
@@ -166,12 +164,15 @@ RegisterFile findCopy(RegisterFile const& file, std::string const& name) {
     return beside(file, full);
 }
 
-void restoreCopy(RegisterFile const& file, RegisterFile const& copy) {
+std::optional<Difference> restoreCopy(RegisterFile const& file, RegisterFile const& copy) {
     Settings settings;
     if (!copy.load(settings).isThere) // removed since it was found
         throw Failure(Status::notThere, "no such copy: " + copy.name());
-    if (holds(file, settings))
-        return;
+    Settings before;
+    bool const isIntact = loadIntact(file, before);
+    Difference const difference = compare(before, settings);
+    if (isIntact && difference.isNone())
+        return std::nullopt;
     PreviousKept previous(file);
     try {
         file.save(settings);
@@ -180,6 +181,7 @@ void restoreCopy(RegisterFile const& file, RegisterFile const& copy) {
         throw;
     }
     previous.drop();
+    return difference;
 }
 
 } // namespace tool

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <iosfwd>
+#include <optional>
 #include <string>
 
+#include "Changes.h"
 #include "RegisterFile.h"
 
 /**
@@ -26,8 +28,9 @@ RegisterFile findCopy(RegisterFile const& file, std::string const& name);
 /**
  * Replaces a register file by a copy, and keeps the replaced file as the previous one. If both hold the same settings,
  * nothing is written. The caller holds the lock on the directory.
+ * Result: the difference, from no settings if the file was missing or damaged; nothing if the file was not written.
  * Errors: `Failure` if the copy is damaged or the file cannot be replaced; nothing has changed then.
  */
-void restoreCopy(RegisterFile const& file, RegisterFile const& copy);
+std::optional<Difference> restoreCopy(RegisterFile const& file, RegisterFile const& copy);
 
 } // namespace tool

@@ -6,8 +6,6 @@
 #include <string>
 #include <system_error>
 
-#include "Changes.h"
-
 namespace tool {
 
 namespace {
@@ -41,7 +39,7 @@ void take(filesystem::DirectoryLock& lock, Directory const& directory, std::chro
                                  " s (end that process, or wait longer with --wait SECONDS)"));
 }
 
-void edit(Places const& places, Change const& change) {
+std::optional<Difference> edit(Places const& places, Change const& change) {
     Directory const directory = theDirectory(places);
     RegisterFile const file = fileIn(directory);
     if (std::error_code ignored; !directory.isNamed && !std::filesystem::exists(directory.path, ignored)) {
@@ -56,8 +54,11 @@ void edit(Places const& places, Change const& change) {
     Settings after;
     file.load(after);
     change(after);
-    if (!isThere || !areEqual(before, after))
-        file.save(after);
+    Difference const difference = compare(before, after);
+    if (isThere && difference.isNone())
+        return std::nullopt;
+    file.save(after);
+    return difference;
 }
 
 } // namespace tool

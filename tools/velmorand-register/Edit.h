@@ -3,9 +3,11 @@
 
 #include <chrono>
 #include <functional>
+#include <optional>
 
 #include <filesystem/PrivateDirectory.h>
 
+#include "Changes.h"
 #include "Places.h"
 #include "Settings.h"
 
@@ -23,7 +25,8 @@ using Change = std::function<void(Settings&)>;
 /**
  * Loads the register file, changes the settings and saves them, under the lock on the directory. If nothing changes,
  * the file is not written. `change` may be called twice, on different settings.
+ * Result: the difference; nothing if the file was not written. A missing file is always written.
  */
-void edit(Places const& places, Change const& change);
+std::optional<Difference> edit(Places const& places, Change const& change);
 
 } // namespace tool

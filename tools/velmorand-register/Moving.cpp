@@ -140,9 +140,9 @@ void print(ForeignSetting const& setting, ImportedSetting const& imported) {
     std::cout << '\n';
 }
 
-/** Prints the outcome of each setting. Result: the exit status. */
+/** Prints the outcome of each setting. `isSaved`: whether the file was written. Result: the exit status. */
 Status report(std::vector<ForeignSetting> const& settings, std::vector<ImportedSetting> const& imported,
-              bool isDryRun) {
+              bool isSaved) {
     std::array<std::size_t, 5> counts{};
     for (std::size_t i = 0; i < settings.size(); ++i) {
         print(settings[i], imported[i]);
@@ -154,10 +154,8 @@ Status report(std::vector<ForeignSetting> const& settings, std::vector<ImportedS
             sum += (sum.empty() ? "" : ", ") + std::to_string(counts.at(i)) + ' ' +
                    wordFor(static_cast<Outcome>(i));
     std::cout << (sum.empty() ? "no settings" : sum);
-    if (counts.front() == 0)
-        std::cout << "; nothing changed";
-    else if (isDryRun)
-        std::cout << "; not written (--dry-run)";
+    if (!isSaved)
+        std::cout << (counts.front() == 0 ? "; nothing changed" : "; not written (--dry-run)");
     std::cout << '\n';
     return counts.back() == 0 ? Status::done : Status::notThere;
 }
@@ -173,14 +171,14 @@ Status importFrom(Places const& places, std::string const& store, Moving const& 
     auto const change = [&](Settings& target) {
         imported = importInto(target.files(), Settings::directory, settings, moving.isOverwriting);
     };
-    if (moving.isDryRun) {
-        Settings target;
-        fileIn(theDirectory(places)).load(target);
-        change(target);
-    } else {
-        edit(places, change);
+    if (!moving.isDryRun) {
+        bool const isSaved = edit(places, change).has_value();
+        return report(settings, imported, isSaved);
     }
-    return report(settings, imported, moving.isDryRun);
+    Settings target;
+    fileIn(theDirectory(places)).load(target);
+    change(target);
+    return report(settings, imported, false);
 }
 
 } // namespace tool

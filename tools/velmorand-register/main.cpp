@@ -31,6 +31,9 @@ constexpr char const* program = "velmorand-register";
 constexpr char const* footer =
     R"(For a command: "velmorand-register COMMAND --help". See also the manual page.
 
+If a file already holds the same settings, "set", "import" and "restore" print
+"nothing changed" and leave it untouched.
+
 Exit status: 0 success; 1 a name does not exist, or something differs; 2 wrong
 usage; 3 a register file is damaged, cannot be read, or was not saved; 4 "check"
 found only undeclared names, invalid values or an invalid list of locks.)";
