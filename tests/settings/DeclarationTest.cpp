@@ -474,8 +474,8 @@ TEST(Declaring, ComputesTheFallbackWithAnyFunction) {
 
 TEST(Declaring, IsSharedByCopies) {
     Property<int> original{"a/x", 1};
-    Property<int> const moved = std::move(original);
-    EXPECT_EQ("a/x", original.name()); // NOLINT(bugprone-use-after-move): moving copies
+    Property<int> const moved = std::move(original); // NOLINT(performance-move-const-arg): moving copies
+    EXPECT_EQ("a/x", original.name());               // NOLINT(bugprone-use-after-move): likewise
     EXPECT_EQ(1, moved.get());
 }
 

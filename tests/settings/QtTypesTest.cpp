@@ -31,7 +31,6 @@ namespace {
 using namespace velmorand;
 using support::failure;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 /** Writes a value and reads it back. */
 template <class T>

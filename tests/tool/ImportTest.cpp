@@ -99,13 +99,13 @@ std::vector<Case> everyCase() {
         {"ASlashAtTheEnd", R"({"a/": {"type": "integer", "value": 1}})", ":1: \"a/\": invalid name"},
         {"Dots", R"({"a/..": {"type": "integer", "value": 1}})", R"(a level cannot be "." or "..")"},
         {"AGroupAsProperty", R"({"group": {"type": "integer", "value": 1}})",
-         ":1: \"group\": cannot set \"group\": it is a group"},
+         R"(:1: "group": cannot set "group": it is a group)"},
         {"APropertyAsGroup", R"({"group/x": {"type": "group"}})", "cannot create the group \"group/x\""},
         {"APropertyInAProperty", R"({"group/x/y": {"type": "integer", "value": 1}})",
          "cannot create the group \"group/x\""},
         {"APropertyThatIsAlsoAGroup",
          R"({"a": {"type": "integer", "value": 1}, "a/b": {"type": "integer", "value": 1}})",
-         ":1: \"a/b\": cannot create the group \"a\""},
+         R"(:1: "a/b": cannot create the group "a")"},
     };
 }
 
