@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstdint>
 #include <limits>
 #include <optional>
 #include <string>
@@ -43,6 +44,20 @@ constexpr bool isInRange(Floating value) {
     return value >= static_cast<Floating>(std::numeric_limits<Whole>::lowest()) && value < above;
 }
 
+/**
+ * Whether a floating-point type can represent a whole number: the digits without trailing zeros must fit. Calculates
+ * with integers, because on i386 converting to the type and back may keep digits that the type does not have.
+ */
+template <class Floating, class Whole>
+constexpr bool isExactIn(Whole value) {
+    auto digits = static_cast<std::uint64_t>(value);
+    if (value < Whole())
+        digits = 0 - digits;
+    while (digits != 0 && digits % 2 == 0)
+        digits /= 2;
+    return (digits >> std::numeric_limits<Floating>::digits) == 0;
+}
+
 /** Converts a number to another type; returns nothing if that type cannot represent it exactly. */
 template <class To, class From>
 std::optional<To> exactly(From from) {
@@ -51,11 +66,10 @@ std::optional<To> exactly(From from) {
     } else if constexpr (std::is_floating_point_v<From>) {
         if (!isInRange<To>(from))
             return std::nullopt;
-        auto const to = static_cast<To>(from);
+        auto const to = static_cast<To>(from); // the whole part, which is a `From`, too
         return static_cast<From>(to) == from ? std::optional(to) : std::nullopt;
     } else if constexpr (std::is_floating_point_v<To>) {
-        auto const to = static_cast<To>(from);
-        return isInRange<From>(to) && static_cast<From>(to) == from ? std::optional(to) : std::nullopt;
+        return isExactIn<To>(from) ? std::optional(static_cast<To>(from)) : std::nullopt;
     } else {
         auto const to = static_cast<To>(from);
         bool const keepsSign = (from < From()) == (to < To());
