@@ -121,7 +121,10 @@ void appendSize(std::string& record, std::size_t size) {
     appendBits(record, static_cast<std::uint32_t>(size));
 }
 
-/** Encodes and decodes a single value, or an element of a list. */
+/**
+ * Encodes and decodes a single value, or an element of a list. `take` decodes in place, because on i386 the result of a
+ * function, and a copy, can lose the bits of a signalling NaN.
+ */
 template <class T>
 struct Element;
 
@@ -131,9 +134,8 @@ struct Element<std::string> {
         appendSize(record, value.size());
         record += value;
     }
-    static std::string take(Reader& reader) {
-        auto const length = reader.size("length");
-        return length ? std::string(reader.take(*length)) : std::string();
+    static void take(Reader& reader, std::string& value) {
+        value = reader.take(reader.size("length").value_or(0));
     }
 };
 
@@ -144,11 +146,9 @@ struct Element<double> {
         std::memcpy(&bits, &value, sizeof bits);
         appendBits(record, bits);
     }
-    static double take(Reader& reader) {
+    static void take(Reader& reader, double& value) {
         auto const bits = reader.bits<std::uint64_t>();
-        double value = 0;
         std::memcpy(&value, &bits, sizeof value);
-        return value;
     }
 };
 
@@ -157,20 +157,28 @@ struct Element<int> {
     static void append(std::string& record, int value) {
         appendBits(record, static_cast<std::uint32_t>(value));
     }
-    static int take(Reader& reader) { return static_cast<std::int32_t>(reader.bits<std::uint32_t>()); }
+    static void take(Reader& reader, int& value) {
+        value = static_cast<std::int32_t>(reader.bits<std::uint32_t>());
+    }
 };
 
 template <>
 struct Element<bool> {
     static void append(std::string& record, bool value) { record += value ? '\1' : '\0'; }
-    static bool take(Reader& reader) { return reader.bits<std::uint8_t>() != 0; }
+    static void take(Reader& reader, bool& value) { value = reader.bits<std::uint8_t>() != 0; }
+    static void take(Reader& reader, std::vector<bool>::reference value) {
+        value = reader.bits<std::uint8_t>() != 0;
+    }
 };
 
-/** Encodes and decodes the bytes after the tags. */
+/** Encodes and decodes the bytes after the tags. `take` decodes into a new value; false if it cannot. */
 template <class T>
 struct Content {
     static void append(std::string& record, T const& value) { Element<T>::append(record, value); }
-    static std::optional<T> take(Reader& reader) { return Element<T>::take(reader); }
+    static bool take(Reader& reader, T& value) {
+        Element<T>::take(reader, value);
+        return true;
+    }
 };
 
 template <class T>
@@ -181,32 +189,33 @@ struct Content<std::vector<T>> {
             Element<T>::append(record, value);
     }
 
-    /** Nothing if the count exceeds the size of the record: reserving that much could exhaust the memory. */
-    static std::optional<std::vector<T>> take(Reader& reader) {
+    /** False if the count exceeds the size of the record: reserving memory for it could exhaust the memory. */
+    static bool take(Reader& reader, std::vector<T>& values) {
         constexpr std::size_t tagsAndCount = 6;
         std::size_t const count = reader.size("count").value_or(0);
         if (count > tagsAndCount + reader.left()) {
             reader.note("truncated: " + counted(count, "element") + " expected, only " +
                         counted(reader.left(), "byte") + " left");
-            return std::nullopt;
+            return false;
         }
-        std::vector<T> values;
         values.reserve(count);
-        for (std::size_t i = 0; i < count; ++i)
-            values.push_back(Element<T>::take(reader));
-        return values;
+        for (std::size_t i = 0; i < count; ++i) {
+            values.emplace_back();
+            Element<T>::take(reader, values.back());
+        }
+        return true;
     }
 };
 
 template <std::size_t Kind>
-std::optional<AnyValue> takeKind(Reader& reader) {
-    return Content<std::variant_alternative_t<Kind, AnyValue>>::take(reader);
+bool takeKind(Reader& reader, AnyValue& value) {
+    return Content<std::variant_alternative_t<Kind, AnyValue>>::take(reader, value.emplace<Kind>());
 }
 
 template <std::size_t... Kinds>
-std::optional<AnyValue> takeContent(std::size_t kind, Reader& reader, std::index_sequence<Kinds...> /*all*/) {
+bool takeContent(std::size_t kind, Reader& reader, AnyValue& value, std::index_sequence<Kinds...> /*all*/) {
     constexpr std::array takers{&takeKind<Kinds>...};
-    return takers.at(kind)(reader);
+    return takers.at(kind)(reader, value);
 }
 
 /** Why the tags, whose size is `tags`, are invalid. */
@@ -245,8 +254,10 @@ std::optional<T> decoded(std::string_view record) {
     if (tags.kind != kindOf<T>)
         return std::nullopt;
     Reader reader(record, tags.size);
-    std::optional<T> value = Content<T>::take(reader);
-    return reader.damage().empty() ? std::move(value) : std::nullopt;
+    std::optional<T> value(std::in_place);
+    if (!Content<T>::take(reader, *value) || !reader.damage().empty())
+        value.reset();
+    return value;
 }
 
 template <class T>
@@ -287,16 +298,22 @@ std::string encodeRecord(AnyValue const& value) {
 }
 
 DecodedRecord decodeRecord(std::string_view record) {
+    DecodedRecord result; // the only one returned, so that it is not copied
     if (record.empty())
-        return {};
+        return result;
     Tags const tags = tagsOf(record);
-    if (!tags.kind)
-        return {std::nullopt, unknownKind(record, tags.size)};
+    if (!tags.kind) {
+        result.damage = unknownKind(record, tags.size);
+        return result;
+    }
     Reader reader(record, tags.size);
-    auto value = takeContent(*tags.kind, reader, std::make_index_sequence<kindNames.size()>());
+    AnyValue& value = result.value.emplace();
+    if (!takeContent(*tags.kind, reader, value, std::make_index_sequence<kindNames.size()>()))
+        result.value.reset();
     if (reader.left() > 0)
         reader.note("unexpected data after the value: " + counted(reader.left(), "byte"));
-    return {std::move(value), reader.damage()};
+    result.damage = reader.damage();
+    return result;
 }
 
 } // namespace velmorand
