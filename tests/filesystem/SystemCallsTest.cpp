@@ -49,11 +49,18 @@ bool fails(char const* name) noexcept {
     return true;
 }
 
-/** The C library's definition of a function. On 32-bit machines, its variant for large files has a separate name. */
+/**
+ * The C library's definition of a function. On 32-bit machines, the variants for large files and for dates after 2038
+ * have other names; if both exist, the programs call the one for dates.
+ */
 template <class Function>
 Function* original(std::string const& name) {
-    void* const large = sizeof(long) == 8 ? nullptr : ::dlsym(RTLD_NEXT, (name + "64").c_str());
-    return reinterpret_cast<Function*>(large != nullptr ? large : ::dlsym(RTLD_NEXT, name.c_str()));
+    void* found = nullptr;
+    if (sizeof(long) == 4)
+        for (auto const& other : {"__" + name + "64_time64", "__" + name + "_time64", name + "64"})
+            if (found == nullptr)
+                found = ::dlsym(RTLD_NEXT, other.c_str());
+    return reinterpret_cast<Function*>(found != nullptr ? found : ::dlsym(RTLD_NEXT, name.c_str()));
 }
 
 } // namespace
