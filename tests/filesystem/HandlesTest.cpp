@@ -449,6 +449,44 @@ TEST(HandleOfALargeFile, IsReadAtAnyPosition) {
     EXPECT_EQ("tart", read(files, handle, 4));
 }
 
+TEST(HandleOfALargeFile, ReturnsTheAvailableBytes) {
+    TemporaryDirectory directory;
+    std::string const path = directory.string() + "/f";
+    std::ofstream(path) << "start";
+    std::filesystem::resize_file(path, std::uintmax_t{3} << 30U);
+    std::ofstream(path, std::ios::app) << "end";
+    RealFileSystem files(text(directory.string()));
+    FileHandle* const handle = openedForReading(files, "f");
+    EXPECT_EQ("star", files.readBytes(handle, 4));
+    EXPECT_TRUE(files.readBytes(handle, 100'000) == "t" + std::string(99'999, '\0')); // too long to print
+    EXPECT_EQ(100'004, files.tell(handle));
+    EXPECT_EQ("", files.readBytes(handle, -1));
+    ASSERT_TRUE(files.seek(handle, -4, fromEnd));
+    std::string const bytes = files.readBytes(handle, INT_MAX);
+    EXPECT_EQ(std::string("\0end", 4), bytes);
+    EXPECT_LT(bytes.capacity(), 100'000U);
+    EXPECT_EQ("", files.readBytes(handle, 1));
+}
+
+TEST(HandleOfALargeFile, IsSkippedInBothDirections) {
+    constexpr std::int64_t size = std::int64_t{3} << 30U;
+    TemporaryDirectory directory;
+    std::ofstream(directory.string() + "/f") << "start";
+    std::filesystem::resize_file(directory.string() + "/f", size);
+    RealFileSystem files(text(directory.string()));
+    FileHandle* const handle = openedForReading(files, "f");
+    files.skip(handle, INT_MAX);
+    EXPECT_EQ(INT_MAX, files.tell(handle));
+    files.skip(handle, INT_MAX); // stops at the end
+    EXPECT_TRUE(files.seek(handle, 0, fromCurrent));
+    EXPECT_FALSE(files.seek(handle, 1, fromCurrent));
+    files.skip(handle, -INT_MAX);
+    EXPECT_EQ(size - INT_MAX, files.tell(handle));
+    files.skip(handle, INT_MIN); // stops at the start
+    EXPECT_EQ(0, files.tell(handle));
+    EXPECT_EQ("start", read(files, handle, 5));
+}
+
 TEST(HandleOfALargeFile, ReportsNoSizeOrPositionThatDoesNotFitIntoALong) {
     constexpr std::int64_t size = std::int64_t{3} << 30U;
     constexpr bool fits = size <= LONG_MAX;

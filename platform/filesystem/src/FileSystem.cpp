@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <limits>
 #include <type_traits>
 
 namespace filesystem {
@@ -40,6 +39,21 @@ void writeLittleEndian(FileSystem& fileSystem, FileHandle* handle, Value value) 
     for (std::size_t i = 0; i < sizeof bytes; ++i)
         bytes[i] = static_cast<unsigned char>((bits >> (8 * i)) & 0xFFU);
     fileSystem.write(handle, bytes, sizeof bytes);
+}
+
+/** Reads from a file of unknown size: piece by piece, so that a huge `count` does not take memory that is not needed. */
+std::string readPieces(FileSystem& fileSystem, FileHandle* handle, long count) {
+    constexpr long largest = 65'536;
+    std::string bytes;
+    while (count > 0) {
+        std::size_t const before = bytes.size();
+        long const wanted = std::min(count, largest);
+        bytes.resize(before + static_cast<std::size_t>(wanted));
+        long const got = fileSystem.read(handle, bytes.data() + before, wanted);
+        bytes.resize(before + static_cast<std::size_t>(got));
+        count = got == wanted ? count - got : 0;
+    }
+    return bytes;
 }
 
 } // namespace
@@ -82,7 +96,10 @@ float FileSystem::readFloat(FileHandle* handle) {
 }
 
 std::string FileSystem::readBytes(FileHandle* handle, int count) {
-    long const left = size(handle) - tell(handle);
+    long const end = size(handle);
+    if (end < 0)
+        return readPieces(*this, handle, count);
+    long const left = end - tell(handle);
     std::string bytes(static_cast<std::size_t>(std::max(0L, std::min(left, long{count}))), '\0');
     bytes.resize(static_cast<std::size_t>(read(handle, bytes.data(), static_cast<long>(bytes.size()))));
     return bytes;
@@ -90,12 +107,14 @@ std::string FileSystem::readBytes(FileHandle* handle, int count) {
 
 void FileSystem::skip(FileHandle* handle, int count) {
     long const position = tell(handle);
-    if (position < 0)
-        return;
     long const end = size(handle);
-    // If the size is unknown, `seek` refuses positions after the end.
-    long const left = (end < 0 ? std::numeric_limits<long>::max() : std::max(position, end)) - position;
-    seek(handle, position + std::clamp(long{count}, -position, left), ORIGIN_BEGIN);
+    if (end >= 0)
+        seek(handle, position + std::clamp(long{count}, -position, std::max(position, end) - position),
+             ORIGIN_BEGIN);
+    // If the size does not fit into a `long`, only `seek` knows the end. From a position that does not fit either, an `int`
+    // cannot lead to before the start.
+    else if (!seek(handle, count, ORIGIN_CURRENT))
+        seek(handle, 0, count < 0 && position >= 0 ? ORIGIN_BEGIN : ORIGIN_END);
 }
 
 void FileSystem::writeByte(FileHandle* handle, char value) {

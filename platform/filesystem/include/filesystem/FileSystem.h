@@ -124,8 +124,8 @@ public:
     [[nodiscard]] virtual float readFloat(FileHandle* handle);
 
     /**
-     * The next `count` bytes, or as many as are left; empty for a negative count, and if `size` fails. Allocates no
-     * more than the file holds, no matter how large `count` is.
+     * The next `count` bytes, or as many as are left; empty for a negative count. Allocates no more than the file holds,
+     * no matter how large `count` is; if `size` fails, at most 64 KiB or twice the bytes that it reads.
      */
     [[nodiscard]] virtual std::string readBytes(FileHandle* handle, int count);
 
