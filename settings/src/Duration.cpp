@@ -82,6 +82,37 @@ std::optional<T> parsed(std::string_view text) {
     return isWhole ? std::optional(value) : std::nullopt;
 }
 
+/** Multiplies a number, given by its decimal digits. */
+void multiply(std::string& digits, std::int64_t factor) {
+    std::int64_t carry = 0;
+    for (auto digit = digits.rbegin(); digit != digits.rend(); ++digit) {
+        carry += (*digit - '0') * factor;
+        *digit = static_cast<char>('0' + carry % 10);
+        carry /= 10;
+    }
+    digits.insert(0, std::to_string(carry));
+}
+
+/**
+ * Divides a number, given by its decimal digits, and appends digits after the point.
+ * Result: how many. A quotient of more digits than a `double` can depend on is cut after them, and ends in a 1.
+ */
+std::size_t divide(std::string& digits, std::int64_t divisor) {
+    constexpr std::size_t sufficient = 800; // halfway between two doubles, a number has fewer than 770
+    std::size_t const whole = digits.size();
+    std::int64_t rest = 0;
+    for (std::size_t i = 0; i < whole || (rest != 0 && i < whole + sufficient); ++i) {
+        if (i == digits.size())
+            digits += '0';
+        rest = rest * 10 + (digits[i] - '0');
+        digits[i] = static_cast<char>('0' + rest / divisor);
+        rest %= divisor;
+    }
+    if (rest != 0)
+        digits += '1';
+    return digits.size() - whole;
+}
+
 } // namespace
 
 std::string durationText(std::int64_t count, TimeUnit unit) {
@@ -127,14 +158,22 @@ std::optional<std::int64_t> wholeDuration(std::string const& text, TimeUnit unit
     return product;
 }
 
+// Calculates in decimal: the result is the number nearest to the exact duration, on every machine. Floating-point
+// arithmetic would round twice, and on i386 in another way.
 std::optional<double> duration(std::string const& text, TimeUnit unit) {
     auto const parts = split(text, unit);
-    auto const number = parts ? parsed<double>(parts->number) : std::nullopt;
-    if (!number)
+    if (!parts || parts->number.empty())
         return std::nullopt;
-    double const count = *number * static_cast<double>(parts->factor.numerator) /
-                         static_cast<double>(parts->factor.denominator);
-    return std::isfinite(count) ? std::optional(count) : std::nullopt;
+    std::string const sign(parts->number[0] == '-' ? "-" : "");
+    std::string digits(parts->number.substr(sign.size()));
+    std::size_t places = 0; // after the point
+    if (auto const point = digits.find('.'); point != std::string::npos) {
+        digits.erase(point, 1);
+        places = digits.size() - point;
+    }
+    multiply(digits, parts->factor.numerator);
+    places += divide(digits, parts->factor.denominator);
+    return parsed<double>(sign + digits + "e-" + std::to_string(places));
 }
 
 } // namespace velmorand::detail

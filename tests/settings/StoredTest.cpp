@@ -221,6 +221,24 @@ TEST(Stored, DurationsAreExact) {
     EXPECT_EQ(std::chrono::nanoseconds::min(), read<std::chrono::nanoseconds>("a/x"));
 }
 
+TEST(Stored, DurationsAreRoundedOnceToTheNearestNumber) {
+    using Seconds = std::chrono::duration<double>;
+    using Minutes = std::chrono::duration<double, std::ratio<60>>;
+    using Nano = std::chrono::duration<double, std::nano>;
+    write("a/x", "1.1h");
+    EXPECT_EQ(Seconds(3960), read<Seconds>("a/x"));
+    write("a/x", "-0.043d");
+    EXPECT_EQ(Nano(-3'715'200'000'000), read<Nano>("a/x"));
+    write("a/x", "0.015ms");
+    EXPECT_EQ(Seconds(0.000015), read<Seconds>("a/x"));
+    write("a/x", "19.275ns");
+    EXPECT_EQ(Minutes(3.2125e-10), read<Minutes>("a/x"));
+    write("a/x", "5.195ns");
+    EXPECT_EQ(Minutes(8.6583333333333332e-11), read<Minutes>("a/x"));
+    write("a/x", std::string(500, '0') + "2.50min");
+    EXPECT_EQ(Seconds(150), read<Seconds>("a/x"));
+}
+
 TEST(Stored, DurationsThatAreTooLongForTheTypeAreNotValid) {
     EXPECT_EQ("PropertyBadType", reading<std::chrono::duration<float>>(std::string(60, '9') + "s"));
     using Nano = std::chrono::duration<double, std::nano>;

@@ -13,7 +13,7 @@
  * Durations as settings: `std::chrono` durations in nanoseconds, microseconds, milliseconds, seconds, minutes, hours or
  * days. They are stored with their unit (ns, us, ms, s, min, h or d), so that the declared type may change later:
  * "1500ms" and "1.5s" mean the same to every duration type. For a duration that counts whole numbers, a text that it
- * cannot represent exactly is invalid, such as "1.5s" for seconds.
+ * cannot represent exactly is invalid, such as "1.5s" for seconds. Floating-point counts get the nearest number.
  *
  * Guide: docs/types.md#durations-and-paths.
  */
