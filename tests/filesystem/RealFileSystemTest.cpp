@@ -2,7 +2,6 @@
 #include <clocale>
 #include <csignal>
 #include <cstring>
-#include <ctime>
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -10,6 +9,7 @@
 #include <sys/un.h>
 
 #include "DiskSupport.h"
+#include "support/LateDate.h"
 
 namespace {
 
@@ -345,41 +345,28 @@ TEST_F(RealMakeDirectory, LeavesThePermissionsToTheMask) {
     EXPECT_EQ(0750U, permissions(at("a")));
 }
 
-/** Files and directories with a date that 32 bits cannot hold. */
-class RealDates : public OnDisk {
-protected:
-    static_assert(sizeof(std::time_t) == 8);
-
-    /** Gives an existing path a date in 2040; false if the file system cannot store it. */
-    [[nodiscard]] bool date(std::string const& name) const {
-        timespec const in2040 = {2'208'988'800, 0};
-        timespec const times[2] = {in2040, in2040};
-        struct stat status = {};
-        return ::utimensat(AT_FDCWD, at(name).c_str(), times, 0) == 0 &&
-               ::stat(at(name).c_str(), &status) == 0 && status.st_mtim.tv_sec == in2040.tv_sec;
-    }
-};
+using RealDates = OnDisk;
 
 TEST_F(RealDates, After2038DoNotKeepAFileFromBeingReadAndReplaced) {
     putFile(at("f"), "old");
-    if (!date("f"))
+    if (!dateLate(at("f")))
         GTEST_SKIP() << "the file system cannot store the date";
     EXPECT_TRUE(files.exists(text("f")));
     EXPECT_TRUE(files.isFile(text("f")));
     EXPECT_EQ(3, files.size(text("f")));
     EXPECT_EQ("old", readFile(files, "f"));
-    EXPECT_EQ(2'208'988'800, files.stampAt(text("f")).changedSeconds);
+    EXPECT_EQ(lateDate, files.stampAt(text("f")).changedSeconds);
     EXPECT_TRUE(writeFile(files, "f", "new"));
     EXPECT_EQ("new", readFile(files, "f"));
 }
 
 TEST_F(RealDates, After2038DoNotKeepADirectoryFromBeingUsed) {
     ASSERT_TRUE(files.mkdir(text("a")));
-    if (!date("a"))
+    if (!dateLate(at("a")))
         GTEST_SKIP() << "the file system cannot store the date";
     EXPECT_TRUE(files.isDirectory(text("a")));
     EXPECT_TRUE(writeFile(files, "a/f", "x"));
-    ASSERT_TRUE(date("a"));
+    ASSERT_TRUE(dateLate(at("a")));
     EXPECT_THAT(listing(files, "a"), ElementsAre("f"));
     EXPECT_TRUE(files.remove(text("a")));
     EXPECT_THAT(listing(files, "/"), IsEmpty());

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include "Declared.h"
+#include "support/LateDate.h"
 
 using namespace tool;
 using testing::HasSubstr;
@@ -205,6 +206,14 @@ TEST_F(Catalogue, GivenAsAnOptionReplacesTheInstalledOnes) {
     EXPECT_EQ(line("in a file"), fallback({"--catalogue", at("file"), "--catalogue", placeFor("mine")}));
     putBytes(at("empty"), R"({"settings": {}})");
     EXPECT_EQ("", run({"--catalogue", at("empty"), "list", "--declared"}).out);
+}
+
+TEST_F(Catalogue, GivenAsAnOptionMayBeADirectoryDatedAfter2038) {
+    std::string const place = placeFor("mine");
+    putBytes(place + "/a.json", declaring("in a directory"));
+    if (!support::dateLate(place) || !support::dateLate(place + "/a.json"))
+        GTEST_SKIP() << "the file system cannot store the date";
+    EXPECT_EQ(line("in a directory"), fallback({"--catalogue", place}));
 }
 
 TEST_F(Catalogue, GivenAsAnOptionMustExist) {

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include "Tool.h"
+#include "support/LateDate.h"
 
 using namespace tool;
 
@@ -166,6 +167,15 @@ TEST_F(Reading, ChecksAnIntactFile) {
     EXPECT_EQ(globalFile + ": sound, 2 properties\n", answer({"check", global}));
     EXPECT_EQ(userFile + ": sound, 3 properties\n" + globalFile + ": sound, 2 properties\n",
               answer({"--global", global, "check"}));
+}
+
+TEST_F(Reading, AcceptsFilesAndDirectoriesDatedAfter2038) {
+    if (!support::dateLate(userFile) || !support::dateLate(user))
+        GTEST_SKIP() << "the file system cannot store the date";
+    EXPECT_EQ(userFile + ": sound, 3 properties\n", answer({"check", user}));
+    EXPECT_EQ("1\n", answer({"get", "both"}));
+    answer({"set", "integer", "both", "2"});
+    EXPECT_EQ("2\n", answer({"get", "both"}));
 }
 
 TEST_F(Reading, ReportsAMissingFile) {

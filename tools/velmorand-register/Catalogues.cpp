@@ -11,6 +11,7 @@
 #include "CatalogueReader.h"
 #include "Failure.h"
 #include "Input.h"
+#include "Places.h"
 #include "Text.h"
 
 namespace tool {
@@ -101,8 +102,7 @@ void addFoundIn(Declarations& all, std::string const& directory) {
 }
 
 void addGiven(Declarations& all, std::string const& path) {
-    std::error_code error;
-    if (!std::filesystem::is_directory(path, error)) {
+    if (!isDirectory(path)) {
         add(all, path);
         return;
     }

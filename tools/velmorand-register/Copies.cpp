@@ -132,8 +132,10 @@ private:
     [[nodiscard]] std::string at(std::string const& name) const { return _directory + '/' + name; }
 
     static bool isSame(std::string const& left, std::string const& right) {
-        std::error_code ignored;
-        return std::filesystem::equivalent(left, right, ignored);
+        struct stat one = {};
+        struct stat other = {};
+        return ::stat(left.c_str(), &one) == 0 && ::stat(right.c_str(), &other) == 0 &&
+               one.st_dev == other.st_dev && one.st_ino == other.st_ino;
     }
 
     std::string _current;

@@ -16,9 +16,8 @@ void makeDirectory(std::string const& path) {
         return;
     int const error = errno;
     std::filesystem::path made;
-    std::error_code ignored;
     for (std::filesystem::path const& name : std::filesystem::path(path))
-        if (made /= name; !std::filesystem::is_directory(made, ignored))
+        if (made /= name; !isDirectory(made.native()))
             break;
     throw Failure(Status::fileTrouble, "cannot create the directory " + made.string() + ": " +
                                            std::generic_category().message(error));

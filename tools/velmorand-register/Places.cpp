@@ -3,7 +3,6 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <filesystem>
 #include <system_error>
 
 #include <sys/stat.h>
@@ -36,13 +35,17 @@ Directory userDirectory(Places const& places) {
 
 } // namespace
 
+bool isDirectory(std::string const& path) {
+    struct stat status = {};
+    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 RegisterFile fileIn(Directory const& directory) {
     return RegisterFile(directory.path + "/" + registerFileName);
 }
 
 RegisterFile fileAt(std::string const& path) {
-    std::error_code ignored;
-    return std::filesystem::is_directory(path, ignored) ? fileIn({path, true}) : RegisterFile(path);
+    return isDirectory(path) ? fileIn({path, true}) : RegisterFile(path);
 }
 
 Directory directoryOf(Places const& places, Scope scope) {

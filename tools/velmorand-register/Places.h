@@ -29,6 +29,12 @@ struct Directory {
     bool isNamed;
 };
 
+/**
+ * Whether a directory exists at a path. Unlike `std::filesystem::is_directory`, recognises one dated after 2038 on 32-bit
+ * machines.
+ */
+bool isDirectory(std::string const& path);
+
 RegisterFile fileIn(Directory const& directory);
 
 /** The register file at a path, or in the directory at that path. */
