@@ -146,8 +146,14 @@ struct Element<double> {
         std::memcpy(&bits, &value, sizeof bits);
         appendBits(record, bits);
     }
+    /** Missing bytes count as 0, as in the register's readers, while a truncated integer counts as 0 as a whole. */
     static void take(Reader& reader, double& value) {
-        auto const bits = reader.bits<std::uint64_t>();
+        std::uint64_t bits = 0;
+        std::size_t shift = 0;
+        for (char const byte : reader.take(sizeof bits)) {
+            bits |= std::uint64_t{static_cast<unsigned char>(byte)} << shift;
+            shift += 8;
+        }
         std::memcpy(&value, &bits, sizeof value);
     }
 };

@@ -54,3 +54,11 @@ TEST(NumberBits, AreKeptInADecodedList) {
     ASSERT_TRUE(decoded.value);
     EXPECT_EQ(record, encodeRecord(*decoded.value));
 }
+
+TEST(NumberBits, MissingInARecordAreDecodedAsZero) {
+    for (std::string const& record : {std::string("N\x07"), std::string("LN\x01\0\0\0\x07", 7)}) {
+        DecodedRecord const decoded = decodeRecord(record);
+        ASSERT_TRUE(decoded.value);
+        EXPECT_EQ(record + std::string(7, '\0'), encodeRecord(*decoded.value));
+    }
+}

@@ -52,9 +52,9 @@ constexpr std::array<char const*, std::variant_size_v<AnyValue>> kindNames{
 /** The result of decoding the bytes of a property. */
 struct DecodedRecord {
     /**
-     * The value. As in the register's readers, missing fields count as 0, and bytes after the end are ignored; but a
-     * number that is truncated counts as 0 as a whole. Empty if the tags are unknown, or if a list claims more elements
-     * than the record has bytes: to read it could exhaust the memory.
+     * The value. As in the register's readers, missing bytes count as 0, and bytes after the end are ignored. Empty if
+     * the tags are unknown, or if a list claims more elements than the record has bytes: to read it could exhaust the
+     * memory.
      */
     std::optional<AnyValue> value;
 
