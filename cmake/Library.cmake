@@ -4,8 +4,11 @@
 # QtCore differ. The targets have the same names in both builds.
 set(VELMORAND_CMAKE_DIR ${CMAKE_CURRENT_LIST_DIR})
 set(VELMORAND_QT_SUFFIX "")
+# Both builds may be in one process, where the loader looks symbols up by name and version only.
+set(VELMORAND_NODE VELMORAND)
 if(NOT VELMORAND_QT_MAJOR EQUAL 5)
   set(VELMORAND_QT_SUFFIX -qt${VELMORAND_QT_MAJOR})
+  set(VELMORAND_NODE VELMORAND_QT${VELMORAND_QT_MAJOR})
 endif()
 set(VELMORAND_PACKAGE velmorand-register${VELMORAND_QT_SUFFIX})
 # A separate directory, because `filesystem/` and `utils/` are too general for names in the shared include path.
@@ -21,8 +24,11 @@ endfunction()
 
 # velmorand_library(TARGET NAME INCLUDES): the settings that all libraries share. The target is also called
 # velmorand::NAME, and only that after installation. The public headers are in the directory INCLUDES. The library
-# exports only the symbols listed in exports.map in the caller's directory.
+# exports only the symbols listed in exports.map in the caller's directory. There, @VELMORAND_NODE@ stands for the start
+# of the names of version nodes, which depends on the QtCore.
 function(velmorand_library target name includes)
+  set(exports ${CMAKE_CURRENT_BINARY_DIR}/exports.map)
+  configure_file(${CMAKE_CURRENT_SOURCE_DIR}/exports.map ${exports} @ONLY)
   add_library(velmorand::${name} ALIAS ${target})
   velmorand_installed(${target})
   target_compile_features(${target} PUBLIC cxx_std_17)
@@ -30,7 +36,7 @@ function(velmorand_library target name includes)
     $<BUILD_INTERFACE:${includes}>
     $<INSTALL_INTERFACE:${VELMORAND_INSTALL_INCLUDEDIR}>)
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:velmorand-warnings>)
-  target_link_options(${target} PRIVATE -Wl,--version-script=${CMAKE_CURRENT_SOURCE_DIR}/exports.map)
+  target_link_options(${target} PRIVATE -Wl,--version-script=${exports})
   # Calls within a library are bound when it is linked, so that fewer symbols must be looked up when a program starts.
   target_link_options(${target} PRIVATE -Wl,-Bsymbolic-functions)
   # A sanitizer's runtime is in the program, not in the library.
@@ -39,7 +45,7 @@ function(velmorand_library target name includes)
   endif()
   set_target_properties(${target} PROPERTIES
     EXPORT_NAME ${name}
-    LINK_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/exports.map
+    LINK_DEPENDS ${exports}
     CXX_EXTENSIONS OFF
     POSITION_INDEPENDENT_CODE ON # even if a superproject turns it off
     CXX_VISIBILITY_PRESET hidden

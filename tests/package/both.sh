@@ -4,7 +4,8 @@
 # usage: both.sh BUILD-FOR-QTCORE-5 BUILD-FOR-QTCORE-6
 #
 # Both builds can be installed in the same place: an application can be built with each and runs, and code compiled for
-# one cannot be linked with the other.
+# one cannot be linked with the other. In a program for QtCore 5 that uses a shared library for QtCore 6, each has its
+# own register.
 set -eu
 export LC_ALL=C
 here=$(cd "$(dirname "$0")" && pwd)
@@ -47,3 +48,30 @@ crossed() { # QT-MAJOR PACKAGE
 }
 crossed 5 velmorand-settings-qt6
 crossed 6 velmorand-settings
+
+# shellcheck disable=SC2046 # flags are words
+{
+    c++ -std=c++17 -fvisibility=hidden -shared "$here/both/library.cpp" -o "$work/libboth.so" -Wl,-z,defs \
+        $(pkg-config --cflags --libs velmorand-settings-qt6)
+    c++ -std=c++17 -c "$here/both/program.cpp" -o "$work/program.o" $(pkg-config --cflags velmorand-settings)
+    c++ "$work/program.o" -o "$work/opens" $(pkg-config --libs velmorand-settings)
+    c++ "$work/program.o" -o "$work/linked" -L"$work" -Wl,--no-as-needed -lboth -Wl,--as-needed \
+        $(pkg-config --libs velmorand-settings) "-Wl,-rpath-link,$libraries"
+}
+together() { # PROGRAM [LIBRARY]
+    program=$1
+    shift
+    rm -rf "$work/program" "$work/library"
+    mkdir "$work/program" "$work/library"
+    LD_LIBRARY_PATH=$libraries:$work "$work/$program" "$work/program" "$work/library" "$@"
+    # Each has saved its own register.
+    for part in program library; do
+        test -s "$work/$part/Velmorand.dat"
+    done
+    if cmp -s "$work/program/Velmorand.dat" "$work/library/Velmorand.dat"; then
+        echo "$program: both have saved the same register" >&2
+        exit 1
+    fi
+}
+together opens "$work/libboth.so"
+together linked

@@ -7,8 +7,9 @@
 # mangling (the variants of a constructor, say) are one line. A symbol marked with "(optional)" may be missing: every
 # module that uses it has its own copy, and a build that optimises all of a library together leaves it out.
 #
-# LIST is for QtCore 5 and 64 bits: in a build with QtCore 6, the symbol that stands for QtCore has another name, and on
-# 32 bits, sizes and wide integers have other types, which are treated as the same.
+# LIST is for QtCore 5 and 64 bits: in a build with QtCore 6, the symbol that stands for QtCore and the version nodes of
+# the libraries that have it have other names, and on 32 bits, sizes and wide integers have other types, which are
+# treated as the same.
 set -eu
 export LC_ALL=C
 
@@ -16,9 +17,13 @@ names="s/_for_QtCore_$QT_MAJOR@@/_for_QtCore_5@@/"
 if [ "$(od -A n -t u1 -j 4 -N 1 "$1" | tr -d ' ')" = 1 ]; then # the ELF file's class: 32 bits
     names="$names; s/unsigned (int|long long)/unsigned long/g; s/long long/long/g; s/([0-9])ll/\1l/g"
 fi
+nodes=
+if [ "$QT_MAJOR" -ne 5 ] && grep -q _for_QtCore_ "$2"; then
+    nodes="; s/(^|@@)VELMORAND_/\1VELMORAND_QT${QT_MAJOR}_/"
+fi
 list=$(mktemp)
 trap 'rm -f "$list"' EXIT
-sed -E "$names" "$2" | sort -u >"$list"
+sed -E "$names$nodes" "$2" | sort -u >"$list"
 "$NM" --dynamic --defined-only --demangle "$1" | sed -E "s/^[0-9a-f]* . //; $names" |
     awk 'NR == FNR && sub(/^\(optional\) /, "") { optional[$0]; print "(optional) " $0 } NR > FNR && !($0 in optional)' "$list" - |
     sort -u | diff -u "$list" -
