@@ -81,6 +81,7 @@ function(velmorand_qtcore_library target name folder)
   target_sources(${target} PRIVATE ${source})
   target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${includes}>)
   target_link_libraries(${target} PUBLIC ${VELMORAND_QTCORE})
+  target_compile_definitions(${target} PRIVATE QT_NO_KEYWORDS) # `slots`, `signals` and `emit` are not macros here
   set_target_properties(${target} PROPERTIES
     OUTPUT_NAME ${library_file}
     # The same properties as Qt's own targets: CMake refuses a program that links libraries for two QtCores.

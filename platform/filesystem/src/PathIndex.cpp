@@ -9,8 +9,8 @@ namespace {
 
 constexpr std::size_t smallestTable = 16;
 
-constexpr std::size_t limit(std::size_t slots) {
-    return slots - slots / 8;
+constexpr std::size_t limit(std::size_t tableSize) {
+    return tableSize - tableSize / 8;
 }
 
 } // namespace
