@@ -90,6 +90,7 @@ VELMORAND_HOLDS(saveResult, SaveResult);
 VELMORAND_HOLDS(registerScope, RegisterScope);
 VELMORAND_HOLDS(valueType, utils::properties::Type);
 VELMORAND_HOLDS(exception, Exception);
+VELMORAND_HOLDS(registerLock, decltype(utils::properties::_Register::_mutex));
 VELMORAND_HOLDS(badType, PropertyBadType);
 VELMORAND_HOLDS(notFound, PropertyNotFound);
 

@@ -31,6 +31,7 @@ change platform/exception/include/utils/Exception.h 's/_message;/&\n    int _add
 change platform/filesystem/include/filesystem/FileSystem.h '/ virtual bool mkdir(/{h;d}; / virtual bool close(/G'
 change platform/filesystem/include/filesystem/FileSystem.h 's/MODE_WRITE = 1/MODE_WRITE = 2/'
 change include/utils/properties/Types.h 's/SCOPE_USER = 1/SCOPE_USER = 3/'
+change include/utils/properties/Register.h 's/boost::recursive_mutex\* _mutex/boost::recursive_timed_mutex* _mutex/'
 change settings/include/velmorand/LiveSettings.h 's/ startedEmpty,/ added,\n&/'
 change settings/include/velmorand/LiveSettings.h '/ file;/{h;d}; / std::string reason;/G'
 change settings/include/velmorand/LiveSettings.h 's/ delay{100};/&\n    bool addedInOptions = false;/'
@@ -58,6 +59,7 @@ notices "'int _addedInException', at offset 192"
 notices "vtable offset of method virtual bool filesystem::FileSystem::mkdir.* changed from 5 to 7"
 notices "FileSystemMode::MODE_WRITE' from value '1' to '2'"
 notices "RegisterScope::SCOPE_USER' from value '1' to '3'"
+notices "boost::recursive_mutex\*.*boost::recursive_timed_mutex\*"
 notices "LiveEventKind::startedEmpty' from value '1' to '2'"
 notices "'std::string file' offset changed from 64 to 320"
 notices "'bool addedInOptions', at offset"
