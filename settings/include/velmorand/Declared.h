@@ -206,6 +206,30 @@ inline constexpr bool hasNames<T, std::void_t<decltype(Stored<T>::names())>> = t
 template <class T>
 inline constexpr bool isLimited = isNumeric<T>&& std::is_integral_v<T> && !std::is_same_v<T, int>;
 
+/** A fallback that is a value. */
+template <class Fallback>
+struct Constant {
+    Fallback const& value;
+};
+
+/** A check that the program has defined, see `check`. */
+template <class Element>
+struct Rule {
+    std::function<bool(Element const&)> allows;
+    std::string expected;
+};
+
+/** The part of a declaration that does not allow a value. */
+enum class Reason { limits, choices, rule };
+
+/** Why a declaration does not allow a value. */
+template <class Element>
+struct Fault {
+    std::optional<Element> element{}; ///< the value or the list's element; empty if the value is allowed
+    Reason reason{};
+    Rule<Element> const* rule = nullptr;
+};
+
 /** A declared setting of type `T`. */
 template <class T>
 class Declared final : public KindDeclaration<StoredType<T>> {
@@ -216,11 +240,6 @@ public:
     /** Whether values can be cached bytewise. */
     static constexpr bool isKept = std::is_trivially_copyable_v<T> && std::is_default_constructible_v<T> &&
                                    sizeof(T) <= sizeof(std::uint64_t);
-
-    template <class Fallback>
-    struct Constant {
-        Fallback const& value;
-    };
 
     /** With a fallback of an accepted type. */
     template <class Fallback, class... Details>
@@ -255,7 +274,7 @@ public:
 
     /** The stored form of a value. Errors: `utils::Exception` if the declaration does not allow the value. */
     [[nodiscard]] Kind allowed(T const& value) const {
-        if (Fault const fault = faultOf(value); fault.element)
+        if (Fault<Element> const fault = faultOf(value); fault.element)
             this->refuse(textOf(fault, storedJson(*fault.element)));
         return stored(value);
     }
@@ -272,20 +291,6 @@ public:
 private:
     using Base = KindDeclaration<Kind>;
     static constexpr std::size_t keptSize = isKept ? sizeof(T) : 0;
-
-    struct Rule {
-        std::function<bool(Element const&)> allows;
-        std::string expected;
-    };
-
-    enum class Reason { limits, choices, rule };
-
-    /** Why the declaration does not allow a value. */
-    struct Fault {
-        std::optional<Element> element{}; ///< the value or the list's element; empty if the value is allowed
-        Reason reason{};
-        Rule const* rule = nullptr;
-    };
 
     /** A fallback, limit or choice. */
     template <class To, class From>
@@ -365,7 +370,7 @@ private:
         std::optional<T> const value = valueOf(stored);
         if (!value)
             return textOfInvalid(stored);
-        Fault const fault = faultOf(*value);
+        Fault<Element> const fault = faultOf(*value);
         if (!fault.element)
             return {};
         return textOf(fault, ElementOf<T>::isList ? storedJson(*fault.element) : json<Kind>(stored));
@@ -414,7 +419,7 @@ private:
             return "the type cannot represent the value";
     }
 
-    [[nodiscard]] std::string textOf(Fault const& fault, std::string const& value) const {
+    [[nodiscard]] std::string textOf(Fault<Element> const& fault, std::string const& value) const {
         switch (fault.reason) {
         case Reason::limits:
             return notWithin(value, minimumJson(), maximumJson());
@@ -426,10 +431,10 @@ private:
         return notValid(value, fault.rule->expected);
     }
 
-    [[nodiscard]] Fault faultOf(T const& value) const {
+    [[nodiscard]] Fault<Element> faultOf(T const& value) const {
         if constexpr (ElementOf<T>::isList) {
             for (auto const& element : value)
-                if (Fault fault = faultOfElement(element); fault.element)
+                if (Fault<Element> fault = faultOfElement(element); fault.element)
                     return fault;
             return {};
         } else {
@@ -437,14 +442,14 @@ private:
         }
     }
 
-    [[nodiscard]] Fault faultOfElement(Element const& value) const {
+    [[nodiscard]] Fault<Element> faultOfElement(Element const& value) const {
         if constexpr (hasOrder<Element>)
             if ((_minimum && !isOrdered(*_minimum, value)) || (_maximum && !isOrdered(value, *_maximum)))
                 return {value, Reason::limits, nullptr};
         if constexpr (hasEquality<Element>)
             if (!_choices.empty() && !isChoice(value))
                 return {value, Reason::choices, nullptr};
-        for (Rule const& rule : _rules)
+        for (Rule<Element> const& rule : _rules)
             if (!rule.allows(value))
                 return {value, Reason::rule, &rule};
         return {};
@@ -498,7 +503,7 @@ private:
     std::optional<Element> _minimum;
     std::optional<Element> _maximum;
     std::vector<Element> _choices;
-    std::vector<Rule> _rules;
+    std::vector<Rule<Element>> _rules;
 };
 
 } // namespace velmorand::detail

@@ -170,9 +170,6 @@ template <class T>
 class Property {
     using Declared = detail::Declared<T>;
 
-    template <class Fallback>
-    using Constant = typename Declared::template Constant<Fallback>;
-
     template <class Call>
     static constexpr bool isCall = std::is_invocable_r_v<T, Call&>;
 
@@ -193,11 +190,12 @@ public:
      */
     template <class... Details>
     Property(std::string name, T const& fallback, Details... details)
-        : Property(std::make_shared<Declared>(std::move(name), Constant<T>{fallback}, details...)) {}
+        : Property(std::make_shared<Declared>(std::move(name), detail::Constant<T>{fallback}, details...)) {}
     template <class Fallback, class... Details,
               std::enable_if_t<isConstant<Fallback> && !std::is_same_v<T, Fallback>, int> = 0>
     Property(std::string name, Fallback const& fallback, Details... details)
-        : Property(std::make_shared<Declared>(std::move(name), Constant<Fallback>{fallback}, details...)) {}
+        : Property(std::make_shared<Declared>(std::move(name), detail::Constant<Fallback>{fallback},
+                                              details...)) {}
     ///@}
 
     /**

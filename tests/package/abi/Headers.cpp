@@ -65,6 +65,14 @@ VELMORAND_HOLDS(durationProperty, Property<std::chrono::milliseconds>);
 VELMORAND_HOLDS(textProperty, Property<QString>);
 VELMORAND_HOLDS(declaredInteger, detail::Declared<int>);
 VELMORAND_HOLDS(declaredStrings, detail::Declared<std::vector<std::string>>);
+VELMORAND_HOLDS(constant, detail::Constant<int>);
+VELMORAND_HOLDS(rule, detail::Rule<int>);
+VELMORAND_HOLDS(reason, detail::Reason);
+VELMORAND_HOLDS(fault, detail::Fault<int>);
+VELMORAND_HOLDS(detailDescription, detail::Description);
+VELMORAND_HOLDS(detailLimits, detail::Limits<int, int>);
+VELMORAND_HOLDS(detailChoices, detail::Choices<int>);
+VELMORAND_HOLDS(detailCheck, detail::Check<bool (*)(int)>);
 
 // Values.
 VELMORAND_HOLDS(anyValue, AnyValue);
@@ -72,6 +80,7 @@ VELMORAND_HOLDS(changes, Changes);
 VELMORAND_HOLDS(declaredProperty, DeclaredProperty);
 VELMORAND_HOLDS(decodedRecord, DecodedRecord);
 VELMORAND_HOLDS(enumName, detail::EnumName<Colour>);
+VELMORAND_HOLDS(enumNames, detail::EnumNames<Colour>);
 VELMORAND_HOLDS(executor, Executor);
 VELMORAND_HOLDS(foreignSetting, ForeignSetting);
 VELMORAND_HOLDS(group, Group);

@@ -37,6 +37,7 @@ change settings/include/velmorand/LiveSettings.h '/ file;/{h;d}; / std::string r
 change settings/include/velmorand/LiveSettings.h 's/ delay{100};/&\n    bool addedInOptions = false;/'
 change settings/include/velmorand/Listener.h 's/ _entry;/&\n    int _addedInListener = 0;/'
 change settings/include/velmorand/Property.h 's/ _declared;/&\n    int _addedInProperty = 0;/'
+change settings/include/velmorand/Declared.h 's/^    std::string expected;/&\n    int _addedInRule = 0;/'
 change settings/include/velmorand/Declared.h 's/ _rules;/&\n    int _addedInDeclared = 0;/'
 
 build_headers "$work" "$BUILD_DIR/include" "$work/headers.so"
@@ -65,5 +66,6 @@ notices "'std::string file' offset changed from 64 to 320"
 notices "'bool addedInOptions', at offset"
 notices "'int _addedInListener', at offset"
 notices "'int _addedInProperty', at offset"
+notices "'int _addedInRule', at offset"
 notices "'int _addedInDeclared', at offset"
 exit $missed
