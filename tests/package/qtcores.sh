@@ -80,11 +80,16 @@ fails_saying "velmorand_settings_for_QtCore_$other" "$CXX" $CXXFLAGS "$work/star
     "$work/libstart.a" $(pkg-config --libs "$settings")
 
 # In CMake.
-configure() { # PACKAGES LIBRARIES
+configure() { # PACKAGES LIBRARIES [CMAKE-ARGUMENT...]
     rm -rf "$work/build"
-    "$CMAKE" -S "$here/mixed" -B "$work/build" -DCMAKE_PREFIX_PATH="$prefix" "-DPACKAGES=$1" "-DLIBRARIES=$2"
+    packages=$1
+    linked=$2
+    shift 2
+    "$CMAKE" -S "$here/mixed" -B "$work/build" -DCMAKE_PREFIX_PATH="$prefix" "-DPACKAGES=$packages" \
+        "-DLIBRARIES=$linked" "$@"
 }
 configure "$package;Qt$other" velmorand::register
+configure "Qt$other;$package" velmorand::register
 fails_saying "\"Qt$other::Core\" does not agree with the value of QT_MAJOR_VERSION" \
     configure "$package;Qt$other" "velmorand::register;Qt$other::Core"
 fails_saying "\"velmorand::register\" does not agree with the value of QT_MAJOR_VERSION" \
@@ -99,3 +104,7 @@ mkdir "$libraries/cmake/$other_package"
 cp "$work/other-build/$other_package"-config*.cmake "$libraries/cmake/$other_package"
 fails_saying "$other_package is for QtCore $other, but velmorand::register for QtCore $QT_MAJOR is in this project already" \
     configure "$package;$other_package" velmorand::register
+
+# Once QtCore 5 has defined Qt::Core, a project cannot find QtCore 6.
+fails_saying "velmorand-register-qt6 is for QtCore 6, but this project has found QtCore 5" \
+    configure "Qt5;velmorand-register-qt6" velmorand::register -DVERSIONLESS=ON
