@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "velmorand/Changes.h"
 
+#include <map>
+#include <memory>
+#include <optional>
 #include <set>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -27,23 +31,42 @@ bool isInPlace(utils::properties::_Register const& settings, std::string const& 
     return record ? entry.kind == Kind::file && entry.content == *record : entry.kind != Kind::file;
 }
 
+template <class State>
+State& stateIn(std::unique_ptr<State>& state) {
+    if (!state)
+        state = std::make_unique<State>();
+    return *state;
+}
+
 } // namespace
 
+struct Changes::State {
+    std::map<std::string, std::optional<std::string>> records; ///< by clean name; no record: reset
+
+    void put(std::string const& name, std::optional<std::string> record) {
+        std::string storage;
+        records.insert_or_assign(propertyName(name, storage), std::move(record));
+    }
+};
+
 Changes::Changes() = default;
-Changes::Changes(Changes const&) = default;
+Changes::Changes(Changes const& other) : _state(other._state ? new State(*other._state) : nullptr) {}
 Changes::Changes(Changes&&) noexcept = default;
-Changes& Changes::operator=(Changes const&) = default;
+Changes& Changes::operator=(Changes const& other) {
+    _state = Changes(other)._state;
+    return *this;
+}
 Changes& Changes::operator=(Changes&&) noexcept = default;
 Changes::~Changes() = default;
 
 bool Changes::empty() const noexcept {
-    return _changes.empty();
+    return !_state || _state->records.empty();
 }
 
 template <class Kind>
 void Changes::put(std::string const& name, Kind const& value) {
     requireFits(name, value);
-    putRecord(name, encoded(value));
+    stateIn(_state).put(name, encoded(value));
 }
 
 // The eight kinds.
@@ -56,13 +79,8 @@ template void Changes::put(std::string const&, std::vector<double> const&);
 template void Changes::put(std::string const&, std::vector<int> const&);
 template void Changes::put(std::string const&, std::vector<bool> const&);
 
-void Changes::putRecord(std::string const& name, std::optional<std::string> record) {
-    std::string storage;
-    _changes.insert_or_assign(propertyName(name, storage), std::move(record));
-}
-
 void Changes::reset(std::string const& name) {
-    putRecord(name, std::nullopt);
+    stateIn(_state).put(name, std::nullopt);
 }
 
 void Changes::apply(void* sender) {
@@ -71,7 +89,7 @@ void Changes::apply(void* sender) {
     RequiredAccess const settings("cannot apply the changes");
     UserChanges changes;
     std::set<std::string> names;
-    for (auto const& [name, record] : _changes) {
+    for (auto const& [name, record] : _state->records) {
         if (record)
             requireUnlocked(*settings, name, "cannot write");
         if (!isInPlace(*settings, name, record)) {
@@ -80,7 +98,7 @@ void Changes::apply(void* sender) {
         }
     }
     makeChanges(*settings, changes);
-    _changes.clear();
+    _state.reset();
     announce(*settings, sender, std::move(names));
 }
 

@@ -217,6 +217,24 @@ TEST_F(Transaction, MayBeAppliedAgainAfterAFailure) {
     EXPECT_EQ(5, width.get());
 }
 
+TEST_F(Transaction, HasTheChangesOfTheOneItIsCopiedFrom) {
+    changes.set(width, 5);
+    Changes copy(changes);
+    Changes assigned;
+    assigned.reset(height);
+    assigned = changes;
+    copy.set(width, 6);
+    EXPECT_FALSE(assigned.empty());
+    assigned.apply();
+    EXPECT_EQ(5, width.get());
+    copy.apply();
+    EXPECT_EQ(6, width.get());
+    changes.apply();
+    EXPECT_EQ(5, width.get());
+    changes = copy;
+    EXPECT_TRUE(changes.empty());
+}
+
 TEST_F(Transaction, MayBeUsedAgainAfterItIsMoved) {
     changes.set(width, 5);
     Changes other = std::move(changes);

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <map>
-#include <optional>
+#include <memory>
 #include <string>
 #include <type_traits>
 
@@ -98,9 +97,10 @@ private:
     /** For the eight kinds. */
     template <class Kind>
     VELMORAND_SETTINGS_EXPORT void put(std::string const& name, Kind const& value);
-    void putRecord(std::string const& name, std::optional<std::string> record);
 
-    std::map<std::string, std::optional<std::string>> _changes; ///< by clean name; no record: reset
+    struct State;
+
+    std::unique_ptr<State> _state; ///< null until the first change
 };
 
 } // namespace velmorand
