@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <condition_variable>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <tuple>
 #include <vector>
@@ -76,6 +77,18 @@ private:
     detail::Declaration const* _declaration = nullptr;
 };
 
+/** Takes a declaration from the list, if it is listed, once no thread is using it, and destroys it. */
+void withdraw(detail::Declaration const* declaration) noexcept {
+    std::unique_ptr<detail::Declaration const> const owner(declaration);
+    List& list = List::instance();
+    std::unique_lock<std::mutex> lock(list.mutex);
+    auto const entry = list.entries.find(declaration);
+    if (entry == list.entries.end())
+        return;
+    list.released.wait(lock, [entry] { return entry->second.users == 0; });
+    list.entries.erase(entry);
+}
+
 struct Known {
     std::string name;
     std::uint64_t number;
@@ -112,22 +125,6 @@ std::string const& Declaration::name() const noexcept {
     return _state->name;
 }
 
-void Declaration::publish() {
-    List& list = List::instance();
-    std::lock_guard<std::mutex> const lock(list.mutex);
-    list.entries.insert({this, {list.declaredSoFar++, 0}});
-}
-
-void Declaration::withdraw() noexcept {
-    List& list = List::instance();
-    std::unique_lock<std::mutex> lock(list.mutex);
-    auto const entry = list.entries.find(this);
-    if (entry == list.entries.end())
-        return;
-    list.released.wait(lock, [entry] { return entry->second.users == 0; });
-    list.entries.erase(entry);
-}
-
 Recalled Declaration::recall() const noexcept {
     return recallFrom(_state->state, _state->bits, registerState);
 }
@@ -138,6 +135,14 @@ void Declaration::refuse(std::string const& why) const {
 
 void Declaration::refuseDeclaration(std::string const& why) const {
     throw utils::Exception("cannot declare " + inQuotes(name()) + ": " + why);
+}
+
+std::shared_ptr<Declaration> registered(std::unique_ptr<Declaration> declaration) {
+    std::shared_ptr<Declaration> owner(declaration.release(), withdraw);
+    List& list = List::instance();
+    std::lock_guard<std::mutex> const lock(list.mutex);
+    list.entries.insert({owner.get(), {list.declaredSoFar++, 0}});
+    return owner;
 }
 
 } // namespace detail

@@ -49,9 +49,6 @@ public:
 
     [[nodiscard]] std::string const& name() const noexcept;
 
-    /** Adds it to the catalogue. Called once, when the object is complete and before anything else uses it. */
-    void publish();
-
     /** Fills in the kind, the problem and the details. */
     virtual void describe(DeclaredProperty& description) const = 0;
 
@@ -67,12 +64,6 @@ protected:
     /** `keptSize`: the size of a value in bytes, at most 8, if values can be cached bytewise; otherwise 0. */
     Declaration(std::string name, Fallback fallback, std::size_t keptSize);
 
-    /**
-     * Removes it from the catalogue, and waits for other threads that are using it. Called before any part of the
-     * object is destroyed.
-     */
-    void withdraw() noexcept;
-
     /** Throws `utils::Exception`: the value was not set. */
     [[noreturn]] void refuse(std::string const& why) const;
 
@@ -87,6 +78,14 @@ private:
 
     std::unique_ptr<State> const _state;
 };
+
+/**
+ * Registers a complete declaration, so that the catalogue lists it until the last copy of the result is destroyed. That
+ * waits for other threads that are using the declaration, and destroys it. Errors: `std::bad_alloc`, with the
+ * declaration destroyed.
+ */
+[[nodiscard]] VELMORAND_SETTINGS_EXPORT std::shared_ptr<Declaration>
+registered(std::unique_ptr<Declaration> declaration);
 
 /** A declared setting that is stored as one of the eight kinds. */
 template <class Kind>
@@ -257,7 +256,7 @@ public:
 
     Declared(Declared const&) = delete;
     Declared& operator=(Declared const&) = delete;
-    ~Declared() override { this->withdraw(); }
+    ~Declared() override = default;
 
     [[nodiscard]] T fallback() const { return _fallback ? *_fallback : _compute(); }
 

@@ -190,11 +190,11 @@ public:
      */
     template <class... Details>
     Property(std::string name, T const& fallback, Details... details)
-        : Property(std::make_shared<Declared>(std::move(name), detail::Constant<T>{fallback}, details...)) {}
+        : Property(std::make_unique<Declared>(std::move(name), detail::Constant<T>{fallback}, details...)) {}
     template <class Fallback, class... Details,
               std::enable_if_t<isConstant<Fallback> && !std::is_same_v<T, Fallback>, int> = 0>
     Property(std::string name, Fallback const& fallback, Details... details)
-        : Property(std::make_shared<Declared>(std::move(name), detail::Constant<Fallback>{fallback},
+        : Property(std::make_unique<Declared>(std::move(name), detail::Constant<Fallback>{fallback},
                                               details...)) {}
     ///@}
 
@@ -204,7 +204,7 @@ public:
      */
     template <class Call, class... Details, std::enable_if_t<isCall<Call>, int> = 0>
     Property(std::string name, Call compute, Details... details)
-        : Property(std::make_shared<Declared>(std::move(name), detail::asFunction<T()>(std::move(compute)),
+        : Property(std::make_unique<Declared>(std::move(name), detail::asFunction<T()>(std::move(compute)),
                                               details...)) {}
 
     /**
@@ -315,9 +315,8 @@ public:
 private:
     friend class Changes;
 
-    explicit Property(std::shared_ptr<Declared> declared) : _declared(std::move(declared)) {
-        _declared->publish();
-    }
+    explicit Property(std::unique_ptr<Declared> declared)
+        : _declared(std::static_pointer_cast<Declared>(detail::registered(std::move(declared)))) {}
 
     std::shared_ptr<Declared> _declared;
 };
