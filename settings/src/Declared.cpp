@@ -133,8 +133,14 @@ void Declaration::refuse(std::string const& why) const {
     throw utils::Exception("cannot set " + inQuotes(name()) + ": " + why);
 }
 
-void Declaration::refuseDeclaration(std::string const& why) const {
-    throw utils::Exception("cannot declare " + inQuotes(name()) + ": " + why);
+void Declaration::refuseUnrepresentable() const {
+    throw utils::Exception("cannot declare " + inQuotes(name()) +
+                           ": the type cannot represent the fallback, a limit or a choice");
+}
+
+void Declaration::refuseLimits() const {
+    throw utils::Exception("cannot declare " + inQuotes(name()) +
+                           ": the minimum is greater than the maximum");
 }
 
 std::shared_ptr<Declaration> registered(std::unique_ptr<Declaration> declaration) {

@@ -107,4 +107,12 @@ std::string notAmong(std::string const& value, std::vector<std::string> const& c
     return notValid(value, (choices.size() == 1 ? "" : "one of ") + joined(choices));
 }
 
+std::string notRepresentable(std::string const& number) {
+    return notValid(number, "a number that the type can represent");
+}
+
+std::string notRepresentable() {
+    return "the type cannot represent the value";
+}
+
 } // namespace velmorand::detail

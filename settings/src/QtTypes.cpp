@@ -46,6 +46,10 @@ std::optional<QString> Stored<QString>::load(std::string const& bytes) {
     return text.toStdString() == bytes ? std::optional(std::move(text)) : std::nullopt;
 }
 
+std::string Stored<QString>::expected() {
+    return "text in UTF-8";
+}
+
 std::string Stored<QByteArray>::store(QByteArray const& bytes) {
     return bytes.toStdString();
 }
@@ -71,6 +75,10 @@ std::optional<QUrl> Stored<QUrl>::load(std::string const& text) {
     return url.isValid() || text.empty() ? std::optional(std::move(url)) : std::nullopt;
 }
 
+std::string Stored<QUrl>::expected() {
+    return "a URL such as https://example.org/a%20name";
+}
+
 std::string Stored<QDateTime>::store(QDateTime const& time) {
     if (time.isNull())
         return {};
@@ -92,6 +100,10 @@ std::optional<QDateTime> Stored<QDateTime>::load(std::string const& text) {
     if (whole.size() > upToSeconds && whole[upToSeconds] != '.')
         whole.insert(upToSeconds, ".000");
     return isoText(time) == whole ? std::optional(time) : std::nullopt;
+}
+
+std::string Stored<QDateTime>::expected() {
+    return "a date and time such as 2026-03-01T08:30:00.000+01:00 or 2026-03-01T07:30:00.000Z";
 }
 
 } // namespace velmorand

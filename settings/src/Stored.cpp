@@ -4,6 +4,10 @@
 #include <charconv>
 #include <system_error>
 
+#include <utils/Exception.h>
+
+#include "velmorand/Enum.h"
+
 namespace velmorand::detail {
 
 namespace {
@@ -26,6 +30,10 @@ std::optional<std::int64_t> signedWhole(std::string const& text) {
 
 std::optional<std::uint64_t> unsignedWhole(std::string const& text) {
     return whole<std::uint64_t>(text);
+}
+
+void refuseUnnamed(std::int64_t value) {
+    throw utils::Exception("enum value " + std::to_string(value) + " has no name");
 }
 
 } // namespace velmorand::detail

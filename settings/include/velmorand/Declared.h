@@ -67,8 +67,10 @@ protected:
     /** Throws `utils::Exception`: the value was not set. */
     [[noreturn]] void refuse(std::string const& why) const;
 
-    /** Throws `utils::Exception`: the declaration is invalid. */
-    [[noreturn]] void refuseDeclaration(std::string const& why) const;
+    // Throw `utils::Exception`: the declaration is invalid, because its type cannot represent the fallback, a limit or a
+    // choice, or because its minimum is greater than its maximum.
+    [[noreturn]] void refuseUnrepresentable() const;
+    [[noreturn]] void refuseLimits() const;
 
 private:
     template <class Kind>
@@ -148,6 +150,10 @@ VELMORAND_SETTINGS_EXPORT std::string notWithin(std::string const& value, std::s
                                                 std::string const& maximum);
 VELMORAND_SETTINGS_EXPORT std::string notAmong(std::string const& value,
                                                std::vector<std::string> const& choices);
+
+// The same for a value that the type cannot represent: a number, as JSON, or a value of another type.
+VELMORAND_SETTINGS_EXPORT std::string notRepresentable(std::string const& number);
+VELMORAND_SETTINGS_EXPORT std::string notRepresentable();
 
 /** A value as JSON; empty if it cannot be stored. */
 template <class T>
@@ -298,7 +304,7 @@ private:
                       "limits and choices have the type of the setting, or of its elements");
         std::optional<To> value = ConversionOf<To, From>::convert(from);
         if (!value)
-            this->refuseDeclaration("the type cannot represent the fallback, a limit or a choice");
+            this->refuseUnrepresentable();
         return *std::move(value);
     }
 
@@ -319,7 +325,7 @@ private:
         if (limits.maximum)
             _maximum = declared<Element>(*limits.maximum);
         if (_minimum && _maximum && !isOrdered(*_minimum, *_maximum))
-            this->refuseDeclaration("the minimum is greater than the maximum");
+            this->refuseLimits();
     }
 
     template <class Choice>
@@ -413,9 +419,9 @@ private:
             return notWithin(std::to_string(from), storedJson(std::numeric_limits<T>::lowest()),
                              storedJson(std::numeric_limits<T>::max()));
         else if constexpr (isNumeric<From>)
-            return notValid(std::to_string(from), "a number that the type can represent");
+            return notRepresentable(std::to_string(from));
         else
-            return "the type cannot represent the value";
+            return notRepresentable();
     }
 
     [[nodiscard]] std::string textOf(Fault<Element> const& fault, std::string const& value) const {

@@ -30,6 +30,10 @@ VELMORAND_SETTINGS_EXPORT std::string durationText(double count, TimeUnit unit);
 VELMORAND_SETTINGS_EXPORT std::optional<std::int64_t> wholeDuration(std::string const& text, TimeUnit unit);
 VELMORAND_SETTINGS_EXPORT std::optional<double> duration(std::string const& text, TimeUnit unit);
 
+// For messages: the durations that are valid for a type that counts whole numbers, and for another one.
+VELMORAND_SETTINGS_EXPORT std::string wholeDurationExpected(TimeUnit unit);
+VELMORAND_SETTINGS_EXPORT std::string durationExpected(TimeUnit unit);
+
 template <class Rep, class Period>
 struct BuiltIn<std::chrono::duration<Rep, Period>> {
     using Type = std::string;
@@ -58,10 +62,9 @@ struct BuiltIn<std::chrono::duration<Rep, Period>> {
     static constexpr char const* format = "duration";
     static std::string expected() {
         if constexpr (isWhole)
-            return "a duration such as \"" + durationText(std::int64_t{10}, unit) + "\" (a multiple of " +
-                   durationText(std::int64_t{1}, unit) + ')';
+            return wholeDurationExpected(unit);
         else
-            return "a duration such as \"" + durationText(1.5, unit) + '"';
+            return durationExpected(unit);
     }
 
 private:

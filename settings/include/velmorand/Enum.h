@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <type_traits>
 
-#include <utils/Exception.h>
-
+#include "velmorand/Export.h"
 #include "velmorand/Stored.h"
 
 /**
@@ -17,7 +17,7 @@
  *
  * Use it once per enum, after its definition and in its namespace. Enumerators may be renamed later, but the names
  * given here must not change, because files contain them. A value may have several names: it is written with the first
- * one, and read with any of them. This header cannot be compiled without exceptions.
+ * one, and read with any of them.
  *
  * Guide: docs/types.md#a-type-of-your-own.
  */
@@ -44,6 +44,9 @@ struct EnumNames {
     [[nodiscard]] EnumName<Enum> const* end() const { return last; }
 };
 
+/** Throws `utils::Exception`: a value of an enum has no name, so it cannot be stored. */
+[[noreturn]] VELMORAND_SETTINGS_EXPORT void refuseUnnamed(std::int64_t value);
+
 /** Stores an enum by the names that `Source::names()` lists. */
 template <class Enum, class Source>
 struct StoredByName : Source {
@@ -54,8 +57,7 @@ struct StoredByName : Source {
         for (EnumName<Enum> const& known : Source::names())
             if (known.value == value)
                 return known.name;
-        throw utils::Exception("enum value " + std::to_string(static_cast<long long>(value)) +
-                               " has no name");
+        refuseUnnamed(static_cast<std::int64_t>(value));
     }
 
     static std::optional<Enum> load(std::string const& name) {

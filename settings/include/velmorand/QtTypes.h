@@ -48,7 +48,7 @@ struct VELMORAND_SETTINGS_EXPORT Stored<QString> {
     /** Errors: `utils::Exception` for text that UTF-8 cannot represent because of an unpaired surrogate. */
     static std::string store(QString const& text);
     static std::optional<QString> load(std::string const& bytes);
-    static std::string expected() { return "text in UTF-8"; }
+    static std::string expected();
 };
 
 template <>
@@ -89,7 +89,7 @@ struct VELMORAND_SETTINGS_EXPORT Stored<QUrl> {
     /** Errors: `utils::Exception` for an invalid URL that is not empty. */
     static std::string store(QUrl const& url);
     static std::optional<QUrl> load(std::string const& text);
-    static std::string expected() { return "a URL such as https://example.org/a%20name"; }
+    static std::string expected();
 };
 
 /**
@@ -104,9 +104,7 @@ struct VELMORAND_SETTINGS_EXPORT Stored<QDateTime> {
     /** Errors: `utils::Exception` for an invalid time that is not null, and for a year outside 1 to 9999. */
     static std::string store(QDateTime const& time);
     static std::optional<QDateTime> load(std::string const& text);
-    static std::string expected() {
-        return "a date and time such as 2026-03-01T08:30:00.000+01:00 or 2026-03-01T07:30:00.000Z";
-    }
+    static std::string expected();
 };
 
 namespace detail {

@@ -11,6 +11,8 @@
 #include <QSize>
 #include <QUrl>
 
+#include <utils/Exception.h>
+
 #include "velmorand/QtTypes.h"
 
 namespace velmorand::import {
