@@ -43,8 +43,8 @@ compile() { # QT-MAJOR INCLUDE-DIRECTORY HEADER [FLAG...]
 }
 
 # With the other QtCore's headers: one error.
-for header in filesystem/Path.h filesystem/RAMFileSystem.h utils/properties/Register.h velmorand/Save.h \
-    velmorand/Property.h velmorand/QtTypes.h; do
+for header in filesystem/DirEntry.h filesystem/Path.h filesystem/RAMFileSystem.h utils/properties/Register.h \
+    velmorand/Save.h velmorand/Property.h velmorand/QtTypes.h; do
     compile "$QT_MAJOR" "$prefix/include/$package" "$header"
     fails_saying "these headers of velmorand-register are for QtCore $QT_MAJOR, and the compiler finds another QtCore" \
         compile "$other" "$prefix/include/$package" "$header"

@@ -3,6 +3,8 @@
 
 #include <QString>
 
+#include "filesystem/Export.h"
+
 namespace filesystem {
 
 /** One entry of a directory listing: the bare name of a file or a subdirectory. Ordered by its name. */
