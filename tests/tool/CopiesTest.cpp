@@ -34,6 +34,13 @@ protected:
         return names;
     }
 
+    /** The path of the only file whose name has the time at which it was found damaged. */
+    [[nodiscard]] std::string theDamagedFile() const {
+        std::set<std::string> const names = files();
+        auto const name = names.lower_bound("Velmorand.dat.damaged-");
+        return name == names.end() ? std::string() : user + '/' + *name;
+    }
+
     /** Creates a copy whose modification time is `written`. */
     void putCopy(std::string const& name, std::string const& bytes, time_t written) const {
         std::string const path = user + '/' + name;
@@ -174,7 +181,24 @@ TEST_F(Copies, ReplaceADamagedFileAndKeepIt) {
     std::filesystem::rename(at("damaged"), userFile);
     answer({"restore", "previous"});
     EXPECT_EQ(one, bytesOf(userFile));
-    EXPECT_EQ("garbage", bytesOf(previousFile));
+    EXPECT_EQ("garbage", bytesOf(theDamagedFile()));
+}
+
+TEST_F(Copies, ReplaceADamagedFileAndStay) {
+    putBytes(userFile, "garbage");
+    answer({"restore", "previous"});
+    EXPECT_EQ(one, bytesOf(previousFile));
+    EXPECT_EQ(3U, files().size());
+}
+
+TEST_F(Copies, ReplaceADamagedFileThatHasNoPreviousOne) {
+    std::filesystem::remove(previousFile);
+    putBytes(damagedFile, one);
+    putBytes(userFile, "garbage");
+    answer({"restore", damagedName});
+    EXPECT_EQ(one, bytesOf(userFile));
+    EXPECT_FALSE(std::filesystem::exists(previousFile));
+    EXPECT_EQ(3U, files().size());
 }
 
 TEST_F(Copies, OfTheGlobalFileAreInItsDirectory) {

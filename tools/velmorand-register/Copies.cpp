@@ -26,8 +26,10 @@ namespace {
 // A restore that is killed may leave the old previous file under this name.
 constexpr char const* olderEnding = ".previous.old";
 
+constexpr char const* damagedBegin = ".damaged-"; // followed by the time in UTC and, if needed, a number
+
 bool isDamagedEnding(std::string_view ending) {
-    constexpr std::string_view begin = ".damaged-"; // followed by the time in UTC and, if needed, a number
+    std::string_view const begin = damagedBegin;
     return ending.substr(0, begin.size()) == begin &&
            ending.find_first_not_of("0123456789TZ-", begin.size()) == std::string_view::npos;
 }
@@ -78,6 +80,22 @@ std::string localTime(std::time_t time) {
     return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts)};
 }
 
+/** A name for a damaged file that no other file has: programs with live settings choose the same kind of name. */
+std::string nameForDamaged(RegisterFile const& file) {
+    std::time_t const now = std::time(nullptr);
+    std::tm parts = {};
+    std::array<char, 32> text{};
+    ::gmtime_r(&now, &parts);
+    std::string const stem =
+        file.name() + damagedBegin +
+        std::string(text.data(), std::strftime(text.data(), text.size(), "%Y%m%dT%H%M%SZ", &parts));
+    std::string name = stem;
+    std::error_code ignored;
+    for (int number = 2; std::filesystem::exists(beside(file, name).path(), ignored); ++number)
+        name = stem + '-' + std::to_string(number);
+    return name;
+}
+
 std::string stateOf(RegisterFile const& copy) {
     Settings settings;
     try {
@@ -88,12 +106,14 @@ std::string stateOf(RegisterFile const& copy) {
     return counted(settings.countProperties(), "property", "properties");
 }
 
-/** Loads a file into empty settings. Result: false if it is missing or damaged; the settings remain empty then. */
-bool loadIntact(RegisterFile const& file, Settings& settings) {
+enum class State { intact, missing, damaged };
+
+/** Loads a file into empty settings. They remain empty unless it is intact. */
+State loadIfIntact(RegisterFile const& file, Settings& settings) {
     try {
-        return file.load(settings).isThere;
+        return file.load(settings).isThere ? State::intact : State::missing;
     } catch (Failure const&) {
-        return false;
+        return State::damaged;
     }
 }
 
@@ -104,22 +124,40 @@ bool loadIntact(RegisterFile const& file, Settings& settings) {
 class PreviousKept {
 public:
     explicit PreviousKept(RegisterFile const& file)
-        : _current(file.path()), _previous(file.name() + previousEnding), _older(file.name() + olderEnding),
-          _directory(file.directory()), _disk(toQString(_directory)) {
+        : _current(file.path()), _name(file.name()), _previous(file.name() + previousEnding),
+          _older(file.name() + olderEnding), _directory(file.directory()), _disk(toQString(_directory)) {
         _isKept = _disk.keepAs(toQString(_previous), toQString(_older));
         if (!_isKept && errno != ENOENT)
             throw Failure(Status::fileTrouble,
                           "not restored: " + at(_older) + ": " + std::generic_category().message(errno));
     }
 
-    /** Called if the replacement succeeded. */
+    /** Called if the replacement succeeded: the replaced file stays the previous one. */
     void drop() {
         if (_isKept)
             _disk.remove(toQString(_older));
     }
 
+    /** Called if the replacement succeeded: the previous file from before it becomes the previous one again. */
+    void keep() {
+        if (!_isKept)
+            _disk.remove(toQString(_previous));
+        else if (_disk.keepAs(toQString(_older), toQString(_previous)))
+            drop();
+    }
+
+    /** Called before the replacement. Errors: `Failure` if the file cannot be kept under this name, too. */
+    void keepReplacedAs(std::string const& name) {
+        if (!_disk.keepAs(toQString(_name), toQString(name)))
+            throw Failure(Status::fileTrouble,
+                          "not restored: " + at(name) + ": " + std::generic_category().message(errno));
+        _replaced = name;
+    }
+
     /** Called if the replacement failed. If the new content is in place nevertheless, both old files are kept. */
     void putBack() {
+        if (!_replaced.empty() && isSame(_current, at(_replaced)))
+            _disk.remove(toQString(_replaced));
         if (!_isKept)
             return;
         if (isSame(_current, at(_previous)))
@@ -139,8 +177,10 @@ private:
     }
 
     std::string _current;
+    std::string _name;
     std::string _previous;
     std::string _older;
+    std::string _replaced; ///< the second name of the replaced file, if it has one
     std::string _directory;
     filesystem::RealFileSystem _disk;
     bool _isKept = false;
@@ -171,18 +211,23 @@ std::optional<Difference> restoreCopy(RegisterFile const& file, RegisterFile con
     if (!copy.load(settings).isThere) // removed since it was found
         throw Failure(Status::notThere, "no such copy: " + copy.name());
     Settings before;
-    bool const isIntact = loadIntact(file, before);
+    State const state = loadIfIntact(file, before);
     Difference const difference = compare(before, settings);
-    if (isIntact && difference.isNone())
+    if (state == State::intact && difference.isNone())
         return std::nullopt;
     PreviousKept previous(file);
     try {
+        if (state == State::damaged)
+            previous.keepReplacedAs(nameForDamaged(file));
         file.save(settings);
     } catch (Failure const&) {
         previous.putBack();
         throw;
     }
-    previous.drop();
+    if (state == State::damaged)
+        previous.keep();
+    else
+        previous.drop();
     return difference;
 }
 

@@ -26,8 +26,9 @@ bool listCopies(RegisterFile const& file, std::ostream& out);
 RegisterFile findCopy(RegisterFile const& file, std::string const& name);
 
 /**
- * Replaces a register file by a copy, and keeps the replaced file as the previous one. If both hold the same settings,
- * nothing is written. The caller holds the lock on the directory.
+ * Replaces a register file by a copy, and keeps the replaced file: an intact one as the previous one, a damaged one under
+ * a name with the time, so that it does not replace an intact previous one. If both hold the same settings, nothing is
+ * written. The caller holds the lock on the directory.
  * Result: the difference, from no settings if the file was missing or damaged; nothing if the file was not written.
  * Errors: `Failure` if the copy is damaged or the file cannot be replaced; nothing has changed then.
  */
