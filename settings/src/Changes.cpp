@@ -32,10 +32,10 @@ bool isInPlace(utils::properties::_Register const& settings, std::string const& 
 }
 
 template <class State>
-State& stateIn(std::unique_ptr<State>& state) {
-    if (!state)
-        state = std::make_unique<State>();
-    return *state;
+State& stateIn(std::unique_ptr<State>& holder) {
+    if (!holder)
+        holder = std::make_unique<State>();
+    return *holder;
 }
 
 } // namespace
