@@ -584,7 +584,8 @@ TEST_F(Live, RestoreThePreviousFileIfTheFileIsDamaged) {
     ASSERT_EQ(1U, events.size());
     EXPECT_EQ(LiveEventKind::recovered, events[0].kind);
     EXPECT_EQ(file().string(), events[0].file);
-    EXPECT_EQ("not a register file", events[0].reason);
+    EXPECT_EQ("not a register file; restored from the previous file, without the changes of the last save",
+              events[0].reason);
     EXPECT_EQ("not a register file", bytes(events[0].keptAs));
     EXPECT_EQ(1, stored("a/x"));
 }
@@ -596,7 +597,18 @@ TEST_F(Live, StartEmptyIfThePreviousFileIsDamagedToo) {
     EXPECT_EQ(0, read<int>("a/x", 0));
     ASSERT_EQ(1U, events.size());
     EXPECT_EQ(LiveEventKind::startedEmpty, events[0].kind);
+    EXPECT_EQ("not a register file; the previous file cannot be used either, so no settings are loaded",
+              events[0].reason);
     EXPECT_EQ(1U, live.events().size());
+}
+
+TEST_F(Live, StartEmptyIfTheFileIsDamagedAndNoneIsPrevious) {
+    damage(file());
+    LiveSettings const live(options);
+    ASSERT_EQ(1U, events.size());
+    EXPECT_EQ(LiveEventKind::startedEmpty, events[0].kind);
+    EXPECT_EQ("not a register file; there is no previous file to restore, so no settings are loaded",
+              events[0].reason);
 }
 
 TEST_F(Live, KeepALimitedNumberOfDamagedFiles) {
@@ -619,8 +631,7 @@ TEST_F(Live, RepairAFileThatIsDamagedWhileTheyRun) {
     EXPECT_TRUE(live.sync().saved);
     ASSERT_EQ(1U, events.size());
     EXPECT_EQ(LiveEventKind::recovered, events[0].kind);
-    EXPECT_EQ("not a register file; nothing is lost: the program has all settings in memory",
-              events[0].reason);
+    EXPECT_EQ("not a register file; replaced with the settings in memory, nothing is lost", events[0].reason);
     EXPECT_EQ(1, stored("a/x"));
     EXPECT_EQ(2, stored("a/y"));
 }
@@ -630,11 +641,24 @@ TEST_F(Live, IgnoreADamagedAdministratorsFileUntilItIsRepaired) {
     LiveSettings live(options);
     ASSERT_EQ(1U, events.size());
     EXPECT_EQ(LiveEventKind::globalIgnored, events[0].kind);
+    EXPECT_EQ("not a register file; no settings of the administrator are used until it is repaired",
+              events[0].reason);
     EXPECT_EQ("not a register file", bytes(globalFile()));
     fs::remove(globalFile());
     administer("set a/x 1");
     ASSERT_TRUE(live.sync().saved);
     EXPECT_EQ(1, read<int>("a/x"));
+}
+
+TEST_F(Live, KeepWhatTheyLastReadFromAnAdministratorsFileThatIsDamagedLater) {
+    administer("set a/x 1");
+    LiveSettings live(options);
+    damage(globalFile());
+    ASSERT_TRUE(live.sync().saved);
+    EXPECT_EQ(1, read<int>("a/x"));
+    ASSERT_EQ(1U, events.size());
+    EXPECT_EQ(LiveEventKind::globalIgnored, events[0].kind);
+    EXPECT_EQ("not a register file; the settings last read from it remain in force", events[0].reason);
 }
 
 TEST_F(Live, DoNotChangeAFileOfALaterVersion) {
@@ -672,8 +696,31 @@ TEST_F(Live, ReportAFailingSaveAndItsRecoveryOnceEach) {
     EXPECT_TRUE(live.sync().saved);
     ASSERT_EQ(2U, events.size());
     EXPECT_EQ(LiveEventKind::saveFailed, events[0].kind);
+    EXPECT_EQ("Is a directory", events[0].reason);
     EXPECT_EQ(LiveEventKind::savedAgain, events[1].kind);
+    EXPECT_EQ("", events[1].reason);
     EXPECT_EQ(1, stored("a/x"));
+}
+
+TEST_F(Live, PrintEventsIfNoHandlerIsGiven) {
+    options.onEvent = nullptr;
+    damage(file());
+    testing::internal::CaptureStderr();
+    LiveSettings live(options);
+    std::string const keptAs = live.events().at(0).keptAs;
+    fs::create_directory(file());
+    write("a/x", 1);
+    EXPECT_FALSE(live.sync().saved);
+    fs::remove(file());
+    EXPECT_TRUE(live.sync().saved);
+    std::string const begin = "settings: " + file().string() + ": ";
+    EXPECT_EQ(begin +
+                  "not a register file; there is no previous file to restore, so no settings are loaded; the "
+                  "damaged "
+                  "file is kept as " +
+                  keptAs + '\n' + begin + "Is a directory; changes are not saved (retrying)\n" + begin +
+                  "all changes are saved now\n",
+              testing::internal::GetCapturedStderr());
 }
 
 TEST_F(Live, SaveNothingInAForkedChild) {

@@ -30,11 +30,15 @@ enum class LiveEventKind {
     /**
      * The user's file was damaged and has been replaced. When this happens at the start, it is replaced with the
      * previous file, and the changes of the last save are lost. Later, it is replaced with the settings in memory, and
-     * nothing is lost; the reason then says so.
+     * nothing is lost.
      */
     recovered,
     startedEmpty, ///< the user's file was damaged, and the previous one was damaged or missing
-    globalIgnored, ///< the administrator's file is damaged, or has become unreadable; its last good content is used
+    /**
+     * The administrator's file is damaged, or has become unreadable. What this process last read from it remains in
+     * force; at the start, that is nothing.
+     */
+    globalIgnored,
     saveFailed, ///< changes could not be saved; saving is retried until it succeeds
     savedAgain, ///< after `saveFailed`: everything has been saved
 };
@@ -42,7 +46,7 @@ enum class LiveEventKind {
 struct LiveEvent {
     LiveEventKind kind;
     std::string file;   ///< the affected file
-    std::string reason; ///< the problem; empty for `savedAgain`
+    std::string reason; ///< the problem, and the consequence of damage, for the user; empty for `savedAgain`
     std::string keptAs; ///< the path at which a damaged file is kept; empty if none is kept
 };
 

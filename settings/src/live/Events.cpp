@@ -8,27 +8,14 @@ namespace velmorand::live {
 
 namespace {
 
-char const* consequence(LiveEventKind kind) {
-    switch (kind) {
-    case LiveEventKind::recovered:
-        return "replaced by an intact copy";
-    case LiveEventKind::startedEmpty:
-        return "starting with empty settings";
-    case LiveEventKind::globalIgnored:
-        return "the administrator's settings are ignored";
-    case LiveEventKind::saveFailed:
-        return "settings are not saved; trying again";
-    case LiveEventKind::savedAgain:
-        break;
-    }
-    return "settings are saved again";
-}
-
 void print(LiveEvent const& event) {
-    std::string line = "settings: " + event.file;
-    if (!event.reason.empty())
-        line += ": " + event.reason;
-    line += std::string("; ") + consequence(event.kind);
+    std::string line = "settings: " + event.file + ": ";
+    if (event.kind == LiveEventKind::savedAgain)
+        line += "all changes are saved now";
+    else
+        line += event.reason;
+    if (event.kind == LiveEventKind::saveFailed)
+        line += "; changes are not saved (retrying)";
     if (!event.keptAs.empty())
         line += "; the damaged file is kept as " + event.keptAs;
     line += '\n';

@@ -19,6 +19,20 @@ Image empty() {
     return std::make_shared<filesystem::TreeImage const>();
 }
 
+/** How the program goes on after a recovery at the start, for the user. */
+char const* consequence(Found previous) {
+    switch (previous) {
+    case Found::sound:
+        return "; restored from the previous file, without the changes of the last save";
+    case Found::missing:
+        return "; there is no previous file to restore, so no settings are loaded";
+    case Found::damaged:
+    case Found::unreadable:
+        break;
+    }
+    return "; the previous file cannot be used either, so no settings are loaded";
+}
+
 /** Replaces a damaged file with the previous one. Result: the content of the user's file after that. */
 Image recover(Files& files, Events& events) {
     filesystem::DirectoryLock lock;
@@ -37,7 +51,8 @@ Image recover(Files& files, Events& events) {
         keptAs.clear(); // the next save tries again
     files.user.removeOldestDamaged();
     events.note({isRecovered ? LiveEventKind::recovered : LiveEventKind::startedEmpty, files.user.path(),
-                 reading.reason, keptAs.empty() ? keptAs : files.directory + '/' + keptAs});
+                 reading.reason + consequence(previous.found),
+                 keptAs.empty() ? keptAs : files.directory + '/' + keptAs});
     return isRecovered ? previous.image : empty();
 }
 
@@ -59,7 +74,11 @@ void Files::open(Events& events) {
                                                       : empty();
     globalImage = globalReading.found == Found::sound ? globalReading.image : empty();
     if (globalReading.found == Found::damaged)
-        events.note({LiveEventKind::globalIgnored, global.path(), globalReading.reason, {}});
+        events.note(
+            {LiveEventKind::globalIgnored,
+             global.path(),
+             globalReading.reason + "; no settings of the administrator are used until it is repaired",
+             {}});
 }
 
 } // namespace velmorand::live

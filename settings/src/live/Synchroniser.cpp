@@ -134,7 +134,7 @@ std::string Synchroniser::take(DirectoryLock& turn) {
         outcome = turn.take(_files.directory, patience);
     switch (outcome) {
     case DirectoryLock::Outcome::timedOut:
-        return _files.directory + ": locked by another process for too long";
+        return _files.directory + ": another process has held the lock for too long";
     case DirectoryLock::Outcome::failed:
         return _files.directory + ": " + std::generic_category().message(errno);
     case DirectoryLock::Outcome::taken:
@@ -147,7 +147,7 @@ std::string Synchroniser::take(DirectoryLock& turn) {
 void Synchroniser::noteRecovery(std::string const& damage, std::string const& keptAs) {
     _files.user.removeOldestDamaged();
     _events.note({LiveEventKind::recovered, _files.user.path(),
-                  damage + "; nothing is lost: the program has all settings in memory",
+                  damage + "; replaced with the settings in memory, nothing is lost",
                   _files.directory + '/' + keptAs});
 }
 
@@ -182,7 +182,10 @@ void Synchroniser::readGlobal() {
     if (reading->found == Found::damaged || reading->found == Found::unreadable) {
         // Reported only once, until the file can be read again.
         if (!std::exchange(_isGlobalIgnored, true))
-            _events.note({LiveEventKind::globalIgnored, _files.global.path(), reading->reason, {}});
+            _events.note({LiveEventKind::globalIgnored,
+                          _files.global.path(),
+                          reading->reason + "; the settings last read from it remain in force",
+                          {}});
         return;
     }
     _isGlobalIgnored = false;
@@ -194,9 +197,11 @@ void Synchroniser::readGlobal() {
 void Synchroniser::report(std::string const& failure) {
     if (std::exchange(_isFailing, !failure.empty()) == !failure.empty())
         return;
+    std::string const path = _files.user.path() + ": "; // the event names the file anyway
+    bool const isOfFile = failure.compare(0, path.size(), path) == 0;
     _events.note({failure.empty() ? LiveEventKind::savedAgain : LiveEventKind::saveFailed,
                   _files.user.path(),
-                  failure,
+                  failure.substr(isOfFile ? path.size() : 0),
                   {}});
 }
 
