@@ -15,6 +15,7 @@
 #include "Access.h"
 #include "Declarations.h"
 #include "Locks.h"
+#include "Names.h"
 #include "Overrides.h"
 #include "Recall.h"
 #include "Record.h"
@@ -82,7 +83,9 @@ template <class Kind>
 std::string KindDeclaration<Kind>::problem() const {
     auto fetched = fetch<Kind>(name());
     std::string const problem = fetched.value ? objectionTo(*fetched.value) : std::move(fetched.problem);
-    return problem.empty() ? problem : name() + ": " + problem;
+    if (!problem.empty())
+        return name() + ": " + problem;
+    return fetched.value ? std::string() : objectionToName(name());
 }
 
 template <class Kind>

@@ -66,12 +66,17 @@ bool canBeName(std::string const& clean) {
     return faultOf(clean).empty();
 }
 
+std::string objectionToName(std::string const& name) {
+    std::string const fault = faultOf(cleanName(name));
+    return fault.empty() ? fault : "invalid name: " + inQuotes(name) + ": " + fault;
+}
+
 std::string const& propertyName(std::string const& name, std::string& storage) {
     if (isPlain(name))
         return name;
+    if (std::string const objection = objectionToName(name); !objection.empty())
+        throw Exception(objection);
     storage = cleanName(name);
-    if (std::string const fault = faultOf(storage); !fault.empty())
-        throw Exception("invalid name: " + inQuotes(name) + ": " + fault);
     return storage;
 }
 

@@ -17,6 +17,9 @@ namespace velmorand {
 /** Whether a clean name is valid for a property: UTF-8, not empty, and without a level "." or "..". */
 [[nodiscard]] bool canBeName(std::string const& clean);
 
+/** Why a name is not valid for a property, with the name; empty if it is valid. */
+[[nodiscard]] std::string objectionToName(std::string const& name);
+
 /**
  * The clean form of a name to write to. The result refers to `name` if that is clean already, as nearly always, and
  * otherwise to `storage`.

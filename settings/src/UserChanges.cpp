@@ -20,11 +20,11 @@ using utils::properties::_Register;
     throw Exception("cannot write " + inQuotes(name) + ": " + reason);
 }
 
-/** Errors: `utils::Exception` if one of the groups of this clean name is to become a property. */
+/** Errors: `utils::Exception` if the changes write one of the groups of this clean name as a property. */
 void requireRoom(UserChanges const& changes, std::string const& name) {
     for (auto const& [group, record] : changes)
         if (isIn(name, group))
-            refuse(name, inQuotes(group) + " is to become a property");
+            refuse(name, "the same changes write its group " + inQuotes(group) + " as a property");
 }
 
 } // namespace

@@ -189,7 +189,7 @@ TEST_F(Transaction, CannotReplaceAGroupThatItEmptiesWithAProperty) {
 TEST_F(Transaction, CannotCreateAPropertyAndAGroupOfTheSameName) {
     changes.write("a/g/x", 1);
     changes.write("a/g", 1);
-    EXPECT_EQ("cannot write \"a/g/x\": \"a/g\" is to become a property",
+    EXPECT_EQ("cannot write \"a/g/x\": the same changes write its group \"a/g\" as a property",
               failure([this] { changes.apply(); }));
     EXPECT_FALSE(_Register::getInstance()->propertyExists("a", SCOPE_USER));
 }

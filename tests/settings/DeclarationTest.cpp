@@ -118,6 +118,12 @@ TEST(Get, ReturnsTheFallbackForAGroup) {
     EXPECT_EQ("a/size: expected a string, found a group", text.problem());
 }
 
+TEST(Get, ReturnsTheFallbackForANameThatIsNotValid) {
+    Property<int> const setting{"a/../b", 1};
+    EXPECT_EQ(1, setting.get());
+    EXPECT_EQ("invalid name: \"a/../b\": a level cannot be \"..\"", setting.problem());
+}
+
 TEST(Get, ReturnsTheFallbackForAValueOutOfRange) {
     write("a/size", 72.0);
     EXPECT_EQ(72.0, sizeProperty().get());

@@ -236,7 +236,7 @@ public:
 
     /**
      * Why `get` returns the fallback although there is a value, such as
-     * `editor/size: 80 is not allowed: expected 6 to 72`; otherwise empty.
+     * `editor/size: 80 is not allowed: expected 6 to 72`, or because the name is not valid; otherwise empty.
      */
     [[nodiscard]] std::string problem() const { return _declared->problem(); }
 
