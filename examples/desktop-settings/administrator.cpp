@@ -2,8 +2,8 @@
 //
 // usage: desktop-settings-administrator SCHEMAS DIRECTORY
 //
-// Sets all default values of the desktop's schemas for everyone. The administrator's file has the format of a user's file,
-// in the directory that other users use as the global one.
+// Sets the default values in the desktop's schemas for all users. The administrator's file has the format of a user's
+// file, so this program opens the directory that other programs use as the global one as its user directory.
 
 #include <iostream>
 #include <map>
@@ -47,21 +47,22 @@ void printKinds(Schemas const& schemas) {
     std::map<std::string, int> kinds;
     for (auto const& [name, value] : schemas.settings)
         ++kinds[kindOf(value)];
-    Table table({"kind", "settings"});
+    Table table({"type", "settings"});
     for (auto const& [kind, count] : kinds)
         table.add({kind, std::to_string(count)});
-    for (auto const& [type, count] : schemas.leftOut)
-        table.add({"left out: type " + type, std::to_string(count)});
     table.print(std::cout);
+    for (auto const& [type, count] : schemas.leftOut)
+        std::cout << "\nSkipped: " << count << " settings of type " << type
+                  << ", which the register does not support\n";
 }
 
 void administrate(std::string const& schemasDirectory, std::string const& directory) {
     Schemas const schemas = readSchemas(schemasDirectory);
-    velmorand::LiveSettings const live{{directory, directory + "/nobody-above"}};
+    velmorand::LiveSettings const live{{directory, directory + "/no-other-directory"}};
     std::map<std::string, int> const groups = writeDefaults(schemas.settings);
     verify(schemas.settings);
-    std::cout << "The administrator sets " << schemas.settings.size() << " settings in " << groups.size()
-              << " groups for everyone:\n\n";
+    std::cout << "The administrator has set " << schemas.settings.size() << " defaults in " << groups.size()
+              << " groups:\n\n";
     printKinds(schemas);
 }
 

@@ -6,8 +6,8 @@
 // answers each with a line:
 //
 //   set TYPE NAME VALUE   changes a setting
-//   hear NAME             waits until another process has changed a setting
-//   show NAME             reads a setting
+//   await NAME            waits until another process has changed a setting
+//   read NAME             reads a setting
 //   quit                  ends the application; so does the end of the input
 
 #include <chrono>
@@ -36,7 +36,7 @@ public:
         : _listener(
               desktopGroup, [this](std::string const& name) { add(name); }, this) {}
 
-    /** The sender of this application's own changes, which are not news. */
+    /** The sender for this application's own changes, which the listener ignores. */
     [[nodiscard]] void* sender() { return this; }
 
     /** Waits for a setting to change. Errors: `std::runtime_error` if that takes half a minute. */
@@ -75,7 +75,7 @@ std::string change(News& news, std::istream& words) {
     words >> type >> name;
     std::getline(words, text);
     write(news.sender(), name, valueOf(type, text), velmorand::SCOPE_USER);
-    return "sets   " + described(name);
+    return "sets      " + described(name);
 }
 
 std::string act(News& news, std::string const& line) {
@@ -86,21 +86,21 @@ std::string act(News& news, std::string const& line) {
     if (action == "set")
         return change(news, words);
     words >> name;
-    if (action == "hear") {
+    if (action == "await") {
         news.waitFor(name);
-        return "hears  " + described(name);
+        return "receives  " + described(name);
     }
-    require(action == "show", "no such action: " + line);
-    return "finds  " + described(name);
+    require(action == "read", "no such action: " + line);
+    return "reads     " + described(name);
 }
 
 void run(std::string const& userDirectory, std::string const& globalDirectory) {
     velmorand::LiveSettings const live{{userDirectory, globalDirectory}};
     News news;
     velmorand::write(sessionProperty, true, velmorand::SCOPE_TEMPORARY);
-    std::cout << "runs with " << countProperties("", velmorand::SCOPE_GLOBAL)
-              << " settings of the administrator and " << countProperties("", velmorand::SCOPE_USER)
-              << " of the user" << std::endl;
+    std::cout << "starts with " << countProperties("", velmorand::SCOPE_GLOBAL)
+              << " settings from the administrator and " << countProperties("", velmorand::SCOPE_USER)
+              << " from the user" << std::endl;
 
     for (std::string line; std::getline(std::cin, line) && line != "quit";)
         std::cout << act(news, line) << std::endl;

@@ -2,8 +2,8 @@
 //
 // usage: desktop-settings-check SCHEMAS USER-DIRECTORY GLOBAL-DIRECTORY CHANGES
 //
-// Compares every setting with the changes that were made: each setting must have the value of its last change, in the
-// right scope, or the schemas' value if it was never changed; nothing else may have been saved.
+// Compares every setting with the list of changes: a changed setting must have the value of its last change, in the scope
+// of that change; an unchanged one must have the schemas' value. Nothing else may have been saved.
 
 #include <iostream>
 #include <map>
@@ -56,7 +56,7 @@ void verifyCount(velmorand::RegisterScope scope, int expected, std::string const
 }
 
 void check(Schemas const& schemas, std::map<std::string, Expected> const& settings) {
-    Table table({"setting", "value", "scope", "changed by", "right?"});
+    Table table({"setting", "value", "scope", "changed by", "correct?"});
     int ofUser = 0;
     int changed = 0;
     int faults = 0;
@@ -67,8 +67,8 @@ void check(Schemas const& schemas, std::map<std::string, Expected> const& settin
         ofUser += expected.scope == "user" ? 1 : 0;
         if (expected.by.empty() && fault.empty())
             continue;
-        bool const isThere = scopeOf(name) != "nowhere";
-        table.add({shortName(name), isThere ? textOf(read(name)) : "-", scopeOf(name), expected.by,
+        bool const exists = scopeOf(name) != "nowhere";
+        table.add({shortName(name), exists ? textOf(read(name)) : "-", scopeOf(name), expected.by,
                    fault.empty() ? "yes" : fault});
     }
     table.print(std::cout);
@@ -76,9 +76,9 @@ void check(Schemas const& schemas, std::map<std::string, Expected> const& settin
     verifyCount(velmorand::SCOPE_GLOBAL, static_cast<int>(schemas.settings.size()), "global");
     verifyCount(velmorand::SCOPE_USER, ofUser, "user");
     require(scopeOf(sessionProperty) == "nowhere", std::string(sessionProperty) + " was saved");
-    std::cout << "\nAll " << changed << " changed settings were saved, the other "
+    std::cout << "\nAll " << changed << " changed settings have the value of their last change. The other "
               << schemas.settings.size() - static_cast<std::size_t>(changed)
-              << " are as the administrator left them, and nothing temporary was saved.\n";
+              << " have the\nadministrator's default. No temporary setting was saved.\n";
 }
 
 } // namespace

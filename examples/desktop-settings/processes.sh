@@ -58,7 +58,7 @@ answer() {
     printf '  %-7s %s\n' "$1" "$line"
 }
 
-# note BY SCOPE TYPE NAME VALUE: for the check.
+# note BY SCOPE TYPE NAME VALUE: records a change for the check.
 note() {
     printf '%s\n' "$*" >>"$work/changes"
 }
@@ -69,12 +69,12 @@ change() {
     tell "$1" set "$2" "$3" "$4"
 }
 
-# hear APPLICATION NAME...: waits until the application has been notified that another process changed each setting.
-hear() {
+# await APPLICATION NAME...: waits until the application has been notified that another process changed each setting.
+await() {
     application=$1
     shift
     for name in "$@"; do
-        tell "$application" hear "$name"
+        tell "$application" await "$name"
         answer "$application"
     done
 }
