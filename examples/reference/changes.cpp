@@ -25,7 +25,7 @@ int main() {
     changes.set(width, 800);
     changes.set(height, 600);
     changes.reset("window/title");
-    changes.apply(); // all of them or, with an exception, none
+    changes.apply(); // makes all changes or, if it throws, none
     //! [apply]
 
     //! [lock]

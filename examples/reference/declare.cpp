@@ -61,7 +61,7 @@ int main() {
     settings::theme.set(Theme::dark);
     settings::blink.set(std::chrono::seconds(1));
     settings::paper.set(Colour{0xFF8000});
-    std::cout << settings::size.get() << '\n'; // the fallback until somebody sets it
+    std::cout << settings::size.get() << '\n'; // the fallback, until a value is set
     //! [use]
 
     //! [wrong value]

@@ -33,7 +33,7 @@ int main() {
     //! [replace]
     if (disk.open(QStringLiteral("Copy.dat"), &file, FileSystem::MODE_WRITE)) {
         memory.serialize(QStringLiteral("/user"), *file);
-        if (!disk.close(file)) // only this puts the new content in place, durably
+        if (!disk.close(file)) // closing the file puts the new content in place, durably
             std::cerr << "not written\n";
     }
     //! [replace]
