@@ -65,7 +65,7 @@ std::vector<Case> whatIsNotAllowed() {
         {"AnElementOutOfRange", {"integers", "editor/margins", "9", "10"}, "10 is not allowed: " + margins},
         {"NotAChoice",
          {"string", "editor/theme", "blue"},
-         R"("blue" is not allowed: expected a string: one of "light", "dark")"},
+         R"("blue" is not allowed: expected a string, one of "light", "dark")"},
         {"AFraction", {"number", "editor/count", "1.5"}, "1.5 is not allowed: " + count},
         {"AFractionAsString", {"string", "editor/id", "1.0"}, "\"1.0\" is not allowed: " + id},
         {"NoDigits", {"string", "editor/id", "--", "-"}, "\"-\" is not allowed: " + id},
@@ -227,12 +227,21 @@ TEST_F(CheckDeclared, StatesTheOnlyLimit) {
                    "1 property, 1 warning");
 }
 
+TEST_F(CheckDeclared, StatesTheChoicesForTheElementsOfAList) {
+    declare(R"("a/x": {"type": "integers", "choices": [1, 2]})");
+    set({"integers", "a/x", "1", "3"});
+    expectWarnings(warning("a/x", "3 is not allowed: expected a list of integers, each one of 1, 2"),
+                   "1 property, 1 warning");
+}
+
 TEST_F(CheckDeclared, IgnoresUnknownFormats) {
     declare(R"("a/x": {"type": "string", "format": "date", "minimum": "2000-01-01"},
                "a/y": {"type": "number", "format": "date"})");
     set({"string", "a/x", "1999-12-31"});
     set({"number", "a/y", "0.5"});
     expectSound();
+    set({"integer", "a/x", "1"});
+    expectWarnings(warning("a/x", "an integer is not allowed: expected a string"), "2 properties, 1 warning");
 }
 
 TEST_F(CheckDeclared, IgnoresFormatsOfOtherKinds) {

@@ -90,7 +90,8 @@ TEST_F(ListDeclared, KeepsEachSettingOnItsLine) {
 
 TEST_F(ListDeclared, ReportsAGroupWithoutDeclaredSettings) {
     answer({"set", "integer", "other/x", "1"});
-    EXPECT_THAT(run({"list", "--declared", "other"}), Complains(1, "no declared settings in group: other\n"));
+    EXPECT_THAT(run({"list", "--declared", "other"}),
+                Complains(1, "no declared settings in the group \"other\"\n"));
     EXPECT_THAT(run({"list", "--declared", "viewer/zoom"}),
                 Complains(1, "\"viewer/zoom\" is a property, not a group\n"));
 }

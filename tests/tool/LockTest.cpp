@@ -30,8 +30,9 @@ private:
 
 TEST_F(Lock, IsWaitedForUpToTheTimeLimit) {
     std::string const before = bytesOf(userFile);
-    std::string const complaint =
-        "nothing changed: " + user + ": locked by another process for more than 0 s";
+    std::string const complaint = "velmorand-register: " + user +
+                                  ": another process has held the lock for more than 0 s (end that process, "
+                                  "or wait longer with --wait SECONDS)\n";
     EXPECT_THAT(run({"--wait", "0", "set", "integer", "x", "2"}), Complains(3, complaint));
     EXPECT_THAT(run({"--wait", "0", "delete", "x"}), Complains(3, complaint));
     EXPECT_THAT(run({"--wait", "0", "import", "-"}, "{}"), Complains(3, complaint));

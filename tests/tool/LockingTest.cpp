@@ -79,15 +79,15 @@ TEST_F(Locking, LeavesNoListWhenEverythingIsUnlocked) {
 TEST_F(Locking, OfAGroupCannotBeUndoneForANameInIt) {
     administer({"lock", "viewer", "editor"});
     EXPECT_THAT(runOnBoth({"unlock", "viewer", "editor/theme"}),
-                Complains(1, "nothing changed: \"editor/theme\" is locked through the group \"editor\" "
-                             "(unlock that group)\n"));
+                Complains(1, ": cannot unlock \"editor/theme\": the group \"editor\" is locked (unlock "
+                             "that group)\n"));
     EXPECT_EQ("viewer\neditor\n", list());
 }
 
 TEST_F(Locking, OfAGroupStillAppliesToANameThatIsUnlocked) {
     administer({"lock", "editor/theme", "editor"});
     EXPECT_THAT(runOnBoth({"set", "number", "editor/size", "12"}),
-                Complains(2, "the administrator has locked editor"));
+                Complains(2, "the administrator has locked \"editor\""));
     EXPECT_EQ("still locked: editor/theme (through editor)\n", administer({"unlock", "editor/theme"}));
     EXPECT_EQ("editor\n", list());
 }
@@ -106,15 +106,15 @@ TEST_F(Locking, NeedsTheGlobalDirectoryAndNames) {
 
 TEST_F(Locking, DoesNotChangeAListOfAnotherType) {
     setGlobally({"string", "velmorand/locked", "a"});
-    std::string const expected =
-        "nothing changed: velmorand/locked: a string is not allowed: expected a list "
-        "of strings (delete it first)\n";
+    std::string const expected = ": cannot change the list of locks, \"velmorand/locked\": a string is not "
+                                 "allowed: expected a list of "
+                                 "strings (delete it first)\n";
     EXPECT_THAT(runOnBoth({"lock", "a"}), Complains(3, expected));
     EXPECT_THAT(runOnBoth({"unlock", "a"}), Complains(3, expected));
     setGlobally({"string", "velmorand/group/a", "a"});
     administer({"--scope", "global", "delete", "velmorand/locked"});
     setGlobally({"string", "velmorand/locked/a", "a"});
-    EXPECT_THAT(runOnBoth({"lock", "a"}), Complains(3, "velmorand/locked: a group is not allowed"));
+    EXPECT_THAT(runOnBoth({"lock", "a"}), Complains(3, "\"velmorand/locked\": a group is not allowed"));
 }
 
 TEST_F(Locking, KeepsEntriesThatAreNotNames) {
@@ -190,8 +190,9 @@ TEST_F(Locking, IsShownForDeclaredSettings) {
 TEST_F(Locking, MakesTheAdministratorsValueEffective) {
     answer({"set", "string", "editor/theme", "light"});
     administer({"lock", "editor"});
-    EXPECT_THAT(runOnBoth({"get", "editor/theme"}),
-                Complains(1, "no such property: editor/theme (the administrator has locked it)\n"));
+    EXPECT_THAT(
+        runOnBoth({"get", "editor/theme"}),
+        Complains(1, "no such property: editor/theme (the administrator has locked it but not set it)\n"));
     setGlobally({"string", "editor/theme", "dark"});
     EXPECT_EQ("dark\n", administer({"get", "editor/theme"}));
     EXPECT_EQ("light\n", administer({"--scope", "user", "get", "editor/theme"}));
@@ -199,13 +200,16 @@ TEST_F(Locking, MakesTheAdministratorsValueEffective) {
 
 TEST_F(Locking, PreventsSettingTheUsersValue) {
     administer({"lock", "editor"});
-    EXPECT_THAT(runOnBoth({"set", "string", "editor/theme", "dark"}),
-                Complains(2, "editor/theme: the administrator has locked editor (--force sets it anyway)\n"));
+    EXPECT_THAT(
+        runOnBoth({"set", "string", "editor/theme", "dark"}),
+        Complains(2, ": cannot set \"editor/theme\": the administrator has locked \"editor\" (--force sets "
+                     "it anyway)\n"));
     EXPECT_THAT(runOnBoth({"--scope", "user", "set", "string", "editor/theme", "dark"}), Complains(2, ""));
     EXPECT_EQ("no file", bytesOf(userFile));
     administer({"lock", "other"});
     EXPECT_THAT(runOnBoth({"set", "string", "other", "dark"}),
-                Complains(2, "other: the administrator has locked it (--force sets it anyway)\n"));
+                Complains(2, ": cannot set \"other\": the administrator has locked it (--force sets it "
+                             "anyway)\n"));
 }
 
 TEST_F(Locking, IsIgnoredByForce) {

@@ -553,7 +553,7 @@ TEST_F(Moving, LockedSettingsAreRefusedAndTheRestIsImported) {
     EXPECT_EQ(1, outcome.status);
     EXPECT_EQ("set       editor/size: integer 12\n"
               "refused   editor/theme: the administrator has locked it (--force sets it anyway)\n"
-              "refused   window/x: the administrator has locked window (--force sets it anyway)\n"
+              "refused   window/x: the administrator has locked \"window\" (--force sets it anyway)\n"
               "1 set, 2 refused\n",
               outcome.out);
     EXPECT_EQ("integer   user   editor/size: 12\n", all());

@@ -6,19 +6,23 @@ using namespace tool;
 using SetDeclared = Declared;
 
 TEST_F(SetDeclared, RefusesAnotherKindAndReportsTheExpectedOne) {
-    EXPECT_THAT(run({"set", "string", "editor/size", "12"}),
-                Complains(2, "editor/size: a string is not allowed: expected a number from 6 to 72 "
-                             "(--force sets it anyway)\n"));
+    EXPECT_THAT(
+        run({"set", "string", "editor/size", "12"}),
+        Complains(2, ": cannot set \"editor/size\": a string is not allowed: expected a number from 6 to 72 "
+                     "(--force sets it anyway)\n"));
     EXPECT_EQ("no file", bytesOf(userFile));
 }
 
 TEST_F(SetDeclared, RefusesAValueThatIsNotAllowed) {
     answer({"set", "number", "editor/size", "12"});
     EXPECT_THAT(run({"set", "number", "editor/size", "99"}),
-                Complains(2, "editor/size: 99 is not allowed: expected a number from 6 to 72 "
-                             "(--force sets it anyway)\n"));
-    EXPECT_THAT(run({"set", "string", "editor/autosave", "30"}),
-                Complains(2, "editor/autosave: \"30\" is not allowed: expected a duration such as \"1.5s\""));
+                Complains(2,
+                          ": cannot set \"editor/size\": 99 is not allowed: expected a number from 6 to 72 "
+                          "(--force sets it anyway)\n"));
+    EXPECT_THAT(
+        run({"set", "string", "editor/autosave", "30"}),
+        Complains(2, "cannot set \"editor/autosave\": \"30\" is not allowed: expected a duration such as "
+                     "\"1.5s\""));
     EXPECT_EQ("12\n", answer({"get", "editor/size"}));
 }
 
@@ -42,7 +46,7 @@ TEST_F(SetDeclared, AcceptsUndeclaredNames) {
 
 TEST_F(SetDeclared, RefusesTheSameValuesInTheGlobalFile) {
     EXPECT_THAT(run({"--global", global, "--scope", "global", "set", "string", "/editor//theme", "blue"}),
-                Complains(2, "editor/theme: \"blue\" is not allowed"));
+                Complains(2, "cannot set \"editor/theme\": \"blue\" is not allowed"));
 }
 
 TEST_F(SetDeclared, DoesNotAffectImport) {

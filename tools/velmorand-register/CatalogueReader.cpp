@@ -15,8 +15,6 @@ namespace {
 
 using nlohmann::json;
 
-constexpr std::size_t singles = kindNames.size() / 2; // the lists follow, in the same order
-
 /** Reads a member if it exists. Errors: `BadEntry` with the name of the member. */
 template <class Read>
 auto optionalMember(json const& declaration, char const* name, Read read)

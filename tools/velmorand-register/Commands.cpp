@@ -66,9 +66,10 @@ Status get(Places const& places, std::string const& name) {
     InForce const inForce(places);
     auto const entry = inForce.find(clean).entry;
     if (entry.kind == Kind::none)
-        throw Failure(Status::notThere,
-                      "no such property: " + clean +
-                          (inForce.isLocked(clean) ? " (the administrator has locked it)" : ""));
+        throw Failure(
+            Status::notThere,
+            "no such property: " + clean +
+                (inForce.isLocked(clean) ? " (the administrator has locked it but not set it)" : ""));
     if (entry.kind == Kind::directory)
         throw Failure(Status::notThere, '"' + clean + "\" is a group, not a property");
     Reading const reading = decodeRecord(entry.content);
@@ -90,7 +91,7 @@ Status set(Places const& places, std::string const& kind, std::string const& nam
     Value const value = parseValue(kind, texts);
     if (!isForced)
         if (std::string const wrong = Permissions(places).objectionTo(clean, value); !wrong.empty())
-            throw Failure(Status::misuse, clean + ": " + wrong);
+            throw Failure(Status::misuse, "cannot set \"" + clean + "\": " + wrong);
     std::string const record = encodeRecord(value);
     auto const saved = edit(places, [&](Settings& settings) { settings.write(clean, record); });
     if (!saved)

@@ -31,10 +31,11 @@ void take(filesystem::DirectoryLock& lock, Directory const& directory, std::chro
     if (outcome == Outcome::taken)
         return;
     throw Failure(Status::fileTrouble,
-                  "nothing changed: " + directory.path + ": " +
+                  directory.path + ": " +
                       (outcome == Outcome::failed
                            ? std::generic_category().message(errno)
-                           : "locked by another process for more than " + std::to_string(patience.count()) +
+                           : "another process has held the lock for more than " +
+                                 std::to_string(patience.count()) +
                                  " s (end that process, or wait longer with --wait SECONDS)"));
 }
 

@@ -68,7 +68,6 @@ bool isAllowed(Value const& element, Declaration const& declaration) {
 }
 
 std::string nounOf(Declaration const& declaration) {
-    constexpr std::size_t singles = kindNames.size() / 2;
     constexpr std::array<char const*, singles> one{"a string", "a number", "an integer", "a boolean"};
     constexpr std::array<char const*, singles> several{"strings", "numbers", "integers", "booleans"};
     bool const isList = declaration.kind >= singles;
@@ -86,7 +85,10 @@ std::string nounOf(Declaration const& declaration) {
     return begin + (isList ? several : one).at(element);
 }
 
+/** The limits; none if they have no effect, which is the case for strings without a format. */
 std::string rangeOf(Declaration const& declaration) {
+    if (declaration.kind % singles == 0 && declaration.format == Format::plain)
+        return {};
     if (declaration.minimum && declaration.maximum)
         return " from " + shown(*declaration.minimum) + " to " + shown(*declaration.maximum);
     if (declaration.minimum)
@@ -101,7 +103,7 @@ std::string rangeOf(Declaration const& declaration) {
 std::string expectationOf(Declaration const& declaration) {
     std::string text = nounOf(declaration) + rangeOf(declaration);
     if (declaration.choices) {
-        char const* separator = ": one of ";
+        char const* separator = declaration.kind < singles ? ", one of " : ", each one of ";
         for (Value const& choice : *declaration.choices) {
             text += separator + shown(choice);
             separator = ", ";

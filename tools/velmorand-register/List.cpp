@@ -102,7 +102,7 @@ Status listDeclared(Places const& places, std::string const& group, bool isRecur
     if (next == end)
         throw Failure(Status::notThere, declarations.count(around) > 0
                                             ? '"' + around + "\" is a property, not a group"
-                                            : "no declared settings in group: " + around);
+                                            : "no declared settings in the group \"" + around + '"');
     std::size_t const begin = around.empty() ? 0 : around.size() + 1; // of names relative to it
     while (next != end) {
         auto const& [name, declaration] = *next;

@@ -101,9 +101,8 @@ Status unlock(Places const& places, std::vector<std::string> const& names) {
             bool const wasListed = removeEntries(list, name);
             auto const entry = Locks(list).entryFor(name);
             if (entry && !wasListed)
-                throw Failure(Status::notThere, "nothing changed: \"" + name +
-                                                    "\" is locked through the group \"" + *entry +
-                                                    "\" (unlock that group)");
+                throw Failure(Status::notThere, "cannot unlock \"" + name + "\": the group \"" + *entry +
+                                                    "\" is locked (unlock that group)");
             if (entry)
                 report += lineAbout("still locked", name, *entry);
             else

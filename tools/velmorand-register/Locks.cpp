@@ -64,7 +64,7 @@ Names lockList(Settings const& settings) {
     if (reading.value && reading.damage.empty() && std::holds_alternative<Names>(*reading.value))
         return std::get<Names>(*reading.value);
     throw Failure(Status::fileTrouble,
-                  std::string("nothing changed: ") + lockListName + ": " +
+                  std::string("cannot change the list of locks, \"") + lockListName + "\": " +
                       (reading.damage.empty() ? objectionToLocks(entry.kind, reading) : reading.damage) +
                       " (delete it first)");
 }

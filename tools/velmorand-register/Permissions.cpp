@@ -26,7 +26,7 @@ std::string Permissions::objectionTo(std::string const& name, Value const& value
     std::string reason =
         declared == _declarations.end() ? std::string() : tool::objectionTo(value, declared->second);
     if (auto const entry = _locks.entryFor(name); reason.empty() && entry)
-        reason = "the administrator has locked " + (*entry == name ? "it" : *entry);
+        reason = "the administrator has locked " + (*entry == name ? "it" : '"' + *entry + '"');
     return reason.empty() ? reason : reason + " (--force sets it anyway)";
 }
 

@@ -14,9 +14,12 @@ namespace {
 Directory named(std::string const& path) {
     struct stat status = {};
     int const error = ::stat(path.c_str(), &status) != 0 ? errno : S_ISDIR(status.st_mode) ? 0 : ENOTDIR;
-    if (error != 0)
+    if (error != 0) {
+        bool const canBeCreated = error == ENOENT && !path.empty();
         throw Failure(error == EACCES ? Status::fileTrouble : Status::misuse,
-                      (path.empty() ? "\"\"" : path) + ": " + std::generic_category().message(error));
+                      (path.empty() ? "\"\"" : path) + ": " + std::generic_category().message(error) +
+                          (canBeCreated ? " (create it first: mkdir -p " + path + ')' : std::string()));
+    }
     return {path, true};
 }
 

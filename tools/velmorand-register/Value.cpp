@@ -12,8 +12,6 @@ namespace tool {
 
 namespace {
 
-constexpr std::size_t singles = kindNames.size() / 2; // `kindNames` has the lists after these
-
 std::size_t requiredKind(std::string const& name) {
     std::size_t const kind = velmorand::kindIndex(name);
     if (kind != kindNames.size())

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,6 +13,9 @@ namespace tool {
 using velmorand::decodeRecord;
 using velmorand::encodeRecord;
 using velmorand::kindNames;
+
+/** The number of kinds that are not lists. In `kindNames`, these come first; the lists follow in the same order. */
+constexpr std::size_t singles = kindNames.size() / 2;
 
 /** A property's value, of one of the eight kinds. */
 using Value = velmorand::AnyValue;

@@ -34,9 +34,10 @@ constexpr char const* footer =
 If a file already holds the same settings, "set", "import" and "restore" print
 "nothing changed" and leave it untouched.
 
-Exit status: 0 success; 1 a name does not exist, or something differs; 2 wrong
-usage; 3 a register file is damaged, cannot be read, or was not saved; 4 "check"
-found only undeclared names, invalid values or an invalid list of locks.)";
+Exit status: 0 success; 1 a name does not exist, files differ, or "import" has
+refused some settings; 2 wrong usage; 3 a register file is damaged, cannot be
+read, or was not saved; 4 "check" found only undeclared names, invalid values or
+an invalid list of locks.)";
 
 /** Parses the command line and runs its command. */
 class CommandLine {
@@ -119,7 +120,7 @@ private:
         _line
             .add_option_function<std::string>(
                 "--scope", [this](std::string const& scope) { _places.scope = scopes.at(scope); },
-                "Only this scope: user, global, temporary")
+                "The scope to use: user, global, temporary")
             ->type_name("SCOPE")
             ->check([](std::string const& scope) {
                 return scopes.count(scope) > 0
@@ -170,7 +171,7 @@ private:
             ->type_name("");
         addName(set, "The property's name");
         _values = addWords(set, "VALUE", "The value, or the elements of a list");
-        set->add_flag("--force", _isForced, "Set it even if it is locked or not allowed");
+        set->add_flag("--force", _isForced, "Also set locked settings and invalid values");
         set->footer("Put -- before values that begin with \"-\", unless a digit follows.\n" +
                     set->get_footer());
 
