@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <filesystem>
+
 #include "Tool.h"
 
 using namespace tool;
@@ -188,6 +190,55 @@ TEST_F(Import, PrintsThatNothingChanged) {
 TEST_F(Import, OfNothingIntoAMissingFileIsAChange) {
     EXPECT_EQ("0 set\n", answer({"import", "-"}, "{}"));
     EXPECT_EQ("nothing changed\n", answer({"import", "-"}, "{}"));
+}
+
+TEST_F(Import, OfAnyOtherJsonObjectSuggestsTheOptionForIt) {
+    std::string const hint = " (import --from json reads any other JSON object)\n";
+    EXPECT_THAT(run({"import", "-"}, R"({"theme": "dark"})"), Complains(2, format + hint));
+    EXPECT_THAT(run({"import", "-"}, R"({"editor": {"font": {"size": 12}}})"), Complains(2, format + hint));
+    EXPECT_THAT(run({"import", "-"}, R"({"editor": {"theme": "dark"}})"),
+                Complains(2, "\"type\" is missing" + hint));
+}
+
+TEST_F(Import, WithAnInvalidEntryAfterOthersDoesNotSuggestAnotherFormat) {
+    EXPECT_THAT(run({"import", "-"}, entryOf(R"("value": 1)")), Complains(2, bad + "\"type\" is missing\n"));
+    EXPECT_THAT(run({"import", "-"}, R"({"good": {"type": "group"}, "bad": 1})"),
+                Complains(2, format + '\n'));
+}
+
+TEST_F(Import, AsADryRunPrintsTheChangesAndMakesNone) {
+    answer({"import", "-"},
+           R"({"a": {"type": "integer", "value": 1}, "b": {"type": "integer", "value": 2}})");
+    std::string const before = bytesOf(userFile);
+    std::string const settings = R"({"a": {"type": "integer", "value": 3}})";
+    EXPECT_EQ("- a: integer 1\n"
+              "+ a: integer 3\n"
+              "1 set; not written (--dry-run)\n",
+              answer({"import", "--dry-run", "-"}, settings));
+    EXPECT_EQ("- a: integer 1\n"
+              "+ a: integer 3\n"
+              "- b: integer 2\n"
+              "1 set, 1 removed; not written (--dry-run)\n",
+              answer({"import", "--dry-run", "--replace", "-"}, settings));
+    EXPECT_EQ(before, bytesOf(userFile));
+}
+
+TEST_F(Import, AsADryRunPrintsThatNothingWouldChange) {
+    std::string const settings = R"({"a": {"type": "integer", "value": 1}})";
+    answer({"import", "-"}, settings);
+    EXPECT_EQ("nothing changed\n", answer({"import", "--dry-run", "-"}, settings));
+}
+
+TEST_F(Import, AsADryRunCreatesNothing) {
+    Outcome const outcome = runBare({"import", "--dry-run", "-"}, "{}");
+    EXPECT_EQ(0, outcome.status);
+    EXPECT_EQ("0 set; not written (--dry-run)\n", outcome.out);
+    EXPECT_FALSE(std::filesystem::exists(at(".config")));
+}
+
+TEST_F(Import, AsADryRunReportsInvalidEntries) {
+    EXPECT_THAT(run({"import", "--dry-run", "-"}, entryOf(R"("value": 1)")),
+                Complains(2, bad + "\"type\" is missing\n"));
 }
 
 TEST_F(Import, AcceptsAnyOrderAndLayout) {

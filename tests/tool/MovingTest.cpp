@@ -369,6 +369,33 @@ TEST_F(FromJson, ValuesThatTheRegisterCannotStoreAreRefused) {
               outcome.out);
 }
 
+TEST_F(FromJson, RefusesTheExchangeFormat) {
+    std::string const complaint =
+        ": in the exchange format, which \"import\" reads without --from (leave out --from json)\n";
+    EXPECT_THAT(
+        run({"import", "--from", "json",
+             file(R"({"a": {"type": "integer", "value": 1}, "b": {"type": "strings", "value": []}})")}),
+        Complains(2, at("old") + complaint));
+    EXPECT_THAT(run({"import", "--from", "json", "-"},
+                    R"({"a/b": {"type": "string", "base64": "/w=="}, "c": {"type": "group"},
+                        "d": {"type": "bytes", "base64": ""},
+                        "e": {"type": "integer", "value": 1, "record": "SQEAAAB4"}})"),
+                Complains(2, "standard input" + complaint));
+    EXPECT_EQ("no file", bytesOf(userFile));
+}
+
+TEST_F(FromJson, AcceptsObjectsThatResembleTheExchangeFormat) {
+    for (char const* const entry :
+         {R"({"type": "font", "value": 1})", R"({"type": 3, "value": 1})", R"({"type": "integer"})",
+          R"({"type": "integer", "value": 1, "unit": "pt"})", R"({"value": 1})",
+          R"({"type": "group", "value": 1})", R"({"type": "bytes", "value": 1})", "1"})
+        EXPECT_THAT(moved("json",
+                          file(R"({"a": {"type": "integer", "value": 1}, "b": )" + std::string(entry) + '}'),
+                          {"--dry-run"}),
+                    EndsWith("set; not written (--dry-run)\n"))
+            << entry;
+}
+
 /** A file that cannot be read as a whole. */
 struct BadFile {
     char const* name;
@@ -440,7 +467,6 @@ TEST_F(Moving, RefusesContradictoryOptions) {
                 ShowsUsage("no such store: registry (stores: ini, kconfig, dconf, json)"));
     EXPECT_THAT(run({"import", "--from", "ini", "--replace", "x"}),
                 ShowsUsage("--replace cannot be used with --from"));
-    EXPECT_THAT(run({"import", "--dry-run", "x"}), ShowsUsage("need --from"));
     EXPECT_THAT(run({"import", "--overwrite", "x"}), ShowsUsage("need --from"));
     EXPECT_THAT(run({"import", "--force", "x"}), ShowsUsage("need --from"));
     EXPECT_THAT(run({"import", "--map", "x", "x"}), ShowsUsage("need --from"));

@@ -24,6 +24,9 @@ Difference compare(Settings const& before, Settings const& after);
 /** A summary of what was saved: "2 set, 1 removed", or "nothing changed" if nothing was. */
 std::string summaryOf(std::optional<Difference> const& saved);
 
+/** Follows the summary of a dry run that has found changes. */
+constexpr char const* notWritten = "; not written (--dry-run)";
+
 /**
  * Prints the differences, sorted by name: a line with "-" for each property or empty group that was removed, one with
  * "+" for each that was added, and both for each property that changed. A line has the sign, the name, the kind and the

@@ -59,6 +59,15 @@ Settings settingsAt(std::string const& path) {
     return settings;
 }
 
+/** The change that sets everything in a file in the exchange format. Errors: `Failure` if it cannot be read. */
+Change importOf(std::string const& source, bool isReplacing) {
+    return [source, text = readAll(source), isReplacing](Settings& settings) {
+        if (isReplacing)
+            settings.remove("");
+        importSettings(titleOf(source), text, settings);
+    };
+}
+
 } // namespace
 
 Status get(Places const& places, std::string const& name) {
@@ -124,13 +133,13 @@ Status exportGroup(Places const& places, std::string const& group) {
 }
 
 Status import(Places const& places, std::string const& source, bool isReplacing) {
-    std::string const text = readAll(source);
-    auto const saved = edit(places, [&](Settings& settings) {
-        if (isReplacing)
-            settings.remove("");
-        importSettings(titleOf(source), text, settings);
-    });
-    std::cout << summaryOf(saved) << '\n';
+    std::cout << summaryOf(edit(places, importOf(source, isReplacing))) << '\n';
+    return Status::done;
+}
+
+Status previewImport(Places const& places, std::string const& source, bool isReplacing) {
+    auto const difference = preview(places, importOf(source, isReplacing), std::cout);
+    std::cout << summaryOf(difference) << (difference ? notWritten : "") << '\n';
     return Status::done;
 }
 

@@ -22,6 +22,7 @@ Status unlock(Places const& places, std::vector<std::string> const& names);
 Status remove(Places const& places, std::string const& name);
 Status exportGroup(Places const& places, std::string const& group);
 Status import(Places const& places, std::string const& source, bool isReplacing);
+Status previewImport(Places const& places, std::string const& source, bool isReplacing);
 Status importFrom(Places const& places, std::string const& store, Moving const& moving);
 Status diff(std::string const& before, std::string const& after);
 Status check(Places const& places, std::optional<std::string> const& path);

@@ -39,6 +39,28 @@ void take(filesystem::DirectoryLock& lock, Directory const& directory, std::chro
                                  " s (end that process, or wait longer with --wait SECONDS)"));
 }
 
+namespace {
+
+/** The settings in a register file before and after a change. */
+struct Edited {
+    Settings before;
+    Settings after;
+    std::optional<Difference> difference; ///< nothing if the file exists and already holds the settings
+};
+
+Edited edited(RegisterFile const& file, Change const& change) {
+    Edited result;
+    bool const isThere = file.load(result.before).isThere;
+    file.load(result.after);
+    change(result.after);
+    Difference const difference = compare(result.before, result.after);
+    if (!isThere || !difference.isNone())
+        result.difference = difference;
+    return result;
+}
+
+} // namespace
+
 std::optional<Difference> edit(Places const& places, Change const& change) {
     Directory const directory = theDirectory(places);
     RegisterFile const file = fileIn(directory);
@@ -49,16 +71,16 @@ std::optional<Difference> edit(Places const& places, Change const& change) {
     }
     filesystem::DirectoryLock lock;
     take(lock, directory, places.patience);
-    Settings before;
-    bool const isThere = file.load(before).isThere;
-    Settings after;
-    file.load(after);
-    change(after);
-    Difference const difference = compare(before, after);
-    if (isThere && difference.isNone())
-        return std::nullopt;
-    file.save(after);
-    return difference;
+    Edited const result = edited(file, change);
+    if (result.difference)
+        file.save(result.after);
+    return result.difference;
+}
+
+std::optional<Difference> preview(Places const& places, Change const& change, std::ostream& out) {
+    Edited const result = edited(fileIn(theDirectory(places)), change);
+    printChanges(result.before, result.after, out);
+    return result.difference;
 }
 
 } // namespace tool

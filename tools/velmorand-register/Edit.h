@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <functional>
+#include <iosfwd>
 #include <optional>
 
 #include <filesystem/PrivateDirectory.h>
@@ -28,5 +29,8 @@ using Change = std::function<void(Settings&)>;
  * Result: the difference; nothing if the file was not written. A missing file is always written.
  */
 std::optional<Difference> edit(Places const& places, Change const& change);
+
+/** Prints the changes that `edit` would make, as `printChanges` does, and writes nothing. Result: as for `edit`. */
+std::optional<Difference> preview(Places const& places, Change const& change, std::ostream& out);
 
 } // namespace tool

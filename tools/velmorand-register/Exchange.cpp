@@ -146,19 +146,40 @@ std::string bytesFrom(Members& members) {
     return fromBase64(*encoded);
 }
 
+/** The problem with an entry that does not have the form of one: the file may be in another format. */
+class NotAnEntry : public BadEntry {
+public:
+    using BadEntry::BadEntry;
+};
+
 void importEntry(std::string const& name, json const& entry, Settings& settings) {
     if (cleanName(name) != name || name.empty())
         throw BadEntry(R"(invalid name: empty, or with a leading, trailing or doubled "/")");
     Members members(entry);
     auto const* const given = members.take("type");
     if (given == nullptr || !given->is_string())
-        throw BadEntry("\"type\" is missing");
+        throw NotAnEntry("\"type\" is missing");
     auto const& type = given->get_ref<std::string const&>();
     if (type == "group")
         settings.makeGroup(name);
     else
         settings.write(name, type == "bytes" ? bytesFrom(members) : recordFrom(type, members));
     members.expectAllTaken(type);
+}
+
+/** Whether a JSON value has the members of an entry. */
+bool isEntry(json const& value) {
+    if (!value.is_object() || !value.contains("type") || !value["type"].is_string())
+        return false;
+    auto const& type = value["type"].get_ref<std::string const&>();
+    if (type == "group")
+        return value.size() == 1;
+    bool const isBytes = type == "bytes";
+    if (!isBytes && velmorand::kindIndex(type) == kindNames.size())
+        return false;
+    bool const hasValue = !isBytes && value.contains("value");
+    bool const hasRecord = !isBytes && value.contains("record");
+    return hasValue != value.contains("base64") && value.size() == (hasRecord ? 3U : 2U);
 }
 
 /** Imports each entry as soon as it has been parsed, and keeps none in memory. */
@@ -174,6 +195,10 @@ public:
             });
         } catch (BadJson const& error) {
             throw Failure(Status::misuse, _source + ':' + error.what());
+        } catch (NotAnEntry const& error) {
+            bool const isFirst = _names.size() <= 1;
+            throw refusal(error.what() +
+                          std::string(isFirst ? " (import --from json reads any other JSON object)" : ""));
         } catch (BadEntry const& error) {
             throw refusal(error.what());
         } catch (Failure const& error) {
@@ -227,7 +252,7 @@ private:
 
     void expect(bool isEntries) const {
         if (!isEntries)
-            throw BadEntry(R"(expected an object of entries: {"NAME": {"type": KIND, "value": VALUE}})");
+            throw NotAnEntry(R"(expected an object of entries: {"NAME": {"type": KIND, "value": VALUE}})");
     }
 
     [[nodiscard]] Failure refusal(std::string const& reason) const {
@@ -268,6 +293,11 @@ void exportSettings(Settings const& settings, std::string const& group, std::ost
             progress->at(done);
     }
     out << (done == 0 ? "}\n" : "\n}\n");
+}
+
+bool isExchange(std::string const& text) {
+    json const all = json::parse(text, nullptr, false);
+    return all.is_object() && !all.empty() && std::all_of(all.begin(), all.end(), isEntry);
 }
 
 void importSettings(std::string const& source, std::string const& text, Settings& settings) {

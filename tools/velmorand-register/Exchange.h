@@ -27,6 +27,12 @@ namespace tool {
 void exportSettings(Settings const& settings, std::string const& group, std::ostream& out);
 
 /**
+ * Whether a JSON text is an object all of whose members, at least one, are entries of the exchange format. Their values
+ * are not checked. False for text that is not JSON. Memory: in proportion to the text.
+ */
+bool isExchange(std::string const& text);
+
+/**
  * Sets everything in `text`. `source` is its name in messages.
  * Errors: `Failure` at the first invalid entry, with its line and name; the entries before it have been set.
  */

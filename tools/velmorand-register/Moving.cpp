@@ -15,6 +15,7 @@
 
 #include "Commands.h"
 #include "Edit.h"
+#include "Exchange.h"
 #include "Input.h"
 #include "Permissions.h"
 #include "Text.h"
@@ -92,14 +93,20 @@ std::vector<ForeignSetting> read(velmorand::Store store, Moving const& moving,
     velmorand::ImportSource const source{store, input ? input->path() : moving.file, mapIn(moving.map)};
     // QtCore prints warnings about values of unknown types, but the report lists these already.
     qInstallMessageHandler([](QtMsgType, QMessageLogContext const&, QString const&) {});
+    std::vector<ForeignSetting> settings;
     try {
-        return readForeign(source, [&declarations](std::string const& name) {
+        settings = readForeign(source, [&declarations](std::string const& name) {
             auto const declared = declarations.find(name);
             return declared == declarations.end() ? "" : kindNames.at(declared->second.kind);
         });
     } catch (utils::Exception const& error) {
         throw Failure(Status::misuse, about(moving.file, error.what()));
     }
+    if (store == velmorand::Store::json && isExchange(readAll(source.path)))
+        throw Failure(Status::misuse,
+                      about(moving.file, "in the exchange format, which \"import\" reads without "
+                                         "--from (leave out --from json)"));
+    return settings;
 }
 
 /** Marks the settings that must not be set. */
@@ -155,7 +162,7 @@ Status report(std::vector<ForeignSetting> const& settings, std::vector<ImportedS
                    wordFor(static_cast<Outcome>(i));
     std::cout << (sum.empty() ? "no settings" : sum);
     if (!isSaved)
-        std::cout << (counts.front() == 0 ? "; nothing changed" : "; not written (--dry-run)");
+        std::cout << (counts.front() == 0 ? "; nothing changed" : notWritten);
     std::cout << '\n';
     return counts.back() == 0 ? Status::done : Status::notThere;
 }

@@ -206,8 +206,8 @@ private:
         importing->add_option("--map", _moving.map, "With --from: a file of new names and kinds")
             ->type_name("FILE");
         importing->add_flag("--overwrite", _moving.isOverwriting, "With --from: replace existing values");
-        importing->add_flag("--force", _moving.isForced, "With --from: set locked or invalid values, too");
-        importing->add_flag("--dry-run", _moving.isDryRun, "With --from: only print what would be set");
+        importing->add_flag("--force", _moving.isForced, "With --from: also set locked or invalid values");
+        importing->add_flag("--dry-run", _moving.isDryRun, "Only print what would be changed");
     }
 
     void addFiles() {
@@ -238,9 +238,10 @@ private:
             throw WrongCall("--replace cannot be used with --from");
         if (_store)
             return tool::importFrom(_places, *_store, _moving);
-        if (_moving.map || _moving.isOverwriting || _moving.isForced || _moving.isDryRun)
-            throw WrongCall("--map, --overwrite, --force and --dry-run need --from");
-        return tool::import(_places, _moving.file, _isReplacing);
+        if (_moving.map || _moving.isOverwriting || _moving.isForced)
+            throw WrongCall("--map, --overwrite and --force need --from");
+        return _moving.isDryRun ? tool::previewImport(_places, _moving.file, _isReplacing)
+                                : tool::import(_places, _moving.file, _isReplacing);
     }
 
     void addName(CLI::App* command, char const* what) {
