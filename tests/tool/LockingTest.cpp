@@ -214,7 +214,7 @@ TEST_F(Locking, PreventsSettingTheUsersValue) {
 
 TEST_F(Locking, IsIgnoredByForce) {
     administer({"lock", "editor"});
-    administer({"set", "--force", "string", "editor/theme", "dark"});
+    administer({"--scope", "user", "set", "--force", "string", "editor/theme", "dark"});
     EXPECT_EQ("dark\n", answer({"get", "editor/theme"}));
 }
 
@@ -222,6 +222,6 @@ TEST_F(Locking, AllowsSettingTheGlobalValueAndDeletingTheUsers) {
     answer({"set", "string", "editor/theme", "light"});
     administer({"lock", "editor"});
     setGlobally({"string", "editor/theme", "dark"});
-    administer({"delete", "editor/theme"});
+    administer({"--scope", "user", "delete", "editor/theme"});
     EXPECT_EQ("dark\n", administer({"get", "editor/theme"}));
 }

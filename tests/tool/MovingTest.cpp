@@ -588,8 +588,8 @@ TEST_F(Moving, LockedSettingsAreRefusedAndTheRestIsImported) {
 TEST_F(Moving, LocksApplyToTheNewNames) {
     answer({"--global", global, "lock", "old"});
     EXPECT_EQ("set       old -> new: integer 1\n1 set\n",
-              answer({"--global", global, "import", "--from", "json", file(R"({"old": 1})"), "--map",
-                      map("old -> new\n").back()}));
+              answer({"--global", global, "--scope", "user", "import", "--from", "json",
+                      file(R"({"old": 1})"), "--map", map("old -> new\n").back()}));
 }
 
 TEST_F(Moving, LocksDoNotApplyToTheAdministratorOrWithoutTheGlobalDirectory) {
@@ -603,8 +603,8 @@ TEST_F(Moving, ForceImportsSettingsThatAreLockedOrNotAllowed) {
     answer({"--global", global, "lock", "theme"});
     putBytes(at("catalogue.json"), R"({"settings": {"size": {"type": "integer", "maximum": 5}}})");
     EXPECT_EQ("set       size: integer 6\nset       theme: string \"dark\"\n2 set\n",
-              answer({"--global", global, "--catalogue", at("catalogue.json"), "import", "--from", "json",
-                      "--force", file(R"({"size": 6, "theme": "dark"})")}));
+              answer({"--global", global, "--scope", "user", "--catalogue", at("catalogue.json"), "import",
+                      "--from", "json", "--force", file(R"({"size": 6, "theme": "dark"})")}));
 }
 
 using MapOfNames = Moving;

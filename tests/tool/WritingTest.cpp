@@ -140,6 +140,51 @@ TEST_F(Writing, ChangesTheGlobalFileOnRequest) {
         utils::properties::_Register::getInstance()->propertyExists("x", utils::properties::SCOPE_GLOBAL));
 }
 
+TEST_F(Writing, OfTheUsersFileWithAGlobalDirectoryIsNoted) {
+    std::string const settings = R"({"x": {"type": "integer", "value": 2}})";
+    for (Arguments const& change : {Arguments{"set", "integer", "x", "1"},
+                                    {"import", "-"},
+                                    {"restore", "previous"},
+                                    {"delete", "x"},
+                                    {"import", "--from", "json", "-"}}) {
+        Arguments all = change;
+        all.insert(all.begin(), {"--global", global});
+        Outcome const outcome =
+            run(all, change.back() == "-" && change.size() > 2 ? R"({"x": 3})" : settings);
+        EXPECT_EQ(0, outcome.status) << change.front();
+        EXPECT_EQ("velmorand-register: note: changed your own settings, not the administrator's (use --scope "
+                  "global "
+                  "for those)\n",
+                  outcome.err)
+            << change.front();
+    }
+    EXPECT_EQ("3\n", answer({"get", "x"}));
+    EXPECT_EQ("no file", bytesOf(globalFile));
+}
+
+TEST_F(Writing, InAGivenScopeIsNotNoted) {
+    for (char const* const scope : {"user", "global"})
+        for (Arguments const& change : {Arguments{"set", "integer", "x", "1"},
+                                        {"import", "-"},
+                                        {"restore", "previous"},
+                                        {"delete", "x"}}) {
+            Arguments all = change;
+            all.insert(all.begin(), {"--global", global, "--scope", scope});
+            answer(all, R"({"x": {"type": "integer", "value": 2}})");
+        }
+}
+
+TEST_F(Writing, ThatChangesNothingOrFailsIsNotNoted) {
+    answer({"set", "integer", "x", "1"});
+    EXPECT_EQ("nothing changed\n", answer({"--global", global, "set", "integer", "x", "1"}));
+    EXPECT_EQ("- x: integer 1\n+ x: integer 2\n1 set; not written (--dry-run)\n",
+              answer({"--global", global, "import", "--dry-run", "-"},
+                     R"({"x": {"type": "integer", "value": 2}})"));
+    EXPECT_THAT(run({"--global", global, "delete", "y"}), Complains(1, "no such property or group: y\n"));
+    putBytes(userFile + ".previous", bytesOf(userFile));
+    EXPECT_EQ("nothing changed\n", answer({"--global", global, "restore", "previous"}));
+}
+
 TEST_F(Writing, DeletesAProperty) {
     answer({"set", "integer", "a/x", "1"});
     answer({"delete", "a/x"});

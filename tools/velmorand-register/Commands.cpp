@@ -159,7 +159,10 @@ Status restore(Places const& places, std::optional<std::string> const& name) {
     RegisterFile const copy = findCopy(file, *name);
     filesystem::DirectoryLock lock;
     take(lock, directory, places.patience);
-    std::cout << summaryOf(restoreCopy(file, copy)) << '\n';
+    auto const saved = restoreCopy(file, copy);
+    if (saved)
+        noteScope(places);
+    std::cout << summaryOf(saved) << '\n';
     return Status::done;
 }
 

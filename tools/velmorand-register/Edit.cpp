@@ -6,6 +6,8 @@
 #include <string>
 #include <system_error>
 
+#include "Text.h"
+
 namespace tool {
 
 namespace {
@@ -72,8 +74,10 @@ std::optional<Difference> edit(Places const& places, Change const& change) {
     filesystem::DirectoryLock lock;
     take(lock, directory, places.patience);
     Edited const result = edited(file, change);
-    if (result.difference)
+    if (result.difference) {
         file.save(result.after);
+        noteScope(places);
+    }
     return result.difference;
 }
 
@@ -81,6 +85,11 @@ std::optional<Difference> preview(Places const& places, Change const& change, st
     Edited const result = edited(fileIn(theDirectory(places)), change);
     printChanges(result.before, result.after, out);
     return result.difference;
+}
+
+void noteScope(Places const& places) {
+    if (places.globalDirectory && !places.scope)
+        complain("note: changed your own settings, not the administrator's (use --scope global for those)");
 }
 
 } // namespace tool

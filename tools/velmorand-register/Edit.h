@@ -25,12 +25,18 @@ using Change = std::function<void(Settings&)>;
 
 /**
  * Loads the register file, changes the settings and saves them, under the lock on the directory. If nothing changes,
- * the file is not written. `change` may be called twice, on different settings.
+ * the file is not written. `change` may be called twice, on different settings. After a change, calls `noteScope`.
  * Result: the difference; nothing if the file was not written. A missing file is always written.
  */
 std::optional<Difference> edit(Places const& places, Change const& change);
 
 /** Prints the changes that `edit` would make, as `printChanges` does, and writes nothing. Result: as for `edit`. */
 std::optional<Difference> preview(Places const& places, Change const& change, std::ostream& out);
+
+/**
+ * Called after a change: if the command line gives the global directory but no scope, prints a note on standard error
+ * that the user's settings were changed.
+ */
+void noteScope(Places const& places);
 
 } // namespace tool
