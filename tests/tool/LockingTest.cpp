@@ -169,12 +169,30 @@ TEST_F(Locking, HidesTheUsersValuesFromLists) {
     answer({"set", "integer", "viewer/a/b", "75"});
     setGlobally({"integer", "viewer/a", "1"});
     administer({"lock", "editor/theme", "viewer"});
-    EXPECT_EQ("integer   locked viewer/a\n", administer({"list", "-r", "viewer"}));
-    EXPECT_EQ("", administer({"list", "editor"}));
-    EXPECT_EQ("group     user   editor\n"
-              "group     global velmorand\n"
-              "group     locked viewer\n",
-              administer({"list"}));
+    EXPECT_EQ("string    locked editor/theme: (not set by the administrator)\n"
+              "strings   global velmorand/locked: [\"editor/theme\", \"viewer\"]\n"
+              "integer   locked viewer/a: 1\n"
+              "integer   locked viewer/a/b: (not set by the administrator)\n"
+              "integer   locked viewer/zoom: (not set by the administrator)\n",
+              administer({"list", "-rl"}));
+    EXPECT_EQ("string    locked editor/theme\n", administer({"list", "editor"}));
+    EXPECT_EQ("integer   locked viewer/a\n"
+              "integer   locked viewer/zoom\n",
+              administer({"list", "viewer"}));
+}
+
+TEST_F(Locking, IsShownForGroupsThatOnlyTheUserHas) {
+    answer({"set", "string", "editor/view/theme", "light"});
+    administer({"lock", "editor/view"});
+    EXPECT_EQ("group     user   editor\ngroup     global velmorand\n", administer({"list"}));
+    EXPECT_EQ("group     locked editor/view\n", administer({"list", "-l", "editor"}));
+}
+
+TEST_F(Locking, HidesAPropertyOfTheUserBehindAGroupOfTheAdministrator) {
+    answer({"set", "string", "editor/theme", "light"});
+    setGlobally({"string", "editor/theme/name", "dark"});
+    administer({"lock", "editor"});
+    EXPECT_EQ("string    locked editor/theme/name\n", administer({"list", "-r", "editor"}));
 }
 
 TEST_F(Locking, IsShownForDeclaredSettings) {

@@ -19,15 +19,17 @@ void printColumns(std::string_view kind, char const* scope) {
     std::cout << std::left << std::setw(9) << kind << ' ' << std::setw(6) << scope << ' ';
 }
 
-/** Prints the line of a property or group. */
-void printLine(Walk const& entry, char const* scope, std::string const& group, bool isLong) {
+/** Prints the line of a property or group. `isSet`: whether its value is in force. */
+void printLine(Walk const& entry, char const* scope, bool isSet, std::string const& group, bool isLong) {
     bool const isGroup = entry.kind() == Kind::directory;
     Reading const reading = isGroup ? Reading() : decodeRecord(entry.content());
     printColumns(isGroup ? "group" : kindName(reading), scope);
     printEscaped(std::cout, group, forLine());
     std::cout << (group.empty() ? "" : "/");
     printEscaped(std::cout, nameOf(entry), forLine());
-    if (isLong && reading.value)
+    if (isLong && !isGroup && !isSet)
+        std::cout << ": (not set by the administrator)";
+    else if (isLong && reading.value)
         std::cout << ": " << jsonText(*reading.value, forJsonLine());
     std::cout << '\n';
 }
@@ -74,18 +76,20 @@ Status list(Places const& places, std::string const& group, bool isRecursive, bo
     while (walk.next()) {
         auto const name = [&] { return inGroup(around, nameOf(walk.either())); };
         bool const isLocked = inForce.hasLocks() && inForce.isLocked(name());
-        bool const isHidden = isLocked && isUsers(first) && walk.first() != nullptr;
-        Walk const* const entry = isHidden ? walk.second() : &walk.either();
-        if (!isRecursive && walk.either().kind() == Kind::directory)
+        bool const isUsersHidden = isLocked && isUsers(first);
+        bool const isSet = !isUsersHidden || walk.second() != nullptr;
+        Walk const& entry = isUsersHidden && isSet ? *walk.second() : walk.either();
+        if (!isRecursive && entry.kind() == Kind::directory)
             walk.skip();
-        else if (entry != nullptr && entry->kind() == Kind::directory && !entry->isEmptyDirectory())
+        else if (entry.kind() == Kind::directory && !entry.isEmptyDirectory())
             continue;
-        if (entry == nullptr)
-            continue;
-        char const* const scope = isLocked ? "locked" : entry == walk.first() ? first.scope : second.scope;
-        // If a property and a group have the same name, readers find the one in the first scope.
-        if (entry == walk.first() || isLocked || !first.settings.exists(name()))
-            printLine(*entry, scope, around, isLong);
+        char const* const scope = isLocked ? "locked" : &entry == walk.first() ? first.scope : second.scope;
+        // A property and a group may have the same name in different scopes. Readers find the one in the first scope;
+        // if the name is locked, the administrator's.
+        bool const isFound = isUsersHidden ? isSet || !second.settings.exists(name())
+                                           : &entry == walk.first() || !first.settings.exists(name());
+        if (isFound)
+            printLine(entry, scope, isSet, around, isLong);
     }
     return Status::done;
 }
