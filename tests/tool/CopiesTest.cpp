@@ -75,11 +75,12 @@ TEST_F(Copies, AreListedNewestFirstInLocalTime) {
     putCopy("Velmorand.dat.damaged-20261121T093000Z-2", two, 999'999'999);
     putCopy("Velmorand.dat.damaged-20251121T093000Z", two.substr(0, two.size() - 1), 0);
     std::string const lines = answer({"restore"});
-    EXPECT_THAT(lines,
-                testing::MatchesRegex("2001-09-09T03:46:41  [^ ]*-20261121T093000Z: not a register file\n"
-                                      "2001-09-09T03:46:40  Velmorand.dat.previous: 1 property\n"
-                                      "2001-09-09T03:46:39  [^ ]*-20261121T093000Z-2: 1 property\n"
-                                      "1970-01-01T02:00:00  [^ ]*-20251121T093000Z: [^\n]+\n"));
+    EXPECT_THAT(
+        lines, testing::MatchesRegex("2001-09-09T03:46:41.0200  [^ ]*-20261121T093000Z: not a register file\n"
+                                     "2001-09-09T03:46:40.0200  Velmorand.dat.previous: 1 property\n"
+                                     "2001-09-09T03:46:39.0200  [^ ]*-20261121T093000Z-2: 1 property\n"
+                                     "1970-01-01T02:00:00.0200  [^ ]*-20251121T093000Z: [^\n]+\n"));
+    EXPECT_THAT(lines, testing::StartsWith("2001-09-09T03:46:41+0200  "));
     EXPECT_THAT(lines, testing::Not(testing::HasSubstr("Z: 1 property")));
 }
 

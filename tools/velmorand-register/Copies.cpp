@@ -77,7 +77,7 @@ std::string localTime(std::time_t time) {
     std::array<char, 64> text{};
     if (::localtime_r(&time, &parts) == nullptr)
         return '@' + std::to_string(time); // a year that the system cannot represent
-    return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts)};
+    return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S%z", &parts)};
 }
 
 /** A name for a damaged file that no other file has: programs with live settings choose the same kind of name. */

@@ -15,8 +15,8 @@
 namespace tool {
 
 /**
- * Prints a line for each copy, the newest first: the local time at which it was written, its name, and its number of
- * properties or the reason why it cannot be read. A missing directory has no copies.
+ * Prints a line for each copy, the newest first: the local time at which it was written, with the offset from UTC, its
+ * name, and its number of properties or the reason why it cannot be read. A missing directory has no copies.
  * Result: whether there are any.
  * Errors: `Failure` if the directory cannot be read.
  */

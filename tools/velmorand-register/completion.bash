@@ -115,7 +115,7 @@ _velmorand_register() {
         ((${#arguments[@]} == 0)) || return
         # Columns: time, name and a colon.
         COMPREPLY=($(compgen -W "$(velmorand-register "${places[@]}" restore 2>/dev/null |
-            cut -c 22- | cut -d : -f 1)" -- "$cur"))
+            cut -c 27- | cut -d : -f 1)" -- "$cur"))
         return
         ;;
     *) return ;;
