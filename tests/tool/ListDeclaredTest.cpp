@@ -28,6 +28,34 @@ TEST_F(ListDeclared, ShowsFallbacksAndDescriptions) {
               answer({"list", "--declared", "-r"}));
 }
 
+TEST_F(ListDeclared, ShowsWhatIsAllowedOnRequest) {
+    answer({"set", "number", "editor/size", "12.5"});
+    EXPECT_EQ(
+        "string    unset  editor/autosave: \"30s\" (allowed: a duration such as \"1.5s\" (units: ns, us, ms, "
+        "s, min, h, d) of at least \"1s\")  # Time between two automatic saves\n"
+        "number    unset  editor/count: 0.0 (allowed: a whole number from 0 to 4294967295)\n"
+        "string    unset  editor/history: (computed by the program)\n"
+        "string    unset  editor/id: \"0\" (allowed: a whole number as a string from "
+        "\"-9223372036854775808\" to \"9223372036854775807\")\n"
+        "integers  unset  editor/margins: [1, 2] (allowed: a list of integers from 0 to 9)\n"
+        "number    user   editor/size: 12.5 (allowed: a number from 6 to 72)  # Font size, in points\n"
+        "string    unset  editor/theme: \"light\" (allowed: a string, one of \"light\", \"dark\")\n"
+        "boolean   unset  editor/view/wrap: true\n"
+        "integer   unset  viewer/zoom: 100\n",
+        answer({"list", "--declared", "-rl"}));
+}
+
+TEST_F(ListDeclared, ShowsWhatIsAllowedOnceIfTheValueIsNot) {
+    answer({"set", "--force", "number", "editor/size", "99"});
+    EXPECT_THAT(answer({"list", "--declared", "-l", "editor"}),
+                testing::HasSubstr("editor/size: 99.0 (invalid: expected a number from 6 to 72)  # Font"));
+}
+
+TEST_F(ListDeclared, ShowsNoLimitsThatHaveNoEffect) {
+    declare(R"("a/x": {"type": "string", "format": "date", "minimum": "2000-01-01", "fallback": ""})");
+    EXPECT_EQ("string    unset  a/x: \"\"\n", answer({"list", "--declared", "-rl"}));
+}
+
 TEST_F(ListDeclared, ShowsEffectiveValues) {
     setGlobally({"string", "editor/theme", "dark"});
     setGlobally({"number", "editor/size", "20"});
@@ -72,7 +100,7 @@ TEST_F(ListDeclared, SortsLikeOtherLists) {
 TEST_F(ListDeclared, MarksValuesThatAreNotAllowed) {
     answer({"set", "--force", "number", "editor/size", "99"});
     answer({"set", "--force", "string", "viewer/zoom", "big"});
-    answer({"set", "integer", "editor/view/wrap/x", "1"});
+    answer({"set", "--force", "integer", "editor/view/wrap/x", "1"});
     EXPECT_THAT(
         answer({"list", "--declared", "editor"}),
         testing::HasSubstr("number    user   editor/size: 99.0 (invalid: expected a number from 6 to 72)"

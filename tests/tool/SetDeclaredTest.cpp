@@ -44,6 +44,26 @@ TEST_F(SetDeclared, AcceptsUndeclaredNames) {
     EXPECT_EQ("1\n", answer({"get", "editor/other"}));
 }
 
+TEST_F(SetDeclared, WarnsOfANameThatIsSimilarToADeclaredOne) {
+    Outcome outcome = run({"set", "string", "editor/theem", "dark"});
+    EXPECT_EQ(0, outcome.status);
+    EXPECT_EQ("", outcome.out);
+    EXPECT_EQ(
+        "velmorand-register: warning: \"editor/theem\" is not declared (did you mean \"editor/theme\"?)\n",
+        outcome.err);
+    EXPECT_EQ("dark\n", answer({"get", "editor/theem"}));
+    outcome = run({"set", "number", "editr/size", "12"});
+    EXPECT_EQ(0, outcome.status);
+    EXPECT_THAT(outcome.err,
+                testing::HasSubstr("\"editr/size\" is not declared (did you mean \"editor/size\"?)"));
+}
+
+TEST_F(SetDeclared, DoesNotWarnOfASimilarNameIfItIsForcedOrRefused) {
+    answer({"set", "--force", "string", "editor/theem", "dark"});
+    answer({"--global", global, "lock", "editor"});
+    EXPECT_THAT(run({"--global", global, "set", "number", "editor/sizes", "1"}), Complains(2, "has locked"));
+}
+
 TEST_F(SetDeclared, RefusesTheSameValuesInTheGlobalFile) {
     EXPECT_THAT(run({"--global", global, "--scope", "global", "set", "string", "/editor//theme", "blue"}),
                 Complains(2, "cannot set \"editor/theme\": \"blue\" is not allowed"));

@@ -98,11 +98,17 @@ Status set(Places const& places, std::string const& kind, std::string const& nam
            std::vector<std::string> const& texts, bool isForced) {
     std::string const clean = propertyName(name);
     Value const value = parseValue(kind, texts);
-    if (!isForced)
-        if (std::string const wrong = Permissions(places).objectionTo(clean, value); !wrong.empty())
+    std::optional<std::string> similar;
+    if (!isForced) {
+        Permissions const permissions(places);
+        if (std::string const wrong = permissions.objectionTo(clean, value); !wrong.empty())
             throw Failure(Status::misuse, "cannot set \"" + clean + "\": " + wrong);
+        similar = permissions.similarTo(clean);
+    }
     std::string const record = encodeRecord(value);
     auto const saved = edit(places, [&](Settings& settings) { settings.write(clean, record); });
+    if (similar)
+        complain("warning: \"" + clean + "\" is not declared (did you mean \"" + *similar + "\"?)");
     if (!saved)
         std::cout << summaryOf(saved) << '\n';
     return Status::done;

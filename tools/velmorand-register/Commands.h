@@ -13,7 +13,7 @@
 namespace tool {
 
 Status list(Places const& places, std::string const& group, bool isRecursive, bool isLong);
-Status listDeclared(Places const& places, std::string const& group, bool isRecursive);
+Status listDeclared(Places const& places, std::string const& group, bool isRecursive, bool isLong);
 Status get(Places const& places, std::string const& name);
 Status set(Places const& places, std::string const& kind, std::string const& name,
            std::vector<std::string> const& texts, bool isForced);

@@ -112,6 +112,10 @@ std::string expectationOf(Declaration const& declaration) {
     return text;
 }
 
+bool isRestricted(Declaration const& declaration) {
+    return declaration.choices || declaration.format != Format::plain || !rangeOf(declaration).empty();
+}
+
 std::string objection(std::string const& found, Declaration const& declaration) {
     return found + " is not allowed: expected " + expectationOf(declaration);
 }

@@ -11,6 +11,9 @@ namespace tool {
 /** The values that a declaration allows, such as "a number from 6 to 72". */
 std::string expectationOf(Declaration const& declaration);
 
+/** Whether a declaration allows only some of the values of its kind. */
+bool isRestricted(Declaration const& declaration);
+
 /** The message that `found`, such as "a group", does not match the declaration. */
 std::string objection(std::string const& found, Declaration const& declaration);
 

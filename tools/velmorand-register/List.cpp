@@ -40,8 +40,11 @@ void printDeclaredGroup(std::string const& name, char const* scope) {
     std::cout << '\n';
 }
 
-/** Prints the line of a declared setting: its value, or its fallback if it is not set, and its description. */
-void printDeclared(std::string const& name, Declaration const& declaration, Found const& found) {
+/**
+ * Prints the line of a declared setting: its value, or its fallback if it is not set, and its description. `isLong`:
+ * also which values are allowed, if the declaration restricts them.
+ */
+void printDeclared(std::string const& name, Declaration const& declaration, Found const& found, bool isLong) {
     bool const isSet = found.entry.kind != Kind::none;
     bool const isGroup = found.entry.kind == Kind::directory;
     Reading const reading = found.entry.kind == Kind::file ? decodeRecord(found.entry.content) : Reading();
@@ -57,6 +60,8 @@ void printDeclared(std::string const& name, Declaration const& declaration, Foun
         std::cout << " (computed by the program)";
     if (isSet && (!reading.value || !objectionTo(*reading.value, declaration).empty()))
         std::cout << " (invalid: expected " << expectationOf(declaration) << ')';
+    else if (isLong && isRestricted(declaration))
+        std::cout << " (allowed: " << expectationOf(declaration) << ')';
     if (!declaration.description.empty()) {
         std::cout << "  # ";
         printEscaped(std::cout, declaration.description, forLine());
@@ -94,7 +99,7 @@ Status list(Places const& places, std::string const& group, bool isRecursive, bo
     return Status::done;
 }
 
-Status listDeclared(Places const& places, std::string const& group, bool isRecursive) {
+Status listDeclared(Places const& places, std::string const& group, bool isRecursive, bool isLong) {
     std::string const around = cleanName(group);
     InForce const inForce(places);
     Declarations const declarations = readCatalogues(places.catalogues);
@@ -112,7 +117,7 @@ Status listDeclared(Places const& places, std::string const& group, bool isRecur
         auto const& [name, declaration] = *next;
         std::size_t const level = name.find('/', begin);
         if (isRecursive || level == std::string::npos) {
-            printDeclared(name, declaration, inForce.find(name));
+            printDeclared(name, declaration, inForce.find(name), isLong);
             ++next;
         } else {
             std::string const inner = name.substr(0, level);

@@ -3,6 +3,7 @@
 
 #include "Catalogues.h"
 #include "Expectation.h"
+#include "NearestName.h"
 
 namespace tool {
 
@@ -28,6 +29,10 @@ std::string Permissions::objectionTo(std::string const& name, Value const& value
     if (auto const entry = _locks.entryFor(name); reason.empty() && entry)
         reason = "the administrator has locked " + (*entry == name ? "it" : '"' + *entry + '"');
     return reason.empty() ? reason : reason + " (--force sets it anyway)";
+}
+
+std::optional<std::string> Permissions::similarTo(std::string const& name) const {
+    return _declarations.count(name) > 0 ? std::nullopt : nearestName(declaredIn(_declarations, ""), name);
 }
 
 } // namespace tool

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "Declaration.h"
@@ -23,6 +24,9 @@ public:
 
     /** Why a value must not be set under a clean name, and how to set it anyway; empty if it may be set. */
     [[nodiscard]] std::string objectionTo(std::string const& name, Value const& value) const;
+
+    /** The declared name of which a clean name that is not declared is probably a misspelling, if there is one. */
+    [[nodiscard]] std::optional<std::string> similarTo(std::string const& name) const;
 
 private:
     Declarations _declarations;

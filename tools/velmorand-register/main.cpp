@@ -148,12 +148,13 @@ private:
 
     void addReading() {
         auto* const list = add("list", "List the properties and groups in a group", [this] {
-            return _isDeclared ? tool::listDeclared(_places, _group, _isRecursive)
+            return _isDeclared ? tool::listDeclared(_places, _group, _isRecursive, _isLong)
                                : tool::list(_places, _group, _isRecursive, _isLong);
         });
         list->add_option("GROUP", _group, "The group [all settings]")->type_name("");
         list->add_flag("-r,--recursive", _isRecursive, "Include nested groups");
-        list->add_flag("-l,--long", _isLong, "Also print the values");
+        list->add_flag("-l,--long", _isLong,
+                       "Also print the values or, with --declared, which\nvalues are allowed");
         list->add_flag("--declared", _isDeclared, "List declared settings, with values or fallbacks");
 
         auto* const get = add("get", "Print a property's value, one element per line",
