@@ -202,6 +202,17 @@ TEST_F(Copies, ReplaceADamagedFileThatHasNoPreviousOne) {
     EXPECT_EQ(3U, files().size());
 }
 
+TEST_F(Copies, DoNotReplaceAFileThatCannotBeRead) {
+    obeyPermissions();
+    std::filesystem::permissions(userFile, std::filesystem::perms::none);
+    EXPECT_THAT(run({"restore", "previous"}),
+                Complains(3, "velmorand-register: " + userFile + ": Permission denied\n"));
+    EXPECT_EQ(2U, files().size());
+    std::filesystem::permissions(userFile, std::filesystem::perms::owner_all);
+    EXPECT_EQ(two, bytesOf(userFile));
+    EXPECT_EQ(one, bytesOf(previousFile));
+}
+
 TEST_F(Copies, OfTheGlobalFileAreInItsDirectory) {
     Arguments const onGlobal{"--global", global, "--scope", "global"};
     auto const runOnGlobal = [&](Arguments const& arguments) {

@@ -54,11 +54,17 @@ protected:
     [[nodiscard]] std::string outPath() const { return at("out"); }
     [[nodiscard]] std::string errPath() const { return at("err"); }
 
+    /** Takes from root's runs of the tool the privilege to ignore the permissions of files. */
+    void obeyPermissions() { _isObeying = true; }
+
     support::TemporaryDirectory directory;
     std::string user = at("user");
     std::string global = at("global");
     std::string userFile = user + "/Velmorand.dat";
     std::string globalFile = global + "/Velmorand.dat";
+
+private:
+    bool _isObeying = false;
 };
 
 /** An error message: one line with this text, nothing on standard output, and this exit status. */

@@ -108,11 +108,11 @@ std::string stateOf(RegisterFile const& copy) {
 
 enum class State { intact, missing, damaged };
 
-/** Loads a file into empty settings. They remain empty unless it is intact. */
+/** Loads a file into empty settings. They remain empty unless it is intact. Errors: `Failure` if it cannot be read. */
 State loadIfIntact(RegisterFile const& file, Settings& settings) {
     try {
         return file.load(settings).isThere ? State::intact : State::missing;
-    } catch (Failure const&) {
+    } catch (Damage const&) {
         return State::damaged;
     }
 }

@@ -30,7 +30,7 @@ RegisterFile findCopy(RegisterFile const& file, std::string const& name);
  * a name with the time, so that it does not replace an intact previous one. If both hold the same settings, nothing is
  * written. The caller holds the lock on the directory.
  * Result: the difference, from no settings if the file was missing or damaged; nothing if the file was not written.
- * Errors: `Failure` if the copy is damaged or the file cannot be replaced; nothing has changed then.
+ * Errors: `Failure` if the copy is damaged or the file cannot be read or replaced; nothing has changed then.
  */
 std::optional<Difference> restoreCopy(RegisterFile const& file, RegisterFile const& copy);
 

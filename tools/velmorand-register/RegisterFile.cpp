@@ -47,7 +47,7 @@ Loaded RegisterFile::load(Settings& settings) const {
         settings.read(*handle);
     } catch (utils::Exception const& failure) {
         // The message starts with the path that the file system uses, which may differ from the one that the user gave.
-        throw Failure(Status::fileTrouble, _path + (failure.what() + handle->path().size()));
+        throw Damage(_path + (failure.what() + handle->path().size()));
     }
     long const end = disk.tell(handle);
     disk.seek(handle, 0, FileSystem::ORIGIN_END);

@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "Failure.h"
 #include "Settings.h"
 
 namespace tool {
@@ -19,6 +20,12 @@ struct Loaded {
     long bytesAfter; ///< the number of bytes after the settings; applications never read these
 };
 
+/** The content of a register file is invalid, or of a later format. */
+class Damage : public Failure {
+public:
+    explicit Damage(std::string const& message) : Failure(Status::fileTrouble, message) {}
+};
+
 /** A register file on disk. */
 class RegisterFile {
 public:
@@ -31,7 +38,7 @@ public:
 
     /**
      * Replaces `settings` with those in the file; a missing file leaves them empty.
-     * Errors: `Failure` if it cannot be read or is damaged; the settings are unchanged then.
+     * Errors: `Damage`; another `Failure` if it cannot be read. The settings are unchanged then.
      */
     Loaded
     load(Settings& settings) const; // NOLINT(modernize-use-nodiscard): some callers treat missing as empty
