@@ -25,7 +25,7 @@ BEGIN {
     group["FileSystem.h"] = group["FileHandle.h"] = group["DirEntry.h"] = group["Path.h"] = "files"
     group["RAMFileSystem.h"] = group["RealFileSystem.h"] = group["Direct.h"] = "files"
     group["ChangeCounter.h"] = group["ChangeLog.h"] = group["EntryNotice.h"] = group["FileWatch.h"] = "filechanges"
-    group["Lifetime.h"] = group["PrivateDirectory.h"] = group["TreeImage.h"] = "filechanges"
+    group["DamagedFiles.h"] = group["Lifetime.h"] = group["PrivateDirectory.h"] = group["TreeImage.h"] = "filechanges"
 }
 
 { lines[NR] = $0 }

@@ -202,6 +202,19 @@ TEST_F(Copies, ReplaceADamagedFileThatHasNoPreviousOne) {
     EXPECT_EQ(3U, files().size());
 }
 
+TEST_F(Copies, ReplaceADamagedFileAndLeaveTheNewestFiveDamagedOnes) {
+    for (char const digit : {'1', '2', '3', '4', '5'})
+        putBytes(user + "/Velmorand.dat.damaged-20011121T09300" + digit + 'Z', "garbage");
+    putBytes(user + "/Velmorand.dat.damaged-notes", "notes");
+    putBytes(userFile, "damaged");
+    answer({"restore", "previous"});
+    std::set<std::string> const names = files();
+    EXPECT_EQ(8U, names.size());
+    EXPECT_EQ(0U, names.count("Velmorand.dat.damaged-20011121T093001Z"));
+    EXPECT_EQ(1U, names.count("Velmorand.dat.damaged-20011121T093002Z"));
+    EXPECT_EQ(1U, names.count("Velmorand.dat.damaged-notes"));
+}
+
 TEST_F(Copies, DoNotReplaceAFileThatCannotBeRead) {
     obeyPermissions();
     std::filesystem::permissions(userFile, std::filesystem::perms::none);

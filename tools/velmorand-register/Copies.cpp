@@ -14,6 +14,7 @@
 
 #include <sys/stat.h>
 
+#include <filesystem/DamagedFiles.h>
 #include <filesystem/RealFileSystem.h>
 
 #include "Failure.h"
@@ -26,20 +27,13 @@ namespace {
 // A restore that is killed may leave the old previous file under this name.
 constexpr char const* olderEnding = ".previous.old";
 
-constexpr char const* damagedBegin = ".damaged-"; // followed by the time in UTC and, if needed, a number
-
-bool isDamagedEnding(std::string_view ending) {
-    std::string_view const begin = damagedBegin;
-    return ending.substr(0, begin.size()) == begin &&
-           ending.find_first_not_of("0123456789TZ-", begin.size()) == std::string_view::npos;
-}
-
 /** Whether a copy of the file can have this name. */
 bool isCopyName(RegisterFile const& file, std::string_view name) {
     if (name.substr(0, file.name().size()) != file.name())
         return false;
     std::string_view const ending = name.substr(file.name().size());
-    return ending == previousEnding || ending == olderEnding || isDamagedEnding(ending);
+    return ending == previousEnding || ending == olderEnding ||
+           filesystem::isNameForDamaged(name, file.name());
 }
 
 RegisterFile beside(RegisterFile const& file, std::string const& name) {
@@ -78,22 +72,6 @@ std::string localTime(std::time_t time) {
     if (::localtime_r(&time, &parts) == nullptr)
         return '@' + std::to_string(time); // a year that the system cannot represent
     return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S%z", &parts)};
-}
-
-/** A name for a damaged file that no other file has: programs with live settings choose the same kind of name. */
-std::string nameForDamaged(RegisterFile const& file) {
-    std::time_t const now = std::time(nullptr);
-    std::tm parts = {};
-    std::array<char, 32> text{};
-    ::gmtime_r(&now, &parts);
-    std::string const stem =
-        file.name() + damagedBegin +
-        std::string(text.data(), std::strftime(text.data(), text.size(), "%Y%m%dT%H%M%SZ", &parts));
-    std::string name = stem;
-    std::error_code ignored;
-    for (int number = 2; std::filesystem::exists(beside(file, name).path(), ignored); ++number)
-        name = stem + '-' + std::to_string(number);
-    return name;
 }
 
 std::string stateOf(RegisterFile const& copy) {
@@ -138,16 +116,18 @@ public:
             _disk.remove(toQString(_older));
     }
 
-    /** Called if the replacement succeeded: the previous file from before it becomes the previous one again. */
+    /** Called if a damaged file has been replaced: the previous file from before becomes the previous one again. */
     void keep() {
         if (!_isKept)
             _disk.remove(toQString(_previous));
         else if (_disk.keepAs(toQString(_older), toQString(_previous)))
             drop();
+        filesystem::removeOldestDamaged(_disk, _name);
     }
 
-    /** Called before the replacement. Errors: `Failure` if the file cannot be kept under this name, too. */
-    void keepReplacedAs(std::string const& name) {
+    /** Called before a damaged file is replaced. Errors: `Failure` if it cannot be kept under a name with the time. */
+    void keepDamaged() {
+        std::string const name = filesystem::nameForDamaged(_disk, _name);
         if (!_disk.keepAs(toQString(_name), toQString(name)))
             throw Failure(Status::fileTrouble,
                           "not restored: " + at(name) + ": " + std::generic_category().message(errno));
@@ -218,7 +198,7 @@ std::optional<Difference> restoreCopy(RegisterFile const& file, RegisterFile con
     PreviousKept previous(file);
     try {
         if (state == State::damaged)
-            previous.keepReplacedAs(nameForDamaged(file));
+            previous.keepDamaged();
         file.save(settings);
     } catch (Failure const&) {
         previous.putBack();

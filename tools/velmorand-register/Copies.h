@@ -27,8 +27,8 @@ RegisterFile findCopy(RegisterFile const& file, std::string const& name);
 
 /**
  * Replaces a register file by a copy, and keeps the replaced file: an intact one as the previous one, a damaged one under
- * a name with the time, so that it does not replace an intact previous one. If both hold the same settings, nothing is
- * written. The caller holds the lock on the directory.
+ * a name with the time, so that it does not replace an intact previous one. Of the damaged files, only the newest five
+ * are kept. If both hold the same settings, nothing is written. The caller holds the lock on the directory.
  * Result: the difference, from no settings if the file was missing or damaged; nothing if the file was not written.
  * Errors: `Failure` if the copy is damaged or the file cannot be read or replaced; nothing has changed then.
  */

@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "DiskFile.h"
 
-#include <algorithm>
-#include <array>
 #include <cerrno>
-#include <ctime>
 #include <system_error>
-#include <vector>
 
 #include <QString>
+#include <filesystem/DamagedFiles.h>
 
 namespace velmorand::live {
 
@@ -20,7 +17,6 @@ using filesystem::TreeImage;
 using Found = Reading::Found;
 
 constexpr long headSize = 64;
-constexpr std::size_t mostSetAside = 5;
 
 QString text(std::string const& utf8) {
     return QString::fromUtf8(utf8.data(), static_cast<int>(utf8.size()));
@@ -58,15 +54,6 @@ std::string because(int error) {
     if (error == EINVAL)
         return "not a regular file";
     return std::generic_category().message(error);
-}
-
-/** The time now, as in 20261121T093000Z. */
-std::string timeInUtc() {
-    std::time_t const now = std::time(nullptr);
-    std::tm parts = {};
-    ::gmtime_r(&now, &parts);
-    std::array<char, 32> digits{};
-    return {digits.data(), std::strftime(digits.data(), digits.size(), "%Y%m%dT%H%M%SZ", &parts)};
 }
 
 } // namespace
@@ -187,15 +174,7 @@ void DiskFile::knowIfItHolds(TreeImage const& image) {
 }
 
 std::string DiskFile::nameForDamaged() {
-    constexpr int mostNames = 1000; // bounded, because a name that cannot be examined counts as taken
-    std::string const stem = _name + ".damaged-" + timeInUtc();
-    std::string name = stem;
-    for (int number = 2; _disk.exists(text(name)); ++number) {
-        if (number > mostNames)
-            return ".";
-        name = stem + '-' + std::to_string(number);
-    }
-    return name;
+    return filesystem::nameForDamaged(_disk, _name);
 }
 
 std::string DiskFile::moveAsideAsDamaged() {
@@ -203,16 +182,8 @@ std::string DiskFile::moveAsideAsDamaged() {
     return _disk.moveAside(text(_name), text(name)) ? name : std::string();
 }
 
-/** The names begin with the same text and then have the time, so sorting by name sorts by age. */
 void DiskFile::removeOldestDamaged() {
-    std::string const stem = _name + ".damaged-";
-    std::vector<std::string> names;
-    for (filesystem::DirEntry const& entry : _disk.getFileList(QString()))
-        if (std::string const name = entry.name.toStdString(); name.compare(0, stem.size(), stem) == 0)
-            names.push_back(name);
-    std::sort(names.begin(), names.end());
-    for (std::size_t i = 0; i + mostSetAside < names.size(); ++i)
-        _disk.remove(text(names[i]));
+    filesystem::removeOldestDamaged(_disk, _name);
 }
 
 } // namespace velmorand::live

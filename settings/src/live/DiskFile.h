@@ -54,10 +54,7 @@ public:
     /** Replaces the file atomically and durably; the old file is kept as `keptAs` unless that is empty. */
     [[nodiscard]] Replaced replace(filesystem::TreeImage const& image, std::string const& keptAs);
 
-    /**
-     * An unused name under which to keep the damaged file; it contains the time in UTC. If none can be found, the
-     * result is a name that no file can have.
-     */
+    /** An unused name under which to keep the damaged file, as `filesystem::nameForDamaged` gives it. */
     [[nodiscard]] std::string nameForDamaged();
 
     /**
