@@ -66,7 +66,8 @@ std::optional<std::string> Locks::entryFor(std::string const& name) const {
 
 std::string Locks::objectionTo(std::string const& name) const {
     auto const entry = entryFor(name);
-    return entry ? "the administrator has locked " + (*entry == name ? "it" : *entry) : std::string();
+    return entry ? "the administrator has locked " + (*entry == name ? "it" : inQuotes(*entry))
+                 : std::string();
 }
 
 Locks const& locksOf(_Register const& settings) {

@@ -256,7 +256,7 @@ TEST_F(Import, RefusesSettingsInAGroupLockedSinceTheProgramStarted) {
     LiveSettings live(options());
     lock("editor/window");
     ImportReport const report = importOld(live);
-    EXPECT_EQ("the administrator has locked editor/window", refusalOf(report, "window/width"));
+    EXPECT_EQ("the administrator has locked \"editor/window\"", refusalOf(report, "window/width"));
     EXPECT_EQ(Outcome::set, outcomeOf(report, "size"));
     EXPECT_FALSE(Group("editor").contains("window", SCOPE_USER));
 }

@@ -493,7 +493,7 @@ TEST_F(Live, FollowTheAdministratorsLocks) {
     ASSERT_TRUE(live.sync().saved);
     EXPECT_TRUE(property.isLocked());
     EXPECT_EQ(2, property.get());
-    EXPECT_EQ("cannot write \"a/x\": the administrator has locked a", failure([&] { property.set(3); }));
+    EXPECT_EQ("cannot write \"a/x\": the administrator has locked \"a\"", failure([&] { property.set(3); }));
     administer("lock b");
     ASSERT_TRUE(live.sync().saved);
     EXPECT_FALSE(property.isLocked());

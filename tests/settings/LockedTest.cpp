@@ -252,7 +252,8 @@ TEST(Locked, CannotBeWritten) {
 
 TEST(Locked, ErrorsNameTheLockedGroup) {
     lock({"a"});
-    EXPECT_EQ("cannot write \"a/b/x\": the administrator has locked a", failure([] { write("a/b/x", 2); }));
+    EXPECT_EQ("cannot write \"a/b/x\": the administrator has locked \"a\"",
+              failure([] { write("a/b/x", 2); }));
 }
 
 TEST(Locked, CanBeWrittenInTheOtherScopes) {

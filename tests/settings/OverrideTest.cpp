@@ -234,7 +234,7 @@ TEST(Override, IsInPlaceIfAListenerThrows) {
 TEST(Override, IsRefusedForALockedSetting) {
     Property<int> const property{"a/x"};
     write("velmorand/locked", std::vector<std::string>{"a"}, SCOPE_GLOBAL);
-    EXPECT_EQ("cannot override \"a/x\": the administrator has locked a",
+    EXPECT_EQ("cannot override \"a/x\": the administrator has locked \"a\"",
               failure([&] { property.override(9); }));
     EXPECT_FALSE(property.isOverridden());
     EXPECT_EQ(0, property.get());
