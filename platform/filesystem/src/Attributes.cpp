@@ -22,8 +22,8 @@ bool isMissing() {
 }
 
 /**
- * Calls `read(target, room)` with the usual room and, if that is too small, again with room for `most` bytes. Result:
- * nothing on failure.
+ * Calls `read(target, room)` with a small buffer and, if that is too small, again with one of `most` bytes.
+ * Result: the bytes read; nothing on failure.
  */
 template <class Read>
 std::optional<std::string> readWhole(Read const& read, std::size_t most) {
@@ -60,7 +60,7 @@ bool isComputed(std::string_view name) {
     return name == "security.ima" || name == "security.evm";
 }
 
-/** Whether the attribute may be an access control list of another kind than POSIX, such as that of NFSv4. */
+/** Whether an attribute may be an access control list that is not a POSIX one, such as an NFSv4 list. */
 bool isOfAccess(std::string_view name) {
     constexpr std::string_view system = "system.";
     return name.substr(0, system.size()) == system;

@@ -12,15 +12,15 @@ namespace filesystem {
 [[nodiscard]] std::uint32_t checksumOf(std::string_view bytes);
 
 /**
- * The CRC-32 of a sequence of bytes, kept as those of its pieces, so that for a similar sequence only the pieces that
- * differ are computed.
+ * The CRC-32 of a sequence of bytes, stored as the checksums of its pieces. For a similar sequence, only the pieces
+ * that differ must be computed.
  */
 class PieceChecksums {
 public:
-    /** For no bytes. */
+    /** The checksum of an empty sequence. */
     PieceChecksums() = default;
 
-    /** For bytes that share their first `prefix` and their last `suffix` bytes with those of `similar`. */
+    /** The first `prefix` and the last `suffix` bytes must equal those of the sequence of `similar`. */
     PieceChecksums(std::string_view bytes, PieceChecksums const& similar, std::size_t prefix,
                    std::size_t suffix);
 

@@ -11,7 +11,7 @@ struct DirectAccess {
     static Tree const& tree(RAMFileSystem const& fileSystem) { return *fileSystem._tree; }
     static Tree& tree(RAMFileSystem& fileSystem) { return *fileSystem._tree; }
 
-    /** For listing directories, which may sort their children but changes no entry. */
+    /** For listing directories: listing may sort the children of a directory, but does not change any entry. */
     static Tree& treeToList(RAMFileSystem const& fileSystem) { return *fileSystem._tree; }
 };
 

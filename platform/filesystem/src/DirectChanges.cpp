@@ -92,7 +92,7 @@ private:
     Tree& _tree;
     std::string_view _directory;
     Tree::Apart _contents;
-    std::vector<NodeId> _made; ///< the new nodes, except those below another one
+    std::vector<NodeId> _made; ///< the outermost node that each change has created, in this order
     std::vector<Replaced> _replaced;
     std::vector<NodeId> _removed;
 };

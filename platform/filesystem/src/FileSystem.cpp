@@ -111,8 +111,8 @@ void FileSystem::skip(FileHandle* handle, int count) {
     if (end >= 0)
         seek(handle, position + std::clamp(long{count}, -position, std::max(position, end) - position),
              ORIGIN_BEGIN);
-    // If the size does not fit into a `long`, only `seek` knows the end. From a position that does not fit either, an `int`
-    // cannot lead to before the start.
+    // The size does not fit into a `long`, so `seek` determines whether the target is inside the file. A position that
+    // does not fit either is so large that skipping back by an `int` cannot reach the start.
     else if (!seek(handle, count, ORIGIN_CURRENT))
         seek(handle, 0, count < 0 && position >= 0 ? ORIGIN_BEGIN : ORIGIN_END);
 }

@@ -20,8 +20,8 @@ namespace {
 
 constexpr int hopLimit = 40; // the same limit on symbolic links as in Linux
 
-// Directories and links on the path are watched only for changes of themselves, so that their neighbours cause no
-// events.
+// For directories and links on the path, only events about the directory or link itself are watched, so that changes to
+// its neighbours cause no events.
 constexpr std::uint32_t ownEvents = IN_DELETE_SELF | IN_MOVE_SELF;
 constexpr std::uint32_t linkEvents = ownEvents | IN_ATTRIB | IN_DONT_FOLLOW;
 constexpr std::uint32_t entryEvents = IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_CREATE | IN_DELETE;

@@ -50,7 +50,7 @@ std::size_t commonSuffix(std::string_view left, std::string_view right) {
  */
 struct Likeness {
     Likeness(std::string_view payload, IndexedTree const* similar) {
-        // If the other payload is not in order, its index lists the children of some directory in another order.
+        // An index can be reused only if its entries are in the same order as in the payload.
         if (similar == nullptr || !similar->isInOrder)
             return;
         other = similar;

@@ -46,7 +46,7 @@ private:
     };
 
     static constexpr std::size_t wordBits = 64;
-    static constexpr std::size_t mostBytes = 16'777'216; ///< of paths; above that, all counts as changed
+    static constexpr std::size_t mostBytes = 16'777'216; ///< of paths; above it, everything counts as changed
 
     void record(NodeId id) noexcept;
     void add(NodeId id);

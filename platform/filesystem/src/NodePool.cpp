@@ -19,7 +19,7 @@ NodePool::~NodePool() {
         (*this)[id].freeAll();
 }
 
-/** A number that has never been used. Its node looks like a released one, the last in the list. */
+/** A number that has never been used. Its node is initialised like the last one in the list of released nodes. */
 NodeId NodePool::makeNew() {
     if (_made == std::numeric_limits<NodeId>::max())
         throw std::bad_alloc();

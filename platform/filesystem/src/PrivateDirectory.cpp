@@ -83,7 +83,7 @@ DirectoryLock::Outcome DirectoryLock::take(std::string const& path, std::chrono:
     }
 }
 
-/** Result: `timedOut` if another process holds the lock. */
+/** Result: `timedOut` if the lock is held already, or the directory was removed or replaced meanwhile. */
 DirectoryLock::Outcome DirectoryLock::tryOnce(std::string const& path) {
     Descriptor directory = openDirectory(AT_FDCWD, path);
     if (!directory.isOpen())

@@ -274,7 +274,7 @@ bool RAMFileSystem::serialize(QString const& path, FileHandle& handle) const {
     FileSystem& target = handle.fileSystem();
     auto const bytes = encodeTree(*_tree, isDirectoryAt(*_tree, id) ? id : noNode);
     if (!bytes) {
-        // A failed write, so that closing the handle leaves the existing file unchanged.
+        // Fails on purpose: after a failed write, closing the handle leaves the existing file unchanged.
         target.write(&handle, nullptr, 1);
         errno = EAGAIN;
         return false;

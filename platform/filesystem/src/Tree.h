@@ -67,8 +67,9 @@ public:
     [[nodiscard]] std::vector<NodeId> const& children(NodeId directory);
 
     /**
-     * Whether the children of a directory are in ascending order. As long as `children` has not sorted them, they have
-     * then been added in that order, and their names are distinct.
+     * Whether the children of a directory are known to be in ascending byte order of their names. This is so if they
+     * were added in that order, in which case their names are distinct, and once `children` or a removal has sorted
+     * them.
      */
     [[nodiscard]] bool areOrdered(NodeId directory) const;
 
