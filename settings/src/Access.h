@@ -47,8 +47,8 @@ public:
     explicit operator bool() const noexcept { return _register != nullptr; }
 
     /**
-     * Whether this thread did not hold the lock before. Does not notice if the thread has locked the register's mutex
-     * directly.
+     * Whether this object is the thread's only hold on the lock. A lock that the thread has taken directly through the
+     * register's mutex does not count.
      */
     [[nodiscard]] bool isOutermost() const noexcept { return holdsOfThisThread() == 1; }
 

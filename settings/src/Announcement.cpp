@@ -24,9 +24,10 @@ void announce(_Register& settings, void* sender, std::set<std::string> names) {
     for (std::string const& name : names)
         expectAnnouncement(name);
     std::set<std::string>& pending = Pending::names(settings);
-    pending.merge(names); // leaves in `names` those that were pending already
+    pending.merge(names); // `names` keeps those that were already pending
     settings.notify(sender);
-    // Inside a listener, `notify` skips the names that an outer announcement includes, but these have changed again.
+    // If this runs inside a listener, `notify` skips the names that an outer announcement includes. They have changed
+    // again, so they are announced again.
     for (std::string const& name : names)
         if (pending.count(name) != 0)
             settings.markAsChanged(sender, name);

@@ -94,11 +94,12 @@ void multiply(std::string& digits, std::int64_t factor) {
 }
 
 /**
- * Divides a number, given by its decimal digits, and appends digits after the point.
- * Result: how many. A quotient of more digits than a `double` can depend on is cut after them, and ends in a 1.
+ * Divides a number, given by its decimal digits, and appends the digits after the decimal point.
+ * Result: the number of digits appended. A long quotient is truncated after the digits that can affect a `double`, and
+ * a 1 is appended to represent the rest.
  */
 std::size_t divide(std::string& digits, std::int64_t divisor) {
-    constexpr std::size_t sufficient = 800; // halfway between two doubles, a number has fewer than 770
+    constexpr std::size_t sufficient = 800; // midpoints of adjacent doubles have under 770 significant digits
     std::size_t const whole = digits.size();
     std::int64_t rest = 0;
     for (std::size_t i = 0; i < whole || (rest != 0 && i < whole + sufficient); ++i) {
@@ -158,8 +159,8 @@ std::optional<std::int64_t> wholeDuration(std::string const& text, TimeUnit unit
     return product;
 }
 
-// Calculates in decimal: the result is the number nearest to the exact duration, on every machine. Floating-point
-// arithmetic would round twice, and on i386 in another way.
+// Calculates in decimal, so that the result is the number nearest to the exact duration on every machine.
+// Floating-point arithmetic would round twice, and differently on i386.
 std::optional<double> duration(std::string const& text, TimeUnit unit) {
     auto const parts = split(text, unit);
     if (!parts || parts->number.empty())

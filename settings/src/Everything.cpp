@@ -32,7 +32,7 @@ struct Open : _Register {
     }
 };
 
-/** The listeners to everything, and the keys; each listener has an entry under each key. */
+/** The listeners to everything. Each has an entry in the register under each of `keys`. */
 struct Everything {
     std::set<std::string, std::less<>> keys;
     std::vector<_Register::Callback*> listeners;

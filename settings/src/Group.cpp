@@ -228,7 +228,7 @@ Group Group::rename(std::string const& name, void* sender) const {
 
 std::string levelFrom(std::string_view text) {
     if (text.empty())
-        return "%"; // no other text gives this level
+        return "%"; // unambiguous, because the text "%" becomes "%25"
     bool const isText = isUtf8(text);
     bool const isReserved = text == "." || text == "..";
     constexpr std::string_view digits = "0123456789ABCDEF";

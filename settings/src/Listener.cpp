@@ -26,7 +26,10 @@ void reportThrown(std::string const& name, char const* byWhom, std::string const
 class Listener::Entry final : public utils::properties::_Register::Callback,
                               public std::enable_shared_from_this<Entry> {
 public:
-    /** Without a sender to ignore, the owner is the object's own address, which is never a sender. */
+    /**
+     * Without a sender to ignore, the owner is the object's own address, which is never a sender. A null owner would
+     * make the register skip the listener for every write without a sender.
+     */
     Entry(std::string const& key, Hears hears, Function call, void* sender)
         : _key(cleanName(key)), _hears(hears), _call(std::move(call)),
           _sender(sender != nullptr ? sender : this) {}

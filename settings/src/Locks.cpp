@@ -56,8 +56,8 @@ Locks::Locks(std::vector<std::string> const& list) {
 
 std::optional<std::string> Locks::entryFor(std::string const& name) const {
     std::string const whole = name + '/';
-    // Only the last entry that is not greater can lock the name: any text between an entry and a name that begins with
-    // that entry also begins with it, so it is not an entry.
+    // No entry is a prefix of another one. So if an entry is a prefix of `whole`, no other entry sorts between the two,
+    // because it would begin with that entry. It is enough to check the last entry that is not greater than `whole`.
     auto const next = std::upper_bound(_entries.begin(), _entries.end(), whole);
     if (next == _entries.begin() || !beginsWith(whole, *std::prev(next)))
         return std::nullopt;

@@ -47,7 +47,7 @@ public:
     }
 
 private:
-    /** While a listener is called: the changes that it makes have a writer, the listener. */
+    /** Suspends `Unwritten` while a listener is called: the listener can catch the exceptions of its own changes. */
     class Written {
     public:
         Written() : _outer(std::exchange(_isNow, false)) {}

@@ -17,10 +17,10 @@ using GiveUp = std::function<bool()>;
 /** Releases the lock that `takeLock` has taken. */
 void giveLockBack();
 
-/** How many times this thread holds the settings' lock, as far as this library knows. */
+/** How many times this thread holds the settings' lock, except locks taken directly through the register's mutex. */
 [[nodiscard]] int holdsOfThisThread() noexcept;
 
-/** Counts the lock that the register, not this library, holds while it calls a listener. */
+/** Adds to `holdsOfThisThread` the lock that the register itself holds while it calls a listener. */
 class RegistersHold {
 public:
     RegistersHold() noexcept;

@@ -147,7 +147,7 @@ DiskFile::Replaced DiskFile::replace(TreeImage const& image, std::string const& 
     errno = EIO;
     if (disk.write(handle, image.bytes().data(), size) != size || !disk.flush(handle))
         return failed(errno);
-    // Only now that the new content is on the disk: a failed save must not replace the previous file.
+    // After the new content has reached the disk, because a failed save must not replace the previous file.
     if (!keptAs.empty() && !disk.keepAs(text(_name), text(keptAs)) && errno != ENOENT)
         return failed(errno);
     Identity written{disk.stamp(handle), std::string(image.bytes().substr(0, headSize))};

@@ -82,7 +82,8 @@ private:
     std::string _name;
     std::string _path;
     filesystem::RealFileSystem _disk;
-    std::optional<Identity> _known; ///< empty until the first reading; has no stamp if the file is missing
+    /** The version last read or written, empty if it is unknown. If the file was missing, its stamp has no number. */
+    std::optional<Identity> _known;
 };
 
 } // namespace velmorand::live

@@ -45,7 +45,8 @@ Image recover(Files& files, Events& events) {
         return empty();
     Reading const previous = files.previous.read();
     bool const isRecovered = previous.found == Found::sound;
-    // Replaced atomically, so that no process finds the file missing, and takes it for empty.
+    // A sound previous file replaces the damaged one atomically: a process that found no file would start without
+    // settings.
     std::string keptAs = isRecovered ? files.user.nameForDamaged() : files.user.moveAsideAsDamaged();
     if (isRecovered && !files.user.replace(*previous.image, keptAs).isInPlace)
         keptAs.clear(); // the next save tries again

@@ -49,8 +49,9 @@ public:
     Memory(utils::properties::_Register& theRegister, Image user, Image global, std::function<void()> wake);
 
     /**
-     * Applies all posted merges, then collects the changes of this process. These include earlier collections that are
-     * not in the file yet, because another thread is still merging them or has failed to. Takes the register's lock.
+     * Applies all posted merges, then collects the changes of this process. These include changes that were collected
+     * earlier but are not in the file yet, because another thread is still merging them or the merge has failed. Takes
+     * the register's lock.
      * Result: nothing if the caller gives up waiting for the lock, or after `end`.
      */
     [[nodiscard]] std::optional<Collected> collect(void* sender, GiveUp const& giveUp);
@@ -77,8 +78,8 @@ public:
     void end();
 
     /**
-     * Whether all changes are saved. Takes the register's lock; if the caller gives up waiting for it, the result is
-     * true, since nothing could be collected anyway.
+     * Whether all changes are saved. Takes the register's lock. After `end`, or if the caller gives up waiting for the
+     * lock, the result is true, because nothing more could be collected.
      */
     [[nodiscard]] bool isSaved(GiveUp const& giveUp) const;
 

@@ -107,7 +107,7 @@ std::string Synchroniser::bringIntoFile(Collected const& collected, Merged& merg
     bool const isOther = !_isFileMissing && result->bytes() != theirs->bytes();
     std::string failure;
     if (isMade || isOther || !damage.empty() || (!_isFileMissing && !_isFileDurable)) {
-        // If the file is only made durable, the previous one has been kept already.
+        // If the content stays the same and is only made durable, the previous file has been kept already.
         std::string const keptAs = !damage.empty()     ? _files.user.nameForDamaged()
                                    : isMade || isOther ? previousFileName
                                                        : "";
