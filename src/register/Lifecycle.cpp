@@ -25,8 +25,8 @@ void closeRegister() {
 
 } // namespace
 
-// Initialised in this order when the library is loaded. The strings are destroyed after the register, because its
-// destruction is registered later. The lock is never destroyed, so it can be taken at any time, even during exit.
+// Initialised in this order when the library is loaded. The register is created later than the strings, so it is
+// destroyed before them. The lock is never destroyed, so it can be taken at any time, even during exit.
 std::string _Register::_VL_REGISTER_NAME = "Velmorand.dat";
 boost::recursive_mutex* _Register::_mutex = new boost::recursive_mutex;
 std::string _Register::_TempRegisterPath = "/temp/";

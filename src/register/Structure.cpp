@@ -105,7 +105,7 @@ std::set<filesystem::DirEntry> _Register::propertyList(std::string const& group,
     if (!isDirectory(path))
         throw Exception(group + " does not exist or is not a group.");
     std::set<filesystem::DirEntry> entries = getFileList(path);
-    if (!direct::isOpen(*this)) // this project's own file system never lists them
+    if (!direct::isOpen(*this)) // this project's own file system never lists "." and ".."
         for (char const* const unlisted : {".", ".."})
             entries.erase({QString::fromLatin1(unlisted)});
     return entries;

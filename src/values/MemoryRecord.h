@@ -102,8 +102,8 @@ public:
     }
 
     /**
-     * Replaces the elements of a list with the first ones in the record: if they have a fixed size, with all complete
-     * ones; otherwise with at most as many as the list has, whose memory is reused. Result: their number.
+     * Replaces the list with the first elements of the record, at most `count`. Result: their number.
+     * Elements of a fixed size: all that are complete. Others: at most as many as the list has, to reuse their memory.
      */
     template <class Field, class Element>
     int readAhead(int count, std::vector<Element>& list) {

@@ -22,10 +22,13 @@
  *     list     'L' element tag, count, then each element without its tag
  *
  * Records are written to any sink with `writeByte`, `writeInt` and `writeBytes`, and read from any source with
- * `readByte`, `readInt` and `readBytes`, one call per field. Only the tags are checked: fields that are missing at the
- * end of a record have the value that the source gives them, and bytes after a record are never read. Before the
- * elements of a list are read, `readAhead` clears the list; the source may also read the first elements there, in a
- * faster way, and returns their number. In the same way a sink may write the first elements in `writeAhead`.
+ * `readByte`, `readInt` and `readBytes`, one call per field, and one per byte of a number. Only the tags are checked:
+ * fields that are missing at the end of a record have the value that the source gives them, and bytes after a record
+ * are never read.
+ *
+ * Lists have a fast path: `readAhead` clears the list, or replaces it with the first elements of the record, and
+ * returns their number. The remaining elements are read one by one. Likewise, `writeAhead` may write the first
+ * elements, and returns their number.
  */
 namespace utils::properties {
 
