@@ -16,9 +16,15 @@
 #include "support/Failure.h"
 #include "support/TemporaryDirectory.h"
 
-// Directories that no program should use: as the register's global or user directory, and as the root that
-// `_test_register_path` gets, with the bare name of a register file and with a name in a subdirectory. The directory
-// around the working directory contains
+// Directories that no program should use, passed as
+//
+//     asGlobal      the register's global directory
+//     asUser        the register's user directory
+//     testFile      the root of `_test_register_path`, with the bare name of a register file
+//     testDeep      the same, with a name in a subdirectory
+//     testAsFile    the name of the register file in `_test_register_path`
+//
+// The directory around the working directory contains
 //
 //     file          "content"
 //     sub/inner     "inner"
@@ -30,7 +36,7 @@
 //     ready         the register exists, and its temporary scope has both directories as given
 //     +p +p/        a register file or directory was created
 //
-// The register starts with any directory. If it cannot save there, nothing is saved.
+// The register starts with every one of these directories. If it cannot save, it does not report that.
 
 namespace {
 

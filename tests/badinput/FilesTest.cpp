@@ -25,7 +25,7 @@
 //     loop        ->     loop
 //
 // The notation of outcomes is described in `Files.h`; paths start at the directory around the root. The unique name
-// below the loop is left out: a path that cannot be examined counts as existing, so all names would be tried.
+// below the loop is empty: a path that cannot be examined counts as existing.
 //
 // Symbolic links below the root belong to the administrator: they are followed, even out of the root. The text of a
 // path cannot lead out of it.

@@ -8,19 +8,20 @@
 #include "badinput/Registers.h"
 #include "support/ChildProcess.h"
 
-// Names that no program should give to the register, in the user scope, which contains the integer "g/x".
+// Names that no program should give to the register, in the user scope, which contains the integers "g/x" and "g/y".
 //
 // The notation of an outcome:
 //
 //     -            nothing is returned, nothing has changed
 //     yes, no      the result
 //     =text        the text, number or list returned
-//     value,other  the value read: the first of another kind, or the value of "g/x"
+//     other        the value of "g/x" was read
 //     handle       an open file
-//     +p  +p/      a property or group was created
-//     *p  *p:value a property's content was changed: to nothing, or to the record of the value to be written
+//     +p  +p/      an empty property or a group was created
+//     *p           the content of a property was removed
+//     :value       after +p or *p: the property has the record of the value to be written instead
 //     -p           a property was removed
-//     told         the listeners under this name were notified of it once
+//     told         the listener under this name was notified of it once
 //     !missing     PropertyNotFound
 //     !type        PropertyBadType
 //     !list        utils::Exception "% does not exist or is not a group."

@@ -48,7 +48,7 @@ TEST_P(NullListener, IsRefusedByAddCallback) {
     EXPECT_EQ("threw <Null callback.>",
               outcome([](auto& settings) { settings.addCallback("g/x", nullptr); }));
     EXPECT_EQ("threw <Null callback.>", outcome([](auto& settings) { settings.addCallback("", nullptr); }));
-    // No entry was added that a change would call.
+    // A change does not call the null listener.
     EXPECT_EQ("-", outcome([](auto& settings) { settings.markAsChanged(nullptr, "g/x"); }));
 }
 
@@ -67,11 +67,11 @@ TEST_P(NullListener, RemovesNoOtherListener) {
     EXPECT_EQ(1U, listener.told.size());
 }
 
-TEST_P(NullListener, IsUnrelatedToANullSender) {
+TEST_P(NullListener, LeavesANullSenderValid) {
     EXPECT_EQ("-", outcome([](auto& settings) { settings.notify(nullptr); }));
 }
 
-TEST_P(NullListener, IsUnrelatedToANullElementType) {
+TEST_P(NullListener, LeavesANullElementTypeValid) {
     subject.settings()._writeIntegers(nullptr, "list", {1}, badinput::SCOPE_USER);
     EXPECT_EQ(utils::properties::TYPE_LIST, subject.settings().readPropertyType("list", nullptr));
     EXPECT_EQ(utils::properties::TYPE_INTEGER, subject.settings().readPropertyType("g/x", nullptr));

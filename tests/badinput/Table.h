@@ -77,7 +77,7 @@ inline std::string listed(std::set<filesystem::DirEntry> const& entries) {
     return result;
 }
 
-/** A text for people: unprintable bytes as "\x01", and long runs of one or two characters abbreviated. */
+/** Makes a text printable: escapes other bytes as "\x01", and abbreviates long runs of one or two characters. */
 inline std::string readable(std::string const& text) {
     std::string result;
     for (std::size_t i = 0; i < text.size();) {

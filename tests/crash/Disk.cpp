@@ -275,7 +275,8 @@ Disk::Shown Disk::forEachState(long limit, std::mt19937& chance,
     for (long number = 0; number < (isEach ? count : limit); ++number) {
         auto rest = static_cast<std::size_t>(number);
         for (auto const& [name, contentsAt] : choices) {
-            // If only some states are shown, the register file takes its contents in turn, other names random ones.
+            // If only some states are shown, the register file has each of its contents in turn, and the other files
+            // have random ones of theirs.
             bool const inTurn = isEach || name == Trial::name;
             state[name] = contentsAt[(inTurn ? rest : chance()) % contentsAt.size()];
             if (isEach)

@@ -184,7 +184,7 @@ INSTANTIATE_TEST_SUITE_P(With, Failing,
                          [](auto const& test) { return test.param.first; });
 
 // A process cannot save on a failed disk, but must not damage the file.
-TEST(FailingForGood, FromAnyCallOnLeavesTheOldFileOrTheNew) {
+TEST(FailingPermanently, FromAnyCallOnLeavesTheOldFileOrTheNew) {
     Faults faults(fewSectors);
     Problems problems;
     for (Event const& call : faults.calls) {

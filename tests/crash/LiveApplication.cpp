@@ -191,7 +191,7 @@ private:
     std::filesystem::path _directory;
     crash::Sides _sides;
     int _state;
-    LiveSettings* _live = nullptr; ///< destroyed only by `end`, as in a killed process
+    LiveSettings* _live = nullptr; ///< not destroyed unless `end` or `check` does it
 };
 
 Application* atExit;

@@ -161,7 +161,7 @@ TEST(LiveFailingWithoutHardLinks, AtAnyCallLosesNothingAndIsReported) {
     }
 }
 
-TEST(LiveFailingForGood, FromAnyCallOnLeavesTheOldFileOrTheNew) {
+TEST(LiveFailingPermanently, FromAnyCallOnLeavesTheOldFileOrTheNew) {
     LiveFaults faults(fewSectors);
     Problems problems;
     for (Event const& call : faults.saving) {

@@ -29,8 +29,8 @@ struct Outcome {
 };
 
 /**
- * A register directory, and the processes that use it. It is in memory unless TMPDIR is set, which makes no difference
- * for killed processes and saves time.
+ * A register directory, and the processes that use it. Unless TMPDIR is set, the directory is in memory if possible:
+ * that is faster, and makes no difference to killed processes.
  */
 class Trial {
 public:

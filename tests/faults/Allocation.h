@@ -7,8 +7,8 @@ namespace faults {
 enum class Afterwards { memoryIsThere, nothingIsLeft };
 
 /**
- * While an object exists, the `nth` allocation since its construction fails, in any library. Only one may exist
- * at a time, in a process with a single thread.
+ * While an object exists, the `nth` allocation since its construction fails, in any library; under a sanitizer, only
+ * allocations by C++ code count. Only one object may exist at a time, in a process with a single thread.
  */
 class FailingAllocation {
 public:

@@ -65,8 +65,8 @@ std::ostream& operator<<(std::ostream& stream, Form form) {
 }
 
 /**
- * In which form of the register an operation consists of steps that remain if a later one fails: writing field by
- * field, or creating group by group. Then its partial result may remain; everything else must be unchanged.
+ * The form of the register in which an operation makes its changes one by one: it writes field by field, or creates
+ * group by group. If it fails there, the changes made so far may remain; everything else must be unchanged.
  */
 enum class InSteps { nowhere, whenDerived };
 

@@ -11,7 +11,7 @@
 
 namespace {
 
-/** Creates a file system while the `nth` allocation fails. Result: whether there were so many allocations. */
+/** Creates a file system while the `nth` allocation fails. Result: whether that allocation was reached. */
 bool failsToMakeOne(long nth) {
     faults::FailingAllocation const failing(nth, faults::Afterwards::memoryIsThere);
     try {

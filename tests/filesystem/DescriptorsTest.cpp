@@ -110,7 +110,7 @@ TEST_F(ClosedStandardStreams, AreNotReplacedByALock) {
     });
 }
 
-TEST_F(ClosedStandardStreams, DoNotLetALogIntoAFileBeingSaved) {
+TEST_F(ClosedStandardStreams, LeaveNoLogOutputInASavedFile) {
     std::string const bytes = someBytes(100'000);
     inDaemon([&] {
         EXPECT_EQ(0, linesLoggedDuring([&] {
@@ -139,7 +139,7 @@ TEST_F(ClosedStandardStreams, AreNotReplacedWhenThreadsOpenFilesAtOnce) {
     });
 }
 
-TEST_F(ClosedStandardStreams, DoNotLetALogIntoAModuleBeingLoaded) {
+TEST_F(ClosedStandardStreams, LeaveNoLogOutputInALoadedModule) {
     std::string const module = fileBytes(VELMORAND_TEST_MODULE_1);
     inDaemon([&] {
         RAMFileSystem memory;

@@ -8,7 +8,7 @@
 
 namespace {
 
-/** The directory part of each path in the left column is in the right one. */
+/** Expects the directory part of the first path of each pair to be the second. */
 void expectDirectories(std::map<std::string, std::string> const& table) {
     for (auto const& [path, directory] : table)
         EXPECT_EQ(directory, filesystem::dirName(QString::fromStdString(path)).toStdString()) << path;

@@ -45,7 +45,7 @@ TEST_F(RealRoot, NeedNotExistYet) {
     EXPECT_EQ("x", readFile(files, "later/f"));
 }
 
-TEST_F(RealRoot, CannotBeLeftThroughDots) {
+TEST_F(RealRoot, CannotBeEscapedWithDotDot) {
     putFile(at("outside"), "untouched");
     ASSERT_TRUE(files.mkdir(text("root")));
     ASSERT_TRUE(files.mkdir(text("root/a")));
@@ -313,7 +313,7 @@ void makeDeepTree(std::string const& path, int levels) {
     ::close(current);
 }
 
-TEST_F(RealRemove, RemovesTreesDeeperThanPathsAndDescriptorsReach) {
+TEST_F(RealRemove, RemovesTreesDeeperThanTheLimitsOnPathsAndDescriptors) {
     ASSERT_TRUE(files.mkdir(text("a")));
     makeDeepTree(at("a"), 2000);
     ASSERT_EQ(0, inChild([this] {
@@ -347,7 +347,7 @@ TEST_F(RealMakeDirectory, LeavesThePermissionsToTheMask) {
 
 using RealDates = OnDisk;
 
-TEST_F(RealDates, After2038DoNotKeepAFileFromBeingReadAndReplaced) {
+TEST_F(RealDates, After2038DoNotPreventReadingAndReplacingAFile) {
     putFile(at("f"), "old");
     if (!dateLate(at("f")))
         GTEST_SKIP() << "the file system cannot store the date";
@@ -360,7 +360,7 @@ TEST_F(RealDates, After2038DoNotKeepAFileFromBeingReadAndReplaced) {
     EXPECT_EQ("new", readFile(files, "f"));
 }
 
-TEST_F(RealDates, After2038DoNotKeepADirectoryFromBeingUsed) {
+TEST_F(RealDates, After2038DoNotPreventUsingADirectory) {
     ASSERT_TRUE(files.mkdir(text("a")));
     if (!dateLate(at("a")))
         GTEST_SKIP() << "the file system cannot store the date";

@@ -69,7 +69,7 @@ TEST_F(RegisterFileOnDisk, MayBeFollowedByMoreThanFitsIntoMemory) {
     EXPECT_TRUE(memory.isDirectory("/a"));
 }
 
-TEST_F(RegisterFileOnDisk, IsRefusedByItsFirstBytesHoweverLargeItIs) {
+TEST_F(RegisterFileOnDisk, IsRefusedForItsFirstBytesEvenIfItIsHuge) {
     putHugeFile("");
     EXPECT_EQ(at("f") + ": not a register file", refusal());
 }

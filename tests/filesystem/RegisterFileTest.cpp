@@ -340,7 +340,7 @@ TEST_F(Damaged, ByAnyFlippedBitIsRefused) {
     }
 }
 
-TEST_F(Damaged, ByBeingTruncatedIsRefused) {
+TEST_F(Damaged, ByTruncationIsRefused) {
     fill();
     std::string const bytes = saved("/user");
     for (std::size_t length = 0; length < bytes.size(); ++length)
@@ -378,7 +378,7 @@ TEST_F(Damaged, ByAnUnknownVersionIsRefused) {
     EXPECT_THAT(refusal("\xD9\xD9\xF7\x85\x02\x61xyz"s), HasSubstr("format version 2 is not supported"));
 }
 
-TEST_F(Damaged, ByNotBeingARegisterFileIsRefused) {
+TEST_F(Unserialize, RefusesAFileOfAnotherKind) {
     for (std::string const& bytes :
          {name("x"), "\xD9\xD9\xF6\x83\x01"s, "\xD9\xD9\xF7\xA0"s, "\xD9\xD9\xF7\x84\x01"s,
           "\xD9\xD9\xF7\x80\x02"s, "\xD9\xD9\xF7\x9F\x01"s, "\x83\x01\x00"s, "\xA0"s, "\x00"s})

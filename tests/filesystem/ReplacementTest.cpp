@@ -157,7 +157,7 @@ TEST_F(ReplaceFailing, AtTheFileSizeLimitIsReportedWithoutASignal) {
     EXPECT_EQ("old", fileBytes(at("f")));
 }
 
-TEST_F(ReplaceFailing, IsNotCausedByAFileOfExactlyTheSizeLimit) {
+TEST_F(ReplaceFailing, DoesNotHappenForAFileOfExactlyTheSizeLimit) {
     ASSERT_EQ(0, inChild([&] {
                   limitFileSize(200'000);
                   EXPECT_TRUE(writeFile(files, "f", someBytes(200'000)));
@@ -165,7 +165,7 @@ TEST_F(ReplaceFailing, IsNotCausedByAFileOfExactlyTheSizeLimit) {
     EXPECT_EQ(someBytes(200'000), fileBytes(at("f")));
 }
 
-TEST_F(ReplaceFailing, IsNotUndoneByALaterWrite) {
+TEST_F(ReplaceFailing, PersistsAfterALaterWrite) {
     putFile(at("f"), "old");
     ASSERT_EQ(0, inChild([this] {
                   limitFileSize(100'000);
@@ -292,7 +292,7 @@ TEST_F(ReplacePermissions, LetAnotherOwnersFileBeReplaced) {
     EXPECT_EQ("new", fileBytes(at("f")));
 }
 
-TEST_F(ReplacePermissions, OfAGroupAreNotGivenToAnother) {
+TEST_F(ReplacePermissions, OfTheOldGroupAreNotGivenToTheNewOne) {
     if (::geteuid() != 0)
         GTEST_SKIP() << "only root can give a file to another group";
     for (auto const& [before, after] :
@@ -306,7 +306,7 @@ TEST_F(ReplacePermissions, OfAGroupAreNotGivenToAnother) {
     }
 }
 
-TEST_F(ReplacePermissions, OfOthersAreNotGivenToAGroupThatHadFewer) {
+TEST_F(ReplacePermissions, OfOthersAreLimitedToThoseOfTheOldGroup) {
     if (::geteuid() != 0)
         GTEST_SKIP() << "only root can give a file to another group";
     for (auto const& [before, after] :
@@ -331,7 +331,7 @@ TEST_F(ReplacePermissions, RevokedWhileTheFileIsWrittenAreNotRestored) {
     EXPECT_EQ(0600U, permissions(at("f")));
 }
 
-TEST_F(ReplacePermissions, ToRunAsTheOwnerAreNotGivenToAnotherOwner) {
+TEST_F(ReplacePermissions, DropSetUserIdIfTheOwnerChanges) {
     if (::geteuid() != 0)
         GTEST_SKIP() << "only root can give a file to another owner";
     putFile(at("f"), "old");

@@ -411,7 +411,7 @@ TEST_F(SystemCalls, ThatAreInterruptedAreRepeated) {
         }
 }
 
-TEST_F(SystemCalls, ThatFindTheTemporaryFileLockedAreRepeatedWithAnotherName) {
+TEST_F(SystemCalls, ThatFindTheTemporaryFileLockedLeadToAnotherName) {
     putFile(at("file"), "old");
     EXPECT_TRUE(
         withFault({1, EWOULDBLOCK, "flock", false}, [&] { EXPECT_TRUE(writeFile(files, "file", "new")); }));
@@ -446,7 +446,7 @@ TEST_F(SystemCalls, ThatCannotFlushADirectoryAreIgnored) {
     EXPECT_EQ("new", fileBytes(at("file")));
 }
 
-TEST_F(SystemCalls, ThatCannotReadADirectorySyncTheFileSystemInstead) {
+TEST_F(SystemCalls, ThatCannotOpenADirectoryForReadingLeadToSyncfs) {
     putFile(at("file"), "old");
     // The first one opens the directory for reading.
     Fault const unreadable = {1, EACCES, "openat", false};
@@ -460,13 +460,13 @@ TEST_F(SystemCalls, ThatCannotReadADirectorySyncTheFileSystemInstead) {
     EXPECT_TRUE(withFault({1, EINTR, "syncfs", false}, [&] { EXPECT_TRUE(files.close(handle)); }));
 }
 
-TEST_F(SystemCalls, ThatCannotKeepAnAccessListGrantLess) {
+TEST_F(SystemCalls, ThatFailToCopyAnAccessListLeaveRightsOnlyToTheOwner) {
     if (!hasAccessLists(directory.string()))
         GTEST_SKIP() << "the file system has no access control lists";
     for (int const kind : {EPERM, ENOTSUP, ENOSPC, EACCES, EIO})
         for (char const* const call : {"fgetxattr", "fsetxattr"}) {
             if (kind == ENOTSUP && std::string(call) == "fgetxattr")
-                continue; // means that the file system does not support lists
+                continue; // this error means that the file system does not support lists
             clear();
             putFile(at("file"), "old");
             ASSERT_TRUE(
@@ -479,7 +479,7 @@ TEST_F(SystemCalls, ThatCannotKeepAnAccessListGrantLess) {
         }
 }
 
-TEST_F(SystemCalls, ThatCannotRemoveAnInheritedAccessListGrantLess) {
+TEST_F(SystemCalls, ThatFailToRemoveAnInheritedAccessListLeaveRightsOnlyToTheOwner) {
     if (!hasAccessLists(directory.string()))
         GTEST_SKIP() << "the file system has no access control lists";
     putFile(at("file"), "old");
@@ -503,7 +503,7 @@ TEST_F(SystemCalls, ThatCannotListAttributesKeepTheAccessList) {
     EXPECT_EQ(0660U, permissions(at("file")));
 }
 
-TEST_F(SystemCalls, ThatFailToReadARegisterFileAreNotTakenForDamage) {
+TEST_F(SystemCalls, ThatFailToReadARegisterFileAreNotReportedAsDamage) {
     RAMFileSystem memory;
     FileHandle* handle = openedForWriting(files, "file");
     ASSERT_TRUE(memory.serialize(*handle));

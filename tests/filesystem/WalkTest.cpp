@@ -166,7 +166,7 @@ TEST_F(WalkOf, AFileHasNoEntries) {
     EXPECT_FALSE(Walk(files, "elsewhere").next());
 }
 
-TEST_F(WalkOf, AnotherFileSystemContinuesAfterAMove) {
+TEST_F(WalkOf, ADirectoryContinuesAfterAnAssignmentAndAMove) {
     file("a");
     RAMFileSystem other;
     Walk walk(other, "top");

@@ -2,8 +2,8 @@
 //
 // usage: exchange write|check DIRECTORY
 //
-// Writes a register file with records of every kind, or checks that a register file has just these records. The exit
-// status is 0 when it has.
+// Writes a register file with records of every kind, or checks that a register file has exactly these records. The exit
+// status is 0 on success.
 #include <climits>
 #include <cstdint>
 #include <cstring>
@@ -24,7 +24,7 @@ std::vector<double> numbers() {
     using Limits = std::numeric_limits<double>;
     std::vector<double> values{
         0.0, -0.0, 1.0, -1.5, 0.1, Limits::max(), Limits::min(), Limits::denorm_min(), -Limits::infinity()};
-    // NaNs with a content, a quiet and a signalling one; by their bits, which a register for numbers may change.
+    // A quiet and a signalling NaN with payloads. Copied as bits, because a floating-point register may change them.
     for (std::uint64_t const bits : {0x7FF8DEAD0000BEEFU, 0xFFF0000000000001U})
         std::memcpy(&values.emplace_back(), &bits, sizeof bits);
     return values;

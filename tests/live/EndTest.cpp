@@ -72,7 +72,7 @@ TEST_F(LiveAtTheEnd, SaveAtAnExitFromTheEventListener) {
     expectStored("a/x", 2);
 }
 
-TEST_F(LiveAtTheEnd, LetAChildExitThatWasForkedWhileAnotherThreadHeldTheLock) {
+TEST_F(LiveAtTheEnd, AllowAForkedChildToExitEvenIfAnotherThreadHeldTheLock) {
     ASSERT_EQ(0, inChild([this] {
                   LiveSettings const live(options);
                   write("a/x", 1);
@@ -94,7 +94,7 @@ TEST_F(LiveAtTheEnd, LetAChildExitThatWasForkedWhileAnotherThreadHeldTheLock) {
     expectStored("a/x", 1);
 }
 
-TEST_F(LiveAtTheEnd, LetAChildExitThatWasForkedWhileOtherThreadsSaved) {
+TEST_F(LiveAtTheEnd, AllowAForkedChildToExitEvenIfOtherThreadsWereSaving) {
 #ifdef UNDER_A_SANITIZER
     GTEST_SKIP() << "the sanitizer's allocator may be locked in a child forked while another thread runs";
 #endif

@@ -48,7 +48,7 @@ TYPED_TEST(Recording, TakesNoLock) {
     EXPECT_TRUE(lockWasFree);
 }
 
-TYPED_TEST(Recording, IsSeenUnderALockThatItsCallerHolds) {
+TYPED_TEST(Recording, KeepsALockThatItsCallerHolds) {
     boost::unique_lock<boost::recursive_mutex> const lock(*utils::properties::_Register::_mutex);
     std::string const name(100, 'x');
     lockWasFree = true;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What a program that is compiled without exceptions can use of the headers with types of settings.
+// Uses the headers for types of settings as far as a program that is compiled without exceptions can.
 #include <chrono>
 #include <string>
 

@@ -6,5 +6,5 @@
 
 enum class Unnamed {};
 
-// Must not compile: TYPE is not the type of a property.
+// Must not compile: properties cannot be of type TYPE.
 velmorand::Property<TYPE> property{"a/b"};

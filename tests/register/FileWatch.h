@@ -27,7 +27,7 @@ public:
     FileWatch& operator=(FileWatch const&) = delete;
     ~FileWatch() { ::close(_queue); }
 
-    /** The number of times that a new file has been moved to the name. */
+    /** The number of times that a file was moved to the name or created under it. */
     int replacements() {
         update();
         return _replacements;

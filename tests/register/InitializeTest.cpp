@@ -155,7 +155,7 @@ TEST(Initialize, WritesNothingToTheGlobalDirectory) {
     EXPECT_TRUE(std::filesystem::is_empty(directories.global.path()));
 }
 
-TEST(Initialize, ASecondTimeChangesThePathsButLoadsNothing) {
+TEST(Initialize, ChangesThePathsButLoadsNothingTheSecondTime) {
     Directories const first;
     Directories const second;
     saveInteger(first.user.string(), "first", 1);
@@ -173,7 +173,7 @@ TEST(Initialize, ASecondTimeChangesThePathsButLoadsNothing) {
     EXPECT_EQ(3, savedInteger(second.user.string(), "first"));
 }
 
-TEST(Initialize, AfterTheFirstUseLoadsNothing) {
+TEST(Initialize, LoadsNothingAfterTheFirstUse) {
     Directories const directories;
     saveInteger(directories.user.string(), "x", 1);
     EXPECT_EQ(0, inChild([&] {

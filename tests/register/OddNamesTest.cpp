@@ -70,7 +70,7 @@ TYPED_TEST(OddNames, APropertyEndingInASlashCreatesOnlyTheGroup) {
     EXPECT_TRUE(this->settings.groupExists("a", SCOPE_USER));
 }
 
-TYPED_TEST(OddNames, OnlySlashesNameTheScope) {
+TYPED_TEST(OddNames, ANameOfOnlySlashesMeansTheScope) {
     this->settings.addGroup("//", SCOPE_USER);
     this->settings.addProperty("/", SCOPE_USER);
     EXPECT_EQ(Names{}, names(this->settings.propertyList("///", SCOPE_USER)));

@@ -52,7 +52,7 @@ TEST(DeclaredProperties, AreSortedByName) {
     EXPECT_THAT(declaredNames(), ElementsAre("a/x", "b"));
 }
 
-TEST(DeclaredProperties, ExistWhileTheirPropertyExists) {
+TEST(DeclaredProperties, AreListedUntilTheLastCopyIsDestroyed) {
     std::optional<Property<int>> copy;
     {
         Property<int> const original{"a"};

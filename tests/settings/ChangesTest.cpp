@@ -217,7 +217,7 @@ TEST_F(Transaction, MayBeAppliedAgainAfterAFailure) {
     EXPECT_EQ(5, width.get());
 }
 
-TEST_F(Transaction, HasTheChangesOfTheOneItIsCopiedFrom) {
+TEST_F(Transaction, IsCopiedWithItsChanges) {
     changes.set(width, 5);
     Changes copy(changes);
     Changes assigned;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The conversion of numbers between types. Compiled with optimisation, which on i386 lets floating-point numbers have
-// more digits than their type.
+// The conversion of numbers between types. Compiled with optimisation, because on i386 floating-point numbers may then
+// have more precision than their type.
 
 #include <cmath>
 #include <cstdint>
@@ -99,7 +99,7 @@ TEST(NumberToFloat, IsRoundedToTheNearest) {
     Property<float> const setting{"a/x"};
     EXPECT_EQ(11'744'051.0L / twoTo24, static_cast<long double>(setting.get()));
     Property<float> const limited{"a/y", 1.0F, atLeast(unknown(0.7))};
-    limited.set(0.7F); // which is less than 0.7
+    limited.set(0.7F); // less than the double 0.7, but the nearest float
     EXPECT_EQ(0.7F, limited.get());
 }
 

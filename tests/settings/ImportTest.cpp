@@ -298,7 +298,7 @@ TEST_F(Import, ThatCannotBeRecordedChangesNothing) {
     EXPECT_FALSE(Group().contains("editor"));
 }
 
-TEST_F(Import, OfOneSettingMayFailWithoutTheOthers) {
+TEST_F(Import, ImportsTheOtherSettingsIfSomeAreRefused) {
     putOld(R"({"a": {"b": 1}, "null": null, "ok": 1})");
     LiveSettings live(options());
     write("editor/a", 1);

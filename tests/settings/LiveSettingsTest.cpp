@@ -602,7 +602,7 @@ TEST_F(Live, StartEmptyIfThePreviousFileIsDamagedToo) {
     EXPECT_EQ(1U, live.events().size());
 }
 
-TEST_F(Live, StartEmptyIfTheFileIsDamagedAndNoneIsPrevious) {
+TEST_F(Live, StartEmptyIfTheFileIsDamagedAndThereIsNoPreviousOne) {
     damage(file());
     LiveSettings const live(options);
     ASSERT_EQ(1U, events.size());
@@ -650,7 +650,7 @@ TEST_F(Live, IgnoreADamagedAdministratorsFileUntilItIsRepaired) {
     EXPECT_EQ(1, read<int>("a/x"));
 }
 
-TEST_F(Live, KeepWhatTheyLastReadFromAnAdministratorsFileThatIsDamagedLater) {
+TEST_F(Live, KeepTheAdministratorsSettingsIfTheFileIsDamagedLater) {
     administer("set a/x 1");
     LiveSettings live(options);
     damage(globalFile());
@@ -780,7 +780,7 @@ class LiveInBackground : public Live {
 protected:
     LiveInBackground() { options.delay = std::chrono::milliseconds(1); }
 
-    /** Waits until a listener has been notified of a name; has no timeout of its own. */
+    /** Waits until a listener has been notified of a name. There is no time limit. */
     class Heard {
     public:
         explicit Heard(std::string const& key)

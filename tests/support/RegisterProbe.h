@@ -224,7 +224,10 @@ private:
         RegisterProbe const& _probe;
     };
 
-    /** A call: if the register makes it, it is listed, and failed on demand. Calls that it makes itself are not. */
+    /**
+     * Exists while an operation runs. If the register called the operation, the call is listed, and fails on demand.
+     * Calls that the operation itself makes are neither listed nor failed.
+     */
     class Call {
     public:
         Call(RegisterProbe const& probe, std::string const& operation, std::string const& argument = {})

@@ -28,7 +28,7 @@ struct Stamp {
     }
 };
 
-/** Depends on every bit of a stamp. */
+/** A checksum that depends on every bit of a stamp. */
 inline std::uint32_t check(std::uint32_t bits) {
     bits = (bits ^ (bits >> 16U)) * 0x7FEB352DU;
     bits = (bits ^ (bits >> 15U)) * 0x846CA68BU;

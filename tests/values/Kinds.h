@@ -169,7 +169,7 @@ std::string recordOf(typename Kind::Value const& value) {
     return record::joined(fields, fields.size());
 }
 
-/** Many different elements, the last of which depends on their number. */
+/** A list of `size` elements, in a repeating pattern of one `one()` and two `other()`. */
 template <class Kind>
 typename Kind::Value longList(std::size_t size) {
     std::deque<typename Kind::Element::Value> const samples = {Kind::Element::one(), Kind::Element::other()};

@@ -53,7 +53,7 @@ namespace velmorand::held {
     [[gnu::visibility("default")]] __VA_ARGS__* name = nullptr;                                              \
     static_assert(sizeof(__VA_ARGS__) > 0)
 
-// Declared settings: of each kind, and of a type of each way of storing.
+// Declared settings: single values, a list, and types that are stored as values of another kind.
 VELMORAND_HOLDS(stringProperty, Property<std::string>);
 VELMORAND_HOLDS(numberProperty, Property<double>);
 VELMORAND_HOLDS(integerProperty, Property<int>);
