@@ -15,7 +15,7 @@
 
 // Uses any bytes as names of groups and properties, of paths in the register, and of files in memory and on disk. No
 // name may lead out of its scope or root, and all operations must agree on its meaning. The input is up to three names,
-// one per line.
+// one per line; as UTF-16, the whole input is also a path in memory and on disk.
 
 using namespace fuzz;
 using support::failure;

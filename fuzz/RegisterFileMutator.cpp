@@ -119,7 +119,7 @@ void mutateItem(Items& items, Random& random) {
                     items.begin() + static_cast<std::ptrdiff_t>(last));
         break;
     }
-    case 6: // an empty directory in place of a file
+    case 6: // an empty directory in place of any item
         item = {format::map, 0, 0, {}};
         break;
     default: { // deep: a chain of directories
