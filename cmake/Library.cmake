@@ -53,8 +53,8 @@ function(velmorand_library target name includes)
     # The libraries are in one directory, and find each other wherever it is. System packages omit this with
     # CMAKE_SKIP_INSTALL_RPATH.
     INSTALL_RPATH $ORIGIN
-    # The same in the build tree, so that programs start there as they do when installed, but not in a superproject,
-    # whose own libraries may be elsewhere.
+    # In the build tree, the libraries are also in one directory, with the RPATH of the installation. The libraries of a
+    # superproject may be elsewhere, so the RPATH of its build is not changed.
     LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib
     BUILD_WITH_INSTALL_RPATH ${PROJECT_IS_TOP_LEVEL}
     VERSION ${PROJECT_VERSION}

@@ -1,8 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
 #
 # document_examples(NAME DOCUMENT): compiles every C++ block of a document, as examples.awk extracts it. The ctest case
-# NAME.ProgramsPrintWhatItSays runs the programs one after the other in one directory, together with the document's
-# plug-ins, and compares their output with the document. The files are in the directory NAME, for further tests.
+# NAME.ProgramsPrintTheOutputInTheDocument runs the programs one after the other in one directory, together with the
+# document's plug-ins, and compares their output with the document. The files are in the directory NAME, for further
+# tests.
 function(document_examples name document)
   string(TOLOWER ${name} prefix)
   set(directory ${CMAKE_CURRENT_BINARY_DIR}/${name})
@@ -15,7 +16,7 @@ function(document_examples name document)
     COMMAND_ERROR_IS_FATAL ANY)
   file(GLOB files RELATIVE ${taken_apart} ${taken_apart}/*)
   foreach(file IN LISTS files)
-    configure_file(${taken_apart}/${file} ${directory}/${file} COPYONLY) # leaves unchanged files alone
+    configure_file(${taken_apart}/${file} ${directory}/${file} COPYONLY) # does not touch unchanged files
   endforeach()
 
   foreach(file IN LISTS files)
@@ -33,7 +34,7 @@ function(document_examples name document)
         list(APPEND runs $<TARGET_FILE:${prefix}-${number}> ${directory}/${number}.txt)
       endif()
     elseif(file MATCHES "\\.inc$")
-      # Compiled as by a reader who uses the compiler's default warnings.
+      # A reader would compile it with the compiler's default warnings.
       file(CONFIGURE OUTPUT ${name}/${number}-body.cpp @ONLY CONTENT [[
 #include <iostream>
 #include <string>
@@ -58,5 +59,5 @@ void Example::run() {
       target_compile_options(${prefix}-${number} PRIVATE -Werror)
     endif()
   endforeach()
-  package_script(${name}.ProgramsPrintWhatItSays examples.sh ${plugins} ${runs})
+  package_script(${name}.ProgramsPrintTheOutputInTheDocument examples.sh ${plugins} ${runs})
 endfunction()

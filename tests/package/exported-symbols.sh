@@ -3,13 +3,13 @@
 #
 # usage: exported-symbols.sh LIBRARY LIST
 #
-# A library exports the symbols that LIST names, with their versions, and no others. Symbols that differ only in their
-# mangling (the variants of a constructor, say) are one line. A symbol marked with "(optional)" may be missing: every
-# module that uses it has its own copy, and a build that optimises all of a library together leaves it out.
+# Checks that a library exports the symbols in LIST, with their versions, and no others. Symbols that differ only in
+# their mangling, such as the variants of a constructor, share a line. A symbol marked "(optional)" may be missing:
+# every module that uses it contains a copy, and an optimisation of the whole library can drop the library's copy.
 #
-# LIST is for QtCore 5 and 64 bits: in a build with QtCore 6, the symbol that stands for QtCore and the version nodes of
-# the libraries that have it have other names, and on 32 bits, sizes and wide integers have other types, which are
-# treated as the same.
+# LIST is for QtCore 5 and 64 bits. With QtCore 6, the symbol that identifies the QtCore has another name, and so have
+# the version nodes of libraries with that symbol. On 32 bits, sizes and wide integers have other types. These
+# differences are ignored.
 set -eu
 export LC_ALL=C
 

@@ -151,7 +151,7 @@ development_files() { # SUFFIX
     echo "usr/lib/$triplet/pkgconfig/velmorand-settings$1.pc"
 }
 
-# For the documentation package, only some of its pages.
+# The files that a package must contain; for the documentation package, only some of them.
 expected_files() { # PACKAGE
     case $1 in
     libvelmorand-exception1) printf "usr/lib/$triplet/libvelmorand-exception.so.%s\n" 1 "$upstream" ;;

@@ -16,7 +16,7 @@ settings=velmorand-settings$QT_SUFFIX
 libraries=$(dirname "$(find "$prefix" -name 'libvelmorand-exception.so')")
 export PKG_CONFIG_PATH="$libraries/pkgconfig"
 
-# fails_saying TEXT COMMAND...: the command fails, and a line of what it prints contains the text.
+# fails_saying TEXT COMMAND...: checks that the command fails, and that its output contains the text.
 fails_saying() {
     text=$1
     shift
@@ -24,7 +24,7 @@ fails_saying() {
         echo "does not fail: $*" >&2
         exit 1
     fi
-    # CMake breaks its messages into lines.
+    # CMake wraps its messages, so the lines are joined.
     if ! tr -s ' \n' ' ' <"$work/output" | grep -q -F -e "$text"; then
         cat "$work/output"
         echo "does not say \"$text\": $*" >&2
@@ -71,7 +71,7 @@ for flags in '-O0' '-O2 -flto' '-O2 -ffunction-sections -fdata-sections -Wl,--gc
         fails_saying "velmorand_settings_for_QtCore_$other" link velmorand/Save.h $flags
     }
 done
-# An object in an archive that is linked only for another symbol.
+# The same for an object in an archive, which the linker uses only because of another symbol.
 compile "$other" "$work/other" velmorand/Save.h -Dmain=start
 ar rcs "$work/libstart.a" "$work/main.o"
 echo 'extern int start(); int main() { return start(); }' >"$work/starts.cpp"
@@ -95,7 +95,7 @@ fails_saying "\"Qt$other::Core\" does not agree with the value of QT_MAJOR_VERSI
 fails_saying "\"velmorand::register\" does not agree with the value of QT_MAJOR_VERSION" \
     configure "$package;Qt$other" "Qt$other::Core;velmorand::register"
 
-# The other build's CMake package, without its targets: it fails before it would include them.
+# The CMake package of the other build. Its targets file is left out, because the package fails before including it.
 "$CMAKE" -S "$SOURCE_DIR" -B "$work/other-build" -DVELMORAND_QT_MAJOR="$other" -DVELMORAND_BUILD_TESTS=OFF \
     -DVELMORAND_BUILD_EXAMPLES=OFF -DVELMORAND_BUILD_TOOLS=OFF -DVELMORAND_BUILD_READERS=OFF >/dev/null
 other_package=velmorand-register
