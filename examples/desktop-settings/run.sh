@@ -107,7 +107,7 @@ echo "  The application \"viewer\" starts, and prints on standard error:"
 echo
 start viewer 3 >"$work/viewer.first"
 sed "s|$work/||g" "$work/viewer.messages" | fold -s -w 100 | sed 's/^/    /; s/ *$//'
-grep -q "replaced by an intact copy" "$work/viewer.messages"
+grep -q "restored from the previous file" "$work/viewer.messages"
 : >"$work/viewer.messages" # as expected; there must be no others
 cmp "$work/user/Velmorand.dat" "$work/user/Velmorand.dat.previous"
 ls "$work"/user/Velmorand.dat.damaged-* >/dev/null
