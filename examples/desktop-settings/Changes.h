@@ -17,7 +17,7 @@ struct Change {
 };
 
 /**
- * The value of a schema's `type` in `text`, as `parseVariant` reads it.
+ * Parses `text` as a value of a schema's `type`, as `parseVariant` does.
  * Errors: `std::runtime_error` if a setting cannot have the type, or if the text is not a value of the type.
  */
 Value valueOf(std::string const& type, std::string const& text);

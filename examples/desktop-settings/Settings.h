@@ -19,13 +19,13 @@ void write(void* sender, std::string const& name, Value const& value, utils::pro
 /** Reads a value of any kind. Errors: those of the register's readers. */
 Value read(std::string const& name);
 
-/** The group of most settings. */
+/** The group that contains most of the settings. */
 inline constexpr char const* desktopGroup = "org/gnome/desktop";
 
 /** A property that exists only while the application runs. */
 inline constexpr char const* sessionProperty = "session/presentation-mode";
 
-/** A setting's name for display, without the group of most settings. */
+/** A setting's name for display, without `desktopGroup`. */
 std::string shortName(std::string const& name);
 
 /** The name of the scope from which readers take a property; "nowhere" if no scope has it. */

@@ -12,7 +12,7 @@ using namespace velmorand;
 
 int main() {
     //! [open]
-    LiveSettings live{{"user", "global"}}; // "LiveSettings live;" for the directories that all programs use
+    LiveSettings live{{"user", "global"}}; // a real program declares just "LiveSettings live;"
     //! [open]
 
     //! [write]

@@ -30,7 +30,7 @@ Q_ENUM_NS(Wrap)
 enum class StartWith { EmptyFile, LastSession };
 Q_ENUM_NS(StartWith)
 
-/** Files contained these names before the enum existed. */
+/** The names are older than the enum: users' files contain them. */
 enum class LineEnd { Lf, CrLf };
 VELMORAND_ENUM(LineEnd, {LineEnd::Lf, "unix"}, {LineEnd::CrLf, "dos"}, {LineEnd::CrLf, "windows"})
 
