@@ -277,7 +277,7 @@ public:
     void notify(void* sender);
 
     /**
-     * Records a change made by other means, and announces everything that is pending.
+     * Announces a change to `name` that no writer has made, such as a removal, together with all pending names.
      * Locks: takes the lock for the announcement only. Intentional: recording takes no lock, so call this with the lock
      * held, or while no other thread uses the register.
      */
@@ -285,9 +285,9 @@ public:
 
     /**
      * Registers a listener under the name of a property, or under the name of a group for everything in it. A listener
-     * that is registered more than once is notified once for each entry; the entries of one key are notified in the
-     * order in which they were added. Keys and names are compared as written, byte by byte: a listener under "a/b" is
-     * not notified of "/a/b" or "a//b", and a key must not end in "/". An entry added while the entries of its key are
+     * with several entries is called once for each entry that matches; the entries of one key are called in the order
+     * in which they were added. Keys and names are compared as written, byte by byte: a listener under "a/b" is not
+     * notified of "/a/b" or "a//b", and a key must not end in "/". An entry added while the entries of its key are
      * being called is not called until the next change.
      * Errors: `utils::Exception` "Null callback.".
      * Locks: takes the lock.

@@ -9,7 +9,7 @@
 
 namespace utils::properties {
 
-/** Where a property lives. Readers search the user scope first, then the global, then the temporary one. */
+/** The scope of a property. Readers search the user scope first, then the global, then the temporary one. */
 enum RegisterScope : int {
     SCOPE_GLOBAL = 0,    ///< "/global/": read from the global register file, never written back
     SCOPE_USER = 1,      ///< "/user/": read from the user register file and saved to it
@@ -26,7 +26,7 @@ enum Type : std::int32_t {
 };
 
 /**
- * Thrown by a typed reader if the property has a value of another kind, or none.
+ * Thrown by a typed reader if the property has no value, or a value of another kind.
  *
  * Intentional: the base is private, so that a handler for `utils::Exception` or `std::exception` does not
  * catch it. It carries no message.

@@ -53,8 +53,8 @@ constexpr std::array<char const*, std::variant_size_v<AnyValue>> kindNames{
 struct DecodedRecord {
     /**
      * The value. As in the register's readers, missing bytes count as 0, and bytes after the end are ignored. Empty if
-     * the tags are unknown, or if a list claims more elements than the record has bytes: to read it could exhaust the
-     * memory.
+     * the tags are unknown, or if a list claims to have more elements than the record has bytes: such a list could
+     * exhaust the memory.
      */
     std::optional<AnyValue> value;
 

@@ -17,7 +17,7 @@
  */
 namespace velmorand {
 
-/** Describes a declared setting. Values are the JSON text of what the register stores: `11.5`, `"light"`, `[1]`. */
+/** Describes a declared setting. Values are in their stored form, as JSON: `11.5`, `"light"`, `[1]`. */
 struct DeclaredProperty {
     std::string name;
     std::string kind;     ///< "string", "number", "integer", "boolean", or the plural for a list of these

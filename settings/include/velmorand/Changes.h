@@ -47,7 +47,7 @@ public:
     void set(Property<T> const& property, Other const& value) {
         set(property, property._declared->converted(value));
     }
-    /** Deleted: a value whose conversion to `T` could lose something or change its meaning. */
+    /** Deleted: a value whose conversion to `T` could lose information or change its meaning. */
     template <class T, class Other, std::enable_if_t<!detail::isAllowed<T, Other>, int> = 0>
     void set(Property<T> const& property, Other const& value) = delete;
 
@@ -63,7 +63,7 @@ public:
         else
             put<detail::StoredType<Value>>(name, Value(value));
     }
-    /** Deleted: a value whose conversion to `T` could lose something or change its meaning. */
+    /** Deleted: a value whose conversion to `T` could lose information or change its meaning. */
     template <class T, class Other, std::enable_if_t<!detail::isAllowed<T, Other>, int> = 0>
     void write(std::string const& name, Other const& value) = delete;
 

@@ -82,9 +82,9 @@ private:
 };
 
 /**
- * Registers a complete declaration, so that the catalogue lists it until the last copy of the result is destroyed. That
- * waits for other threads that are using the declaration, and destroys it. Errors: `std::bad_alloc`, with the
- * declaration destroyed.
+ * Registers a complete declaration, so that the catalogue lists it until the last copy of the result is destroyed.
+ * Destroying that copy waits for other threads that are using the declaration, and then destroys the declaration.
+ * Errors: `std::bad_alloc`, with the declaration destroyed.
  */
 [[nodiscard]] VELMORAND_SETTINGS_EXPORT std::shared_ptr<Declaration>
 registered(std::unique_ptr<Declaration> declaration);

@@ -30,7 +30,7 @@ VELMORAND_SETTINGS_EXPORT std::string durationText(double count, TimeUnit unit);
 VELMORAND_SETTINGS_EXPORT std::optional<std::int64_t> wholeDuration(std::string const& text, TimeUnit unit);
 VELMORAND_SETTINGS_EXPORT std::optional<double> duration(std::string const& text, TimeUnit unit);
 
-// For messages: the durations that are valid for a type that counts whole numbers, and for another one.
+// For messages: the durations that are valid for a type with a whole count, and for one with a floating-point count.
 VELMORAND_SETTINGS_EXPORT std::string wholeDurationExpected(TimeUnit unit);
 VELMORAND_SETTINGS_EXPORT std::string durationExpected(TimeUnit unit);
 

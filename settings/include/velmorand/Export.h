@@ -3,5 +3,5 @@
 
 #include "velmorand/QtCore.h"
 
-/** Marks what the shared library exports; everything else in it is hidden. */
+/** Exports a symbol from the shared library, which hides all others. */
 #define VELMORAND_SETTINGS_EXPORT __attribute__((visibility("default")))

@@ -112,7 +112,7 @@ public:
      */
     void remove(void* sender = nullptr) const;
     void remove(std::string const& relative, void* sender = nullptr) const;
-    /** For a `char*`, which would otherwise be taken for a sender, and anything else that converts to a string. */
+    /** For a `char*`, which would otherwise be taken for a sender, and for other types that convert to a string. */
     template <class Text,
               std::enable_if_t<
                   std::is_convertible_v<Text const&, std::string> && !std::is_null_pointer_v<Text>, int> = 0>
@@ -126,8 +126,8 @@ public:
      * with the user's value or otherwise the global one. Temporary values and overrides are not copied, because the
      * user's settings are saved. The user's value of a locked name is not copied; the global value is copied instead,
      * if there is one. If the user has a property and the global scope has a group of the same name, or the reverse,
-     * the user's is copied. When all copies are in place, notifies the listeners, except those of `sender`, of each of
-     * them.
+     * the user's is copied. When all copies are in place, notifies the listeners, except those of `sender`, of each new
+     * property.
      * Result: the new group. It is empty if this group is empty.
      * Errors: `utils::Exception` if `name` is not a valid name, if it exists in any scope, if it is inside this group,
      * if one of its groups is a property in the user scope, or if the administrator has locked the name of a copy;
@@ -136,9 +136,9 @@ public:
     Group copy(std::string const& name, void* sender = nullptr) const;
 
     /**
-     * Copies the group as `copy` does, and removes the user's settings from this one, in one step. Global values can
-     * only be copied, not removed, so the old name remains as a group if it has any. Temporary values stay as well. The
-     * listeners are notified of the old names and the new ones. Does nothing if `name` is the name of this group.
+     * Copies the group as `copy` does, and removes the user's settings from this one, in one step. Global and temporary
+     * values in this group are not removed, so the group remains if it has any. The listeners are notified of the old
+     * names and the new ones. Does nothing if `name` is the name of this group.
      * Errors: as for `copy`, and `utils::Exception` if the administrator has locked one of the user's settings that
      * would be removed.
      */

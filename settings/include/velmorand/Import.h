@@ -53,7 +53,7 @@ public:
     /** No rules. */
     ImportMap();
 
-    /** Errors: `utils::Exception` for a line that is not a rule, a comment or empty, with its number: "line 3: ...". */
+    /** Errors: `utils::Exception` for an invalid line, with its number and the reason: "line 3: ...". */
     explicit ImportMap(std::string const& text);
 
     /** Internal. Owner: the map and its copies, which share the rules. */

@@ -23,13 +23,13 @@
  * on the thread of the program's event loop, with no lock held. Use it for everything else, and always if the work
  * takes a lock, waits, or must run on one thread, as in a user interface.
  *
- * **Keys.** A key is the name of a property, or that of a group to listen to everything in it. It need not exist.
- * Doubled, leading and trailing "/" are ignored, and the empty key, `everything`, is the group of all settings. A
- * listener under a key with a level "." or ".." is never called, because no property has such a level.
+ * **Keys.** A key is the name of a property, or the name of a group, for everything in it. The property or group need
+ * not exist. Doubled, leading and trailing "/" are ignored, and the empty key, `everything`, is the group of all
+ * settings. A listener under a key with a level "." or ".." is never called, because no property has such a level.
  *
  * This library announces names without such extra "/", but the writers of `_Register` announce a name as it is passed
- * to them. A trailing "/" makes no difference. If the name has a doubled "/", only listeners to the groups before that
- * are notified; if it begins with a "/", only listeners to everything.
+ * to them. A trailing "/" makes no difference. Of a name with a doubled "/", only listeners to the groups before the
+ * doubled "/" are notified; of a name that begins with a "/", only listeners to everything.
  *
  * **Changes.** Each listener is notified of a change once, whether it is made by this library, the writers of
  * `_Register` or another program. Changes by other operations of `_Register`, such as `delProperty`, `load` and those
@@ -65,7 +65,7 @@ using Executor = std::function<void(std::function<void()> task)>;
 
 namespace detail {
 
-/** Whether the argument at a handler's position is a sender, which converts to `void*`. */
+/** Whether an argument in the position of a handler is a sender: whether it converts to `void*`. */
 template <class Argument>
 inline constexpr bool isSender = std::is_convertible_v<Argument, void*>;
 
@@ -94,8 +94,9 @@ std::function<void(std::string const&)> withName(Call&& call) {
  *     Listener listener{"editor", [](std::string const& name) { std::cout << name << " changed\n"; }};
  *     Listener everyone{everything, [](std::string const& name) { std::cout << name << " changed\n"; }};
  *
- * It may be destroyed at any time. On any thread, the destructor waits for a call that is running on another thread. It
- * may be destroyed inside its own call, and the function then exists until it returns; and at exit, after the register.
+ * It may be destroyed at any time and on any thread: even inside its own call, in which case the function object exists
+ * until the call returns, and even at exit, after the register. The destructor waits for a call that is running on
+ * another thread.
  * Locks: creating and destroying it takes the settings' lock; the call is made with the lock held.
  */
 class VELMORAND_SETTINGS_EXPORT Listener {
@@ -106,9 +107,10 @@ public:
     /**
      * Listens to the property or group `key`, and calls `call(name)` with the name exactly as its writer passed it.
      * Listeners to the property are called first, then those to its groups, innermost first; listeners with the same
-     * key are called in the order of their creation. Listeners to everything are called together with those to the
-     * outermost group, or after them. Changes made with `sender` are ignored, unless it is null. Exceptions of the call
-     * reach the writer; if another program made the change, they are reported on standard error (`LiveSettings.h`).
+     * key are called in the order of their creation. Listeners to everything are called last: with the listeners to the
+     * first level of the name, or after them. Changes made with `sender` are ignored, unless it is null. Exceptions of
+     * the call reach the writer; if another program made the change, they are reported on standard error
+     * (`LiveSettings.h`).
      * Cost: a listener to everything needs about 100 bytes for each first level of a name that exists, or has existed
      * while there was such a listener.
      */

@@ -35,8 +35,8 @@ enum class LiveEventKind {
     recovered,
     startedEmpty, ///< the user's file was damaged, and the previous one was damaged or missing
     /**
-     * The administrator's file is damaged, or has become unreadable. What this process last read from it remains in
-     * force; at the start, that is nothing.
+     * The administrator's file is damaged, or has become unreadable. The settings that this process last read from it
+     * remain in force. A process that has just started has none.
      */
     globalIgnored,
     saveFailed, ///< changes could not be saved; saving is retried until it succeeds
@@ -86,8 +86,8 @@ struct LiveOptions {
  * collect this process's changes and to apply those of other processes; never while it waits for the disk. Changes by
  * other processes become visible together and are announced on that thread, or on the thread that calls `sync`, with
  * this object's address as the sender. Such a change has no writer to receive the exceptions of listeners, so they are
- * reported on standard error, and the other listeners are still notified. After an exception of a
- * `_Register::Callback`, unlike one of a `Listener`, some listeners are notified of the name twice.
+ * reported on standard error, and the other listeners are still notified. If a `_Register::Callback` throws, rather
+ * than a `Listener`, some listeners are notified of the name twice.
  *
  * Removing the user's file, or its directory, resets nothing in running programs: the settings stay in memory, and the
  * next change or `sync` writes all of them again. If neither follows, the file stays missing, and the next start finds

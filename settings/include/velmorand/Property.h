@@ -33,10 +33,10 @@
  * take precedence over that, in this order:
  *
  * - The administrator may *lock* names: the property `velmorand/locked` in the administrator's file is a list of
- *   strings, each the name of a property, or that of a group to lock everything in it. For a locked name, the user
+ *   strings, each the name of a property, or the name of a group, to lock everything in it. For a locked name, the user
  *   scope counts as empty, and writing to it in the user scope is an error. An entry that is not a valid name is
- *   ignored. A property of another type locks nothing, nor does one in the user scope; so use `isLocked` instead of
- *   reading the list.
+ *   ignored. The property has no effect if it is not a list of strings, or in the user scope. So use `isLocked` instead
+ *   of reading the list.
  * - A program may *override* a declared setting in its process (`Property::override`): that value is used instead of
  *   those in the scopes.
  *
@@ -124,7 +124,7 @@ template <class T>
     }
 }
 
-/** Deleted: a fallback whose conversion to `T` could lose something or change its meaning. */
+/** Deleted: a fallback whose conversion to `T` could lose information or change its meaning. */
 template <class T, class Other, std::enable_if_t<!detail::isAllowed<T, Other>, int> = 0>
 T read(std::string const& name, Other const& fallback) = delete;
 
@@ -147,7 +147,7 @@ void write(std::string const& name, T const& value, RegisterScope scope = SCOPE_
         detail::store<Kind>(name, Value(value), scope, sender);
 }
 
-/** Deleted: a value whose conversion to `T` could lose something or change its meaning. */
+/** Deleted: a value whose conversion to `T` could lose information or change its meaning. */
 template <class T, class Other, std::enable_if_t<!detail::isAllowed<T, Other>, int> = 0>
 void write(std::string const& name, Other const& value, RegisterScope scope = SCOPE_USER,
            void* sender = nullptr) = delete;
@@ -208,7 +208,8 @@ public:
                                               details...)) {}
 
     /**
-     * Deleted: a fallback whose conversion to `T` could lose something or change its meaning, such as `12.5` for `int`.
+     * Deleted: a fallback whose conversion to `T` could lose information or change its meaning, such as `12.5` for
+     * `int`.
      */
     template <class Other, class... Details, std::enable_if_t<!isConstant<Other> && !isCall<Other>, int> = 0>
     Property(std::string name, Other const& fallback, Details... details) = delete;
@@ -227,16 +228,16 @@ public:
     /**
      * The value in force: the override, or the value in the first scope that has one; the user scope is left out if the
      * administrator has locked the setting. The result is the fallback if there is no value, or if the value is of
-     * another kind, is not valid for the type, or is not allowed by the declaration. Nothing that the register contains
-     * makes it throw; an exception of a function that computes the fallback reaches the caller.
+     * another kind, is not valid for the type, or is not allowed by the declaration. Values in the register never make
+     * it throw, but exceptions of a function that computes the fallback reach the caller.
      * Locks: the settings' lock. For a type of at most 8 bytes that can be copied bytewise, such as `int`, `double`,
      * `bool` and enums: none if neither the register nor an override has changed since the value was last read.
      */
     [[nodiscard]] T get() const { return _declared->get(); }
 
     /**
-     * Why `get` returns the fallback although there is a value, such as
-     * `editor/size: 80 is not allowed: expected 6 to 72`, or because the name is not valid; otherwise empty.
+     * Why `get` returns the fallback: the name is not valid or is a group, or the stored value is not valid, as in
+     * `editor/size: 80 is not allowed: expected 6 to 72`. Empty if there is no value, or if `get` returns it.
      */
     [[nodiscard]] std::string problem() const { return _declared->problem(); }
 

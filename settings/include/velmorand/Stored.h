@@ -74,7 +74,7 @@ inline constexpr bool isListKind<std::vector<T>> = isElementKind<T>;
 template <class T>
 inline constexpr bool isKind = isElementKind<T> || isListKind<T>;
 
-/** Whether settings can have the type. */
+/** Whether `T` can be the type of a setting. */
 template <class T, class Enable = void>
 inline constexpr bool isStored = false;
 template <class T>

@@ -15,8 +15,8 @@ class RAMFileSystem;
  * that caches copies and must detect, without using the file system, that they may be out of date. One change may
  * increase the counter more than once. Replaces the previous counter.
  *
- * `counter` must outlive the file system, and no other file system may use it: it is increased by a plain load and
- * store, ordered only by the synchronisation of the changes themselves. Any thread may read it at any time.
+ * `counter` must outlive the file system, and no other file system may use it: it is increased by a relaxed load and a
+ * relaxed store, which count correctly only because changes never overlap. Any thread may read it at any time.
  *
  * Locks: none; the file system's rules apply.
  */

@@ -32,7 +32,7 @@ struct Entry {
     std::string_view content; ///< of a file, otherwise empty; valid until the file system is next changed
 };
 
-/** The entry at `path` in the first of `directories` that has one; of kind `none` if none of them has. */
+/** The entry at `path` in the first of `directories` that contains it; its kind is `none` if no directory does. */
 [[nodiscard]] VELMORAND_FILESYSTEM_EXPORT Entry find(RAMFileSystem const& fileSystem,
                                                      std::initializer_list<std::string_view> directories,
                                                      std::string_view path);
@@ -92,8 +92,9 @@ apply(RAMFileSystem& fileSystem, std::string_view directory, std::vector<Change>
  *
  * Order: ascending by the bytes of the whole paths, in which a directory's path ends with "/": the file "a!", the
  * directory "a/", the file "a/x", the file "a0".
- * Cost: a step takes time in proportion to the names that it leaves and reaches, regardless of the depth; memory is in
- * proportion to the longest path and to the directories on it. Nothing recurses.
+ * Cost: a step into a directory sorts its entries, if necessary; any other step takes time in proportion to the names
+ * that it leaves and reaches, regardless of the depth. Memory is in proportion to the length of the longest path and to
+ * the entries of the directories on it. Nothing recurses.
  * Valid until the file system is next changed; after that, the walk may only be destroyed or assigned to. The same
  * applies to a moved-from walk.
  * Locks: none; several threads may walk through one file system while none of them changes it.
@@ -103,7 +104,7 @@ public:
     /**
      * Starts before the first entry below the directory at a location. If the location is not a directory, the walk has
      * no entries.
-     * Errors: `std::bad_alloc`, and those for every location.
+     * Errors: `std::bad_alloc`, and those of every operation that takes a location.
      */
     explicit Walk(RAMFileSystem const& fileSystem, std::string_view directory, std::string_view path = {});
     Walk(Walk&& other) noexcept;

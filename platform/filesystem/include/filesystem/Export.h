@@ -3,5 +3,5 @@
 
 #include "filesystem/QtCore.h"
 
-/** Marks what the shared library exports; everything else in it is hidden. */
+/** Exports a symbol from the shared library, which hides all others. */
 #define VELMORAND_FILESYSTEM_EXPORT __attribute__((visibility("default")))

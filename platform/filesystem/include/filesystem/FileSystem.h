@@ -27,7 +27,8 @@ namespace filesystem {
  *
  * Numbers are little-endian on every machine.
  *
- * Errors: expected failures are results; the operations throw only what they document, and `std::bad_alloc`.
+ * Errors: the result reports expected failures. Operations throw only the exceptions that they document and
+ * `std::bad_alloc`.
  *
  * Locks: none. If several threads use one file system, the caller must lock, except that `const` operations may run
  * concurrently.
@@ -124,8 +125,9 @@ public:
     [[nodiscard]] virtual float readFloat(FileHandle* handle);
 
     /**
-     * The next `count` bytes, or as many as are left; empty for a negative count. Allocates no more than the file holds,
-     * no matter how large `count` is; if `size` fails, at most 64 KiB or twice the bytes that it reads.
+     * The next `count` bytes, or as many as are left; empty for a negative count. Allocates no more bytes than the file
+     * has left, however large `count` is; if `size` fails, at most 64 KiB or twice the number of bytes read, whichever
+     * is larger.
      */
     [[nodiscard]] virtual std::string readBytes(FileHandle* handle, int count);
 
@@ -154,8 +156,7 @@ public:
 
     /**
      * A path in `directory` at which nothing exists: `directory`, "/", `prefix`, a number and `suffix`. Creates
-     * nothing. Empty if a million such names exist, or if a name seems to exist although `directory` is not a
-     * directory.
+     * nothing. Empty if the first million names are taken, or if the first one is and `directory` is not a directory.
      */
     [[nodiscard]] virtual QString getUniqueFileName(QString const& directory, QString const& prefix,
                                                     QString const& suffix);

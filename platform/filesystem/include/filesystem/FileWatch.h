@@ -21,8 +21,8 @@ namespace filesystem {
 class VELMORAND_FILESYSTEM_EXPORT FileWatch {
 public:
     /**
-     * Starts watching files, given by their absolute UTF-8 paths. If a file is read after this, the watch detects every
-     * change that the reader has missed.
+     * Starts watching files, given by their absolute UTF-8 paths. Create the watch before you read the files: it then
+     * detects every change that the reads have missed.
      * Errors: `std::bad_alloc`. If a file cannot be watched, see `isWatching`.
      */
     explicit FileWatch(std::vector<std::string> paths);

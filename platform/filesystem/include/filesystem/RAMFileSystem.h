@@ -22,8 +22,8 @@ class Tree;
  * of a removed file in memory. A file holds less than 4 GiB, or 2 GiB on a 32-bit machine; a write beyond that is
  * short.
  *
- * Every operation takes time and memory in proportion to its path and to what it lists, removes or copies, regardless
- * of the number of files. No operation recurses on the depth of the tree.
+ * Every operation takes time and memory in proportion to its path and to the entries and bytes that it lists, removes
+ * or copies, regardless of the number of files. No operation recurses on the depth of the tree.
  */
 class VELMORAND_FILESYSTEM_EXPORT RAMFileSystem : public FileSystem {
 public:
@@ -58,7 +58,7 @@ public:
 
     /**
      * Writes the directory at `path` and everything in it to a handle of this or another file system. Equal trees give
-     * equal bytes. A path that is not a directory, such as that of a file, is written as an empty directory.
+     * equal bytes. If `path` is not a directory, for example a file, an empty directory is written.
      *
      * The output is checked before it is written. If `unserialize` would reject it, because another thread has changed
      * the tree without a lock, nothing is written, and closing the handle of a file on disk leaves the file unchanged.

@@ -18,8 +18,8 @@ class RealHandles;
  * their paths, in every locale and at any time, even while the process exits. Entries whose names are not UTF-8 are not
  * listed, and no path reaches them.
  *
- * For `exists`, an entry that cannot be examined (because of permissions or an I/O error) exists, so that it is never
- * mistaken for a missing one.
+ * `exists` returns true for an entry that cannot be examined (because of permissions or an I/O error), so that it is
+ * never mistaken for a missing one.
  *
  * Writing replaces a file atomically. The new content is written to a temporary file in the same directory; `close`
  * makes it durable and renames it over the old file. Until `close` has returned true, readers see the old content, even

@@ -62,7 +62,7 @@ public:
      */
     TreeImage(std::string bytes, TreeImage const& similar);
 
-    // Copies share the bytes. Moving copies, so that every image always has them.
+    // Copies share the bytes. A move is a copy, so that a moved-from image is still valid.
     TreeImage(TreeImage const& other) = default;
     TreeImage& operator=(TreeImage const& other) = default;
     ~TreeImage() = default;
