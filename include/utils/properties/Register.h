@@ -103,7 +103,7 @@ public:
 
     /**
      * The process's register, never null. The first call builds and loads it. The library owns it.
-     * Errors: those of `load`; nothing has been built then, and the next call tries again.
+     * Errors: those of `load`, with nothing built; the next call tries again.
      * Locks: takes the lock.
      */
     static _Register* getInstance();
@@ -128,8 +128,8 @@ public:
      * its scope is unchanged; at construction it is empty. A later call replaces the scopes whose files exist, which
      * discards their unsaved changes, and notifies no listener.
      * Errors: `utils::Exception` "Can't open " + path if a file exists but cannot be opened; those of `unserialize` if
-     * its content is invalid. That scope is unchanged then. After an error in the global file, the user file is not
-     * read.
+     * its content is invalid. In both cases that scope is unchanged. After an error in the global file, the user file
+     * is not read.
      * Locks: none; hold `*_mutex` around it while other threads use the register.
      */
     void load();
@@ -230,7 +230,7 @@ public:
      * value that equals the old one is written and announced as well. They do not save. `value` is not read before the
      * lock is held, so callers may guard it with that lock.
      * Errors: `utils::Exception` if the property cannot be opened for writing: its path and " no such property" from
-     * `_writeString`, `name` and " no such property." from the others; no listener is notified then. Exceptions of
+     * `_writeString`, `name` and " no such property." from the others, with no listener notified. Exceptions of
      * listeners, with the value written; the name stays pending, and is announced again with the next change.
      * Locks: take the lock, and hold it while they notify.
      */
@@ -253,7 +253,7 @@ public:
      * The readers store the value of `name`, from the first scope that has it, in the caller's variable, replacing its
      * content. They do not convert one kind of value to another.
      * Errors: `PropertyNotFound` if no scope has the name; `PropertyBadType` if the value is of another kind or the
-     * name is a group (for `_readString` a group is `PropertyNotFound`). The variable is unchanged then.
+     * name is a group (for `_readString` a group is `PropertyNotFound`). In these cases the variable is unchanged.
      * Locks: take the lock.
      */
     void _readString(std::string const& name, std::string& value);
@@ -271,7 +271,8 @@ public:
      * enclosing group, innermost first, except the listeners whose owner is `sender`. The names stay pending until
      * every listener has been called. If called from inside a listener, it skips the names that are already being
      * announced.
-     * Errors: exceptions of listeners. The remaining listeners are not called then, and every name stays pending.
+     * Errors: exceptions of listeners. In this case the remaining listeners are not called, and every name stays
+     * pending.
      * Locks: takes the lock.
      */
     void notify(void* sender);

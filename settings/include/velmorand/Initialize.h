@@ -18,7 +18,7 @@ namespace velmorand {
  *
  * Errors: `utils::Exception` if a register file cannot be opened or is damaged, with its path; if a `LiveSettings`
  * exists; and if the settings cannot be used any more, because the process is exiting or was forked while a thread held
- * their lock. Nothing has been opened then, and the call may be repeated.
+ * their lock. In these cases nothing has been opened, and the call may be repeated.
  * Locks: call it before other threads use the settings.
  *
  * Guide: docs/register.md#without-live-settings.

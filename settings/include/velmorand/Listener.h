@@ -28,8 +28,8 @@
  * settings. A listener under a key with a level "." or ".." is never called, because no property has such a level.
  *
  * This library announces names without such extra "/", but the writers of `_Register` announce a name as it is passed
- * to them. A trailing "/" makes no difference. Of a name with a doubled "/", only listeners to the groups before the
- * doubled "/" are notified; of a name that begins with a "/", only listeners to everything.
+ * to them. A trailing "/" makes no difference. If a name contains a doubled "/", only listeners to the groups before
+ * the doubled "/" are notified. If it begins with a "/", only listeners to everything are notified.
  *
  * **Changes.** Each listener is notified of a change once, whether it is made by this library, the writers of
  * `_Register` or another program. Changes by other operations of `_Register`, such as `delProperty`, `load` and those

@@ -16,7 +16,7 @@
  *     int main() {
  *         velmorand::LiveSettings live; // opens the settings
  *         ...
- *     }                                 // saves what this process has changed
+ *     }                                 // saves this process's changes
  *
  * While a `LiveSettings` exists, each change is saved within `LiveOptions::delay`, and changes saved by other processes
  * are loaded and announced to the listeners. No process loses changes: a save merges this process's changes into the
@@ -79,8 +79,8 @@ struct LiveOptions {
  * first use of the settings. Only one object may exist at a time; after it has been destroyed, another may be created.
  *
  * The user's file is "Velmorand.dat" in the user's directory; the version before the last save is kept as
- * "Velmorand.dat.previous". A damaged file is kept as "Velmorand.dat.damaged-TIME", and `LiveEventKind` says what
- * replaces it; the newest five damaged files are kept. The administrator's file is only read.
+ * "Velmorand.dat.previous". A damaged file is kept as "Velmorand.dat.damaged-TIME"; the newest five are kept.
+ * `LiveEventKind` describes the file that replaces it. The administrator's file is only read.
  *
  * A dedicated thread saves and watches the files; it sleeps while nothing changes. It takes the settings' lock only to
  * collect this process's changes and to apply those of other processes; never while it waits for the disk. Changes by

@@ -50,7 +50,7 @@
  * lock at the fork. A child that is forked inside a listener must not return from it: it should call `_exit` or start
  * another program.
  *
- * Locks: reading and writing take the settings' lock for the whole call; `Property::get` says when it needs none. All
+ * Locks: reading and writing take the settings' lock for the whole call; `Property::get` states when it needs none. All
  * operations are safe from any thread and from inside a listener.
  *
  * Guide: docs/guide.md#declare-the-settings.

@@ -59,8 +59,8 @@ struct Entry {
 
 /**
  * Creates the directory at a location and its missing parents.
- * Result: whether the directory exists now; false if one of the levels is a file or has an invalid name. The
- * directories above that level have been created then.
+ * Result: whether the directory exists now; false if one of the levels is a file or has an invalid name. In that case
+ * the directories above that level have been created.
  * Errors: `std::bad_alloc`; nothing has changed.
  */
 VELMORAND_FILESYSTEM_EXPORT bool makeDirectories(RAMFileSystem& fileSystem, std::string_view directory,
