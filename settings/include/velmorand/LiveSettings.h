@@ -33,7 +33,7 @@ enum class LiveEventKind {
      * nothing is lost.
      */
     recovered,
-    startedEmpty, ///< the user's file was damaged, and the previous one was damaged or missing
+    startedEmpty, ///< the user's file was damaged, and the previous one was missing, damaged or unreadable
     /**
      * The administrator's file is damaged, or has become unreadable. The settings that this process last read from it
      * remain in force. A process that has just started has none.
