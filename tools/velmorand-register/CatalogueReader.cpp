@@ -36,7 +36,7 @@ std::size_t kindOf(json const& declaration) {
     return kindNamed(type->get_ref<std::string const&>());
 }
 
-/** The format; `plain` if it is unknown or does not apply to elements of that kind. */
+/** The declared format; `plain` if it is unknown or cannot be used for elements of this kind. */
 Format formatOf(json const& declaration, std::size_t elementKind) {
     auto const format = declaration.find("format");
     bool const isText = kindNames.at(elementKind) == std::string("string");

@@ -10,10 +10,10 @@
 namespace tool {
 
 /**
- * The declarations in all catalogues; if a name is declared more than once, the first declaration counts. Catalogues
- * are the files named *.json, in byte order of their names, in the directory velmorand/declared below $XDG_DATA_HOME
- * and below each of $XDG_DATA_DIRS. If `given` is not empty, its files and the catalogues in its directories are used
- * instead.
+ * The declarations in all catalogues; if a name is declared more than once, the first declaration counts. Reads the
+ * files named *.json from the directory velmorand/declared below $XDG_DATA_HOME and then below each directory in
+ * $XDG_DATA_DIRS; within a directory, in byte order of their names. If `given` is not empty, reads the files in it, and
+ * the *.json files in the directories in it, instead.
  * Errors: `Failure` if a given catalogue is missing or invalid. An installed catalogue that is invalid is skipped, with
  * a warning on standard error.
  */

@@ -18,13 +18,13 @@ struct Difference {
     [[nodiscard]] bool isNone() const noexcept { return set == 0 && removed == 0; }
 };
 
-/** Compares two versions of the settings, byte for byte. Result: `isNone()` only if their groups are equal, too. */
+/** Compares two versions of the settings, byte for byte. Result: `isNone()` only if they also have the same groups. */
 Difference compare(Settings const& before, Settings const& after);
 
 /** A summary of what was saved: "2 set, 1 removed", or "nothing changed" if nothing was. */
 std::string summaryOf(std::optional<Difference> const& saved);
 
-/** Follows the summary of a dry run that has found changes. */
+/** Appended to the summary of a dry run if there are changes. */
 constexpr char const* notWritten = "; not written (--dry-run)";
 
 /**

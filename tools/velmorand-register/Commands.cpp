@@ -24,7 +24,10 @@ namespace tool {
 
 namespace {
 
-/** Whether a file is in the exchange format, a JSON object. A pipe counts as one, since it can be read only once. */
+/**
+ * Guesses whether a file is an export: true if its text begins with "{", and for every pipe, because a pipe cannot be
+ * examined and then read from its beginning.
+ */
 bool isExport(std::string const& path) {
     std::error_code ignored;
     if (std::filesystem::is_fifo(path, ignored))

@@ -96,8 +96,8 @@ State loadIfIntact(RegisterFile const& file, Settings& settings) {
 }
 
 /**
- * Keeps the previous file under a third name while the replaced file takes over its name. So if the program is killed
- * or the disk is full, no content is lost.
+ * Keeps the previous file under a third name while a restore stores the replaced file as the new previous file. So no
+ * content is lost if the program is killed or the disk is full.
  */
 class PreviousKept {
 public:
@@ -110,13 +110,16 @@ public:
                           "not restored: " + at(_older) + ": " + std::generic_category().message(errno));
     }
 
-    /** Called if the replacement succeeded: the replaced file stays the previous one. */
+    /** Called after an intact or missing file has been replaced: removes the third name. */
     void drop() {
         if (_isKept)
             _disk.remove(toQString(_older));
     }
 
-    /** Called if a damaged file has been replaced: the previous file from before becomes the previous one again. */
+    /**
+     * Called after a damaged file has been replaced: restores the old previous file or, if there was none, removes the
+     * new one.
+     */
     void keep() {
         if (!_isKept)
             _disk.remove(toQString(_previous));
@@ -134,7 +137,10 @@ public:
         _replaced = name;
     }
 
-    /** Called if the replacement failed. If the new content is in place nevertheless, both old files are kept. */
+    /**
+     * Called if the replacement failed: gives the files their old names. If the new content is in place nevertheless,
+     * both old files are kept.
+     */
     void putBack() {
         if (!_replaced.empty() && isSame(_current, at(_replaced)))
             _disk.remove(toQString(_replaced));

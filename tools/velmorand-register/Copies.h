@@ -26,10 +26,11 @@ bool listCopies(RegisterFile const& file, std::ostream& out);
 RegisterFile findCopy(RegisterFile const& file, std::string const& name);
 
 /**
- * Replaces a register file by a copy, and keeps the replaced file: an intact one as the previous one, a damaged one under
- * a name with the time, so that it does not replace an intact previous one. Of the damaged files, only the newest five
- * are kept. If both hold the same settings, nothing is written. The caller holds the lock on the directory.
- * Result: the difference, from no settings if the file was missing or damaged; nothing if the file was not written.
+ * Replaces a register file with a copy. An intact file is kept as the previous file. A damaged file is kept under a
+ * name with the time, and the previous file does not change; only the newest five damaged files are kept. If an intact
+ * file has the same settings as the copy, nothing is written. The caller holds the lock on the directory.
+ * Result: the changes, compared with no settings if the file was missing or damaged; nothing if the file was not
+ * written.
  * Errors: `Failure` if the copy is damaged or the file cannot be read or replaced; nothing has changed then.
  */
 std::optional<Difference> restoreCopy(RegisterFile const& file, RegisterFile const& copy);

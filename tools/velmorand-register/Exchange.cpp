@@ -94,7 +94,7 @@ std::string entryText(Walk const& entry) {
     return text + '}';
 }
 
-/** The members of an entry. Each must be taken, once. */
+/** The members of an entry. Each must be taken exactly once; `expectAllTaken` rejects entries with further members. */
 class Members {
 public:
     explicit Members(json const& entry) : _entry(entry) {}
@@ -146,7 +146,7 @@ std::string bytesFrom(Members& members) {
     return fromBase64(*encoded);
 }
 
-/** The problem with an entry that does not have the form of one: the file may be in another format. */
+/** Thrown for JSON that does not have the form of an entry. The file may be in another format. */
 class NotAnEntry : public BadEntry {
 public:
     using BadEntry::BadEntry;

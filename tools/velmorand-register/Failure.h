@@ -9,9 +9,9 @@ namespace tool {
 /** The program's exit status. */
 enum class Status : int {
     done = 0,
-    notThere = 1,      ///< or `diff` found differences
+    notThere = 1,      ///< a name or file does not exist, files differ, or settings were refused
     misuse = 2,        ///< the command line or its input is invalid
-    fileTrouble = 3,   ///< a register file is damaged, cannot be read or was not saved
+    fileTrouble = 3,   ///< a register file is damaged, cannot be read or was not saved; or lost output
     notAsDeclared = 4, ///< `check` printed warnings and found nothing worse
 };
 

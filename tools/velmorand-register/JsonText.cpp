@@ -89,7 +89,7 @@ std::string_view numberBefore(std::string_view text, std::size_t at) {
 } // namespace
 
 void parseJson(std::string const& text, JsonPlace& place, json::parser_callback_t const& take) {
-    if (std::size_t const nul = text.find('\0'); nul != std::string::npos) // ends the text for the parser
+    if (std::size_t const nul = text.find('\0'); nul != std::string::npos) // the parser would stop there
         throw badAt(text, nul);
     char const* const begin = text.data();
     try {

@@ -15,7 +15,7 @@ struct JsonPlace {
     std::size_t byte = 0;
 };
 
-/** Why a text is not JSON: "LINE:COLUMN: REASON". */
+/** Thrown for text that is not JSON. The message is "LINE:COLUMN: REASON". */
 class BadJson : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;

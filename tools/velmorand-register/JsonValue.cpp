@@ -35,7 +35,7 @@ T elementOf(json const& value);
 template <>
 std::string elementOf(json const& value) {
     if (value.is_object() && value.size() == 1 && value.contains("base64"))
-        return fromBase64(value["base64"]); // an element in base64 among plain ones
+        return fromBase64(value["base64"]); // in catalogues, each text that is not UTF-8
     if (!value.is_string())
         throw BadEntry(value.dump() + " is not a string");
     return value.get<std::string>();

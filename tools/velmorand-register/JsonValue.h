@@ -8,10 +8,10 @@
 
 #include "Value.h"
 
-/** Values in the notation of the exchange format. */
+/** Values as they are written in the exchange format and in catalogues. */
 namespace tool {
 
-/** The problem with an entry, without its position. */
+/** Thrown for an invalid entry. The message does not contain its position. */
 class BadEntry : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;

@@ -41,8 +41,8 @@ void printDeclaredGroup(std::string const& name, char const* scope) {
 }
 
 /**
- * Prints the line of a declared setting: its value, or its fallback if it is not set, and its description. `isLong`:
- * also which values are allowed, if the declaration restricts them.
+ * Prints the line of a declared setting: its value, or its fallback if it is not set, and its description. If the value
+ * is invalid, also prints the expected values; otherwise, if `isLong`, the allowed values, if they are restricted.
  */
 void printDeclared(std::string const& name, Declaration const& declaration, Found const& found, bool isLong) {
     bool const isSet = found.entry.kind != Kind::none;

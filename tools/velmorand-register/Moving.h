@@ -11,7 +11,7 @@ struct Moving {
     std::string file;               ///< "-" for standard input
     std::optional<std::string> map; ///< the file with the rules
     bool isOverwriting = false;     ///< replace other values under the new names
-    bool isForced = false;          ///< also set locked names, and values that a declaration forbids
+    bool isForced = false;          ///< also set locked settings, and values that are not as declared
     bool isDryRun = false;          ///< write nothing
 };
 

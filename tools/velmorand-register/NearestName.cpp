@@ -56,7 +56,7 @@ public:
 private:
     /**
      * Computes row `i` of the table: the distances of the first `i` bytes of `from` to those prefixes of `to` whose
-     * sizes differ from `i` by at most `most`, and a sentinel on either side. Result: the least distance in the row.
+     * sizes differ from `i` by at most `most`, between sentinels. Result: the least distance in the row.
      */
     std::size_t goOn(std::string_view from, std::size_t i, std::string_view to, std::size_t most) {
         std::size_t const first = i > most ? i - most : 1;

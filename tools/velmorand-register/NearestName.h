@@ -10,7 +10,7 @@
 namespace tool {
 
 /**
- * The declared name of which `name` is probably a misspelling: the nearest by edit distance, or the first of several.
+ * The declared name that `name` probably stands for: the nearest by edit distance, or the first of several.
  * The distance may be at most 3, and at most a third of the length of the longer name, not counting the groups that
  * both share.
  * Result: none if no declared name is that near.

@@ -25,7 +25,7 @@ public:
     /** Why a value must not be set under a clean name, and how to set it anyway; empty if it may be set. */
     [[nodiscard]] std::string objectionTo(std::string const& name, Value const& value) const;
 
-    /** The declared name of which a clean name that is not declared is probably a misspelling, if there is one. */
+    /** The declared name that an undeclared clean name probably stands for; nothing if no declared name is similar. */
     [[nodiscard]] std::optional<std::string> similarTo(std::string const& name) const;
 
 private:

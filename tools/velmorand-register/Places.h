@@ -30,8 +30,8 @@ struct Directory {
 };
 
 /**
- * Whether a directory exists at a path. Unlike `std::filesystem::is_directory`, recognises one dated after 2038 on 32-bit
- * machines.
+ * Whether a directory exists at a path. Unlike `std::filesystem::is_directory`, also works on 32-bit machines if the
+ * directory is dated after 2038.
  */
 bool isDirectory(std::string const& path);
 
@@ -63,7 +63,7 @@ struct ScopedSettings {
     Settings settings;
 };
 
-/** The settings in those files; a missing file is empty. */
+/** The settings in the files of `filesToRead`; a missing file has none. */
 std::array<ScopedSettings, 2> settingsToRead(Places const& places);
 
 /** The failure for a name that is not a group: it does not exist, or is a property. */

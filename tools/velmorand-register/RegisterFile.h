@@ -20,7 +20,7 @@ struct Loaded {
     long bytesAfter; ///< the number of bytes after the settings; applications never read these
 };
 
-/** The content of a register file is invalid, or of a later format. */
+/** Thrown if the content of a register file is invalid, or has a later format. */
 class Damage : public Failure {
 public:
     explicit Damage(std::string const& message) : Failure(Status::fileTrouble, message) {}
@@ -45,8 +45,7 @@ public:
 
     /**
      * Replaces the file atomically, and keeps the old one, if it exists, as the previous file.
-     * Errors: `Failure`; the file is unchanged then, unless only the last step failed, which makes the replacement
-     * durable.
+     * Errors: `Failure`. The file is then unchanged, unless only the last step failed: making the replacement durable.
      */
     void save(Settings const& settings) const;
 

@@ -34,7 +34,7 @@ std::string_view nameOf(Walk const& entry);
  */
 class Settings {
 public:
-    /** No settings. */
+    /** Creates an object without settings. */
     Settings();
 
     /** The entry under a name. */

@@ -29,7 +29,7 @@ public:
     Progress& operator=(Progress const&) = delete;
     ~Progress();
 
-    /** Shows that `done` steps are done. */
+    /** Updates the bar after `done` steps. */
     void at(std::size_t done);
 
 private:

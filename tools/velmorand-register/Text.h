@@ -31,13 +31,13 @@ constexpr Escapes forJson{true, true, true, false, false};
 /** A JSON string for standard output: all escapes on a terminal, otherwise only those that JSON demands. */
 Escapes forJsonOutput();
 
-/** A JSON string within a line of text. Directions are escaped only on a terminal. */
+/** A JSON string within a line of text. Characters that reorder text are escaped only on a terminal. */
 Escapes forJsonLine();
 
 /** A name within a line of text. */
 Escapes forLine();
 
-/** Text on a terminal that may have several lines. */
+/** Text that is printed on a terminal and may have several lines. */
 constexpr Escapes forTerminal{false, false, false, true, true};
 
 /** Writes text with escapes, in constant memory. */

@@ -87,7 +87,7 @@ _velmorand_register() {
         case ${#arguments[@]} in
         0)
             local kinds='string number integer boolean strings numbers integers booleans'
-            # If the name is on the line already, it decides the kind.
+            # If the line already has the name of a declared setting, offers only its kind.
             while IFS=$'\t' read -r kind name; do
                 [[ $name != "${words[cword + 1]:-}" ]] || kinds=$kind
             done < <(_velmorand_register_declared "${catalogues[@]}")

@@ -49,7 +49,7 @@ public:
         _line.set_version_flag("--version", std::string(program) + " " VELMORAND_VERSION,
                                "Print the version");
         _line.fallthrough();
-        _line.require_subcommand(0, 1); // not more: an argument may equal a command's name
+        _line.require_subcommand(0, 1); // at most 1, so that an argument may equal a command's name
         _line.get_formatter()->column_width(28);
         _line.get_formatter()->label("REQUIRED", "");
         _line.get_formatter()->label("SUBCOMMAND", "COMMAND");
