@@ -13,9 +13,9 @@
  *     {"path": [LEVEL, ...], "kind": KIND, "value": [TEXT, ...]}
  *     {"path": [LEVEL, ...], "problem": REASON}
  *
- * or, if the whole store cannot be read, with nothing but "error". The texts are the elements of the value; a single
- * value has one. If "isBase64" is true, they are in base64. If the store can also read a text as a list, "list" has its
- * elements.
+ * or, if the whole store cannot be read, {"error": REASON}. The texts are the elements of the value; a single value has
+ * one. If the object also has "isBase64": true, they are in base64. If the store can read a text as a list as well,
+ * "list" has the elements of that list.
  */
 namespace reader {
 

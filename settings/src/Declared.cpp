@@ -77,7 +77,7 @@ private:
     detail::Declaration const* _declaration = nullptr;
 };
 
-/** Takes a declaration from the list, if it is listed, once no thread is using it, and destroys it. */
+/** Destroys a declaration. If it is in the list, first waits until no thread is using it, and removes it. */
 void withdraw(detail::Declaration const* declaration) noexcept {
     std::unique_ptr<detail::Declaration const> const owner(declaration);
     List& list = List::instance();

@@ -65,7 +65,7 @@ std::vector<std::string> list(RegisterScope scope, std::string const& group, Kin
     return {names.begin(), names.end()};
 }
 
-/** From all scopes, without locked names that exist only in the user's scope. */
+/** The names of one kind directly in a group, in any scope; without locked names that only the user's scope has. */
 std::vector<std::string> list(std::string const& group, Kind kind) {
     std::set<std::string> names;
     if (Access const settings; settings) {
@@ -104,7 +104,7 @@ void make(_Register& settings, Removal removal, void* sender) {
     announce(settings, sender, std::move(removal.names));
 }
 
-/** The changes that copy a group, with its user and global properties, into the user's scope. */
+/** The changes that copy a group's user and global properties, except locked user ones, into the user's scope. */
 UserChanges copiesOf(_Register const& settings, std::string const& from, std::string const& to) {
     UserChanges copies;
     for (Walk walk(settings, directoryOf(SCOPE_USER), from); walk.next();)

@@ -14,7 +14,7 @@
 
 namespace velmorand::detail {
 
-// Values are encoded as in the exchange format of velmorand-register.
+// Values are encoded as in catalogues: see docs/catalogue-format.md.
 
 template <>
 std::string json(std::string const& text) {

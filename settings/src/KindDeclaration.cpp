@@ -33,7 +33,7 @@ struct Fetched {
     std::string problem; ///< why an existing value cannot be read; otherwise empty
 };
 
-/** The value in force. No content of the register makes it throw. */
+/** Fetches the value in force. Reports an invalid value as a `problem` instead of throwing an exception. */
 template <class Kind>
 Fetched<Kind> fetch(std::string const& name) {
     Access const settings;

@@ -17,7 +17,7 @@ using filesystem::direct::Kind;
 using filesystem::direct::Walk;
 using utils::properties::_Register;
 
-/** Whether locking a name changes its value. A group does not count as a value. */
+/** Whether locking a name would change its value in the scopes. A group does not count as a value. */
 bool hidesAnother(_Register const& settings, std::string const& name) {
     auto const unlocked = filesystem::direct::find(settings, {"user", "global", "temp"}, name);
     auto const locked = filesystem::direct::find(settings, {"global", "temp"}, name);

@@ -11,8 +11,8 @@ namespace velmorand {
 
 /**
  * Calls `change`, which changes the global scope, and adds to `names` the properties whose value in force has changed
- * because locks were added or removed. Names that `change` itself has added may be added again. The register's lock is
- * held.
+ * because they were locked or unlocked, and the overridden properties that were locked or unlocked, even if their value
+ * is the same. Names that `change` itself has added may be added again. The register's lock is held.
  */
 void noteLockChanges(utils::properties::_Register const& settings, std::vector<std::string>& names,
                      std::function<void()> const& change);

@@ -20,7 +20,10 @@ namespace velmorand {
 /** The clean names of all overrides, including those that are not in force. */
 [[nodiscard]] std::vector<std::string> overriddenNames();
 
-/** The entry in force under a name, clean or not: its override or that of the scopes. Valid until either changes. */
+/**
+ * The entry in force under a name, clean or not: its override or, without one, the entry in the scopes. Valid until
+ * the override or the register changes.
+ */
 [[nodiscard]] filesystem::direct::Entry findInForce(utils::properties::_Register const& settings,
                                                     std::string const& name);
 

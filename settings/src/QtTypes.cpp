@@ -25,7 +25,7 @@ QString ascii(std::string const& text) {
 /** The canonical text for a time. */
 std::string isoText(QDateTime const& time) {
     constexpr int minute = 60;
-    // ISO 8601 has offsets in minutes; those of local times in the 19th century include seconds.
+    // ISO 8601 offsets have no seconds, but the offsets of 19th-century local times do.
     QDateTime const inMinutes = time.toOffsetFromUtc(time.offsetFromUtc() / minute * minute);
     return inMinutes.toString(Qt::ISODateWithMs).toStdString();
 }

@@ -5,7 +5,7 @@
 
 namespace velmorand {
 
-/** Whether to stop waiting; called from time to time. */
+/** Returns whether to stop waiting; called about every 50 ms during a wait. */
 using GiveUp = std::function<bool()>;
 
 /**

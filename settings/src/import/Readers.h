@@ -14,7 +14,7 @@
  */
 namespace velmorand::import {
 
-/** A setting as it is in its store. */
+/** A setting in another store. */
 struct Found {
     std::vector<std::string> path; ///< its levels, the outermost first; a level may be any text
     std::optional<AnyValue> value; ///< of its natural kind; empty if there is a problem

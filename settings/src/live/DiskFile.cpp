@@ -147,7 +147,7 @@ DiskFile::Replaced DiskFile::replace(TreeImage const& image, std::string const& 
     errno = EIO;
     if (disk.write(handle, image.bytes().data(), size) != size || !disk.flush(handle))
         return failed(errno);
-    // After the new content has reached the disk, because a failed save must not replace the previous file.
+    // The new content has reached the disk by now. A save that fails before this must not replace the previous file.
     if (!keptAs.empty() && !disk.keepAs(text(_name), text(keptAs)) && errno != ENOENT)
         return failed(errno);
     Identity written{disk.stamp(handle), std::string(image.bytes().substr(0, headSize))};
@@ -162,7 +162,10 @@ DiskFile::Replaced DiskFile::replace(TreeImage const& image, std::string const& 
     return replaced;
 }
 
-/** Called if it is not known whether a replacement took place: compares the file with the new content. */
+/**
+ * Called if it is not known whether a replacement took place: compares the size and the first bytes of the file, which
+ * include the checksum, with those of the new content.
+ */
 void DiskFile::knowIfItHolds(TreeImage const& image) {
     Opened const written(_disk, _name);
     if (written.handle() == nullptr)

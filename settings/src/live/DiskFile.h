@@ -58,7 +58,7 @@ public:
     [[nodiscard]] std::string nameForDamaged();
 
     /**
-     * Renames the damaged file to the result of `nameForDamaged`, durably.
+     * Renames the damaged file to the result of `nameForDamaged`, and flushes the directory if possible.
      * Result: the name; empty if it could not be renamed.
      */
     [[nodiscard]] std::string moveAsideAsDamaged();

@@ -33,7 +33,10 @@ char const* consequence(Found previous) {
     return "; the previous file cannot be used either, so no settings are loaded";
 }
 
-/** Replaces a damaged file with the previous one. Result: the content of the user's file after that. */
+/**
+ * Recovers from a damaged file: replaces it with the previous one or, if that is not sound, moves it aside.
+ * Result: the settings to start with.
+ */
 Image recover(Files& files, Events& events) {
     filesystem::DirectoryLock lock;
     static_cast<void>(lock.take(files.directory, patience));

@@ -8,7 +8,7 @@ namespace velmorand::live {
 /** How long to wait for a process that is replacing the user's file. */
 constexpr std::chrono::milliseconds patience{5'000};
 
-/** The longest delay before a save: longer than processes run, but without overflow in clock arithmetic. */
+/** The longest delay before a save: longer than any process runs, but short enough for arithmetic with clocks. */
 constexpr std::chrono::milliseconds longestDelay = std::chrono::hours(24 * 365);
 
 /**

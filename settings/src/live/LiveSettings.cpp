@@ -50,7 +50,7 @@ public:
         int waits = 0;
         GiveUp const giveUp = [&waits] {
             return ++waits == 20;
-        }; // of 50 ms each; time spent on the disk does not count
+        }; // called every 50 ms, but only while waiting for the lock
         // Changes of other processes no longer matter here.
         if (!_memory->isSaved(giveUp))
             _synchroniser->run(live::Synchroniser::Missing::leaveAlone, giveUp);

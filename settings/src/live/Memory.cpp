@@ -114,7 +114,7 @@ void notifyEach(_Register const& theRegister, void* sender, std::string const& n
     }
 }
 
-/** A log that has outlived its register. Volatile, so that leak checkers can reach it. */
+/** A log that has outlived its register. Volatile, so that the pointer is stored, and leak checkers find the log. */
 ChangeLog* volatile leftBehind = nullptr;
 
 } // namespace
@@ -178,7 +178,8 @@ bool Memory::isSaved(GiveUp const& giveUp) const {
         return true;
     if (!_isDurable)
         return false;
-    // Changes that another thread has collected may already be in the file, although this is not known here yet.
+    // Paths without a difference do not count. Changes that another thread is saving count as unsaved until the result
+    // has been applied.
     auto const paths = united(_collected, _pending);
     return _log->isEmpty() && std::all_of(paths.begin(), paths.end(), [this](std::string const& path) {
                return differences(*_user, stateOf(_register, path)).empty();

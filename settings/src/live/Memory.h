@@ -28,7 +28,7 @@ struct Collected {
     Changes changes;      ///< the differences from `base` to memory
 };
 
-/** The result of a merge, for memory. */
+/** The result of a merge, to be applied to memory. */
 struct Merged {
     std::uint64_t number; ///< the collection that was merged
     bool isSaved;         ///< whether the collected changes are in the file, durably

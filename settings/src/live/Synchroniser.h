@@ -19,8 +19,8 @@ struct Files {
     Files(std::string userDirectory, std::string const& globalDirectory);
 
     /**
-     * Reads both files. If the user's file is damaged, it is moved aside and, if possible, replaced with the previous
-     * one.
+     * Reads both files. If the user's file is damaged, replaces it with the previous one or, if that is not sound,
+     * moves it aside.
      * Errors: `utils::Exception` with path and reason if a file cannot be read.
      */
     void open(Events& events);
@@ -47,8 +47,9 @@ public:
     enum class Missing { leaveAlone, makeAgain };
 
     /**
-     * Merges all changes of this process. A file that has been removed is created again only if there are changes or
-     * `missing` is `makeAgain`. Does nothing if the caller gives up waiting for the register's lock.
+     * Merges all changes of this process. A file that has been removed is created again if there are changes, or if
+     * `missing` is `makeAgain` and there are any properties. Does nothing if the caller gives up waiting for the
+     * register's lock.
      */
     SaveResult run(Missing missing, GiveUp const& giveUp);
 

@@ -68,7 +68,8 @@ Worker::Worker(std::vector<std::string> files, std::chrono::milliseconds delay, 
     if (_wake < 0)
         throw utils::Exception("cannot share the settings: " + std::generic_category().message(errno));
     SignalsBlocked const blocked;
-    // Not a `std::thread`: it frees memory when the thread ends, for which the allocator would first set up an arena.
+    // Not a `std::thread`, because that frees memory in the new thread, and the allocator would set up an arena for the
+    // thread just to do this.
     if (int const error = ::pthread_create(&_thread, nullptr, begin, this); error != 0) {
         ::close(_wake);
         throw utils::Exception("cannot share the settings: " + std::generic_category().message(error));
@@ -90,7 +91,7 @@ void Worker::wake() noexcept {
         return;
     _changedAt = Clock::now();
     std::uint64_t const one = 1;
-    static_cast<void>(::write(_wake, &one, sizeof one) == 0); // fails if full: then the worker is awake
+    static_cast<void>(::write(_wake, &one, sizeof one) == 0); // fails only if full: the worker has been woken
 }
 
 void Worker::stop() {
