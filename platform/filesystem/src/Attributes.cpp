@@ -16,7 +16,7 @@ namespace {
 
 constexpr char const* accessList = "system.posix_acl_access";
 
-/** Whether the last system call failed because the file lacks the attribute or does not support it. */
+/** Whether the last system call failed because the file lacks the attribute, or its file system has no attributes. */
 bool isMissing() {
     return errno == ENODATA || errno == ENOTSUP;
 }
@@ -60,7 +60,7 @@ bool isComputed(std::string_view name) {
     return name == "security.ima" || name == "security.evm";
 }
 
-/** Whether an attribute may be an access control list that is not a POSIX one, such as an NFSv4 list. */
+/** Whether an attribute may be an access control list: a POSIX list, or another kind such as an NFSv4 list. */
 bool isOfAccess(std::string_view name) {
     constexpr std::string_view system = "system.";
     return name.substr(0, system.size()) == system;

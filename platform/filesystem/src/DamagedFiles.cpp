@@ -17,10 +17,10 @@ namespace filesystem {
 namespace {
 
 constexpr std::string_view ending = ".damaged-";
-constexpr std::size_t timeSize = 16; // of the text of `timeInUtc`
+constexpr std::size_t timeSize = 16; // size of the result of `timeInUtc`
 constexpr std::size_t mostKept = 5;
 
-/** The time now, as in 20261121T093000Z. */
+/** The current time in UTC, such as 20261121T093000Z. */
 std::string timeInUtc() {
     std::time_t const now = std::time(nullptr);
     std::tm parts = {};
@@ -46,12 +46,12 @@ std::vector<std::string> namesKept(RealFileSystem const& disk, std::string_view 
     return names;
 }
 
-/** The number after that of the newest file; 1 if there is none or its name has another time. */
+/** The number for the next file: one more than the newest file's, or 1 if no file has the time of `stem`. */
 unsigned nextNumber(std::vector<std::string> const& kept, std::string const& stem) {
     if (kept.empty() || kept.back().compare(0, stem.size(), stem) != 0)
         return 1;
     std::string_view const digits = std::string_view(kept.back()).substr(stem.size());
-    unsigned number = 1; // that of a name without one
+    unsigned number = 1; // a name without a number counts as number 1
     if (!digits.empty())
         std::from_chars(digits.data() + 1, digits.data() + digits.size(), number);
     return number + 1;

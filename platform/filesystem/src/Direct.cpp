@@ -87,7 +87,7 @@ bool isVisitedBefore(Node const& left, Node const& right) {
 
 } // namespace
 
-// A fast path: if an entry is found under a path as it is given, the path is canonical, and need not be examined.
+// A fast path: if an entry is found under the unchanged path, the path is canonical and need not be examined.
 
 Entry find(RAMFileSystem const& fileSystem, std::initializer_list<std::string_view> directories,
            std::string_view path) {

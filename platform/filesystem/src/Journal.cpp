@@ -99,7 +99,7 @@ std::vector<std::string> Journal::changedPaths() {
     std::vector<std::string> paths = _left;
     std::size_t bytes = 0;
     for (Touched const touched : _touched) {
-        // Skips nodes outside the directory, and nodes that have been removed: `_left` has their paths.
+        // Skips nodes outside the directory, and removed nodes, whose paths are in `_left`.
         if (_tree[touched.node].generation != touched.generation || !isInside(touched.node))
             continue;
         paths.push_back(pathOf(touched.node));

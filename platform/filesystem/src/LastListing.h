@@ -13,9 +13,8 @@
 namespace filesystem {
 
 /**
- * Caches the listing of one directory, for repeated listings between which no entry is added to or removed from the
- * tree: copying it is much cheaper than building it again. The first listing is not cached; only the directory's number
- * is kept.
+ * Caches the listing of one directory until an entry is added to or removed from the tree. Copying a listing is much
+ * cheaper than building it again. The first listing is not cached, only the directory's number and the tree's version.
  *
  * Listing is `const`, so several threads may do it at once; a mutex guards the cache. It is held for a few
  * instructions, and no other lock is taken under it.

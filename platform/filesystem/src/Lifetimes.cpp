@@ -34,8 +34,8 @@ Living& living() {
 
 /**
  * Creates the list, and registers handlers that hold its mutex during a fork, so that the child finds it free. Runs
- * when the library is loaded, not at the first use: so it cannot run while another thread forks, nor a second time
- * after a failure for lack of memory.
+ * when the library is loaded, because at the first use another thread could be forking, and a failure for lack of
+ * memory would make it run a second time.
  */
 int prepareForForks() {
     static_cast<void>(living());

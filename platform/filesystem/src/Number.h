@@ -7,7 +7,7 @@
 namespace filesystem {
 
 // Conversions between types that are the same on some machines and differ on others. They are templates, because
-// elsewhere the compiler warns of a cast that does not change the type.
+// in ordinary functions the compiler would warn of a cast to the same type.
 
 /** Converts a number to a type that can represent it. */
 template <class To, class From>

@@ -15,7 +15,7 @@ namespace filesystem {
  */
 class PathPlace {
 public:
-    /** The root. */
+    /** The place of the root. */
     PathPlace() = default;
 
     explicit PathPlace(TreePath const& path) : _isRoot(path.isRoot()), _first(PathHash::of(path.first)) {

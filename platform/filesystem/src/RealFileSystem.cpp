@@ -404,14 +404,14 @@ bool RealFileSystem::keepAs(QString const& path, QString const& second) {
     return true;
 }
 
-/** For file systems without links, and for files on different file systems. */
+/** Copies a file that cannot get another link, for example because the file system does not support links. */
 bool RealFileSystem::copy(QString const& path, QString const& second) {
     FileHandle* from = nullptr;
     FileHandle* to = nullptr;
     if (!open(path, &from, MODE_READ))
         return false;
     bool isCopied = open(second, &to, MODE_WRITE);
-    // Accessible to its owner only, because a new file could be readable by more users than the original.
+    // Only the owner may access the copy: with default permissions, more users could read it than the original.
     if (RealHandle const* const made = isCopied ? _handles->find(to) : nullptr; made != nullptr)
         isCopied = ::fchmod(made->descriptor(), S_IRUSR | S_IWUSR) == 0;
     std::array<char, 65'536> part{};

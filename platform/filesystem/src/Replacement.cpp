@@ -237,8 +237,8 @@ bool Replacement::flush() {
  * Gives the new file the current rights of the old one: the owner, or at least the group, if possible; the access
  * control list and the other extended attributes; and the mode. No user gets more rights than before. If the group
  * cannot be kept, the new group gets no rights, and others get only rights that the old group had as well, since its
- * members are now among the others. Set-user-ID and set-group-ID bits are dropped if the owner or the group differs. If
- * the access control list could not be copied, only the owner keeps rights.
+ * members are now among the others. The set-user-ID bit is dropped if the owner differs, the set-group-ID bit if the
+ * group differs. If an access control list could not be copied, only the owner keeps rights.
  */
 bool Replacement::keepRights() const {
     if (!_old.isOpen())

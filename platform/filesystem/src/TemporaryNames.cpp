@@ -16,7 +16,7 @@ namespace filesystem {
 namespace {
 
 constexpr std::string_view mark = ".velmorand-";
-constexpr std::size_t digits = 8; // of 32 bits
+constexpr std::size_t digits = 8; // hexadecimal digits of a 32-bit number
 
 std::string hexadecimal(std::uint32_t number) {
     std::string text(digits, '0');

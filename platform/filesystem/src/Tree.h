@@ -67,9 +67,8 @@ public:
     [[nodiscard]] std::vector<NodeId> const& children(NodeId directory);
 
     /**
-     * Whether the children of a directory are known to be in ascending byte order of their names. This is so if they
-     * were added in that order, in which case their names are distinct, and once `children` or a removal has sorted
-     * them.
+     * Whether the children of a directory are known to be in ascending byte order of their names: either they were
+     * added in that order, which implies that their names are distinct, or `children` or a removal has sorted them.
      */
     [[nodiscard]] bool areOrdered(NodeId directory) const;
 

@@ -46,7 +46,7 @@ public:
 private:
     struct Directory {
         Entry const* before; ///< null if it is new
-        std::uint32_t left;  ///< how many of its children are not written yet
+        std::uint32_t left;  ///< the number of its children that have not been written yet
         TreeChange const* firstChange;
         TreeChange const* lastChange; ///< the end of the changes that are not written yet
         std::size_t depth;            ///< size of this directory's path, with a "/" at the end
