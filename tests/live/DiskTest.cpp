@@ -38,7 +38,7 @@ protected:
     }
 };
 
-/** While an object exists, the files of this process cannot grow, as on a full disk. */
+/** While an object of this class exists, the files of this process cannot grow, as on a full disk. */
 class NoRoom {
 public:
     NoRoom() {

@@ -12,7 +12,7 @@ namespace soak {
 
 constexpr int mostLanes = 32;
 constexpr int ownNames =
-    12; ///< of each lane; the last `grouped` ones are in a group that is removed as a whole
+    12; ///< of each lane; the last `grouped` names are in a group that is removed as a whole
 constexpr int grouped = 4;
 constexpr int sharedNames = 5;
 constexpr int mostShared = 1'000'000;
@@ -70,7 +70,7 @@ struct Record {
     std::atomic<int> problems{0};
     std::atomic<bool> leaves[mostLanes]; ///< whether a process must exit
 
-    /** Maps zeroed memory, of which only the pages that are written to take up space. */
+    /** Maps zeroed memory. Its pages take up space only once they are written to. */
     static Record* make() {
         void* const memory =
             ::mmap(nullptr, sizeof(Record), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);

@@ -29,7 +29,7 @@ using utils::properties::_Register;
 namespace soak {
 namespace {
 
-/** A number from the environment. */
+/** The number in an environment variable; `otherwise` if it is not set. */
 int number(char const* name, int otherwise) {
     char const* const value = std::getenv(name);
     return value != nullptr ? std::atoi(value) : otherwise;
@@ -74,7 +74,7 @@ public:
         : _record(record), _live(live), _lane(lane),
           _chance(static_cast<unsigned>(lane + 1000 * record.serial[lane])) {}
 
-    /** Takes the content of the file as the acknowledged state. */
+    /** Checks the content of the file, and records it as the acknowledged state. */
     void start() {
         checkLane(_record, _lane);
         for (int name = 0; name < ownNames; ++name) {
@@ -129,7 +129,7 @@ private:
         }
     }
 
-    /** Checks a name that no other thread changes. */
+    /** Checks that a name that only this thread changes has its newest value in memory. */
     void checkMemory(int name) {
         int const expected = own(name).newest;
         // A process that is exiting cannot read any more.

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Uses the headers for types of settings as far as a program that is compiled without exceptions can.
+// Uses those parts of the headers for types of settings that work in a program that is compiled without exceptions.
 #include <chrono>
 #include <string>
 

@@ -3,9 +3,9 @@
 #
 # usage: both.sh BUILD-FOR-QTCORE-5 BUILD-FOR-QTCORE-6
 #
-# Both builds can be installed in the same place: an application can be built with each and runs, and code compiled for
-# one cannot be linked with the other. In a program for QtCore 5 that uses a shared library for QtCore 6, each has its
-# own register.
+# Both builds can be installed in the same place. An application can be built with either of them, and runs. Code
+# compiled for one cannot be linked with the other. If a program for QtCore 5 uses a shared library for QtCore 6, the
+# program and the library have separate registers.
 set -eu
 export LC_ALL=C
 here=$(cd "$(dirname "$0")" && pwd)
@@ -64,7 +64,7 @@ together() { # PROGRAM [LIBRARY]
     rm -rf "$work/program" "$work/library"
     mkdir "$work/program" "$work/library"
     LD_LIBRARY_PATH=$libraries:$work "$work/$program" "$work/program" "$work/library" "$@"
-    # Each has saved its own register.
+    # The program and the library have each saved their own register.
     for part in program library; do
         test -s "$work/$part/Velmorand.dat"
     done

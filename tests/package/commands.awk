@@ -4,8 +4,8 @@
 #
 # Writes the "console" blocks of a document into DIRECTORY: `expected` has their lines, and `script` is a shell script
 # that runs the commands, which are the lines that begin with "$ ", and prints each before its output. "$?" in a command
-# is the exit status of the command before. The output of a command "cat FILE" is written to that file, for the commands
-# to read.
+# is the exit status of the previous command. The output of a command "cat FILE" in the document is written to that file
+# beforehand, so that the commands can read it.
 
 /^```/ {
     inside = !inside

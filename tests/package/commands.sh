@@ -4,7 +4,7 @@
 # usage: commands.sh DOCUMENT.md TOOL
 #
 # Runs the commands of a document with the command-line tool, as commands.awk extracts them. They must print what the
-# document shows. /etc/xdg and /home/ada become directories in a temporary one, and `sudo` just runs its command.
+# document shows. /etc/xdg and /home/ada are replaced by temporary directories, and `sudo` only runs its command.
 set -eu
 . "$(dirname "$0")/temporary-directory.sh"
 here=$(cd "$(dirname "$0")" && pwd)

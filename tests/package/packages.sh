@@ -55,7 +55,7 @@ check() { # NAME FUNCTION [ARGUMENT...]
     fi
 }
 
-# Runs a check on which the others depend.
+# Runs a check that the other checks need; exits if it fails.
 need() { # NAME FUNCTION [ARGUMENT...]
     check "$@"
     [ "$failed" -eq 0 ] || exit 1
@@ -114,7 +114,7 @@ build() { # DIRECTORY [NAME=VALUE...]
         dpkg-buildpackage -us -uc' sh "$directory"
 }
 
-# A build with the tests, whose log blhc reads.
+# Builds the packages and runs the tests. blhc reads the log of this build.
 first_build() {
     build "$first" >"$work/build.log" 2>&1 || {
         cat "$work/build.log"
@@ -208,7 +208,8 @@ files_are_as_expected() {
     done
 }
 
-# The development packages depend on what their headers include and on nothing else.
+# Each development package depends only on its library, and on the packages with the headers that its own headers
+# include.
 dependencies_are_as_expected() {
     check_depends() { # PACKAGE DEPENDENCY...
         package=$1
@@ -226,7 +227,7 @@ dependencies_are_as_expected() {
 }
 
 # If a package can be installed for two architectures together, its files outside the architecture's own directory must
-# be the same for both.
+# not depend on the architecture: they must be in /usr/include and /usr/share, and must not contain its name.
 architectures_share_files() {
     for package in $all_packages; do
         deb=$(archive "$package")
@@ -262,9 +263,10 @@ blhc_says_nothing() {
     blhc --bindnow --line-numbers "$work/build.log"
 }
 
-# blhc checks FORTIFY: the libraries call few functions that have a checked form. Control-flow protection is looked for
-# in the code: the linker marks a program with it only if the system's start files have it, and those of Debian 12 do
-# not. The compiler's start files contain two of its instructions.
+# hardening-check cannot test two features. FORTIFY: the libraries call too few functions that have a checked form, so
+# blhc checks the compiler's options instead. Control-flow protection: the linker marks a program only if the system's
+# start files are protected, which those of Debian 12 are not. So this function counts the instructions: the compiler's
+# start files contain two, and a protected program has more.
 programs_are_hardened() {
     find "$work/unpacked" -type f -exec sh -c 'file -b "$1" | grep -q ^ELF' sh {} ';' -print >"$work/programs"
     test "$(wc -l <"$work/programs")" -eq 10

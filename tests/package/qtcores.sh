@@ -42,7 +42,7 @@ compile() { # QT-MAJOR INCLUDE-DIRECTORY HEADER [FLAG...]
         -c "$work/main.cpp" -o "$work/main.o"
 }
 
-# With the other QtCore's headers: one error.
+# Compiling with the other QtCore's headers gives one error.
 for header in filesystem/DirEntry.h filesystem/Path.h filesystem/RAMFileSystem.h utils/properties/Register.h \
     velmorand/Save.h velmorand/Property.h velmorand/QtTypes.h; do
     compile "$QT_MAJOR" "$prefix/include/$package" "$header"
@@ -51,8 +51,8 @@ for header in filesystem/DirEntry.h filesystem/Path.h filesystem/RAMFileSystem.h
     test "$(grep -c 'error:' "$work/output")" -eq 1
 done
 
-# The headers as they are installed for the other QtCore, with this one's libraries. The linker must not drop the
-# reference to the missing symbol, even with options that make it drop unused code.
+# Code compiled with the headers for the other QtCore cannot be linked with the libraries for this one. The linker must
+# not drop the reference to the missing symbol, even with options that make it drop unused code.
 cp -R "$prefix/include/$package" "$work/other"
 find "$work/other" -name QtCore.h -exec sed -i -e "s/_QtCore_$QT_MAJOR/_QtCore_$other/" -e "s/!= $QT_MAJOR/!= $other/" {} +
 link() { # HEADER [FLAG...]
@@ -71,7 +71,7 @@ for flags in '-O0' '-O2 -flto' '-O2 -ffunction-sections -fdata-sections -Wl,--gc
         fails_saying "velmorand_settings_for_QtCore_$other" link velmorand/Save.h $flags
     }
 done
-# The same for an object in an archive, which the linker uses only because of another symbol.
+# The same holds for an object in an archive, which the linker includes because the program needs another symbol of it.
 compile "$other" "$work/other" velmorand/Save.h -Dmain=start
 ar rcs "$work/libstart.a" "$work/main.o"
 echo 'extern int start(); int main() { return start(); }' >"$work/starts.cpp"
@@ -79,7 +79,7 @@ echo 'extern int start(); int main() { return start(); }' >"$work/starts.cpp"
 fails_saying "velmorand_settings_for_QtCore_$other" "$CXX" $CXXFLAGS "$work/starts.cpp" -o "$work/main" \
     "$work/libstart.a" $(pkg-config --libs "$settings")
 
-# In CMake.
+# CMake configures a project that finds both QtCores, but not one that links both into one program.
 configure() { # PACKAGES LIBRARIES [CMAKE-ARGUMENT...]
     rm -rf "$work/build"
     packages=$1

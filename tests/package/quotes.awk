@@ -2,8 +2,8 @@
 #
 # usage: awk -v directory=DIRECTORY -f quotes.awk DOCUMENT.md
 #
-# Checks the "c++" blocks of a document, which are not compiled: each must be part of the file in DIRECTORY that its
-# first line names, "// NAME". Fails if a block is not, or if the document has no such block.
+# Checks the "c++" blocks of a document, which are not compiled. The first line of a block, "// NAME", names a file in
+# DIRECTORY, which must contain the rest of the block. Fails if it does not, or if the document has no "c++" blocks.
 
 function content(path,    line, text) {
     while ((getline line < path) > 0) {

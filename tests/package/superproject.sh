@@ -3,10 +3,10 @@
 #
 # usage: superproject.sh EXCEPTION-LIBRARY FILESYSTEM-LIBRARY
 #
-# A superproject that defines velmorand::exception and velmorand::filesystem adds this project's directory, which then
-# builds neither of them, and builds shared libraries even if the superproject's are static. The superproject's file
-# system lacks Direct.h, but the include path has an unrelated header of that name, which must not be used. The
-# superproject decides which deprecated parts of QtCore it sees.
+# A superproject defines velmorand::exception and velmorand::filesystem, and adds this project's directory. This project
+# must then build neither of them, and must build shared libraries even if those of the superproject are static. The
+# superproject's file system lacks Direct.h; an unrelated header of that name on the include path must not be used. The
+# superproject chooses the deprecated parts of QtCore that its code may use.
 set -eu
 here=$(dirname "$0")
 . "$here/temporary-directory.sh"

@@ -92,7 +92,7 @@ TEST_F(Transaction, SkipsTheSender) {
     EXPECT_EQ(1U, names.size());
 }
 
-TEST_F(Transaction, RefusesAValueThatADeclarationDoesNotAllowImmediately) {
+TEST_F(Transaction, ImmediatelyRefusesAValueThatADeclarationDoesNotAllow) {
     EXPECT_EQ("cannot set \"a/width\": 1001 is not allowed: expected at most 1000",
               failure([this] { changes.set(width, 1001); }));
     EXPECT_TRUE(changes.empty());
@@ -178,7 +178,7 @@ TEST_F(Transaction, AnnouncesNamesThatAreStillPending) {
     EXPECT_THAT(names, ElementsAre("a/height", "after a/height", "a/width", "after a/width"));
 }
 
-TEST_F(Transaction, CannotReplaceAGroupThatItEmptiesWithAProperty) {
+TEST_F(Transaction, CannotWriteAPropertyUnderTheNameOfAGroupThatItEmpties) {
     write("a/g/x", 1);
     changes.reset("a/g/x");
     changes.write("a/g", 1);
@@ -201,7 +201,7 @@ TEST_F(Transaction, DoesNotResetAGroup) {
     EXPECT_EQ(1, read<int>("a/g/x"));
 }
 
-TEST_F(Transaction, RefusesAnInvalidNameImmediately) {
+TEST_F(Transaction, ImmediatelyRefusesAnInvalidName) {
     EXPECT_EQ("invalid name: \"a/..\": a level cannot be \"..\"",
               failure([this] { changes.write("a/..", 1); }));
     EXPECT_EQ("invalid name: \"\": empty", failure([this] { changes.reset(""); }));

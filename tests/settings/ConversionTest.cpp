@@ -19,7 +19,7 @@ namespace {
 
 using namespace velmorand;
 
-/** A value that the compiler does not know. */
+/** Hides a value from the optimiser. */
 template <class T>
 T unknown(T value) {
     T const volatile hidden = value;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A declared setting keeps the value that it has read, so further reads take no lock. Any change of the register makes
-// the next read fetch the new value.
+// A declared setting caches the value that it has read, so that further reads take no lock. After any change of the
+// register, the next read fetches the new value.
 
 #include <atomic>
 #include <chrono>
@@ -46,7 +46,7 @@ using support::RegisterProbe;
 using support::TemporaryDirectory;
 using utils::properties::_Register;
 
-/** Settings that have been read and keep their values: `height` a fallback, the others values of the user scope. */
+/** Settings that have been read and cached: `height` with its fallback, the others with values of the user scope. */
 class KeptValue : public testing::Test {
 protected:
     void SetUp() override {

@@ -41,7 +41,7 @@ auto noteIn(Names& names) {
     return [&names](std::string const& name) { names.push_back(name); };
 }
 
-/** A listener to everything, created after some settings. */
+/** A listener to everything that is created when some settings already exist. */
 class Everything : public testing::Test {
 protected:
     Everything() {
@@ -252,7 +252,7 @@ TEST_F(Everything, IncludesAListenersChangeInANewGroup) {
     EXPECT_THAT(heard(), testing::UnorderedElementsAre("new/x", "log/x"));
 }
 
-TEST_F(Everything, HasTheEmptyKey) {
+TEST_F(Everything, HasTheEmptyKeyInAnySpelling) {
     for (std::string const& key : {std::string(), std::string("/"), std::string("//"), Group().name()}) {
         Names all;
         Listener const same{key, noteIn(all)};

@@ -12,7 +12,7 @@
 
 using namespace velmorand;
 
-// A length in a record has 31 bits. Longer values must be refused, because they would be stored truncated or empty.
+// Lengths in records have 31 bits. Longer values must be refused: the register would store them truncated or empty.
 
 namespace {
 

@@ -402,7 +402,7 @@ TEST_F(Live, NotifyTheOtherListenersOfANameEvenIfOneThrows) {
     Listener const second{"a/x", [&](std::string const&) { heard.emplace_back("second"); }};
     QueuedListener queued{"a", [] { throw std::runtime_error("no wake"); }};
     Listener const around{"a", [&](std::string const&) { heard.emplace_back("around"); }};
-    testing::internal::CaptureStderr(); // the live settings' own thread may be the one that announces
+    testing::internal::CaptureStderr(); // the live settings' own thread may announce the change
     inOther("set a/x 1");
     ASSERT_TRUE(live.sync().saved);
     EXPECT_EQ(
@@ -443,7 +443,7 @@ TEST_F(Live, NotifyTheOtherListenersEvenIfACallbackOfTheRegisterThrows) {
     Listener const around{"a", [&](std::string const&) { heard.emplace_back("around"); }};
     Listener const other{"b", [&](std::string const&) { heard.emplace_back("other"); }};
     Listener const own{"a", [&](std::string const&) { heard.emplace_back("own"); }, &live};
-    testing::internal::CaptureStderr(); // the live settings' own thread may be the one that announces
+    testing::internal::CaptureStderr(); // the live settings' own thread may announce the change
     inOther("set a/x 1 set b 1");
     ASSERT_TRUE(live.sync().saved);
     EXPECT_EQ("settings: exception in a listener to \"a/x\" (changed by another program): no\n",

@@ -83,7 +83,7 @@ struct Host {
         expectAllHear(step);
     }
 
-    /** Expects that the host's old and new listeners, and those of the plug-ins, are notified. */
+    /** Expects that the host's old and new listeners and all listeners of the plug-ins are notified. */
     void expectAllHear(std::string const& step) {
         velmorand::write(step + std::to_string(value), value); // a new name, for listeners to everything
         int newHeard = 0;

@@ -17,7 +17,7 @@ namespace {
 
 constexpr char const* damagedName = "Velmorand.dat.damaged-20261121T093000Z";
 
-/** The tool with a register file in which "x" is 2, and a previous one in which it is 1. */
+/** The tool with a register file in which "x" is 2, and a previous file in which "x" is 1. */
 class Copies : public Tool {
 protected:
     Copies() {
@@ -34,7 +34,7 @@ protected:
         return names;
     }
 
-    /** The path of the only file whose name has the time at which it was found damaged. */
+    /** The path of the only damaged file that was kept; empty if there is none. */
     [[nodiscard]] std::string theDamagedFile() const {
         std::set<std::string> const names = files();
         auto const name = names.lower_bound("Velmorand.dat.damaged-");
@@ -53,7 +53,7 @@ protected:
         EXPECT_EQ(0, ::utimensat(AT_FDCWD, path.c_str(), times, 0));
     }
 
-    /** An empty list of copies, with a note on standard error. */
+    /** Matches an empty list of copies, with a note on standard error. */
     static auto SaysThatNoneAreKept(std::string const& path) {
         return testing::AllOf(
             testing::Field(&Outcome::status, 0), testing::Field(&Outcome::out, ""),
@@ -93,7 +93,7 @@ TEST_F(Copies, ExcludeOtherFilesInTheDirectory) {
     EXPECT_THAT(run({"restore"}), SaysThatNoneAreKept(userFile));
 }
 
-TEST_F(Copies, AreEmptyWithoutADirectory) {
+TEST_F(Copies, AreNotRequiredToExist) {
     EXPECT_THAT(runBare({"restore"}), SaysThatNoneAreKept(at(".config/velmorand/Velmorand.dat")));
     EXPECT_THAT(runBare({"restore", "previous"}), Complains(1, "no such copy: previous"));
     EXPECT_FALSE(std::filesystem::exists(at(".config")));

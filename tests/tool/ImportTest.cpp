@@ -187,7 +187,7 @@ TEST_F(Import, PrintsThatNothingChanged) {
     EXPECT_EQ("nothing changed\n", answer({"import", "--replace", "-"}, settings));
 }
 
-TEST_F(Import, OfNothingIntoAMissingFileIsAChange) {
+TEST_F(Import, CreatesAMissingFileEvenWithoutSettings) {
     EXPECT_EQ("0 set\n", answer({"import", "-"}, "{}"));
     EXPECT_EQ("nothing changed\n", answer({"import", "-"}, "{}"));
 }

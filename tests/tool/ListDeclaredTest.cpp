@@ -28,7 +28,7 @@ TEST_F(ListDeclared, ShowsFallbacksAndDescriptions) {
               answer({"list", "--declared", "-r"}));
 }
 
-TEST_F(ListDeclared, ShowsWhatIsAllowedOnRequest) {
+TEST_F(ListDeclared, ShowsAllowedValuesOnRequest) {
     answer({"set", "number", "editor/size", "12.5"});
     EXPECT_EQ(
         "string    unset  editor/autosave: \"30s\" (allowed: a duration such as \"1.5s\" (units: ns, us, ms, "
@@ -45,7 +45,7 @@ TEST_F(ListDeclared, ShowsWhatIsAllowedOnRequest) {
         answer({"list", "--declared", "-rl"}));
 }
 
-TEST_F(ListDeclared, ShowsWhatIsAllowedOnceIfTheValueIsNot) {
+TEST_F(ListDeclared, DoesNotRepeatTheAllowedValuesForAnInvalidValue) {
     answer({"set", "--force", "number", "editor/size", "99"});
     EXPECT_THAT(answer({"list", "--declared", "-l", "editor"}),
                 testing::HasSubstr("editor/size: 99.0 (invalid: expected a number from 6 to 72)  # Font"));

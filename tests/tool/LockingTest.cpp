@@ -123,7 +123,7 @@ TEST_F(Locking, KeepsEntriesThatAreNotNames) {
     EXPECT_EQ("\na\nb\n", list());
 }
 
-TEST_F(Locking, IsCheckedWithTheFile) {
+TEST_F(Locking, IsReportedByCheckIfTheListIsInvalid) {
     administer({"lock", "a"});
     EXPECT_EQ(0, runOnBoth({"--scope", "global", "check"}).status);
     setGlobally({"strings", "velmorand/locked", "a", "b/../c"});
@@ -140,7 +140,7 @@ TEST_F(Locking, IsCheckedWithTheFile) {
                 testing::EndsWith("a list of integers is not allowed: expected a list of strings\n"));
 }
 
-TEST_F(Locking, IsCheckedIfItIsNotAProperty) {
+TEST_F(Locking, IsReportedByCheckIfTheListIsAGroup) {
     setGlobally({"strings", "velmorand/locked/x", "a"});
     EXPECT_THAT(
         runOnBoth({"--scope", "global", "check"}).err,
@@ -230,7 +230,7 @@ TEST_F(Locking, PreventsSettingTheUsersValue) {
                              "anyway)\n"));
 }
 
-TEST_F(Locking, IsIgnoredByForce) {
+TEST_F(Locking, IsOverriddenByForce) {
     administer({"lock", "editor"});
     administer({"--scope", "user", "set", "--force", "string", "editor/theme", "dark"});
     EXPECT_EQ("dark\n", answer({"get", "editor/theme"}));

@@ -506,7 +506,7 @@ TEST_F(Moving, ASecondRunDoesNotReplaceTheFile) {
     EXPECT_EQ(written, std::filesystem::last_write_time(userFile));
 }
 
-TEST_F(Moving, OfNoSettingsIntoAMissingFileIsAChange) {
+TEST_F(Moving, CreatesAMissingFileEvenWithoutSettings) {
     EXPECT_EQ("no settings; nothing changed\n", moved("json", file("{}"), {"--dry-run"}));
     EXPECT_EQ("no settings\n", moved("json", at("old")));
     EXPECT_EQ("no settings; nothing changed\n", moved("json", at("old")));

@@ -187,7 +187,7 @@ TEST_F(Reading, ReportsAMissingFile) {
     EXPECT_EQ("{}\n", answer({"export"}));
 }
 
-TEST_F(Reading, ShowsWhatDiffers) {
+TEST_F(Reading, ShowsDifferences) {
     Outcome const outcome = run({"diff", user, globalFile});
     EXPECT_EQ(1, outcome.status);
     EXPECT_EQ("", outcome.err);

@@ -54,7 +54,7 @@ protected:
     [[nodiscard]] std::string outPath() const { return at("out"); }
     [[nodiscard]] std::string errPath() const { return at("err"); }
 
-    /** Takes from root's runs of the tool the privilege to ignore the permissions of files. */
+    /** Makes later runs of the tool respect file permissions, even if root runs them. */
     void obeyPermissions() { _isObeying = true; }
 
     support::TemporaryDirectory directory;
@@ -67,14 +67,14 @@ private:
     bool _isObeying = false;
 };
 
-/** An error message: one line with this text, nothing on standard output, and this exit status. */
+/** Matches a failed run: this exit status, one line with this text on standard error, and no standard output. */
 MATCHER_P2(Complains, status, text, "") {
     std::string const& line = arg.err;
     return arg.status == status && arg.out.empty() && line.find("velmorand-register: ") == 0 &&
            line.find('\n') == line.size() - 1 && line.find(text) != std::string::npos;
 }
 
-/** An error message about the command line: a line with this text, followed by the usage of the command. */
+/** Matches an error message about the command line: a line with this text, followed by the usage of the command. */
 MATCHER_P(ShowsUsage, text, "") {
     std::string const& lines = arg.err;
     auto const usage = lines.find("\nUsage: velmorand-register ");

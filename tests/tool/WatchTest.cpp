@@ -11,7 +11,10 @@ using namespace tool;
 
 namespace {
 
-/** A running `watch`. It does not print when it is ready, so `watch` makes changes until it prints one of them. */
+/**
+ * The command `watch`, running in the background. It does not report when it is ready, so the function `watch` changes
+ * a setting until the command prints a change.
+ */
 class Watch : public Tool {
 protected:
     ~Watch() override {

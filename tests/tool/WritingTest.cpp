@@ -140,7 +140,7 @@ TEST_F(Writing, ChangesTheGlobalFileOnRequest) {
         utils::properties::_Register::getInstance()->propertyExists("x", utils::properties::SCOPE_GLOBAL));
 }
 
-TEST_F(Writing, OfTheUsersFileWithAGlobalDirectoryIsNoted) {
+TEST_F(Writing, OfTheUsersFileWithAGlobalDirectoryPrintsANote) {
     std::string const settings = R"({"x": {"type": "integer", "value": 2}})";
     for (Arguments const& change : {Arguments{"set", "integer", "x", "1"},
                                     {"import", "-"},
@@ -162,7 +162,7 @@ TEST_F(Writing, OfTheUsersFileWithAGlobalDirectoryIsNoted) {
     EXPECT_EQ("no file", bytesOf(globalFile));
 }
 
-TEST_F(Writing, InAGivenScopeIsNotNoted) {
+TEST_F(Writing, InAGivenScopePrintsNoNote) {
     for (char const* const scope : {"user", "global"})
         for (Arguments const& change : {Arguments{"set", "integer", "x", "1"},
                                         {"import", "-"},
@@ -174,7 +174,7 @@ TEST_F(Writing, InAGivenScopeIsNotNoted) {
         }
 }
 
-TEST_F(Writing, ThatChangesNothingOrFailsIsNotNoted) {
+TEST_F(Writing, ThatChangesNothingOrFailsPrintsNoNote) {
     answer({"set", "integer", "x", "1"});
     EXPECT_EQ("nothing changed\n", answer({"--global", global, "set", "integer", "x", "1"}));
     EXPECT_EQ("- x: integer 1\n+ x: integer 2\n1 set; not written (--dry-run)\n",

@@ -3,7 +3,7 @@
 #
 # usage: completion.sh TOOL COMPLETION
 #
-# Calls the completion as bash does when Tab is pressed, and checks what it offers.
+# Calls the completion function as bash does when Tab is pressed, and checks the words that it offers.
 [ -r /usr/share/bash-completion/bash_completion ] || exit 77
 . /usr/share/bash-completion/bash_completion
 . "$2"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A shared library for QtCore 6 that has settings of its own, for a program for QtCore 5.
+// A shared library for QtCore 6 that stores its own settings. A program for QtCore 5 uses it.
 #include <QtGlobal>
 
 #include <velmorand/Initialize.h>
