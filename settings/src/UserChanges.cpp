@@ -23,7 +23,7 @@ using utils::properties::_Register;
 /** Errors: `utils::Exception` if the changes write one of the groups of this clean name as a property. */
 void requireRoom(UserChanges const& changes, std::string const& name) {
     for (auto const& [group, record] : changes)
-        if (isIn(name, group))
+        if (record && isIn(name, group))
             refuse(name, "the same changes write its group " + inQuotes(group) + " as a property");
 }
 

@@ -106,7 +106,7 @@ void refuseForbidden(std::vector<ForeignSetting>& settings) {
 std::string take(DirectoryLock& lock, std::string const& directory) {
     switch (lock.take(directory, live::patience)) {
     case DirectoryLock::Outcome::timedOut:
-        return directory + ": locked by another process for too long";
+        return directory + ": another process has held the lock for too long";
     case DirectoryLock::Outcome::failed:
         return directory + ": " + std::generic_category().message(errno);
     case DirectoryLock::Outcome::taken:

@@ -19,6 +19,13 @@ Image empty() {
     return std::make_shared<filesystem::TreeImage const>();
 }
 
+/** The content of a file; empty if it is missing or damaged. Errors: `utils::Exception` if it cannot be read. */
+Image contentOf(DiskFile const& file, Reading const& reading) {
+    if (reading.found == Found::unreadable)
+        throw utils::Exception(file.path() + ": " + reading.reason);
+    return reading.found == Found::sound ? reading.image : empty();
+}
+
 /** How the program goes on after a recovery at the start, for the user. */
 char const* consequence(Found previous) {
     switch (previous) {
@@ -42,10 +49,8 @@ Image recover(Files& files, Events& events) {
     static_cast<void>(lock.take(files.directory, patience));
     // Another process may have recovered it meanwhile.
     Reading const reading = files.user.read();
-    if (reading.found == Found::sound)
-        return reading.image;
     if (reading.found != Found::damaged)
-        return empty();
+        return contentOf(files.user, reading);
     Reading const previous = files.previous.read();
     bool const isRecovered = previous.found == Found::sound;
     // A sound previous file replaces the damaged one atomically: a process that found no file would start without
@@ -68,15 +73,10 @@ Files::Files(std::string userDirectory, std::string const& globalDirectory)
 
 void Files::open(Events& events) {
     Reading const userReading = user.read();
-    if (userReading.found == Found::unreadable)
-        throw utils::Exception(user.path() + ": " + userReading.reason);
+    Image const userContent = contentOf(user, userReading);
     Reading const globalReading = global.read();
-    if (globalReading.found == Found::unreadable)
-        throw utils::Exception(global.path() + ": " + globalReading.reason);
-    userImage = userReading.found == Found::sound     ? userReading.image
-                : userReading.found == Found::damaged ? recover(*this, events)
-                                                      : empty();
-    globalImage = globalReading.found == Found::sound ? globalReading.image : empty();
+    globalImage = contentOf(global, globalReading);
+    userImage = userReading.found == Found::damaged ? recover(*this, events) : userContent;
     if (globalReading.found == Found::damaged)
         events.note(
             {LiveEventKind::globalIgnored,

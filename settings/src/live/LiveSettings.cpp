@@ -49,7 +49,7 @@ public:
             return;
         int waits = 0;
         GiveUp const giveUp = [&waits] {
-            return ++waits == 20;
+            return ++waits >= 20;
         }; // called every 50 ms, but only while waiting for the lock
         // Changes of other processes no longer matter here.
         if (!_memory->isSaved(giveUp))
