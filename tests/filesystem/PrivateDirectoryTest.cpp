@@ -7,6 +7,8 @@
 #include <memory>
 #include <thread>
 
+#include <fcntl.h>
+
 #include <filesystem/PrivateDirectory.h>
 
 #include "DiskSupport.h"
@@ -135,14 +137,14 @@ TEST_F(Locking, PassesToAWaiterWhenItIsReleased) {
 TEST_F(Locking, LocksTheDirectoryThatReplacedTheOneWaitedFor) {
     DirectoryLock old;
     ASSERT_EQ(Outcome::taken, old.take(path, atOnce));
+    std::filesystem::create_directory(at("other"));
     std::thread waiter([&] { EXPECT_EQ(Outcome::taken, lock.take(path, longEnough)); });
-    std::filesystem::rename(path, at("old"));
-    std::filesystem::create_directory(at("new"));
-    std::filesystem::rename(at("new"), path);
+    // In one step, so that the waiting thread always finds a directory.
+    EXPECT_EQ(0, ::renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, at("other").c_str(), RENAME_EXCHANGE));
     waiter.join();
     DirectoryLock other;
     EXPECT_EQ(Outcome::timedOut, other.take(path, atOnce));
-    EXPECT_EQ(Outcome::timedOut, other.take(at("old"), atOnce));
+    EXPECT_EQ(Outcome::timedOut, other.take(at("other"), atOnce));
 }
 
 TEST_F(Locking, OfAMissingDirectoryFails) {
