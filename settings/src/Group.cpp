@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "velmorand/Group.h"
 
+#include <algorithm>
 #include <charconv>
+#include <iterator>
 #include <optional>
 #include <set>
 
@@ -50,34 +52,36 @@ Kind usersKind(_Register const& settings, std::string const& name) {
     return filesystem::direct::find(settings, {directoryOf(SCOPE_USER)}, name).kind;
 }
 
-/** Adds the names of one kind directly in a group. */
-void addNames(_Register const& settings, RegisterScope scope, std::string const& group, Kind kind,
-              std::set<std::string>& names) {
-    for (Walk walk(settings, directoryOf(scope), group); walk.next(); walk.skip())
-        if (walk.kind() == kind)
-            names.emplace(nameOf(walk));
+/** The names of one kind directly in a group, in byte order. */
+std::vector<std::string> namesIn(_Register const& settings, RegisterScope scope, std::string const& group,
+                                 Kind kind) {
+    return filesystem::direct::list(settings, directoryOf(scope), group, kind);
 }
 
 std::vector<std::string> list(RegisterScope scope, std::string const& group, Kind kind) {
-    std::set<std::string> names;
-    if (Access const settings; settings)
-        addNames(*settings, scope, group, kind, names);
-    return {names.begin(), names.end()};
+    Access const settings;
+    return settings ? namesIn(*settings, scope, group, kind) : std::vector<std::string>();
 }
 
 /** The names of one kind directly in a group, in any scope; without locked names that only the user's scope has. */
 std::vector<std::string> list(std::string const& group, Kind kind) {
-    std::set<std::string> names;
-    if (Access const settings; settings) {
-        std::set<std::string> users;
-        addNames(*settings, SCOPE_USER, group, kind, users);
-        for (std::string const& name : users)
-            if (!isLocked(*settings, inGroup(group, name)))
-                names.insert(name);
-        addNames(*settings, SCOPE_GLOBAL, group, kind, names);
-        addNames(*settings, SCOPE_TEMPORARY, group, kind, names);
+    Access const settings;
+    if (!settings)
+        return {};
+    std::vector<std::string> names = namesIn(*settings, SCOPE_USER, group, kind);
+    if (Locks const& locks = locksOf(*settings); !locks.empty()) {
+        auto const isLocked = [&](std::string const& name) {
+            return locks.entryFor(inGroup(group, name)).has_value();
+        };
+        names.erase(std::remove_if(names.begin(), names.end(), isLocked), names.end());
     }
-    return {names.begin(), names.end()};
+    for (RegisterScope const scope : {SCOPE_GLOBAL, SCOPE_TEMPORARY}) {
+        std::vector<std::string> const others = namesIn(*settings, scope, group, kind);
+        std::vector<std::string> all;
+        std::set_union(names.begin(), names.end(), others.begin(), others.end(), std::back_inserter(all));
+        names = std::move(all);
+    }
+    return names;
 }
 
 /** The changes that remove a group from the user's scope. */

@@ -190,3 +190,22 @@ TEST_F(WalkOf, AMillionLevelsTakesConstantTimePerStep) {
     EXPECT_EQ(levels, steps);
     EXPECT_EQ(name.size(), longest);
 }
+
+using ListOf = WalkOf;
+
+TEST_F(ListOf, ADirectoryHasTheNamesOfOneKindInByteOrder) {
+    for (char const* const path : {"g/b", "g/\xC3\xA9", "g/a-b", "g/c/x", "g/B", "h"})
+        file(path);
+    directory("g/a");
+    EXPECT_THAT(filesystem::direct::list(files, "top", "g", Kind::file),
+                ElementsAre("B", "a-b", "b", "\xC3\xA9"));
+    EXPECT_THAT(filesystem::direct::list(files, "top", "g", Kind::directory), ElementsAre("a", "c"));
+    EXPECT_THAT(filesystem::direct::list(files, "top", "/g//", Kind::directory), ElementsAre("a", "c"));
+}
+
+TEST_F(ListOf, AnythingElseIsEmpty) {
+    file("g/x");
+    directory("empty");
+    for (char const* const path : {"g/x", "missing", "empty"})
+        EXPECT_THAT(filesystem::direct::list(files, "top", path, Kind::file), IsEmpty());
+}

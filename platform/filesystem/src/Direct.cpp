@@ -99,6 +99,21 @@ Entry find(RAMFileSystem const& fileSystem, std::initializer_list<std::string_vi
     return entryAt(tree, canonical == path ? noNode : findIn(tree, directories, canonical));
 }
 
+std::vector<std::string> list(RAMFileSystem const& fileSystem, std::string_view directory,
+                              std::string_view path, Kind kind) {
+    std::vector<std::string> names;
+    Tree& tree = DirectAccess::treeToList(fileSystem);
+    NodeId const id = findCanonical(tree, directory, path);
+    if (entryAt(tree, id).kind != Kind::directory)
+        return names;
+    std::vector<NodeId> const& children = tree.children(id);
+    names.reserve(children.size());
+    for (NodeId const child : children)
+        if (Node const& node = tree[child]; (node.directory != 0) == (kind == Kind::directory))
+            names.emplace_back(node.name());
+    return names;
+}
+
 char* rewrite(RAMFileSystem& fileSystem, std::string_view directory, std::string_view path,
               std::size_t size) {
     Tree& tree = DirectAccess::tree(fileSystem);

@@ -5,6 +5,7 @@
 #include <initializer_list>
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -36,6 +37,15 @@ struct Entry {
 [[nodiscard]] VELMORAND_FILESYSTEM_EXPORT Entry find(RAMFileSystem const& fileSystem,
                                                      std::initializer_list<std::string_view> directories,
                                                      std::string_view path);
+
+/**
+ * The names of the files or, for `Kind::directory`, of the directories directly in the directory at a location, in
+ * ascending byte order. Empty if the location is not a directory.
+ * Errors: `std::bad_alloc`.
+ * Locks: none; several threads may list directories while none of them changes the file system.
+ */
+[[nodiscard]] VELMORAND_FILESYSTEM_EXPORT std::vector<std::string>
+list(RAMFileSystem const& fileSystem, std::string_view directory, std::string_view path, Kind kind);
 
 /**
  * Replaces the content of the file at a location with `size` bytes, which the caller fills in. Creates the file if it
