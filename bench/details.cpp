@@ -28,6 +28,17 @@ void readLongName(benchmark::State& state, std::size_t length) {
     measureReads(state, store, all.shuffled(), usualValue);
 }
 
+/** Lists a group of the register itself: the copied names, with their kinds, in a set. */
+template <class Store>
+void listEntries(benchmark::State& state, std::size_t count) {
+    Names const& all = names(count, 1);
+    auto& store = holding<Store>("a group of " + std::to_string(count), all,
+                                 [&all](Store& empty) { fill(empty, all); });
+    std::string const& group = all.groups().front();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(store.entries(group));
+}
+
 /** Writes that notify one listener, with `count` listeners on other names. */
 template <class Store>
 void writeAmongListeners(benchmark::State& state, std::size_t count) {
@@ -126,7 +137,9 @@ template <class Store>
 void addAll() {
     for (std::size_t const length : {80U, 200U})
         add<Store>("read_long_name/" + std::to_string(length), readLongName<Store>, length);
-    for (std::size_t count = 1; count <= 100'000; count *= 10)
+    for (std::size_t count = 10; count <= 100'000; count *= 10)
+        add<Store>("list_entries/" + std::to_string(count), listEntries<Store>, count);
+    for (std::size_t count = 10; count <= 100'000; count *= 10)
         add<Store>("write_among_listeners/" + std::to_string(count), writeAmongListeners<Store>, count);
     addLists<Store, int>("integers");
     addLists<Store, double>("numbers");

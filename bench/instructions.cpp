@@ -75,7 +75,8 @@ void countOthers(Register& store) {
     });
     count("read_missing", missingNames(all.shuffled()),
           [&](std::string const& name) { store.readOr(name, usualValue); });
-    count("list_group_of_100", all.groups(), [&](std::string const& group) { store.list(group); });
+    count("list_group_of_100", all.groups(), [&](std::string const& group) { store.entries(group); });
+    count("list_names_of_100", all.groups(), [&](std::string const& group) { store.list(group); });
     for (std::string const& group : all.groups())
         store.listen(group, calls);
     count("write_heard", all.shuffled(), [&](std::string const& name) { store.write(name, usualValue); });

@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
-"""usage: measure_sharing.py [--repetitions N] PROGRAMS-DIRECTORY PAGE.md
+"""usage: measure_sharing.py [--repetitions N] PROGRAMS-DIRECTORY DOCS-DIRECTORY
 
-Measures settings that processes share, and writes what it has measured into the page, in place of the section of that
-name. Needs dbus-run-session: the processes get a session and a home for configuration of their own.
+Measures settings that processes share, and writes its sections of performance.md and performance-details.md. Needs
+dbus-run-session: the processes get a session and a home for configuration of their own.
 """
 import argparse
 import json
@@ -14,9 +14,10 @@ import sys
 import tempfile
 import textwrap
 
-HEADING = "## Settings shared between processes"
+import sections
+
 COUNTS = [1_000, 13_000]
-SAVES = 300
+TIMES = 300
 LIVE = "live settings"
 FLOOR = "floor"
 
@@ -30,7 +31,11 @@ STARTS = {
     "qsettings": "QSettings",
     "initialize": "`initialize`, with the save at exit",
 }
-WAYS_TO_SAVE = {"live": "`LiveSettings::sync`", "plain": "`saveSettings` without live settings"}
+WAITS = {
+    "live": "save with `LiveSettings::sync`",
+    "merge": "merge 100 names that another process has saved",
+    "plain": "save with `saveSettings`, without live settings",
+}
 
 INTRODUCTION = """
 `scripts/bench-live` measures and writes this section. A change made with live settings is durable, and visible to other
@@ -66,20 +71,16 @@ STARTING = """
 ### Starting a program
 
 The elapsed time of a whole process that starts, reads ten of 371 settings and exits. These are small programs, linked
-only with what they use; [Start and exit](#start-and-exit) has the times of the benchmark program itself, measured
-separately.
+only with what they use; [Start and exit](performance-details.md#start-and-exit) has the times of the benchmark program
+itself, measured separately.
 """
 
 WAITING = """
 ### Reading during a save
 
-The longest time that a single read takes, in a thread that reads without pause, during each of {saves} saves of 100,000
-settings: the median of the saves and the 95th percentile. The last column leaves out reads that took long only because
-the scheduler ran another thread meanwhile, which hardly happens on an idle machine.
-"""
-
-GOALS = """
-### Goals
+The longest time that a single read takes, in a thread that reads without pause, during each of {times} saves of 100,000
+settings, or merges of changes to them: the median and the 95th percentile. The last column leaves out reads that took
+long only because the scheduler ran another thread meanwhile, which hardly happens on an idle machine.
 """
 
 
@@ -101,7 +102,7 @@ def run_sharing(program, count, repetitions):
 
 def run_waits(program, way):
     """In milliseconds: the median, the 95th percentile, and that without interruptions."""
-    command = [program, way, "100000", str(SAVES)]
+    command = [program, way, "100000", str(TIMES)]
     output = subprocess.run(command, check=True, stdout=subprocess.PIPE, text=True).stdout
     columns = [sorted(float(wait) / 1e6 for wait in column) for column in zip(*map(str.split, output.splitlines()))]
     return [statistics.median(columns[0])] + [column[len(column) * 95 // 100] for column in columns]
@@ -134,7 +135,7 @@ def measure(programs, repetitions):
         "processors": os.cpu_count(),
         "load_before": os.getloadavg()[0],
         "sharing": {count: run_sharing(program("sharing"), count, repetitions) for count in COUNTS},
-        "waits": {way: run_waits(program("waits"), way) for way in WAYS_TO_SAVE},
+        "waits": {way: run_waits(program("waits"), way) for way in WAITS},
         "starts": run_starts(program("process")),
         "load_after": os.getloadavg()[0],
         "file_system": subprocess.run(
@@ -172,8 +173,8 @@ def starts_table(starts):
 
 
 def waits_table(waits):
-    lines = [[title] + [f"{wait:.3f}" for wait in waits[way]] for way, title in WAYS_TO_SAVE.items()]
-    return table(["save by", "median, ms", "95th percentile, ms", "95th percentile without interruptions, ms"], lines)
+    lines = [[title] + [f"{wait:.3f}" for wait in waits[way]] for way, title in WAITS.items()]
+    return table(["meanwhile", "median, ms", "95th percentile, ms", "95th percentile without interruptions, ms"], lines)
 
 
 def ratios(result, row):
@@ -196,9 +197,11 @@ def goals_tables(result):
     goals.append(("start a program, relative to QtCore", starts["live"] / starts["nothing"], GOAL_OF_START))
     yield from table(head, lines(goals, 2))
     yield ""
-    wait = result["waits"]["live"][1]
     head[1:3] = ["measured, ms", "goal, ms"]
-    yield from table(head, lines([("longest read during a save, 95th percentile", wait, GOAL_OF_WAITS)], 3))
+    yield from table(head, lines([
+        ("longest read during a save, 95th percentile", result["waits"]["live"][1], GOAL_OF_WAITS),
+        ("longest read during a merge, 95th percentile", result["waits"]["merge"][1], GOAL_OF_WAITS),
+    ], 3))
 
 
 def wrapped(text):
@@ -216,28 +219,24 @@ def section(result):
     yield from sharing_table(result["sharing"], "hear")
     yield "\n" + wrapped(STARTING)
     yield from starts_table(result["starts"])
-    yield "\n" + wrapped(WAITING.format(saves=SAVES))
+    yield "\n" + wrapped(WAITING.format(times=TIMES))
     yield from waits_table(result["waits"])
-    yield "\n" + wrapped(GOALS)
-    yield from goals_tables(result)
-
-
-def replace_section(page, text):
-    """Puts a section in place of the one with its heading, or at the end."""
-    before, found, rest = page.partition(f"\n{HEADING}\n")
-    _, other, after = rest.partition("\n## ") if found else ("", "", "")
-    return f"{before}\n{HEADING}\n\n{text}\n" + (other + after)
 
 
 def main():
     parser = argparse.ArgumentParser(usage=__doc__)
     parser.add_argument("--repetitions", type=int, default=100)
     parser.add_argument("programs", type=pathlib.Path)
-    parser.add_argument("page", type=pathlib.Path)
+    parser.add_argument("docs", type=pathlib.Path)
     arguments = parser.parse_args()
-    text = "\n".join(section(measure(arguments.programs.resolve(), arguments.repetitions)))
-    arguments.page.write_text(replace_section(arguments.page.read_text(), text))
-    sys.stdout.write(text + "\n")
+    result = measure(arguments.programs.resolve(), arguments.repetitions)
+    for page, heading, lines in (
+        ("performance.md", sections.SHARED, section(result)),
+        ("performance-details.md", sections.GOALS, goals_tables(result)),
+    ):
+        text = "\n".join(lines)
+        sections.replace(arguments.docs / page, heading, text)
+        print(text)
 
 
 main()

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// usage: velmorand-bench-waits live|plain COUNT SAVES
+// usage: velmorand-bench-waits live|plain|merge COUNT TIMES
 //
-// Saves COUNT settings, one of them changed, SAVES times in one thread while another thread reads continuously. Prints
-// a line for each save with two durations in nanoseconds, separated by a tab: of the longest read that overlaps the
-// save, and of the longest one during which the reader did not just lose its processor to another thread.
+// Works on COUNT settings in one thread while another thread reads continuously. TIMES times, saves them after one of
+// them has changed, with live settings or without; or merges the changes of 100 of them that another process has saved.
+// Prints a line for each time with two durations in nanoseconds, separated by a tab: of the longest read that overlaps
+// the work, and of the longest one during which the reader did not just lose its processor to another thread.
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cstddef>
@@ -13,12 +15,18 @@
 #include <exception>
 #include <iostream>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <velmorand/Changes.h>
 #include <velmorand/Initialize.h>
 #include <velmorand/LiveSettings.h>
 #include <velmorand/Property.h>
@@ -31,7 +39,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/** The longest reads during a save. */
+/** The longest reads during one piece of work. */
 struct Waits {
     std::int64_t longest = 0;
     std::int64_t longestOwn = 0; ///< of reads that did not just lose the processor to another thread
@@ -40,16 +48,16 @@ struct Waits {
 /** Measures the duration of reads in a separate thread. */
 class Reader {
 public:
-    Reader(std::vector<std::string> const& names, std::size_t saves)
-        : _names(names), _waits(saves), _thread([this] { run(); }) {}
+    Reader(std::vector<std::string> const& names, std::size_t times)
+        : _names(names), _waits(times), _thread([this] { run(); }) {}
     Reader(Reader const&) = delete;
     Reader& operator=(Reader const&) = delete;
     ~Reader() { stop(); }
 
-    /** Must be called when a save begins and when it ends. */
-    void beginOrEndSave() { ++_begunAndEnded; }
+    /** Must be called when the work begins and when it ends. */
+    void beginOrEnd() { ++_begunAndEnded; }
 
-    /** Ends the thread. Result: the longest reads for each save. */
+    /** Ends the thread. Result: the longest reads for each time. */
     std::vector<Waits> const& stop() {
         _isStopping = true;
         if (_thread.joinable())
@@ -86,26 +94,26 @@ private:
         }
     }
 
-    [[nodiscard]] std::vector<Waits>::const_iterator at(std::size_t save) const {
-        return _waits.begin() + static_cast<std::ptrdiff_t>(save);
+    [[nodiscard]] std::vector<Waits>::const_iterator at(std::size_t time) const {
+        return _waits.begin() + static_cast<std::ptrdiff_t>(time);
     }
 
-    /** Records a read that overlaps the saves from `first` up to, but not including, `end`. */
+    /** Records a read that overlaps the times from `first` up to, but not including, `end`. */
     void note(std::size_t first, std::size_t end, std::int64_t wait, Switches& before) {
         Switches const after = switches();
         bool const isInterrupted =
             after.interruptions != before.interruptions && after.sleeps == before.sleeps;
         before = after;
-        for (std::size_t save = first; save < end; ++save) {
-            _waits[save].longest = std::max(_waits[save].longest, wait);
+        for (std::size_t time = first; time < end; ++time) {
+            _waits[time].longest = std::max(_waits[time].longest, wait);
             if (!isInterrupted)
-                _waits[save].longestOwn = std::max(_waits[save].longestOwn, wait);
+                _waits[time].longestOwn = std::max(_waits[time].longestOwn, wait);
         }
     }
 
     std::vector<std::string> const& _names;
     std::vector<Waits> _waits;                  // used only by the thread until it has ended
-    std::atomic<std::size_t> _begunAndEnded{0}; // counts each save twice: at its start and at its end
+    std::atomic<std::size_t> _begunAndEnded{0}; // counts each time twice: at its start and at its end
     std::atomic<bool> _isStopping{false};
     std::thread _thread;
 };
@@ -127,14 +135,76 @@ std::unique_ptr<velmorand::LiveSettings> open(bool isLive, std::string const& di
     return std::make_unique<velmorand::LiveSettings>(options);
 }
 
+/** Another process with live settings, which changes and saves names on request until the object is destroyed. */
+class OtherProcess {
+public:
+    /** Must be created before the first use of the settings, and before any thread. */
+    OtherProcess(std::string const& directory, std::vector<std::string> names) : _names(std::move(names)) {
+        if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, _ends.data()) != 0)
+            throw std::runtime_error("cannot create a socket");
+        _process = ::fork();
+        if (_process < 0)
+            throw std::runtime_error("cannot create a process");
+        ::close(_ends[_process == 0 ? 0 : 1]);
+        if (_process == 0)
+            ::_exit(serve(directory));
+    }
+    OtherProcess(OtherProcess const&) = delete;
+    OtherProcess& operator=(OtherProcess const&) = delete;
+    ~OtherProcess() {
+        ::close(_ends[0]);
+        ::waitpid(_process, nullptr, 0);
+    }
+
+    /** Returns when the other process has saved its names with a new value. */
+    void save(int value) const {
+        if (::write(_ends[0], &value, sizeof value) != sizeof value ||
+            ::read(_ends[0], &value, sizeof value) != sizeof value)
+            throw std::runtime_error("the other process has ended");
+    }
+
+private:
+    int serve(std::string const& directory) try {
+        std::unique_ptr<velmorand::LiveSettings> live;
+        int value = 0;
+        while (::read(_ends[1], &value, sizeof value) == sizeof value) {
+            if (live == nullptr) // the settings to open exist only now
+                live = open(true, directory);
+            velmorand::Changes changes;
+            for (std::string const& name : _names)
+                changes.write(name, value);
+            changes.apply();
+            ::save(live.get());
+            if (::write(_ends[1], &value, sizeof value) != sizeof value)
+                return 1;
+        }
+        return 0;
+    } catch (std::exception const& failure) {
+        std::cerr << failure.what() << '\n';
+        return 1;
+    }
+
+    std::vector<std::string> _names;
+    std::array<int, 2> _ends{};
+    ::pid_t _process = 0;
+};
+
 } // namespace
 
 int main(int argc, char** argv) try {
     if (argc != 4)
         return 2;
+    std::string const way = argv[1];
+    std::size_t const times = std::stoul(argv[3]);
     bench::TemporaryDirectory const directory;
     bench::Names const names(std::stoul(argv[2]), 100);
-    auto live = open(argv[1] == std::string("live"), directory.string());
+    std::unique_ptr<OtherProcess> other;
+    if (way == "merge") {
+        constexpr std::ptrdiff_t changed = 100;
+        auto const first = names.shuffled().begin();
+        other = std::make_unique<OtherProcess>(directory.string(), std::vector(first, first + changed));
+    }
+    auto live = open(way != "plain", directory.string());
     for (std::string const& name : names.ordered())
         velmorand::write(name, 0);
     save(live.get());
@@ -144,13 +214,15 @@ int main(int argc, char** argv) try {
         live = open(true, directory.string());
     }
 
-    std::size_t const saves = std::stoul(argv[3]);
-    Reader reader(names.shuffled(), saves);
-    for (std::size_t i = 1; i <= saves; ++i) {
-        velmorand::write(names.shuffled().front(), static_cast<int>(i));
-        reader.beginOrEndSave();
+    Reader reader(names.shuffled(), times);
+    for (std::size_t i = 1; i <= times; ++i) {
+        if (other == nullptr)
+            velmorand::write(names.shuffled().front(), static_cast<int>(i));
+        reader.beginOrEnd();
+        if (other != nullptr)
+            other->save(static_cast<int>(i));
         save(live.get());
-        reader.beginOrEndSave();
+        reader.beginOrEnd();
     }
     for (Waits const& waits : reader.stop())
         std::cout << waits.longest << '\t' << waits.longestOwn << '\n';

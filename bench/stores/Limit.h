@@ -69,6 +69,8 @@ public:
         return _groups.at(group);
     }
 
+    std::vector<std::string> entries(std::string const& group) { return list(group); }
+
     void clear() {
         _values.clear();
         _next.clear();

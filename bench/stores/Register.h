@@ -7,13 +7,17 @@
 #include <vector>
 
 #include <utils/properties/Register.h>
+#include <velmorand/Group.h>
 
 #include "Names.h"
 #include "Store.h"
 
 namespace bench {
 
-/** This project's register: the user scope, then the global one. A process has only one. */
+/**
+ * This project's register: the user scope, then the global one. A process has only one. Used without the settings
+ * library, except where a comment says otherwise.
+ */
 class Register : public Store {
 public:
     static constexpr char const* label = "register";
@@ -63,7 +67,12 @@ public:
         return value;
     }
 
-    std::set<filesystem::DirEntry> list(std::string const& group) {
+    /** As applications list a group. */
+    std::vector<std::string> list(std::string const& group) {
+        return velmorand::Group(group).properties(user);
+    }
+
+    std::set<filesystem::DirEntry> entries(std::string const& group) {
         return _register.propertyList(group, user);
     }
 
