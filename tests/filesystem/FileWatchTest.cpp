@@ -82,6 +82,11 @@ TEST_F(Watching, NoticesThatTheFileIsRemovedAndCreatedAgain) {
     EXPECT_TRUE(notices([&] { putFile(file, "second"); }));
 }
 
+TEST_F(Watching, NoticesThatTheFileGetsOtherPermissions) {
+    watch({file});
+    EXPECT_TRUE(notices([&] { disk::permissions(file, disk::perms::owner_read); }));
+}
+
 TEST_F(Watching, NoticesThatTheFileIsMovedAway) {
     watch({file});
     EXPECT_TRUE(notices([&] { disk::rename(file, at("elsewhere")); }));

@@ -24,7 +24,8 @@ constexpr int hopLimit = 40; // the same limit on symbolic links as in Linux
 // its neighbours cause no events.
 constexpr std::uint32_t ownEvents = IN_DELETE_SELF | IN_MOVE_SELF;
 constexpr std::uint32_t linkEvents = ownEvents | IN_ATTRIB | IN_DONT_FOLLOW;
-constexpr std::uint32_t entryEvents = IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_CREATE | IN_DELETE;
+constexpr std::uint32_t entryEvents =
+    IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_CREATE | IN_DELETE | IN_ATTRIB;
 
 } // namespace
 

@@ -10,7 +10,7 @@
 namespace filesystem {
 
 /**
- * Detects that files on disk are replaced, rewritten, created or removed, by any process.
+ * Detects that files on disk are replaced, rewritten, created or removed, by any process, or get other permissions.
  *
  * It resolves each path as the system does, so it also detects that a directory on the path is moved, or removed and
  * created again, and that a symbolic link changes. Files and directories on the path need not exist yet. It needs no
