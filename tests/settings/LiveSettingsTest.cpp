@@ -639,6 +639,7 @@ TEST_F(Live, RepairAFileThatIsDamagedWhileTheyRun) {
 TEST_F(Live, IgnoreADamagedAdministratorsFileUntilItIsRepaired) {
     damage(globalFile());
     LiveSettings live(options);
+    ASSERT_TRUE(live.sync().saved);
     ASSERT_EQ(1U, events.size());
     EXPECT_EQ(LiveEventKind::globalIgnored, events[0].kind);
     EXPECT_EQ("not a register file; no settings of the administrator are used until it is repaired",

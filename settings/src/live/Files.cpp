@@ -58,6 +58,7 @@ Image recover(Files& files, Events& events) {
     std::string keptAs = isRecovered ? files.user.nameForDamaged() : files.user.moveAsideAsDamaged();
     if (isRecovered && !files.user.replace(*previous.image, keptAs).isInPlace)
         keptAs.clear(); // the next save tries again
+    files.isStillDamaged = keptAs.empty();
     files.user.removeOldestDamaged();
     events.note({isRecovered ? LiveEventKind::recovered : LiveEventKind::startedEmpty, files.user.path(),
                  reading.reason + consequence(previous.found),
@@ -77,12 +78,10 @@ void Files::open(Events& events) {
     Reading const globalReading = global.read();
     globalImage = contentOf(global, globalReading);
     userImage = userReading.found == Found::damaged ? recover(*this, events) : userContent;
-    if (globalReading.found == Found::damaged)
+    isGlobalIgnored = globalReading.found == Found::damaged;
+    if (isGlobalIgnored)
         events.note(
-            {LiveEventKind::globalIgnored,
-             global.path(),
-             globalReading.reason + "; no settings of the administrator are used until it is repaired",
-             {}});
+            {LiveEventKind::globalIgnored, global.path(), globalReading.reason + noGlobalSettings, {}});
 }
 
 } // namespace velmorand::live

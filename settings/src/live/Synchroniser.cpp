@@ -147,7 +147,8 @@ std::string Synchroniser::take(DirectoryLock& turn) {
 void Synchroniser::noteRecovery(std::string const& damage, std::string const& keptAs) {
     _files.user.removeOldestDamaged();
     _events.note({LiveEventKind::recovered, _files.user.path(),
-                  damage + "; replaced with the settings in memory, nothing is lost",
+                  damage + "; replaced with the settings in memory" +
+                      (std::exchange(_files.isStillDamaged, false) ? "" : ", nothing is lost"),
                   _files.directory + '/' + keptAs});
 }
 
@@ -181,14 +182,16 @@ void Synchroniser::readGlobal() {
         return;
     if (reading->found == Found::damaged || reading->found == Found::unreadable) {
         // Reported only once, until the file can be read again.
-        if (!std::exchange(_isGlobalIgnored, true))
+        if (!std::exchange(_files.isGlobalIgnored, true))
             _events.note({LiveEventKind::globalIgnored,
                           _files.global.path(),
-                          reading->reason + "; the settings last read from it remain in force",
+                          reading->reason + (_files.globalImage->fileCount() == 0
+                                                 ? noGlobalSettings
+                                                 : "; the settings last read from it remain in force"),
                           {}});
         return;
     }
-    _isGlobalIgnored = false;
+    _files.isGlobalIgnored = false;
     _files.globalImage =
         reading->found == Found::sound ? reading->image : std::make_shared<TreeImage const>();
     _memory.postGlobal(_files.globalImage);

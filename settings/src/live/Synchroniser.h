@@ -14,6 +14,9 @@
 
 namespace velmorand::live {
 
+/** Follows the damage in the reason of an event. */
+constexpr char const* noGlobalSettings = "; no settings of the administrator are used until it is repaired";
+
 /** The files of one `LiveSettings`, and their last known contents. */
 struct Files {
     Files(std::string userDirectory, std::string const& globalDirectory);
@@ -29,8 +32,10 @@ struct Files {
     DiskFile user;
     DiskFile previous;
     DiskFile global;
-    Image userImage;   ///< the last known content of the user's file; never null after `open`
-    Image globalImage; ///< the same for the global file
+    Image userImage;              ///< the last known content of the user's file; never null after `open`
+    Image globalImage;            ///< the same for the global file
+    bool isStillDamaged = false;  ///< `open` has reported a damaged user's file but could not replace it
+    bool isGlobalIgnored = false; ///< the global file is damaged or unreadable, and an event has reported it
 };
 
 /**
@@ -86,8 +91,7 @@ private:
     bool _isFailing = false;
     bool _isFileMissing = false;
     bool _isFileDurable = true; ///< false if the last replacement may not survive a power loss
-    bool _isGlobalIgnored = false;
-    std::uint64_t _merges = 0; ///< so far, including failed ones
+    std::uint64_t _merges = 0;  ///< so far, including failed ones
 };
 
 } // namespace velmorand::live
