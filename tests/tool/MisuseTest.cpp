@@ -77,7 +77,7 @@ std::vector<Case> misuses() {
     return {
         {"NoSuchDirectory",
          {"--global", "/nowhere", "list"},
-         "/nowhere: No such file or directory (create it first: mkdir -p /nowhere)\n"},
+         "/nowhere: No such file or directory (create it first: mkdir -p \"/nowhere\")\n"},
         {"EmptyDirectory", {"--global", "", "list"}, "\"\": No such file or directory\n"},
         {"PathThatIsNotText", {"check", "a\xFF"}, "invalid path: \"a\xEF\xBF\xBD\": not UTF-8 text"},
         {"FileAsDirectory", {"--global", "/dev/null", "list"}, "/dev/null: Not a directory"},

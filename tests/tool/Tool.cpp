@@ -57,7 +57,8 @@ pid_t Tool::start(Arguments const& arguments, std::string const& input) const {
     if (child != 0)
         return child;
     for (int const capability : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH})
-        if (_isObeying && ::prctl(PR_CAPBSET_DROP, capability) != 0 && ::geteuid() == 0)
+        if (_isObeying && ::prctl(PR_CAPBSET_READ, capability) == 1 &&
+            ::prctl(PR_CAPBSET_DROP, capability) != 0 && ::geteuid() == 0)
             ::_exit(125);
     int const made = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC;
     become(arguments, ::open(at("in").c_str(), O_RDONLY | O_CLOEXEC), ::open(outPath().c_str(), made, 0666),

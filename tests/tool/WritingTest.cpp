@@ -143,19 +143,22 @@ TEST_F(Writing, ChangesTheGlobalFileOnRequest) {
 TEST_F(Writing, OfTheUsersFileWithAGlobalDirectoryPrintsANote) {
     std::string const settings = R"({"x": {"type": "integer", "value": 2}})";
     for (Arguments const& change : {Arguments{"set", "integer", "x", "1"},
+                                    {"import", "--dry-run", "-"},
                                     {"import", "-"},
                                     {"restore", "previous"},
                                     {"delete", "x"},
+                                    {"import", "--dry-run", "--from", "json", "-"},
                                     {"import", "--from", "json", "-"}}) {
         Arguments all = change;
         all.insert(all.begin(), {"--global", global});
         Outcome const outcome =
-            run(all, change.back() == "-" && change.size() > 2 ? R"({"x": 3})" : settings);
+            run(all, change.back() == "-" && change.size() > 3 ? R"({"x": 3})" : settings);
         EXPECT_EQ(0, outcome.status) << change.front();
-        EXPECT_EQ("velmorand-register: note: changed your own settings, not the administrator's (use --scope "
-                  "global "
-                  "for those)\n",
-                  outcome.err)
+        EXPECT_EQ(
+            "velmorand-register: note: these are your own settings, not the administrator's (use --scope "
+            "global "
+            "for those)\n",
+            outcome.err)
             << change.front();
     }
     EXPECT_EQ("3\n", answer({"get", "x"}));
@@ -177,9 +180,8 @@ TEST_F(Writing, InAGivenScopePrintsNoNote) {
 TEST_F(Writing, ThatChangesNothingOrFailsPrintsNoNote) {
     answer({"set", "integer", "x", "1"});
     EXPECT_EQ("nothing changed\n", answer({"--global", global, "set", "integer", "x", "1"}));
-    EXPECT_EQ("- x: integer 1\n+ x: integer 2\n1 set; not written (--dry-run)\n",
-              answer({"--global", global, "import", "--dry-run", "-"},
-                     R"({"x": {"type": "integer", "value": 2}})"));
+    EXPECT_EQ("nothing changed\n", answer({"--global", global, "import", "--dry-run", "-"},
+                                          R"({"x": {"type": "integer", "value": 1}})"));
     EXPECT_THAT(run({"--global", global, "delete", "y"}), Complains(1, "no such property or group: y\n"));
     putBytes(userFile + ".previous", bytesOf(userFile));
     EXPECT_EQ("nothing changed\n", answer({"--global", global, "restore", "previous"}));

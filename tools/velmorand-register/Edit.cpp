@@ -82,14 +82,20 @@ std::optional<Difference> edit(Places const& places, Change const& change) {
 }
 
 std::optional<Difference> preview(Places const& places, Change const& change, std::ostream& out) {
-    Edited const result = edited(fileIn(theDirectory(places)), change);
+    Directory const directory = theDirectory(places);
+    filesystem::DirectoryLock lock; // the file is read twice
+    if (isDirectory(directory.path))
+        take(lock, directory, places.patience);
+    Edited const result = edited(fileIn(directory), change);
     printChanges(result.before, result.after, out);
+    if (result.difference)
+        noteScope(places);
     return result.difference;
 }
 
 void noteScope(Places const& places) {
     if (places.globalDirectory && !places.scope)
-        complain("note: changed your own settings, not the administrator's (use --scope global for those)");
+        complain("note: these are your own settings, not the administrator's (use --scope global for those)");
 }
 
 } // namespace tool

@@ -34,8 +34,8 @@ std::optional<Difference> edit(Places const& places, Change const& change);
 std::optional<Difference> preview(Places const& places, Change const& change, std::ostream& out);
 
 /**
- * Called after a change: if the command line gives the global directory but no scope, prints a note on standard error
- * that the user's settings were changed.
+ * Called after a change or its preview: if the command line gives the global directory but no scope, prints a note on
+ * standard error that the settings are the user's.
  */
 void noteScope(Places const& places);
 

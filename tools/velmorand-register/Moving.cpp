@@ -185,6 +185,9 @@ Status importFrom(Places const& places, std::string const& store, Moving const& 
     Settings target;
     fileIn(theDirectory(places)).load(target);
     change(target);
+    if (std::any_of(imported.begin(), imported.end(),
+                    [](ImportedSetting const& setting) { return setting.outcome == Outcome::set; }))
+        noteScope(places);
     return report(settings, imported, false);
 }
 

@@ -18,7 +18,7 @@ Directory named(std::string const& path) {
         bool const canBeCreated = error == ENOENT && !path.empty();
         throw Failure(error == EACCES ? Status::fileTrouble : Status::misuse,
                       (path.empty() ? "\"\"" : path) + ": " + std::generic_category().message(error) +
-                          (canBeCreated ? " (create it first: mkdir -p " + path + ')' : std::string()));
+                          (canBeCreated ? " (create it first: mkdir -p \"" + path + "\")" : std::string()));
     }
     return {path, true};
 }
