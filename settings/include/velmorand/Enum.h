@@ -19,7 +19,7 @@
  * given here must not change, because files contain them. A value may have several names: it is written with the first
  * one, and read with any of them.
  *
- * Guide: docs/types.md#a-type-of-your-own.
+ * Guide: docs/types.md#types-of-settings.
  */
 #define VELMORAND_ENUM(Enum, ...)                                                                            \
     [[maybe_unused]] inline ::velmorand::detail::EnumNames<Enum> velmorandEnumNames(Enum /*any*/) {          \

@@ -39,7 +39,7 @@ enum class LiveEventKind {
      * remain in force. A process that has just started has none.
      */
     globalIgnored,
-    saveFailed, ///< changes could not be saved; saving is retried until it succeeds
+    saveFailed, ///< changes could not be saved; saving is retried until it succeeds or the object is destroyed
     savedAgain, ///< after `saveFailed`: everything has been saved
 };
 
@@ -112,7 +112,8 @@ public:
     LiveSettings& operator=(LiveSettings const&) = delete;
 
     /**
-     * Saves this process's unsaved changes and stops sharing. The settings stay in memory for other users of the
+     * Saves this process's unsaved changes and stops sharing. If that save fails, an event reports it, and the changes
+     * are not saved; to react to a failure, call `sync` first. The settings stay in memory for other users of the
      * register.
      * Locks: takes the settings' lock. Do not destroy the object with the lock held, for example inside a listener, nor
      * in `onEvent`.
