@@ -80,7 +80,8 @@ WAITING = """
 
 The longest time that a single read takes, in a thread that reads without pause, during each of {times} saves of 100,000
 settings, or merges of changes to them: the median and the 95th percentile. The last column leaves out reads that took
-long only because the scheduler ran another thread meanwhile, which hardly happens on an idle machine.
+long only because the scheduler ran another thread meanwhile. That happens mostly during merges, when the other process
+needs a processor too.
 """
 
 

@@ -31,13 +31,13 @@ STORES = """
 ## The stores compared
 
 {count} settings in the store, unless a column says otherwise. The *limit* is not a store: it is a lock around a hash
-table, the least work that any thread-safe store must do.
+table, about the least work with which a thread-safe store can read or write a value.
 """
 
 AHEAD = """\
 Bold figures are better than the register's. LMDB and SQLite map or open their file where the other stores load and
 check it. They keep settings packed in pages, which takes less memory than entries that can be found directly and can
-grow. Boost.PropertyTree is not thread-safe, so it can hand out its own names instead of copies.
+grow.
 """
 
 COMPARISON_CAPTION = """\
@@ -175,7 +175,7 @@ UNITS = {"ns": 1, "µs": 1e3, "ms": 1e6, "bytes": 1}
 def in_unit(value, unit):
     """A figure with three significant digits."""
     scaled = value / UNITS[unit]
-    return f"{scaled:,.0f}" if scaled >= 100 else f"{scaled:.3g}"
+    return f"{scaled:,.0f}" if scaled >= 100 else f"{scaled:#.3g}"
 
 
 def choice_table(comparison):
