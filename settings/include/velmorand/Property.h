@@ -237,7 +237,8 @@ public:
 
     /**
      * Why `get` returns the fallback: the name is not valid or is a group, or the stored value is not valid, as in
-     * `editor/size: 80 is not allowed: expected 6 to 72`. Empty if there is no value, or if `get` returns it.
+     * `editor/size: 80 is not allowed: expected 6 to 72`. Empty if `get` returns the stored value, or if a valid name
+     * has none.
      */
     [[nodiscard]] std::string problem() const { return _declared->problem(); }
 
