@@ -74,9 +74,9 @@ std::string objectionToName(std::string const& name) {
 std::string const& propertyName(std::string const& name, std::string& storage) {
     if (isPlain(name))
         return name;
-    if (std::string const objection = objectionToName(name); !objection.empty())
-        throw Exception(objection);
     storage = cleanName(name);
+    if (!canBeName(storage))
+        throw Exception(objectionToName(name));
     return storage;
 }
 
