@@ -11,6 +11,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 #include <fcntl.h>
@@ -81,6 +82,20 @@ public:
         if (_line.get_subcommands().empty())
             return "no such command: " + text + " (commands: " + commands() + ")";
         return "unexpected argument: " + text;
+    }
+
+    /** The diagnostic for an option that is given more than once, or without its argument as the last word. */
+    [[nodiscard]] std::string mismatch(std::string const& lastWord) const {
+        std::vector<CLI::Option const*> options = _line.get_options();
+        for (CLI::App const* const command : _line.get_subcommands())
+            for (CLI::Option const* const option : command->get_options())
+                options.push_back(option);
+        auto const isRepeated = [](CLI::Option const* option) {
+            return option->count() > 1 && option->get_multi_option_policy() == CLI::MultiOptionPolicy::Throw;
+        };
+        auto const repeated = std::find_if(options.begin(), options.end(), isRepeated);
+        return repeated == options.end() ? lastWord + " needs an argument"
+                                         : (*repeated)->get_name() + " can be given only once";
     }
 
     /** The usage of the command or, without one, of the program. */
@@ -306,6 +321,8 @@ Status run(int argc, char const* const* argv) {
         return delivered(Status::done);
     } catch (CLI::ExtrasError const&) {
         return wrongCall(commandLine, commandLine.unexpected());
+    } catch (CLI::ArgumentMismatch const&) {
+        return wrongCall(commandLine, commandLine.mismatch(argv[argc - 1]));
     } catch (CLI::ParseError const& misuse) {
         return wrongCall(commandLine, misuse.what());
     } catch (WrongCall const& misuse) {
