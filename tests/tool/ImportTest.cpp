@@ -102,12 +102,15 @@ std::vector<Case> everyCase() {
         {"Dots", R"({"a/..": {"type": "integer", "value": 1}})", R"(a level cannot be "." or "..")"},
         {"AGroupAsProperty", R"({"group": {"type": "integer", "value": 1}})",
          R"(:1: "group": cannot set "group": it is a group)"},
-        {"APropertyAsGroup", R"({"group/x": {"type": "group"}})", "cannot create the group \"group/x\""},
+        {"APropertyAsGroup", R"({"group/x": {"type": "group"}})",
+         "cannot create the group \"group/x\": it is a property\n"},
+        {"AGroupInAProperty", R"({"group/x/y": {"type": "group"}})",
+         R"(cannot create the group "group/x/y": "group/x" is a property)"},
         {"APropertyInAProperty", R"({"group/x/y": {"type": "integer", "value": 1}})",
-         "cannot create the group \"group/x\""},
+         R"(cannot set "group/x/y": "group/x" is a property)"},
         {"APropertyThatIsAlsoAGroup",
          R"({"a": {"type": "integer", "value": 1}, "a/b": {"type": "integer", "value": 1}})",
-         R"(:1: "a/b": cannot create the group "a")"},
+         R"(:1: "a/b": cannot set "a/b": "a" is a property)"},
     };
 }
 

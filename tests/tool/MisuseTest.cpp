@@ -100,7 +100,12 @@ std::vector<Case> misuses() {
         {"SetOfYes", {"set", "boolean", "x", "yes"}, "\"yes\" is not a boolean (use true or false)"},
         {"SetOfABadElement", {"set", "integers", "x", "1", "two"}, "\"two\" is not an integer"},
         {"SetOfAGroup", {"set", "integer", "group", "1"}, "cannot set \"group\": it is a group"},
-        {"SetInAProperty", {"set", "integer", "group/x/y", "1"}, "cannot create the group \"group/x\""},
+        {"SetInAProperty",
+         {"set", "integer", "group/x/y", "1"},
+         "cannot set \"group/x/y\": \"group/x\" is a property\n"},
+        {"SetFarInAProperty",
+         {"set", "integer", "group/x/y/z", "1"},
+         "cannot set \"group/x/y/z\": \"group/x\" is a property\n"},
         {"ImportOfAMissingFile", {"import", "/nowhere"}, "/nowhere: No such file or directory"},
         {"ImportOfADirectory", {"import", "/"}, "/: Is a directory"},
     };

@@ -528,7 +528,7 @@ TEST_F(Moving, ANameThatIsAGroupIsRefused) {
     answer({"set", "integer", "c", "1"});
     Outcome const outcome = run({"import", "--from", "json", file(R"({"a": 1, "c": {"d": 1}, "e": 1})")});
     EXPECT_EQ("refused   a: a group of this name exists\n"
-              "refused   c/d: an enclosing group is a property\n"
+              "refused   c/d: \"c\" is a property\n"
               "set       e: integer 1\n"
               "1 set, 2 refused\n",
               outcome.out);

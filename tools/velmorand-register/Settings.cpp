@@ -23,9 +23,12 @@ std::string groupOf(std::string const& name) {
     return slash == std::string::npos ? std::string() : name.substr(0, slash);
 }
 
-Failure noGroup(std::string const& name) {
-    return {Status::misuse,
-            "cannot create the group \"" + name + "\": it or an enclosing group is a property"};
+/** The reason why a group cannot exist: its name, or the name of a group around it, is a property. */
+std::string propertyInPlaceOf(std::string const& group, Settings const& settings) {
+    std::size_t end = std::min(group.find('/'), group.size());
+    while (end < group.size() && settings.isGroup(group.substr(0, end)))
+        end = std::min(group.find('/', end + 1), group.size());
+    return '"' + group.substr(0, end) + "\" is a property";
 }
 
 } // namespace
@@ -93,13 +96,15 @@ void Settings::write(std::string const& name, std::string const& record) {
     std::string const group = groupOf(name);
     char* const target = direct::make(*_files, top, group, name, record.size());
     if (target == nullptr)
-        throw noGroup(group);
+        throw Failure(Status::misuse, "cannot set \"" + name + "\": " + propertyInPlaceOf(group, *this));
     std::copy(record.begin(), record.end(), target);
 }
 
 void Settings::makeGroup(std::string const& name) {
     if (!direct::makeDirectories(*_files, top, name))
-        throw noGroup(name);
+        throw Failure(Status::misuse,
+                      "cannot create the group \"" + name +
+                          "\": " + (exists(name) ? "it is a property" : propertyInPlaceOf(name, *this)));
 }
 
 void Settings::remove(std::string const& name) {

@@ -90,20 +90,30 @@ public:
         imported.reason = setting.value ? whyNot(setting) : setting.problem;
         imported.outcome = imported.reason.empty() ? put(setting) : Outcome::refused;
         if (imported.outcome == Outcome::refused && imported.reason.empty())
-            imported.reason = "an enclosing group is a property";
+            imported.reason = inQuotes(propertyAround(setting.name)) + " is a property";
         return imported;
     }
 
 private:
     using Kind = filesystem::direct::Kind;
 
+    [[nodiscard]] Kind kindOf(std::string const& name) const {
+        return filesystem::direct::find(_files, {_directory}, name).kind;
+    }
+
+    /** The property that has the name of one of the groups around a name. */
+    [[nodiscard]] std::string propertyAround(std::string const& name) const {
+        std::size_t end = name.find('/');
+        while (end != std::string::npos && kindOf(name.substr(0, end)) == Kind::directory)
+            end = name.find('/', end + 1);
+        return name.substr(0, end);
+    }
+
     std::string whyNot(ForeignSetting const& setting) {
         auto const [first, isNew] = _sources.emplace(setting.name, setting.from);
         if (!isNew)
             return inQuotes(first->second) + " already has this new name";
-        bool const isGroup =
-            filesystem::direct::find(_files, {_directory}, setting.name).kind == Kind::directory;
-        return isGroup ? "a group of this name exists" : "";
+        return kindOf(setting.name) == Kind::directory ? "a group of this name exists" : "";
     }
 
     ImportedSetting::Outcome put(ForeignSetting const& setting) {
