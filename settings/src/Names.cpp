@@ -25,7 +25,7 @@ bool isPlain(std::string const& name) {
 /** Why a clean name is not valid for a property; empty if it is valid. */
 std::string faultOf(std::string const& clean) {
     if (clean.empty())
-        return "empty";
+        return R"(it consists only of "/")";
     if (!isUtf8(clean))
         return "not UTF-8 text";
     for (std::size_t begin = 0; begin < clean.size();) {
@@ -67,6 +67,8 @@ bool canBeName(std::string const& clean) {
 }
 
 std::string objectionToName(std::string const& name) {
+    if (name.empty())
+        return "the name is empty";
     std::string const fault = faultOf(cleanName(name));
     return fault.empty() ? fault : "invalid name: " + inQuotes(name) + ": " + fault;
 }

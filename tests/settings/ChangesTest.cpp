@@ -204,7 +204,7 @@ TEST_F(Transaction, DoesNotResetAGroup) {
 TEST_F(Transaction, ImmediatelyRefusesAnInvalidName) {
     EXPECT_EQ("invalid name: \"a/..\": a level cannot be \"..\"",
               failure([this] { changes.write("a/..", 1); }));
-    EXPECT_EQ("invalid name: \"\": empty", failure([this] { changes.reset(""); }));
+    EXPECT_EQ("the name is empty", failure([this] { changes.reset(""); }));
     EXPECT_TRUE(changes.empty());
 }
 

@@ -227,7 +227,7 @@ TEST(Copy, RefusesExistingAndInvalidNames) {
               failure([] { Group("a/one").copy("a/one/in"); }));
     EXPECT_EQ("cannot copy the group of all settings to \"b\": the new name is inside the group",
               failure([] { Group().copy("b"); }));
-    EXPECT_EQ("invalid name: \"\": empty", failure([] { Group("a/one").copy(""); }));
+    EXPECT_EQ("the name is empty", failure([] { Group("a/one").copy(""); }));
     EXPECT_FALSE(isInUserScope("a/two"));
     EXPECT_FALSE(isInUserScope("b"));
 }

@@ -41,8 +41,8 @@ TEST(Names, ThatEndInASlashDoNotCreateAGroup) {
 }
 
 TEST(Names, ThatAreInvalidAreRefused) {
-    EXPECT_EQ("invalid name: \"\": empty", failure([] { write("", 1); }));
-    EXPECT_EQ("invalid name: \"//\": empty", failure([] { write("//", 1); }));
+    EXPECT_EQ("the name is empty", failure([] { write("", 1); }));
+    EXPECT_EQ("invalid name: \"//\": it consists only of \"/\"", failure([] { write("//", 1); }));
     EXPECT_EQ("invalid name: \"b/../x\": a level cannot be \"..\"", failure([] { write("b/../x", 1); }));
     EXPECT_EQ("invalid name: \"b/.\": a level cannot be \".\"", failure([] { write("b/.", 1); }));
     EXPECT_EQ("invalid name: \"b/\xff\": not UTF-8 text", failure([] { write("b/\xff", 1); }));

@@ -7,7 +7,6 @@
 #include "Failure.h"
 #include "JsonText.h"
 #include "JsonValue.h"
-#include "Settings.h"
 
 namespace tool {
 
@@ -119,8 +118,7 @@ private:
     void begin(std::string const& name) {
         _name = name;
         _line = _place.line;
-        if (cleanName(name) != name || name.empty())
-            throw BadEntry(R"(invalid name: empty, or with a leading, trailing or doubled "/")");
+        requireCleanName(name);
         if (_declarations.count(name) > 0)
             throw BadEntry("duplicate name");
     }

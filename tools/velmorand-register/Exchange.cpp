@@ -153,8 +153,7 @@ public:
 };
 
 void importEntry(std::string const& name, json const& entry, Settings& settings) {
-    if (cleanName(name) != name || name.empty())
-        throw BadEntry(R"(invalid name: empty, or with a leading, trailing or doubled "/")");
+    requireCleanName(name);
     Members members(entry);
     auto const* const given = members.take("type");
     if (given == nullptr || !given->is_string())

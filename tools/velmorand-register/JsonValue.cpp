@@ -11,6 +11,8 @@
 #include <QByteArray>
 #include <nlohmann/json.hpp>
 
+#include "Settings.h"
+
 namespace tool {
 
 using nlohmann::json;
@@ -115,6 +117,14 @@ Value plainValueOf(std::size_t kind, json const& value, std::index_sequence<Kind
 }
 
 } // namespace
+
+void requireCleanName(std::string const& name) {
+    std::string const clean = cleanName(name);
+    if (clean.empty())
+        throw BadEntry("the name is empty");
+    if (clean != name)
+        throw BadEntry("invalid name (write \"" + clean + "\")");
+}
 
 std::size_t kindNamed(std::string const& name) {
     auto const* const found = std::find(kindNames.begin(), kindNames.end(), name);

@@ -20,6 +20,9 @@ public:
 /** Decodes a string of base64. Errors: `BadEntry`. */
 std::string fromBase64(nlohmann::json const& text);
 
+/** Refuses a name that is empty or not clean. Errors: `BadEntry`; those of `cleanName`. */
+void requireCleanName(std::string const& name);
+
 /** The index of a kind in `kindNames`. Errors: `BadEntry`. */
 std::size_t kindNamed(std::string const& name);
 
