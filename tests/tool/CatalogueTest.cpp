@@ -59,18 +59,21 @@ std::string declarationOf(std::string const& members) {
 
 std::vector<Case> everyBadCatalogue() {
     std::string const place = ":3: \"a/x\": ";
-    std::string const format =
-        R"(expected an object of declarations: {"settings": {"NAME": {"type": KIND}}})";
+    std::string const expected = R"(, expected {"settings": {"NAME": {"type": KIND}}})";
+    std::string const expectedSettings = R"(, expected {"NAME": {"type": KIND}})";
+    std::string const expectedDeclaration = R"(, expected {"type": KIND})";
     return {
         {"Nothing", "", ":1:1: not valid JSON: unexpected end of input"},
         {"Truncated", "{\n\"settings\": {", ":2:14: not valid JSON: unexpected end of input"},
-        {"AList", "[]", ":1: " + format},
+        {"AList", "[]", ":1: found a list" + expected},
         {"NoSettings", "{}", R"(:1: "settings" is missing)"},
         {"OtherSections", R"({"program": {"settings": {}}, "s": {}})", ":1: \"settings\" is missing"},
-        {"AListOfSettings", "{\n\"settings\": []}", ":2: " + format},
-        {"ANumberAsSettings", "{\n\"settings\": 1}", ":2: " + format},
-        {"ANumberAsDeclaration", "{\"settings\": {\n\"a/x\": 1}}", ":2: \"a/x\": " + format},
-        {"AListAsDeclaration", "{\"settings\": {\"a/x\":\n[]}}", ":1: \"a/x\": " + format},
+        {"AListOfSettings", "{\n\"settings\": []}", ":2: found a list" + expectedSettings},
+        {"ANumberAsSettings", "{\n\"settings\": 1}", ":2: found a number" + expectedSettings},
+        {"ANumberAsDeclaration", "{\"settings\": {\n\"a/x\": 1}}",
+         ":2: \"a/x\": found a number" + expectedDeclaration},
+        {"AListAsDeclaration", "{\"settings\": {\"a/x\":\n[]}}",
+         ":1: \"a/x\": found a list" + expectedDeclaration},
         {"ABadName", R"({"settings": {"a//x": {"type": "string"}}})",
          R"(:1: "a//x": invalid name (write "a/x"))"},
         {"NoName", R"({"settings": {"": {"type": "string"}}})", ":1: the name is empty\n"},

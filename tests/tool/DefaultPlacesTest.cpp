@@ -33,7 +33,7 @@ TEST_F(DefaultPlaces, AreNotCreatedByReading) {
 
 TEST_F(DefaultPlaces, AreNotCreatedByFailingCommands) {
     EXPECT_THAT(runBare({"delete", "x"}), Complains(1, "no such property or group: x"));
-    EXPECT_THAT(runBare({"import", "-"}, "[]"), Complains(2, "expected an object of entries"));
+    EXPECT_THAT(runBare({"import", "-"}, "[]"), Complains(2, "found a list"));
     EXPECT_FALSE(std::filesystem::exists(at(".config")));
 }
 

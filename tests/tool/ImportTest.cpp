@@ -26,7 +26,10 @@ std::string entryOf(std::string const& members) {
            members + "}}";
 }
 
-std::string const format = R"(expected an object of entries: {"NAME": {"type": KIND, "value": VALUE}})";
+std::string const expectedSettings = R"(, expected {"NAME": {"type": KIND, "value": VALUE}})";
+std::string const expectedEntry = R"(, expected {"type": KIND, "value": VALUE})";
+std::string const expectedValue = ", expected a value or a list of values";
+std::string const otherFormats = " (import --from reads other formats: ini, kconfig, dconf)\n";
 std::string const bad = "standard input:2: \"bad\": ";
 
 std::string notJson(int line, int column, std::string const& reason) {
@@ -47,12 +50,20 @@ std::vector<Case> everyCase() {
         {"NotUtf8", "{\"\xFF\": {}}", notJson(1, 3, "not UTF-8 text")},
         {"ATruncatedCharacter", "{\"\xC3\": {}}", notJson(1, 4, "not UTF-8 text")},
         {"ANulByte", std::string("{}\0{}", 5), notJson(1, 3, R"(unexpected "\u0000")")},
-        {"AList", "[]", ":1: " + format},
-        {"ANumber", "1", ":1: " + format},
-        {"NoEntry", R"({"bad": 1})", ":1: \"bad\": " + format},
-        {"AListAsEntry", R"({"bad": []})", ":1: \"bad\": " + format},
-        {"AnObjectAsValue", entryOf(R"("type": "string", "value": {})"), bad + format},
-        {"AListInAList", entryOf(R"("type": "strings", "value": [[]])"), bad + format},
+        {"AList", "[\"a\",\n{}]", ":1: found a list" + expectedSettings + '\n'},
+        {"ANumber", "1", ":1: found a number" + expectedSettings + '\n'},
+        {"AString", "\"a\"", ":1: found a string" + expectedSettings + '\n'},
+        {"NoEntry", R"({"bad": true})", ":1: \"bad\": found a boolean" + expectedEntry},
+        {"NullAsEntry", R"({"bad": null})", ":1: \"bad\": found null" + expectedEntry},
+        {"AListAsEntry", R"({"bad": []})", ":1: \"bad\": found a list" + expectedEntry},
+        {"AnObjectAsValue", entryOf(R"("type": "string", "value": {})"),
+         bad + "found an object" + expectedValue},
+        {"AListInAList", entryOf(R"("type": "strings", "value": [[]])"),
+         bad + "found a list in a list" + expectedValue},
+        {"AnObjectInAList", entryOf(R"("type": "strings", "value": [{}])"),
+         bad + "found an object in a list" + expectedValue},
+        {"AnIniFile", "[A]\nx=1\n", "input:1:2: not valid JSON: unexpected \"A\"" + otherFormats},
+        {"AnIniFileWithAComment", "\n; x\n", "input:2:1: not valid JSON: unexpected \";\"" + otherFormats},
         {"NoType", entryOf(R"("value": 1)"), bad + "\"type\" is missing"},
         {"ATypeThatIsNotText", entryOf(R"("type": 1, "value": 1)"), bad + "\"type\" is missing"},
         {"NoSuchType", entryOf(R"("type": "int", "value": 1)"), bad + "no such type: int"},
@@ -200,8 +211,9 @@ TEST_F(Import, CreatesAMissingFileEvenWithoutSettings) {
 
 TEST_F(Import, OfAnyOtherJsonObjectSuggestsTheOptionForIt) {
     std::string const hint = " (import --from json reads any other JSON object)\n";
-    EXPECT_THAT(run({"import", "-"}, R"({"theme": "dark"})"), Complains(2, format + hint));
-    EXPECT_THAT(run({"import", "-"}, R"({"editor": {"font": {"size": 12}}})"), Complains(2, format + hint));
+    EXPECT_THAT(run({"import", "-"}, R"({"theme": "dark"})"), Complains(2, expectedEntry + hint));
+    EXPECT_THAT(run({"import", "-"}, R"({"editor": {"font": {"size": 12}}})"),
+                Complains(2, expectedValue + hint));
     EXPECT_THAT(run({"import", "-"}, R"({"editor": {"theme": "dark"}})"),
                 Complains(2, "\"type\" is missing" + hint));
 }
@@ -209,7 +221,7 @@ TEST_F(Import, OfAnyOtherJsonObjectSuggestsTheOptionForIt) {
 TEST_F(Import, WithAnInvalidEntryAfterOthersDoesNotSuggestAnotherFormat) {
     EXPECT_THAT(run({"import", "-"}, entryOf(R"("value": 1)")), Complains(2, bad + "\"type\" is missing\n"));
     EXPECT_THAT(run({"import", "-"}, R"({"good": {"type": "group"}, "bad": 1})"),
-                Complains(2, format + '\n'));
+                Complains(2, expectedEntry + '\n'));
 }
 
 TEST_F(Import, AsADryRunPrintsTheChangesAndMakesNone) {

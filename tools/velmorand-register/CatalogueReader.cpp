@@ -106,7 +106,7 @@ private:
         else if (depth == setting && isKey && _isInSettings)
             begin(parsed.get_ref<std::string const&>());
         else if (depth == top || (depth <= setting && _isInSettings))
-            expect(event == Event::object_start || event == Event::object_end);
+            expectObject(depth, event, parsed);
         if (depth == section && event == Event::object_end)
             _hasSettings = _hasSettings || _isInSettings;
         if (depth != setting || event != Event::object_end || !_isInSettings)
@@ -123,12 +123,16 @@ private:
             throw BadEntry("duplicate name");
     }
 
-    void expect(bool isCatalogue) {
-        if (isCatalogue)
+    void expectObject(int depth, json::parse_event_t event, json const& parsed) {
+        using Event = json::parse_event_t;
+        if (event == Event::object_start || event == Event::object_end)
             return;
         if (_name.empty())
             _line = _place.line;
-        throw BadEntry(R"(expected an object of declarations: {"settings": {"NAME": {"type": KIND}}})");
+        throw BadEntry("found " + nounOf(event, parsed) + ", expected " +
+                       (depth == top       ? R"({"settings": {"NAME": {"type": KIND}}})"
+                        : depth == section ? R"({"NAME": {"type": KIND}})"
+                                           : R"({"type": KIND})"));
     }
 
     [[nodiscard]] Failure refusal(std::string const& reason) const {

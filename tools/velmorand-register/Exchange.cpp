@@ -189,13 +189,14 @@ public:
 
     void run() {
         try {
-            parseJson(_text, _place, [this](int depth, json::parse_event_t event, json& parsed) {
-                return take(depth, event, parsed);
-            });
+            parse();
         } catch (BadJson const& error) {
-            throw Failure(Status::misuse, _source + ':' + error.what());
+            throw Failure(Status::misuse, _source + ':' + error.what() +
+                                              (mayBeOtherFormat() ? " (import --from reads other formats: "
+                                                                    "ini, kconfig, dconf)"
+                                                                  : ""));
         } catch (NotAnEntry const& error) {
-            bool const isFirst = _names.size() <= 1;
+            bool const isFirst = _names.size() == 1;
             throw refusal(error.what() +
                           std::string(isFirst ? " (import --from json reads any other JSON object)" : ""));
         } catch (BadEntry const& error) {
@@ -208,6 +209,24 @@ public:
 private:
     enum Depth { top = 0, entry = 1, member = 2, list = 3 };
 
+    void parse() {
+        try {
+            parseJson(_text, _place, [this](int depth, json::parse_event_t event, json& parsed) {
+                return take(depth, event, parsed);
+            });
+        } catch (NotAnEntry const&) {
+            JsonPlace ignored;
+            if (_names.empty()) // files of other formats may begin like JSON: "[section]"
+                parseJson(_text, ignored, [](int, json::parse_event_t, json&) { return false; });
+            throw;
+        }
+    }
+
+    [[nodiscard]] bool mayBeOtherFormat() const {
+        std::size_t const begin = _text.find_first_not_of(" \t\r\n\xEF\xBB\xBF"); // with a byte order mark
+        return begin != std::string::npos && _text[begin] != '{';
+    }
+
     /** The parser's callback. Result: whether the parser keeps the part that it has just read. */
     bool take(int depth, json::parse_event_t event, json& parsed) {
         using Event = json::parse_event_t;
@@ -216,13 +235,16 @@ private:
             takeKey(depth, parsed.get_ref<std::string const&>());
             break;
         case Event::object_start:
-            expect(depth <= entry);
+            if (depth > entry)
+                refuse(depth, event, parsed);
             break;
         case Event::array_start:
-            expect(depth == member);
+            if (depth != member)
+                refuse(depth, event, parsed);
             break;
         case Event::value:
-            expect(depth >= member);
+            if (depth < member)
+                refuse(depth, event, parsed);
             break;
         case Event::object_end:
             if (depth == entry) {
@@ -249,9 +271,15 @@ private:
         }
     }
 
-    void expect(bool isEntries) const {
-        if (!isEntries)
-            throw NotAnEntry(R"(expected an object of entries: {"NAME": {"type": KIND, "value": VALUE}})");
+    /** Throws `NotAnEntry` for a value that begins at a depth where the exchange format has another one. */
+    [[noreturn]] void refuse(int depth, json::parse_event_t event, json const& parsed) {
+        if (depth == top)
+            _line = _place.line;
+        throw NotAnEntry("found " + nounOf(event, parsed) + (depth > member ? " in a list" : "") +
+                         ", expected " +
+                         (depth == top     ? R"({"NAME": {"type": KIND, "value": VALUE}})"
+                          : depth == entry ? R"({"type": KIND, "value": VALUE})"
+                                           : "a value or a list of values"));
     }
 
     [[nodiscard]] Failure refusal(std::string const& reason) const {

@@ -102,4 +102,11 @@ void parseJson(std::string const& text, JsonPlace& place, json::parser_callback_
     }
 }
 
+std::string nounOf(json::parse_event_t event, json const& parsed) {
+    using Event = json::parse_event_t;
+    if (event != Event::value)
+        return event == Event::object_start ? "an object" : "a list";
+    return (parsed.is_null() ? "" : "a ") + std::string(parsed.type_name());
+}
+
 } // namespace tool

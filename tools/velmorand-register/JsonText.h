@@ -28,4 +28,7 @@ public:
  */
 void parseJson(std::string const& text, JsonPlace& place, nlohmann::json::parser_callback_t const& take);
 
+/** The value that begins with a parser's event, for messages: "an object", "a list", "a number". */
+std::string nounOf(nlohmann::json::parse_event_t event, nlohmann::json const& parsed);
+
 } // namespace tool
