@@ -81,7 +81,9 @@ std::vector<Case> everyBadCatalogue() {
         {"OneNameTwice", R"({"settings": {"a": {"type": "string"}, "a": {"type": "string"}}})",
          ":1: \"a\": duplicate name"},
         {"NoType", declarationOf(R"("fallback": 1)"), place + "\"type\" is missing"},
-        {"NoSuchType", declarationOf(R"("type": "int")"), place + "no such type: int"},
+        {"NoSuchType", declarationOf(R"("type": "int")"),
+         place + "no such type: int (types: string, number, integer, boolean, strings, numbers, integers, "
+                 "booleans)\n"},
         {"AFallbackOfAnotherKind", declarationOf(R"("type": "integer", "fallback": 1.5)"),
          place + R"("fallback": 1.5 is not a 32-bit integer)"},
         {"AHugeFallback", declarationOf(R"("type": "number", "fallback": 1e999)"),

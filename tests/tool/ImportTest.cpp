@@ -66,7 +66,9 @@ std::vector<Case> everyCase() {
         {"AnIniFileWithAComment", "\n; x\n", "input:2:1: not valid JSON: unexpected \";\"" + otherFormats},
         {"NoType", entryOf(R"("value": 1)"), bad + "\"type\" is missing"},
         {"ATypeThatIsNotText", entryOf(R"("type": 1, "value": 1)"), bad + "\"type\" is missing"},
-        {"NoSuchType", entryOf(R"("type": "int", "value": 1)"), bad + "no such type: int"},
+        {"NoSuchType", entryOf(R"("type": "int", "value": 1)"),
+         bad + "no such type: int (types: string, number, integer, boolean, strings, numbers, integers, "
+               "booleans)\n"},
         {"NoValue", entryOf(R"("type": "integer")"), bad + "\"value\" is missing"},
         {"AnExtraMember", entryOf(R"("type": "integer", "value": 1, "scope": 1)"),
          bad + "unexpected members in an entry of type integer"},

@@ -662,7 +662,9 @@ TEST_P(BadMap, IsRefusedWithTheLineAndNothingIsWritten) {
 BadRule const badRules[] = {
     {"NoArrow", "# x\nfoo\n", R"(2: expected "OLD -> NEW" or "drop OLD", found: foo)"},
     {"NoOldName", "\n -> x\n", "2: expected"},
-    {"AnUnknownKind", "a -> b as int\n", "1: no such kind: int"},
+    {"AnUnknownKind", "a -> b as int\n",
+     "1: no such kind: int (kinds: string, number, integer, boolean, strings, numbers, integers, "
+     "booleans)\n"},
     {"AGroupRenamedToAProperty", "a/ -> b\n", "1: a group cannot become a property"},
     {"APropertyRenamedToAGroup", "a -> b/\n", "1: a property cannot become a group"},
     {"TwoRulesForOneName", "a -> b\nc -> d\na -> e\n", "3: duplicate rule: line 1 is for the same name"},

@@ -129,7 +129,7 @@ void requireCleanName(std::string const& name) {
 std::size_t kindNamed(std::string const& name) {
     auto const* const found = std::find(kindNames.begin(), kindNames.end(), name);
     if (found == kindNames.end())
-        throw BadEntry("no such type: " + name);
+        throw BadEntry("no such type: " + name + " (types: " + allKinds() + ')');
     return static_cast<std::size_t>(found - kindNames.begin());
 }
 

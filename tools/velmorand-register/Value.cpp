@@ -16,10 +16,7 @@ std::size_t requiredKind(std::string const& name) {
     std::size_t const kind = velmorand::kindIndex(name);
     if (kind != kindNames.size())
         return kind;
-    std::string all;
-    for (char const* const known : kindNames)
-        all += (all.empty() ? "" : ", ") + std::string(known);
-    throw WrongCall("no such kind: " + name + " (kinds: " + all + ")");
+    throw WrongCall("no such kind: " + name + " (kinds: " + allKinds() + ")");
 }
 
 template <class T>
@@ -36,6 +33,13 @@ std::vector<Value> elements(std::vector<T> const& values) {
 }
 
 } // namespace
+
+std::string allKinds() {
+    std::string all;
+    for (char const* const name : kindNames)
+        all += (all.empty() ? "" : ", ") + std::string(name);
+    return all;
+}
 
 std::string_view kindName(Reading const& reading) {
     return reading.value ? kindNames.at(reading.value->index()) : "bytes";

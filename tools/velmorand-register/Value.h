@@ -23,6 +23,9 @@ using Value = velmorand::AnyValue;
 /** The result of decoding a property's bytes. */
 using Reading = velmorand::DecodedRecord;
 
+/** The names of all kinds, for messages: "string, number, ...". */
+std::string allKinds();
+
 /** The kind's name, or "bytes" if there is no value. */
 std::string_view kindName(Reading const& reading);
 

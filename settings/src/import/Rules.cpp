@@ -50,6 +50,13 @@ std::string canonical(std::string const& name) {
     return result;
 }
 
+std::string noSuchKind(std::string const& name) {
+    std::string all;
+    for (char const* const known : kindNames)
+        all += (all.empty() ? "" : ", ") + std::string(known);
+    return "no such kind: " + name + " (kinds: " + all + ')';
+}
+
 /** Removes the kind from the end of a rule, if there is one. */
 std::optional<std::size_t> takeKind(std::string_view& right) {
     std::size_t const at = right.rfind(as);
@@ -60,7 +67,7 @@ std::optional<std::size_t> takeKind(std::string_view& right) {
     if (kind == kindNames.size()) {
         if (name.find_first_of(" /") != std::string::npos) // " as " is part of the name
             return std::nullopt;
-        throw Exception("no such kind: " + name);
+        throw Exception(noSuchKind(name));
     }
     right = trimmed(right.substr(0, at));
     return kind;
