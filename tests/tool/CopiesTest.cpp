@@ -95,7 +95,9 @@ TEST_F(Copies, ExcludeOtherFilesInTheDirectory) {
 
 TEST_F(Copies, AreNotRequiredToExist) {
     EXPECT_THAT(runBare({"restore"}), SaysThatNoneAreKept(at(".config/velmorand/Velmorand.dat")));
-    EXPECT_THAT(runBare({"restore", "previous"}), Complains(1, "no such copy: previous"));
+    EXPECT_THAT(runBare({"restore", "previous"}),
+                Complains(1, "no such copy: previous (no copies of " + at(".config/velmorand/Velmorand.dat") +
+                                 ")\n"));
     EXPECT_FALSE(std::filesystem::exists(at(".config")));
 }
 
@@ -168,6 +170,15 @@ TEST_F(Copies, AreNotFoundByOtherNames) {
           std::string("../Velmorand.dat.previous"), previousFile, std::string()})
         EXPECT_THAT(run({"restore", name}), Complains(1, "no such copy: " + name)) << name;
     EXPECT_EQ(two, bytesOf(userFile));
+}
+
+TEST_F(Copies, ThatExistAreListedIfAnotherIsAskedFor) {
+    EXPECT_THAT(run({"restore", "older"}),
+                Complains(1, "no such copy: older (copies in " + user + ": Velmorand.dat.previous)\n"));
+    putCopy(damagedName, "garbage", 0);
+    EXPECT_THAT(run({"restore", "older"}),
+                Complains(1, "no such copy: older (copies in " + user + ": Velmorand.dat.previous, " +
+                                 damagedName + ")\n"));
 }
 
 TEST_F(Copies, ReplaceAMissingFile) {

@@ -66,6 +66,15 @@ std::vector<Copy> copiesOf(RegisterFile const& file) {
     return copies;
 }
 
+Failure noSuchCopy(RegisterFile const& file, std::string const& name) {
+    std::string names;
+    for (Copy const& copy : copiesOf(file))
+        names += (names.empty() ? "" : ", ") + copy.name;
+    return {Status::notThere, "no such copy: " + name +
+                                  (names.empty() ? " (no copies of " + file.path() + ')'
+                                                 : " (copies in " + file.directory() + ": " + names + ')')};
+}
+
 std::string localTime(std::time_t time) {
     std::tm parts = {};
     std::array<char, 64> text{};
@@ -188,14 +197,14 @@ RegisterFile findCopy(RegisterFile const& file, std::string const& name) {
     std::string const full = name == "previous" ? file.name() + previousEnding : name;
     std::error_code ignored;
     if (!isCopyName(file, full) || !std::filesystem::exists(beside(file, full).path(), ignored))
-        throw Failure(Status::notThere, "no such copy: " + name);
+        throw noSuchCopy(file, name);
     return beside(file, full);
 }
 
 std::optional<Difference> restoreCopy(RegisterFile const& file, RegisterFile const& copy) {
     Settings settings;
     if (!copy.load(settings).isThere) // removed since it was found
-        throw Failure(Status::notThere, "no such copy: " + copy.name());
+        throw noSuchCopy(file, copy.name());
     Settings before;
     State const state = loadIfIntact(file, before);
     Difference const difference = compare(before, settings);
