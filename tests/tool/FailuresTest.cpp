@@ -64,6 +64,38 @@ TEST_F(Failures, ToReadADamagedFileLeaveItUnchanged) {
     }
 }
 
+TEST_F(Failures, ToReadADamagedFileNameTheCommandThatListsItsCopies) {
+    putBytes(userFile, "garbage");
+    for (Arguments const& arguments :
+         {Arguments{"list"}, {"set", "integer", "y", "1"}, {"import", "-"}, {"export"}, {"check"}})
+        EXPECT_THAT(run(arguments, "{}"),
+                    Complains(3, userFile +
+                                     ": not a register file (list its copies with: velmorand-register "
+                                     "--user \"" +
+                                     user + "\" restore)\n"))
+            << arguments.front();
+    putBytes(globalFile, "garbage");
+    EXPECT_THAT(run({"--global", global, "lock", "x"}),
+                Complains(3, globalFile +
+                                 ": not a register file (list its copies with: velmorand-register "
+                                 "--global \"" +
+                                 global + "\" --scope global restore)\n"));
+}
+
+TEST_F(Failures, ToReadTheDefaultFileNameTheCommandThatListsItsCopies) {
+    std::filesystem::create_directories(at(".config"));
+    std::filesystem::rename(user, at(".config/velmorand"));
+    putBytes(at(".config/velmorand/Velmorand.dat"), "garbage");
+    EXPECT_THAT(runBare({"list"}), Complains(3, " (list its copies with: velmorand-register restore)\n"));
+}
+
+TEST_F(Failures, ToReadOtherFilesNameNoCommand) {
+    putBytes(at("other"), "garbage");
+    EXPECT_THAT(run({"check", at("other")}), Complains(3, at("other") + ": not a register file\n"));
+    putBytes(globalFile, "garbage");
+    EXPECT_THAT(run({"check", global}), Complains(3, globalFile + ": not a register file\n"));
+}
+
 TEST_F(Failures, CausedByTrailingDataAreReportedOnlyByCheck) {
     putBytes(userFile, saved + "xyz");
     EXPECT_THAT(run({"check"}), Complains(3, userFile + ": unexpected data after the settings: 3 bytes"));
@@ -84,7 +116,7 @@ TEST_F(Failures, OfTwoFilesAreBothReported) {
     EXPECT_THAT(outcome.err,
                 testing::StartsWith("velmorand-register: " + userFile +
                                     ": No such file or directory\nvelmorand-register: " + globalFile + ": "));
-    EXPECT_THAT(outcome.err, testing::EndsWith("not a register file\n"));
+    EXPECT_THAT(outcome.err, testing::HasSubstr(globalFile + ": not a register file"));
 }
 
 TEST_F(Failures, CausedByADirectoryInPlaceOfTheFileAreReported) {

@@ -86,7 +86,8 @@ TEST_F(Watch, ReportsADamagedFileAndContinues) {
     printed("+ x: integer 1\n");
     std::string const sound = bytesOf(userFile);
     putBytes(userFile, "damaged");
-    complained("not a register file\n");
+    complained("not a register file (list its copies with: velmorand-register --user \"" + user +
+               "\" restore)\n");
     putBytes(userFile, sound);
     answer({"set", "integer", "x", "2"});
     printed("- x: integer 1\n+ x: integer 2\n");

@@ -11,7 +11,7 @@ namespace tool {
 
 namespace {
 
-Directory named(std::string const& path) {
+Directory named(std::string const& path, char const* option) {
     struct stat status = {};
     int const error = ::stat(path.c_str(), &status) != 0 ? errno : S_ISDIR(status.st_mode) ? 0 : ENOTDIR;
     if (error != 0) {
@@ -20,18 +20,18 @@ Directory named(std::string const& path) {
                       (path.empty() ? "\"\"" : path) + ": " + std::generic_category().message(error) +
                           (canBeCreated ? " (create it first: mkdir -p \"" + path + "\")" : std::string()));
     }
-    return {path, true};
+    return {path, true, std::string(option) + " \"" + path + '"'};
 }
 
 Directory userDirectory(Places const& places) {
     if (places.userDirectory)
-        return named(*places.userDirectory);
+        return named(*places.userDirectory, " --user");
     char const* const configuration = std::getenv("XDG_CONFIG_HOME");
     if (configuration != nullptr && *configuration == '/') // XDG: relative paths are ignored
-        return {std::string(configuration) + "/velmorand", false};
+        return {std::string(configuration) + "/velmorand", false, {}};
     char const* const home = std::getenv("HOME");
     if (home != nullptr && *home != '\0')
-        return {std::string(home) + "/.config/velmorand", false};
+        return {std::string(home) + "/.config/velmorand", false, {}};
     throw Failure(Status::misuse,
                   "no user directory: neither XDG_CONFIG_HOME nor HOME is set (use --user DIR)");
 }
@@ -44,11 +44,12 @@ bool isDirectory(std::string const& path) {
 }
 
 RegisterFile fileIn(Directory const& directory) {
-    return RegisterFile(directory.path + "/" + registerFileName);
+    return RegisterFile(directory.path + "/" + registerFileName,
+                        " (list its copies with: velmorand-register" + directory.options + " restore)");
 }
 
 RegisterFile fileAt(std::string const& path) {
-    return isDirectory(path) ? fileIn({path, true}) : RegisterFile(path);
+    return RegisterFile(isDirectory(path) ? path + '/' + registerFileName : path);
 }
 
 Directory directoryOf(Places const& places, Scope scope) {
@@ -56,7 +57,9 @@ Directory directoryOf(Places const& places, Scope scope) {
         return userDirectory(places);
     if (!places.globalDirectory)
         throw WrongCall("--scope global needs --global DIR");
-    return named(*places.globalDirectory);
+    Directory directory = named(*places.globalDirectory, " --global");
+    directory.options += " --scope global";
+    return directory;
 }
 
 Directory theDirectory(Places const& places) {

@@ -23,10 +23,11 @@ struct Places {
     std::vector<std::string> catalogues; ///< instead of the installed ones
 };
 
-/** A register directory. It must exist if the command line names it; the default directory need not. */
+/** A register directory. */
 struct Directory {
     std::string path;
-    bool isNamed;
+    bool isNamed;        ///< whether the command line names it: then it must exist
+    std::string options; ///< for messages: the options that select it, each after a space
 };
 
 /**
@@ -35,6 +36,7 @@ struct Directory {
  */
 bool isDirectory(std::string const& path);
 
+/** The register file in a directory. If it is damaged, the message names the command that lists its copies. */
 RegisterFile fileIn(Directory const& directory);
 
 /** The register file at a path, or in the directory at that path. */

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 #include <filesystem/RealFileSystem.h>
 #include <utils/Exception.h>
@@ -21,9 +22,9 @@ using filesystem::RealFileSystem;
 
 } // namespace
 
-RegisterFile::RegisterFile(std::string const& path)
+RegisterFile::RegisterFile(std::string const& path, std::string hint)
     : _path(path), _directory(std::filesystem::path(path).parent_path().string()),
-      _name(std::filesystem::path(path).filename().string()) {
+      _name(std::filesystem::path(path).filename().string()), _hint(std::move(hint)) {
     if (_directory.empty())
         _directory = ".";
     if (!isUtf8(path))
@@ -47,7 +48,7 @@ Loaded RegisterFile::load(Settings& settings) const {
         settings.read(*handle);
     } catch (utils::Exception const& failure) {
         // The message starts with the path that the file system uses, which may differ from the one that the user gave.
-        throw Damage(_path + (failure.what() + handle->path().size()));
+        throw Damage(_path + (failure.what() + handle->path().size()) + _hint);
     }
     long const end = disk.tell(handle);
     disk.seek(handle, 0, FileSystem::ORIGIN_END);

@@ -29,8 +29,11 @@ public:
 /** A register file on disk. */
 class RegisterFile {
 public:
-    /** Does not access the disk. Errors: `Failure` for a path that is not UTF-8. */
-    explicit RegisterFile(std::string const& path);
+    /**
+     * Does not access the disk. `hint` is added to the message if the file is damaged.
+     * Errors: `Failure` for a path that is not UTF-8.
+     */
+    explicit RegisterFile(std::string const& path, std::string hint = {});
 
     [[nodiscard]] std::string const& path() const noexcept { return _path; }
     [[nodiscard]] std::string const& directory() const noexcept { return _directory; }
@@ -55,6 +58,7 @@ private:
     std::string _path;
     std::string _directory;
     std::string _name;
+    std::string _hint;
 };
 
 } // namespace tool
