@@ -178,12 +178,12 @@ std::optional<double> duration(std::string const& text, TimeUnit unit) {
 }
 
 std::string wholeDurationExpected(TimeUnit unit) {
-    return "a duration such as \"" + durationText(std::int64_t{10}, unit) + "\" (a multiple of " +
+    return "a duration such as " + durationText(std::int64_t{10}, unit) + " (a multiple of " +
            durationText(std::int64_t{1}, unit) + ')';
 }
 
 std::string durationExpected(TimeUnit unit) {
-    return "a duration such as \"" + durationText(1.5, unit) + '"';
+    return "a duration such as " + durationText(1.5, unit);
 }
 
 } // namespace velmorand::detail

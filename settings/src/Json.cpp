@@ -67,6 +67,14 @@ std::string shortened(std::string text) {
     return text.substr(0, end) + "...";
 }
 
+/** A limit, given as JSON, without the quotes around a number, a duration or a date that is stored as text. */
+std::string limitText(std::string const& limit) {
+    bool const isText = limit.size() > 2 && limit.front() == '"';
+    std::size_t const first = isText && limit[1] == '-' ? 2 : 1;
+    bool const isNumber = isText && limit[first] >= '0' && limit[first] <= '9';
+    return isNumber ? limit.substr(1, limit.size() - 2) : limit;
+}
+
 std::string joined(std::vector<std::string> const& texts) {
     std::string all;
     for (std::string const& text : texts)
@@ -98,9 +106,11 @@ std::string notValid(std::string const& value, std::string const& expected) {
 }
 
 std::string notWithin(std::string const& value, std::string const& minimum, std::string const& maximum) {
-    if (minimum.empty())
-        return notValid(value, maximum.empty() ? maximum : "at most " + maximum);
-    return notValid(value, maximum.empty() ? "at least " + minimum : minimum + " to " + maximum);
+    std::string const least = limitText(minimum);
+    std::string const most = limitText(maximum);
+    if (least.empty())
+        return notValid(value, most.empty() ? most : "at most " + most);
+    return notValid(value, most.empty() ? "at least " + least : least + " to " + most);
 }
 
 std::string notAmong(std::string const& value, std::vector<std::string> const& choices) {

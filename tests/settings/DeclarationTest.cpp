@@ -159,7 +159,7 @@ TEST(Get, ReturnsTheFallbackForADurationThatTheTypeCannotRepresent) {
     Property<std::chrono::minutes> const whole{"a/whole", 5min};
     write("a/whole", "90s");
     EXPECT_EQ(5min, whole.get());
-    EXPECT_EQ(R"(a/whole: "90s" is not allowed: expected a duration such as "10min" (a multiple of 1min))",
+    EXPECT_EQ(R"(a/whole: "90s" is not allowed: expected a duration such as 10min (a multiple of 1min))",
               whole.problem());
 }
 
@@ -168,8 +168,23 @@ TEST(Get, ReturnsTheFallbackForTextThatIsNotADuration) {
     Property<Seconds> const fractional{"a/fractional", Seconds(0.5)};
     write("a/fractional", "1.5");
     EXPECT_EQ(Seconds(0.5), fractional.get());
-    EXPECT_EQ(R"(a/fractional: "1.5" is not allowed: expected a duration such as "1.5s")",
+    EXPECT_EQ(R"(a/fractional: "1.5" is not allowed: expected a duration such as 1.5s)",
               fractional.problem());
+}
+
+TEST(Problem, StatesTheLimitsOfNumbersAndDurationsWithoutQuotes) {
+    Property<long long> const id{"a/id", 0LL, range(-1LL, 9LL)};
+    write("a/id", "11");
+    EXPECT_EQ(R"(a/id: "11" is not allowed: expected -1 to 9)", id.problem());
+    Property<std::chrono::seconds> const delay{"a/delay", 5s, atLeast(1s)};
+    write("a/delay", "0s");
+    EXPECT_EQ(R"(a/delay: "0s" is not allowed: expected at least 1s)", delay.problem());
+}
+
+TEST(Problem, StatesTheLimitsOfTextInQuotes) {
+    Property<std::string> const name{"a/name", "c", range("b", "d")};
+    write("a/name", "e");
+    EXPECT_EQ(R"(a/name: "e" is not allowed: expected "b" to "d")", name.problem());
 }
 
 TEST(Get, ReturnsTheFallbackForAnInvalidElementOfAList) {

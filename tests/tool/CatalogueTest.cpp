@@ -95,7 +95,7 @@ std::vector<Case> everyBadCatalogue() {
         {"AMinimumWithAFraction", declarationOf(R"("type": "number", "format": "whole", "minimum": 0.5)"),
          place + R"("minimum": 0.5 is not a whole number)"},
         {"AMinimumThatIsNotATime", declarationOf(R"("type": "string", "format": "duration", "minimum": "1")"),
-         place + R"("minimum": "1" is not a duration such as "1.5s")"},
+         place + R"("minimum": "1" is not a duration such as 1.5s)"},
         {"AChoice", declarationOf(R"("type": "string", "choices": "a")"),
          place + R"("choices": "a" is not a list)"},
         {"AChoiceOfAnotherKind", declarationOf(R"("type": "strings", "choices": ["a", 1])"),

@@ -45,9 +45,9 @@ class NotAsDeclared : public CheckDeclared, public testing::WithParamInterface<C
 class AsDeclared : public CheckDeclared, public testing::WithParamInterface<Case> {};
 
 std::string const duration =
-    R"(expected a duration such as "1.5s" (units: ns, us, ms, s, min, h, d) of at least "1s")";
+    R"(expected a duration such as 1.5s (units: ns, us, ms, s, min, h, d) of at least 1s)";
 std::string const id =
-    R"(expected a whole number as a string from "-9223372036854775808" to "9223372036854775807")";
+    R"(expected a whole number as a string from -9223372036854775808 to 9223372036854775807)";
 
 std::vector<Case> whatIsNotAllowed() {
     std::string const size = "expected a number from 6 to 72";
@@ -190,7 +190,7 @@ TEST_F(CheckDeclared, ComparesUnsigned64BitNumbers) {
     expectSound();
     set({"strings", "a/x", "18446744073709551616"});
     expectWarnings(warning("a/x", "\"18446744073709551616\" is not allowed: expected a list of whole numbers "
-                                  "as strings from \"0\" to \"18446744073709551615\""),
+                                  "as strings from 0 to 18446744073709551615"),
                    "1 property, 1 warning");
 }
 

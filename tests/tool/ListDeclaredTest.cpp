@@ -31,12 +31,12 @@ TEST_F(ListDeclared, ShowsFallbacksAndDescriptions) {
 TEST_F(ListDeclared, ShowsAllowedValuesOnRequest) {
     answer({"set", "number", "editor/size", "12.5"});
     EXPECT_EQ(
-        "string    unset  editor/autosave: \"30s\" (allowed: a duration such as \"1.5s\" (units: ns, us, ms, "
-        "s, min, h, d) of at least \"1s\")  # Time between two automatic saves\n"
+        "string    unset  editor/autosave: \"30s\" (allowed: a duration such as 1.5s (units: ns, us, ms, "
+        "s, min, h, d) of at least 1s)  # Time between two automatic saves\n"
         "number    unset  editor/count: 0.0 (allowed: a whole number from 0 to 4294967295)\n"
         "string    unset  editor/history: (computed by the program)\n"
         "string    unset  editor/id: \"0\" (allowed: a whole number as a string from "
-        "\"-9223372036854775808\" to \"9223372036854775807\")\n"
+        "-9223372036854775808 to 9223372036854775807)\n"
         "integers  unset  editor/margins: [1, 2] (allowed: a list of integers from 0 to 9)\n"
         "number    user   editor/size: 12.5 (allowed: a number from 6 to 72)  # Font size, in points\n"
         "string    unset  editor/theme: \"light\" (allowed: a string, one of \"light\", \"dark\")\n"

@@ -22,7 +22,7 @@ TEST_F(SetDeclared, RefusesAValueThatIsNotAllowed) {
     EXPECT_THAT(
         run({"set", "string", "editor/autosave", "30"}),
         Complains(2, "cannot set \"editor/autosave\": \"30\" is not allowed: expected a duration such as "
-                     "\"1.5s\""));
+                     "1.5s (units: "));
     EXPECT_EQ("12\n", answer({"get", "editor/size"}));
 }
 

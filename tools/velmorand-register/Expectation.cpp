@@ -12,12 +12,17 @@ namespace tool {
 
 namespace {
 
-constexpr char const* someDuration = R"(such as "1.5s" (units: ns, us, ms, s, min, h, d))";
+constexpr char const* someDuration = "such as 1.5s (units: ns, us, ms, s, min, h, d)";
+
+/** A single value as on the command line. */
+std::string plainText(Value const& element) {
+    return elementTexts(element).front();
+}
 
 /** An element in a message: text in quotes, everything else as on the command line. */
 std::string shown(Value const& element) {
     return std::holds_alternative<std::string>(element) ? jsonText(element, forJsonLine())
-                                                        : elementTexts(element).front();
+                                                        : plainText(element);
 }
 
 std::optional<Quantity> quantityIn(std::string const& text, Format format) {
@@ -90,11 +95,11 @@ std::string rangeOf(Declaration const& declaration) {
     if (declaration.kind % singles == 0 && declaration.format == Format::plain)
         return {};
     if (declaration.minimum && declaration.maximum)
-        return " from " + shown(*declaration.minimum) + " to " + shown(*declaration.maximum);
+        return " from " + plainText(*declaration.minimum) + " to " + plainText(*declaration.maximum);
     if (declaration.minimum)
-        return " of at least " + shown(*declaration.minimum);
+        return " of at least " + plainText(*declaration.minimum);
     if (declaration.maximum)
-        return " of at most " + shown(*declaration.maximum);
+        return " of at most " + plainText(*declaration.maximum);
     return {};
 }
 

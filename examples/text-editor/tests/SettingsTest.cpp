@@ -47,7 +47,7 @@ TEST(TextEditorSettings, AreUsableWithInvalidValuesInTheFile) {
     EXPECT_EQ(30s, settings::autosave.get());
     EXPECT_TRUE(settings::lastUpdate.get().isNull());
     EXPECT_EQ("edit/tab width: expected an integer, found a string\n"
-              "files/autosave: \"0s\" is not allowed: expected at least \"1s\"\n"
+              "files/autosave: \"0s\" is not allowed: expected at least 1s\n"
               "updates/last: \"yesterday\" is not allowed: expected a date and time such as "
               "2026-03-01T08:30:00.000+01:00 or 2026-03-01T07:30:00.000Z\n"
               "view/font: {\"base64\": \"/w==\"} is not allowed: expected text in UTF-8\n"
