@@ -117,6 +117,10 @@ std::string notAmong(std::string const& value, std::vector<std::string> const& c
     return notValid(value, (choices.size() == 1 ? "" : "one of ") + joined(choices));
 }
 
+std::string inElement(std::size_t number, std::string const& message) {
+    return number == 0 ? message : "element " + std::to_string(number) + ": " + message;
+}
+
 std::string notRepresentable(std::string const& number) {
     return notValid(number, "a number that the type can represent");
 }

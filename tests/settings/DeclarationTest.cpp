@@ -172,6 +172,17 @@ TEST(Get, ReturnsTheFallbackForTextThatIsNotADuration) {
               fractional.problem());
 }
 
+TEST(Problem, NumbersTheInvalidElementOfAList) {
+    Property<std::vector<std::chrono::minutes>> const delays{"a/delays"};
+    write("a/delays", std::vector<std::string>{"1h", "90s", "x"});
+    EXPECT_EQ(
+        R"(a/delays: element 2: "90s" is not allowed: expected a duration such as 10min (a multiple of 1min))",
+        delays.problem());
+    Property<std::vector<short>> const tabs{"a/tabs"};
+    write("a/tabs", std::vector<int>{4, 8, 70'000});
+    EXPECT_EQ("a/tabs: element 3: 70000 is not allowed: expected -32768 to 32767", tabs.problem());
+}
+
 TEST(Problem, StatesTheLimitsOfNumbersAndDurationsWithoutQuotes) {
     Property<long long> const id{"a/id", 0LL, range(-1LL, 9LL)};
     write("a/id", "11");
@@ -191,7 +202,7 @@ TEST(Get, ReturnsTheFallbackForAnInvalidElementOfAList) {
     Property<std::vector<int>> const widths{"a/widths", {5}, atLeast(1)};
     write("a/widths", std::vector<int>{3, 0});
     EXPECT_THAT(widths.get(), ElementsAre(5));
-    EXPECT_EQ("a/widths: 0 is not allowed: expected at least 1", widths.problem());
+    EXPECT_EQ("a/widths: element 2: 0 is not allowed: expected at least 1", widths.problem());
 }
 
 TEST(Get, ReturnsTheFallbackForATruncatedValue) {
@@ -327,7 +338,8 @@ TEST(Set, RefusesValuesThatTheDeclarationDoesNotAllow) {
     Property<int> const most{"a/most", 5, atMost(9)};
     EXPECT_EQ("cannot set \"a/most\": 10 is not allowed: expected at most 9", failure([&] { most.set(10); }));
     Property<std::vector<std::string>> const units{"a/units", {}, choices({"cm", "in"})};
-    EXPECT_EQ(R"(cannot set "a/units": "mm" is not allowed: expected one of "cm", "in")", failure([&] {
+    EXPECT_EQ(R"(cannot set "a/units": element 2: "mm" is not allowed: expected one of "cm", "in")",
+              failure([&] {
                   units.set({"cm", "mm"});
               }));
     Property<std::string> const checked{"a/checked", "",

@@ -214,7 +214,7 @@ TEST_F(Import, RefusesValuesThatTheDeclarationsDoNotAllow) {
     EXPECT_EQ(Result::imported, report.result);
     EXPECT_EQ("80 is not allowed: expected 6 to 72", refusalOf(report, "size"));
     EXPECT_EQ(R"("pink" is not allowed: expected one of "light", "dark")", refusalOf(report, "theme"));
-    EXPECT_EQ("80 is not allowed: expected at most 72", refusalOf(report, "sizes"));
+    EXPECT_EQ("element 2: 80 is not allowed: expected at most 72", refusalOf(report, "sizes"));
     EXPECT_EQ("3 is not allowed: expected an even number", refusalOf(report, "even"));
     EXPECT_EQ("70000 is not allowed: expected -32768 to 32767", refusalOf(report, "tabs"));
     EXPECT_THAT(Group("editor").properties(), ElementsAre("ok"));

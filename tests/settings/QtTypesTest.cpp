@@ -160,7 +160,8 @@ TEST(QtStringLists, WithOneInvalidStringAreNotValid) {
 TEST(QtStringLists, ApplyChoicesToEachString) {
     Property<QStringList> const units{"a/units", {}, choices({"cm", "in"})};
     units.set({"in", "cm"});
-    EXPECT_EQ(R"(cannot set "a/units": "mm" is not allowed: expected one of "cm", "in")", failure([&] {
+    EXPECT_EQ(R"(cannot set "a/units": element 2: "mm" is not allowed: expected one of "cm", "in")",
+              failure([&] {
                   units.set({"cm", "mm"});
               }));
 }

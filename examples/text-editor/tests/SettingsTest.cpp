@@ -59,10 +59,11 @@ TEST(TextEditorSettings, AreUsableWithInvalidValuesInTheFile) {
 TEST(TextEditorSettings, RefuseInvalidValues) {
     EXPECT_EQ("cannot set \"view/line colour\": \"#FFF\" is not allowed: expected a colour such as #ff8000",
               failure([] { settings::lineColour.set("#FFF"); }));
-    EXPECT_EQ(R"(cannot set "edit/languages": "xx" is not allowed: expected one of "de", "en", "fr", "pl")",
-              failure([] {
-                  settings::languages.set({"de", "xx"});
-              }));
+    EXPECT_EQ(
+        R"(cannot set "edit/languages": element 2: "xx" is not allowed: expected one of "de", "en", "fr", "pl")",
+        failure([] {
+            settings::languages.set({"de", "xx"});
+        }));
 }
 
 TEST(TextEditorSettings, AreReadUnderOldNames) {

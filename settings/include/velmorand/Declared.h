@@ -155,6 +155,9 @@ VELMORAND_SETTINGS_EXPORT std::string notAmong(std::string const& value,
 VELMORAND_SETTINGS_EXPORT std::string notRepresentable(std::string const& number);
 VELMORAND_SETTINGS_EXPORT std::string notRepresentable();
 
+/** The message about an element of a list. `number` counts from 1; 0 if the value is not a list. */
+VELMORAND_SETTINGS_EXPORT std::string inElement(std::size_t number, std::string const& message);
+
 /** A value as JSON; empty if it cannot be stored. */
 template <class T>
 std::string storedJson(T const& value) {
@@ -233,6 +236,7 @@ struct Fault {
     std::optional<Element> element{}; ///< the value or the list's element; empty if the value is allowed
     Reason reason{};
     Rule<Element> const* rule = nullptr;
+    std::size_t number = 0; ///< of the element in a list, from 1; 0 if the value is not a list
 };
 
 /** A declared setting of type `T`. */
@@ -402,14 +406,35 @@ private:
     }
 
     [[nodiscard]] std::string textOfInvalid(Kind const& stored) const {
+        if constexpr (ElementOf<T>::isList) {
+            std::size_t number = 0;
+            for (StoredType<Element> const& element : stored) {
+                ++number;
+                if (!isValidElement(element))
+                    return inElement(number, textOfInvalidElement(json<StoredType<Element>>(element)));
+            }
+        }
         if constexpr (hasExpected<T>)
             return notValid(json<Kind>(stored), Stored<T>::expected());
-        else if constexpr (hasNames<Element>)
-            return notAmong(json<Kind>(stored), choicesJson());
-        else if constexpr (hasExpected<Element>)
-            return notValid(json<Kind>(stored), Stored<Element>::expected());
         else
-            return notWithin(json<Kind>(stored), minimumJson(), maximumJson());
+            return textOfInvalidElement(json<Kind>(stored));
+    }
+
+    static bool isValidElement(StoredType<Element> const& stored) {
+        try {
+            return Stored<Element>::load(stored).has_value();
+        } catch (std::exception const&) {
+            return false;
+        }
+    }
+
+    [[nodiscard]] std::string textOfInvalidElement(std::string const& value) const {
+        if constexpr (hasNames<Element>)
+            return notAmong(value, choicesJson());
+        else if constexpr (hasExpected<Element>)
+            return notValid(value, Stored<Element>::expected());
+        else
+            return notWithin(value, minimumJson(), maximumJson());
     }
 
     /** For a value of another type that `T` cannot represent. */
@@ -427,20 +452,25 @@ private:
     [[nodiscard]] std::string textOf(Fault<Element> const& fault, std::string const& value) const {
         switch (fault.reason) {
         case Reason::limits:
-            return notWithin(value, minimumJson(), maximumJson());
+            return inElement(fault.number, notWithin(value, minimumJson(), maximumJson()));
         case Reason::choices:
-            return notAmong(value, choicesJson());
+            return inElement(fault.number, notAmong(value, choicesJson()));
         case Reason::rule:
             break;
         }
-        return notValid(value, fault.rule->expected);
+        return inElement(fault.number, notValid(value, fault.rule->expected));
     }
 
     [[nodiscard]] Fault<Element> faultOf(T const& value) const {
         if constexpr (ElementOf<T>::isList) {
-            for (auto const& element : value)
-                if (Fault<Element> fault = faultOfElement(element); fault.element)
+            std::size_t number = 0;
+            for (auto const& element : value) {
+                ++number;
+                if (Fault<Element> fault = faultOfElement(element); fault.element) {
+                    fault.number = number;
                     return fault;
+                }
+            }
             return {};
         } else {
             return faultOfElement(value);
