@@ -10,6 +10,8 @@
 
 #include <utils/Exception.h>
 
+#include "velmorand/Declared.h"
+
 namespace velmorand {
 
 namespace {
@@ -82,7 +84,11 @@ struct Form<std::vector<T>> {
     static AnyValue parse(std::vector<std::string> const& texts) {
         std::vector<T> values;
         values.reserve(texts.size());
-        std::transform(texts.begin(), texts.end(), std::back_inserter(values), Element<T>::parse);
+        try {
+            std::transform(texts.begin(), texts.end(), std::back_inserter(values), Element<T>::parse);
+        } catch (Exception const& error) {
+            throw Exception(detail::inElement(values.size() + 1, error.what()));
+        }
         return values;
     }
     static std::vector<std::string> texts(std::vector<T> const& values) {

@@ -99,7 +99,7 @@ std::vector<Case> everyBadCatalogue() {
         {"AChoice", declarationOf(R"("type": "string", "choices": "a")"),
          place + R"("choices": "a" is not a list)"},
         {"AChoiceOfAnotherKind", declarationOf(R"("type": "strings", "choices": ["a", 1])"),
-         place + R"("choices": 1 is not a string)"},
+         place + R"("choices": element 2: 1 is not a string)"},
         {"ADescriptionThatIsNotText", declarationOf(R"("type": "string", "description": 1)"),
          place + R"("description": 1 is not a string)"},
         {"BadBase64", declarationOf(R"("type": "string", "fallback": {"base64": "?"})"),

@@ -62,7 +62,9 @@ std::vector<Case> whatIsNotAllowed() {
         {"LessThanTheMinimum", {"number", "editor/size", "5.99"}, "5.99 is not allowed: " + size},
         {"MoreThanTheMaximum", {"number", "editor/size", "inf"}, "inf is not allowed: " + size},
         {"NotANumber", {"number", "editor/size", "nan"}, "nan is not allowed: " + size},
-        {"AnElementOutOfRange", {"integers", "editor/margins", "9", "10"}, "10 is not allowed: " + margins},
+        {"AnElementOutOfRange",
+         {"integers", "editor/margins", "9", "10"},
+         "element 2: 10 is not allowed: " + margins},
         {"NotAChoice",
          {"string", "editor/theme", "blue"},
          R"("blue" is not allowed: expected a string, one of "light", "dark")"},
@@ -189,9 +191,10 @@ TEST_F(CheckDeclared, ComparesUnsigned64BitNumbers) {
     set({"strings", "a/x", "0", "-0", "18446744073709551615"});
     expectSound();
     set({"strings", "a/x", "18446744073709551616"});
-    expectWarnings(warning("a/x", "\"18446744073709551616\" is not allowed: expected a list of whole numbers "
-                                  "as strings from 0 to 18446744073709551615"),
-                   "1 property, 1 warning");
+    expectWarnings(
+        warning("a/x", "element 1: \"18446744073709551616\" is not allowed: expected a list of whole numbers "
+                       "as strings from 0 to 18446744073709551615"),
+        "1 property, 1 warning");
 }
 
 TEST_F(CheckDeclared, LimitsWholeNumbersWithoutLimitsTo64Bits) {
@@ -230,8 +233,9 @@ TEST_F(CheckDeclared, StatesTheOnlyLimit) {
 TEST_F(CheckDeclared, StatesTheChoicesForTheElementsOfAList) {
     declare(R"("a/x": {"type": "integers", "choices": [1, 2]})");
     set({"integers", "a/x", "1", "3"});
-    expectWarnings(warning("a/x", "3 is not allowed: expected a list of integers, each one of 1, 2"),
-                   "1 property, 1 warning");
+    expectWarnings(
+        warning("a/x", "element 2: 3 is not allowed: expected a list of integers, each one of 1, 2"),
+        "1 property, 1 warning");
 }
 
 TEST_F(CheckDeclared, IgnoresUnknownFormats) {

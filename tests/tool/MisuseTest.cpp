@@ -98,7 +98,7 @@ std::vector<Case> misuses() {
         {"SetOfADecimalComma", {"set", "number", "x", "1,5"}, "\"1,5\" is not a number"},
         {"SetOfALargeNumber", {"set", "number", "x", "1e999"}, "1e999 is out of range for a number"},
         {"SetOfYes", {"set", "boolean", "x", "yes"}, "\"yes\" is not a boolean (use true or false)"},
-        {"SetOfABadElement", {"set", "integers", "x", "1", "two"}, "\"two\" is not an integer"},
+        {"SetOfABadElement", {"set", "integers", "x", "1", "two"}, "element 2: \"two\" is not an integer"},
         {"SetOfAGroup", {"set", "integer", "group", "1"}, "cannot set \"group\": it is a group"},
         {"SetInAProperty",
          {"set", "integer", "group/x/y", "1"},

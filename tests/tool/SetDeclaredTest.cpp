@@ -26,6 +26,12 @@ TEST_F(SetDeclared, RefusesAValueThatIsNotAllowed) {
     EXPECT_EQ("12\n", answer({"get", "editor/size"}));
 }
 
+TEST_F(SetDeclared, NumbersTheElementThatIsNotAllowed) {
+    EXPECT_THAT(
+        run({"set", "integers", "editor/margins", "1", "2", "10"}),
+        Complains(2, "cannot set \"editor/margins\": element 3: 10 is not allowed: expected a list of "));
+}
+
 TEST_F(SetDeclared, AcceptsAllowedValues) {
     answer({"set", "string", "editor/autosave", "2min"});
     answer({"set", "integers", "editor/margins", "0", "9"});

@@ -131,10 +131,15 @@ std::string objectionTo(Value const& value, Declaration const& declaration) {
         found.kind = value.index();
         return objection(nounOf(found), declaration);
     }
-    for (Value const& element : elementsOf(value))
-        if (!isAllowed(element, declaration))
-            return objection(shown(element), declaration);
-    return {};
+    std::vector<Value> const elements = elementsOf(value);
+    auto const wrong = std::find_if(elements.begin(), elements.end(), [&declaration](Value const& element) {
+        return !isAllowed(element, declaration);
+    });
+    if (wrong == elements.end())
+        return {};
+    std::string const text = objection(shown(*wrong), declaration);
+    bool const isList = declaration.kind >= singles;
+    return isList ? inElement(static_cast<std::size_t>(wrong - elements.begin()) + 1, text) : text;
 }
 
 std::string objectionToLimit(Value const& limit, Format format) {

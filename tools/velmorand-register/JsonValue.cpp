@@ -12,6 +12,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Settings.h"
+#include "Text.h"
 
 namespace tool {
 
@@ -91,7 +92,11 @@ struct Form<std::vector<T>> {
         if (!value.is_array())
             throw BadEntry(value.dump() + " is not a list");
         std::vector<T> values;
-        std::transform(value.begin(), value.end(), std::back_inserter(values), convert);
+        try {
+            std::transform(value.begin(), value.end(), std::back_inserter(values), convert);
+        } catch (BadEntry const& error) {
+            throw BadEntry(inElement(values.size() + 1, error.what()));
+        }
         return values;
     }
 };

@@ -187,6 +187,10 @@ std::string counted(std::size_t count, char const* one, char const* several) {
     return std::to_string(count) + ' ' + (count == 1 ? one : several);
 }
 
+std::string inElement(std::size_t number, std::string const& message) {
+    return "element " + std::to_string(number) + ": " + message;
+}
+
 std::string base64(std::string_view bytes) {
     return QByteArray::fromRawData(bytes.data(), static_cast<int>(bytes.size())).toBase64().toStdString();
 }

@@ -52,6 +52,9 @@ bool isUtf8(std::string_view text);
 /** A count with its noun, such as "1 byte" or "2 bytes". */
 std::string counted(std::size_t count, char const* one, char const* several);
 
+/** The message about an element of a list; `number` counts from 1. */
+std::string inElement(std::size_t number, std::string const& message);
+
 /** Bytes in base64. */
 std::string base64(std::string_view bytes);
 

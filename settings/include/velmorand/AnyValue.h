@@ -34,8 +34,8 @@ constexpr std::array<char const*, std::variant_size_v<AnyValue>> kindNames{
  * Parses a value of the kind with the index `kind` in `kindNames`. Each text is one element: a string as it is; a
  * number in decimal digits, with an optional "." and exponent, or "nan", "inf" or "-inf"; a boolean as "true" or
  * "false".
- * Errors: `utils::Exception` with the first text that is not a valid element of that kind, and if there is not exactly
- * one text for a single value.
+ * Errors: `utils::Exception` with the first text that is not a valid element of that kind and, for a list, with its
+ * number; and if there is not exactly one text for a single value.
  */
 [[nodiscard]] VELMORAND_SETTINGS_EXPORT AnyValue valueOf(std::size_t kind,
                                                          std::vector<std::string> const& texts);
