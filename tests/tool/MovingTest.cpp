@@ -481,15 +481,21 @@ TEST_F(Moving, PrintsTheOutcomeOfEachSetting) {
              file(R"({"cache": 1, "none": null, "same": "x", "size": 12, "theme": "dark"})"), "--map",
              map("drop cache\nsize -> text size\n/ -> new/\n").back()});
     EXPECT_EQ(1, outcome.status);
-    EXPECT_EQ("dropped   cache\n"
-              "refused   none -> new/none: null is not a value\n"
-              "unchanged same -> new/same: string \"x\"\n"
-              "set       size -> text size: integer 12\n"
-              "kept      theme -> new/theme: string \"dark\" (already set to another value; --overwrite "
-              "replaces it)\n"
-              "1 set, 1 unchanged, 1 kept, 1 dropped, 1 refused\n",
-              outcome.out);
+    EXPECT_EQ(
+        "dropped   cache\n"
+        "refused   none -> new/none: null is not a value\n"
+        "unchanged same -> new/same: string \"x\"\n"
+        "set       size -> text size: integer 12\n"
+        "kept      theme -> new/theme: string \"light\" (--overwrite replaces it with string \"dark\")\n"
+        "1 set, 1 unchanged, 1 kept, 1 dropped, 1 refused\n",
+        outcome.out);
     EXPECT_EQ("light\n", answer({"get", "new/theme"}));
+}
+
+TEST_F(Moving, AKeptValueThatCannotBeReadIsPrintedInBase64) {
+    answer({"import", "-"}, R"({"a": {"type": "bytes", "base64": "QUJD"}})");
+    EXPECT_THAT(moved("json", file(R"({"a": 1})"), {"--dry-run"}),
+                StartsWith("kept      a: bytes QUJD (--overwrite replaces it with integer 1)\n"));
 }
 
 TEST_F(Moving, OverwritesOnRequest) {

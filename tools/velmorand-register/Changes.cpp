@@ -18,12 +18,8 @@ bool isShown(Walk const* entry) {
     return entry != nullptr && (entry->kind() == Kind::file || entry->isEmptyDirectory());
 }
 
-std::string described(Walk const& entry) {
-    if (entry.kind() == Kind::directory)
-        return "group";
-    Reading const reading = decodeRecord(entry.content());
-    return std::string(kindName(reading)) + ' ' +
-           (reading.value ? jsonText(*reading.value, forJsonLine()) : base64(entry.content()));
+std::string describedEntry(Walk const& entry) {
+    return entry.kind() == Kind::directory ? "group" : described(entry.content());
 }
 
 void printLine(char sign, Walk const& entry, std::string const& description, std::ostream& out) {
@@ -34,8 +30,8 @@ void printLine(char sign, Walk const& entry, std::string const& description, std
 }
 
 void printChange(Walk const& before, Walk const& after, std::ostream& out) {
-    std::string old = described(before);
-    std::string now = described(after);
+    std::string old = describedEntry(before);
+    std::string now = describedEntry(after);
     if (old == now) { // only bytes outside the value differ
         old += ", record " + base64(before.content());
         now += ", record " + base64(after.content());
@@ -53,9 +49,9 @@ bool printChange(Walk const* before, Walk const* after, std::ostream& out) {
     if (isOld && isNew)
         printChange(*before, *after, out);
     else if (isOld)
-        printLine('-', *before, described(*before), out);
+        printLine('-', *before, describedEntry(*before), out);
     else if (isNew)
-        printLine('+', *after, described(*after), out);
+        printLine('+', *after, describedEntry(*after), out);
     return isOld || isNew;
 }
 
@@ -73,6 +69,12 @@ Difference compare(Settings const& before, Settings const& after) {
             ++difference.removed;
     }
     return difference;
+}
+
+std::string described(std::string_view content) {
+    Reading const reading = decodeRecord(content);
+    return std::string(kindName(reading)) + ' ' +
+           (reading.value ? jsonText(*reading.value, forJsonLine()) : base64(content));
 }
 
 std::string summaryOf(std::optional<Difference> const& saved) {

@@ -5,6 +5,7 @@
 #include <iosfwd>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "Settings.h"
 
@@ -20,6 +21,9 @@ struct Difference {
 
 /** Compares two versions of the settings, byte for byte. Result: `isNone()` only if they also have the same groups. */
 Difference compare(Settings const& before, Settings const& after);
+
+/** A property's content, for one line: its kind and its value as JSON, or its bytes in base64. */
+std::string described(std::string_view content);
 
 /** A summary of what was saved: "2 set, 1 removed", or "nothing changed" if nothing was. */
 std::string summaryOf(std::optional<Difference> const& saved);

@@ -3,9 +3,11 @@
 // The command import --from: imports the settings of another store.
 #include "Moving.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <iostream>
+#include <iterator>
 #include <string_view>
 
 #include <QTemporaryFile>
@@ -13,6 +15,7 @@
 #include <utils/Exception.h>
 #include <velmorand/ForeignSettings.h>
 
+#include "Changes.h"
 #include "Commands.h"
 #include "Edit.h"
 #include "Exchange.h"
@@ -125,7 +128,24 @@ char const* wordFor(Outcome outcome) {
     return words.at(static_cast<std::size_t>(outcome));
 }
 
-void print(ForeignSetting const& setting, ImportedSetting const& imported) {
+/** The outcome of an import. */
+struct Imported {
+    std::vector<ImportedSetting> settings;
+    std::vector<std::string> values; ///< the kind and value of each kept setting; otherwise empty
+};
+
+Imported importAll(std::vector<ForeignSetting> const& settings, Settings& target, bool isOverwriting) {
+    Imported all{importInto(target.files(), Settings::directory, settings, isOverwriting), {}};
+    std::transform(all.settings.begin(), all.settings.end(), std::back_inserter(all.values),
+                   [&target](ImportedSetting const& setting) {
+                       bool const isKept = setting.outcome == Outcome::kept;
+                       return isKept ? described(target.find(setting.name).content) : std::string();
+                   });
+    return all;
+}
+
+/** Prints the outcome of a setting. `kept`: the kind and value of a setting that was kept. */
+void print(ForeignSetting const& setting, ImportedSetting const& imported, std::string const& kept) {
     constexpr std::size_t width = 10;
     std::string word = wordFor(imported.outcome);
     word.resize(width, ' ');
@@ -139,21 +159,19 @@ void print(ForeignSetting const& setting, ImportedSetting const& imported) {
         std::cout << ": ";
         printEscaped(std::cout, imported.reason, forLine());
     } else if (setting.value) {
-        std::cout << ": " << kindNames.at(setting.value->index()) << ' '
-                  << jsonText(*setting.value, forJsonLine());
+        std::string const value =
+            std::string(kindNames.at(setting.value->index())) + ' ' + jsonText(*setting.value, forJsonLine());
+        std::cout << ": " << (kept.empty() ? value : kept + " (--overwrite replaces it with " + value + ')');
     }
-    if (imported.outcome == Outcome::kept)
-        std::cout << " (already set to another value; --overwrite replaces it)";
     std::cout << '\n';
 }
 
 /** Prints the outcome of each setting. `isSaved`: whether the file was written. Result: the exit status. */
-Status report(std::vector<ForeignSetting> const& settings, std::vector<ImportedSetting> const& imported,
-              bool isSaved) {
+Status report(std::vector<ForeignSetting> const& settings, Imported const& imported, bool isSaved) {
     std::array<std::size_t, 5> counts{};
     for (std::size_t i = 0; i < settings.size(); ++i) {
-        print(settings[i], imported[i]);
-        ++counts.at(static_cast<std::size_t>(imported[i].outcome));
+        print(settings[i], imported.settings[i], imported.values[i]);
+        ++counts.at(static_cast<std::size_t>(imported.settings[i].outcome));
     }
     std::string sum;
     for (std::size_t i = 0; i < counts.size(); ++i)
@@ -174,9 +192,9 @@ Status importFrom(Places const& places, std::string const& store, Moving const& 
     std::vector<ForeignSetting> settings = read(storeNamed(store), moving, permissions.declarations());
     if (!moving.isForced)
         check(settings, permissions);
-    std::vector<ImportedSetting> imported;
+    Imported imported;
     auto const change = [&](Settings& target) {
-        imported = importInto(target.files(), Settings::directory, settings, moving.isOverwriting);
+        imported = importAll(settings, target, moving.isOverwriting);
     };
     if (!moving.isDryRun) {
         bool const isSaved = edit(places, change).has_value();
@@ -185,7 +203,7 @@ Status importFrom(Places const& places, std::string const& store, Moving const& 
     Settings target;
     fileIn(theDirectory(places)).load(target);
     change(target);
-    if (std::any_of(imported.begin(), imported.end(),
+    if (std::any_of(imported.settings.begin(), imported.settings.end(),
                     [](ImportedSetting const& setting) { return setting.outcome == Outcome::set; }))
         noteScope(places);
     return report(settings, imported, false);
