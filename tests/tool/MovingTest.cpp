@@ -544,7 +544,7 @@ TEST_F(Moving, OfTwoSettingsWithTheSameNewNameTheFirstIsImported) {
     Outcome const outcome = run({"import", "--from", "json", file(R"({"a": 1, "b": 2})"), "--map",
                                  map("a -> x\nb -> x\n").back(), "--overwrite"});
     EXPECT_EQ("set       a -> x: integer 1\n"
-              "refused   b -> x: \"a\" already has this new name\n"
+              "refused   b -> x: already the new name of \"a\"\n"
               "1 set, 1 refused\n",
               outcome.out);
 }

@@ -112,7 +112,7 @@ private:
     std::string whyNot(ForeignSetting const& setting) {
         auto const [first, isNew] = _sources.emplace(setting.name, setting.from);
         if (!isNew)
-            return inQuotes(first->second) + " already has this new name";
+            return "already the new name of " + inQuotes(first->second);
         return kindOf(setting.name) == Kind::directory ? "a group of this name exists" : "";
     }
 
