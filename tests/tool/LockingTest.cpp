@@ -130,9 +130,17 @@ TEST_F(Locking, IsReportedByCheckIfTheListIsInvalid) {
     Outcome outcome = runOnBoth({"--scope", "global", "check"});
     EXPECT_EQ(4, outcome.status);
     EXPECT_EQ("velmorand-register: warning: " + globalFile +
-                  ": \"velmorand/locked\": \"b/../c\" is not a valid name\n",
+                  ": \"velmorand/locked\": element 2: \"b/../c\" is not a valid name\n",
               outcome.err);
     EXPECT_EQ(globalFile + ": 1 property, 1 warning\n", outcome.out);
+    setGlobally({"strings", "velmorand/locked", "", "a", "..", "\xFF"});
+    outcome = runOnBoth({"--scope", "global", "check"});
+    std::string const begin = "velmorand-register: warning: " + globalFile + ": \"velmorand/locked\": ";
+    EXPECT_EQ(begin + "element 1: \"\" is not a valid name\n" + begin +
+                  "element 3: \"..\" is not a valid name\n" + begin +
+                  "element 4: \"\xEF\xBF\xBD\" is not a valid name\n",
+              outcome.err);
+    EXPECT_EQ(globalFile + ": 1 property, 3 warnings\n", outcome.out);
     setGlobally({"integers", "velmorand/locked", "1"});
     outcome = runOnBoth({"--scope", "global", "check", "--declared"});
     EXPECT_EQ(4, outcome.status);

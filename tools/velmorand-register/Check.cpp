@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <iostream>
 #include <utility>
+#include <vector>
 
 #include "Catalogues.h"
 #include "Commands.h"
@@ -26,25 +27,28 @@ std::string undeclared(std::string_view name, Declarations const& declarations) 
     DeclaredGroup const group = declaredIn(declarations, name.substr(0, name.find('/')));
     if (group.begin == group.end)
         return {};
-    auto const nearest = nearestName(group, name);
-    return "not declared" + (nearest ? " (did you mean \"" + *nearest + "\"?)" : std::string());
+    return notDeclared(nearestName(group, name));
 }
 
-/**
- * Why an entry does not match its declaration or, if it is the list of locks, why it is invalid; empty if it is
- * correct.
- */
+/** Why an entry does not match its declaration; empty if it does. */
 std::string difference(Walk const& entry, Reading const& reading, Declarations const& declarations) {
     std::string_view const name = nameOf(entry);
     bool const isGroup = entry.kind() == Kind::directory;
-    if (name == lockListName)
-        return objectionToLocks(entry.kind(), reading);
     auto const declared = declarations.find(name);
     if (declared == declarations.end())
         return isGroup ? std::string() : undeclared(name, declarations);
     if (reading.value)
         return objectionTo(*reading.value, declared->second);
     return objection(isGroup ? "a group" : "a property without a value", declared->second);
+}
+
+/** Why an entry does not match its declaration or, if it is the list of locks, everything that is wrong with it. */
+std::vector<std::string> objectionsTo(Walk const& entry, Reading const& reading,
+                                      Declarations const& declarations) {
+    if (nameOf(entry) == lockListName)
+        return objectionsToLocks(entry.kind(), reading);
+    std::string wrong = difference(entry, reading, declarations);
+    return wrong.empty() ? std::vector<std::string>() : std::vector{std::move(wrong)};
 }
 
 /** Checks register files, with or without declarations to compare them with. */
@@ -71,7 +75,9 @@ public:
             if (!reading.damage.empty()) {
                 complain(about(file, nameOf(walk), reading.damage));
                 isSound = false;
-            } else if (std::string const wrong = difference(walk, reading, _declarations); !wrong.empty()) {
+                continue;
+            }
+            for (std::string const& wrong : objectionsTo(walk, reading, _declarations)) {
                 complain("warning: " + about(file, nameOf(walk), wrong));
                 ++warnings;
             }

@@ -14,6 +14,7 @@
 #include "Exchange.h"
 #include "InForce.h"
 #include "Input.h"
+#include "NearestName.h"
 #include "Permissions.h"
 #include "Terminal.h"
 #include "Text.h"
@@ -111,7 +112,7 @@ Status set(Places const& places, std::string const& kind, std::string const& nam
     std::string const record = encodeRecord(value);
     auto const saved = edit(places, [&](Settings& settings) { settings.write(clean, record); });
     if (similar)
-        complain("warning: \"" + clean + "\" is not declared (did you mean \"" + *similar + "\"?)");
+        complain("warning: \"" + clean + "\" is " + notDeclared(similar));
     if (!saved)
         std::cout << summaryOf(saved) << '\n';
     return Status::done;

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <iterator>
 #include <set>
+#include <utility>
 
 #include "Expectation.h"
 #include "Failure.h"
@@ -43,17 +44,21 @@ std::string entryName(std::string const& entry) {
     }
 }
 
-std::string objectionToLocks(Kind kind, Reading const& reading) {
+std::vector<std::string> objectionsToLocks(Kind kind, Reading const& reading) {
     if (kind == Kind::directory)
-        return objection("a group", declarationOfList());
+        return {objection("a group", declarationOfList())};
     if (!reading.value)
-        return objection("a property without a value", declarationOfList());
+        return {objection("a property without a value", declarationOfList())};
     if (std::string wrong = objectionTo(*reading.value, declarationOfList()); !wrong.empty())
-        return wrong;
-    auto const& list = std::get<Names>(*reading.value);
-    auto const wrong = std::find_if(list.begin(), list.end(),
-                                    [](std::string const& entry) { return entryName(entry).empty(); });
-    return wrong == list.end() ? std::string() : jsonText(*wrong, forJsonLine()) + " is not a valid name";
+        return {std::move(wrong)};
+    std::vector<std::string> objections;
+    std::size_t number = 0;
+    for (std::string const& entry : std::get<Names>(*reading.value)) {
+        ++number;
+        if (entryName(entry).empty())
+            objections.push_back(inElement(number, jsonText(entry, forJsonLine()) + " is not a valid name"));
+    }
+    return objections;
 }
 
 Names lockList(Settings const& settings) {
@@ -63,10 +68,11 @@ Names lockList(Settings const& settings) {
     Reading const reading = decodeRecord(entry.content);
     if (reading.value && reading.damage.empty() && std::holds_alternative<Names>(*reading.value))
         return std::get<Names>(*reading.value);
-    throw Failure(Status::fileTrouble,
-                  std::string("cannot change the list of locks, \"") + lockListName + "\": " +
-                      (reading.damage.empty() ? objectionToLocks(entry.kind, reading) : reading.damage) +
-                      " (delete it first)");
+    throw Failure(
+        Status::fileTrouble,
+        std::string("cannot change the list of locks, \"") + lockListName + "\": " +
+            (reading.damage.empty() ? objectionsToLocks(entry.kind, reading).front() : reading.damage) +
+            " (delete it first)");
 }
 
 Locks::Locks(Settings const& global) : Locks(listIn(global)) {}

@@ -17,8 +17,8 @@ constexpr char const* lockListGroup = "velmorand";
 /** The clean form of an entry in the list; empty if it is not a valid name. */
 std::string entryName(std::string const& entry);
 
-/** Why applications ignore the list or one of its entries; empty if they ignore nothing. */
-std::string objectionToLocks(filesystem::direct::Kind kind, Reading const& reading);
+/** Why applications ignore the list or, for each entry that they ignore, why; empty if they ignore nothing. */
+std::vector<std::string> objectionsToLocks(filesystem::direct::Kind kind, Reading const& reading);
 
 /**
  * The list as it is stored; empty if it does not exist.

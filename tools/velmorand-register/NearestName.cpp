@@ -102,4 +102,8 @@ std::optional<std::string> nearestName(DeclaredGroup const& group, std::string_v
     return nearest;
 }
 
+std::string notDeclared(std::optional<std::string> const& nearest) {
+    return "not declared" + (nearest ? " (did you mean \"" + *nearest + "\"?)" : std::string());
+}
+
 } // namespace tool

@@ -17,4 +17,7 @@ namespace tool {
  */
 std::optional<std::string> nearestName(DeclaredGroup const& group, std::string_view name);
 
+/** A message about a name: "not declared", and the declared name that it probably stands for, if there is one. */
+std::string notDeclared(std::optional<std::string> const& nearest);
+
 } // namespace tool
