@@ -56,6 +56,31 @@ TEST_F(Locking, MayBeRepeated) {
     EXPECT_EQ(before, bytesOf(globalFile));
 }
 
+TEST_F(Locking, WarnsOfANameThatIsSimilarToADeclaredOne) {
+    Outcome const outcome = runOnBoth({"lock", "editor/theem", "editor/theme", "editor/other"});
+    EXPECT_EQ(0, outcome.status);
+    EXPECT_EQ("locked: editor/theem\nlocked: editor/theme\nlocked: editor/other\n", outcome.out);
+    EXPECT_EQ(
+        "velmorand-register: warning: \"editor/theem\" is not declared (did you mean \"editor/theme\"?)\n",
+        outcome.err);
+}
+
+TEST_F(Locking, WarnsOfANameThatIsSimilarToADeclaredGroup) {
+    Outcome const outcome = runOnBoth({"lock", "viewers", "editor/views"});
+    EXPECT_EQ(
+        "velmorand-register: warning: \"viewers\" is not declared (did you mean \"viewer\"?)\n"
+        "velmorand-register: warning: \"editor/views\" is not declared (did you mean \"editor/view\"?)\n",
+        outcome.err);
+    EXPECT_EQ("locked: editor/view\nlocked: viewer\n", administer({"lock", "editor/view", "viewer"}));
+}
+
+TEST_F(Locking, WarnsOfAMisspeltNameThatIsAlreadyLocked) {
+    runOnBoth({"lock", "editor/theem"});
+    Outcome const outcome = runOnBoth({"lock", "editor/theem"});
+    EXPECT_EQ("already locked: editor/theem\n", outcome.out);
+    EXPECT_THAT(outcome.err, testing::HasSubstr("did you mean \"editor/theme\"?"));
+}
+
 TEST_F(Locking, PrintsNamesWithEscapes) {
     EXPECT_EQ("locked: a\\nb\n", administer({"lock", "a\nb"}));
     EXPECT_EQ("locked: [a,b]\n", administer({"lock", "[a,b]"}));

@@ -6,9 +6,11 @@
 #include <iterator>
 #include <sstream>
 
+#include "Catalogues.h"
 #include "Commands.h"
 #include "Edit.h"
 #include "Locks.h"
+#include "NearestName.h"
 #include "Text.h"
 
 namespace tool {
@@ -50,6 +52,20 @@ std::string lineAbout(char const* what, std::string const& name, std::string con
     return line.str();
 }
 
+/** Prints a warning for each name that is not declared but similar to the name of a declared setting or group. */
+void warnOfMisspellings(std::vector<std::string> const& names, Declarations const& declared) {
+    Declarations known = declared;
+    for (auto const& [name, declaration] : declared)
+        for (std::size_t end = name.find('/'); end != std::string::npos; end = name.find('/', end + 1))
+            known.emplace(name.substr(0, end), Declaration()); // a group
+    for (std::string const& name : names) {
+        if (known.count(name) > 0)
+            continue;
+        if (auto const nearest = nearestName(declaredIn(known, ""), name))
+            complain("warning: \"" + name + "\" is " + notDeclared(nearest));
+    }
+}
+
 /** Stores a list of locks. An empty list is removed, with its group if that becomes empty. */
 void writeLockList(Settings& settings, std::vector<std::string> const& list) {
     if (!list.empty()) {
@@ -74,6 +90,7 @@ bool removeEntries(std::vector<std::string>& list, std::string const& name) {
 
 Status lock(Places const& places, std::vector<std::string> const& names) {
     std::vector<std::string> const clean = propertyNames(names);
+    Declarations const declared = readCatalogues(places.catalogues);
     std::string report;
     edit(administrators(places, "lock"), [&](Settings& settings) {
         std::vector<std::string> list = lockList(settings);
@@ -87,6 +104,7 @@ Status lock(Places const& places, std::vector<std::string> const& names) {
         }
         writeLockList(settings, list);
     });
+    warnOfMisspellings(clean, declared);
     std::cout << report;
     return Status::done;
 }
