@@ -39,6 +39,28 @@ TEST_F(Locking, ListsNamesInTheGlobalFile) {
     EXPECT_EQ("no file", bytesOf(userFile));
 }
 
+TEST_F(Locking, HasNoEffectInTheUsersFileWhichANotePointsOut) {
+    std::string const note =
+        "velmorand-register: note: \"velmorand/locked\" has no effect in a user's settings (use "
+        "--global DIR --scope global for the administrator's)\n";
+    std::string const list = R"({"velmorand/locked": {"type": "strings", "value": ["a"]}})";
+    EXPECT_EQ(note, run({"import", "--dry-run", "-"}, list).err);
+    EXPECT_EQ(note, run({"import", "-"}, list).err);
+    EXPECT_EQ("nothing changed\n", answer({"import", "-"}, list));
+    EXPECT_EQ(note, run({"set", "strings", "velmorand/locked", "b"}).err);
+    std::string const object = R"({"velmorand": {"locked": ["c"]}})";
+    EXPECT_EQ(note, run({"import", "--from", "json", "--overwrite", "--dry-run", "-"}, object).err);
+    EXPECT_EQ(note, run({"import", "--from", "json", "--overwrite", "-"}, object).err);
+    answer({"set", "integer", "a", "1"});
+    answer({"delete", "velmorand/locked"});
+}
+
+TEST_F(Locking, ByImportNeedsNoNote) {
+    EXPECT_EQ("1 set\n", answer({"--global", global, "--scope", "global", "import", "-"},
+                                R"({"velmorand/locked": {"type": "strings", "value": ["a"]}})"));
+    EXPECT_EQ("a\n", list());
+}
+
 TEST_F(Locking, AppliesToApplications) {
     setGlobally({"integer", "viewer/zoom", "50"});
     answer({"set", "integer", "viewer/zoom", "75"});

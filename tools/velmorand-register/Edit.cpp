@@ -6,6 +6,7 @@
 #include <string>
 #include <system_error>
 
+#include "Locks.h"
 #include "Text.h"
 
 namespace tool {
@@ -61,6 +62,30 @@ Edited edited(RegisterFile const& file, Change const& change) {
     return result;
 }
 
+/** Prints the notes about a change. */
+void note(Edited const& changed, Places const& places) {
+    if (!changed.difference)
+        return;
+    noteScope(places);
+    auto const list = changed.after.find(lockListName);
+    if (places.scope.value_or(Scope::user) == Scope::user && list.kind != Kind::none &&
+        list.content != changed.before.find(lockListName).content)
+        complain(std::string("note: \"") + lockListName +
+                 "\" has no effect in a user's settings (use --global DIR --scope global for the "
+                 "administrator's)");
+}
+
+/** The settings before and after a change that is not saved. Prints the notes about it. */
+Edited rehearsed(Places const& places, Change const& change) {
+    Directory const directory = theDirectory(places);
+    filesystem::DirectoryLock lock; // the file is read twice
+    if (isDirectory(directory.path))
+        take(lock, directory, places.patience);
+    Edited result = edited(fileIn(directory), change);
+    note(result, places);
+    return result;
+}
+
 } // namespace
 
 std::optional<Difference> edit(Places const& places, Change const& change) {
@@ -74,22 +99,19 @@ std::optional<Difference> edit(Places const& places, Change const& change) {
     filesystem::DirectoryLock lock;
     take(lock, directory, places.patience);
     Edited const result = edited(file, change);
-    if (result.difference) {
+    if (result.difference)
         file.save(result.after);
-        noteScope(places);
-    }
+    note(result, places);
     return result.difference;
 }
 
+std::optional<Difference> rehearse(Places const& places, Change const& change) {
+    return rehearsed(places, change).difference;
+}
+
 std::optional<Difference> preview(Places const& places, Change const& change, std::ostream& out) {
-    Directory const directory = theDirectory(places);
-    filesystem::DirectoryLock lock; // the file is read twice
-    if (isDirectory(directory.path))
-        take(lock, directory, places.patience);
-    Edited const result = edited(fileIn(directory), change);
+    Edited const result = rehearsed(places, change);
     printChanges(result.before, result.after, out);
-    if (result.difference)
-        noteScope(places);
     return result.difference;
 }
 

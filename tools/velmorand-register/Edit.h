@@ -25,12 +25,16 @@ using Change = std::function<void(Settings&)>;
 
 /**
  * Loads the register file, changes the settings and saves them, under the lock on the directory. If nothing changes,
- * the file is not written. `change` may be called twice, on different settings. After a change, calls `noteScope`.
+ * the file is not written. `change` may be called twice, on different settings. After a change, calls `noteScope`, and
+ * prints a note on standard error if the change puts a list of locks into the user's file.
  * Result: the difference; nothing if the file was not written. A missing file is always written.
  */
 std::optional<Difference> edit(Places const& places, Change const& change);
 
-/** Prints the changes that `edit` would make, as `printChanges` does, and writes nothing. Result: as for `edit`. */
+/** Does the same as `edit`, but writes nothing. */
+std::optional<Difference> rehearse(Places const& places, Change const& change);
+
+/** Does the same as `rehearse`, and prints the changes as `printChanges` does. */
 std::optional<Difference> preview(Places const& places, Change const& change, std::ostream& out);
 
 /**

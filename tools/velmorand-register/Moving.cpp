@@ -196,17 +196,12 @@ Status importFrom(Places const& places, std::string const& store, Moving const& 
     auto const change = [&](Settings& target) {
         imported = importAll(settings, target, moving.isOverwriting);
     };
-    if (!moving.isDryRun) {
-        bool const isSaved = edit(places, change).has_value();
-        return report(settings, imported, isSaved);
-    }
-    Settings target;
-    fileIn(theDirectory(places)).load(target);
-    change(target);
-    if (std::any_of(imported.settings.begin(), imported.settings.end(),
-                    [](ImportedSetting const& setting) { return setting.outcome == Outcome::set; }))
-        noteScope(places);
-    return report(settings, imported, false);
+    bool isSaved = false;
+    if (moving.isDryRun)
+        rehearse(places, change);
+    else
+        isSaved = edit(places, change).has_value();
+    return report(settings, imported, isSaved);
 }
 
 } // namespace tool
