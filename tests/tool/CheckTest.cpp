@@ -148,3 +148,19 @@ TEST_F(Check, DoesNotPreventOtherCommandsFromShowingTheValue) {
               "\"TFMCAAAAAQAAAGE=\"}\n}\n",
               answer({"export"}));
 }
+
+using CheckOfAMissingFile = Tool;
+
+TEST_F(CheckOfAMissingFile, ReportsThatNothingHasBeenSavedYet) {
+    EXPECT_EQ(userFile + ": nothing saved yet\n", answer({"check"}));
+    EXPECT_EQ(globalFile + ": nothing saved yet\n",
+              answer({"--global", global, "--scope", "global", "check"}));
+    Outcome const outcome = runBare({"check"});
+    EXPECT_EQ(0, outcome.status);
+    EXPECT_EQ(at(".config/velmorand/Velmorand.dat") + ": nothing saved yet\n", outcome.out);
+}
+
+TEST_F(CheckOfAMissingFile, FailsIfTheFileIsNamed) {
+    EXPECT_THAT(run({"check", userFile}), Complains(1, userFile + ": No such file or directory\n"));
+    EXPECT_THAT(run({"check", user}), Complains(1, userFile + ": No such file or directory\n"));
+}

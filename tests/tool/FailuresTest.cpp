@@ -110,12 +110,10 @@ TEST_F(Failures, ToReadTheGlobalFileAffectOnlyCommandsThatReadIt) {
 
 TEST_F(Failures, OfTwoFilesAreBothReported) {
     putBytes(globalFile, "garbage");
-    std::filesystem::remove(userFile);
+    putBytes(userFile, "garbage");
     Outcome const outcome = run({"--global", global, "check"});
     EXPECT_EQ(3, outcome.status);
-    EXPECT_THAT(outcome.err,
-                testing::StartsWith("velmorand-register: " + userFile +
-                                    ": No such file or directory\nvelmorand-register: " + globalFile + ": "));
+    EXPECT_THAT(outcome.err, testing::HasSubstr(userFile + ": not a register file"));
     EXPECT_THAT(outcome.err, testing::HasSubstr(globalFile + ": not a register file"));
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 #include <iostream>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -56,15 +57,46 @@ class Checker {
 public:
     explicit Checker(Declarations declarations = {}) : _declarations(std::move(declarations)) {}
 
+    /** Checks the file at a path or, without one, the files of all scopes. */
+    [[nodiscard]] Status check(Places const& places, std::optional<std::string> const& path) const {
+        if (path) {
+            RegisterFile const file = fileAt(*path);
+            if (std::optional<Status> const status = check(file))
+                return *status;
+            throw noFile(file.path(), Status::notThere);
+        }
+        theDirectory(places); // refuses the temporary scope
+        Status worst = Status::done;
+        for (ScopedFile const& scoped : filesToRead(places)) {
+            try {
+                std::optional<Status> const status = check(scoped.file);
+                if (!status)
+                    print(scoped.file, "nothing saved yet");
+                worst = worse(worst, status.value_or(Status::done));
+            } catch (Failure const& failure) {
+                complain(failure.what());
+                worst = worse(worst, failure.status());
+            }
+        }
+        return worst;
+    }
+
+private:
+    static void print(RegisterFile const& file, std::string const& result) {
+        printEscaped(std::cout, file.path(), forLine());
+        std::cout << ": " << result << '\n';
+    }
+
     /**
      * Prints that a register file is sound, or every problem found in it.
-     * Errors: `Failure` if it is missing, or damaged as a whole.
+     * Result: nothing if the file does not exist.
+     * Errors: `Failure` if it is damaged as a whole.
      */
-    [[nodiscard]] Status check(RegisterFile const& file) const {
+    [[nodiscard]] std::optional<Status> check(RegisterFile const& file) const {
         Settings settings;
         Loaded const loaded = file.load(settings);
         if (!loaded.isThere)
-            throw noFile(file.path(), Status::notThere);
+            return std::nullopt;
         bool isSound = loaded.bytesAfter == 0;
         if (!isSound)
             complain(file.path() + ": unexpected data after the settings: " +
@@ -84,33 +116,12 @@ public:
         }
         if (!isSound)
             return Status::fileTrouble;
-        printEscaped(std::cout, file.path(), forLine());
-        std::cout << ": " << (warnings == 0 ? "sound, " : "")
-                  << counted(settings.countProperties(), "property", "properties");
-        if (warnings > 0)
-            std::cout << ", " << counted(warnings, "warning", "warnings");
-        std::cout << '\n';
+        std::string const properties = counted(settings.countProperties(), "property", "properties");
+        print(file, warnings == 0 ? "sound, " + properties
+                                  : properties + ", " + counted(warnings, "warning", "warnings"));
         return warnings == 0 ? Status::done : Status::notAsDeclared;
     }
 
-    /** Checks the file at a path or, without one, the files of all scopes. */
-    [[nodiscard]] Status check(Places const& places, std::optional<std::string> const& path) const {
-        if (path)
-            return check(fileAt(*path));
-        theDirectory(places); // refuses the temporary scope
-        Status worst = Status::done;
-        for (ScopedFile const& scoped : filesToRead(places)) {
-            try {
-                worst = worse(worst, check(scoped.file));
-            } catch (Failure const& failure) {
-                complain(failure.what());
-                worst = worse(worst, failure.status());
-            }
-        }
-        return worst;
-    }
-
-private:
     /** The status for two files: any other problem outweighs warnings. */
     static Status worse(Status one, Status other) {
         if (one == Status::notAsDeclared && other != Status::done)
