@@ -116,6 +116,9 @@ struct ImportReport {
  * its natural kind. Values that the `Property` does not allow, and values whose names the administrator has locked, are
  * refused; the others are imported. The old store is not changed.
  *
+ * For each value in an INI file that only its own program can read, such as a font, QtCore also passes a warning to the
+ * process's message handler: "QVariant::load: unable to load type 64.".
+ *
  * Errors: `utils::Exception` if `id` is empty. Every other failure is in the report.
  * Locks: takes the settings' lock and the kernel's lock on the user's directory, one after the other, and waits for the
  * latter for at most 5 seconds each time. Do not call it with the settings' lock held. Listeners are notified of the
