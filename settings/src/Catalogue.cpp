@@ -47,6 +47,7 @@ std::string entry(DeclaredProperty const& property) {
     Members members;
     members.addText("type", property.kind);
     members.addText("format", property.format);
+    members.add("resolution", property.resolution);
     members.add("fallback", property.fallback);
     members.add("minimum", property.minimum);
     members.add("maximum", property.maximum);

@@ -194,10 +194,23 @@ TEST(Catalogue, WritesLongNumbersAsText) {
 }
 
 TEST(Catalogue, WritesDurationsAsText) {
+    using Seconds = std::chrono::duration<double>;
+    Property<Seconds> const autosave{"a/autosave", 30s, atLeast(1s)};
+    EXPECT_EQ(R"("a/autosave": {"type": "string", "format": "duration", "fallback": "30s", "minimum": "1s"})",
+              onlyEntry());
+}
+
+TEST(Catalogue, GivesTheResolutionOfDurationsThatCountWholeNumbers) {
     Property<std::chrono::milliseconds> const autosave{"a/autosave", 30s, atLeast(1s)};
-    EXPECT_EQ(
-        R"("a/autosave": {"type": "string", "format": "duration", "fallback": "30000ms", "minimum": "1000ms"})",
-        onlyEntry());
+    EXPECT_EQ(R"("a/autosave": {"type": "string", "format": "duration", "resolution": "1ms", )"
+              R"("fallback": "30000ms", "minimum": "1000ms"})",
+              onlyEntry());
+}
+
+TEST(Catalogue, GivesTheResolutionOfTheElementsOfAList) {
+    Property<std::vector<std::chrono::hours>> const delays{"a/delays"};
+    EXPECT_EQ(R"("a/delays": {"type": "strings", "format": "duration", "resolution": "1h", "fallback": []})",
+              onlyEntry());
 }
 
 TEST(Catalogue, HasListsOfAnyKind) {

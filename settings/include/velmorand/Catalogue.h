@@ -20,11 +20,12 @@ namespace velmorand {
 /** Describes a declared setting. Values are in their stored form, as JSON: `11.5`, `"light"`, `[1]`. */
 struct DeclaredProperty {
     std::string name;
-    std::string kind;     ///< "string", "number", "integer", "boolean", or the plural for a list of these
-    std::string format;   ///< "whole" for whole numbers stored as text or numbers, "duration", or empty
-    std::string fallback; ///< empty if the program computes it, or if it cannot be stored
-    std::string minimum;  ///< of an element; empty if there is no lower limit
-    std::string maximum;  ///< of an element; empty if there is no upper limit
+    std::string kind;       ///< "string", "number", "integer", "boolean", or the plural for a list of these
+    std::string format;     ///< "whole" for whole numbers stored as text or numbers, "duration", or empty
+    std::string resolution; ///< of a duration that counts whole numbers, such as `"1s"`; otherwise empty
+    std::string fallback;   ///< empty if the program computes it, or if it cannot be stored
+    std::string minimum;    ///< of an element; empty if there is no lower limit
+    std::string maximum;    ///< of an element; empty if there is no upper limit
     std::vector<std::string> choices; ///< the only values of an element; empty if any is allowed
     std::string description;
     bool isSet = false;        ///< as `Property::isSet`

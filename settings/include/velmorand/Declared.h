@@ -206,6 +206,11 @@ template <class T>
 inline constexpr bool hasFormat<T, std::void_t<decltype(Stored<T>::format)>> = true;
 
 template <class T, class Enable = void>
+inline constexpr bool hasResolution = false;
+template <class T>
+inline constexpr bool hasResolution<T, std::void_t<decltype(Stored<T>::resolution())>> = true;
+
+template <class T, class Enable = void>
 inline constexpr bool hasNames = false;
 template <class T>
 inline constexpr bool hasNames<T, std::void_t<decltype(Stored<T>::names())>> = true;
@@ -388,6 +393,9 @@ private:
     void describeDetails(DeclaredProperty& description) const override {
         if constexpr (hasFormat<Element>)
             description.format = Stored<Element>::format;
+        if constexpr (hasResolution<Element>)
+            if (std::string const resolution = Stored<Element>::resolution(); !resolution.empty())
+                description.resolution = json<std::string>(resolution);
         if (_fallback)
             description.fallback = storedJson(*_fallback);
         description.minimum = minimumJson();
