@@ -223,6 +223,35 @@ TEST_F(CheckDeclared, ComparesDurations) {
     }
 }
 
+TEST_F(CheckDeclared, ComparesDurationsWithTheResolution) {
+    declare(R"("a/x": {"type": "string", "format": "duration", "resolution": "1min"})");
+    for (char const* const length : {"0s", "1min", "-2min", "120s", "0.5h", "0.05h", "1d", "60000000000ns",
+                                     "123456789012345678901234567890min"}) {
+        set({"string", "a/x", "--", length});
+        expectSound();
+    }
+    for (char const* const length : {"90s", "1.5min", "-1s", "0.01h", "60000000001ns", "59.9999999999s"}) {
+        set({"string", "a/x", "--", length});
+        EXPECT_EQ(4, run({"check", "--declared"}).status) << length;
+    }
+}
+
+TEST_F(CheckDeclared, StatesTheResolution) {
+    declare(R"("a/x": {"type": "strings", "format": "duration", "resolution": "1min", "minimum": "5min"})");
+    set({"strings", "a/x", "5min", "310s"});
+    expectWarnings(warning("a/x",
+                           "element 2: \"310s\" is not allowed: expected a list of durations in multiples of "
+                           "1min (units: ns, us, ms, s, min, h, d) of at least 5min"),
+                   "1 property, 1 warning");
+}
+
+TEST_F(CheckDeclared, IgnoresTheResolutionOfOtherFormats) {
+    declare(R"("a/x": {"type": "string", "resolution": 5}, "a/y": {"type": "number", "resolution": "1s"})");
+    set({"string", "a/x", "90s"});
+    set({"number", "a/y", "0.5"});
+    expectSound();
+}
+
 TEST_F(CheckDeclared, StatesTheOnlyLimit) {
     declare(R"("a/x": {"type": "number", "maximum": 0.5})");
     set({"number", "a/x", "1"});

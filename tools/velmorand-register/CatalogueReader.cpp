@@ -54,12 +54,21 @@ Value limitFrom(json const& value, std::size_t elementKind, Format format) {
     return limit;
 }
 
+Value resolutionFrom(json const& value) {
+    Value resolution = valueFrom(value, 0);
+    if (std::string const wrong = objectionToResolution(resolution); !wrong.empty())
+        throw BadEntry(wrong);
+    return resolution;
+}
+
 Declaration declarationFrom(json const& members) {
     Declaration declaration;
     declaration.kind = kindOf(members);
     std::size_t const elementKind = declaration.kind % singles;
     declaration.format = formatOf(members, elementKind);
     auto const limit = [&](json const& value) { return limitFrom(value, elementKind, declaration.format); };
+    if (declaration.format == Format::duration)
+        declaration.resolution = optionalMember(members, "resolution", resolutionFrom);
     declaration.fallback = optionalMember(
         members, "fallback", [&](json const& value) { return valueFrom(value, declaration.kind); });
     declaration.minimum = optionalMember(members, "minimum", limit);

@@ -23,6 +23,7 @@ enum class Format {
 struct Declaration {
     std::size_t kind = 0; ///< an index of `kindNames`
     Format format = Format::plain;
+    std::optional<Value> resolution;           ///< durations are multiples of it; none for other formats
     std::optional<Value> fallback;             ///< none if the program computes it
     std::optional<Value> minimum;              ///< inclusive
     std::optional<Value> maximum;              ///< inclusive

@@ -12,7 +12,7 @@ namespace tool {
 
 namespace {
 
-constexpr char const* someDuration = "such as 1.5s (units: ns, us, ms, s, min, h, d)";
+constexpr char const* unitNames = " (units: ns, us, ms, s, min, h, d)";
 
 /** A single value as on the command line. */
 std::string plainText(Value const& element) {
@@ -44,6 +44,14 @@ struct HasFormat {
     }
 };
 
+/** Whether a duration is a multiple of the declared resolution. */
+bool hasResolution(Value const& element, Declaration const& declaration) {
+    if (!declaration.resolution)
+        return true;
+    auto const duration = Quantity::ofDuration(std::get<std::string>(element));
+    return duration->isMultipleOf(*Quantity::ofDuration(std::get<std::string>(*declaration.resolution)));
+}
+
 /** Whether one element is at most another; NaN never is. */
 struct IsAtMost {
     Format format;
@@ -65,7 +73,7 @@ bool isAllowed(Value const& element, Declaration const& declaration) {
     if (declaration.choices && std::find(declaration.choices->begin(), declaration.choices->end(), element) ==
                                    declaration.choices->end())
         return false;
-    if (!std::visit(HasFormat{declaration.format}, element))
+    if (!std::visit(HasFormat{declaration.format}, element) || !hasResolution(element, declaration))
         return false;
     IsAtMost const isAtMost{declaration.format};
     return (!declaration.minimum || std::visit(isAtMost, *declaration.minimum, element)) &&
@@ -83,7 +91,10 @@ std::string nounOf(Declaration const& declaration) {
         return begin + (isList ? "whole numbers" : "a whole number") +
                (element == 0 ? (isList ? " as strings" : " as a string") : "");
     case Format::duration:
-        return begin + (isList ? "durations " : "a duration ") + someDuration;
+        return begin + (isList ? "durations " : "a duration ") +
+               (declaration.resolution ? "in multiples of " + plainText(*declaration.resolution)
+                                       : "such as 1.5s") +
+               unitNames;
     case Format::plain:
         break;
     }
@@ -140,6 +151,13 @@ std::string objectionTo(Value const& value, Declaration const& declaration) {
     std::string const text = objection(shown(*wrong), declaration);
     bool const isList = declaration.kind >= singles;
     return isList ? inElement(static_cast<std::size_t>(wrong - elements.begin()) + 1, text) : text;
+}
+
+std::string objectionToResolution(Value const& resolution) {
+    std::string wrong = objectionToLimit(resolution, Format::duration);
+    if (!wrong.empty() || Quantity::ofDuration(std::get<std::string>(resolution))->isResolution())
+        return wrong;
+    return shown(resolution) + " is not a resolution: expected whole nanoseconds from 1ns to 10000d";
 }
 
 std::string objectionToLimit(Value const& limit, Format format) {

@@ -20,6 +20,9 @@ std::string objection(std::string const& found, Declaration const& declaration);
 /** Why a value does not match its declaration; empty if it does. */
 std::string objectionTo(Value const& value, Declaration const& declaration);
 
+/** Why a resolution is not valid; empty if it is valid. */
+std::string objectionToResolution(Value const& resolution);
+
 /** Why a limit is not valid for a format; empty if it is valid. */
 std::string objectionToLimit(Value const& limit, Format format);
 

@@ -70,6 +70,19 @@ std::optional<Quantity> Quantity::ofDuration(std::string_view text) {
     return quantity;
 }
 
+bool Quantity::isResolution() const {
+    static Quantity const most = *ofDuration("10000d");
+    return !_isNegative && !_whole.empty() && _fraction.empty() && !(most < *this);
+}
+
+bool Quantity::isMultipleOf(Quantity const& resolution) const {
+    std::uint64_t const divisor = std::stoull(resolution._whole);
+    std::uint64_t rest = 0;
+    for (char const digit : _whole)
+        rest = (rest * ten + static_cast<std::uint64_t>(digit - '0')) % divisor;
+    return _fraction.empty() && rest == 0;
+}
+
 void Quantity::multiply(std::uint64_t factor) {
     std::string product = _whole + _fraction;
     std::uint64_t carry = 0;

@@ -20,6 +20,12 @@ public:
      */
     static std::optional<Quantity> ofDuration(std::string_view text);
 
+    /** Whether a duration can be a resolution: whole nanoseconds, at least 1 ns and at most 10,000 days. */
+    [[nodiscard]] bool isResolution() const;
+
+    /** Whether a duration is a multiple of a resolution. */
+    [[nodiscard]] bool isMultipleOf(Quantity const& resolution) const;
+
     friend bool operator<(Quantity const& left, Quantity const& right);
 
 private:
