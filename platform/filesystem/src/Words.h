@@ -20,17 +20,23 @@ inline std::uint64_t loadWord(char const* bytes) noexcept {
     return word;
 }
 
+/** Four bytes, likewise. */
+inline std::uint32_t loadHalfWord(char const* bytes) noexcept {
+    std::uint32_t word = 0;
+    std::memcpy(&word, bytes, sizeof word);
+#if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+    word = __builtin_bswap32(word);
+#endif
+    return word;
+}
+
 /** The first `count` bytes, at most 8, padded with zeros. Never reads past them. */
 inline std::uint64_t loadPartialWord(char const* bytes, std::size_t count) noexcept {
     if (count == sizeof(std::uint64_t))
         return loadWord(bytes);
+    if (count >= 4)
+        return loadHalfWord(bytes) | std::uint64_t{loadHalfWord(bytes + count - 4)} << (8 * (count - 4));
     auto const at = [bytes](std::size_t i) { return std::uint64_t{static_cast<unsigned char>(bytes[i])}; };
-    if (count >= 4) {
-        auto const four = [at](std::size_t i) {
-            return at(i) | at(i + 1) << 8 | at(i + 2) << 16 | at(i + 3) << 24;
-        };
-        return four(0) | four(count - 4) << (8 * (count - 4));
-    }
     if (count == 0)
         return 0;
     std::size_t const middle = count / 2;
