@@ -74,9 +74,9 @@ public:
 
     char readByte() { return *_next++; }
     int readInt() {
-        unsigned bits = 0;
-        for (unsigned shift = 0; shift < 32; shift += 8)
-            bits |= unsigned{static_cast<unsigned char>(readByte())} << shift;
+        auto const byte = [this](std::size_t i) { return unsigned{static_cast<unsigned char>(_next[i])}; };
+        unsigned const bits = byte(0) | byte(1) << 8 | byte(2) << 16 | byte(3) << 24; // one load
+        _next += sizeof bits;
         return static_cast<int>(bits);
     }
 

@@ -68,6 +68,32 @@ TEST_F(RAMPaths, AreDistinctInLargeNumbers) {
                   readFile(files, std::to_string(i)));
 }
 
+TEST_F(RAMPaths, MayHaveDirectoriesOfAnyLength) {
+    for (std::size_t length = 1; length <= 80; ++length) {
+        std::string const directory = "/a/" + std::string(length, 'n');
+        ASSERT_EQ(length == 1, files.mkdir(text("/a")));
+        ASSERT_TRUE(files.mkdir(text(directory)));
+        ASSERT_TRUE(files.mkdir(text(directory + "/d")));
+        ASSERT_TRUE(writeFile(files, directory + "/d/f", directory));
+        EXPECT_EQ(directory, readFile(files, directory + "/d/f"));
+        EXPECT_THAT(listing(files, directory), ElementsAre("d"));
+        EXPECT_TRUE(files.isDirectory(text(directory + "/d")));
+    }
+    EXPECT_EQ(80U, listing(files, "/a").size());
+}
+
+TEST_F(RAMPaths, MayHaveFirstLevelsOfAnyLength) {
+    for (std::size_t length = 1; length <= 80; ++length) {
+        std::string const directory = "/" + std::string(length, 'n');
+        ASSERT_TRUE(files.mkdir(text(directory)));
+        ASSERT_TRUE(writeFile(files, directory + "/f", directory));
+        ASSERT_TRUE(writeFile(files, directory + "-", "file"));
+        EXPECT_EQ(directory, readFile(files, directory + "/f"));
+        EXPECT_EQ("file", readFile(files, directory + "-"));
+    }
+    EXPECT_EQ(160U, listing(files, "/").size());
+}
+
 using RAMHandle = RAM;
 
 // Among so many paths, dozens of pairs have the same hash value: different ones in each process, as the hash is seeded.

@@ -64,7 +64,9 @@ protected:
     }
 
     /** Renames a node; the length of the name stays the same. */
-    static void rename(Tree& tree, NodeId node, char name) { *tree[node].text() = name; }
+    static void rename(Tree& tree, NodeId node, char name) {
+        *const_cast<char*>(tree[node].name().data()) = name;
+    }
 };
 
 TEST_F(UnsoundTree, WithoutDamageIsSaved) {
@@ -90,6 +92,7 @@ TEST_F(UnsoundTree, WithAnInvalidNameIsNotSaved) {
         for (std::size_t const child : {0U, 3U})
             expectNotSaved([=](Tree& tree, Children& children) { rename(tree, children[child], name); });
     expectNotSaved([](Tree& tree, Children& children) { tree[children[0]].nameLength = 0; });
+    expectNotSaved([](Tree& tree, Children& children) { tree[children[3]].nameLength = 5; });
 }
 
 TEST_F(UnsoundTree, WithAReleasedNodeIsNotSaved) {

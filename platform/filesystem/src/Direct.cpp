@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "DirectAccess.h"
+#include "TreeLookup.h"
 
 namespace filesystem::direct {
 
@@ -43,16 +44,6 @@ bool makeDirectoriesAt(Tree& tree, std::string_view directory, std::string_view 
     return tree.makeDirectories(TreePath::below(directory, canonicalPath(path, storage)), outermostMade);
 }
 
-NodeId findIn(Tree const& tree, std::initializer_list<std::string_view> directories, std::string_view path) {
-    TreePath place = TreePath::below({}, path);
-    for (std::string_view const directory : directories) {
-        place.first = directory;
-        if (NodeId const id = tree.find(place); id != noNode)
-            return id;
-    }
-    return noNode;
-}
-
 /** A directory on the path to a walk's current entry, and its children that have not been visited yet. */
 struct Level {
     std::vector<NodeId> ordered; ///< the children in the order of the walk, if the tree has another order
@@ -67,7 +58,31 @@ bool isDone(Level const& level) {
 
 NodeId findCanonical(Tree const& tree, std::string_view directory, std::string_view path) {
     std::string storage;
-    return findIn(tree, {directory}, canonicalPath(path, storage));
+    return tree.find(TreePath::below(directory, canonicalPath(path, storage)));
+}
+
+/**
+ * Finds what was not found under the unchanged path. It is not inlined, so that other look-ups do not have to save
+ * registers for it.
+ */
+[[gnu::noinline]] Entry findOtherwise(Tree const& tree, std::initializer_list<std::string_view> directories,
+                                      std::string_view path) {
+    std::string storage;
+    std::string_view const canonical = canonicalPath(path, storage);
+    return entryAt(tree, canonical == path ? noNode : tree.findBelow(directories, canonical));
+}
+
+/** Likewise, rewrites or creates a file if nothing was found at `place`, its unchanged path. */
+[[gnu::noinline]] char* rewriteOtherwise(Tree& tree, TreePath place, std::size_t size) {
+    std::string storage;
+    std::string_view const canonical = canonicalPath(place.rest, storage);
+    if (canonical != place.rest) {
+        place = TreePath::below(place.first, canonical);
+        if (NodeId const id = tree.find(place); id != noNode)
+            return rewriteAt(tree, id, size);
+    }
+    NodeId const id = tree.make(place, false, size);
+    return id != noNode ? tree[id].contentBegin() : nullptr;
 }
 
 /** Whether one child of a directory precedes another on a walk: directories sort as if their names ended in "/". */
@@ -92,11 +107,8 @@ bool isVisitedBefore(Node const& left, Node const& right) {
 Entry find(RAMFileSystem const& fileSystem, std::initializer_list<std::string_view> directories,
            std::string_view path) {
     Tree const& tree = DirectAccess::tree(fileSystem);
-    if (NodeId const id = findIn(tree, directories, path); id != noNode)
-        return entryAt(tree, id);
-    std::string storage;
-    std::string_view const canonical = canonicalPath(path, storage);
-    return entryAt(tree, canonical == path ? noNode : findIn(tree, directories, canonical));
+    NodeId const id = tree.findBelow(directories, path);
+    return id != noNode ? entryAt(tree, id) : findOtherwise(tree, directories, path);
 }
 
 std::vector<std::string> list(RAMFileSystem const& fileSystem, std::string_view directory,
@@ -117,26 +129,9 @@ std::vector<std::string> list(RAMFileSystem const& fileSystem, std::string_view 
 char* rewrite(RAMFileSystem& fileSystem, std::string_view directory, std::string_view path,
               std::size_t size) {
     Tree& tree = DirectAccess::tree(fileSystem);
-    TreePath place = TreePath::below(directory, path);
-    if (NodeId const found = tree.find(place); found != noNode)
-        return rewriteAt(tree, found, size);
-    std::string storage;
-    if (std::string_view const canonical = canonicalPath(path, storage); canonical != path) {
-        place = TreePath::below(directory, canonical);
-        if (NodeId const found = tree.find(place); found != noNode)
-            return rewriteAt(tree, found, size);
-    }
-    if (!Node::fits(place.name().size(), size))
-        return nullptr;
-    NodeId const made = tree.make(place, false);
-    if (made == noNode)
-        return nullptr;
-    try {
-        return tree[made].replaceContent(size);
-    } catch (...) {
-        tree.remove(made);
-        throw;
-    }
+    TreePath const place = TreePath::below(directory, path);
+    NodeId const id = tree.find(place);
+    return id != noNode ? rewriteAt(tree, id, size) : rewriteOtherwise(tree, place, size);
 }
 
 char* make(RAMFileSystem& fileSystem, std::string_view directory, std::string_view around,

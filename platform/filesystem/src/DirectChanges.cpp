@@ -63,18 +63,19 @@ private:
     }
 
     bool make(TreePath const& place, std::string_view content) {
-        if (!Node::fits(place.name().size(), content.size()))
+        TreePath::Parts const parts = place.split();
+        if (!Node::fits(parts.name.size(), content.size()))
             return false;
         NodeId outermostMade = noNode;
-        bool const hasDirectory = _tree.makeDirectories(place.parent(), outermostMade);
+        bool const hasDirectory = _tree.makeDirectories(parts.parent, outermostMade);
         if (outermostMade != noNode)
             _made.push_back(outermostMade);
-        NodeId const file = hasDirectory ? _tree.make(place, false) : noNode;
+        NodeId const file = hasDirectory ? _tree.make(place, false, content.size()) : noNode;
         if (file == noNode)
             return false;
         if (outermostMade == noNode)
             _made.push_back(file);
-        std::copy(content.begin(), content.end(), _tree[file].replaceContent(content.size()));
+        std::copy(content.begin(), content.end(), _tree[file].contentBegin());
         return true;
     }
 

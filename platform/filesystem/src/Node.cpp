@@ -19,6 +19,11 @@ std::uint32_t checkedLength(std::size_t length) {
     return static_cast<std::uint32_t>(length);
 }
 
+void checkName(std::string_view name) {
+    if (name.size() > Node::longestName)
+        throw std::length_error("a name in memory must be shorter than 1 GiB");
+}
+
 /** Moves the first `keep` bytes of a file's text into a new block. */
 void moveToHeap(Node& node, std::uint32_t capacity, std::size_t keep) {
     char* const block = new char[capacity];
@@ -50,7 +55,7 @@ char* Node::replaceContent(std::size_t newSize) {
         moveToHeap(*this, needed, nameLength);
     }
     file.size = needed - nameLength;
-    return text() + nameLength;
+    return contentBegin();
 }
 
 void Node::dropContent() noexcept {
@@ -64,22 +69,43 @@ void Node::dropContent() noexcept {
     file.capacity = inlineCapacity;
 }
 
-void Node::setText(std::string_view name, std::string_view content) {
-    if (name.size() > longestName)
-        throw std::length_error("a name in memory must be shorter than 1 GiB");
-    std::uint32_t const length = checkedLength(name.size() + content.size());
+void Node::setName(std::string_view name, std::size_t contentSize) {
+    checkName(name);
+    std::uint32_t const length = checkedLength(name.size() + contentSize);
     if (length > inlineCapacity) {
         heapText = new char[length];
         onHeap = 1;
     }
     nameLength = static_cast<std::uint32_t>(name.size()) & longestName;
-    char* const target = text();
-    copyBytes(target, name.data(), name.size());
-    if (directory != 0)
-        return;
-    copyBytes(target + name.size(), content.data(), content.size());
+    copyBytes(text(), name.data(), name.size());
     file.size = length - nameLength;
     file.capacity = std::max(length, inlineCapacity);
+}
+
+void Node::setNameIn(Node const& around, std::string_view name) {
+    checkName(name);
+    if (name.size() > longestPath) {
+        heapText = new char[name.size()];
+        onHeap = 1;
+        std::memcpy(heapText, name.data(), name.size());
+    } else if (around.hasPath()) {
+        setPath(around.wholePath(), name);
+    }
+    if (!hasPath() && onHeap == 0)
+        copyBytes(path.text, name.data(), name.size());
+    nameLength = static_cast<std::uint32_t>(name.size()) & longestName;
+}
+
+void Node::setPath(std::string_view first, std::string_view rest) noexcept {
+    bool const isJoined = !first.empty() && !rest.empty();
+    std::size_t const size = first.size() + (isJoined ? 1 : 0) + rest.size();
+    if (size > longestPath)
+        return;
+    copyBytes(path.text, first.data(), first.size());
+    if (isJoined)
+        path.text[first.size()] = '/';
+    copyBytes(path.text + size - rest.size(), rest.data(), rest.size());
+    path.end = static_cast<std::uint8_t>(size + 1);
 }
 
 void Node::exchangeText(Node& other) noexcept {

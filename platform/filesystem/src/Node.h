@@ -25,11 +25,15 @@ struct Children {
 /**
  * A directory or a file, in one cache line.
  *
- * Its text is the name followed, for a file, by the content. A short text is stored in the node itself, a longer one in
- * a block on the heap that the node owns. A directory that is not empty owns a list of its children.
+ * The text of a file is its name followed by its content. A short text is stored in the node itself, a longer one in a
+ * block on the heap that the node owns. A directory has its whole path instead of only its name, if the path is short,
+ * so that a path below it can be compared without visiting the directories above it. A directory that is not empty owns
+ * a list of its children.
  */
 struct alignas(64) Node {
     static constexpr std::uint32_t inlineCapacity = 32;
+    static constexpr std::uint32_t longestPath =
+        inlineCapacity - 1; ///< longer ones are not kept in directories
     static constexpr std::uint32_t longestName = (1U << 30) - 1;
 
     /**
@@ -54,8 +58,13 @@ struct alignas(64) Node {
         File file;
         Children* children; ///< of a directory; null if it is empty
     };
+    struct Path {
+        char text[longestPath]; ///< the whole path, or else only the name
+        std::uint8_t end;       ///< 1 + the size of the whole path; 0 if the directory has only its name
+    };
     union {
-        char inlineText[inlineCapacity];
+        char inlineText[inlineCapacity]; ///< of a file
+        Path path;                       ///< of a directory
         char* heapText;
         NodeId nextReleased[4]; ///< of a released node: the next ones in the list of released nodes
     };
@@ -67,8 +76,19 @@ struct alignas(64) Node {
 
     [[nodiscard]] char* text() noexcept { return onHeap != 0 ? heapText : inlineText; }
     [[nodiscard]] char const* text() const noexcept { return onHeap != 0 ? heapText : inlineText; }
-    [[nodiscard]] std::string_view name() const noexcept { return {text(), nameLength}; }
+    [[nodiscard]] std::string_view name() const noexcept {
+        // The second condition does not hold only if several threads change a tree without a lock.
+        std::size_t const before = hasPath() && nameLength < path.end ? path.end - 1U - nameLength : 0;
+        return {text() + before, nameLength};
+    }
+    [[nodiscard]] char* contentBegin() noexcept { return text() + nameLength; }
     [[nodiscard]] std::string_view content() const noexcept { return {text() + nameLength, file.size}; }
+
+    /** Whether this is a directory that has its whole path. */
+    [[nodiscard]] bool hasPath() const noexcept { return directory != 0 && path.end != 0; }
+
+    /** The path from the root, without a leading "/", of a directory that has it. */
+    [[nodiscard]] std::string_view wholePath() const noexcept { return {path.text, path.end - 1U}; }
 
     /**
      * Makes room for at least `contentCapacity` bytes of content, keeping the existing content. If the text must be
@@ -88,10 +108,19 @@ struct alignas(64) Node {
     void dropContent() noexcept;
 
     /**
-     * Sets the name of a new node and, for a file, its content. `directory` must be set already.
+     * Sets the name of a new file and the size of its content, which the caller fills in.
      * Errors: `std::bad_alloc`, `std::length_error`; nothing has changed.
      */
-    void setText(std::string_view name, std::string_view content);
+    void setName(std::string_view name, std::size_t contentSize);
+
+    /**
+     * Sets the name of a new directory in the directory `around`.
+     * Errors: `std::bad_alloc`, `std::length_error`; nothing has changed.
+     */
+    void setNameIn(Node const& around, std::string_view name);
+
+    /** Sets the path of a new directory, if it is short. Does not set the length of the name. */
+    void setPath(std::string_view first, std::string_view rest) noexcept;
 
     /** Swaps the texts of two files with the same name. */
     void exchangeText(Node& other) noexcept;

@@ -210,11 +210,10 @@ long RAMFileSystem::write(FileHandle* handle, void const* buffer, long count) {
         file->growContent(end);
         // Another handle may have emptied the file meanwhile. The gap reads as zeros.
         if (own->position > file->file.size)
-            std::memset(file->text() + file->nameLength + file->file.size, 0,
-                        own->position - file->file.size);
+            std::memset(file->contentBegin() + file->file.size, 0, own->position - file->file.size);
         file->file.size = static_cast<std::uint32_t>(end);
     }
-    std::memcpy(file->text() + file->nameLength + own->position, buffer, moved);
+    std::memcpy(file->contentBegin() + own->position, buffer, moved);
     own->position = end;
     return static_cast<long>(moved);
 }
@@ -292,7 +291,7 @@ void RAMFileSystem::unserialize(QString const& path, FileHandle& handle) {
         char first[longestTreeHead];
         TreeHead const head = decodeTreeHead(readSome(handle, first, sizeof first));
         Bytes const payload = readPayload(handle, start + static_cast<long>(head.size), head.payloadSize);
-        Tree::Apart result(*_tree);
+        Tree::Apart result(*_tree, canonical.path());
         decodeTree(*_tree, result, canonical.path(), head, payload.content);
         if (!_tree->graft(std::move(result), canonical.path()))
             throw utils::Exception("cannot create the directory");

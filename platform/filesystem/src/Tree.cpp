@@ -8,6 +8,7 @@
 #include <pthread.h>
 
 #include "PathPlace.h"
+#include "TreeLookup.h"
 #include "Words.h"
 
 namespace filesystem {
@@ -28,37 +29,62 @@ bool mayBeNamed(std::string_view name) {
     return name != "." && name != ".." && name.size() <= Node::longestName;
 }
 
+/** Whether `path` consists of the levels `first` and `rest`. */
+bool isPath(std::string_view path, std::string_view first, std::string_view rest) {
+    if (path.size() != first.size() + (rest.empty() ? 0 : 1 + rest.size()) ||
+        !sameBytes(path.data(), first.data(), first.size()))
+        return false;
+    char const* const slash = path.data() + first.size();
+    return rest.empty() || (*slash == '/' && sameBytes(slash + 1, rest.data(), rest.size()));
+}
+
 } // namespace
 
 Tree::Tree() {
-    static_cast<void>(_nodes.make(true));
+    _nodes[_nodes.make(true)].setPath({}, {});
 }
 
 NodeId Tree::find(TreePath const& path) const {
-    if (path.isRoot())
-        return root;
-    return _index.find(path.hash(), [&](NodeId id) { return standsAt(id, path); });
+    return path.isRoot() ? root : findInIndex(path);
 }
 
 /**
- * Whether a node's path is `path`: compares the names from the node up to the root. Names are never empty and contain
- * no "/", so only the canonical form of the path matches.
+ * Whether a node's path is `path`. Names are never empty and contain no "/", so paths with empty levels do not match,
+ * except that the rest may begin with a "/".
  */
 bool Tree::standsAt(NodeId id, TreePath const& path) const {
-    char const* const rest = path.rest.data();
-    for (std::size_t left = path.rest.size(); left != 0;) {
-        Node const& node = _nodes[id];
-        std::size_t const length = node.nameLength;
-        if (length > left || !sameBytes(node.text(), rest + left - length, length))
-            return false;
-        left -= length;
-        if (left != 0 && (rest[--left] != '/' || left == 0))
-            return false;
-        id = node.parent;
-    }
     Node const& node = _nodes[id];
-    return node.parent == root && node.nameLength == path.first.size() &&
-           sameBytes(node.text(), path.first.data(), path.first.size());
+    if (node.hasPath())
+        return isPath(node.wholePath(), path.first, path.rest);
+    Node const& around = _nodes[node.parent];
+    std::size_t const size = node.nameLength;
+    if (!around.hasPath() || size > path.rest.size())
+        return standsBelow(id, path);
+    // The usual case.
+    std::size_t const before = path.rest.size() - size;
+    char const* const name = path.rest.data() + before;
+    if (!sameBytes(node.text(), name, size))
+        return false;
+    if (before == 0)
+        return isPath(around.wholePath(), path.first, {});
+    return name[-1] == '/' && isPath(around.wholePath(), path.first, path.rest.substr(0, before - 1));
+}
+
+/** As `standsAt`: compares the names from the node up to the first directory that has its whole path. */
+bool Tree::standsBelow(NodeId id, TreePath const& path) const {
+    char const* const rest = path.rest.data();
+    std::size_t left = path.rest.size();
+    for (; !_nodes[id].hasPath(); id = _nodes[id].parent) {
+        std::string_view const name = _nodes[id].name();
+        if (left == 0)
+            return _nodes[id].parent == root && name == path.first;
+        if (name.size() > left || !sameBytes(name.data(), rest + left - name.size(), name.size()))
+            return false;
+        left -= name.size();
+        if (left != 0 && rest[--left] != '/')
+            return false;
+    }
+    return isPath(_nodes[id].wholePath(), path.first, {rest, left});
 }
 
 std::vector<NodeId> const& Tree::children(NodeId directory) {
@@ -90,26 +116,23 @@ void Tree::arrange(Children& children) noexcept {
         _nodes[ids[place]].place = static_cast<std::uint32_t>(place);
 }
 
-NodeId Tree::make(TreePath const& path, bool directory) {
-    NodeId const parent = directoryAbove(path);
+NodeId Tree::make(TreePath const& path, bool directory, std::size_t contentSize) {
+    TreePath::Parts const parts = path.split();
+    NodeId const parent = Node::fits(parts.name.size(), contentSize) ? parentFor(parts) : noNode;
     if (parent == noNode)
         return noNode;
     if (givesNotice())
-        giveNotice(parent, path.name());
-    std::uint32_t const hash = path.hash();
+        giveNotice(parent, parts.name);
     _index.reserve(1);
-    NodeId const id = add(parent, path.name(), hash, directory);
-    _index.insert({hash, id});
+    NodeId const id = add(parent, parts.name, path.hash, directory, contentSize);
+    _index.insert({path.hash, id});
     come(id);
     return id;
 }
 
-/** The parent for a new node at `path`; `noNode` if no node can be created there. */
-NodeId Tree::directoryAbove(TreePath const& path) const {
-    std::string_view const name = path.name();
-    if (path.isRoot() || !mayBeNamed(name))
-        return noNode;
-    NodeId const parent = find(path.parent());
+/** The parent for a new node; `noNode` if no node can be created there. */
+NodeId Tree::parentFor(TreePath::Parts const& parts) const {
+    NodeId const parent = mayBeNamed(parts.name) ? find(parts.parent) : noNode;
     return parent != noNode && _nodes[parent].directory != 0 ? parent : noNode;
 }
 
@@ -146,11 +169,15 @@ void Tree::releaseBelow(NodeId top, Visit&& beforeRelease) noexcept {
 
 /** Creates a node in a directory, without adding it to the index. */
 NodeId Tree::add(NodeId parent, std::string_view name, std::uint32_t hash, bool directory,
-                 std::string_view content) {
+                 std::size_t contentSize) {
     NodeId const id = _nodes.make(directory);
     try {
-        _nodes[id].setText(name, content);
-        _nodes[id].hash = hash;
+        Node& node = _nodes[id];
+        if (directory)
+            node.setNameIn(_nodes[parent], name);
+        else
+            node.setName(name, contentSize);
+        node.hash = hash;
         link(parent, id);
     } catch (...) {
         _nodes.release(id);
@@ -205,6 +232,10 @@ NodeId Tree::childDirectory(NodeId parent, std::string_view name, std::uint32_t 
     return made;
 }
 
+Tree::Apart::Apart(Tree& tree, TreePath const& path) : Apart(tree) {
+    _tree[_directory].setPath(path.first, path.rest);
+}
+
 Tree::Apart::~Apart() {
     if (_directory == noNode)
         return;
@@ -220,7 +251,8 @@ NodeId Tree::Apart::addDirectory(NodeId parent, std::string_view name, std::uint
 
 NodeId Tree::Apart::addFile(NodeId parent, std::string_view name, std::uint32_t hash,
                             std::string_view content) {
-    NodeId const id = _tree.add(parent, name, hash, false, content);
+    NodeId const id = _tree.add(parent, name, hash, false, content.size());
+    copyBytes(_tree[id].contentBegin(), content.data(), content.size());
     _entries.push_back({hash, id});
     return id;
 }
@@ -234,14 +266,15 @@ bool Tree::graft(Apart&& apart, TreePath const& path) {
         leave(target);
         clear(target);
     } else {
-        NodeId const parent = directoryAbove(path);
+        TreePath::Parts const parts = path.split();
+        NodeId const parent = parentFor(parts);
         if (parent == noNode)
             return false;
         if (givesNotice())
-            giveNotice(parent, path.name());
+            giveNotice(parent, parts.name);
         _index.reserve(apart._entries.size() + 1);
         NodeId const file = target;
-        target = add(parent, path.name(), path.hash(), true);
+        target = add(parent, parts.name, path.hash, true);
         if (file != noNode)
             remove(file);
         _index.insert({_nodes[target].hash, target});

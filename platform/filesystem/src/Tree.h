@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -60,6 +61,10 @@ public:
     /** The node at `path`; `noNode` if there is none. */
     [[nodiscard]] NodeId find(TreePath const& path) const;
 
+    /** The node at `rest` below the first of these first-level directories that has one; `noNode` if none has. */
+    [[nodiscard]] NodeId findBelow(std::initializer_list<std::string_view> firsts,
+                                   std::string_view rest) const;
+
     /**
      * The children of a directory in ascending byte order of their names; valid until the tree changes. Several threads
      * may call it at once: a mutex of the process guards the sorting. No other lock is taken under it.
@@ -73,11 +78,13 @@ public:
     [[nodiscard]] bool areOrdered(NodeId directory) const;
 
     /**
-     * Creates an empty directory or file at `path`, where nothing may exist yet.
-     * Result: `noNode`, with nothing changed, if its parent is not a directory or its name is invalid.
+     * Creates an empty directory, or a file whose content has `contentSize` bytes, which the caller fills in, at `path`,
+     * where nothing may exist yet.
+     * Result: `noNode`, with nothing changed, if its parent is not a directory, its name is invalid, or a file cannot
+     * hold the content.
      * Errors: `std::bad_alloc`, and those of the notice; nothing has changed.
      */
-    NodeId make(TreePath const& path, bool directory);
+    NodeId make(TreePath const& path, bool directory, std::size_t contentSize = 0);
 
     /** Removes a node other than the root, and everything below it. */
     void remove(NodeId id) noexcept;
@@ -99,10 +106,14 @@ public:
         _nodes[id].exchangeText(_nodes[apart]);
     }
 
-    /** A directory that is built outside the tree, to be put in place as a whole. Released with this object. */
+    /** A directory that is built outside the tree. Released with this object. */
     class Apart {
     public:
+        /** Directories in it would not have their whole paths, and be found more slowly. */
         explicit Apart(Tree& tree) : _tree(tree), _directory(tree._nodes.make(true)) {}
+
+        /** To be put in place at `path` as a whole. */
+        Apart(Tree& tree, TreePath const& path);
         Apart(Apart const&) = delete;
         Apart& operator=(Apart const&) = delete;
         ~Apart();
@@ -126,7 +137,7 @@ public:
     };
 
     /**
-     * Puts a directory into the tree at `path`, and replaces a file or directory there.
+     * Puts a directory into the tree at `path`, for which it was built, and replaces a file or directory there.
      * Result: false, with nothing changed, if the parent of `path` is not a directory or the name is invalid.
      * Errors: as for `make`.
      */
@@ -149,12 +160,14 @@ private:
     void giveNotice(NodeId parent, std::string_view name) const;
     [[nodiscard]] std::vector<NodeId> const& childrenInAnyOrder(NodeId id) const;
     void giveNoticeOfAll(NodeId apart, TreePath const& path) const;
+    [[nodiscard]] NodeId findInIndex(TreePath const& path) const;
     [[nodiscard]] bool standsAt(NodeId id, TreePath const& path) const;
-    [[nodiscard]] NodeId directoryAbove(TreePath const& path) const;
+    [[nodiscard]] bool standsBelow(NodeId id, TreePath const& path) const;
+    [[nodiscard]] NodeId parentFor(TreePath::Parts const& parts) const;
     bool makeMissing(TreePath const& path, NodeId& outermostMade);
     NodeId childDirectory(NodeId parent, std::string_view name, std::uint32_t hash, NodeId& outermostMade);
     NodeId add(NodeId parent, std::string_view name, std::uint32_t hash, bool directory,
-               std::string_view content = {});
+               std::size_t contentSize = 0);
     void link(NodeId parent, NodeId child);
     static std::unique_ptr<Children> makeChildren(NodeId first);
     void append(Children& children, NodeId child);

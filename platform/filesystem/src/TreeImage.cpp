@@ -112,7 +112,7 @@ void TreeImage::putInto(RAMFileSystem& fileSystem, std::string const& path) cons
     Tree& tree = DirectAccess::tree(fileSystem);
     std::string storage;
     TreePath const place = TreePath::of(canonicalPath(path, storage));
-    Tree::Apart built(tree);
+    Tree::Apart built(tree, place);
     ApartBuilder(*_tree, built).build(place);
     if (!tree.graft(std::move(built), place))
         throw utils::Exception("cannot create the directory " + path);

@@ -34,22 +34,19 @@ Traits examine(std::string_view path) {
     std::uint64_t all = 0;
     std::uint64_t doubled = 0;
     std::uint64_t before = highBits; // a leading "/" counts as doubled
-    for (std::string_view left = path; !left.empty();) {
-        std::size_t const count = left.size() < 8 ? left.size() : 8;
-        std::uint64_t const word = loadPartialWord(left.data(), count);
+    auto const take = [&](std::uint64_t word) {
         std::uint64_t const here = slashes(word);
         all |= word;
         doubled |= here & (here << 8 | before >> 56);
         before = here;
-        left.remove_prefix(count);
-    }
+    };
+    std::size_t const size = path.size();
+    std::size_t at = 0;
+    for (; at + 8 <= size; at += 8)
+        take(loadWord(path.data() + at));
+    if (at != size)
+        take(loadPartialWord(path.data() + at, size - at));
     return {(all & highBits) == 0, doubled != 0 || (!path.empty() && path.back() == '/')};
-}
-
-/** The offset of the last level of a path. */
-std::size_t beginOfName(std::string_view path) {
-    auto const* const slash = static_cast<char const*>(::memrchr(path.data(), '/', path.size()));
-    return slash == nullptr ? 0 : static_cast<std::size_t>(slash - path.data()) + 1;
 }
 
 /** `path` without its empty levels. */
@@ -118,22 +115,17 @@ TreePath TreePath::of(std::string_view canonical) {
     std::size_t const slash = canonical.find('/');
     std::string_view const rest =
         slash == std::string_view::npos ? std::string_view() : canonical.substr(slash + 1);
-    return {canonical.substr(0, slash), rest, PathHash::of(rest)};
+    return below(canonical.substr(0, slash), rest);
 }
 
-std::uint32_t TreePath::hash() const {
-    return PathHash::join(PathHash::of(first), restHash);
-}
-
-std::string_view TreePath::name() const {
-    return rest.empty() ? first : rest.substr(beginOfName(rest));
-}
-
-TreePath TreePath::parent() const {
+TreePath::Parts TreePath::split() const {
     if (rest.empty())
-        return of({});
-    std::size_t const begin = beginOfName(rest);
-    return below(first, rest.substr(0, begin == 0 ? 0 : begin - 1));
+        return {below({}, {}), first};
+    auto const* const slash = static_cast<char const*>(::memrchr(rest.data(), '/', rest.size()));
+    if (slash == nullptr)
+        return {below(first, {}), rest};
+    auto const size = static_cast<std::size_t>(slash - rest.data());
+    return {below(first, rest.substr(0, size)), rest.substr(size + 1)};
 }
 
 // The conversion would turn unpaired surrogates into "?", so they are rejected first.

@@ -25,25 +25,38 @@ namespace filesystem {
 [[nodiscard]] bool isName(std::string_view name);
 
 /**
- * A canonical path, ready for look-ups: its first level, the rest, and the hash of the rest. Refers to text that the
- * caller owns. Both parts of the root are empty.
+ * A canonical path, ready for look-ups: its first level, the rest, and its hash. Refers to text that the caller owns.
+ * Both parts of the root are empty.
  */
 struct TreePath {
     std::string_view first;
     std::string_view rest;
-    std::uint64_t restHash;
+    std::uint32_t hash;
 
     [[nodiscard]] static TreePath of(std::string_view canonical);
 
     /** The path `rest` below the first level `first`. */
     [[nodiscard]] static TreePath below(std::string_view first, std::string_view rest) {
-        return {first, rest, PathHash::of(rest)};
+        return below(first, rest, PathHash::of(rest));
+    }
+
+    /** Likewise, if the hash of the rest is known. */
+    [[nodiscard]] static TreePath below(std::string_view first, std::string_view rest,
+                                        std::uint64_t restHash) {
+        return {first, rest, PathHash::join(PathHash::of(first), restHash)};
     }
 
     [[nodiscard]] bool isRoot() const { return first.empty(); }
-    [[nodiscard]] std::uint32_t hash() const;
-    [[nodiscard]] std::string_view name() const;
-    [[nodiscard]] TreePath parent() const;
+
+    struct Parts;
+
+    /** The parent and the last level. Must not be called for the root. */
+    [[nodiscard]] Parts split() const;
+};
+
+struct TreePath::Parts {
+    TreePath parent;
+    std::string_view name;
 };
 
 /** The canonical form of a path from the public interface. */
