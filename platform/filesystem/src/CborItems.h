@@ -10,6 +10,7 @@
 #include <cbor.h>
 
 #include "Node.h"
+#include "Number.h"
 #include "TreePath.h"
 #include "Words.h"
 #include "utils/Exception.h"
@@ -82,11 +83,11 @@ public:
     void skip(std::size_t count) { _left.remove_prefix(count); }
 
     [[gnu::always_inline]] Item next() {
-        Item item{Kind::other, 0, {}};
-        if (takeShortItem(item))
-            return item;
-        _left.remove_prefix(decode(_left, item));
-        return item;
+        Kind kind = Kind::other;
+        std::uint64_t number = 0;
+        char const* string = nullptr;
+        take(kind, number, string);
+        return {kind, number, {string, string != nullptr ? numberAs<std::size_t>(number) : 0}};
     }
 
     /**
@@ -109,25 +110,37 @@ public:
     }
 
 private:
-    /** A fast path for nearly all items: a string or a map with a head of one byte. */
-    [[gnu::always_inline]] bool takeShortItem(Item& item) {
-        if (_left.empty())
-            return false;
-        auto const head = static_cast<unsigned char>(_left.front());
-        std::size_t const number = head & 0x1FU;
-        auto const major = static_cast<Major>(head >> 5);
-        if (number >= shortNumbers)
-            return false;
-        if (major == Major::map) {
-            item = {Kind::map, number, {}};
-            _left.remove_prefix(1);
-            return true;
+    /**
+     * Has a fast path for nearly all items: a string or a map with a head of one byte. `string` is null for other items.
+     * Without structures, so that the compiler keeps everything in registers.
+     */
+    [[gnu::always_inline]] void take(Kind& kind, std::uint64_t& number, char const*& string) {
+        if (!_left.empty()) {
+            auto const head = static_cast<unsigned char>(_left.front());
+            auto const major = static_cast<Major>(head >> 5);
+            number = head & 0x1FU;
+            if (number < shortNumbers && major == Major::map) {
+                kind = Kind::map;
+                _left.remove_prefix(1);
+                return;
+            }
+            if (number < shortNumbers && number < _left.size() &&
+                (major == Major::text || major == Major::bytes)) {
+                kind = major == Major::text ? Kind::text : Kind::bytes;
+                string = _left.data() + 1;
+                _left.remove_prefix(1 + number);
+                return;
+            }
         }
-        if ((major != Major::text && major != Major::bytes) || number >= _left.size())
-            return false;
-        item = {major == Major::text ? Kind::text : Kind::bytes, number, _left.substr(1, number)};
-        _left.remove_prefix(1 + number);
-        return true;
+        takeOther();
+        kind = _other.kind;
+        number = _other.number;
+        string = _other.content.data();
+    }
+
+    [[gnu::noinline]] void takeOther() {
+        _other = {Kind::other, 0, {}};
+        _left.remove_prefix(decode(_left, _other));
     }
 
     /** Result: the size of the item in bytes. */
@@ -194,12 +207,17 @@ private:
     }
 
     std::string_view _left;
+    Item _other{Kind::other,
+                0,
+                {}}; ///< of `takeOther`; the items on the fast path need no memory if this is separate
 };
 
 /** A directory entry in a register file. */
 struct NamedItem {
     std::string_view name;
-    Item value; ///< a map, or bytes
+    bool isDirectory;
+    std::uint64_t count;      ///< the number of entries of a directory
+    std::string_view content; ///< of a file
 };
 
 /** Errors: `utils::Exception` if the next items are not an entry. */
@@ -215,7 +233,7 @@ struct NamedItem {
         refuseAsDamaged("neither a directory nor a file: " + quoted(name));
     if (!Node::fits(name.size(), value.content.size()))
         refuseAsDamaged("too large: " + quoted(name));
-    return {name, value};
+    return {name, value.kind == Kind::map, value.number, value.content};
 }
 
 } // namespace filesystem

@@ -57,7 +57,8 @@ private:
         Node const& node = _tree[id];
         if (node.directory != 0 || !Node::fits(node.nameLength, content.size()))
             return false;
-        NodeId const apart = _contents.addFile(_contents.directory(), node.name(), node.hash, content);
+        NodeId const apart = _contents.addFile(_contents.directory(), node.name(), node.hash, content.size());
+        _contents.fill(apart, content);
         _replaced.push_back({id, apart});
         return true;
     }

@@ -83,9 +83,9 @@ public:
         if (top.kind != Kind::map)
             refuseAsDamaged("its payload is not a directory");
         if (_other != nullptr)
-            enter(0, top, &_other->root(), narrow(_other->entries.size()));
+            enter(0, top.number, &_other->root(), narrow(_other->entries.size()));
         else
-            enter(0, top, nullptr, 0);
+            enter(0, top.number, nullptr, 0);
         while (!_open.empty()) {
             if (_open.back().next == _open.back().end)
                 leave();
@@ -114,15 +114,15 @@ private:
     [[nodiscard]] std::uint32_t position() const { return narrow(_tree.payload.size() - _scanner.left()); }
 
     /** `like` is the counterpart, or null; `last` is its `othersLast`. */
-    void enter(std::uint32_t entry, Item const& map, Entry const* like, std::uint32_t last) {
+    void enter(std::uint32_t entry, std::uint64_t children, Entry const* like, std::uint32_t last) {
         // An entry has at least two bytes, so the rest of the payload limits the entries of all open directories
         // together.
-        if (map.number > _scanner.left() / 2 || _promised > _scanner.left() / 2 - map.number)
+        if (children > _scanner.left() / 2 || _promised > _scanner.left() / 2 - children)
             refuseAsTruncated();
-        _promised += map.number;
+        _promised += children;
         auto& entries = _tree.entries;
         auto const first = narrow(entries.size());
-        auto const count = narrow(map.number);
+        auto const count = narrow(children);
         entries[entry].first = first;
         entries[entry].count = count;
         entries.resize(entries.size() + count);
@@ -206,13 +206,13 @@ private:
 
     void parseEntry(Directory& directory, std::uint32_t entry, Entry const* like) {
         std::uint32_t const begin = position();
-        auto const [name, value] = takeEntry(_scanner);
+        NamedItem const item = takeEntry(_scanner);
         _tree.entries[entry].item = begin;
         directory.lastCopied = nullptr;
-        noteOrder(directory, entry, name);
-        if (value.kind == Kind::map) {
+        noteOrder(directory, entry, item.name);
+        if (item.isDirectory) {
             bool const isLike = like != nullptr && like->isDirectory();
-            enter(entry, value, isLike ? like : nullptr, isLike ? lastBelow(directory, *like) : 0);
+            enter(entry, item.count, isLike ? like : nullptr, isLike ? lastBelow(directory, *like) : 0);
             return;
         }
         _tree.entries[entry].end = position();

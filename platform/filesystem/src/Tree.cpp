@@ -243,18 +243,21 @@ Tree::Apart::~Apart() {
     _tree._nodes.release(_directory);
 }
 
-NodeId Tree::Apart::addDirectory(NodeId parent, std::string_view name, std::uint32_t hash) {
-    NodeId const id = _tree.add(parent, name, hash, true);
-    _entries.push_back({hash, id});
+/** Not by `push_back`: the compiler would assemble the slot in memory from halves, and the processor wait for them. */
+inline NodeId Tree::Apart::note(std::uint32_t hash, NodeId id) {
+    PathIndex::Slot& slot = _entries.emplace_back();
+    slot.hash = hash;
+    slot.node = id;
     return id;
 }
 
+NodeId Tree::Apart::addDirectory(NodeId parent, std::string_view name, std::uint32_t hash) {
+    return note(hash, _tree.add(parent, name, hash, true));
+}
+
 NodeId Tree::Apart::addFile(NodeId parent, std::string_view name, std::uint32_t hash,
-                            std::string_view content) {
-    NodeId const id = _tree.add(parent, name, hash, false, content.size());
-    copyBytes(_tree[id].contentBegin(), content.data(), content.size());
-    _entries.push_back({hash, id});
-    return id;
+                            std::size_t contentSize) {
+    return note(hash, _tree.add(parent, name, hash, false, contentSize));
 }
 
 bool Tree::graft(Apart&& apart, TreePath const& path) {

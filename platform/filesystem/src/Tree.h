@@ -14,6 +14,7 @@
 #include "NodePool.h"
 #include "PathIndex.h"
 #include "TreePath.h"
+#include "Words.h"
 #include "filesystem/EntryNotice.h"
 
 namespace filesystem {
@@ -121,15 +122,23 @@ public:
         [[nodiscard]] NodeId directory() const { return _directory; }
 
         /**
-         * Adds a directory, or a file with its content, to this directory or to one below it. The caller must ensure
-         * that the children of a directory have distinct names. `hash` is the hash of the node's final path.
+         * Adds a directory, or a file whose content the caller fills in, to this directory or to one below it. The
+         * caller must ensure that the children of a directory have distinct names. `hash` is the hash of the node's
+         * final path.
          * Errors: `std::bad_alloc`.
          */
         NodeId addDirectory(NodeId parent, std::string_view name, std::uint32_t hash);
-        NodeId addFile(NodeId parent, std::string_view name, std::uint32_t hash, std::string_view content);
+        NodeId addFile(NodeId parent, std::string_view name, std::uint32_t hash, std::size_t contentSize);
+
+        /** Fills in the content of a file that was added. */
+        void fill(NodeId file, std::string_view content) const {
+            copyBytes(_tree[file].contentBegin(), content.data(), content.size());
+        }
 
     private:
         friend class Tree;
+
+        NodeId note(std::uint32_t hash, NodeId id);
 
         Tree& _tree;
         NodeId _directory;

@@ -137,7 +137,7 @@ public:
         Item const top = _scanner.next();
         if (top.kind != Kind::map)
             refuseAsDamaged("its payload is not a directory");
-        enter(_visitor.top(), top);
+        enter(_visitor.top(), top.number);
         while (!_open.empty()) {
             if (_open.back().left != 0) {
                 readEntry();
@@ -156,21 +156,21 @@ private:
         std::uint64_t left; ///< entries that have not been decoded
     };
 
-    void enter(typename Visitor::Directory const& directory, Item const& map) {
+    void enter(typename Visitor::Directory const& directory, std::uint64_t count) {
         // An entry has at least two bytes, so a larger count cannot be right.
-        if (map.number > _scanner.left() / 2)
+        if (count > _scanner.left() / 2)
             refuseAsTruncated();
-        _open.push_back({directory, map.number});
+        _open.push_back({directory, count});
     }
 
     void readEntry() {
         Level& level = _open.back();
         --level.left;
-        auto const [name, value] = takeEntry(_scanner);
-        if (value.kind == Kind::map)
-            enter(_visitor.addDirectory(level.directory, name), value);
+        NamedItem const entry = takeEntry(_scanner);
+        if (entry.isDirectory)
+            enter(_visitor.addDirectory(level.directory, entry.name), entry.count);
         else
-            _visitor.addFile(level.directory, name, value.content);
+            _visitor.addFile(level.directory, entry.name, entry.content);
     }
 
     Visitor& _visitor;
@@ -196,7 +196,7 @@ public:
     }
 
     void addFile(Directory const& parent, std::string_view name, std::string_view content) {
-        _result.addFile(parent.id, name, parent.place.hashOf(name), content);
+        _result.fill(_result.addFile(parent.id, name, parent.place.hashOf(name), content.size()), content);
     }
 
     /** Refuses duplicate names, which are impossible if the names are in ascending order. */

@@ -53,10 +53,12 @@ private:
         --directory.left;
         std::string_view const name = _image.nameOf(entry);
         std::uint32_t const hash = directory.place.hashOf(name);
-        if (entry.isDirectory())
+        if (entry.isDirectory()) {
             enter(entry, _result.addDirectory(directory.id, name, hash), directory.place.below(name));
-        else
-            _result.addFile(directory.id, name, hash, _image.contentOf(entry));
+        } else {
+            std::string_view const content = _image.contentOf(entry);
+            _result.fill(_result.addFile(directory.id, name, hash, content.size()), content);
+        }
     }
 
     IndexedTree const& _image;
