@@ -261,17 +261,24 @@ bool Memory::applyOne(std::string_view scope, TreeChange const& change) {
     auto const there = filesystem::direct::find(_register, {scope}, change.path);
     if (there.kind == Kind::file && there.content == change.content)
         return false;
-    makeRoom(scope, change.path);
     if (there.kind == Kind::directory)
         _register.RAMFileSystem::remove(pathOf(scope, change.path));
-    auto const slash = change.path.rfind('/');
-    std::string const around = change.path.substr(0, slash == std::string::npos ? 0 : slash);
     char* const content =
-        filesystem::direct::make(_register, scope, around, change.path, change.content.size());
+        there.kind == Kind::file
+            ? filesystem::direct::rewrite(_register, scope, change.path, change.content.size())
+            : makeFile(scope, change.path, change.content.size());
     if (content == nullptr)
         return false;
     change.content.copy(content, change.content.size());
     return true;
+}
+
+/** Creates a property and its groups, and removes a property in the way. Result: as for `filesystem::direct::make`. */
+char* Memory::makeFile(std::string_view scope, std::string const& path, std::size_t size) {
+    makeRoom(scope, path);
+    auto const slash = path.rfind('/');
+    std::string const around = path.substr(0, slash == std::string::npos ? 0 : slash);
+    return filesystem::direct::make(_register, scope, around, path, size);
 }
 
 bool Memory::removeFile(std::string_view scope, std::string const& path) {

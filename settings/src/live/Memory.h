@@ -89,6 +89,7 @@ private:
     void bringInGlobal(Image const& global, std::vector<std::string>& names);
     void apply(RegisterScope scope, Changes const& changes, std::vector<std::string>& names);
     bool applyOne(std::string_view scope, filesystem::TreeChange const& change);
+    char* makeFile(std::string_view scope, std::string const& path, std::size_t size);
     bool removeFile(std::string_view scope, std::string const& path);
     void removeIfEmpty(std::string_view scope, std::string const& path);
     void makeRoom(std::string_view scope, std::string const& path);
