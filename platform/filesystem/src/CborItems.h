@@ -207,9 +207,8 @@ private:
     }
 
     std::string_view _left;
-    Item _other{Kind::other,
-                0,
-                {}}; ///< of `takeOther`; the items on the fast path need no memory if this is separate
+    /** The last item of `takeOther`. It is a member, so that the items on the fast path need not be in memory. */
+    Item _other{Kind::other, 0, {}};
 };
 
 /** A directory entry in a register file. */

@@ -32,8 +32,8 @@ struct Children {
  */
 struct alignas(64) Node {
     static constexpr std::uint32_t inlineCapacity = 32;
-    static constexpr std::uint32_t longestPath =
-        inlineCapacity - 1; ///< longer ones are not kept in directories
+    /** Of a directory that has its whole path, in bytes. */
+    static constexpr std::uint32_t longestPath = inlineCapacity - 1;
     static constexpr std::uint32_t longestName = (1U << 30) - 1;
 
     /**
