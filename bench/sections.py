@@ -6,7 +6,7 @@ GOALS = "## Settings shared between processes: goals"
 
 
 def kept(page, heading):
-    """The section with the heading, which ends the page; empty if there is none."""
+    """The section with the heading, up to the end of the page; empty if the page does not have it."""
     text = page.read_text() if page.exists() else ""
     _, found, section = text.partition(f"\n{heading}\n")
     return (found + section).rstrip("\n")

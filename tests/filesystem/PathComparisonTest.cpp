@@ -1,18 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "DirectAccess.h"
 #include "FileSystemSupport.h"
-#include "Tree.h"
 
 // A node is found by the hash of its path, and then its path is compared. Which paths have the same hash cannot be
 // chosen, because the hash has a secret key. The tests change the tree directly instead, so that a node keeps the hash
 // of another path.
-
-namespace filesystem {
-
-struct DirectAccess {
-    static Tree& tree(RAMFileSystem& fileSystem) { return *fileSystem._tree; }
-};
-
-} // namespace filesystem
 
 namespace {
 
@@ -42,7 +34,7 @@ protected:
     }
     Tree& tree() { return filesystem::DirectAccess::tree(files); }
 
-    /** Whether a file or directory is no longer found after a change of any of the bytes. */
+    /** Expects that a file or directory is no longer found if any of these bytes changes. */
     void expectEveryByteCompared(std::string const& path, char* bytes, std::size_t count) {
         ASSERT_TRUE(files.exists(text(path)));
         for (std::size_t i = 0; i < count; ++i) {

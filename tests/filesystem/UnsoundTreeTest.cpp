@@ -3,19 +3,11 @@
 #include <cerrno>
 #include <functional>
 
+#include "DirectAccess.h"
 #include "DiskSupport.h"
-#include "Tree.h"
 
 // Saving an inconsistent tree, which can result from changes by several threads without a lock. The tests damage the
 // tree directly.
-
-namespace filesystem {
-
-struct DirectAccess {
-    static Tree& tree(RAMFileSystem& fileSystem) { return *fileSystem._tree; }
-};
-
-} // namespace filesystem
 
 namespace {
 

@@ -781,7 +781,7 @@ class LiveInBackground : public Live {
 protected:
     LiveInBackground() { options.delay = std::chrono::milliseconds(1); }
 
-    /** Waits until a listener has been notified of a name. There is no time limit. */
+    /** Waits, without a time limit, until a listener has been notified of a name. */
     class Heard {
     public:
         explicit Heard(std::string const& key)

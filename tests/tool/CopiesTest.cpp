@@ -34,7 +34,7 @@ protected:
         return names;
     }
 
-    /** The path of the only damaged file that was kept; empty if there is none. */
+    /** The path of the only damaged file that was kept; empty if none was kept. */
     [[nodiscard]] std::string theDamagedFile() const {
         std::set<std::string> const names = files();
         auto const name = names.lower_bound("Velmorand.dat.damaged-");

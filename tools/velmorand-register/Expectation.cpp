@@ -101,7 +101,7 @@ std::string nounOf(Declaration const& declaration) {
     return begin + (isList ? several : one).at(element);
 }
 
-/** The limits in words; empty if there are none. Limits have no effect on strings without a format. */
+/** The limits in words; empty for a setting without limits. Limits have no effect on strings without a format. */
 std::string rangeOf(Declaration const& declaration) {
     if (declaration.kind % singles == 0 && declaration.format == Format::plain)
         return {};

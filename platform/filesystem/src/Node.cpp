@@ -88,11 +88,12 @@ void Node::setNameIn(Node const& around, std::string_view name) {
         heapText = new char[name.size()];
         onHeap = 1;
         std::memcpy(heapText, name.data(), name.size());
-    } else if (around.hasPath()) {
-        setPath(around.wholePath(), name);
+    } else {
+        if (around.hasPath())
+            setPath(around.wholePath(), name);
+        if (!hasPath())
+            copyBytes(path.text, name.data(), name.size());
     }
-    if (!hasPath() && onHeap == 0)
-        copyBytes(path.text, name.data(), name.size());
     nameLength = static_cast<std::uint32_t>(name.size()) & longestName;
 }
 

@@ -10,22 +10,16 @@ namespace filesystem {
 
 // Operations on short texts, eight bytes at a time, where a call of the C library would cost more than the work.
 
-/** Eight bytes as a word, little-endian on every machine. */
-inline std::uint64_t loadWord(char const* bytes) noexcept {
-    std::uint64_t word = 0;
+/** Eight bytes, or four as an `std::uint32_t`, as a word that is little-endian on every machine. */
+template <class Word = std::uint64_t>
+Word loadWord(char const* bytes) noexcept {
+    Word word = 0;
     std::memcpy(&word, bytes, sizeof word);
 #if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
-    word = __builtin_bswap64(word);
-#endif
-    return word;
-}
-
-/** Four bytes, likewise. */
-inline std::uint32_t loadHalfWord(char const* bytes) noexcept {
-    std::uint32_t word = 0;
-    std::memcpy(&word, bytes, sizeof word);
-#if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
-    word = __builtin_bswap32(word);
+    if constexpr (sizeof word == sizeof(std::uint64_t))
+        word = __builtin_bswap64(word);
+    else
+        word = __builtin_bswap32(word);
 #endif
     return word;
 }
@@ -35,7 +29,8 @@ inline std::uint64_t loadPartialWord(char const* bytes, std::size_t count) noexc
     if (count == sizeof(std::uint64_t))
         return loadWord(bytes);
     if (count >= 4)
-        return loadHalfWord(bytes) | std::uint64_t{loadHalfWord(bytes + count - 4)} << (8 * (count - 4));
+        return loadWord<std::uint32_t>(bytes) | std::uint64_t{loadWord<std::uint32_t>(bytes + count - 4)}
+                                                    << (8 * (count - 4));
     auto const at = [bytes](std::size_t i) { return std::uint64_t{static_cast<unsigned char>(bytes[i])}; };
     if (count == 0)
         return 0;

@@ -24,8 +24,8 @@ struct DeclaredProperty {
     std::string format;     ///< "whole" for whole numbers stored as text or numbers, "duration", or empty
     std::string resolution; ///< of a duration that counts whole numbers, such as `"1s"`; otherwise empty
     std::string fallback;   ///< empty if the program computes it, or if it cannot be stored
-    std::string minimum;    ///< of an element; empty if there is no lower limit
-    std::string maximum;    ///< of an element; empty if there is no upper limit
+    std::string minimum;    ///< of an element; empty without a lower limit
+    std::string maximum;    ///< of an element; empty without an upper limit
     std::vector<std::string> choices; ///< the only values of an element; empty if any is allowed
     std::string description;
     bool isSet = false;        ///< as `Property::isSet`

@@ -60,7 +60,7 @@ struct BuiltIn<std::chrono::duration<Rep, Period>> {
         return rep ? std::optional(Duration(*rep)) : std::nullopt;
     }
     static constexpr char const* format = "duration";
-    /** The duration of which all values are multiples; empty if there is none. */
+    /** All values are multiples of this duration; empty for types that also count fractions. */
     static std::string resolution() { return isWhole ? durationText(std::int64_t{1}, unit) : std::string(); }
     static std::string expected() {
         if constexpr (isWhole)
