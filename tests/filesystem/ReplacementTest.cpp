@@ -4,9 +4,9 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/resource.h>
 
 #include "DiskSupport.h"
+#include "support/FileSizeLimit.h"
 #include "support/TemporaryName.h"
 
 namespace {
@@ -19,12 +19,6 @@ using ::testing::SizeIs;
 /** Kills the process. */
 void killSelf() {
     static_cast<void>(::raise(SIGKILL));
-}
-
-/** Limits the size of this process's files; SIGXFSZ ends the process if it exceeds the limit. */
-void limitFileSize(rlim_t bytes) {
-    rlimit const limit = {bytes, bytes};
-    ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &limit));
 }
 
 using Replace = OnDisk;
@@ -122,7 +116,7 @@ using ReplaceFailing = OnDisk;
 TEST_F(ReplaceFailing, ChangesNothingAfterAShortWrite) {
     putFile(at("f"), "old");
     ASSERT_EQ(0, inChild([this] {
-                  limitFileSize(100'000);
+                  FileSizeLimit const limit(100'000);
                   FileHandle* const handle = openedForWriting(files, "f");
                   EXPECT_FALSE(write(files, handle, someBytes(200'000)));
                   EXPECT_FALSE(files.close(handle));
@@ -134,7 +128,7 @@ TEST_F(ReplaceFailing, ChangesNothingAfterAShortWrite) {
 TEST_F(ReplaceFailing, ChangesNothingWhenTheLastBytesCannotBeWritten) {
     putFile(at("f"), "old");
     ASSERT_EQ(0, inChild([this] {
-                  limitFileSize(10);
+                  FileSizeLimit const limit(10);
                   FileHandle* const handle = openedForWriting(files, "f");
                   write(files, handle, someBytes(100));
                   EXPECT_FALSE(files.close(handle));
@@ -145,21 +139,21 @@ TEST_F(ReplaceFailing, ChangesNothingWhenTheLastBytesCannotBeWritten) {
 
 TEST_F(ReplaceFailing, AtTheFileSizeLimitIsReportedWithoutASignal) {
     putFile(at("f"), "old");
-    for (rlim_t const limit : {rlim_t{0}, rlim_t{100'000}, rlim_t{199'999}})
+    for (rlim_t const bytes : {rlim_t{0}, rlim_t{100'000}, rlim_t{199'999}})
         ASSERT_EQ(0, inChild([&] {
-                      limitFileSize(limit);
+                      FileSizeLimit const limit(bytes);
                       FileHandle* const handle = openedForWriting(files, "f");
                       EXPECT_FALSE(write(files, handle, someBytes(200'000)));
                       EXPECT_FALSE(files.close(handle));
                       EXPECT_EQ(EFBIG, errno);
                   }))
-            << limit;
+            << bytes;
     EXPECT_EQ("old", fileBytes(at("f")));
 }
 
 TEST_F(ReplaceFailing, DoesNotHappenForAFileOfExactlyTheSizeLimit) {
     ASSERT_EQ(0, inChild([&] {
-                  limitFileSize(200'000);
+                  FileSizeLimit const limit(200'000);
                   EXPECT_TRUE(writeFile(files, "f", someBytes(200'000)));
               }));
     EXPECT_EQ(someBytes(200'000), fileBytes(at("f")));
@@ -168,7 +162,7 @@ TEST_F(ReplaceFailing, DoesNotHappenForAFileOfExactlyTheSizeLimit) {
 TEST_F(ReplaceFailing, PersistsAfterALaterWrite) {
     putFile(at("f"), "old");
     ASSERT_EQ(0, inChild([this] {
-                  limitFileSize(100'000);
+                  FileSizeLimit const limit(100'000);
                   FileHandle* const handle = openedForWriting(files, "f");
                   EXPECT_FALSE(write(files, handle, someBytes(200'000)));
                   EXPECT_TRUE(files.seek(handle, 0, FileSystem::ORIGIN_BEGIN));

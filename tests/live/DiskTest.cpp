@@ -1,19 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
-#include <csignal>
 #include <functional>
 #include <optional>
 
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <utils/Exception.h>
 
 #include "Live.h"
+#include "support/FileSizeLimit.h"
 #include "support/SmallDisk.h"
 
 using namespace velmorand;
+using support::FileSizeLimit;
 using support::inChild;
 
 namespace fs = std::filesystem;
@@ -36,22 +36,6 @@ protected:
             body();
         });
     }
-};
-
-/** While an object of this class exists, the files of this process cannot grow, as on a full disk. */
-class NoRoom {
-public:
-    NoRoom() {
-        EXPECT_EQ(0, ::getrlimit(RLIMIT_FSIZE, &_before));
-        rlimit const none{0, _before.rlim_max};
-        EXPECT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &none));
-    }
-    NoRoom(NoRoom const&) = delete;
-    NoRoom& operator=(NoRoom const&) = delete;
-    ~NoRoom() { ::setrlimit(RLIMIT_FSIZE, &_before); }
-
-private:
-    rlimit _before{};
 };
 
 /** Live settings whose file may be damaged. */
@@ -144,7 +128,7 @@ TEST_F(LiveWithDamage, LeaveTheDamagedFileInItsPlaceUntilTheyCanReplaceIt) {
     EXPECT_EQ(0, inProgram([&](auto&) { EXPECT_EQ(1, read<int>("a/x", -1)); }));
     live::put(file(), "damaged again");
     EXPECT_EQ(0, inChild([&] {
-                  NoRoom const noRoom;
+                  FileSizeLimit const noRoom(0);
                   LiveSettings live(options);
                   EXPECT_EQ(1, read<int>("a/x", -1));
                   write("a/y", 3);
@@ -157,7 +141,7 @@ TEST_F(LiveWithDamage, KeepAFileThatIsDamagedWhileTheyRun) {
     EXPECT_EQ(0, inProgram([&](LiveSettings& live) {
                   live::put(file(), "damaged");
                   {
-                      NoRoom const noRoom;
+                      FileSizeLimit const noRoom(0);
                       EXPECT_FALSE(live.sync().saved);
                       EXPECT_EQ("damaged", live::bytes(file()));
                   }

@@ -1,24 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <csignal>
 #include <filesystem>
 #include <iterator>
 #include <string>
 #include <utility>
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include "notification/Listener.h"
 #include "register/FileWatch.h"
 #include "register/RegisterFile.h"
 #include "register/Scopes.h"
 #include "support/Failure.h"
+#include "support/FileSizeLimit.h"
 #include "support/RegisterProbe.h"
 #include "support/TemporaryDirectory.h"
 
 using filesystem::FileHandle;
 using notification::Listener;
 using support::failure;
+using support::FileSizeLimit;
 using support::lockIsFree;
 using support::RegisterProbe;
 using support::TemporaryDirectory;
@@ -303,26 +303,6 @@ struct Unsuccessful : RegisterProbe {
     }
 
     std::string bytes;
-};
-
-/** While an object exists, the size of this process's files is limited; writes beyond the limit fail. */
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(::rlim_t bytes) : _handler(std::signal(SIGXFSZ, SIG_IGN)) {
-        ::getrlimit(RLIMIT_FSIZE, &_before);
-        ::rlimit const limit = {bytes, _before.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    FileSizeLimit(FileSizeLimit const&) = delete;
-    FileSizeLimit& operator=(FileSizeLimit const&) = delete;
-    ~FileSizeLimit() {
-        ::setrlimit(RLIMIT_FSIZE, &_before);
-        static_cast<void>(std::signal(SIGXFSZ, _handler));
-    }
-
-private:
-    void (*_handler)(int);
-    ::rlimit _before = {};
 };
 
 } // namespace

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cerrno>
-#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -9,13 +8,12 @@
 #include <thread>
 #include <vector>
 
-#include <sys/resource.h>
-
 #include <gtest/gtest.h>
 
 #include <velmorand/Property.h>
 #include <velmorand/Save.h>
 
+#include "support/FileSizeLimit.h"
 #include "support/RegisterProbe.h"
 #include "support/TemporaryDirectory.h"
 
@@ -92,14 +90,10 @@ TEST_F(SaveSettings, ReportsAFailedWriteAndKeepsTheFile) {
     ASSERT_TRUE(saveSettings().saved);
     std::string const saved = bytes();
     write("a", 2);
-    // Files cannot grow. Ignoring the signal makes the write fail instead of killing the process.
-    ASSERT_NE(SIG_ERR, std::signal(SIGXFSZ, SIG_IGN));
-    struct rlimit limit = {};
-    ASSERT_EQ(0, ::getrlimit(RLIMIT_FSIZE, &limit));
-    struct rlimit const nothing = {0, limit.rlim_max};
-    ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &nothing));
-    SaveResult const result = saveSettings();
-    ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &limit));
+    SaveResult const result = [] {
+        support::FileSizeLimit const limit(0);
+        return saveSettings();
+    }();
     EXPECT_FALSE(result.saved);
     EXPECT_EQ(refusal(EFBIG), result.reason);
     EXPECT_EQ(saved, bytes());

@@ -2,10 +2,10 @@
 #include <algorithm>
 #include <filesystem>
 
-#include <sys/resource.h>
 #include <sys/wait.h>
 
 #include "Tool.h"
+#include "support/FileSizeLimit.h"
 
 using namespace tool;
 
@@ -21,19 +21,14 @@ protected:
 
     /** Runs the tool with a limit on the size of files, which has the effect of a full disk. */
     Outcome runOnAFullDisk(Arguments const& arguments) {
-        struct rlimit limit = {};
-        EXPECT_EQ(0, ::getrlimit(RLIMIT_FSIZE, &limit));
-        struct rlimit const nothing = {room, limit.rlim_max};
-        EXPECT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &nothing));
-        Outcome outcome = run(arguments);
-        EXPECT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &limit));
-        return outcome;
+        support::FileSizeLimit const limit(room);
+        return run(arguments);
     }
 
     /** Enough for error messages and coverage counts, but not for a register file with the value of `setting`. */
-    static constexpr rlim_t room = 400'000;
+    static constexpr rlim_t room = 1'000'000;
     Arguments const setting = [] {
-        Arguments arguments(11, std::string(100'000, 'l'));
+        Arguments arguments(15, std::string(100'000, 'l'));
         std::copy_n(Arguments{"set", "strings", "x"}.begin(), 3, arguments.begin());
         return arguments;
     }();
