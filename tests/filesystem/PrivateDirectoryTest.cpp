@@ -52,6 +52,11 @@ TEST_F(PrivateDirectories, ThatExistKeepTheirMode) {
     EXPECT_EQ(0755U, permissions(at("a")));
 }
 
+TEST_F(PrivateDirectories, MayBeGivenWithFurtherSlashes) {
+    EXPECT_TRUE(makePrivateDirectories(at("a//b/")));
+    EXPECT_TRUE(std::filesystem::is_directory(at("a/b")));
+}
+
 TEST_F(PrivateDirectories, DoNotReplaceAFile) {
     putFile(at("a"), "content");
     EXPECT_FALSE(makePrivateDirectories(at("a/b")));

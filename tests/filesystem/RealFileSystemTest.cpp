@@ -470,4 +470,79 @@ TEST_F(RealStamp, OfAMissingFileHasNoNumber) {
     EXPECT_EQ(0U, files.stampAt(text("f")).number);
 }
 
+TEST_F(RealStamp, OfAPathOutsideTheRootHasNoNumber) {
+    EXPECT_EQ(0U, files.stampAt(text("../f")).number);
+}
+
+TEST_F(RealStamp, OfAClosedHandleHasNoNumber) {
+    putFile(at("f"), "x");
+    FileHandle* const handle = openedForReading(files, "f");
+    ASSERT_TRUE(files.close(handle));
+    EXPECT_EQ(0U, files.stamp(handle).number);
+}
+
+/** Files that are kept under a second name. */
+class RealKeep : public OnDisk {
+protected:
+    RealKeep() { putFile(at("f"), "content"); }
+};
+
+TEST_F(RealKeep, ReplacesTheFileOfTheSecondName) {
+    putFile(at("g"), "before");
+    ASSERT_TRUE(files.keepAs(text("f"), text("g")));
+    EXPECT_EQ("content", fileBytes(at("g")));
+    EXPECT_EQ("content", fileBytes(at("f")));
+}
+
+TEST_F(RealKeep, KeepsTheContentThatIsReplacedAfterwards) {
+    ASSERT_TRUE(files.keepAs(text("f"), text("g")));
+    ASSERT_TRUE(writeFile(files, "f", "new"));
+    EXPECT_EQ("content", fileBytes(at("g")));
+}
+
+TEST_F(RealKeep, MayBeRepeated) {
+    ASSERT_TRUE(files.keepAs(text("f"), text("g")));
+    ASSERT_TRUE(files.keepAs(text("f"), text("g")));
+    EXPECT_THAT(listing(files, "/"), ElementsAre("f", "g"));
+}
+
+TEST_F(RealKeep, ReportsAMissingFile) {
+    EXPECT_FALSE(files.keepAs(text("missing"), text("g")));
+    EXPECT_EQ(ENOENT, errno);
+}
+
+TEST_F(RealKeep, RefusesPathsThatAreNotBelowTheRoot) {
+    for (auto const& [path, second] :
+         {std::pair("../f", "g"), std::pair("f", "../g"), std::pair("", "g"), std::pair("f", "/")}) {
+        EXPECT_FALSE(files.keepAs(text(path), text(second)));
+        EXPECT_EQ(EINVAL, errno) << path << ' ' << second;
+    }
+    EXPECT_THAT(listing(files, "/"), ElementsAre("f"));
+}
+
+using RealMoveAside = RealKeep;
+
+TEST_F(RealMoveAside, RenamesTheFile) {
+    ASSERT_TRUE(files.moveAside(text("f"), text("g")));
+    EXPECT_EQ("content", fileBytes(at("g")));
+    EXPECT_THAT(listing(files, "/"), ElementsAre("g"));
+}
+
+TEST_F(RealMoveAside, DoesNotReplaceAFile) {
+    putFile(at("g"), "other");
+    EXPECT_FALSE(files.moveAside(text("f"), text("g")));
+    EXPECT_EQ(EEXIST, errno);
+    EXPECT_EQ("other", fileBytes(at("g")));
+    EXPECT_EQ("content", fileBytes(at("f")));
+}
+
+TEST_F(RealMoveAside, RefusesPathsThatAreNotBelowTheRoot) {
+    for (auto const& [path, name] :
+         {std::pair("../f", "g"), std::pair("f", "../g"), std::pair("", "g"), std::pair("f", "/")}) {
+        EXPECT_FALSE(files.moveAside(text(path), text(name)));
+        EXPECT_EQ(EINVAL, errno) << path << ' ' << name;
+    }
+    EXPECT_THAT(listing(files, "/"), ElementsAre("f"));
+}
+
 } // namespace

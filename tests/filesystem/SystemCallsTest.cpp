@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cerrno>
+#include <chrono>
 #include <cstdarg>
 #include <cstring>
 #include <filesystem>
@@ -18,6 +19,8 @@
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <filesystem/PrivateDirectory.h>
 
 #include "AccessList.h"
 #include "support/TemporaryName.h"
@@ -38,6 +41,8 @@ struct Fault {
 };
 
 Fault* fault = nullptr;
+bool hasLinks = true;        ///< whether the file system supports hard links
+bool canRenameSafely = true; ///< whether it can rename without overwriting
 
 bool fails(char const* name) noexcept {
     if (fault == nullptr || (!fault->name.empty() && fault->name != name))
@@ -120,6 +125,29 @@ int memfd_create(char const* name, unsigned flags) noexcept {
 int renameat(int base, char const* from, int otherBase, char const* to) noexcept {
     VELMORAND_PASS_ON(-1, renameat, base, from, otherBase, to);
 }
+int renameat2(int base, char const* from, int otherBase, char const* to, unsigned flags) noexcept {
+    if (!canRenameSafely) {
+        errno = EINVAL;
+        return -1;
+    }
+    VELMORAND_PASS_ON(-1, renameat2, base, from, otherBase, to, flags);
+}
+int rename(char const* from, char const* to) noexcept {
+    VELMORAND_PASS_ON(-1, rename, from, to);
+}
+int link(char const* from, char const* to) noexcept {
+    VELMORAND_PASS_ON(-1, link, from, to);
+}
+int linkat(int base, char const* from, int otherBase, char const* to, int flags) noexcept {
+    if (!hasLinks) {
+        errno = EPERM;
+        return -1;
+    }
+    VELMORAND_PASS_ON(-1, linkat, base, from, otherBase, to, flags);
+}
+int unlink(char const* path) noexcept {
+    VELMORAND_PASS_ON(-1, unlink, path);
+}
 int unlinkat(int base, char const* path, int flags) noexcept {
     VELMORAND_PASS_ON(-1, unlinkat, base, path, flags);
 }
@@ -192,6 +220,11 @@ std::string told(int error, int call) {
 
 class SystemCalls : public OnDisk {
 protected:
+    ~SystemCalls() noexcept override {
+        hasLinks = true;
+        canRenameSafely = true;
+    }
+
     /** Runs `operation` with a fault. Result: whether it made the call that must fail. */
     template <class Operation>
     bool withFault(Fault planned, Operation operation) {
@@ -246,6 +279,57 @@ protected:
         std::string bytes = handle == nullptr ? "no file" : support::read(files, handle, 100);
         files.close(handle);
         return bytes;
+    }
+
+    /** Keeps a file under a second name, which another file has, while each call fails. */
+    void keepDespiteFaults() {
+        bool isKept = false;
+        int why = 0;
+        failEveryCall(
+            [&] {
+                clear();
+                putFile(at("file"), "content");
+                putFile(at("second"), "before");
+            },
+            [&] {
+                isKept = files.keepAs(text("file"), text("second"));
+                why = errno;
+            },
+            [&] {
+                EXPECT_EQ("content", fileBytes(at("file")));
+                std::string const second = fileBytes(at("second"));
+                // If only the directory could not be flushed, the second name may have the content.
+                EXPECT_TRUE(second == "content" || (second == "before" && !isKept))
+                    << failed << ": " << second;
+                EXPECT_TRUE(isKept || why == error) << failed << ": " << std::strerror(why);
+                EXPECT_TRUE(entries() == (std::set<std::string>{"file", "second"}) || failed == "unlink" ||
+                            failed == "unlinkat")
+                    << failed << ": " << ::testing::PrintToString(entries());
+            });
+    }
+
+    /** Renames a file to an unused name while each call fails. */
+    void moveAsideDespiteFaults() {
+        bool isMoved = false;
+        int why = 0;
+        failEveryCall(
+            [&] {
+                clear();
+                putFile(at("file"), "content");
+            },
+            [&] {
+                isMoved = files.moveAside(text("file"), text("aside"));
+                why = errno;
+            },
+            [&] {
+                EXPECT_TRUE(isMoved || why == error) << failed << ": " << std::strerror(why);
+                // If the old name could not be removed, both exist.
+                EXPECT_TRUE(entries() == std::set<std::string>{isMoved ? "aside" : "file"} ||
+                            (!isMoved && failed == "unlink"))
+                    << failed << ": " << ::testing::PrintToString(entries());
+                for (std::string const& name : entries())
+                    EXPECT_EQ("content", fileBytes(at(name))) << name;
+            });
     }
 
     void clear() {
@@ -561,4 +645,94 @@ TEST_F(SystemCalls, ThatFailToWriteTheBufferEndWriting) {
     EXPECT_FALSE(files.close(handle));
     EXPECT_EQ("old", fileBytes(at("file")));
     EXPECT_EQ((std::set<std::string>{"file"}), entries());
+}
+
+TEST_F(SystemCalls, ThatFailLeaveAKeptFileOldOrNew) {
+    keepDespiteFaults();
+}
+
+TEST_F(SystemCalls, ThatFailLeaveACopiedFileOldOrNew) {
+    hasLinks = false;
+    keepDespiteFaults();
+}
+
+TEST_F(SystemCalls, ThatCannotLinkAFileCopyItForItsOwnerOnly) {
+    putFile(at("file"), someBytes(100'000));
+    for (int const kind : {EPERM, EXDEV, EMLINK, EOPNOTSUPP}) {
+        std::string const second = std::to_string(kind);
+        EXPECT_TRUE(withFault({1, kind, "linkat", false},
+                              [&] { EXPECT_TRUE(files.keepAs(text("file"), text(second))); }));
+        EXPECT_EQ(someBytes(100'000), fileBytes(at(second)));
+        EXPECT_EQ(0600U, permissions(at(second)));
+    }
+}
+
+TEST_F(SystemCalls, ThatFailWhileAFileIsMovedAsideLeaveItsContent) {
+    moveAsideDespiteFaults();
+}
+
+TEST_F(SystemCalls, ThatCannotRenameSafelyAreReplacedByALink) {
+    canRenameSafely = false;
+    moveAsideDespiteFaults();
+}
+
+TEST_F(SystemCalls, ThatCannotExamineAHandleGiveNoStamp) {
+    putFile(at("file"), "content");
+    FileHandle* const handle = openedForReading(files, "file");
+    EXPECT_TRUE(withFault({1, EIO, "fstat", false}, [&] { EXPECT_EQ(0U, files.stamp(handle).number); }));
+    EXPECT_NE(0U, files.stamp(handle).number);
+    EXPECT_TRUE(files.close(handle));
+}
+
+TEST_F(SystemCalls, ThatFailGiveTheReasonWhyAPrivateDirectoryIsNotMade) {
+    bool isMade = false;
+    int why = 0;
+    failEveryCall([&] { clear(); },
+                  [&] {
+                      isMade = filesystem::makePrivateDirectories(at("a/b"));
+                      why = errno;
+                  },
+                  [&] {
+                      // A name that exists but then cannot be found gives the reason of the second look.
+                      EXPECT_TRUE(isMade ? std::filesystem::is_directory(at("a/b"))
+                                         : why == error || (error == EEXIST && why == ENOENT))
+                          << failed << ": " << std::strerror(why);
+                  });
+}
+
+TEST_F(SystemCalls, ThatFindADirectoryCreatedMeanwhileUseIt) {
+    ASSERT_TRUE(filesystem::makePrivateDirectories(at("a")));
+    // As if another process had created it after the first two looks at the path.
+    EXPECT_TRUE(withFault({3, ENOENT, "stat", false},
+                          [&] { EXPECT_TRUE(filesystem::makePrivateDirectories(at("a/b"))); }));
+    EXPECT_TRUE(std::filesystem::is_directory(at("a/b")));
+}
+
+TEST_F(SystemCalls, ThatFailWhileADirectoryIsLockedGiveTheReason) {
+    using filesystem::DirectoryLock;
+    using Outcome = DirectoryLock::Outcome;
+    struct Case {
+        char const* call;
+        int error;
+        Outcome outcome;
+    };
+    for (Case const& expected : {Case{"openat", EACCES, Outcome::taken}, // unreadable
+                                 {"openat", EMFILE, Outcome::failed},
+                                 {"flock", ENOLCK, Outcome::taken}, // no locks
+                                 {"flock", EWOULDBLOCK, Outcome::timedOut},
+                                 {"fstat", EIO, Outcome::failed},
+                                 {"stat", EIO, Outcome::failed},
+                                 {"stat", ENOENT, Outcome::timedOut}, // removed meanwhile
+                                 {"stat", ENOTDIR, Outcome::timedOut}}) {
+        DirectoryLock lock;
+        auto outcome = Outcome::taken;
+        int why = 0;
+        EXPECT_TRUE(withFault({1, expected.error, expected.call, false}, [&] {
+            outcome = lock.take(directory.string(), std::chrono::milliseconds(0));
+            why = errno;
+        })) << expected.call;
+        EXPECT_EQ(expected.outcome, outcome) << expected.call << ": " << std::strerror(expected.error);
+        EXPECT_EQ(expected.outcome == Outcome::taken, lock.isHeld());
+        EXPECT_TRUE(outcome != Outcome::failed || why == expected.error) << std::strerror(why);
+    }
 }

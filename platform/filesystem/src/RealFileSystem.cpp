@@ -406,27 +406,29 @@ bool RealFileSystem::keepAs(QString const& path, QString const& second) {
 
 /** Copies a file that cannot get another link, for example because the file system does not support links. */
 bool RealFileSystem::copy(QString const& path, QString const& second) {
+    // A separate file system, because its destructor discards an incomplete copy.
+    auto disk = std::make_unique<RealFileSystem>(QString::fromUtf8(_root.c_str()));
     FileHandle* from = nullptr;
     FileHandle* to = nullptr;
-    if (!open(path, &from, MODE_READ))
+    if (!disk->open(path, &from, MODE_READ))
         return false;
-    bool isCopied = open(second, &to, MODE_WRITE);
+    bool isCopied = disk->open(second, &to, MODE_WRITE);
     // Only the owner may access the copy: with default permissions, more users could read it than the original.
-    if (RealHandle const* const made = isCopied ? _handles->find(to) : nullptr; made != nullptr)
+    if (RealHandle const* const made = isCopied ? disk->_handles->find(to) : nullptr; made != nullptr)
         isCopied = ::fchmod(made->descriptor(), S_IRUSR | S_IWUSR) == 0;
     std::array<char, 65'536> part{};
     while (isCopied) {
         errno = 0;
-        long const got = read(from, part.data(), static_cast<long>(part.size()));
+        long const got = disk->read(from, part.data(), static_cast<long>(part.size()));
         if (got == 0) {
             isCopied = errno == 0; // otherwise reading failed before the end
             break;
         }
-        isCopied = write(to, part.data(), got) == got;
+        isCopied = disk->write(to, part.data(), got) == got;
     }
-    isCopied = isCopied && close(to);
+    isCopied = isCopied && disk->close(to);
     int const reason = errno;
-    close(from);
+    disk.reset();
     errno = reason;
     return isCopied;
 }
