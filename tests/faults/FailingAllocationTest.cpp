@@ -133,15 +133,20 @@ Operation reading() {
 
 /** If the read fails, the list must be unchanged or contain the first elements of the stored list. */
 Operation readingIntoAUsedList() {
+    // Long elements, so that reading each of them allocates memory.
+    static std::vector<std::string> const whole(5, std::string(200, 'v'));
     Operation operation = reading<kinds::Strings>();
     operation.name = "ReadStringsIntoAUsedList";
+    operation.prepare = [](World& world) {
+        kinds::Strings::write(world.settings, nullptr, there, whole, SCOPE_GLOBAL);
+    };
+    operation.check = [](World& world) { EXPECT_EQ(whole, kinds::Strings::read(world.settings, there)); };
     operation.call = [](World& world) {
         std::vector<std::string> const before = {"1", "2", "3"};
         std::vector<std::string> list = before;
         try {
             world.settings._readStrings(there, list);
         } catch (std::bad_alloc const&) {
-            auto const& whole = large<kinds::Strings>();
             EXPECT_TRUE(list == before ||
                         (list.size() <= whole.size() && std::equal(list.begin(), list.end(), whole.begin())));
             throw;

@@ -148,6 +148,17 @@ TEST(Get, ReturnsTheFallbackForAValueThatIsNotAChoice) {
     EXPECT_EQ(R"(a/unit: "mm" is not allowed: expected one of "cm", "in")", unit.problem());
 }
 
+TEST(LongInvalidValue, IsTruncatedBetweenCharactersInTheMessage) {
+    Property<std::string> const unit{"a/unit", "cm", choices({"cm", "in"})};
+    std::string whole;
+    for (int i = 0; i < 100; ++i)
+        whole += "€"; // 3 bytes
+    write("a/unit", whole);
+    // At most 200 bytes, including the opening quote.
+    EXPECT_EQ("a/unit: \"" + whole.substr(0, 66 * 3) + "... is not allowed: expected one of \"cm\", \"in\"",
+              unit.problem());
+}
+
 TEST(Get, ReturnsTheFallbackForAValueThatTheProgramsCheckRefuses) {
     Property<int> const even{"a/even", 2, check([](int value) { return value % 2 == 0; }, "an even number")};
     write("a/even", 3);

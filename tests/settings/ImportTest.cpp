@@ -15,6 +15,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <filesystem/PrivateDirectory.h>
 #include <utils/Exception.h>
 #include <velmorand/Group.h>
 #include <velmorand/Listener.h>
@@ -22,6 +23,7 @@
 #include <velmorand/Property.h>
 
 #include "support/ChildProcess.h"
+#include "support/FileSizeLimit.h"
 #include "support/TemporaryDirectory.h"
 
 namespace velmorand {
@@ -315,6 +317,72 @@ TEST_F(Import, KeepsTheFileThatItReplaces) {
     write("editor/x", 1);
     importOld(live);
     EXPECT_TRUE(std::filesystem::exists(directory / "user/Velmorand.dat.previous"));
+}
+
+TEST_F(Import, HappensOnceEvenIfAnotherProgramHasImportedSinceThisOneStarted) {
+    putOld(R"({"theme": "dark"})");
+    LiveSettings live(options());
+    runProgram("user", "global", "set velmorand/imported/editor 1");
+    EXPECT_EQ(Result::doneBefore, importOld(live).result);
+    EXPECT_FALSE(Group().contains("editor"));
+}
+
+TEST_F(Import, FindsNothingBelowAFile) {
+    putOld("{}");
+    source.path += "/below";
+    LiveSettings live(options());
+    EXPECT_EQ(Result::nothingThere, importOld(live).result);
+    EXPECT_FALSE(Group().contains("velmorand/imported/editor"));
+}
+
+TEST_F(Import, ReportsAStoreThatCannotBeExamined) {
+    source.path = (directory / std::string(300, 'n')).string();
+    LiveSettings live(options());
+    ImportReport const report = importOld(live);
+    EXPECT_EQ(Result::failed, report.result);
+    EXPECT_EQ(source.path + ": File name too long", report.reason);
+}
+
+TEST_F(Import, ReportsAFileOfTheUserThatCannotBeRead) {
+    putOld(R"({"theme": "dark"})");
+    LiveSettings live(options());
+    std::filesystem::create_directory(directory / "user/Velmorand.dat");
+    ImportReport const report = importOld(live);
+    EXPECT_EQ(Result::failed, report.result);
+    EXPECT_EQ((directory / "user/Velmorand.dat").string() + ": Is a directory", report.reason);
+}
+
+TEST_F(Import, ReportsAMissingUserDirectory) {
+    putOld(R"({"theme": "dark"})");
+    LiveSettings live(options());
+    std::filesystem::remove_all(directory / "user");
+    ImportReport const report = importOld(live);
+    EXPECT_EQ(Result::failed, report.result);
+    EXPECT_EQ((directory / "user").string() + ": No such file or directory", report.reason);
+}
+
+TEST_F(Import, ReportsThatTheFileCannotBeReplaced) {
+    putOld(R"({"theme": "dark"})");
+    LiveSettings live(options());
+    ImportReport const report = [&] {
+        support::FileSizeLimit const limit(0);
+        return importOld(live);
+    }();
+    EXPECT_EQ(Result::failed, report.result);
+    EXPECT_EQ((directory / "user/Velmorand.dat").string() + ": File too large", report.reason);
+    EXPECT_FALSE(Group().contains("editor"));
+}
+
+TEST_F(Import, ReportsThatAnotherProcessHoldsTheLockForTooLong) {
+    putOld(R"({"theme": "dark"})");
+    LiveSettings live(options());
+    filesystem::DirectoryLock other;
+    ASSERT_EQ(filesystem::DirectoryLock::Outcome::taken,
+              other.take((directory / "user").string(), std::chrono::milliseconds(0)));
+    ImportReport const report = importOld(live);
+    EXPECT_EQ(Result::failed, report.result);
+    EXPECT_EQ((directory / "user").string() + ": another process has held the lock for too long",
+              report.reason);
 }
 
 /** A document with many settings, so that importing them takes a while. */

@@ -15,10 +15,13 @@
 #include <thread>
 #include <vector>
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <filesystem/PrivateDirectory.h>
 #include <utils/properties/Register.h>
 #include <velmorand/Initialize.h>
 #include <velmorand/Listener.h>
@@ -104,6 +107,9 @@ protected:
 void damage(fs::path const& file) {
     std::ofstream(file, std::ios::binary) << "not a register file";
 }
+
+/** A register file of a later version. */
+std::string const later("\xD9\xD9\xF7\x83\x02\x00\xD8\x18\x41\xA0", 10);
 
 std::string bytes(fs::path const& file) {
     std::ifstream stream(file, std::ios::binary);
@@ -289,6 +295,35 @@ TEST_F(Live, SaveEverythingWithTheNextChangeIfTheFileHasBeenRemoved) {
     EXPECT_EQ(2, stored("a/y"));
 }
 
+TEST_F(Live, CreateARemovedDirectoryAgain) {
+    LiveSettings live(options);
+    write("a/x", 1);
+    fs::remove_all(options.userDirectory);
+    EXPECT_TRUE(live.sync().saved);
+    EXPECT_EQ(1, stored("a/x"));
+}
+
+TEST_F(Live, ReportAFileInPlaceOfTheirDirectory) {
+    LiveSettings live(options);
+    write("a/x", 1);
+    fs::remove_all(options.userDirectory);
+    std::ofstream(options.userDirectory) << "content";
+    SaveResult const result = live.sync();
+    EXPECT_FALSE(result.saved);
+    EXPECT_EQ(options.userDirectory + ": Not a directory", result.reason);
+}
+
+TEST_F(Live, ReportThatAnotherProcessHoldsTheLockForTooLong) {
+    LiveSettings live(options);
+    write("a/x", 1);
+    filesystem::DirectoryLock other;
+    ASSERT_EQ(filesystem::DirectoryLock::Outcome::taken,
+              other.take(options.userDirectory, std::chrono::milliseconds(0)));
+    SaveResult const result = live.sync();
+    EXPECT_FALSE(result.saved);
+    EXPECT_EQ(options.userDirectory + ": another process has held the lock for too long", result.reason);
+}
+
 TEST_F(Live, DoNotCreateARemovedFileIfNothingChanges) {
     {
         LiveSettings const live(options);
@@ -317,6 +352,63 @@ TEST_F(Live, UseTheDirectoriesOfTheEnvironment) {
     LiveSettings const live;
     EXPECT_EQ((directory / "velmorand").string(), live.userDirectory());
     EXPECT_EQ("/nowhere/velmorand", live.globalDirectory());
+}
+
+TEST_F(Live, UseTheHomeDirectoryIfTheEnvironmentNamesNoOther) {
+    options.userDirectory.clear();
+    ASSERT_EQ(0, ::setenv("HOME", directory.path().c_str(), 1));
+    ASSERT_EQ(0, ::unsetenv("XDG_CONFIG_HOME"));
+    EXPECT_EQ((directory / ".config/velmorand").string(), LiveSettings(options).userDirectory());
+    ASSERT_EQ(0, ::setenv("XDG_CONFIG_HOME", "relative", 1));
+    EXPECT_EQ((directory / ".config/velmorand").string(), LiveSettings(options).userDirectory());
+}
+
+TEST_F(Live, NeedADirectoryForTheUser) {
+    options.userDirectory.clear();
+    ASSERT_EQ(0, ::unsetenv("XDG_CONFIG_HOME"));
+    ASSERT_EQ(0, ::setenv("HOME", "relative", 1));
+    EXPECT_EQ("no directory for the user's settings: neither XDG_CONFIG_HOME nor HOME is set",
+              failure([this] { LiveSettings const live(options); }));
+}
+
+TEST_F(Live, ReportAUserDirectoryThatCannotBeCreated) {
+    std::ofstream(directory / "file") << "content";
+    options.userDirectory = (directory / "file/user").string();
+    EXPECT_EQ("cannot create the directory " + options.userDirectory + ": Not a directory",
+              failure([this] { LiveSettings const live(options); }));
+}
+
+TEST_F(Live, UseTheStandardGlobalDirectoryIfTheEnvironmentNamesNoOther) {
+    options.globalDirectory.clear();
+    ASSERT_EQ(0, ::setenv("XDG_CONFIG_DIRS", "", 1));
+    EXPECT_EQ("/etc/xdg/velmorand", LiveSettings(options).globalDirectory());
+    ASSERT_EQ(0, ::unsetenv("XDG_CONFIG_DIRS"));
+    EXPECT_EQ("/etc/xdg/velmorand", LiveSettings(options).globalDirectory());
+}
+
+TEST_F(Live, UseTheFirstGlobalDirectoryThatHasAFile) {
+    fs::path const second = directory / "second";
+    fs::create_directories(second / "velmorand");
+    run((second / "velmorand").string(), options.userDirectory, "set a/x 1");
+    // A relative path does not count, even if it has a file.
+    fs::current_path(directory.path());
+    fs::create_directories("relative/velmorand");
+    run((directory / "relative/velmorand").string(), options.userDirectory, "set a/x 2");
+    ASSERT_EQ(0, ::setenv("XDG_CONFIG_DIRS", ("relative:/nowhere:" + second.string() + ":/last").c_str(), 1));
+    options.globalDirectory.clear();
+    LiveSettings const live(options);
+    EXPECT_EQ((second / "velmorand").string(), live.globalDirectory());
+    EXPECT_EQ(1, read<int>("a/x"));
+}
+
+TEST_F(Live, DoNotUseTheNumbersOfClosedStandardStreams) {
+    EXPECT_EQ(0, inChild([this] {
+                  for (int stream = 0; stream < 3; ++stream)
+                      ::close(stream);
+                  LiveSettings const live(options);
+                  for (int stream = 0; stream < 3; ++stream)
+                      EXPECT_EQ(-1, ::fcntl(stream, F_GETFD));
+              }));
 }
 
 TEST_F(Live, ExistOnlyOncePerProcess) {
@@ -651,6 +743,30 @@ TEST_F(Live, IgnoreADamagedAdministratorsFileUntilItIsRepaired) {
     EXPECT_EQ(1, read<int>("a/x"));
 }
 
+TEST_F(Live, RefuseAnAdministratorsFileThatCannotBeRead) {
+    fs::create_directory(globalFile());
+    EXPECT_EQ(globalFile().string() + ": Is a directory",
+              failure([this] { LiveSettings const live(options); }));
+}
+
+TEST_F(Live, IgnoreAnAdministratorsFileThatBecomesUnreadable) {
+    LiveSettings live(options);
+    fs::create_directory(globalFile());
+    ASSERT_TRUE(live.sync().saved);
+    ASSERT_EQ(1U, events.size());
+    EXPECT_EQ(LiveEventKind::globalIgnored, events[0].kind);
+    EXPECT_EQ("Is a directory; no settings of the administrator are used until it is repaired",
+              events[0].reason);
+}
+
+TEST_F(Live, ForgetTheAdministratorsSettingsIfTheFileIsRemoved) {
+    administer("set a/x 1");
+    LiveSettings live(options);
+    fs::remove(globalFile());
+    ASSERT_TRUE(live.sync().saved);
+    EXPECT_EQ(-1, read<int>("a/x", -1));
+}
+
 TEST_F(Live, KeepTheAdministratorsSettingsIfTheFileIsDamagedLater) {
     administer("set a/x 1");
     LiveSettings live(options);
@@ -663,11 +779,24 @@ TEST_F(Live, KeepTheAdministratorsSettingsIfTheFileIsDamagedLater) {
 }
 
 TEST_F(Live, DoNotChangeAFileOfALaterVersion) {
-    std::string const later("\xD9\xD9\xF7\x83\x02\x00\xD8\x18\x41\xA0", 10);
     std::ofstream(file(), std::ios::binary) << later;
     EXPECT_THAT(failure([this] { LiveSettings const live(options); }),
                 testing::AllOf(testing::StartsWith(file().string() + ": "), HasSubstr("version")));
     EXPECT_EQ(later, bytes(file()));
+}
+
+TEST_F(Live, DoNotChangeAFileThatAProgramOfALaterVersionHasReplaced) {
+    LiveSettings live(options);
+    for (bool const hasChanged : {false, true}) {
+        std::ofstream(file(), std::ios::binary) << later;
+        if (hasChanged)
+            write("a/x", 1);
+        SaveResult const result = live.sync();
+        EXPECT_FALSE(result.saved);
+        EXPECT_THAT(result.reason,
+                    testing::AllOf(testing::StartsWith(file().string() + ": "), HasSubstr("version")));
+        EXPECT_EQ(later, bytes(file()));
+    }
 }
 
 TEST_F(Live, RefuseAFileThatCannotBeRead) {
@@ -701,6 +830,23 @@ TEST_F(Live, ReportAFailingSaveAndItsRecoveryOnceEach) {
     EXPECT_EQ(LiveEventKind::savedAgain, events[1].kind);
     EXPECT_EQ("", events[1].reason);
     EXPECT_EQ(1, stored("a/x"));
+}
+
+TEST_F(Live, RememberTheLastHundredEvents) {
+    LiveSettings live(options);
+    for (int i = 0; i < 60; ++i) {
+        fs::create_directory(file());
+        write("a/x", i);
+        EXPECT_FALSE(live.sync().saved);
+        fs::remove(file());
+        EXPECT_TRUE(live.sync().saved);
+        fs::remove(file());
+    }
+    EXPECT_EQ(120U, events.size());
+    std::vector<LiveEvent> const remembered = live.events();
+    ASSERT_EQ(100U, remembered.size());
+    EXPECT_EQ(LiveEventKind::saveFailed, remembered.front().kind);
+    EXPECT_EQ(LiveEventKind::savedAgain, remembered.back().kind);
 }
 
 TEST_F(Live, PrintEventsIfNoHandlerIsGiven) {

@@ -208,6 +208,8 @@ TEST(Stored, DurationsAreReadInOtherUnits) {
     EXPECT_EQ(std::chrono::duration<double>(5400), read<std::chrono::duration<double>>("a/x"));
     write("a/x", "-0.25s");
     EXPECT_EQ(-250ms, read<std::chrono::milliseconds>("a/x"));
+    write("a/x", "1.25h");
+    EXPECT_EQ(75min, read<std::chrono::minutes>("a/x"));
 }
 
 TEST(Stored, DurationsAreExact) {
@@ -247,6 +249,8 @@ TEST(Stored, DurationsThatAreTooLongForTheTypeAreNotValid) {
 
 TEST(Stored, DurationsThatAreNotWholeOrOutOfRangeAreNotValid) {
     EXPECT_EQ("PropertyBadType", reading<std::chrono::seconds>("1500ms"));
+    EXPECT_EQ("PropertyBadType", reading<std::chrono::minutes>("1.255h"));
+    EXPECT_EQ("PropertyBadType", reading<std::chrono::minutes>("0." + std::string(70, '0') + "1h"));
     EXPECT_EQ("PropertyBadType", reading<std::chrono::nanoseconds>("106752d"));
     using Small = std::chrono::duration<short>;
     EXPECT_EQ("PropertyBadType", reading<Small>("32768s"));

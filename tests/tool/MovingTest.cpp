@@ -7,12 +7,15 @@
 #include <string>
 #include <vector>
 
+#include <QDateTime>
 #include <QPoint>
 #include <QRect>
 #include <QSettings>
 #include <QSize>
 #include <QString>
 #include <QStringList>
+#include <QUrl>
+#include <QUuid>
 #include <sys/stat.h>
 
 #include "Tool.h"
@@ -108,6 +111,65 @@ TEST_F(FromIni, TypedValuesAreStoredAsTheLibraryStoresThem) {
               "integer   user   map/inner: 1\n"
               "number    user   map/other/x: 1.5\n",
               all());
+}
+
+TEST_F(FromIni, NumbersOfAllSizesAreNumbers) {
+    moved("ini", ini([](QSettings& settings) {
+              settings.setValue("char", QVariant::fromValue('\x05'));
+              settings.setValue("float", QVariant::fromValue(0.5F));
+              settings.setValue("long", QVariant::fromValue(-3L));
+              settings.setValue("short", QVariant::fromValue(short{-2}));
+              settings.setValue("signed char", QVariant::fromValue(static_cast<signed char>(-1)));
+              settings.setValue("unsigned char", QVariant::fromValue(static_cast<unsigned char>(255)));
+              settings.setValue("unsigned long", QVariant::fromValue(4UL));
+              settings.setValue("unsigned short", QVariant::fromValue(static_cast<unsigned short>(65535)));
+              settings.setValue("unsigned", QVariantList{4'000'000'000U});
+              settings.setValue("whole", QVariantList{Q_UINT64_C(18446744073709551615)});
+          }));
+    EXPECT_EQ("integer   user   char: 5\n"
+              "number    user   float: 0.5\n"
+              "string    user   long: \"-3\"\n"
+              "integer   user   short: -2\n"
+              "integer   user   signed char: -1\n"
+              "numbers   user   unsigned: [4000000000.0]\n"
+              "integer   user   unsigned char: 255\n"
+              "string    user   unsigned long: \"4\"\n"
+              "integer   user   unsigned short: 65535\n"
+              "strings   user   whole: [\"18446744073709551615\"]\n",
+              all());
+}
+
+TEST_F(FromIni, AddressesDatesAndIdentifiersAreText) {
+    moved("ini", ini([](QSettings& settings) {
+              settings.setValue("address", QUrl("https://example.org/a b"));
+              settings.setValue("char", QChar('x'));
+              settings.setValue("date", QDate(2026, 11, 22));
+              settings.setValue("id", QUuid("{67c8770b-44f1-410a-ab9a-f9b5446f13ee}"));
+              settings.setValue("moment", QDateTime(QDate(2026, 11, 22), QTime(9, 30), Qt::UTC));
+              settings.setValue("time", QTime(9, 30));
+          }));
+    EXPECT_EQ("string    user   address: \"https://example.org/a%20b\"\n"
+              "string    user   char: \"x\"\n"
+              "string    user   date: \"2026-11-22\"\n"
+              "string    user   id: \"{67c8770b-44f1-410a-ab9a-f9b5446f13ee}\"\n"
+              "string    user   moment: \"2026-11-22T09:30:00.000Z\"\n"
+              "string    user   time: \"09:30:00.000\"\n",
+              all());
+}
+
+TEST_F(FromIni, FractionalGeometryIsAListOfNumbers) {
+    moved("ini", ini([](QSettings& settings) {
+              settings.setValue("at", QPointF(-0.5, 2));
+              settings.setValue("rect", QRectF(0.5, 1.5, 30, 40));
+          }));
+    EXPECT_EQ("numbers   user   at: [-0.5, 2.0]\n"
+              "numbers   user   rect: [0.5, 1.5, 30.0, 40.0]\n",
+              all());
+}
+
+TEST_F(FromIni, AHashIsAGroup) {
+    moved("ini", ini([](QSettings& settings) { settings.setValue("hash", QVariantHash{{"inner", 1}}); }));
+    EXPECT_EQ("integer   user   hash/inner: 1\n", all());
 }
 
 TEST_F(FromIni, GroupsAndArraysAreGroups) {
@@ -315,6 +377,28 @@ TEST_F(FromDconf, ValuesThatTheRegisterCannotStoreAreRefused) {
               outcome.out);
 }
 
+TEST_F(FromDconf, RareTypesHaveTheKindsOfCommonOnes) {
+    moved("dconf",
+          file("[/]\nn=uint16 65535\nb=false\nobject=objectpath '/a/b'\nsignature=signature 'ai'\n"));
+    EXPECT_EQ("boolean   user   b: false\n"
+              "integer   user   n: 65535\n"
+              "string    user   object: \"/a/b\"\n"
+              "string    user   signature: \"ai\"\n",
+              all());
+}
+
+TEST_F(FromDconf, BytesNeedNotEndWithAZeroByte) {
+    moved("dconf", file("[/]\nbytes=[byte 0x41, 0x42]\nnone=@ay []\n"));
+    EXPECT_EQ("string    user   bytes: \"AB\"\n"
+              "string    user   none: \"\"\n",
+              all());
+}
+
+TEST_F(FromDconf, AnEmptyListOfListsIsRefused) {
+    EXPECT_EQ("refused   lists: values of type aai cannot be imported\n1 refused\n",
+              run({"import", "--from", "dconf", file("[/]\nlists=@aai []\n")}).out);
+}
+
 TEST_F(FromDconf, AFileThatIsNotADumpIsRefused) {
     EXPECT_THAT(run({"import", "--from", "dconf", file("[/]\nx=1\n[/\n")}), Complains(2, at("old") + ": "));
     EXPECT_EQ("no file", bytesOf(userFile));
@@ -339,10 +423,12 @@ TEST_F(FromJson, ObjectsAreGroups) {
 }
 
 TEST_F(FromJson, WholeNumbersGetTheSmallestPossibleKind) {
-    moved("json", file(R"({"a": 2147483647, "b": -2147483649, "c": 9007199254740993})"));
+    moved("json",
+          file(R"({"a": 2147483647, "b": -2147483649, "c": 9007199254740993, "d": -9007199254740993})"));
     EXPECT_EQ("integer   user   a: 2147483647\n"
               "number    user   b: -2147483649.0\n"
-              "string    user   c: \"9007199254740993\"\n",
+              "string    user   c: \"9007199254740993\"\n"
+              "string    user   d: \"-9007199254740993\"\n",
               all());
 }
 
