@@ -27,6 +27,15 @@ protected:
     }
 };
 
+TEST(DirEntry, IsComparedByItsName) {
+    filesystem::DirEntry const a{"a"};
+    filesystem::DirEntry const b{"b"};
+    EXPECT_TRUE(a < b);
+    EXPECT_FALSE(b < a);
+    EXPECT_TRUE(a == a && !(a == b));
+    EXPECT_TRUE(a != b && !(a != a));
+}
+
 template <class Form>
 using Exists = Tree<Form>;
 TYPED_TEST_SUITE(Exists, Forms, FormNames);

@@ -72,6 +72,23 @@ TEST_F(LiveAtTheEnd, SaveAtAnExitFromTheEventListener) {
     expectStored("a/x", 2);
 }
 
+TEST_F(LiveAtTheEnd, AllowAnExitEvenIfAThreadNeverReleasesTheLock) {
+    ASSERT_EQ(7, inChild([this] {
+                  LiveSettings const live(options);
+                  write("a/x", 1);
+                  std::atomic<bool> isHeld{false};
+                  std::thread([&isHeld] {
+                      Lock const lock;
+                      isHeld = true;
+                      waitForTheEnd();
+                  }).detach();
+                  while (!isHeld)
+                      std::this_thread::yield();
+                  ::alarm(60); // for an exit that waits forever
+                  std::exit(7);
+              }));
+}
+
 TEST_F(LiveAtTheEnd, AllowAForkedChildToExitEvenIfAnotherThreadHeldTheLock) {
     ASSERT_EQ(0, inChild([this] {
                   LiveSettings const live(options);

@@ -193,6 +193,11 @@ TEST(Catalogue, WritesLongNumbersAsText) {
               onlyEntry());
 }
 
+TEST(Catalogue, WritesListsOfBooleans) {
+    Property<std::vector<bool>> const days{"a/days", {true, false}};
+    EXPECT_EQ(R"("a/days": {"type": "booleans", "fallback": [true, false]})", onlyEntry());
+}
+
 TEST(Catalogue, WritesDurationsAsText) {
     using Seconds = std::chrono::duration<double>;
     Property<Seconds> const autosave{"a/autosave", 30s, atLeast(1s)};

@@ -148,6 +148,20 @@ TEST(Get, ReturnsTheFallbackForAValueThatIsNotAChoice) {
     EXPECT_EQ(R"(a/unit: "mm" is not allowed: expected one of "cm", "in")", unit.problem());
 }
 
+TEST(AssignedProperty, IsThatOfTheOtherName) {
+    Property<int> assigned{"a/x", 1};
+    assigned = Property<int>{"a/y", 2};
+    EXPECT_EQ("a/y", assigned.name());
+    EXPECT_EQ(2, assigned.get());
+}
+
+TEST(Set, AcceptsAnElementOfABooleanList) {
+    Property<bool> const on{"a/on", false};
+    std::vector<bool> list{true};
+    on.set(list[0]);
+    EXPECT_TRUE(on.get());
+}
+
 TEST(LongInvalidValue, IsTruncatedBetweenCharactersInTheMessage) {
     Property<std::string> const unit{"a/unit", "cm", choices({"cm", "in"})};
     std::string whole;
