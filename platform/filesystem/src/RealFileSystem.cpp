@@ -25,7 +25,7 @@ namespace filesystem {
 
 namespace {
 
-constexpr std::size_t readAhead = 16'384;
+constexpr long readAhead = 16'384;
 
 /** The UTF-8 bytes of a path; `nullopt` if it is not well-formed, or has a NUL, which would truncate it. */
 std::optional<std::string> systemName(QString const& path) {
@@ -156,17 +156,17 @@ public:
 private:
     /** Up to `count` bytes at the position from the read-ahead buffer; fills it first unless `count` is large. */
     std::string_view ahead(long count) {
-        long const available = static_cast<long>(_ahead.size());
-        if (_position >= _aheadStart && _position - _aheadStart < available)
-            return std::string_view(_ahead).substr(static_cast<std::size_t>(_position - _aheadStart),
-                                                   static_cast<std::size_t>(count));
-        if (count >= static_cast<long>(readAhead))
-            return {};
-        _ahead.resize(readAhead);
-        long const got = readDirectly(_ahead.data(), static_cast<long>(readAhead));
-        _ahead.resize(static_cast<std::size_t>(std::max(got, 0L)));
-        _aheadStart = _position;
-        return std::string_view(_ahead).substr(0, static_cast<std::size_t>(count));
+        if (_position < _aheadStart || _position >= _aheadStart + _aheadSize) {
+            if (count >= readAhead)
+                return {};
+            if (_ahead == nullptr)
+                _ahead.reset(new char[readAhead]); // not zeroed
+            _aheadStart = _position;
+            _aheadSize = std::max(readDirectly(_ahead.get(), readAhead), 0L);
+        }
+        auto const from = static_cast<std::size_t>(_position - _aheadStart);
+        return std::string_view(_ahead.get(), static_cast<std::size_t>(_aheadSize))
+            .substr(from, static_cast<std::size_t>(count));
     }
 
     /** Result: 0 at the end of the file; `errno` is 0 then. */
@@ -177,8 +177,9 @@ private:
     }
 
     Descriptor _file;
-    std::string _ahead; // bytes of the file, from `_aheadStart` on
+    std::unique_ptr<char[]> _ahead; // bytes of the file, from `_aheadStart` on
     ::off_t _aheadStart = 0;
+    long _aheadSize = 0;
     ::off_t _position = 0;
 };
 
