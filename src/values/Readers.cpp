@@ -31,11 +31,9 @@ bool readDirectly(_Register& object, std::string const& name, Value& value) {
     return true;
 }
 
+/** Reads through a handle. It is not inlined, so that other reads do not have to save registers for it. */
 template <class Value>
-void readValue(_Register& object, std::string const& name, Value& value) {
-    Lock const lock(*_Register::_mutex);
-    if (readDirectly(object, name, value))
-        return;
+[[gnu::noinline]] void readThroughHandle(_Register& object, std::string const& name, Value& value) {
     std::string const path = object._locateProperty(name);
     filesystem::FileHandle* handle = nullptr;
     if (!object.open(toQString(path), &handle, filesystem::FileSystem::MODE_READ))
@@ -45,6 +43,13 @@ void readValue(_Register& object, std::string const& name, Value& value) {
         throw PropertyBadType(); // Intentional: the handle stays open, as after every failed read.
     Record<Value>::readPayload(record, value);
     object.close(handle);
+}
+
+template <class Value>
+void readValue(_Register& object, std::string const& name, Value& value) {
+    Lock const lock(*_Register::_mutex);
+    if (!readDirectly(object, name, value))
+        readThroughHandle(object, name, value);
 }
 
 } // namespace
