@@ -48,6 +48,9 @@ struct Entry {
     std::string_view content;
 };
 
+inline Entry find(_Register const&, std::string_view const*, std::string_view const*, std::string_view) {
+    return {Kind::none, {}};
+}
 inline Entry find(_Register const&, std::initializer_list<std::string_view>, std::string_view) {
     return {Kind::none, {}};
 }
@@ -69,10 +72,7 @@ constexpr bool isOpen(_Register const&) {
 
 /** The entry that readers find under a name: the one in the first scope that has it. The lock is held. */
 inline Entry locate(_Register const& object, std::string const& name) {
-    return find(
-        object,
-        {scopeDirectory(lookupOrder[0]), scopeDirectory(lookupOrder[1]), scopeDirectory(lookupOrder[2])},
-        name);
+    return find(object, lookupDirectories.data(), lookupDirectories.data() + lookupDirectories.size(), name);
 }
 
 /**

@@ -29,4 +29,8 @@ constexpr std::string_view scopeDirectory(RegisterScope scope) {
     return scope == SCOPE_USER ? "user" : scope == SCOPE_TEMPORARY ? "temp" : "global";
 }
 
+/** The first-level directories of the scopes, in the order in which readers search them. */
+inline constexpr std::array lookupDirectories{scopeDirectory(lookupOrder[0]), scopeDirectory(lookupOrder[1]),
+                                              scopeDirectory(lookupOrder[2])};
+
 } // namespace utils::properties

@@ -2,6 +2,7 @@
 #include <atomic>
 #include <cstdint>
 #include <limits>
+#include <string>
 
 #include "FileSystemSupport.h"
 #include "filesystem/ChangeCounter.h"
@@ -46,6 +47,43 @@ TEST_F(Direct, RewritesTheSameFileByAPathWithEmptyLevels) {
         EXPECT_EQ(std::string(1, path[0]), readFile(files, "/top/group/file")) << path;
         EXPECT_THAT(listing(files, "/top/group"), ElementsAre("file")) << path;
     }
+}
+
+TEST_F(Direct, CreatesAFileByAPathWithEmptyLevels) {
+    int made = 0;
+    for (char const* const path : {"A", "/A", "//A", "A/", "group/A", "/group/A", "group//A", "group/A/"}) {
+        std::string name = path;
+        name[name.find('A')] = static_cast<char>('a' + made++);
+        ASSERT_NE(nullptr, rewrite(files, "top", name, 0)) << path;
+        EXPECT_EQ(Kind::file, find(files, {"top"}, name).kind) << path;
+        EXPECT_EQ("", readFile(files, "/top/" + name)) << path;
+    }
+    EXPECT_THAT(listing(files, "/top"), ElementsAre("a", "b", "c", "d", "group"));
+    EXPECT_THAT(listing(files, "/top/group"), ElementsAre("e", "f", "file", "g", "h"));
+}
+
+TEST_F(Direct, CreatesNoFileWithAnInvalidName) {
+    for (char const* const path : {"group/.", "group/..", ".", "..", "missing/new", "group/file/new"})
+        EXPECT_EQ(nullptr, rewrite(files, "top", path, 0)) << path;
+    EXPECT_THAT(listing(files, "/top/group"), ElementsAre("file"));
+}
+
+TEST_F(Direct, CreatesAFileWhoseNameIsNotValidUtf8UnderTheReplacementOfTheName) {
+    ASSERT_NE(nullptr, rewrite(files, "top", "group/\xFF", 0));
+    EXPECT_THAT(listing(files, "/top/group"), ElementsAre("file", "\xEF\xBF\xBD"));
+    EXPECT_EQ(Kind::file, find(files, {"top"}, "group/\xEF\xBF\xBD").kind);
+}
+
+TEST_F(Direct, FindsNothingInNoDirectories) {
+    EXPECT_EQ(Kind::none, find(files, {}, "group/file").kind);
+}
+
+TEST_F(Direct, FindsAnEntryInTheFirstDirectoryThatHasIt) {
+    ASSERT_TRUE(files.mkdir(text("/other")));
+    ASSERT_TRUE(writeFile(files, "/other/file", "other"));
+    EXPECT_EQ("other", find(files, {"top", "missing", "other"}, "file").content);
+    EXPECT_EQ("old", find(files, {"missing", "top", "other"}, "group/file").content);
+    EXPECT_EQ("other", find(files, {"top", "other"}, "//file").content);
 }
 
 TEST_F(Direct, RefusesToRewriteAFileThatCannotHoldTheContent) {

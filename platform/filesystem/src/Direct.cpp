@@ -14,11 +14,14 @@ namespace filesystem::direct {
 
 namespace {
 
-Entry entryAt(Tree const& tree, NodeId id) {
-    if (id == noNode)
+Entry entryOf(Node const* node) {
+    if (node == nullptr)
         return {Kind::none, {}};
-    Node const& node = tree[id];
-    return node.directory != 0 ? Entry{Kind::directory, {}} : Entry{Kind::file, node.content()};
+    return node->directory != 0 ? Entry{Kind::directory, {}} : Entry{Kind::file, node->content()};
+}
+
+Entry entryAt(Tree const& tree, NodeId id) {
+    return entryOf(id != noNode ? &tree[id] : nullptr);
 }
 
 /** Not inlined, so that rewrites that need no recording do not have to save registers for this call. */
@@ -61,19 +64,34 @@ NodeId findCanonical(Tree const& tree, std::string_view directory, std::string_v
     return tree.find(TreePath::below(directory, canonicalPath(path, storage)));
 }
 
-/**
- * Finds what was not found under the unchanged path. It is not inlined, so that other look-ups do not have to save
- * registers for it.
- */
-[[gnu::noinline]] Entry findOtherwise(Tree const& tree, std::initializer_list<std::string_view> directories,
-                                      std::string_view path) {
-    std::string storage;
-    std::string_view const canonical = canonicalPath(path, storage);
-    return entryAt(tree, canonical == path ? noNode : tree.findBelow(directories, canonical));
+/** The node at `path`, whose hash is `pathHash`, in the first of the directories that contains it; null if none does. */
+Node const* findIn(Tree const& tree, std::string_view const* directories, std::string_view const* end,
+                   std::string_view path, std::uint64_t pathHash) {
+    Node const* node = nullptr;
+    while (directories != end && node == nullptr)
+        node = tree.findBelow(*directories++, path, pathHash);
+    return node;
 }
 
-/** Likewise, rewrites or creates a file if nothing was found at `place`, its unchanged path. */
-[[gnu::noinline]] char* rewriteOtherwise(Tree& tree, TreePath place, std::size_t size) {
+/**
+ * Finds what is not in the first of the directories under the unchanged path, whose hash is `pathHash`. It is not inlined,
+ * so that other look-ups do not have to save registers for it.
+ */
+[[gnu::noinline]] Entry findOtherwise(Tree const& tree, std::string_view const* directories,
+                                      std::string_view const* end, std::string_view path,
+                                      std::uint64_t pathHash) {
+    if (directories == end)
+        return entryOf(nullptr);
+    if (Node const* const node = findIn(tree, directories + 1, end, path, pathHash); node != nullptr)
+        return entryOf(node);
+    std::string storage;
+    std::string_view const canonical = canonicalPath(path, storage);
+    return entryOf(canonical == path ? nullptr
+                                     : findIn(tree, directories, end, canonical, PathHash::of(canonical)));
+}
+
+/** Rewrites or creates a file if nothing was found at `place`, its unchanged path. */
+char* rewriteCanonical(Tree& tree, TreePath place, std::size_t size) {
     std::string storage;
     std::string_view const canonical = canonicalPath(place.rest, storage);
     if (canonical != place.rest) {
@@ -83,6 +101,22 @@ NodeId findCanonical(Tree const& tree, std::string_view directory, std::string_v
     }
     NodeId const id = tree.make(place, false, size);
     return id != noNode ? tree[id].contentBegin() : nullptr;
+}
+
+/**
+ * Likewise, without examining the whole path if possible. It is not inlined, so that other rewrites do not have to save
+ * registers for it.
+ */
+[[gnu::noinline]] char* rewriteOtherwise(Tree& tree, TreePath const& place, std::size_t size) {
+    // If the directory is found under its unchanged path, only the name remains to be examined.
+    TreePath::Parts const parts = place.split();
+    bool const hasLeadingSlash = parts.parent.rest.empty() && parts.name.size() < place.rest.size();
+    if (!hasLeadingSlash && isName(parts.name))
+        if (NodeId const parent = tree.find(parts.parent); parent != noNode) {
+            NodeId const id = tree.makeIn(parent, parts.name, place.hash, false, size);
+            return id != noNode ? tree[id].contentBegin() : nullptr;
+        }
+    return rewriteCanonical(tree, place, size);
 }
 
 /** Whether one child of a directory precedes another on a walk: directories sort as if their names ended in "/". */
@@ -104,11 +138,14 @@ bool isVisitedBefore(Node const& left, Node const& right) {
 
 // A fast path: if an entry is found under the unchanged path, the path is canonical and need not be examined.
 
-Entry find(RAMFileSystem const& fileSystem, std::initializer_list<std::string_view> directories,
+Entry find(RAMFileSystem const& fileSystem, std::string_view const* directories, std::string_view const* end,
            std::string_view path) {
     Tree const& tree = DirectAccess::tree(fileSystem);
-    NodeId const id = tree.findBelow(directories, path);
-    return id != noNode ? entryAt(tree, id) : findOtherwise(tree, directories, path);
+    std::uint64_t const pathHash = PathHash::of(path);
+    if (directories != end)
+        if (Node const* const node = tree.findBelow(*directories, path, pathHash); node != nullptr)
+            return entryOf(node);
+    return findOtherwise(tree, directories, end, path, pathHash);
 }
 
 std::vector<std::string> list(RAMFileSystem const& fileSystem, std::string_view directory,

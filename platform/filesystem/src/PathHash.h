@@ -22,11 +22,16 @@ public:
 
     void append(std::string_view bytes) noexcept;
 
-    /** The hash of everything that was appended, followed by `bytes`. */
+    /** The hash of everything that was appended, followed by `bytes`; only for `join`, which completes the mixing. */
     [[nodiscard]] std::uint64_t with(std::string_view bytes) const noexcept;
 
-    /** The hash of `bytes` alone. */
+    /** Likewise, of `bytes` alone. */
     [[nodiscard]] static std::uint64_t of(std::string_view bytes) noexcept;
+
+    /**
+     * The hash of a path's first level, for `join`. A short name is its own hash, because `join` mixes it with the secret.
+     */
+    [[nodiscard]] static std::uint64_t ofFirst(std::string_view name) noexcept;
 
     /** The hash of a whole path, from the hash of its first level and that of the rest. */
     [[nodiscard]] static std::uint32_t join(std::uint64_t first, std::uint64_t rest) noexcept;
@@ -36,7 +41,7 @@ private:
         std::uint64_t seed;
         std::uint64_t block;
         std::uint64_t tail;
-        std::uint64_t end;
+        std::uint64_t first;
     };
 
     /** Sixteen bytes, padded with zeros. */
@@ -95,7 +100,7 @@ inline std::uint64_t PathHash::mixed(std::uint64_t state, Block const& block) no
 
 inline std::uint64_t PathHash::finished(std::uint64_t state, Block const& tail,
                                         std::uint64_t length) noexcept {
-    return mix(mix(tail.low ^ secret.tail, tail.high ^ state) ^ length, secret.end);
+    return mix(tail.low ^ secret.tail, tail.high ^ state) ^ length;
 }
 
 /** Continues with `bytes`, which start at a block boundary, and finishes the hash of `length` bytes in total. */
@@ -110,8 +115,12 @@ inline std::uint64_t PathHash::of(std::string_view bytes) noexcept {
     return finished(secret.seed, bytes, bytes.size());
 }
 
+inline std::uint64_t PathHash::ofFirst(std::string_view name) noexcept {
+    return name.size() <= sizeof(std::uint64_t) ? loadPartialWord(name.data(), name.size()) : of(name);
+}
+
 inline std::uint32_t PathHash::join(std::uint64_t first, std::uint64_t rest) noexcept {
-    return static_cast<std::uint32_t>(mix(first ^ secret.end, rest ^ secret.seed));
+    return static_cast<std::uint32_t>(mix(first ^ secret.first, rest));
 }
 
 } // namespace filesystem

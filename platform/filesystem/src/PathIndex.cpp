@@ -9,8 +9,9 @@ namespace {
 
 constexpr std::size_t smallestTable = 16;
 
+/** The most entries in a table: in a fuller one, look-ups of missing entries would have to pass too many others. */
 constexpr std::size_t limit(std::size_t tableSize) {
-    return tableSize - tableSize / 8;
+    return tableSize - 3 * (tableSize / 16);
 }
 
 } // namespace

@@ -10,7 +10,7 @@
 namespace filesystem {
 
 /**
- * Finds nodes by the hash of their path: one flat table with open addressing, at most seven eighths full, with eight
+ * Finds nodes by the hash of their path: one flat table with open addressing, at most thirteen sixteenths full, with eight
  * bytes per slot.
  */
 class PathIndex {

@@ -18,7 +18,7 @@ public:
     /** The place of the root. */
     PathPlace() = default;
 
-    explicit PathPlace(TreePath const& path) : _isRoot(path.isRoot()), _first(PathHash::of(path.first)) {
+    explicit PathPlace(TreePath const& path) : _isRoot(path.isRoot()), _first(PathHash::ofFirst(path.first)) {
         if (path.rest.empty())
             return;
         _rest.append(path.rest);
@@ -27,7 +27,7 @@ public:
 
     /** The hash of the path of `name` in this directory. */
     [[nodiscard]] std::uint32_t hashOf(std::string_view name) const {
-        return _isRoot ? PathHash::join(PathHash::of(name), PathHash::of({}))
+        return _isRoot ? PathHash::join(PathHash::ofFirst(name), PathHash::of({}))
                        : PathHash::join(_first, _rest.with(name));
     }
 
@@ -36,7 +36,7 @@ public:
         PathPlace place(*this);
         if (_isRoot) {
             place._isRoot = false;
-            place._first = PathHash::of(name);
+            place._first = PathHash::ofFirst(name);
         } else {
             place._rest.append(name);
             place._rest.append("/");

@@ -45,46 +45,27 @@ Tree::Tree() {
 }
 
 NodeId Tree::find(TreePath const& path) const {
-    return path.isRoot() ? root : findInIndex(path);
+    auto const matches = [this, first = path.first, rest = path.rest](NodeId id) {
+        return standsAt(_nodes[id], first, rest);
+    };
+    return path.isRoot() ? root : _index.find(path.hash, matches);
 }
 
-/**
- * Whether a node's path is `path`. Names are never empty and contain no "/", so paths with empty levels do not match,
- * except that the rest may begin with a "/".
- */
-bool Tree::standsAt(NodeId id, TreePath const& path) const {
-    Node const& node = _nodes[id];
-    if (node.hasPath())
-        return isPath(node.wholePath(), path.first, path.rest);
-    Node const& around = _nodes[node.parent];
-    std::size_t const size = node.nameLength;
-    if (!around.hasPath() || size > path.rest.size())
-        return standsBelow(id, path);
-    // The usual case.
-    std::size_t const before = path.rest.size() - size;
-    char const* const name = path.rest.data() + before;
-    if (!sameBytes(node.text(), name, size))
-        return false;
-    if (before == 0)
-        return isPath(around.wholePath(), path.first, {});
-    return name[-1] == '/' && isPath(around.wholePath(), path.first, path.rest.substr(0, before - 1));
-}
-
-/** As `standsAt`: compares the names from the node up to the first directory that has its whole path. */
-bool Tree::standsBelow(NodeId id, TreePath const& path) const {
-    char const* const rest = path.rest.data();
-    std::size_t left = path.rest.size();
-    for (; !_nodes[id].hasPath(); id = _nodes[id].parent) {
-        std::string_view const name = _nodes[id].name();
+/** As `standsAt`, for any node: compares the names from the node up to the first directory that has its whole path. */
+bool Tree::standsBelow(Node const& node, std::string_view first, std::string_view rest) const noexcept {
+    std::size_t left = rest.size();
+    Node const* at = &node;
+    for (; !at->hasPath(); at = &_nodes[at->parent]) {
+        std::string_view const name = at->name();
         if (left == 0)
-            return _nodes[id].parent == root && name == path.first;
-        if (name.size() > left || !sameBytes(name.data(), rest + left - name.size(), name.size()))
+            return at->parent == root && name == first;
+        if (name.size() > left || !sameBytes(name.data(), rest.data() + left - name.size(), name.size()))
             return false;
         left -= name.size();
         if (left != 0 && rest[--left] != '/')
             return false;
     }
-    return isPath(_nodes[id].wholePath(), path.first, {rest, left});
+    return isPath(at->wholePath(), first, rest.substr(0, left));
 }
 
 std::vector<NodeId> const& Tree::children(NodeId directory) {
@@ -118,14 +99,19 @@ void Tree::arrange(Children& children) noexcept {
 
 NodeId Tree::make(TreePath const& path, bool directory, std::size_t contentSize) {
     TreePath::Parts const parts = path.split();
-    NodeId const parent = Node::fits(parts.name.size(), contentSize) ? parentFor(parts) : noNode;
-    if (parent == noNode)
+    NodeId const parent = parentFor(parts);
+    return parent != noNode ? makeIn(parent, parts.name, path.hash, directory, contentSize) : noNode;
+}
+
+NodeId Tree::makeIn(NodeId parent, std::string_view name, std::uint32_t hash, bool directory,
+                    std::size_t contentSize) {
+    if (_nodes[parent].directory == 0 || !Node::fits(name.size(), contentSize))
         return noNode;
     if (givesNotice())
-        giveNotice(parent, parts.name);
+        giveNotice(parent, name);
     _index.reserve(1);
-    NodeId const id = add(parent, parts.name, path.hash, directory, contentSize);
-    _index.insert({path.hash, id});
+    NodeId const id = add(parent, name, hash, directory, contentSize);
+    _index.insert({hash, id});
     come(id);
     return id;
 }

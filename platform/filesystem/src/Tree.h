@@ -4,7 +4,6 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <initializer_list>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -62,9 +61,9 @@ public:
     /** The node at `path`; `noNode` if there is none. */
     [[nodiscard]] NodeId find(TreePath const& path) const;
 
-    /** The node at `rest` below the first of these first-level directories that has one; `noNode` if none has. */
-    [[nodiscard]] NodeId findBelow(std::initializer_list<std::string_view> firsts,
-                                   std::string_view rest) const;
+    /** The node at `rest`, whose hash is `restHash`, below the first-level directory `first`; null if there is none. */
+    [[nodiscard]] Node const* findBelow(std::string_view first, std::string_view rest,
+                                        std::uint64_t restHash) const;
 
     /**
      * The children of a directory in ascending byte order of their names; valid until the tree changes. Several threads
@@ -86,6 +85,10 @@ public:
      * Errors: `std::bad_alloc`, and those of the notice; nothing has changed.
      */
     NodeId make(TreePath const& path, bool directory, std::size_t contentSize = 0);
+
+    /** Likewise, in the directory `parent`, with a valid name, which is not checked again. `hash`: of the whole path. */
+    NodeId makeIn(NodeId parent, std::string_view name, std::uint32_t hash, bool directory,
+                  std::size_t contentSize = 0);
 
     /** Removes a node other than the root, and everything below it. */
     void remove(NodeId id) noexcept;
@@ -169,9 +172,10 @@ private:
     void giveNotice(NodeId parent, std::string_view name) const;
     [[nodiscard]] std::vector<NodeId> const& childrenInAnyOrder(NodeId id) const;
     void giveNoticeOfAll(NodeId apart, TreePath const& path) const;
-    [[nodiscard]] NodeId findInIndex(TreePath const& path) const;
-    [[nodiscard]] bool standsAt(NodeId id, TreePath const& path) const;
-    [[nodiscard]] bool standsBelow(NodeId id, TreePath const& path) const;
+    [[nodiscard]] bool standsAt(Node const& node, std::string_view first,
+                                std::string_view rest) const noexcept;
+    [[nodiscard]] bool standsBelow(Node const& node, std::string_view first,
+                                   std::string_view rest) const noexcept;
     [[nodiscard]] NodeId parentFor(TreePath::Parts const& parts) const;
     bool makeMissing(TreePath const& path, NodeId& outermostMade);
     NodeId childDirectory(NodeId parent, std::string_view name, std::uint32_t hash, NodeId& outermostMade);

@@ -48,12 +48,16 @@ inline bool sameBytes(char const* left, char const* right, std::size_t count) no
         return part == other;
     };
     // The last comparison may overlap the one before it.
-    if (count >= 8) {
-        for (std::size_t at = 0; at + 8 < count; at += 8)
+    if (count > 8) {
+        std::size_t at = 0;
+        do {
             if (!same(at, std::uint64_t{}))
                 return false;
-        return same(count - 8, std::uint64_t{});
+            at += 8;
+        } while (at + 8 < count);
     }
+    if (count >= 8)
+        return same(count - 8, std::uint64_t{});
     if (count >= 4)
         return same(0, std::uint32_t{}) && same(count - 4, std::uint32_t{});
     return count == 0 || (left[0] == right[0] && left[count / 2] == right[count / 2] &&

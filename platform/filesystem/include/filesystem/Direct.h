@@ -33,10 +33,19 @@ struct Entry {
     std::string_view content; ///< of a file, otherwise empty; valid until the file system is next changed
 };
 
-/** The entry at `path` in the first of `directories` that contains it; its kind is `none` if no directory does. */
+/**
+ * The entry at `path` in the first of the directories from `directories` to `end` that contains it; its kind is `none` if
+ * no directory does.
+ */
 [[nodiscard]] VELMORAND_FILESYSTEM_EXPORT Entry find(RAMFileSystem const& fileSystem,
-                                                     std::initializer_list<std::string_view> directories,
-                                                     std::string_view path);
+                                                     std::string_view const* directories,
+                                                     std::string_view const* end, std::string_view path);
+
+/** Likewise, with a list of directories. */
+[[nodiscard]] inline Entry find(RAMFileSystem const& fileSystem,
+                                std::initializer_list<std::string_view> directories, std::string_view path) {
+    return find(fileSystem, directories.begin(), directories.end(), path);
+}
 
 /**
  * The names of the files or, for `Kind::directory`, of the directories directly in the directory at a location, in
