@@ -36,7 +36,13 @@ public:
             grow(count);
         return _block.get() + _size;
     }
-    void setEnd(char const* end) { _size = static_cast<std::size_t>(end - _block.get()); }
+    void setEnd(char const* end) { _size = offset(end); }
+
+    /** The place of a byte in the buffer; unlike its address, it does not change when the buffer grows. */
+    [[nodiscard]] std::size_t offset(char const* byte) const {
+        return static_cast<std::size_t>(byte - _block.get());
+    }
+    [[nodiscard]] char const* at(std::size_t offset) const { return _block.get() + offset; }
 
     [[nodiscard]] std::string_view content() const { return {_block.get() + _begin, _size - _begin}; }
 
@@ -70,12 +76,16 @@ private:
     std::unique_ptr<char[]> _block;
 };
 
-/** Encodes directories without recursion, with a stack of the lists of children that are being traversed. */
+/**
+ * Encodes directories without recursion, with a stack of the lists of children that are being traversed. Another thread
+ * may change the tree without a lock meanwhile, so each size is read once, and names are checked in the output.
+ */
 class Encoder {
 public:
     Encoder(Tree& tree, Output& out) : _tree(tree), _out(out) {}
 
-    void write(NodeId directory) {
+    /** Result: whether everything that was written is valid. */
+    [[nodiscard]] bool write(NodeId directory) {
         enter(directory);
         while (!_open.empty()) {
             Range& range = _open.back();
@@ -85,8 +95,10 @@ public:
             }
             if (range.end - range.next > lookAhead)
                 __builtin_prefetch(&_tree[range.next[lookAhead]]);
-            writeEntry(*range.next++);
+            if (!writeEntry(range, *range.next++))
+                return false;
         }
+        return true;
     }
 
 private:
@@ -96,26 +108,37 @@ private:
     struct Range {
         NodeId const* next;
         NodeId const* end;
+        std::size_t last = 0;     ///< the offset of the previous name
+        std::size_t lastSize = 0; ///< 0 before the first name
     };
 
     void enter(NodeId directory) {
         auto const& children = _tree.children(directory);
-        _open.push_back({children.data(), children.data() + children.size()});
-        _out.setEnd(writeHead(_out.end(longestHead), Major::map, children.size()));
+        std::size_t const count = children.size();
+        _open.push_back({children.data(), children.data() + count});
+        _out.setEnd(writeHead(_out.end(longestHead), Major::map, count));
     }
 
-    void writeEntry(NodeId id) {
+    [[nodiscard]] bool writeEntry(Range& range, NodeId id) {
         Node const& node = _tree[id];
         bool const isFile = node.directory == 0;
         std::string_view const name = node.name();
         std::string_view const content = isFile ? node.content() : std::string_view();
-        char* end = _out.end(2 * longestHead + name.size() + content.size());
-        end = writeText(writeHead(end, Major::text, name.size()), name);
+        char* const copied =
+            writeHead(_out.end(2 * longestHead + name.size() + content.size()), Major::text, name.size());
+        char* end = writeText(copied, name);
         if (isFile)
             end = writeText(writeHead(end, Major::bytes, content.size()), content);
+        std::string_view const written(copied, name.size());
+        if (!precedes({_out.at(range.last), range.lastSize}, written) || !isName(written) ||
+            !Node::fits(name.size(), content.size()))
+            return false;
+        range.last = _out.offset(copied);
+        range.lastSize = name.size();
         _out.setEnd(end);
         if (!isFile)
             enter(id);
+        return true;
     }
 
     Tree& _tree;
@@ -123,26 +146,26 @@ private:
     std::vector<Range> _open;
 };
 
-/**
- * Decodes a payload without recursion, with a stack of the directories whose entries are not all decoded. Passes each
- * entry to a visitor; the visitor's type `Directory` is its state for a directory on the stack.
- */
-template <class Visitor>
+/** Decodes a payload without recursion, with a stack of the directories whose entries are not all decoded. */
 class Decoder {
 public:
-    Decoder(Visitor& visitor, std::string_view payload) : _visitor(visitor), _scanner(payload) {}
+    Decoder(Tree& tree, Tree::Apart& result, std::string_view payload)
+        : _tree(tree), _result(result), _scanner(payload) {}
 
-    /** Errors: `utils::Exception` if the payload is not exactly one tree; those of the visitor. */
-    void read() {
+    /**
+     * `path` is the final path of the result.
+     * Errors: `utils::Exception` if the payload is not exactly one tree.
+     */
+    void read(TreePath const& path) {
         Item const top = _scanner.next();
         if (top.kind != Kind::map)
             refuseAsDamaged("its payload is not a directory");
-        enter(_visitor.top(), top.number);
+        enter(_result.directory(), PathPlace(path), top.number);
         while (!_open.empty()) {
             if (_open.back().left != 0) {
                 readEntry();
             } else {
-                _visitor.leave(_open.back().directory);
+                leave(_open.back().id);
                 _open.pop_back();
             }
         }
@@ -151,59 +174,36 @@ public:
     }
 
 private:
-    struct Level {
-        typename Visitor::Directory directory;
-        std::uint64_t left; ///< entries that have not been decoded
-    };
-
-    void enter(typename Visitor::Directory const& directory, std::uint64_t count) {
-        // An entry has at least two bytes, so a larger count cannot be right.
-        if (count > _scanner.left() / 2)
-            refuseAsTruncated();
-        _open.push_back({directory, count});
-    }
-
-    void readEntry() {
-        Level& level = _open.back();
-        --level.left;
-        NamedItem const entry = takeEntry(_scanner);
-        if (entry.isDirectory)
-            enter(_visitor.addDirectory(level.directory, entry.name), entry.count);
-        else
-            _visitor.addFile(level.directory, entry.name, entry.content);
-    }
-
-    Visitor& _visitor;
-    Scanner _scanner;
-    std::vector<Level> _open;
-};
-
-/** A visitor that builds the tree. */
-class Builder {
-public:
     struct Directory {
         NodeId id;
         PathPlace place;
+        std::uint64_t left; ///< entries that have not been decoded
     };
 
-    Builder(Tree& tree, Tree::Apart& result, TreePath const& path)
-        : _tree(tree), _result(result), _topPlace(path) {}
-
-    [[nodiscard]] Directory top() const { return {_result.directory(), _topPlace}; }
-
-    Directory addDirectory(Directory const& parent, std::string_view name) {
-        return {_result.addDirectory(parent.id, name, parent.place.hashOf(name)), parent.place.below(name)};
+    void enter(NodeId id, PathPlace const& place, std::uint64_t count) {
+        // An entry has at least two bytes, so a larger count cannot be right.
+        if (count > _scanner.left() / 2)
+            refuseAsTruncated();
+        _open.push_back({id, place, count});
     }
 
-    void addFile(Directory const& parent, std::string_view name, std::string_view content) {
-        _result.fill(_result.addFile(parent.id, name, parent.place.hashOf(name), content.size()), content);
+    void readEntry() {
+        Directory& parent = _open.back();
+        --parent.left;
+        NamedItem const entry = takeEntry(_scanner);
+        std::uint32_t const hash = parent.place.hashOf(entry.name);
+        if (entry.isDirectory)
+            enter(_result.addDirectory(parent.id, entry.name, hash), parent.place.below(entry.name),
+                  entry.count);
+        else
+            _result.fill(_result.addFile(parent.id, entry.name, hash, entry.content.size()), entry.content);
     }
 
     /** Refuses duplicate names, which are impossible if the names are in ascending order. */
-    void leave(Directory const& directory) {
-        if (_tree.areOrdered(directory.id))
+    void leave(NodeId directory) {
+        if (_tree.areOrdered(directory))
             return;
-        auto const& sorted = _tree.children(directory.id);
+        auto const& sorted = _tree.children(directory);
         auto const twice =
             std::adjacent_find(sorted.begin(), sorted.end(), [this](NodeId left, NodeId right) {
                 return _tree[left].name() == _tree[right].name();
@@ -212,49 +212,11 @@ public:
             refuseAsDamaged("duplicate name: " + quoted(_tree[*twice].name()));
     }
 
-private:
     Tree& _tree;
     Tree::Apart& _result;
-    PathPlace _topPlace;
+    Scanner _scanner;
+    std::vector<Directory> _open;
 };
-
-/** A visitor that only checks that all names are in ascending order, as in every file that is written. */
-class OrderCheck {
-public:
-    struct Directory {
-        std::string_view last; ///< the previous name; empty at first
-    };
-
-    static Directory top() { return {}; }
-
-    static Directory addDirectory(Directory& parent, std::string_view name) {
-        check(parent, name);
-        return {};
-    }
-
-    static void addFile(Directory& parent, std::string_view name, std::string_view /*content*/) {
-        check(parent, name);
-    }
-
-    static void leave(Directory const& /*directory*/) {}
-
-private:
-    static void check(Directory& directory, std::string_view name) {
-        if (!precedes(directory.last, name))
-            refuseAsDamaged("names out of order: " + quoted(name));
-        directory.last = name;
-    }
-};
-
-bool isSound(std::string_view payload) {
-    try {
-        OrderCheck check;
-        Decoder<OrderCheck>(check, payload).read();
-        return true;
-    } catch (utils::Exception const&) {
-        return false;
-    }
-}
 
 } // namespace
 
@@ -263,12 +225,10 @@ std::optional<Bytes> encodeTree(Tree& tree, NodeId directory) {
     Output out(sizeof front);
     if (directory == noNode)
         out.setEnd(writeHead(out.end(longestHead), Major::map, 0));
-    else
-        Encoder(tree, out).write(directory);
+    else if (!Encoder(tree, out).write(directory))
+        return std::nullopt;
 
     std::string_view const payload = out.content();
-    if (!isSound(payload))
-        return std::nullopt;
     char const* const end = writeTreeHead(front, checksumOf(payload), payload.size());
     out.prepend({front, static_cast<std::size_t>(end - front)});
     return out.release();
@@ -323,8 +283,7 @@ void checkPayload(TreeHead const& head, std::size_t size, std::uint32_t checksum
 void decodeTree(Tree& tree, Tree::Apart& result, TreePath const& path, TreeHead const& head,
                 std::string_view payload) {
     checkPayload(head, payload.size(), checksumOf(payload));
-    Builder builder(tree, result, path);
-    Decoder<Builder>(builder, payload).read();
+    Decoder(tree, result, payload).read(path);
 }
 
 } // namespace filesystem
