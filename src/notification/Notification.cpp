@@ -21,10 +21,10 @@ using Listeners = std::multimap<std::string, _Register::Callback*>;
  */
 class Round {
 public:
-    /** `first` is the first entry of the key. */
-    Round(Listeners& listeners, Listeners::iterator first) : _outer(_innermost), _next(first) {
+    /** `last` is the last entry of the key. */
+    Round(Listeners& listeners, Listeners::iterator last) : _outer(_innermost), _next(last) {
         // Entries that are added from now on follow these in the map.
-        for (auto entry = first; entry != listeners.end() && entry->first == first->first; ++entry)
+        for (; _next != listeners.begin() && std::prev(_next)->first == last->first; --_next)
             ++_left;
         _innermost = this;
     }
@@ -73,7 +73,7 @@ private:
     Round* _outer;
     Listeners::value_type const* _current = nullptr; ///< the entry being called; null once it is removed
     Listeners::iterator _next;
-    std::size_t _left = 0;
+    std::size_t _left = 1; ///< entries that have not been called
 };
 
 Round* Round::_innermost = nullptr;
@@ -118,22 +118,29 @@ bool shorten(std::string& key) {
     return true;
 }
 
-constexpr std::size_t longKey = 512; // bytes; for longer keys, looking up every level costs too much
+/** How many bytes two keys have in common at their beginning. */
+std::size_t sharedSize(std::string const& left, std::string const& right) {
+    std::size_t const most = std::min(left.size(), right.size());
+    constexpr std::size_t step = 8; // compared by one instruction
+    std::size_t shared = 0;
+    while (shared + step <= most && std::memcmp(left.data() + shared, right.data() + shared, step) == 0)
+        shared += step;
+    while (shared < most && left[shared] == right[shared])
+        ++shared;
+    return shared;
+}
 
 /**
- * Shortens a key that has no entries, and skips enclosing groups without entries: any enclosing group that has entries
- * sorts before `key`, so its name is not longer than the prefix that `key` shares with the entry right before it.
- * `after` is the first entry after `key`.
+ * Shortens a key without entries to the innermost group around it that may have some: such a group sorts before the key,
+ * so its name is not longer than the part that the key shares with `before`, the last entry's key that is not after it.
+ * Result: false if there is no such group.
  */
-void skip(std::string& key, Listeners const& listeners, Listeners::const_iterator after) {
-    if (after == listeners.begin()) {
-        key.resize(1);
-        return;
-    }
-    std::string const& before = std::prev(after)->first;
-    auto const shared = std::mismatch(before.begin(), before.end(), key.begin(), key.end()).second;
-    // One more byte than the shared prefix: it may be the slash after the group.
-    key.erase(shared + 1, key.end());
+bool narrow(std::string& key, std::string const& before) {
+    std::size_t const shared = sharedSize(key, before);
+    if (shared == key.size())
+        return true;        // the key itself has entries
+    key.resize(shared + 1); // the byte after the shared part may be the "/" after the group
+    return shorten(key);
 }
 
 void announce(Listeners& listeners, void* sender, std::string const& name) {
@@ -141,13 +148,17 @@ void announce(Listeners& listeners, void* sender, std::string const& name) {
         return;
     std::string key = std::move(spares.key);
     key = name;
-    do {
-        auto const first = listeners.lower_bound(key);
-        if (first != listeners.end() && first->first == key)
-            Round(listeners, first).notify(sender, name);
-        else if (key.size() > longKey)
-            skip(key, listeners, first);
-    } while (shorten(key));
+    while (true) {
+        auto last = listeners.upper_bound(key);
+        if (last == listeners.begin() || !narrow(key, (--last)->first))
+            break;
+        // Now `key` is a prefix of the last entry's key.
+        if (key.size() != last->first.size())
+            continue;
+        Round(listeners, last).notify(sender, name);
+        if (!shorten(key))
+            break;
+    }
     spares.key = std::move(key);
 }
 

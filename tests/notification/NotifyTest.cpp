@@ -100,6 +100,14 @@ TYPED_TEST(Notify, CallsNoListenerOfAnotherNameForANameOfManyLevels) {
     EXPECT_THAT(this->change('/' + name), IsEmpty());
 }
 
+TYPED_TEST(Notify, PassesOverKeysThatSortBetweenANameAndItsGroups) {
+    this->listenUnder({"g", "g!", "g/", "g/a", "g/h!", "g/h/a", "g/h/o", "g/h/p!", "g/h0"});
+    EXPECT_THAT(this->change("g/h/p"), ElementsAre("g: g/h/p"));
+    this->listenUnder({"g/h"});
+    EXPECT_THAT(this->change("g/h/p"), ElementsAre("g/h: g/h/p", "g: g/h/p"));
+    EXPECT_THAT(this->change("g/h/k/p"), ElementsAre("g/h: g/h/k/p", "g: g/h/k/p"));
+}
+
 TYPED_TEST(Notify, DoesNotTreatAPrefixAsAGroup) {
     this->listenUnder({"g", "g/h"});
     EXPECT_THAT(this->change("gh"), IsEmpty());
