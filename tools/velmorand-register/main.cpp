@@ -167,10 +167,10 @@ private:
                                : tool::list(_places, _group, _isRecursive, _isLong);
         });
         list->add_option("GROUP", _group, "The group [all settings]")->type_name("");
-        list->add_flag("-r,--recursive", _isRecursive, "Include nested groups");
-        list->add_flag("-l,--long", _isLong,
-                       "Also print the values or, with --declared, which\nvalues are allowed");
-        list->add_flag("--declared", _isDeclared, "List declared settings, with values or fallbacks");
+        addFlag(list, "-r,--recursive", _isRecursive, "Include nested groups");
+        addFlag(list, "-l,--long", _isLong,
+                "Also print the values or, with --declared, which\nvalues are allowed");
+        addFlag(list, "--declared", _isDeclared, "List declared settings, with values or fallbacks");
 
         auto* const get = add("get", "Print a property's value, one element per line",
                               [this] { return tool::get(_places, _name); });
@@ -187,7 +187,7 @@ private:
             ->type_name("");
         addName(set, "The property's name");
         _values = addWords(set, "VALUE", "The value, or the elements of a list");
-        set->add_flag("--force", _isForced, "Also set locked settings and invalid values");
+        addFlag(set, "--force", _isForced, "Also set locked settings and invalid values");
         set->footer("Put -- before values that begin with \"-\", unless a digit follows.\n" +
                     set->get_footer());
 
@@ -214,16 +214,16 @@ private:
         importing->add_option("FILE", _moving.file, "The file to import; - for standard input")
             ->required()
             ->type_name("");
-        importing->add_flag("--replace", _isReplacing, "Remove all other settings");
+        addFlag(importing, "--replace", _isReplacing, "Remove all other settings");
         importing
             ->add_option("--from", _store,
                          "The format of another store: ini (QSettings), kconfig,\ndconf, json (any object)")
             ->type_name("STORE");
         importing->add_option("--map", _moving.map, "With --from: a file of new names and kinds")
             ->type_name("FILE");
-        importing->add_flag("--overwrite", _moving.isOverwriting, "With --from: replace existing values");
-        importing->add_flag("--force", _moving.isForced, "With --from: also set locked or invalid values");
-        importing->add_flag("--dry-run", _moving.isDryRun, "Only print what would be changed");
+        addFlag(importing, "--overwrite", _moving.isOverwriting, "With --from: replace existing values");
+        addFlag(importing, "--force", _moving.isForced, "With --from: also set locked or invalid values");
+        addFlag(importing, "--dry-run", _moving.isDryRun, "Only print what would be changed");
     }
 
     void addFiles() {
@@ -237,7 +237,7 @@ private:
         auto* const check = add("check", "Check register files and all their values", [this] {
             return _isDeclared ? tool::checkDeclared(_places, _checked) : tool::check(_places, _checked);
         });
-        check->add_flag("--declared", _isDeclared, "Also check names and values against declarations");
+        addFlag(check, "--declared", _isDeclared, "Also check names and values against declarations");
         check->add_option("FILE", _checked, "A register file, or its directory [those of all scopes]")
             ->type_name("");
 
@@ -262,6 +262,16 @@ private:
 
     void addName(CLI::App* command, char const* what) {
         command->add_option("NAME", _name, what)->required()->type_name("");
+    }
+
+    /**
+     * Adds an option without a value. Without the check, CLI11 would accept values such as "false", and its message
+     * about any other value would not give the reason.
+     */
+    static void addFlag(CLI::App* command, std::string const& names, bool& isGiven, std::string const& what) {
+        command->add_flag(names, isGiven, what)->check([](std::string const& value) {
+            return value == "true" ? std::string() : "does not take a value: " + value;
+        });
     }
 
     /**
