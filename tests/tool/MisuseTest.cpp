@@ -80,6 +80,9 @@ std::vector<Case> wrongCalls() {
         {"ImportWithoutFile", {"import"}, "FILE is required"},
         {"DiffOfOneFile", {"diff", "a"}, "OTHER is required"},
         {"DiffOfThreeFiles", {"diff", "a", "b", "c"}, "unexpected argument: c"},
+        {"DiffOfStandardInputWithItself",
+         {"diff", "-", "-"},
+         "only one of FILE and OTHER can be standard input\n"},
         {"CheckOfTwoFiles", {"check", "a", "b"}, "unexpected argument: b"},
         {"WatchOfAFile", {"watch", "a"}, "unexpected argument: a"},
     };

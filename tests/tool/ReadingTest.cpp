@@ -233,10 +233,19 @@ TEST_F(Reading, ComparesSettingsFromAPipe) {
     EXPECT_EQ(0, outcome.status) << outcome.err;
 }
 
+TEST_F(Reading, ComparesSettingsFromStandardInput) {
+    std::string const json = answer({"export"});
+    answer({"set", "integer", "both", "2"});
+    EXPECT_EQ("- both: integer 1\n+ both: integer 2\n", run({"diff", "-", user}, json).out);
+    EXPECT_EQ("- both: integer 2\n+ both: integer 1\n", run({"diff", user, "-"}, json).out);
+}
+
 TEST_F(Reading, ReportsAnInvalidExport) {
     putBytes(at("settings.json"), "{\n\"x\": {}}");
     EXPECT_THAT(run({"diff", at("settings.json"), user}),
                 Complains(2, at("settings.json") + ":2: \"x\": \"type\" is missing"));
+    EXPECT_THAT(run({"diff", "-", user}, "{\n\"x\": {}}"),
+                Complains(2, "standard input:2: \"x\": \"type\" is missing"));
 }
 
 TEST_F(Reading, ReportsAFileThatCannotBeCompared) {

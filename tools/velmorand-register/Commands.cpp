@@ -44,12 +44,15 @@ bool isExport(std::string const& path) {
     return first != std::string_view::npos && text[first] == '{';
 }
 
-/** The settings in a register file or in an export. Errors: `Failure` if the file is missing or damaged. */
+/**
+ * The settings in a register file, in an export, or in an export on standard input ("-"). Errors: `Failure` if the file
+ * is missing or damaged.
+ */
 Settings settingsAt(std::string const& path) {
     Settings settings;
     RegisterFile const file = fileAt(path);
-    if (isExport(file.path())) {
-        importSettings(path, readAll(path), settings);
+    if (path == "-" || isExport(file.path())) {
+        importSettings(titleOf(path), readAll(path), settings);
         return settings;
     }
     try {
@@ -154,6 +157,8 @@ Status previewImport(Places const& places, std::string const& source, bool isRep
 }
 
 Status diff(std::string const& before, std::string const& after) {
+    if (before == "-" && after == "-")
+        throw WrongCall("only one of FILE and OTHER can be standard input");
     Settings const old = settingsAt(before);
     return printChanges(old, settingsAt(after), std::cout) ? Status::notThere : Status::done;
 }

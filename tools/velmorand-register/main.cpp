@@ -229,7 +229,9 @@ private:
     void addFiles() {
         auto* const diff = add("diff", "Print the differences between two files",
                                [this] { return tool::diff(_file, _otherFile); });
-        diff->add_option("FILE", _file, "A register file, its directory, or a file of exported settings")
+        diff->add_option("FILE", _file,
+                         "A register file, its directory, or a file of exported\nsettings; - for exported "
+                         "settings on standard input")
             ->required()
             ->type_name("");
         diff->add_option("OTHER", _otherFile, "The file to compare it with")->required()->type_name("");
