@@ -203,6 +203,21 @@ TEST_F(Import, GivesValuesTheKindsThatTheProgramDeclares) {
     EXPECT_EQ(7, wrong.get());
 }
 
+TEST_F(Import, AcceptsDigitsAndAnyCaseForDeclaredBooleans) {
+    source.store = Store::ini;
+    putOld("[General]\nbar=1\nwrap=0\nspell=TRUE\nbell=False\n");
+    Property<bool> const bar{"editor/bar", false};
+    Property<bool> const wrap{"editor/wrap", true};
+    Property<bool> const spell{"editor/spell", false};
+    Property<bool> const bell{"editor/bell", true};
+    LiveSettings live(options());
+    importOld(live);
+    EXPECT_TRUE(bar.get());
+    EXPECT_FALSE(wrap.get());
+    EXPECT_TRUE(spell.get());
+    EXPECT_FALSE(bell.get());
+}
+
 TEST_F(Import, RefusesValuesThatTheDeclarationsDoNotAllow) {
     putOld(R"({"size": 80, "theme": "pink", "sizes": [8, 80], "even": 3, "tabs": 70000, "ok": 12})");
     Property<double> const size{"editor/size", 11.0, range(6.0, 72.0)};

@@ -100,6 +100,29 @@ TEST_F(FromIni, GeometryIsAListOfNumbers) {
               all());
 }
 
+TEST_F(FromIni, ABooleanMayBeADigitAndInAnyCase) {
+    moved("ini", file("a=1\nb=0\nc=TRUE\nd=False\nlist=1, false, True\n"),
+          map("/ -> x/ as boolean\nlist -> list as booleans"));
+    EXPECT_EQ("booleans  user   list: [true, false, true]\n"
+              "boolean   user   x/a: true\n"
+              "boolean   user   x/b: false\n"
+              "boolean   user   x/c: true\n"
+              "boolean   user   x/d: false\n",
+              all());
+}
+
+TEST_F(FromIni, OtherTextIsNotABoolean) {
+    Outcome const outcome = run({"import", "--from", "ini", file("a=no\nb=On\nc=\nd=2\ne=01\n"), "--map",
+                                 map("/ -> x/ as boolean")[1]});
+    EXPECT_EQ("refused   a -> x/a: \"no\" is not a boolean (use true or false)\n"
+              "refused   b -> x/b: \"On\" is not a boolean (use true or false)\n"
+              "refused   c -> x/c: \"\" is not a boolean (use true or false)\n"
+              "refused   d -> x/d: \"2\" is not a boolean (use true or false)\n"
+              "refused   e -> x/e: \"01\" is not a boolean (use true or false)\n"
+              "5 refused\n",
+              outcome.out);
+}
+
 TEST_F(FromIni, TypedValuesAreStoredAsTheLibraryStoresThem) {
     moved("ini", ini([](QSettings& settings) {
               settings.setValue("bytes", QByteArray("\x01z", 2));

@@ -34,7 +34,8 @@ using KindOf = std::function<std::string(std::string const& name)>;
 
 /**
  * Reads another store. A kind given by the map takes precedence over `kindOf`, and both over the natural kind. A value
- * of another kind is converted through its text, which is parsed as by `valueOf`.
+ * of another kind is converted through its text, which is parsed as by `valueOf`; for a boolean, "1", "0" and upper-case
+ * letters are accepted, too.
  * Result: all settings of the store, in the store's own order.
  * Errors: `utils::Exception` with the reason, but without the path, if the whole store cannot be read, because it is
  * missing or invalid, or the reader for it is not installed. Problems of single settings are in the result.

@@ -50,12 +50,28 @@ std::string nameOf(std::vector<std::string> const& path) {
     return name;
 }
 
+/** A boolean as `valueOf` accepts it; other stores also write 1 and 0, and any case. Leaves other texts unchanged. */
+std::string booleanText(std::string text) {
+    std::string lower = text;
+    std::transform(text.begin(), text.end(), lower.begin(), [](char letter) {
+        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+    });
+    if (lower == "true" || lower == "1")
+        return "true";
+    if (lower == "false" || lower == "0")
+        return "false";
+    return text;
+}
+
 AnyValue converted(Found const& found, std::size_t kind) {
     constexpr std::size_t singles = kindNames.size() / 2;
     if (found.value->index() == kind)
         return *found.value;
     bool const isReadAsList = kind >= singles && found.list;
-    return valueOf(kind, isReadAsList ? *found.list : textsOf(*found.value));
+    std::vector<std::string> texts = isReadAsList ? *found.list : textsOf(*found.value);
+    if (kind % singles == AnyValue(bool()).index())
+        std::transform(texts.begin(), texts.end(), texts.begin(), booleanText);
+    return valueOf(kind, texts);
 }
 
 ForeignSetting settingFrom(Found const& found, ImportMap const& map, KindOf const& kindOf) {
