@@ -17,6 +17,7 @@
 
 #include <filesystem/PrivateDirectory.h>
 #include <utils/Exception.h>
+#include <velmorand/Catalogue.h>
 #include <velmorand/Group.h>
 #include <velmorand/Listener.h>
 #include <velmorand/LiveSettings.h>
@@ -144,6 +145,25 @@ TEST_F(Import, HappensAgainOnceTheRecordIsReset) {
     EXPECT_EQ(Outcome::unchanged, outcomeOf(report, "theme"));
 }
 
+TEST_F(Import, HappensAgainOnceAllSettingsAreRemoved) {
+    putOld(R"({"theme": "dark"})");
+    LiveSettings live(options());
+    importOld(live);
+    Group().remove();
+    EXPECT_EQ(Result::imported, importOld(live).result);
+    EXPECT_EQ("dark", read<std::string>("editor/theme"));
+}
+
+TEST_F(Import, DoesNotHappenAgainOnceDeclaredSettingsAreReset) {
+    putOld(R"({"theme": "dark"})");
+    Property<std::string> const theme{"editor/theme", "light"};
+    LiveSettings live(options());
+    importOld(live);
+    resetDeclaredProperties();
+    EXPECT_EQ(Result::doneBefore, importOld(live).result);
+    EXPECT_EQ("light", theme.get());
+}
+
 TEST_F(Import, OfEachIdIsIndependent) {
     putOld(R"({"theme": "dark"})");
     LiveSettings live(options());
@@ -266,6 +286,18 @@ TEST_F(Import, RefusesLockedSettings) {
     EXPECT_EQ("the administrator has locked it", refusalOf(report, "theme"));
     EXPECT_EQ(Outcome::set, outcomeOf(report, "size"));
     EXPECT_THAT(Group("editor").properties(SCOPE_USER), ElementsAre("size"));
+}
+
+TEST_F(Import, DoesNotImportRefusedSettingsOnceTheyAreUnlocked) {
+    putOld(R"({"theme": "dark"})");
+    lock("editor/theme");
+    LiveSettings live(options());
+    importOld(live);
+    lock("editor/other");
+    live.sync();
+    ASSERT_FALSE(isLocked("editor/theme"));
+    EXPECT_EQ(Result::doneBefore, importOld(live).result);
+    EXPECT_FALSE(Group().contains("editor/theme"));
 }
 
 TEST_F(Import, RefusesSettingsInAGroupLockedSinceTheProgramStarted) {

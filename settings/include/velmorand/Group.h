@@ -105,7 +105,8 @@ public:
     /**
      * Removes all of the user's settings in the group, or only the user's property or group `relative`, and then any
      * enclosing groups that are left empty. Values in other scopes stay, and come into force again. Then notifies the
-     * listeners, except those of `sender`, of each removed property.
+     * listeners, except those of `sender`, of each removed property. Removing the group of all settings affects every
+     * program that shares them, and removes the records of `importOnce`, so that the next start imports again.
      * Errors: `utils::Exception`, with nothing removed, after the register's end, and if `relative` is empty: only the
      * overload without it removes the whole group. Exceptions of listeners, with everything removed; the names are
      * announced again with the next change.

@@ -108,9 +108,13 @@ struct ImportReport {
  * memory. If several processes start at the same time, one imports and the others wait for it. If a process dies during
  * the import, either everything has been imported or nothing; in the latter case the next start tries again.
  *
- * A setting that the user already has, in the file or in this process, is kept. To import again, reset
- * "velmorand/imported/ID". Removing all settings has the same effect. If the old store does not exist, nothing is
- * recorded, and the next start looks for it again.
+ * A setting that the user already has, in the file or in this process, is kept. If the old store does not exist, nothing
+ * is recorded, and the next start looks for it again. Otherwise the import is complete even if settings were refused:
+ * they are not imported later, even if the administrator unlocks them.
+ *
+ * To import again, reset "velmorand/imported/ID"; this also brings back settings that the user has reset since.
+ * `Group().remove()` removes the record, too. To reset a program's settings without a new import, call
+ * `resetDeclaredProperties`, or remove the program's own group.
  *
  * A value gets the kind that the map gives, otherwise the kind of the `Property` declared under the new name, otherwise
  * its natural kind. Values that the `Property` does not allow, and values whose names the administrator has locked, are
