@@ -7,7 +7,7 @@
 #include <iterator>
 #include <memory>
 
-#include "FileSystemSupport.h"
+#include "DiskSupport.h"
 
 namespace {
 
@@ -434,14 +434,22 @@ TYPED_TEST(Skip, StopsAtTheStartAndTheEnd) {
     EXPECT_EQ(0, this->files.tell(handle));
 }
 
-TEST(HandleOfALargeFile, IsReadAtAnyPosition) {
-    TemporaryDirectory directory;
-    std::string const path = directory.string() + "/f";
-    std::ofstream(path) << "start";
-    std::filesystem::resize_file(path, std::uintmax_t{3} << 30U);
-    std::ofstream(path, std::ios::app) << "end";
-    RealFileSystem files(text(directory.string()));
-    FileHandle* const handle = openedForReading(files, "f");
+/** A file of 3 GiB, more than an `int` can count: "start", zeros, "end". */
+class HandleOfALargeFile : public OnDisk {
+protected:
+    static constexpr std::int64_t size = std::int64_t{3} << 30U;
+
+    void SetUp() override {
+        putFile(at("f"), "start");
+        std::filesystem::resize_file(at("f"), static_cast<std::uintmax_t>(size) - 3);
+        std::ofstream(at("f"), std::ios::app) << "end";
+        handle = openedForReading(files, "f");
+    }
+
+    FileHandle* handle = nullptr;
+};
+
+TEST_F(HandleOfALargeFile, IsReadAtAnyPosition) {
     ASSERT_TRUE(files.seek(handle, -3, fromEnd));
     EXPECT_EQ("end", read(files, handle, 10));
     ASSERT_TRUE(files.seek(handle, 0, fromBegin));
@@ -449,14 +457,7 @@ TEST(HandleOfALargeFile, IsReadAtAnyPosition) {
     EXPECT_EQ("tart", read(files, handle, 4));
 }
 
-TEST(HandleOfALargeFile, ReturnsTheAvailableBytes) {
-    TemporaryDirectory directory;
-    std::string const path = directory.string() + "/f";
-    std::ofstream(path) << "start";
-    std::filesystem::resize_file(path, std::uintmax_t{3} << 30U);
-    std::ofstream(path, std::ios::app) << "end";
-    RealFileSystem files(text(directory.string()));
-    FileHandle* const handle = openedForReading(files, "f");
+TEST_F(HandleOfALargeFile, ReturnsTheAvailableBytes) {
     EXPECT_EQ("star", files.readBytes(handle, 4));
     EXPECT_TRUE(files.readBytes(handle, 100'000) == "t" + std::string(99'999, '\0')); // too long to print
     EXPECT_EQ(100'004, files.tell(handle));
@@ -468,13 +469,7 @@ TEST(HandleOfALargeFile, ReturnsTheAvailableBytes) {
     EXPECT_EQ("", files.readBytes(handle, 1));
 }
 
-TEST(HandleOfALargeFile, IsSkippedInBothDirections) {
-    constexpr std::int64_t size = std::int64_t{3} << 30U;
-    TemporaryDirectory directory;
-    std::ofstream(directory.string() + "/f") << "start";
-    std::filesystem::resize_file(directory.string() + "/f", size);
-    RealFileSystem files(text(directory.string()));
-    FileHandle* const handle = openedForReading(files, "f");
+TEST_F(HandleOfALargeFile, IsSkippedInBothDirections) {
     files.skip(handle, INT_MAX);
     EXPECT_EQ(INT_MAX, files.tell(handle));
     files.skip(handle, INT_MAX); // stops at the end
@@ -487,14 +482,8 @@ TEST(HandleOfALargeFile, IsSkippedInBothDirections) {
     EXPECT_EQ("start", read(files, handle, 5));
 }
 
-TEST(HandleOfALargeFile, ReportsNoSizeOrPositionThatDoesNotFitIntoALong) {
-    constexpr std::int64_t size = std::int64_t{3} << 30U;
+TEST_F(HandleOfALargeFile, ReportsNoSizeOrPositionThatDoesNotFitIntoALong) {
     constexpr bool fits = size <= LONG_MAX;
-    TemporaryDirectory directory;
-    std::ofstream(directory.string() + "/f") << "start";
-    std::filesystem::resize_file(directory.string() + "/f", size);
-    RealFileSystem files(text(directory.string()));
-    FileHandle* const handle = openedForReading(files, "f");
     ASSERT_TRUE(files.seek(handle, 2, fromBegin));
     EXPECT_EQ(fits ? size : -1, files.size(handle));
     EXPECT_EQ(2, files.tell(handle));
