@@ -94,6 +94,12 @@ std::string entryText(Walk const& entry) {
     return text + '}';
 }
 
+/** Thrown for JSON that does not have the form of an entry. The file may be in another format. */
+class NotAnEntry : public BadEntry {
+public:
+    using BadEntry::BadEntry;
+};
+
 /** The members of an entry. Each must be taken exactly once; `expectAllTaken` rejects entries with further members. */
 class Members {
 public:
@@ -117,68 +123,70 @@ private:
     std::size_t _taken = 0;
 };
 
-Value givenValue(std::string const& type, std::size_t kind, Members& members) {
-    if (auto const* const plain = members.take("value"))
-        return valueFrom(*plain, kind);
-    if (auto const* const encoded = members.take("base64"))
-        return encodedValueFrom(*encoded, type);
-    throw BadEntry("\"value\" is missing");
+/** An entry whose values have not been checked. The pointers refer to its JSON, and are null for missing members. */
+struct Entry {
+    std::string type;
+    std::size_t kind = 0; ///< of a value: its index in `kindNames`
+    json const* value = nullptr;
+    json const* base64 = nullptr;
+    json const* record = nullptr;
+};
+
+/** Errors: `BadEntry` if the type is missing or unknown, or if the members are not those of the type. */
+Entry entryIn(json const& object) {
+    Members members(object);
+    auto const* const type = members.take("type");
+    if (type == nullptr || !type->is_string())
+        throw NotAnEntry("\"type\" is missing");
+    Entry entry;
+    entry.type = type->get<std::string>();
+    if (entry.type == "bytes") {
+        entry.base64 = members.take("base64");
+        if (entry.base64 == nullptr)
+            throw BadEntry("\"base64\" is missing");
+    } else if (entry.type != "group") {
+        entry.kind = kindNamed(entry.type);
+        entry.value = members.take("value");
+        if (entry.value == nullptr)
+            entry.base64 = members.take("base64");
+        if (entry.value == nullptr && entry.base64 == nullptr)
+            throw BadEntry("\"value\" is missing");
+        entry.record = members.take("record");
+    }
+    members.expectAllTaken(entry.type);
+    return entry;
 }
 
 /** The record of an entry with a value. */
-std::string recordFrom(std::string const& type, Members& members) {
-    auto const value = givenValue(type, kindNamed(type), members);
+std::string recordFrom(Entry const& entry) {
+    Value const value = entry.value != nullptr ? valueFrom(*entry.value, entry.kind)
+                                               : encodedValueFrom(*entry.base64, entry.type);
     std::string written = encodeRecord(value);
-    auto const* const given = members.take("record");
-    if (given == nullptr)
+    if (entry.record == nullptr)
         return written;
-    std::string record = fromBase64(*given);
+    std::string record = fromBase64(*entry.record);
     Reading const reading = decodeRecord(record);
     if (!reading.value || encodeRecord(withOneNan(*reading.value)) != written)
         throw BadEntry(R"("value" and "record" differ (remove "record" after editing "value"))");
     return record;
 }
 
-std::string bytesFrom(Members& members) {
-    auto const* const encoded = members.take("base64");
-    if (encoded == nullptr)
-        throw BadEntry("\"base64\" is missing");
-    return fromBase64(*encoded);
-}
-
-/** Thrown for JSON that does not have the form of an entry. The file may be in another format. */
-class NotAnEntry : public BadEntry {
-public:
-    using BadEntry::BadEntry;
-};
-
-void importEntry(std::string const& name, json const& entry, Settings& settings) {
+void importEntry(std::string const& name, json const& object, Settings& settings) {
     requireCleanName(name);
-    Members members(entry);
-    auto const* const given = members.take("type");
-    if (given == nullptr || !given->is_string())
-        throw NotAnEntry("\"type\" is missing");
-    auto const& type = given->get_ref<std::string const&>();
-    if (type == "group")
+    Entry const entry = entryIn(object);
+    if (entry.type == "group")
         settings.makeGroup(name);
     else
-        settings.write(name, type == "bytes" ? bytesFrom(members) : recordFrom(type, members));
-    members.expectAllTaken(type);
+        settings.write(name, entry.type == "bytes" ? fromBase64(*entry.base64) : recordFrom(entry));
 }
 
-/** Whether a JSON value has the members of an entry. */
 bool isEntry(json const& value) {
-    if (!value.is_object() || !value.contains("type") || !value["type"].is_string())
+    try {
+        static_cast<void>(entryIn(value));
+        return true;
+    } catch (BadEntry const&) {
         return false;
-    auto const& type = value["type"].get_ref<std::string const&>();
-    if (type == "group")
-        return value.size() == 1;
-    bool const isBytes = type == "bytes";
-    if (!isBytes && velmorand::kindIndex(type) == kindNames.size())
-        return false;
-    bool const hasValue = !isBytes && value.contains("value");
-    bool const hasRecord = !isBytes && value.contains("record");
-    return hasValue != value.contains("base64") && value.size() == (hasRecord ? 3U : 2U);
+    }
 }
 
 /** Imports each entry as soon as it has been parsed, and keeps none in memory. */
