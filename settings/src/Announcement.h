@@ -10,7 +10,8 @@ namespace velmorand {
 
 /**
  * Notifies the listeners, except those of `sender`, after all changes have been made. The lock is held.
- * Errors: those of listeners; the names then stay pending and are announced again with the next change.
+ * Errors: the first exception of a `Listener`, after all listeners have been notified. If a `_Register::Callback`
+ * throws, or memory runs out, that exception at once; the names are then announced again with the next change.
  */
 void announce(utils::properties::_Register& settings, void* sender, std::set<std::string> names);
 

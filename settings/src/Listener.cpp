@@ -6,12 +6,12 @@
 #include "Access.h"
 #include "Everything.h"
 #include "Names.h"
-#include "Unwritten.h"
+#include "Notifying.h"
 #include "Waiting.h"
 
 namespace velmorand {
 
-bool Unwritten::_isNow = false; // guarded by the settings' lock
+Notifying* Notifying::_innermost = nullptr; // guarded by the settings' lock
 
 void reportThrown(std::string const& name, char const* byWhom, std::string const& thrown) {
     std::string const line =
@@ -41,7 +41,7 @@ public:
             return;
         RegistersHold const hold;
         auto const self = shared_from_this(); // the call may destroy the listener
-        Unwritten::call(name, [&] { _call(name); });
+        Notifying::call(name, [&] { _call(name); });
     }
 
     void enter() {

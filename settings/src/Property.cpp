@@ -9,6 +9,7 @@
 #include "Announcement.h"
 #include "Locks.h"
 #include "Names.h"
+#include "Notifying.h"
 #include "Overrides.h"
 #include "Record.h"
 #include "UserChanges.h"
@@ -100,13 +101,15 @@ void store(std::string const& name, T const& value, RegisterScope scope, void* s
     if (scope == SCOPE_USER)
         requireUnlocked(*settings, clean, "cannot write");
     std::uint64_t const before = registerState;
+    Notifying notifying(Notifying::Writer::caller);
     try {
         ((*settings).*Kind<T>::write)(sender, clean, value, scope);
     } catch (Exception const&) {
-        if (registerState == before) // otherwise the value is written, and a listener threw
+        if (registerState == before) // otherwise the value is written, and a `_Register::Callback` threw
             requireRoom(*settings, clean, scope);
         throw;
     }
+    notifying.rethrow();
 }
 
 bool isSet(std::string const& name) {

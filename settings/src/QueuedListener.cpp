@@ -8,7 +8,7 @@
 #include <unistd.h>
 
 #include "Names.h"
-#include "Unwritten.h"
+#include "Notifying.h"
 #include "velmorand/Listener.h"
 
 namespace velmorand {

@@ -170,7 +170,8 @@ TEST_F(Transaction, AnnouncesNamesThatAreStillPending) {
                             }};
     Listener const after{"a", [this](std::string const& name) { names.push_back("after " + name); }};
     names.clear();
-    EXPECT_EQ("from the listener", failure([this] { width.set(5); }));
+    EXPECT_EQ("from the listener",
+              failure([] { _Register::getInstance()->_writeInteger(nullptr, "a/width", 5, SCOPE_USER); }));
     throws = false;
     names.clear();
     changes.set(height, 6);

@@ -2,6 +2,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <thread>
@@ -143,6 +144,68 @@ TEST_F(ListenerHandle, PassesItsExceptionToTheWriter) {
     Listener const listener{"a", [](std::string const&) { throw utils::Exception("no"); }};
     EXPECT_EQ("no", failure([] { write("a/b", 1); }));
     EXPECT_EQ(1, read<int>("a/b"));
+}
+
+TEST_F(ListenerHandle, IsNotifiedOnceEvenIfAnotherThrows) {
+    Listener const first{"a/b", note()};
+    Listener const throwing{"a/b", [](std::string const&) { throw utils::Exception("no"); }};
+    Listener const second{"a/b", note()};
+    Listener const around{"a", note()};
+    EXPECT_EQ("no", failure([] { write("a/b", 1); }));
+    EXPECT_THAT(names, ElementsAre("a/b", "a/b", "a/b"));
+    write("c", 1);
+    EXPECT_THAT(names, ElementsAre("a/b", "a/b", "a/b"));
+}
+
+TEST_F(ListenerHandle, PrintsItsExceptionIfAnotherHasThrownBefore) {
+    Listener const first{"a", [](std::string const&) { throw utils::Exception("first"); }};
+    Listener const second{"a", [](std::string const&) { throw utils::Exception("second"); }};
+    Listener const third{"a", [](std::string const&) { throw 3; }};
+    testing::internal::CaptureStderr();
+    EXPECT_EQ("first", failure([] { write("a/b", 1); }));
+    EXPECT_EQ("settings: exception in a listener to \"a/b\": second\n"
+              "settings: exception in a listener to \"a/b\": not a std::exception\n",
+              testing::internal::GetCapturedStderr());
+}
+
+TEST_F(ListenerHandle, CanCatchTheExceptionsOfListenersToItsOwnWrites) {
+    std::vector<std::string> caught;
+    Listener const throwing{"b", [](std::string const& name) { throw utils::Exception(name); }};
+    Listener const writing{"a", [&](std::string const&) {
+                               caught.push_back(failure([] { write("b/x", 1); }));
+                               caught.push_back(failure([] {
+                                   _Register::getInstance()->_writeInteger(nullptr, "b/y", 1, SCOPE_USER);
+                               }));
+                           }};
+    write("a", 1);
+    EXPECT_THAT(caught, ElementsAre("b/x", "b/y"));
+}
+
+TEST_F(ListenerHandle, IsNotifiedWithTheNextChangeIfMemoryRanOut) {
+    bool hasMemory = false;
+    Listener const listener{"a", [&](std::string const& name) {
+                                if (!hasMemory)
+                                    throw std::bad_alloc();
+                                names.push_back(name);
+                            }};
+    EXPECT_THROW(write("a/b", 1), std::bad_alloc);
+    hasMemory = true;
+    write("c", 1);
+    EXPECT_THAT(names, ElementsAre("a/b"));
+}
+
+TEST_F(ListenerHandle, IsNotifiedWithTheNextChangeIfAnotherThrowsForAWriterOfTheRegister) {
+    bool throws = true;
+    Listener const throwing{"a", [&throws](std::string const&) {
+                                if (throws)
+                                    throw utils::Exception("no");
+                            }};
+    Listener const listener{"a", note()};
+    EXPECT_EQ("no", failure([] { _Register::getInstance()->_writeInteger(nullptr, "a/b", 1, SCOPE_USER); }));
+    EXPECT_THAT(names, IsEmpty());
+    throws = false;
+    write("c", 1);
+    EXPECT_THAT(names, ElementsAre("a/b"));
 }
 
 TEST_F(ListenerHandle, AcceptsAKeyWithExtraSlashes) {

@@ -42,7 +42,7 @@ struct DeclaredProperty {
 
 /**
  * Removes the user's values of all declared settings, and then notifies the listeners, except those of `sender`.
- * Errors: exceptions of listeners, with the values removed; all the names are announced again with the next change.
+ * Errors: exceptions of listeners (`Listener.h`), with the values removed.
  */
 VELMORAND_SETTINGS_EXPORT void resetDeclaredProperties(void* sender = nullptr);
 

@@ -108,8 +108,7 @@ public:
      * listeners, except those of `sender`, of each removed property. Removing the group of all settings affects every
      * program that shares them, and removes the records of `importOnce`, so that the next start imports again.
      * Errors: `utils::Exception`, with nothing removed, after the register's end, and if `relative` is empty: only the
-     * overload without it removes the whole group. Exceptions of listeners, with everything removed; the names are
-     * announced again with the next change.
+     * overload without it removes the whole group. Exceptions of listeners (`Listener.h`), with everything removed.
      */
     void remove(void* sender = nullptr) const;
     void remove(std::string const& relative, void* sender = nullptr) const;

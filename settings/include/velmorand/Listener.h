@@ -108,9 +108,13 @@ public:
      * Listens to the property or group `key`, and calls `call(name)` with the name exactly as its writer passed it.
      * Listeners to the property are called first, then those to its groups, innermost first; listeners with the same
      * key are called in the order of their creation. Listeners to everything are called last: with the listeners to the
-     * first level of the name, or after them. Changes made with `sender` are ignored, unless it is null. Exceptions of
-     * the call reach the writer; if another program made the change, they are reported on standard error
-     * (`LiveSettings.h`).
+     * first level of the name, or after them. Changes made with `sender` are ignored, unless it is null.
+     *
+     * If the call throws, the other listeners are still notified, and then the exception reaches the writer. If several
+     * throw, the writer gets the first exception, and the others are printed on standard error. If another program made
+     * the change, all are printed. `std::bad_alloc`, and any exception if a writer of `_Register` made the change, reach
+     * the writer at once; the next change then notifies all listeners of the name again.
+     *
      * Cost: a listener to everything needs about 100 bytes for each first level of a name that exists, or has existed
      * while there was such a listener.
      */

@@ -14,7 +14,7 @@
 
 #include "../Everything.h"
 #include "../LockChanges.h"
-#include "../Unwritten.h"
+#include "../Notifying.h"
 
 namespace velmorand::live {
 
@@ -108,7 +108,7 @@ void notifyEach(_Register const& theRegister, void* sender, std::string const& n
                        [](auto const& entry) { return entry.second; });
         for (_Register::Callback* const listener : listeners)
             if (listens(theRegister, key, listener) && listener->owner() != sender)
-                Unwritten::call(name, [&] { listener->propertyChanged(name); });
+                Notifying::call(name, [&] { listener->propertyChanged(name); });
         std::size_t const slash = key.rfind('/');
         key.resize(slash == std::string::npos ? 0 : slash);
     }
@@ -301,7 +301,7 @@ void Memory::makeRoom(std::string_view scope, std::string const& path) {
 
 /** Notifies the listeners of each name once. */
 void Memory::announce(void* sender, std::vector<std::string> const& names) {
-    Unwritten const unwritten;
+    Notifying const notifying(Notifying::Writer::otherProgram);
     for (std::string const& name : std::set<std::string>(names.begin(), names.end())) {
         try {
             expectAnnouncement(name);
