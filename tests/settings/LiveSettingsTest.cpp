@@ -66,7 +66,7 @@ protected:
     [[nodiscard]] fs::path globalFile() const { return fs::path(options.globalDirectory) / "Velmorand.dat"; }
 
     /** Runs another process with live settings in the same directories. Result: its output. */
-    std::string inOther(std::string const& actions) const {
+    std::string inOther(std::string const& actions) {
         return run(options.userDirectory, options.globalDirectory, actions);
     }
 
@@ -86,12 +86,12 @@ protected:
     }
 
     /** The value that a new process reads; -1 if the property does not exist. */
-    int stored(std::string const& name) const {
+    [[nodiscard]] int stored(std::string const& name) {
         std::string const printed = inOther("get " + name);
         return printed == "-\n" ? -1 : std::stoi(printed);
     }
 
-    std::vector<std::string> namesInUserDirectory() const {
+    [[nodiscard]] std::vector<std::string> namesInUserDirectory() const {
         std::vector<std::string> names;
         for (auto const& entry : fs::directory_iterator(options.userDirectory))
             names.push_back(entry.path().filename().string());

@@ -35,11 +35,14 @@ QByteArray rawBytes(std::string const& text) {
     return QByteArray::fromRawData(text.data(), static_cast<int>(text.size()));
 }
 
+bool hasByteOrderMark(std::string const& text) {
+    return text.compare(0, 3, "\xEF\xBB\xBF") == 0;
+}
+
 bool isUtf8(std::string const& text) {
-    // QtCore drops a leading byte order mark.
     QByteArray const bytes = rawBytes(text);
-    bool const hasMark = text.compare(0, 3, "\xEF\xBB\xBF") == 0;
-    return QString::fromUtf8(bytes).toUtf8() == (hasMark ? bytes.mid(3) : bytes);
+    return QString::fromUtf8(bytes).toUtf8() ==
+           (hasByteOrderMark(text) ? bytes.mid(3) : bytes); // QtCore drops the mark
 }
 
 } // namespace
@@ -69,7 +72,9 @@ std::string readText(std::string const& path) {
 }
 
 std::vector<Found> readIni(std::string const& path) {
-    static_cast<void>(readText(path)); // only to refuse files that are not text
+    // QSettings would take the mark for a part of the first line.
+    if (hasByteOrderMark(readText(path)))
+        throw Exception("begins with a byte order mark: save it as UTF-8 without one");
     QSettings settings(QString::fromUtf8(path.c_str()), QSettings::IniFormat);
 #if QT_VERSION_MAJOR == 5
     settings.setIniCodec("UTF-8"); // the only one in QtCore 6
