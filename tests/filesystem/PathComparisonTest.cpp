@@ -2,9 +2,9 @@
 #include "DirectAccess.h"
 #include "FileSystemSupport.h"
 
-// A node is found by the hash of its path, and then its path is compared. Which paths have the same hash cannot be
-// chosen, because the hash has a secret key. The tests change the tree directly instead, so that a node keeps the hash
-// of another path.
+// A node is found by the hash of its path, and then its path is compared. Paths with the same hash cannot be chosen,
+// because the hash has a secret key. The tests change the tree directly instead, so that a node keeps the hash of
+// another path.
 
 namespace {
 

@@ -64,25 +64,31 @@ NodeId findCanonical(Tree const& tree, std::string_view directory, std::string_v
     return tree.find(TreePath::below(directory, canonicalPath(path, storage)));
 }
 
+Node const* firstLevel(Tree const& tree, std::string_view name) {
+    NodeId const id = tree.find(TreePath::below(name, {}));
+    return id != noNode ? &tree[id] : nullptr;
+}
+
 /** The node at `path`, whose hash is `pathHash`, in the first of the directories that contains it; null if none does. */
 Node const* findIn(Tree const& tree, std::string_view const* directories, std::string_view const* end,
                    std::string_view path, std::uint64_t pathHash) {
     Node const* node = nullptr;
-    while (directories != end && node == nullptr)
-        node = tree.findBelow(*directories++, path, pathHash);
+    for (; directories != end && node == nullptr; ++directories)
+        node = path.empty() ? firstLevel(tree, *directories) : tree.findBelow(*directories, path, pathHash);
     return node;
 }
 
 /**
- * Finds what is not in the first of the directories under the unchanged path, whose hash is `pathHash`. It is not inlined,
- * so that other look-ups do not have to save registers for it.
+ * Finds what `Tree::findBelow` has not found in the first of the directories under the unchanged path, whose hash is
+ * `pathHash`. It is not inlined, so that other look-ups do not have to save registers for it.
  */
 [[gnu::noinline]] Entry findOtherwise(Tree const& tree, std::string_view const* directories,
                                       std::string_view const* end, std::string_view path,
                                       std::uint64_t pathHash) {
     if (directories == end)
         return entryOf(nullptr);
-    if (Node const* const node = findIn(tree, directories + 1, end, path, pathHash); node != nullptr)
+    std::string_view const* const next = path.empty() ? directories : directories + 1;
+    if (Node const* const node = findIn(tree, next, end, path, pathHash); node != nullptr)
         return entryOf(node);
     std::string storage;
     std::string_view const canonical = canonicalPath(path, storage);
@@ -110,7 +116,7 @@ char* rewriteCanonical(Tree& tree, TreePath place, std::size_t size) {
 [[gnu::noinline]] char* rewriteOtherwise(Tree& tree, TreePath const& place, std::size_t size) {
     // If the directory is found under its unchanged path, only the name remains to be examined.
     TreePath::Parts const parts = place.split();
-    bool const hasLeadingSlash = parts.parent.rest.empty() && parts.name.size() < place.rest.size();
+    bool const hasLeadingSlash = !place.rest.empty() && place.rest.front() == '/';
     if (!hasLeadingSlash && isName(parts.name))
         if (NodeId const parent = tree.find(parts.parent); parent != noNode) {
             NodeId const id = tree.makeIn(parent, parts.name, place.hash, false, size);

@@ -13,11 +13,13 @@ namespace filesystem {
  * An incremental hash of a path: after "a/b", hashing "a/b/c" costs only as much as hashing "/c". So hashing all paths
  * in a tree costs as much as hashing all names, regardless of the tree's depth.
  *
- * Keyed with a secret of the process, so that collisions cannot be constructed. The hash does not depend on how the
- * bytes were split.
+ * Keyed with a secret of the process, so that collisions cannot be constructed, except those of `ofFirst`. The hash
+ * does not depend on how the bytes were split.
  */
 class PathHash {
 public:
+    static constexpr std::uint64_t root = 0;
+
     PathHash() noexcept;
 
     void append(std::string_view bytes) noexcept;
@@ -29,11 +31,12 @@ public:
     [[nodiscard]] static std::uint64_t of(std::string_view bytes) noexcept;
 
     /**
-     * The hash of a path's first level, for `join`. A short name is its own hash, because `join` mixes it with the secret.
+     * The hash of the first of several levels, for `join`. A short name is its own hash, because `join` mixes it with the
+     * secret. So names that differ only in zero bytes at the end have the same hash.
      */
     [[nodiscard]] static std::uint64_t ofFirst(std::string_view name) noexcept;
 
-    /** The hash of a whole path, from the hash of its first level and that of the rest. */
+    /** The hash of a whole path, from the hash of its first level, or `root` if there is only one, and of the rest. */
     [[nodiscard]] static std::uint32_t join(std::uint64_t first, std::uint64_t rest) noexcept;
 
 private:

@@ -18,7 +18,8 @@ public:
     /** The place of the root. */
     PathPlace() = default;
 
-    explicit PathPlace(TreePath const& path) : _isRoot(path.isRoot()), _first(PathHash::ofFirst(path.first)) {
+    explicit PathPlace(TreePath const& path)
+        : _isRoot(path.isRoot()), _first(_isRoot ? PathHash::root : PathHash::ofFirst(path.first)) {
         if (path.rest.empty())
             return;
         _rest.append(path.rest);
@@ -27,8 +28,7 @@ public:
 
     /** The hash of the path of `name` in this directory. */
     [[nodiscard]] std::uint32_t hashOf(std::string_view name) const {
-        return _isRoot ? PathHash::join(PathHash::ofFirst(name), PathHash::of({}))
-                       : PathHash::join(_first, _rest.with(name));
+        return PathHash::join(_first, _rest.with(name));
     }
 
     /** The directory `name` in this one. */
@@ -46,7 +46,7 @@ public:
 
 private:
     bool _isRoot = true;
-    std::uint64_t _first = 0;
+    std::uint64_t _first = PathHash::root;
     PathHash _rest; ///< for the path after the first level, with a "/" at the end
 };
 

@@ -62,8 +62,8 @@ bool Tree::standsBelow(Node const& node, std::string_view first, std::string_vie
         if (name.size() > left || !sameBytes(name.data(), rest.data() + left - name.size(), name.size()))
             return false;
         left -= name.size();
-        if (left != 0 && rest[--left] != '/')
-            return false;
+        if (left == 1 || (left != 0 && rest[--left] != '/'))
+            return false; // with one byte left, that is a "/" before the first name
     }
     return isPath(at->wholePath(), first, rest.substr(0, left));
 }
@@ -207,12 +207,7 @@ NodeId Tree::childDirectory(NodeId parent, std::string_view name, std::uint32_t 
         return _nodes[found].directory != 0 ? found : noNode;
     if (!mayBeNamed(name))
         return noNode;
-    if (givesNotice())
-        giveNotice(parent, name);
-    _index.reserve(1);
-    NodeId const made = add(parent, name, hash, true);
-    _index.insert({hash, made});
-    come(made);
+    NodeId const made = makeIn(parent, name, hash, true);
     if (outermostMade == noNode)
         outermostMade = made;
     return made;

@@ -61,7 +61,10 @@ public:
     /** The node at `path`; `noNode` if there is none. */
     [[nodiscard]] NodeId find(TreePath const& path) const;
 
-    /** The node at `rest`, whose hash is `restHash`, below the first-level directory `first`; null if there is none. */
+    /**
+     * The node at `rest`, which is not empty and whose hash is `restHash`, below the first-level directory `first`; null if
+     * there is none.
+     */
     [[nodiscard]] Node const* findBelow(std::string_view first, std::string_view rest,
                                         std::uint64_t restHash) const;
 

@@ -43,7 +43,9 @@ struct TreePath {
     /** Likewise, if the hash of the rest is known. */
     [[nodiscard]] static TreePath below(std::string_view first, std::string_view rest,
                                         std::uint64_t restHash) {
-        return {first, rest, PathHash::join(PathHash::ofFirst(first), restHash)};
+        return {first, rest,
+                rest.empty() ? PathHash::join(PathHash::root, PathHash::of(first))
+                             : PathHash::join(PathHash::ofFirst(first), restHash)};
     }
 
     [[nodiscard]] bool isRoot() const { return first.empty(); }
