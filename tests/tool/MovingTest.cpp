@@ -139,7 +139,7 @@ TEST_F(FromIni, TypedValuesAreStoredAsTheLibraryStoresThem) {
 TEST_F(FromIni, NumbersOfAllSizesAreNumbers) {
     moved("ini", ini([](QSettings& settings) {
               settings.setValue("char", QVariant::fromValue('\x05'));
-              settings.setValue("float", QVariant::fromValue(0.5F));
+              settings.setValue("float", QVariantList{QVariant::fromValue(0.5F)});
               settings.setValue("long", QVariant::fromValue(-3L));
               settings.setValue("short", QVariant::fromValue(short{-2}));
               settings.setValue("signed char", QVariant::fromValue(static_cast<signed char>(-1)));
@@ -150,7 +150,7 @@ TEST_F(FromIni, NumbersOfAllSizesAreNumbers) {
               settings.setValue("whole", QVariantList{Q_UINT64_C(18446744073709551615)});
           }));
     EXPECT_EQ("integer   user   char: 5\n"
-              "number    user   float: 0.5\n"
+              "numbers   user   float: [0.5]\n"
               "string    user   long: \"-3\"\n"
               "integer   user   short: -2\n"
               "integer   user   signed char: -1\n"
