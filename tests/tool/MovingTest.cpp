@@ -531,6 +531,8 @@ std::vector<BadFile> badFiles() {
             {"TruncatedIni", "ini", "[A]\nx=1\n[B", " not a QSettings INI file"},
             {"IniWithoutAnEqualsSign", "ini", "[A]\nx\n", " not a QSettings INI file"},
             {"IniWithAByteOrderMark", "ini", "\xEF\xBB\xBFx=1\n", " begins with a byte order mark"},
+            {"KConfigWithAByteOrderMark", "kconfig", "\xEF\xBB\xBFx=1\n", " begins with a byte order mark"},
+            {"DconfWithAByteOrderMark", "dconf", "\xEF\xBB\xBF[/]\nx=1\n", " begins with a byte order mark"},
             {"IniWithAZeroByte", "ini", std::string("[A]\nx=\0\n", 8), " not UTF-8 text"},
             {"TruncatedJson", "json", "{\"a\":\n{\"b\": 1", "2: not valid JSON: "},
             {"AListInPlaceOfAnObject", "json", "[1]", " not a JSON object"},

@@ -71,10 +71,15 @@ std::string readText(std::string const& path) {
     return text;
 }
 
-std::vector<Found> readIni(std::string const& path) {
-    // QSettings would take the mark for a part of the first line.
-    if (hasByteOrderMark(readText(path)))
+std::string readUnmarkedText(std::string const& path) {
+    std::string text = readText(path);
+    if (hasByteOrderMark(text))
         throw Exception("begins with a byte order mark: save it as UTF-8 without one");
+    return text;
+}
+
+std::vector<Found> readIni(std::string const& path) {
+    static_cast<void>(readUnmarkedText(path)); // only to refuse files that are not text
     QSettings settings(QString::fromUtf8(path.c_str()), QSettings::IniFormat);
 #if QT_VERSION_MAJOR == 5
     settings.setIniCodec("UTF-8"); // the only one in QtCore 6

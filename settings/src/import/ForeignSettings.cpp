@@ -24,7 +24,7 @@ using import::Found;
 using utils::Exception;
 
 std::vector<Found> readFileByProgram(std::string const& store, std::string const& path) {
-    static_cast<void>(import::readText(path)); // refuses files that are not text
+    static_cast<void>(import::readUnmarkedText(path)); // only to refuse files that are not text
     return import::readByProgram(store, std::filesystem::absolute(path).string());
 }
 
@@ -50,7 +50,7 @@ std::string nameOf(std::vector<std::string> const& path) {
     return name;
 }
 
-/** A boolean as `valueOf` accepts it; other stores also write 1 and 0, and any case. Leaves other texts unchanged. */
+/** A boolean as `valueOf` accepts it; other stores also write 1 and 0, and use any letter case. Leaves other texts unchanged. */
 std::string booleanText(std::string text) {
     std::string lower = text;
     std::transform(text.begin(), text.end(), lower.begin(), [](char letter) {

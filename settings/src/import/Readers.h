@@ -32,6 +32,9 @@ struct Found {
 /** The content of a regular file. Refuses files that are not UTF-8 text. */
 [[nodiscard]] std::string readText(std::string const& path);
 
+/** Likewise; also refuses files that begin with a byte order mark, which most stores take as part of the first line. */
+[[nodiscard]] std::string readUnmarkedText(std::string const& path);
+
 [[nodiscard]] std::vector<Found> readIni(std::string const& path);
 [[nodiscard]] std::vector<Found> readJson(std::string const& path);
 
