@@ -124,14 +124,15 @@ private:
         bool const isFile = node.directory == 0;
         std::string_view const name = node.name();
         std::string_view const content = isFile ? node.content() : std::string_view();
+        if (!Node::fits(name.size(), content.size()))
+            return false;
         char* const copied =
             writeHead(_out.end(2 * longestHead + name.size() + content.size()), Major::text, name.size());
         char* end = writeText(copied, name);
         if (isFile)
             end = writeText(writeHead(end, Major::bytes, content.size()), content);
         std::string_view const written(copied, name.size());
-        if (!precedes({_out.at(range.last), range.lastSize}, written) || !isName(written) ||
-            !Node::fits(name.size(), content.size()))
+        if (!precedes({_out.at(range.last), range.lastSize}, written) || !isName(written))
             return false;
         range.last = _out.offset(copied);
         range.lastSize = name.size();

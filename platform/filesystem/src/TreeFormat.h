@@ -25,8 +25,8 @@ struct Bytes {
  * directory is a map from names, which are text strings in ascending byte order, to directories and files; a file is a
  * byte string. Lengths are definite and heads are as short as possible, so equal trees give equal bytes.
  *
- * Result: nothing if `decodeTree` would refuse the bytes. This happens if another thread changes the tree without a lock
- * meanwhile, or has corrupted it earlier in this way.
+ * Result: nothing if a name is invalid, too long, or not in ascending order. This happens if another thread changes the
+ * tree without a lock meanwhile, or has corrupted it earlier in this way.
  */
 [[nodiscard]] std::optional<Bytes> encodeTree(Tree& tree, NodeId directory);
 
