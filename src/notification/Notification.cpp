@@ -118,7 +118,7 @@ bool shorten(std::string& key) {
     return true;
 }
 
-/** How many bytes two keys have in common at their beginning. */
+/** The length of the longest common prefix of two keys, in bytes. */
 std::size_t sharedSize(std::string const& left, std::string const& right) {
     std::size_t const most = std::min(left.size(), right.size());
     constexpr std::size_t step = 8; // compared by one instruction
@@ -131,8 +131,9 @@ std::size_t sharedSize(std::string const& left, std::string const& right) {
 }
 
 /**
- * Shortens a key without entries to the innermost group around it that may have some: such a group sorts before the key,
- * so its name is not longer than the part that the key shares with `before`, the last entry's key that is not after it.
+ * Shortens a key without entries to the innermost group around it that may have entries: such a group sorts before the
+ * key, so its name is not longer than the part that the key shares with `before`, the greatest key of an entry that does
+ * not sort after it.
  * Result: false if there is no such group.
  */
 bool narrow(std::string& key, std::string const& before) {
