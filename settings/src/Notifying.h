@@ -6,6 +6,8 @@
 #include <string>
 #include <utility>
 
+#include <cxxabi.h>
+
 namespace velmorand {
 
 /** Reports an exception of a listener to `name` on standard error. `byWhom` may be empty. */
@@ -18,6 +20,8 @@ void callAndReport(std::string const& name, char const* byWhom, Call&& call) {
         call();
     } catch (std::exception const& thrown) {
         reportThrown(name, byWhom, thrown.what());
+    } catch (abi::__forced_unwind const&) { // the end of a thread, which must not be stopped
+        throw;
     } catch (...) {
         reportThrown(name, byWhom, "not a std::exception");
     }
@@ -39,7 +43,15 @@ public:
     explicit Notifying(Writer writer) : _writer(writer), _outer(std::exchange(_innermost, this)) {}
     Notifying(Notifying const&) = delete;
     Notifying& operator=(Notifying const&) = delete;
-    ~Notifying() { _innermost = _outer; }
+    /** Reports the first exception if another one keeps it from being thrown. */
+    ~Notifying() {
+        _innermost = _outer;
+        try {
+            if (_thrown)
+                callAndReport(_name, "", [this] { rethrow(); });
+        } catch (std::bad_alloc const&) { // no memory for the line
+        }
+    }
 
     /** Throws the first exception of a listener, if there is one. */
     void rethrow() {
@@ -81,11 +93,15 @@ private:
             call();
         } catch (std::bad_alloc const&) {
             throw; // the name stays pending, so that no listener misses a change because of a lack of memory
+        } catch (abi::__forced_unwind const&) {
+            throw;
         } catch (...) {
-            if (_thrown)
+            if (_thrown) {
                 callAndReport(name, "", [] { throw; });
-            else
+            } else {
+                _name = name;
                 _thrown = std::current_exception();
+            }
         }
     }
 
@@ -93,7 +109,8 @@ private:
 
     Writer _writer;
     Notifying* _outer;
-    std::exception_ptr _thrown;
+    std::string _name;          ///< of the change for which the first exception was thrown
+    std::exception_ptr _thrown; ///< the first exception
 };
 
 } // namespace velmorand

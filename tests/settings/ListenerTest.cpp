@@ -11,7 +11,10 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 
+#include <utils/Exception.h>
+#include <utils/properties/Register.h>
 #include <velmorand/Listener.h>
 #include <velmorand/Property.h>
 
@@ -166,6 +169,33 @@ TEST_F(ListenerHandle, PrintsItsExceptionIfAnotherHasThrownBefore) {
     EXPECT_EQ("settings: exception in a listener to \"a/b\": second\n"
               "settings: exception in a listener to \"a/b\": not a std::exception\n",
               testing::internal::GetCapturedStderr());
+}
+
+TEST_F(ListenerHandle, PrintsItsExceptionIfARegistersCallbackThrowsAfterIt) {
+    struct Throwing : utils::properties::_Register::Callback {
+        void propertyChanged(std::string const&) override { throw utils::Exception("callback"); }
+        void* owner() override { return this; }
+    } callback;
+    auto* const theRegister = utils::properties::_Register::getInstance();
+    Listener const listener{"a/b", [](std::string const&) { throw utils::Exception("listener"); }};
+    theRegister->addCallback("a", &callback);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ("callback", failure([] { write("a/b", 1); }));
+    EXPECT_EQ("settings: exception in a listener to \"a/b\": listener\n",
+              testing::internal::GetCapturedStderr());
+    theRegister->removeCallback(&callback);
+}
+
+TEST_F(ListenerHandle, MayEndItsThread) {
+    bool isEnding = true;
+    Listener const listener{"a", [&](std::string const&) {
+                                if (isEnding)
+                                    ::pthread_exit(nullptr);
+                            }};
+    std::thread([] { write("a/b", 1); }).join();
+    isEnding = false;
+    write("a/b", 2);
+    EXPECT_EQ(2, read<int>("a/b"));
 }
 
 TEST_F(ListenerHandle, CanCatchTheExceptionsOfListenersToItsOwnWrites) {

@@ -13,6 +13,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
@@ -22,6 +23,7 @@
 #include <unistd.h>
 
 #include <filesystem/PrivateDirectory.h>
+#include <utils/Exception.h>
 #include <utils/properties/Register.h>
 #include <velmorand/Initialize.h>
 #include <velmorand/Listener.h>
@@ -869,6 +871,35 @@ TEST_F(Live, PrintEventsIfNoHandlerIsGiven) {
                   keptAs + '\n' + begin + "Is a directory; changes are not saved (retrying)\n" + begin +
                   "all changes are saved now\n",
               testing::internal::GetCapturedStderr());
+}
+
+TEST_F(Live, MergeAChangeOfANameThatIsBeingAnnounced) {
+    struct Throwing : utils::properties::_Register::Callback {
+        void propertyChanged(std::string const& name) override {
+            names.push_back(name);
+            if (names.size() == 1)
+                throw utils::Exception("no");
+        }
+        void* owner() override { return this; }
+        std::vector<std::string> names;
+    } callback;
+    LiveSettings live(options);
+    write("a/b", 1);
+    ASSERT_TRUE(live.sync().saved);
+    auto* const theRegister = utils::properties::_Register::getInstance();
+    bool isFirst = true;
+    Listener const syncing{"a/b", [&](std::string const&) {
+                               if (std::exchange(isFirst, false)) {
+                                   inOther("set a/b 5");
+                                   EXPECT_TRUE(live.sync().saved);
+                               }
+                           }};
+    theRegister->addCallback("a/b", &callback);
+    theRegister->markAsChanged(nullptr, "a/b");
+    EXPECT_EQ(5, read<int>("a/b"));
+    EXPECT_THAT(callback.names, testing::Each("a/b"));
+    EXPECT_THAT(callback.names, testing::SizeIs(testing::Ge(2U)));
+    theRegister->removeCallback(&callback);
 }
 
 TEST_F(Live, SaveNothingInAForkedChild) {

@@ -112,8 +112,9 @@ public:
      *
      * If the call throws, the other listeners are still notified, and then the exception reaches the writer. If several
      * throw, the writer gets the first exception, and the others are printed on standard error. If another program made
-     * the change, all are printed. `std::bad_alloc`, and any exception if a writer of `_Register` made the change, reach
-     * the writer at once; the next change then notifies all listeners of the name again.
+     * the change, all are printed, `std::bad_alloc` included. In this program's changes, `std::bad_alloc` reaches the
+     * writer at once, and so does any exception if a writer of `_Register` made the change outside of a
+     * `_Register::Callback`; the next change then notifies all listeners of the name again.
      *
      * Cost: a listener to everything needs about 100 bytes for each first level of a name that exists, or has existed
      * while there was such a listener.
@@ -182,8 +183,8 @@ public:
     /**
      * Changes made with `sender` are ignored, unless `sender` is null. `wake()` is called at the first change, and at
      * the first change after each `deliver`, on the thread that made the change, with the settings' lock held: it
-     * should only set a flag or post an event. If it throws, the exception reaches the writer, and the next change
-     * calls it again.
+     * should only set a flag or post an event. Its exceptions are treated like those of a `Listener`; the names stay
+     * collected, and the next change that is collected calls it again.
      */
     template <class Wake>
     QueuedListener(std::string const& key, Wake&& wake, void* sender = nullptr)

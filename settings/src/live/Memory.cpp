@@ -303,11 +303,14 @@ void Memory::makeRoom(std::string_view scope, std::string const& path) {
 void Memory::announce(void* sender, std::vector<std::string> const& names) {
     Notifying const notifying(Notifying::Writer::otherProgram);
     for (std::string const& name : std::set<std::string>(names.begin(), names.end())) {
+        std::set<std::string>& pending = Pending::names(_register);
+        bool const wasPending = pending.count(name) != 0;
         try {
             expectAnnouncement(name);
             _register.markAsChanged(sender, name);
-        } catch (...) { // thrown by a `_Register::Callback`; a `Listener` reports exceptions itself
-            Pending::names(_register).erase(name);
+        } catch (...) {      // thrown by a `_Register::Callback`; a `Listener` reports exceptions itself
+            if (!wasPending) // otherwise an announcement that is in progress removes it
+                pending.erase(name);
             notifyEach(_register, sender, name);
         }
     }
