@@ -128,7 +128,7 @@ private:
                 (major == Major::text || major == Major::bytes)) {
                 kind = major == Major::text ? Kind::text : Kind::bytes;
                 string = _left.data() + 1;
-                _left.remove_prefix(1 + number);
+                _left.remove_prefix(1 + numberAs<std::size_t>(number));
                 return;
             }
         }
