@@ -134,7 +134,7 @@ std::size_t sharedSize(std::string const& left, std::string const& right) {
  * Shortens a key without entries to the innermost group around it that may have entries: such a group sorts before the
  * key, so its name is not longer than the part that the key shares with `before`, the greatest key of an entry that does
  * not sort after it.
- * Result: false if there is no such group.
+ * Result: false if no group around the key can have entries.
  */
 bool narrow(std::string& key, std::string const& before) {
     std::size_t const shared = sharedSize(key, before);

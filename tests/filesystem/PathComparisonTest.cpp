@@ -34,7 +34,7 @@ protected:
     }
     Tree& tree() { return filesystem::DirectAccess::tree(files); }
 
-    /** Expects that a file or directory is no longer found if any of these bytes changes. */
+    /** Changes each of these bytes in turn, and expects that the file or directory is then not found. */
     void expectEveryByteCompared(std::string const& path, char* bytes, std::size_t count) {
         ASSERT_TRUE(files.exists(text(path)));
         for (std::size_t i = 0; i < count; ++i) {

@@ -62,8 +62,8 @@ public:
     [[nodiscard]] NodeId find(TreePath const& path) const;
 
     /**
-     * The node at `rest`, which is not empty and whose hash is `restHash`, below the first-level directory `first`; null if
-     * there is none.
+     * Finds the node at `rest` below the first-level directory `first`. `rest` must not be empty; `restHash` is its hash.
+     * Result: null if the node does not exist.
      */
     [[nodiscard]] Node const* findBelow(std::string_view first, std::string_view rest,
                                         std::uint64_t restHash) const;
